@@ -1,0 +1,23 @@
+# Compiler options shared by every target: warnings are errors, sanitizers by KELVORA_SANITIZE.
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
+  -Woverloaded-virtual -Wold-style-cast -Werror)
+
+if(KELVORA_SANITIZE)
+  add_compile_options(-fsanitize=${KELVORA_SANITIZE} -fno-omit-frame-pointer
+    -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${KELVORA_SANITIZE})
+endif()
+
+# Faster links and repeated builds where the tools happen to be installed.
+find_program(KELVORA_MOLD mold)
+if(KELVORA_MOLD)
+  add_link_options(-fuse-ld=mold)
+endif()
+find_program(KELVORA_CCACHE ccache)
+if(KELVORA_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${KELVORA_CCACHE})
+endif()

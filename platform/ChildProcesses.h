@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace kelvora::platform {
+
+/// The platform's quality-of-service class of a child that a user is waiting for.
+inline constexpr int kQualityOfServiceUserInteractive = 33;
+
+struct ChildRequest {
+  std::string path;                    ///< of the executable, e.g. "/usr/sbin/system_profiler"
+  std::vector<std::string> arguments;  ///< without the program's own name
+  bool captureStandardOutput = false;  ///< otherwise the child writes where this process does
+  bool discardStandardError = false;   ///< otherwise likewise
+  int qualityOfService = 0;            ///< 0: the default
+};
+
+/// A launched child. Destruction closes the pipe and reaps the child, so no zombie stays; it does
+/// not end a child that still runs, but waits for it. One thread at a time.
+class ChildProcess {
+ public:
+  virtual ~ChildProcess() = default;
+  /// Blocks for bytes of the captured standard output: how many were read, 0 at its end.
+  virtual std::size_t readStandardOutput(std::span<std::byte> buffer) = 0;
+  /// Closes the reading end of the captured standard output.
+  virtual void closeStandardOutput() = 0;
+  /// Blocks until the child exits: its exit status (0 to 255), or 128 plus the signal that ended
+  /// it. Further calls answer the same at once.
+  virtual int waitUntilExit() = 0;
+};
+
+/// A launch's outcome: a child, or the reason why there is none.
+struct ChildLaunch {
+  std::unique_ptr<ChildProcess> child;  ///< null when the launch failed
+  std::string failure;                  ///< e.g. "No such file or directory"; empty on success
+};
+
+/// Starts programs. No descriptor of this process but the standard ones reaches a child. Any
+/// thread.
+class ChildProcesses {
+ public:
+  virtual ~ChildProcesses() = default;
+  virtual ChildLaunch launch(const ChildRequest& request) = 0;
+};
+
+}  // namespace kelvora::platform

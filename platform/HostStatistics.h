@@ -1,0 +1,61 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelvora::platform {
+
+/// Ticks of one logical processor since start-up, each counter wrapping at 32 bits, in the order of
+/// Mach's processor load flavour.
+struct ProcessorTicks {
+  std::uint32_t user = 0;
+  std::uint32_t system = 0;
+  std::uint32_t idle = 0;
+  std::uint32_t nice = 0;
+};
+
+/// Page counts of Mach's virtual-memory statistics.
+struct MemoryPages {
+  std::uint32_t free = 0;
+  std::uint32_t active = 0;
+  std::uint32_t inactive = 0;
+  std::uint32_t wired = 0;
+};
+
+/// Sizes of one mounted file system, in bytes.
+struct FileSystemSize {
+  std::int64_t totalBytes = 0;
+  std::int64_t freeBytes = 0;
+};
+
+/// Byte counters of one network interface since start-up.
+struct InterfaceCounters {
+  std::string name;  ///< e.g. "en0"
+  std::uint64_t receivedBytes = 0;
+  std::uint64_t sentBytes = 0;
+};
+
+/// The counters behind the live usage of the machine. Every query answers none when the system
+/// cannot tell. Any thread.
+class HostStatistics {
+ public:
+  virtual ~HostStatistics() = default;
+  /// host_processor_info(PROCESSOR_CPU_LOAD_INFO): one record per logical processor.
+  virtual std::optional<std::vector<ProcessorTicks>> processorTicks() = 0;
+  /// host_statistics(HOST_VM_INFO).
+  virtual std::optional<MemoryPages> memoryPages() = 0;
+  /// Bytes per page, e.g. 16384.
+  virtual std::optional<std::uint32_t> pageSizeBytes() = 0;
+  /// Seconds since start-up, without time asleep.
+  virtual double uptimeSeconds() = 0;
+  /// Size and free space of the file system at `path`, e.g. "/".
+  virtual std::optional<FileSystemSize> fileSystemSize(std::string_view path) = 0;
+  /// Every interface, loopback included; none when the query fails.
+  virtual std::optional<std::vector<InterfaceCounters>> interfaceCounters() = 0;
+};
+
+}  // namespace kelvora::platform

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+
+namespace kelvora::platform {
+
+/// A kernel status as IOKit returns it; 0 is success.
+using KernelStatus = std::uint32_t;
+
+inline constexpr KernelStatus kKernelSuccess = 0;
+/// kIOReturnError, IOKit's general error.
+inline constexpr KernelStatus kIOReturnError = 0xe00002bc;
+/// kIOReturnNoDevice: there is no such device.
+inline constexpr KernelStatus kIOReturnNoDevice = 0xe00002c0;
+/// kIOReturnBadArgument: a call's arguments are malformed.
+inline constexpr KernelStatus kIOReturnBadArgument = 0xe00002c2;
+/// kIOReturnNotOpen: the handle is not an open connection.
+inline constexpr KernelStatus kIOReturnNotOpen = 0xe00002cd;
+
+/// A handle of the kernel: an iterator, a service or a connection. 0 is no object.
+using IOObject = std::uint32_t;
+
+}  // namespace kelvora::platform

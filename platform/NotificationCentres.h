@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "KelvoraCore/PropertyListValue.h"
+
+namespace kelvora::platform {
+
+struct Notification {
+  std::string name;
+  std::optional<std::string> object;  ///< the sender text, none for most
+  std::optional<PropertyListValue::Dictionary> userInfo;
+};
+
+/// What becomes of notifications while the observing application is suspended.
+enum class SuspensionBehavior : std::uint8_t { kDefault, kCoalesce };
+
+/// Names an observation; never 0.
+using ObserverToken = std::uint64_t;
+
+/// One notification centre. Any thread may call; a distributed centre calls its observers on the
+/// main queue, an in-process one on the thread that posts.
+class NotificationCentre {
+ public:
+  virtual ~NotificationCentre() = default;
+  virtual ObserverToken addObserver(const std::string& name, SuspensionBehavior behavior,
+                                    std::function<void(const Notification&)> handler) = 0;
+  /// After it returns on the main thread the handler is not called again.
+  virtual void removeObserver(ObserverToken token) = 0;
+  virtual void post(const Notification& notification, bool deliverImmediately) = 0;
+};
+
+/// The two centres of a process. The distributed one reaches every program of the user's session;
+/// where the system offers none, it reaches only this process.
+class NotificationCentres {
+ public:
+  virtual ~NotificationCentres() = default;
+  virtual NotificationCentre& distributed() = 0;
+  virtual NotificationCentre& inProcess() = 0;
+  /// Whether `distributed()` reaches other processes.
+  virtual bool reachesOtherProcesses() const = 0;
+};
+
+}  // namespace kelvora::platform
