@@ -21,3 +21,13 @@ find_program(KELVORA_CCACHE ccache)
 if(KELVORA_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${KELVORA_CCACHE})
 endif()
+
+# kelvora_tidy(<target>): clang-tidy runs with each compilation where KELVORA_TIDY is on, so that
+# only what changed is checked again.
+option(KELVORA_TIDY "Run clang-tidy with each compilation" OFF)
+function(kelvora_tidy target)
+  if(KELVORA_TIDY)
+    find_program(KELVORA_CLANG_TIDY NAMES clang-tidy-14 clang-tidy REQUIRED)
+    set_target_properties(${target} PROPERTIES CXX_CLANG_TIDY "${KELVORA_CLANG_TIDY};--quiet")
+  endif()
+endfunction()
