@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "platform/Platform.h"
-#include "platform/recorded/MachineFile.h"
+#include "platform/recorded/RecordedMachine.h"
 
 namespace kelvora::platform {
 

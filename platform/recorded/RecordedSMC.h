@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/SMCUserClient.h"
-#include "platform/recorded/MachineFile.h"
+#include "platform/recorded/RecordedMachine.h"
 
 namespace kelvora::platform {
 

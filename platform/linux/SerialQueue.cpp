@@ -1,0 +1,83 @@
+#include "platform/SerialQueue.h"
+
+#include <condition_variable>
+#include <deque>
+#include <future>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include <pthread.h>
+
+namespace kelvora::platform {
+
+namespace {
+
+// The kernel keeps fifteen characters of a thread's name.
+constexpr std::size_t kLongestThreadName = 15;
+
+}  // namespace
+
+struct SerialQueue::Implementation {
+  std::string label;
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::deque<std::function<void()>> queued;
+  bool isEnding = false;
+  std::thread thread;
+
+  explicit Implementation(std::string name) : label(std::move(name)) {
+    thread = std::thread([this] { run(); });
+    pthread_setname_np(thread.native_handle(), label.substr(0, kLongestThreadName).c_str());
+  }
+
+  void run() {
+    std::unique_lock lock(mutex);
+    while (true) {
+      changed.wait(lock, [this] { return isEnding || !queued.empty(); });
+      if (queued.empty()) return;
+      {
+        const auto work = std::move(queued.front());
+        queued.pop_front();
+        lock.unlock();
+        work();
+      }
+      lock.lock();
+    }
+  }
+
+  void add(std::function<void()> work) {
+    const std::lock_guard lock(mutex);
+    queued.push_back(std::move(work));
+    changed.notify_one();
+  }
+
+  void end() {
+    {
+      const std::lock_guard lock(mutex);
+      isEnding = true;
+      changed.notify_one();
+    }
+    thread.join();
+  }
+};
+
+SerialQueue::SerialQueue(std::string label)
+    : implementation_(std::make_unique<Implementation>(std::move(label))) {}
+
+SerialQueue::~SerialQueue() { implementation_->end(); }
+
+const std::string& SerialQueue::label() const { return implementation_->label; }
+
+void SerialQueue::async(std::function<void()> work) {
+  if (work) implementation_->add(std::move(work));
+}
+
+void SerialQueue::sync(const std::function<void()>& work) {
+  std::packaged_task<void()> task(work);
+  std::future<void> done = task.get_future();
+  implementation_->add([&task] { task(); });
+  done.get();
+}
+
+}  // namespace kelvora::platform

@@ -1,0 +1,148 @@
+#pragma once
+
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "platform/Platform.h"
+#include "platform/SMCUserClient.h"
+
+namespace kelvora::testing {
+
+/// One 80-byte call, as it was sent.
+struct SMCCallRecord {
+  std::uint8_t command = 0;  ///< 5 read, 6 write, 8 key at index, 9 key info
+  std::uint32_t key = 0;     ///< packed
+  std::uint32_t data32 = 0;  ///< index of command 8
+  friend bool operator==(const SMCCallRecord&, const SMCCallRecord&) = default;
+};
+
+/// "TC0P" as it travels in a record.
+inline std::uint32_t packedKey(const char (&text)[5]) {
+  std::uint32_t packed = 0;
+  for (int i = 0; i < 4; ++i) packed = packed << 8 | static_cast<unsigned char>(text[i]);
+  return packed;
+}
+
+/// Forwards to another SMC, records every 80-byte call, and can make some of them fail.
+class ForwardingSMC : public platform::SMCUserClient {
+ public:
+  using Input = std::span<const std::byte>;
+  using Output = std::span<std::byte>;
+  /// Answers a call in place of the SMC behind, or none to let it through.
+  using Override =
+      std::function<std::optional<platform::KernelStatus>(const SMCCallRecord&, Output)>;
+
+  explicit ForwardingSMC(std::unique_ptr<platform::SMCUserClient> behind)
+      : behind_(std::move(behind)) {}
+
+  /// Puts a forwarding SMC before the platform's own and answers it; the platform owns it.
+  static ForwardingSMC& wrap(platform::Platform& platform) {
+    auto forwarding = std::make_unique<ForwardingSMC>(std::move(platform.ports().smc));
+    ForwardingSMC& result = *forwarding;
+    platform.ports().smc = std::move(forwarding);
+    return result;
+  }
+
+  /// The n-th call from now (1 is the next) answers `status` without reaching the SMC.
+  void failNth(int n, platform::KernelStatus status = platform::kIOReturnError) {
+    const std::lock_guard lock(mutex_);
+    failures_.emplace_back(calls_.size() + static_cast<std::size_t>(n), status);
+  }
+  void setOverride(Override override) {
+    const std::lock_guard lock(mutex_);
+    override_ = std::move(override);
+  }
+  /// What matchingServices and openService answer; none forwards.
+  std::optional<platform::KernelStatus> matchingStatus;
+  std::optional<platform::KernelStatus> openStatus;
+
+  std::vector<SMCCallRecord> calls() const {
+    const std::lock_guard lock(mutex_);
+    return calls_;
+  }
+  /// How many calls there were, of one command if it is given.
+  int count(std::optional<std::uint8_t> command = std::nullopt) const {
+    int number = 0;
+    for (const SMCCallRecord& call : calls()) number += !command || call.command == *command;
+    return number;
+  }
+  void forgetCalls() {
+    const std::lock_guard lock(mutex_);
+    calls_.clear();
+    failures_.clear();
+  }
+  int openConnections() const {
+    const std::lock_guard lock(mutex_);
+    return openConnections_;
+  }
+  platform::SMCUserClient& behind() { return *behind_; }
+
+  platform::KernelStatus matchingServices(const char* serviceClass,
+                                          platform::IOObject& iterator) override {
+    return matchingStatus ? *matchingStatus : behind_->matchingServices(serviceClass, iterator);
+  }
+  platform::IOObject nextService(platform::IOObject iterator) override {
+    return behind_->nextService(iterator);
+  }
+  void release(platform::IOObject object) override { behind_->release(object); }
+  platform::KernelStatus openService(platform::IOObject service, std::uint32_t type,
+                                     platform::IOObject& connection) override {
+    if (openStatus) return *openStatus;
+    const auto status = behind_->openService(service, type, connection);
+    changeOpenConnections(status, 1);
+    return status;
+  }
+  platform::KernelStatus closeService(platform::IOObject connection) override {
+    const auto status = behind_->closeService(connection);
+    changeOpenConnections(status, -1);
+    return status;
+  }
+  platform::KernelStatus callStructMethod(platform::IOObject connection, std::uint32_t selector,
+                                          Input input, Output output) override {
+    const SMCCallRecord call = recordOf(input);
+    if (const auto answer = note(call, output)) return *answer;
+    return behind_->callStructMethod(connection, selector, input, output);
+  }
+
+ private:
+  static SMCCallRecord recordOf(Input input) {
+    SMCCallRecord call;
+    if (input.size() != 80) return call;
+    call.command = static_cast<std::uint8_t>(input[42]);
+    std::memcpy(&call.key, input.data(), sizeof call.key);
+    std::memcpy(&call.data32, input.data() + 44, sizeof call.data32);
+    return call;
+  }
+
+  std::optional<platform::KernelStatus> note(const SMCCallRecord& call, Output output) {
+    Override override;
+    {
+      const std::lock_guard lock(mutex_);
+      calls_.push_back(call);
+      for (const auto& [number, status] : failures_) {
+        if (number == calls_.size()) return status;
+      }
+      override = override_;
+    }
+    return override ? override(call, output) : std::nullopt;
+  }
+
+  void changeOpenConnections(platform::KernelStatus status, int difference) {
+    const std::lock_guard lock(mutex_);
+    if (status == platform::kKernelSuccess) openConnections_ += difference;
+  }
+
+  std::unique_ptr<platform::SMCUserClient> behind_;
+  mutable std::mutex mutex_;
+  std::vector<SMCCallRecord> calls_;
+  std::vector<std::pair<std::size_t, platform::KernelStatus>> failures_;
+  Override override_;
+  int openConnections_ = 0;
+};
+
+}  // namespace kelvora::testing
