@@ -17,6 +17,9 @@ inline constexpr KernelStatus kIOReturnBadArgument = 0xe00002c2;
 /// kIOReturnNotOpen: the handle is not an open connection.
 inline constexpr KernelStatus kIOReturnNotOpen = 0xe00002cd;
 
+/// kIOReturnNotPermitted: this process may not do that.
+inline constexpr KernelStatus kIOReturnNotPermitted = 0xe00002e2;
+
 /// A handle of the kernel: an iterator, a service or a connection. 0 is no object.
 using IOObject = std::uint32_t;
 

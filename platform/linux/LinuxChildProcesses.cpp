@@ -94,10 +94,12 @@ class SpawnAttributes {
     posix_spawnattr_init(&attributes_);
     sigset_t none;
     sigemptyset(&none);
-    sigset_t all;
-    sigfillset(&all);
+    sigset_t ignoredByLibraries;
+    sigemptyset(&ignoredByLibraries);
+    sigaddset(&ignoredByLibraries, SIGPIPE);
+    sigaddset(&ignoredByLibraries, SIGCHLD);
     posix_spawnattr_setsigmask(&attributes_, &none);
-    posix_spawnattr_setsigdefault(&attributes_, &all);
+    posix_spawnattr_setsigdefault(&attributes_, &ignoredByLibraries);
     posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   }
   ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }

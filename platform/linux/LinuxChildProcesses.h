@@ -4,8 +4,9 @@
 
 namespace kelvora::platform {
 
-/// Starts programs with posix_spawn. A child gets the default signal dispositions and an empty
-/// signal mask; the quality-of-service class has no meaning here and is not applied.
+/// Starts programs with posix_spawn. A child starts with an empty signal mask, and with SIGPIPE and
+/// SIGCHLD as the system has them, whatever this process has set; the quality-of-service class has
+/// no meaning here and is not applied.
 class LinuxChildProcesses : public ChildProcesses {
  public:
   ChildLaunch launch(const ChildRequest& request) override;

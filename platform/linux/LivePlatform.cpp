@@ -1,18 +1,20 @@
-#include <bit>
 #include <utility>
 
 #include "platform/MemoryUserDefaults.h"
 #include "platform/Platform.h"
-#include "platform/SystemControlTable.h"
+#include "platform/linux/LinuxAuthorization.h"
 #include "platform/linux/LinuxChildProcesses.h"
 #include "platform/linux/LinuxFiles.h"
+#include "platform/linux/LinuxHostStatistics.h"
 #include "platform/linux/LinuxMainBundle.h"
 #include "platform/linux/LinuxMainQueue.h"
 #include "platform/linux/LinuxNotificationCentres.h"
+#include "platform/linux/LinuxSMC.h"
+#include "platform/linux/LinuxSystemControls.h"
+#include "platform/linux/LinuxSystemFacts.h"
+#include "platform/linux/LinuxWorkspace.h"
 #include "platform/recorded/RecordedHID.h"
 #include "platform/recorded/RecordedRegistry.h"
-#include "platform/recorded/RecordedSMC.h"
-#include "platform/recorded/RecordedSystem.h"
 
 namespace kelvora::platform {
 
@@ -24,20 +26,20 @@ constexpr Architecture kArchitecture = Architecture::kAppleSilicon;
 constexpr Architecture kArchitecture = Architecture::kIntel;
 #endif
 
-// What this system has no interface for answers like a recording of nothing.
-void addAbsentHardware(Ports& ports) {
-  ports.smc = std::make_unique<RecordedSMC>(std::nullopt);
+void addHardware(Ports& ports) {
+  ports.smc = std::make_unique<LinuxSMC>();
+  // Linux has neither: both answer like a recording of nothing.
   ports.hid = std::make_unique<RecordedHID>(std::nullopt);
   ports.registry = std::make_unique<RecordedRegistry>(std::nullopt);
 }
 
 void addSystem(Ports& ports) {
-  ports.systemControls = std::make_unique<SystemControlTable>(SystemControlTable::Values{});
-  ports.hostStatistics = std::make_unique<RecordedHostStatistics>(RecordedStatistics{});
-  ports.systemFacts = std::make_unique<RecordedSystemFacts>(RecordedMachine{});
-  ports.workspace = std::make_unique<RecordedWorkspace>(std::vector<RunningApplication>{});
-  ports.authorization = std::make_unique<RefusingAuthorization>();
+  ports.systemControls = std::make_unique<LinuxSystemControls>();
+  ports.hostStatistics = std::make_unique<LinuxHostStatistics>();
+  ports.systemFacts = std::make_unique<LinuxSystemFacts>();
   ports.childProcesses = std::make_unique<LinuxChildProcesses>();
+  ports.workspace = std::make_unique<LinuxWorkspace>();
+  ports.authorization = std::make_unique<LinuxAuthorization>();
   ports.files = std::make_unique<LinuxFiles>();
 }
 
@@ -52,7 +54,7 @@ void addProcess(Ports& ports) {
 
 std::unique_ptr<Platform> makeLivePlatform() {
   Ports ports;
-  addAbsentHardware(ports);
+  addHardware(ports);
   addSystem(ports);
   addProcess(ports);
   PlatformIdentity identity{"This computer", true, kArchitecture};

@@ -74,7 +74,7 @@ std::int64_t JSONPlace::integer(std::int64_t lowest, std::int64_t highest) const
       value_.get<std::uint64_t>() > std::uint64_t{std::numeric_limits<std::int64_t>::max()};
   const std::int64_t value = isBeyondSigned ? 0 : value_.get<std::int64_t>();
   if (isBeyondSigned || value < lowest || value > highest) {
-    refuse(value_.dump() + " is not within " + std::to_string(lowest) + " and " +
+    refuse(value_.dump() + " is not between " + std::to_string(lowest) + " and " +
            std::to_string(highest));
   }
   return value;

@@ -2,12 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
-#include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
-#include "platform/SMCUserClient.h"
+#include "platform/SoftwareSMC.h"
 #include "platform/recorded/RecordedMachine.h"
 
 namespace kelvora::platform {
@@ -20,27 +19,27 @@ struct SMCWrite {
 
 /// An SMC that answers from a list of keys, with the command codes of the real one: 5 read bytes,
 /// 6 write bytes, 8 key at index, 9 key info. An unknown key or index answers status 0, result 132
-/// and size 0. Without a list there is no SMC service. Any thread.
-class RecordedSMC : public SMCUserClient {
+/// and size 0. Of a key that is listed twice the first is read and written. Without a list there is
+/// no SMC service. Any thread.
+class RecordedSMC : public SoftwareSMC {
  public:
   explicit RecordedSMC(std::optional<std::vector<RecordedSMCKey>> keys);
-  ~RecordedSMC() override;
-
-  KernelStatus matchingServices(const char* serviceClass, IOObject& iterator) override;
-  IOObject nextService(IOObject iterator) override;
-  void release(IOObject object) override;
-  KernelStatus openService(IOObject service, std::uint32_t type, IOObject& connection) override;
-  KernelStatus closeService(IOObject connection) override;
-  KernelStatus callStructMethod(IOObject connection, std::uint32_t selector,
-                                std::span<const std::byte> input,
-                                std::span<std::byte> output) override;
 
   /// The writes taken so far, oldest first.
   std::vector<SMCWrite> writes() const;
 
+ protected:
+  bool hasService() const override { return hasService_; }
+  KernelStatus perform(const Request& request, Reply& reply) override;
+
  private:
-  struct State;
-  std::unique_ptr<State> state_;
+  RecordedSMCKey* find(std::uint32_t key);
+  void write(RecordedSMCKey& key, const Request& request, Reply& reply);
+
+  bool hasService_;
+  std::vector<RecordedSMCKey> keys_;
+  std::vector<std::pair<std::uint32_t, std::size_t>> indexByKey_;  // sorted
+  std::vector<SMCWrite> writes_;
 };
 
 }  // namespace kelvora::platform
