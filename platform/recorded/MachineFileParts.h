@@ -19,7 +19,7 @@ void readHost(const JSONPlace& host, RecordedMachine& machine);
 std::vector<Display> displaysAt(const JSONPlace& displays);
 std::vector<RecordedVolume> volumesAt(const JSONPlace& volumes);
 std::vector<RunningApplication> applicationsAt(const JSONPlace& applications);
-RecordedStatistics statisticsAt(const JSONPlace& statistics);
+RecordedStatistics statisticsAt(const JSONPlace& place);
 
 /// The bytes that a text spells in hexadecimal, two digits each, of either case.
 std::vector<std::byte> hexadecimalBytesAt(const JSONPlace& place);
