@@ -28,7 +28,9 @@ class Grant : public AuthorizationGrant {
     ChildLaunch launch = children_->launch(request);
     if (launch.child == nullptr) return false;
     // The caller does not wait for the tool, but someone has to, or it would stay as a zombie.
-    std::thread([child = std::move(launch.child)] { child->waitUntilExit(); }).detach();
+    std::thread([children = children_, child = std::move(launch.child)] {
+      child->waitUntilExit();
+    }).detach();
     return true;
   }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -37,8 +38,8 @@ class ScriptedChildProcesses : public platform::ChildProcesses {
   }
 
   std::vector<platform::ChildRequest> requests;  ///< in order
-  int waits = 0;                                 ///< children that were waited for
-  int closedOutputs = 0;                         ///< outputs that were closed
+  std::atomic<int> waits = 0;                    ///< children that were waited for
+  std::atomic<int> closedOutputs = 0;            ///< outputs that were closed
 
  private:
   class Child : public platform::ChildProcess {
