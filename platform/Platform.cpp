@@ -1,5 +1,6 @@
 #include "platform/Platform.h"
 
+#include <atomic>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
@@ -13,11 +14,9 @@ std::mutex& currentMutex() {
   return mutex;
 }
 
-// Never destroyed: objects that live for the process use it until the very end.
-Platform*& currentPlatform() {
-  static Platform* platform = nullptr;
-  return platform;
-}
+// Never destroyed: objects that live for the process use it until the very end. The mutex guards its
+// creation; the SMC asks for it with every call, so that looking it up takes no lock.
+constinit std::atomic<Platform*> currentPlatform{nullptr};
 
 }  // namespace
 
@@ -29,19 +28,24 @@ Platform::Platform(PlatformIdentity identity, Ports ports)
     : identity_(std::move(identity)), ports_(std::move(ports)) {}
 
 Platform& Platform::current() {
-  const std::lock_guard lock(currentMutex());
-  if (currentPlatform() == nullptr) {
-    currentPlatform() = makeLivePlatform().release();
+  Platform* platform = currentPlatform.load(std::memory_order_acquire);
+  if (platform == nullptr) {
+    const std::lock_guard lock(currentMutex());
+    platform = currentPlatform.load(std::memory_order_relaxed);
+    if (platform == nullptr) {
+      platform = makeLivePlatform().release();
+      currentPlatform.store(platform, std::memory_order_release);
+    }
   }
-  return *currentPlatform();
+  return *platform;
 }
 
 void Platform::install(std::unique_ptr<Platform> platform) {
   const std::lock_guard lock(currentMutex());
-  if (currentPlatform() != nullptr) {
+  if (currentPlatform.load(std::memory_order_relaxed) != nullptr) {
     throw std::logic_error("Platform::install: a platform is in use already");
   }
-  currentPlatform() = platform.release();
+  currentPlatform.store(platform.release(), std::memory_order_release);
 }
 
 }  // namespace kelvora::platform

@@ -1,0 +1,139 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// The System Management Controller by its own protocol: 80-byte records that are exchanged with the
+// user client of the `AppleSMC` service. There is one connection per process, shared by all
+// callers. Any thread may call these functions; nothing here allocates.
+//
+// A key ("TC0P") or a data type ("sp78") is four bytes. Packed, it is a 32-bit number with the
+// first byte in the most significant place: "TC0P" is 0x54433050. Statuses are IOKit's, 0 is
+// success.
+
+namespace kelvora {
+
+/// What the SMC tells of a key. A cache keeps the entries of the first 100 keys that are asked for.
+struct SMCKeyInfo {
+  std::uint32_t key = 0;            ///< packed
+  std::uint32_t dataSize = 0;       ///< payload bytes that the key holds, 0 when it is unknown
+  std::uint32_t dataType = 0;       ///< packed, e.g. 0x73703738 for "sp78"
+  std::uint8_t dataAttributes = 0;  ///< as the SMC reports them
+  std::uint8_t padding[3] = {};
+};
+
+/// One key with its payload. Integers and fixed-point values in `bytes` are big-endian; "flt " is
+/// in host byte order. Payload bytes beyond `dataSize` are zero after a read.
+struct SMCValueRecord {
+  char key[5] = {};  ///< four bytes and a NUL
+  std::uint8_t padding0[3] = {};
+  std::uint32_t dataSize = 0;  ///< as the SMC reports it; more than 32 from a faulty SMC
+  char dataType[5] = {};       ///< four bytes with any trailing blank ("ui8 ") and a NUL
+  std::uint8_t bytes[32] = {};
+  std::uint8_t padding1[3] = {};
+};
+
+/// The key information inside a parameter record.
+struct SMCParamKeyInfo {
+  std::uint32_t dataSize = 0;
+  std::uint32_t dataType = 0;
+  std::uint8_t dataAttributes = 0;
+  std::uint8_t padding[3] = {};
+};
+
+/// Request and reply of every call: the wire format of the system's SMC driver. Fields of several
+/// bytes are in host byte order.
+struct SMCParamRecord {
+  std::uint32_t key = 0;                      ///< request; at index replies, the key found there
+  std::uint8_t versionAndLimitData[24] = {};  ///< two blocks of the driver's, always zero here
+  SMCParamKeyInfo keyInfo;                    ///< reply of command 9; size set in reads and writes
+  std::uint8_t result = 0;                    ///< the SMC's result byte: 0 success, 132 no such key
+  std::uint8_t status = 0;
+  std::uint8_t command = 0;  ///< 5 read bytes, 6 write bytes, 8 key at index, 9 key information
+  std::uint8_t padding = 0;
+  std::uint32_t data32 = 0;     ///< the index of command 8
+  std::uint8_t bytes[32] = {};  ///< payload
+};
+
+static_assert(sizeof(SMCKeyInfo) == 16);
+static_assert(offsetof(SMCKeyInfo, key) == 0);
+static_assert(offsetof(SMCKeyInfo, dataSize) == 4);
+static_assert(offsetof(SMCKeyInfo, dataType) == 8);
+static_assert(offsetof(SMCKeyInfo, dataAttributes) == 12);
+
+static_assert(sizeof(SMCValueRecord) == 52);
+static_assert(offsetof(SMCValueRecord, key) == 0);
+static_assert(offsetof(SMCValueRecord, dataSize) == 8);
+static_assert(offsetof(SMCValueRecord, dataType) == 12);
+static_assert(offsetof(SMCValueRecord, bytes) == 17);
+
+static_assert(sizeof(SMCParamRecord) == 80);
+static_assert(offsetof(SMCParamRecord, key) == 0);
+static_assert(offsetof(SMCParamRecord, versionAndLimitData) == 4);
+static_assert(offsetof(SMCParamRecord, keyInfo) == 28);
+static_assert(offsetof(SMCParamRecord, keyInfo.dataType) == 32);
+static_assert(offsetof(SMCParamRecord, keyInfo.dataAttributes) == 36);
+static_assert(offsetof(SMCParamRecord, keyInfo.padding) == 37);
+static_assert(offsetof(SMCParamRecord, result) == 40);
+static_assert(offsetof(SMCParamRecord, status) == 41);
+static_assert(offsetof(SMCParamRecord, command) == 42);
+static_assert(offsetof(SMCParamRecord, padding) == 43);
+static_assert(offsetof(SMCParamRecord, data32) == 44);
+static_assert(offsetof(SMCParamRecord, bytes) == 48);
+
+extern "C" {
+
+/// Connects to the first `AppleSMC` service of the current platform: 0, or 1 on any failure, which
+/// is also printed to standard output. A connection that was open before is not closed. After a
+/// failure there is no valid connection: every other call fails with a status of IOKit's.
+std::uint32_t SMCOpen();
+
+/// Closes the connection; IOServiceClose's status.
+std::uint32_t SMCClose();
+
+/// One IOConnectCallStructMethod on the connection; its status. The SMC's commands have selector 2.
+std::uint32_t SMCCall(std::uint32_t selector, const SMCParamRecord* input, SMCParamRecord* output);
+
+/// Fills size, type and attributes of a key, without contacting the SMC when they are cached. A key
+/// that the SMC does not know answers success and size 0, and is cached like any other. On failure
+/// `keyInfo` stays as it was and nothing is cached.
+std::uint32_t SMCGetKeyInfo(std::uint32_t packedKey, SMCKeyInfo* keyInfo);
+
+/// Reads a key by its first four bytes (a shorter text is padded with NUL). The SMC's result byte
+/// is not examined: an unknown key gives success and size 0. On failure the record holds what was
+/// learned before: the key, and its size and type when only the payload could not be read.
+std::uint32_t SMCReadKey(const char* keyText, SMCValueRecord* valueOut);
+
+/// Reads the key at a position of the SMC's key table, counted from 0: name, size, type and
+/// payload. 0xe00002bc (kIOReturnError) when there is no such position; then nothing is read.
+std::uint32_t SMCReadKeyByIndex(std::uint32_t index, SMCValueRecord* valueOut);
+
+/// Writes a record's 32 bytes to its key; needs root on a live Mac. 0xe00002bc, without writing,
+/// when the record's size is not exactly the key's own.
+std::uint32_t SMCWriteKey(SMCValueRecord value);
+
+/// A record's payload as a number by its type and size: "sp78" bytes ff 80 are -0.5, "{pwm" bytes
+/// 80 00 are 50 (percent). 0 for size 0; exactly -1 when type or size are unknown, which a genuine
+/// reading of -1 cannot be told from. Types are compared with their NUL: "ui8" followed by two NULs
+/// is unknown. "ui8 ", "ui16" and "ui32" are taken at any size, modulo 2^32 and at most 32 bytes.
+float SMCConvertValueToNumber(SMCValueRecord value);
+
+/// The first `size` bytes as a big-endian integer modulo 2^32. With base 16 each byte is extended
+/// by its sign before it is shifted (ff 01 is 4294967041), with any other it is not (65281). 0 for
+/// a size below 1.
+std::uint32_t SMCConvertStringToNumber(const std::uint8_t* bytes, std::int32_t size,
+                                       std::int32_t base);
+
+/// Writes the four bytes of a packed key or type and a NUL; `textOut` has room for five. Answers
+/// the count of characters, 4.
+std::int32_t SMCConvertNumberToString(char* textOut, std::uint32_t packed);
+
+/// Unsigned big-endian fixed point, exact only for two fraction bits: 0f a2 is 1000.5 for "fpe2".
+/// With any other count the last bits still count in quarters, which users of the function rely on.
+/// 0 for a size below 1 and for fraction bits outside 0 to 8.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): exported under this name
+float _strtof(const std::uint8_t* bytes, std::int32_t size, std::int32_t fractionBits);
+
+}  // extern "C"
+
+}  // namespace kelvora
