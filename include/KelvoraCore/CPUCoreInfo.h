@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kelvora {
+
+enum CPUCoreType : std::int32_t {
+  CPUCoreTypeUnknown = 0,
+  CPUCoreTypeEfficiency = 1,
+  CPUCoreTypePerformance = 2,
+};
+
+/// One processor core of an Apple-silicon Mac.
+struct CPUCoreInfo {
+  std::int32_t coreId = 0;  ///< the hardware's identifier
+  std::string name;         ///< of the core's node in the I/O registry, e.g. "cpu0"
+  std::int32_t type = CPUCoreTypeUnknown;
+
+  friend bool operator==(const CPUCoreInfo&, const CPUCoreInfo&) = default;
+};
+
+/// What the I/O registry's device tree tells of the cores. Counts that it does not tell are none.
+struct CPUCoresInfo {
+  std::vector<CPUCoreInfo> coreList;  ///< in the registry's order; empty on an Intel Mac
+  std::optional<std::int32_t> pCores;
+  std::optional<std::int32_t> eCores;
+};
+
+}  // namespace kelvora

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace kelvora {
+
+struct ZDOSVersion {
+  std::int64_t major = 0;
+  std::int64_t minor = 0;
+  std::int64_t patch = 0;
+
+  friend bool operator==(const ZDOSVersion&, const ZDOSVersion&) = default;
+};
+
+/// The operating system.
+struct ZDOSInfo {
+  ZDOSVersion version;  ///< all 0 when the system does not tell
+  std::string build;    ///< "22F66" or "Unknown"
+
+  /// "13.4.0"
+  std::string versionString() const;
+  /// The release's name, "High Sierra" (10.13) to "Ventura" (13); every other release is "Unknown".
+  std::string name() const;
+};
+
+}  // namespace kelvora

@@ -1,0 +1,63 @@
+#include <mutex>
+
+#include <unicode/gregocal.h>
+#include <unicode/smpdtfmt.h>
+#include <unicode/timezone.h>
+
+#include "KelvoraCore/KVExtension.h"
+
+namespace kelvora::KVExtension {
+
+struct DateFormatter::Implementation {
+  explicit Implementation(UErrorCode& status)
+      : format(icu::UnicodeString(), icu::Locale("en_US_POSIX"), status) {
+    format.adoptCalendar(new icu::GregorianCalendar(icu::TimeZone::createDefault(),
+                                                    icu::Locale("en_US_POSIX"), status));
+  }
+
+  std::mutex mutex;  // the pattern and the text that it gives belong together
+  icu::SimpleDateFormat format;
+};
+
+DateFormatter::DateFormatter() {
+  UErrorCode status = U_ZERO_ERROR;
+  implementation_ = std::make_unique<Implementation>(status);
+}
+
+DateFormatter::~DateFormatter() = default;
+
+std::string DateFormatter::stringFromDate(Date date, std::string_view pattern) {
+  const auto sinceEpoch = std::chrono::floor<std::chrono::milliseconds>(date.time_since_epoch());
+  const icu::UnicodeString decodedPattern = icu::UnicodeString::fromUTF8(
+      icu::StringPiece(pattern.data(), static_cast<std::int32_t>(pattern.size())));
+  icu::UnicodeString text;
+  {
+    const std::lock_guard lock(implementation_->mutex);
+    implementation_->format.applyPattern(decodedPattern);
+    implementation_->format.format(static_cast<UDate>(sinceEpoch.count()), text);
+  }
+  std::string result;
+  return text.toUTF8String(result);
+}
+
+// Never destroyed: whatever lives for the process formats dates until the very end.
+DateFormatter& dateFormatter() {
+  static auto* const formatter = new DateFormatter;
+  return *formatter;
+}
+
+std::string timeOnlyFormat(Date date) { return dateFormatter().stringFromDate(date, "HH:mm:ss"); }
+
+std::string dateOnlyFormat(Date date) { return dateFormatter().stringFromDate(date, "yyyy-MM-dd"); }
+
+std::string dateTimeFormat(Date date) { return dateOnlyFormat(date) + ' ' + timeOnlyFormat(date); }
+
+std::string shortDateOnlyFormat(Date date) { return dateFormatter().stringFromDate(date, "M/dd"); }
+
+std::string shortTimeOnlyFormat(Date date) { return dateFormatter().stringFromDate(date, "HH:mm"); }
+
+std::string dateTimeFormatForGraph(Date date) {
+  return dateFormatter().stringFromDate(date, "M/dd/yyyy") + '\n' + timeOnlyFormat(date);
+}
+
+}  // namespace kelvora::KVExtension

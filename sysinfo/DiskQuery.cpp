@@ -1,0 +1,40 @@
+#include "sysinfo/DiskQuery.h"
+
+#include <string>
+#include <vector>
+
+#include "platform/Blanks.h"
+#include "platform/Log.h"
+#include "platform/SystemFacts.h"
+
+namespace kelvora {
+
+namespace {
+
+// The slash at the front is a path component of its own, so that only "/" has exactly one.
+bool isRoot(const std::string& path) {
+  return !path.empty() && path.find_first_not_of('/') == std::string::npos;
+}
+
+}  // namespace
+
+std::optional<ZDDiskInfo> queryDisk(platform::SystemFacts& facts) {
+  const std::vector<std::string> volumes = facts.mountedVolumePaths();
+  if (volumes.empty()) {
+    platform::log("empty disk after fetching list");
+    return std::nullopt;
+  }
+  std::optional<std::string> root;
+  for (const std::string& path : volumes) {
+    if (isRoot(path)) root = path;
+  }
+  if (!root) return std::nullopt;
+  const auto description = facts.diskDescription(*root);
+  if (!description || description->mediaRemovable) return std::nullopt;
+  const std::string model = description->deviceModel.value_or("");
+  return ZDDiskInfo{.name = description->mediaName.value_or(""),
+                    .model = std::string(platform::trimmedOfBlanksAndLineEnds(model)),
+                    .size = description->mediaSizeBytes};
+}
+
+}  // namespace kelvora

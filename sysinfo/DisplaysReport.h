@@ -1,0 +1,26 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KelvoraCore/ZDGPUInfo.h"
+
+namespace kelvora {
+
+/// What a report of the graphics processors told.
+struct DisplaysReport {
+  std::optional<std::vector<ZDGPUInfo>> gpuInfos;  ///< none when the report cannot be used
+  std::optional<std::string> failure;  ///< why, when values are not of the expected kind
+};
+
+/// Reads what `system_profiler SPDisplaysDataType -json` printed.
+///
+/// A text that is not JSON gives no list and no failure. A report without "SPDisplaysDataType"
+/// gives an empty list. Where the platform's code would meet an object that does not answer, there
+/// is a failure: the report or one of its entries is not an object, the list is not an array, or
+/// "sppci_cores" is neither a text nor a number. Any other member of a wrong kind is none.
+DisplaysReport parseDisplaysReport(std::string_view text);
+
+}  // namespace kelvora

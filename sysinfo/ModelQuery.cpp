@@ -1,0 +1,86 @@
+#include "sysinfo/ModelQuery.h"
+
+#include <charconv>
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "KelvoraCore/KVExtension.h"
+#include "KelvoraCore/ZDSystemKitHelper.h"
+
+#include "platform/Platform.h"
+#include "sysinfo/HardwareReport.h"
+#include "sysinfo/ModelCatalogue.h"
+#include "sysinfo/SystemControlValues.h"
+
+namespace kelvora {
+
+namespace {
+
+struct FamilyPrefix {
+  const char* prefix;
+  std::int64_t family;
+};
+
+// The first row that holds decides: "MacBookPro" also begins with "MacBook".
+constexpr FamilyPrefix kFamilyPrefixes[] = {
+    {"MacBookPro", ZDModelFamilyMacBookPro}, {"MacBookAir", ZDModelFamilyMacBookAir},
+    {"MacBook", ZDModelFamilyMacBook},       {"iMac", ZDModelFamilyIMac},
+    {"Macmini", ZDModelFamilyMacMini},       {"MacPro", ZDModelFamilyMacPro},
+    {"Xserve", ZDModelFamilyXserve},
+};
+
+HardwareReport hardwareReport(platform::ChildProcesses& children) {
+  const auto text = ZDSystemKitHelper::processWithPath("/usr/sbin/system_profiler",
+                                                       {"SPHardwareDataType", "-json"}, children);
+  return text ? parseHardwareReport(*text) : HardwareReport{};
+}
+
+std::int64_t currentYear() {
+  const std::string text =
+      KVExtension::dateFormatter().stringFromDate(std::chrono::system_clock::now(), "yyyy");
+  std::int64_t year = 0;
+  std::from_chars(text.data(), text.data() + text.size(), year);
+  return year;
+}
+
+ZDModelInfo unknownModel(const std::string& identifier, const HardwareReport& report) {
+  return ZDModelInfo::objectWithName(report.fallbackName, report.fallbackName ? currentYear() : 0,
+                                     familyOfIdentifier(identifier));
+}
+
+ZDResolution mainScreenSize(platform::SystemFacts& facts) {
+  const auto displays = facts.activeDisplays();
+  if (displays.empty()) return {};
+  return {.width = displays.front().width, .height = displays.front().height};
+}
+
+std::int64_t endiannessOf(std::int64_t byteOrder) {
+  if (byteOrder == 1234) return ZDEndiannessLittle;
+  return byteOrder == 4321 ? ZDEndiannessBig : ZDEndiannessUnknown;
+}
+
+}  // namespace
+
+std::int64_t familyOfIdentifier(std::string_view identifier) {
+  for (const FamilyPrefix& row : kFamilyPrefixes) {
+    if (identifier.starts_with(row.prefix)) return row.family;
+  }
+  return ZDModelFamilyUnknown;
+}
+
+ZDModelInfo queryModel(platform::Platform& platform) {
+  const std::string identifier = sysctlNSStringForKey("hw.model", platform.systemControls());
+  const HardwareReport report = hardwareReport(platform.childProcesses());
+  const std::int64_t byteOrder = sysctlNumberForKey("hw.byteorder", platform.systemControls());
+  const CatalogueModel* known = catalogueModel(identifier);
+  ZDModelInfo info = known != nullptr ? modelRecord(*known) : unknownModel(identifier, report);
+  info.modelId = identifier;
+  info.modelNumber = report.modelNumber;
+  info.serial = report.serial;
+  info.displayResolution = mainScreenSize(platform.systemFacts());
+  info.endianness = endiannessOf(byteOrder);
+  return info;
+}
+
+}  // namespace kelvora

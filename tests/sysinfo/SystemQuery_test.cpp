@@ -1,0 +1,63 @@
+#include "sysinfo/SystemQuery.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+#include <unicode/locid.h>
+
+#include "tests/sysinfo/InventoryMachine.h"
+
+namespace kelvora {
+namespace {
+
+ZDOSInfo systemOf(std::optional<platform::OSVersion> version, const std::string& text) {
+  platform::RecordedMachine machine;
+  machine.osVersion = version;
+  machine.osText = text;
+  const auto platform = testing::recordedPlatform(std::move(machine));
+  return queryOS(platform->systemFacts());
+}
+
+std::string buildOf(const std::string& text) { return systemOf(std::nullopt, text).build; }
+
+TEST(SystemQuery, TheBuildStandsInTheBracketsOfTheVersionText) {
+  EXPECT_EQ(buildOf("Version 13.4 (Build 22F66)"), "22F66");
+  EXPECT_EQ(buildOf("Version 13.4 (22F66)"), "22F66");
+  EXPECT_EQ(buildOf("a (Build 1) (Build 2)"), "1 ");
+  EXPECT_EQ(buildOf("("), "");
+}
+
+TEST(SystemQuery, WithoutABracketTheBuildIsUnknown) {
+  EXPECT_EQ(buildOf("Version 13.4 Build 22F66)"), "Unknown");
+  EXPECT_EQ(buildOf(""), "Unknown");
+}
+
+TEST(SystemQuery, TheVersionIsTheSystemsOrZeros) {
+  EXPECT_EQ(systemOf(platform::OSVersion{13, 4, 1}, "").version, (ZDOSVersion{13, 4, 1}));
+  EXPECT_EQ(systemOf(std::nullopt, "").version, ZDOSVersion{});
+}
+
+TEST(SystemQuery, Version14IsUnknown) {
+  EXPECT_EQ(systemOf(platform::OSVersion{14, 0, 0}, "").name(), "Unknown");
+}
+
+std::string memoryOf(const testing::Controls& controls) {
+  UErrorCode status = U_ZERO_ERROR;
+  icu::Locale::setDefault(icu::Locale("en_US"), status);
+  const auto platform = testing::recordedPlatform(testing::machineWithControls(controls));
+  return queryMemory(platform->systemControls()).physicalMemory;
+}
+
+TEST(SystemQuery, MemoryIsFormattedInMultiplesOf1024) {
+  EXPECT_EQ(memoryOf({{"hw.memsize", platform::int64ControlBytes(17'179'869'184)}}), "16 GB");
+  EXPECT_EQ(memoryOf({{"hw.memsize", platform::int64ControlBytes(1'610'612'736)}}), "1.5 GB");
+}
+
+TEST(SystemQuery, MemoryIsUnsigned) {
+  EXPECT_EQ(memoryOf({{"hw.memsize", platform::int64ControlBytes(-1)}}), "16 EB");
+}
+
+TEST(SystemQuery, AbsentMemoryIsZero) { EXPECT_EQ(memoryOf({}), "Zero KB"); }
+
+}  // namespace
+}  // namespace kelvora
