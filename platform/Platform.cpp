@@ -14,8 +14,8 @@ std::mutex& currentMutex() {
   return mutex;
 }
 
-// Never destroyed: objects that live for the process use it until the very end. The mutex guards its
-// creation; the SMC asks for it with every call, so that looking it up takes no lock.
+// Never destroyed: objects that live for the process use it until the very end. The mutex guards
+// its creation; the SMC asks for it with every call, so that looking it up takes no lock.
 constinit std::atomic<Platform*> currentPlatform{nullptr};
 
 }  // namespace
