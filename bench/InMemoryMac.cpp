@@ -1,0 +1,176 @@
+#include "InMemoryMac.h"
+
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+
+#include "KelvoraCore/SensorController.h"
+
+#include "platform/recorded/RecordedPlatform.h"
+
+namespace kelvora::bench {
+
+namespace {
+
+constexpr int kSensorsPerPattern = 8;
+constexpr std::string_view kCharacters =
+    "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+
+std::uint32_t packed(std::string_view text) {
+  std::uint32_t code = 0;
+  for (const char character : text) code = code << 8 | static_cast<unsigned char>(character);
+  return code;
+}
+
+platform::RecordedSMCKey recorded(std::string_view key, std::string_view type,
+                                  std::initializer_list<unsigned> bytes) {
+  platform::RecordedSMCKey result;
+  result.key = packed(key);
+  result.type = packed(type);
+  for (const unsigned byte : bytes) result.bytes.push_back(static_cast<std::byte>(byte));
+  return result;
+}
+
+// Around 40 in the unit of the key's first letter, in types that Macs use for it.
+platform::RecordedSMCKey sensorKey(const std::string& key, std::size_t index) {
+  const auto low = static_cast<unsigned>(index % 256);
+  if (index % 4 == 3) return recorded(key, "flt ", {0x00, low, 0x20, 0x42});
+  switch (key[0]) {
+    case 'T':
+      return recorded(key, "sp78", {0x28, low});
+    case 'V':
+      return recorded(key, "sp3c", {0x28, low});
+    case 'I':
+      return recorded(key, "sp5a", {0x28, low});
+    default:
+      return recorded(key, "sp96", {0x28, low});
+  }
+}
+
+class KeyNames {
+ public:
+  explicit KeyNames(std::size_t count) : count_(count) {
+    addCatalogue();
+    addUnknown();
+  }
+  const std::vector<std::string>& list() const { return list_; }
+
+ private:
+  void add(const std::string& key) {
+    if (list_.size() < count_ && known_.insert(key).second) list_.push_back(key);
+  }
+
+  void addCatalogue() {
+    for (const SensorPtr& sensor : SensorController::getDefaultSMCSensors()) {
+      if ((sensor->platform & SensorPlatformIntel) == 0) continue;
+      const std::size_t percent = sensor->key.find('%');
+      if (percent == std::string::npos) {
+        add(sensor->key);
+        continue;
+      }
+      for (int index = 0; index < kSensorsPerPattern; ++index) {
+        std::string key = sensor->key;
+        add(key.replace(percent, 1, std::to_string(index)));
+      }
+    }
+  }
+
+  void addUnknown() {
+    for (std::size_t i = 0; list_.size() < count_; ++i) {
+      const std::size_t base = kCharacters.size();
+      add({"TVIP"[i % 4], kCharacters[i / 4 / base / base % base], kCharacters[i / 4 / base % base],
+           kCharacters[i / 4 % base]});
+    }
+  }
+
+  std::size_t count_;
+  std::vector<std::string> list_;
+  std::unordered_set<std::string> known_;
+};
+
+std::vector<platform::RecordedSMCKey> fanKeys(char fan) {
+  const auto key = [fan](const char* suffix) { return std::string("F") + fan + suffix; };
+  return {recorded(key("ID"), "{fds", {'L', 'e', 'f', 't'}),
+          recorded(key("Ac"), "fpe2", {0x21, 0xc0}), recorded(key("Mn"), "fpe2", {0x1f, 0x40}),
+          recorded(key("Mx"), "fpe2", {0x60, 0xe0})};
+}
+
+// Forwards to a recorded SMC and keeps what it is asked.
+class CallRecorder : public platform::RecordedSMC {
+ public:
+  explicit CallRecorder(const std::vector<platform::RecordedSMCKey>& keys) : RecordedSMC(keys) {
+    for (const platform::RecordedSMCKey& key : keys) types_[key.key] = key.type;
+  }
+
+  platform::KernelStatus callStructMethod(platform::IOObject connection, std::uint32_t selector,
+                                          std::span<const std::byte> input,
+                                          std::span<std::byte> output) override {
+    Call call;
+    std::memcpy(&call.request, input.data(), sizeof call.request);
+    call.dataType = types_[call.request.key];
+    calls.push_back(call);
+    return RecordedSMC::callStructMethod(connection, selector, input, output);
+  }
+
+  std::vector<Call> calls;
+
+ private:
+  std::map<std::uint32_t, std::uint32_t> types_;
+};
+
+}  // namespace
+
+std::vector<platform::RecordedSMCKey> smcKeys(std::size_t sensorKeys) {
+  std::vector<platform::RecordedSMCKey> keys;
+  const std::size_t count = 2 + 2 * fanKeys('0').size() + sensorKeys;
+  keys.push_back(
+      recorded("#KEY", "ui32",
+               {0, 0, static_cast<unsigned>(count / 256), static_cast<unsigned>(count % 256)}));
+  keys.push_back(recorded("FNum", "ui8 ", {2}));
+  for (const char fan : {'0', '1'}) {
+    for (platform::RecordedSMCKey& key : fanKeys(fan)) keys.push_back(std::move(key));
+  }
+  const KeyNames names(sensorKeys);
+  for (std::size_t i = 0; i < sensorKeys; ++i) keys.push_back(sensorKey(names.list()[i], i));
+  return keys;
+}
+
+platform::Platform& currentPlatform() {
+  static platform::Platform& installed = []() -> platform::Platform& {
+    platform::RecordedMachine machine;
+    machine.title = "Mac in memory";
+    for (const char character : std::string_view("Intel(R) Core(TM) i7\0", 21)) {
+      machine.sysctl["machdep.cpu.brand_string"].push_back(static_cast<std::byte>(character));
+    }
+    platform::Platform::install(platform::makeRecordedPlatform(std::move(machine)));
+    return platform::Platform::current();
+  }();
+  return installed;
+}
+
+const ZDSystemDevice& device() {
+  static const ZDSystemDevice device(currentPlatform());
+  return device;
+}
+
+platform::SMCUserClient& installSMC(std::unique_ptr<platform::SMCUserClient> smc) {
+  currentPlatform().ports().smc = std::move(smc);
+  return currentPlatform().smc();
+}
+
+std::vector<Call> callsOfAReading(std::size_t sensorKeys) {
+  auto recorder = std::make_unique<CallRecorder>(smcKeys(sensorKeys));
+  CallRecorder& recorded = *recorder;
+  installSMC(std::move(recorder));
+  SensorController controller(currentPlatform(), device());
+  controller.getAllSensors();
+  recorded.calls.clear();
+  controller.getAllSensors();
+  return recorded.calls;
+}
+
+}  // namespace kelvora::bench

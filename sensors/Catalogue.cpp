@@ -1,0 +1,170 @@
+#include "sensors/Catalogue.h"
+
+namespace kelvora {
+
+namespace {
+
+constexpr std::uint64_t kEveryPlatform = 511;
+constexpr std::uint64_t kAppleSilicon = 510;
+constexpr std::uint64_t kM1Families = 30;
+constexpr bool kAveraged = true;
+constexpr bool kNotAveraged = false;
+
+}  // namespace
+
+// Keys that differ only in case are different sensors of different models. Two blocks may give one
+// key two names where processor families use it differently; the family decides which one stays.
+const std::vector<CatalogueBlock>& smcCatalogue() {
+  // clang-format off
+  static const std::vector<CatalogueBlock> blocks = {
+    {SensorTypeTemperature, SensorGroupCPU, kEveryPlatform, kNotAveraged,
+     {{"TC0P", "CPU Proximity"}, {"TCXC", "CPU PECI Die"}, {"TCXc", "CPU PECI Die"},
+      {"TC0H", "CPU Heatsink"}, {"TC0D", "CPU Package"}, {"TC0E", "CPU SA Core"},
+      {"TC0F", "CPU SA Core"}, {"TCSA", "CPU SA Core"}, {"TCSC", "CPU SA Core"},
+      {"TCSc", "CPU SA Core"}}},
+    {SensorTypeTemperature, SensorGroupCPU, kEveryPlatform, kAveraged,
+     {{"TC%C", "CPU Core %"}, {"TC%c", "CPU core %"}}},
+    {SensorTypeTemperature, SensorGroupCPU, kEveryPlatform, kNotAveraged,
+     {{"TCAH", "CPU 1 Heatsink Alt."}, {"TCAD", "CPU 1 Package Alt."}, {"TC1P", "CPU 2 Proximity"},
+      {"TC1H", "CPU 2 Heatsink"}, {"TC1D", "CPU 2 Package"}, {"TC1E", "CPU 2"}, {"TC1F", "CPU 2"},
+      {"TCBH", "CPU 2 Heatsink Alt."}, {"TCBD", "CPU 2 Package Alt."}}},
+    {SensorTypeTemperature, SensorGroupCPU, kM1Families, kAveraged,
+     {{"Tp09", "CPU Efficiency Core 1"}, {"Tp0T", "CPU Efficiency Core 2"},
+      {"Tp01", "CPU Performance Core 1"}, {"Tp05", "CPU Performance Core 2"},
+      {"Tp0D", "CPU Performance Core 3"}, {"Tp0H", "CPU Performance Core 4"},
+      {"Tp0L", "CPU Performance Core 5"}, {"Tp0P", "CPU Performance Core 6"},
+      {"Tp0X", "CPU Performance Core 7"}, {"Tp0b", "CPU Performance Core 8"}}},
+    {SensorTypeTemperature, SensorGroupCPU, SensorPlatformM2, kAveraged,
+     {{"Tp05", "CPU Efficiency Core 1"}, {"Tp0D", "CPU Efficiency Core 2"},
+      {"Tp0j", "CPU Efficiency Core 3"}, {"Tp0r", "CPU Efficiency Core 4"},
+      {"Tp01", "CPU Performance Core 1"}, {"Tp09", "CPU Performance Core 2"},
+      {"Tp0f", "CPU Performance Core 3"}, {"Tp0n", "CPU Performance Core 4"}}},
+    {SensorTypeTemperature, SensorGroupGPU, kEveryPlatform, kNotAveraged,
+     {{"TCGC", "GPU Intel PECI"}, {"TCGc", "GPU Intel PECI"}, {"TG0P", "GPU {GPU} Proximity"},
+      {"TG0D", "GPU Die Analog"}, {"TG1D", "GPU Die Digital"}, {"TG0H", "GPU Heatsink"},
+      {"TG1H", "GPU Heatsink"}, {"TGVP", "GPU {GPU} Memory Proximity"},
+      {"TGDD", "GPU {GPU} PECI"}}},
+    {SensorTypeTemperature, SensorGroupGPU, kM1Families, kAveraged,
+     {{"Tg05", "GPU 1"}, {"Tg0D", "GPU 2"}, {"Tg0L", "GPU 3"}, {"Tg0T", "GPU 4"}}},
+    {SensorTypeTemperature, SensorGroupGPU, SensorPlatformM2, kAveraged,
+     {{"Tg0f", "GPU 1"}, {"Tg0n", "GPU 2"}}},
+    {SensorTypeTemperature, SensorGroupMemory, kEveryPlatform, kNotAveraged,
+     {{"Ts0S", "Memory Proximity"}, {"TM0P", "Memory Bank A1"}, {"TM1P", "Memory Bank A2"},
+      {"TM8P", "Memory Bank B1"}, {"TM9P", "Memory Bank B2"}, {"TM0S", "Memory Module A1"},
+      {"TM1S", "Memory Module A2"}, {"TM8S", "Memory Module B1"}, {"TM9S", "Memory Module B2"}}},
+    {SensorTypeTemperature, SensorGroupMainboard, kEveryPlatform, kNotAveraged,
+     {{"TN0D", "Northbridge Die"}, {"TN0P", "Northbridge Proximity 1"},
+      {"TN1P", "Northbridge Proximity 2"}, {"TN0C", "MCH Die"}, {"TN0H", "MCH Heatsink"},
+      {"TP0D", "PCH Die"}, {"TPCD", "PCH Die"}, {"TP0P", "PCH Proximity"}}},
+    {SensorTypeTemperature, SensorGroupMainboard, SensorPlatformIntel, kNotAveraged,
+     {{"Th0H", "Heatpipe 1"}, {"Th2H", "Left Fin Stack"}, {"Th1H", "Right Fin Stack"}}},
+    {SensorTypeTemperature, SensorGroupMainboard, kEveryPlatform, kNotAveraged,
+     {{"Tm0P", "Mainboard Proximity"}, {"Ts0P", "Palm Rest"}, {"Ts1P", "Palm Rest 2"},
+      {"Tb0P", "BLC Proximity"}, {"TS0C", "Expansion Slots"}, {"TA0S", "PCI Slot 1 Pos 1"},
+      {"TA1S", "PCI Slot 1 Pos 2"}, {"TA2S", "PCI Slot 2 Pos 1"}, {"TA3S", "PCI Slot 2 Pos 2"},
+      {"TaLC", "Airflow Left"}, {"TaRC", "Airflow Right"}, {"TTLD", "Thunderbolt Left Proximity"},
+      {"TTRD", "Thunderbolt Right Proximity"}, {"TI%P", "Thunderbolt %"},
+      {"TZ%C", "Thermal Zone %"}}},
+    {SensorTypeTemperature, SensorGroupMainboard, kAppleSilicon, kNotAveraged,
+     {{"TH0x", "NAND"}}},
+    {SensorTypeTemperature, SensorGroupAirflow, kEveryPlatform, kNotAveraged,
+     {{"TA%P", "Airflow %"}, {"TW0P", "Airport Proximity"}}},
+    {SensorTypeTemperature, SensorGroupAirflow, kAppleSilicon, kNotAveraged,
+     {{"TaLP", "Airflow left"}, {"TaRF", "Airflow right"}}},
+    {SensorTypeTemperature, SensorGroupStorage, kEveryPlatform, kNotAveraged,
+     {{"TH%A", "SSD % (A)"}, {"TH%B", "SSD % (B)"}, {"TH%C", "SSD % (C)"}, {"TH%a", "SSD % (A)"},
+      {"TH%b", "SSD % (B)"}, {"TH%c", "SSD % (C)"}}},
+    {SensorTypeTemperature, SensorGroupDriveBay, kEveryPlatform, kNotAveraged,
+     {{"TH0P", "HDD Bay 1"}, {"TH1P", "HDD Bay 2"}, {"TH2P", "HDD Bay 3"}, {"TH3P", "HDD Bay 4"},
+      {"TO0P", "Optical Drive"}}},
+    {SensorTypeTemperature, SensorGroupBattery, kEveryPlatform, kNotAveraged,
+     {{"TB0T", "Battery Max"}, {"TB1T", "Battery 1"}, {"TB2T", "Battery 2"}, {"TB3T", "Battery"}}},
+    {SensorTypeTemperature, SensorGroupPowerSupply, SensorPlatformIntel, kNotAveraged,
+     {{"Tp0P", "Powerboard Proximity"}}},
+    {SensorTypeTemperature, SensorGroupPowerSupply, kEveryPlatform, kNotAveraged,
+     {{"Tp0C", "Power Supply 1 Alt."}, {"Tp1P", "Power Supply 2"}, {"Tp1C", "Power Supply 2 Alt."},
+      {"Tp2P", "Power Supply 3"}, {"Tp3P", "Power Supply 4"}, {"Tp4P", "Power Supply 5"},
+      {"Tp5P", "Power Supply 6"}}},
+    {SensorTypeTemperature, SensorGroupDisplay, kEveryPlatform, kNotAveraged,
+     {{"TL0P", "LCD Proximity"}}},
+    {SensorTypeCurrent, SensorGroupCPU, kEveryPlatform, kNotAveraged,
+     {{"IC0C", "CPU Core"}, {"IC1C", "CPU VccIO"}, {"IC2C", "CPU VccSA"}, {"IC0R", "CPU Highside"},
+      {"IC5R", "CPU DRAM"}, {"IC8R", "CPU PLL"}, {"IC0G", "CPU GFX"}, {"IC0M", "CPU Memory"}}},
+    {SensorTypeCurrent, SensorGroupGPU, kEveryPlatform, kNotAveraged,
+     {{"IG0C", "GPU Rail"}, {"IG0R", "GPU (Core, FB, 1.0V)"}, {"IG1C", "GPU FB"}}},
+    {SensorTypeCurrent, SensorGroupMemory, kEveryPlatform, kNotAveraged,
+     {{"IM0C", "Memory Controller"}, {"IM0R", "Memory Rail"}}},
+    {SensorTypeCurrent, SensorGroupMainboard, kEveryPlatform, kNotAveraged,
+     {{"IN0C", "MCH"}, {"ID5R", "Mainboard S5 Rail"}, {"IO0R", "Misc. Rail"},
+      {"IHSC", "Thunderbolt"}, {"IO3R", "Other 3.3V"}, {"IO5R", "Other 5V"}}},
+    {SensorTypeCurrent, SensorGroupStorage, kEveryPlatform, kNotAveraged,
+     {{"IHDC", "SSD"}}},
+    {SensorTypeCurrent, SensorGroupBattery, kEveryPlatform, kNotAveraged,
+     {{"IBAC", "Battery"}, {"IB0R", "Battery Rail"}, {"IPBR", "Charger BMON"}}},
+    {SensorTypeCurrent, SensorGroupPowerSupply, kEveryPlatform, kNotAveraged,
+     {{"ID0R", "DC In"}}},
+    {SensorTypeVoltage, SensorGroupCPU, kEveryPlatform, kNotAveraged,
+     {{"VCAC", "CPU IA"}, {"VCSC", "CPU System Agent"}, {"VC%C", "CPU Core %"},
+      {"VV1R", "CPU VTT"}}},
+    {SensorTypeVoltage, SensorGroupGPU, kEveryPlatform, kNotAveraged,
+     {{"VCTC", "GPU Intel"}, {"VG0C", "GPU Vcore"}}},
+    {SensorTypeVoltage, SensorGroupMemory, kEveryPlatform, kNotAveraged,
+     {{"VM0R", "Memory"}}},
+    {SensorTypeVoltage, SensorGroupMainboard, kEveryPlatform, kNotAveraged,
+     {{"VN1R", "PCH"}, {"VN0C", "MCH"}, {"VD5R", "Mainboard S5 Rail"}, {"VP0R", "PBus"},
+      {"Vp0C", "12V Vcc"}, {"VV2S", "Main 3V"}, {"VR3R", "Main 3.3V"}, {"VV1S", "Main 5V"},
+      {"VH05", "Main 5V"}, {"VV9S", "Main 12V"}, {"VD2R", "Main 12V"}, {"VV7S", "Auxiliary 3V"},
+      {"VV3S", "Standby 3V"}, {"VV8S", "Standby 5V"}, {"VeES", "PCIe 12V"}}},
+    {SensorTypeVoltage, SensorGroupBattery, kEveryPlatform, kNotAveraged,
+     {{"VBAT", "Battery"}, {"Vb0R", "CMOS Battery"}}},
+    {SensorTypeVoltage, SensorGroupPowerSupply, kEveryPlatform, kNotAveraged,
+     {{"VD0R", "DC In"}}},
+    {SensorTypePower, SensorGroupCPU, kEveryPlatform, kNotAveraged,
+     {{"PCPT", "CPU Package total"}, {"PC%C", "CPU Core %"}, {"PCPC", "CPU Cores"},
+      {"PCPG", "CPU GFX"}, {"PCPD", "CPU DRAM"}, {"PCTR", "CPU Total"}, {"PCPL", "CPU Total"},
+      {"PC1R", "CPU Rail"}, {"PC5R", "CPU S0 Rail"}, {"PC0G", "CPU GFX"}, {"PCEC", "CPU VccEDRAM"},
+      {"PCPR", "CPU Package total (SMC)"}, {"PCAM", "CPU Core (IMON)"}}},
+    {SensorTypePower, SensorGroupGPU, kEveryPlatform, kNotAveraged,
+     {{"PGTR", "GPU Total"}, {"PG0R", "GPU Rail"}, {"PCGC", "Intel GPU"},
+      {"PCGM", "Intel GPU (IMON)"}}},
+    {SensorTypePower, SensorGroupMemory, kEveryPlatform, kNotAveraged,
+     {{"PM0R", "Memory Rail"}, {"PC3C", "Memory Rail"}}},
+    {SensorTypePower, SensorGroupMainboard, kEveryPlatform, kNotAveraged,
+     {{"PN0C", "MCH"}, {"PN1R", "PCH Rail"}, {"PC0R", "Mainboard S0 Rail"},
+      {"PD0R", "Mainboard S0 Rail"}, {"PD5R", "Mainboard S5 Rail"}, {"PH02", "Main 3.3V Rail"},
+      {"PH05", "Main 5V Rail"}, {"Pp0R", "12V Rail"}, {"PD2R", "Main 12V Rail"},
+      {"PO0R", "Misc. Rail"}, {"PSTR", "System Total"}}},
+    {SensorTypePower, SensorGroupBattery, kEveryPlatform, kNotAveraged,
+     {{"PBLC", "Battery Rail"}, {"PB0R", "Battery Rail"}, {"PPBR", "Battery Rail"}}},
+    {SensorTypePower, SensorGroupPowerSupply, kEveryPlatform, kNotAveraged,
+     {{"PDTR", "DC In Total"}}},
+  };
+  // clang-format on
+  return blocks;
+}
+
+const std::vector<CatalogueBlock>& hidCatalogue() {
+  // clang-format off
+  static const std::vector<CatalogueBlock> blocks = {
+    {SensorTypeTemperature, SensorGroupCPU, kEveryPlatform, kAveraged,
+     {{"pACC MTR Temp Sensor%", "CPU Performance Core %"},
+      {"eACC MTR Temp Sensor%", "CPU Efficiency Core %"}}},
+    {SensorTypeTemperature, SensorGroupGPU, kEveryPlatform, kAveraged,
+     {{"GPU MTR Temp Sensor%", "GPU Core %"}}},
+    {SensorTypeTemperature, SensorGroupMainboard, kEveryPlatform, kNotAveraged,
+     {{"SOC MTR Temp Sensor%", "SOC Core %"}, {"ANE MTR Temp Sensor%", "Neural Engine %"}}},
+    {SensorTypeTemperature, SensorGroupAirflow, kEveryPlatform, kNotAveraged,
+     {{"ISP MTR Temp Sensor%", "Airport %"}}},
+    {SensorTypeTemperature, SensorGroupStorage, kEveryPlatform, kNotAveraged,
+     {{"NAND CH% temp", "Disk %s"}}},
+    {SensorTypeTemperature, SensorGroupBattery, kEveryPlatform, kNotAveraged,
+     {{"gas gauge battery", "Battery"}}},
+    {SensorTypeTemperature, SensorGroupPowerSupply, kEveryPlatform, kNotAveraged,
+     {{"PMGR SOC Die Temp Sensor%", "Power Manager Die %"},
+      {"PMU tdev%", "Power Management Unit Dev %"}, {"PMU tdie%", "Power Management Unit Die %"}}},
+  };
+  // clang-format on
+  return blocks;
+}
+
+}  // namespace kelvora

@@ -1,0 +1,54 @@
+#include "sensors/GroupOrder.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+namespace kelvora {
+
+namespace {
+
+// Neighbours of one rank.
+struct Run {
+  std::uint64_t rank;
+  std::ptrdiff_t begin;
+  std::ptrdiff_t end;
+};
+
+std::uint64_t rank(const Sensor& sensor) {
+  return sensor.group == SensorGroupNone ? UINT64_MAX : sensor.group;
+}
+
+std::vector<Run> runsOf(const SensorList& reading) {
+  std::vector<Run> runs;
+  std::ptrdiff_t position = 0;
+  for (const SensorPtr& sensor : reading) {
+    const std::uint64_t sensorRank = rank(*sensor);
+    if (runs.empty() || runs.back().rank != sensorRank) {
+      runs.push_back({sensorRank, position, position});
+    }
+    runs.back().end = ++position;
+  }
+  return runs;
+}
+
+}  // namespace
+
+// A reading is made of some dozen runs, however many sensors it has: ordering those costs far less
+// than comparing sensors with each other.
+void sortByGroup(SensorList& reading) {
+  std::vector<Run> runs = runsOf(reading);
+  std::ranges::stable_sort(runs, {}, &Run::rank);
+  SensorList sorted;
+  sorted.reserve(reading.size());
+  for (const Run& run : runs) {
+    sorted.insert(sorted.end(), std::make_move_iterator(reading.begin() + run.begin),
+                  std::make_move_iterator(reading.begin() + run.end));
+  }
+  reading = std::move(sorted);
+}
+
+}  // namespace kelvora
