@@ -75,6 +75,13 @@ class CheckLayers(unittest.TestCase):
     def test_a_file_outside_the_table_is_a_fault(self):
         self.assert_fault({"include/KelvoraCore/Orphan.h": ""}, "stands in no layer")
 
+    def test_the_header_of_all_headers_misses_none(self):
+        self.assert_fault({
+            "platform/A.cpp": "", "platform/B.cpp": "",
+            "include/KelvoraCore/A.h": "", "include/KelvoraCore/B.h": "",
+            "include/KelvoraCore/KelvoraCore.h": '#include "KelvoraCore/A.h"\n',
+        }, "B.h is missing")
+
     def test_an_include_that_does_not_exist_is_a_fault(self):
         self.assert_fault({"sensors/A.cpp": '#include "sensors/Gone.h"\n'}, "is not in the project")
 
