@@ -6,7 +6,7 @@ namespace kelvora::platform {
 
 /// A program's standard output, kept apart from the library's messages. Creating one takes over
 /// descriptor 1: what else the process prints there goes to standard error from then on, so that a
-/// report stays whole. One per process, on the main thread.
+/// report stays whole. One per process, on the main thread, before anything is printed.
 class StandardOutput {
  public:
   StandardOutput();

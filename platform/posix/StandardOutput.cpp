@@ -11,7 +11,8 @@
 namespace kelvora::platform {
 
 StandardOutput::StandardOutput() {
-  std::fflush(stdout);
+  // In order with what goes to standard error itself.
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);
   descriptor_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   dup2(STDERR_FILENO, STDOUT_FILENO);
 }

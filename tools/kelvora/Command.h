@@ -1,0 +1,38 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "platform/StandardOutput.h"
+
+namespace kelvora::tool {
+
+/// Exit statuses of every command.
+enum ExitStatus : int {
+  kExitSuccess = 0,
+  kExitNothingRead = 1,  ///< nothing could be read, or the report could not be written
+  kExitUsage = 2,        ///< wrong usage or a bad machine file
+};
+
+/// What a command was called with.
+struct Options {
+  std::string machine;  ///< name or file of a recorded Mac; empty: this computer
+  bool json = false;
+};
+
+/// Ends a command with one line on standard error.
+class CommandError : public std::runtime_error {
+ public:
+  CommandError(ExitStatus exitStatus, const std::string& line)
+      : std::runtime_error(line), status(exitStatus) {}
+  ExitStatus status;
+};
+
+// The commands. Each writes its report to `output` and answers the exit status; each throws
+// CommandError when it cannot.
+int runSensors(const Options& options, platform::StandardOutput& output);
+int runKeys(const Options& options, platform::StandardOutput& output);
+int runInventory(const Options& options, platform::StandardOutput& output);
+int runMachines(const Options& options, platform::StandardOutput& output);
+
+}  // namespace kelvora::tool

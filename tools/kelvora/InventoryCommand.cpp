@@ -1,0 +1,171 @@
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "KelvoraCore/ZDSystemDevice.h"
+
+#include "tools/kelvora/Command.h"
+#include "tools/kelvora/Report.h"
+#include "tools/kelvora/Text.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+template <typename T>
+Json orNull(const std::optional<T>& value) {
+  return value ? Json(*value) : Json(nullptr);
+}
+
+Json jsonOf(const CPUCoreInfo& core) {
+  return {{"coreId", core.coreId}, {"name", core.name}, {"type", core.type}};
+}
+
+Json jsonOf(const ZDGPUInfo& gpu) {
+  return {{"modelName", orNull(gpu.modelName)}, {"shortModelName", orNull(gpu.shortModelName)},
+          {"isDedicated", gpu.isDedicated},     {"vendor", orNull(gpu.vendor)},
+          {"vram", orNull(gpu.vram)},           {"cores", gpu.cores}};
+}
+
+Json jsonOf(const ZDDiskInfo& disk) {
+  return {{"name", disk.name},
+          {"model", disk.model},
+          {"size", orNull(disk.size)},
+          {"displayName", disk.displayName()}};
+}
+
+template <typename T>
+Json listOf(const std::optional<std::vector<T>>& records) {
+  if (!records) {
+    return nullptr;
+  }
+  Json list = Json::array();
+  for (const T& record : *records) {
+    list.push_back(jsonOf(record));
+  }
+  return list;
+}
+
+Json jsonOf(const ZDCPUInfo& cpu) {
+  return {{"brand", cpu.brand},
+          {"shortBrand", cpu.shortBrand()},
+          {"vendor", cpu.vendor},
+          {"cpuCount", cpu.cpuCount},
+          {"coreCount", cpu.coreCount},
+          {"threadCount", cpu.threadCount},
+          {"eCoreCount", cpu.eCoreCount},
+          {"pCoreCount", cpu.pCoreCount},
+          {"coreList", listOf(cpu.coreList)},
+          {"frequency", cpu.frequency},
+          {"l2Cache", cpu.l2Cache},
+          {"l3Cache", cpu.l3Cache},
+          {"architecture", cpu.architecture},
+          {"platform", cpu.platform}};
+}
+
+Json jsonOf(const ZDModelInfo& model) {
+  return {{"modelId", model.modelId},
+          {"modelNumber", orNull(model.modelNumber)},
+          {"name", orNull(model.name)},
+          {"year", model.year},
+          {"family", model.family},
+          {"familyName", orNull(model.familyName())},
+          {"familyIcon", model.familyIcon()},
+          {"displayResolution",
+           {{"width", jsonNumber(model.displayResolution.width)},
+            {"height", jsonNumber(model.displayResolution.height)}}},
+          {"serial", orNull(model.serial)},
+          {"physicalMemory", orNull(model.physicalMemory)},
+          {"endianness", model.endianness},
+          {"isT2ChipSupport", model.isT2ChipSupport()}};
+}
+
+Json jsonOf(const ZDSystemDevice& device) {
+  const ZDOSInfo& os = device.osInfo();
+  const ZDBatteryInfo& battery = device.batteryInfo();
+  return {
+      {"hostName", device.hostName()},
+      {"modelInfo", jsonOf(device.modelInfo())},
+      {"cpuInfo", jsonOf(device.cpuInfo())},
+      {"gpuInfos", listOf(device.gpuInfos())},
+      {"batteryInfo",
+       {{"cycleCount", battery.cycleCount},
+        {"maxCapacity", battery.maxCapacity},
+        {"designedCapacity", battery.designedCapacity},
+        {"health", battery.health()}}},
+      {"diskInfo", device.diskInfo() ? jsonOf(*device.diskInfo()) : Json(nullptr)},
+      {"osInfo",
+       {{"version",
+         {{"major", os.version.major}, {"minor", os.version.minor}, {"patch", os.version.patch}}},
+        {"build", os.build},
+        {"versionString", os.versionString()},
+        {"name", os.name()}}},
+      {"memoryInfo", {{"physicalMemory", device.memoryInfo().physicalMemory}}}};
+}
+
+using Field = std::pair<std::string, std::string>;
+
+std::string textOf(const Json& value) {
+  if (value.is_null()) {
+    return "none";
+  }
+  return printable(value.is_string() ? value.get<std::string>() : value.dump());
+}
+
+// Every value by its path: "cpuInfo.coreList[0].name".
+void flatten(const Json& value, const std::string& path, std::vector<Field>& fields) {
+  if (value.is_object()) {
+    for (const auto& member : value.items()) {
+      flatten(member.value(), path.empty() ? member.key() : path + "." + member.key(), fields);
+    }
+  } else if (value.is_array() && !value.empty()) {
+    for (std::size_t i = 0; i < value.size(); ++i) {
+      flatten(value[i], path + "[" + std::to_string(i) + "]", fields);
+    }
+  } else {
+    fields.emplace_back(path, textOf(value));
+  }
+}
+
+std::string rendered(const Json& inventory, const Style& style) {
+  std::vector<Field> fields;
+  flatten(inventory, "", fields);
+  std::size_t width = 0;
+  for (const Field& field : fields) {
+    width = std::max(width, displayWidth(field.first));
+  }
+  std::string text;
+  for (const auto& [name, value] : fields) {
+    text += style.faint(fitted(name, width)) + "  " + value + "\n";
+  }
+  return text;
+}
+
+// A system that tells none of these tells nothing.
+bool isEmpty(const ZDSystemDevice& device) {
+  return device.modelInfo().modelId.empty() && device.cpuInfo().brand == "Unknown" &&
+         device.hostName().empty() && device.osInfo().version == ZDOSVersion() &&
+         device.gpuInfos().value_or(std::vector<ZDGPUInfo>()).empty() && !device.diskInfo();
+}
+
+}  // namespace
+
+int runInventory(const Options& options, platform::StandardOutput& output) {
+  const MachineChoice machine = chooseMachine(options.machine);
+  const ZDSystemDevice device(machine.platform);
+  const Json inventory = jsonOf(device);
+  if (options.json) {
+    writeJson(output, {{"machine", jsonMachine(machine.platform)}, {"inventory", inventory}});
+  } else {
+    writeText(output, machineLine(machine) + "\n" + rendered(inventory, Style(output)));
+  }
+  if (isEmpty(device)) {
+    throw CommandError(kExitNothingRead,
+                       machine.platform.title() + ": nothing of the machine could be read");
+  }
+  return kExitSuccess;
+}
+
+}  // namespace kelvora::tool

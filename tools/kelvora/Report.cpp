@@ -1,0 +1,53 @@
+#include "tools/kelvora/Report.h"
+
+#include <cmath>
+#include <cstdlib>
+
+#include "tools/kelvora/Command.h"
+#include "tools/kelvora/Text.h"
+
+namespace kelvora::tool {
+
+Json jsonNumber(double value) { return std::isfinite(value) ? Json(value) : Json(nullptr); }
+
+Json jsonMachine(const platform::Platform& platform) {
+  return {{"title", platform.title()},
+          {"architecture", platform::architectureName(platform.architecture())},
+          {"live", platform.isLive()}};
+}
+
+std::string machineLine(const MachineChoice& machine) {
+  std::string line = printable(machine.platform.title());
+  line += machine.platform.isLive() ? " (live)" : " (recorded)";
+  if (machine.isStandIn) {
+    line += ": no Apple hardware here, so this recording is shown; --machine takes another";
+  }
+  return line + "\n";
+}
+
+void writeText(platform::StandardOutput& output, std::string_view text) {
+  if (!output.write(text)) {
+    throw CommandError(kExitNothingRead, "the report could not be written");
+  }
+}
+
+// Texts are valid UTF-8 already; should one not be, the report still is.
+void writeJson(platform::StandardOutput& output, const Json& report) {
+  writeText(output, report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+}
+
+Style::Style(const platform::StandardOutput& output) {
+  const char* refusal = std::getenv("NO_COLOR");
+  isColoured_ = output.isTerminal() && (refusal == nullptr || *refusal == '\0');
+}
+
+std::string Style::wrapped(const char* code, std::string_view text) const {
+  return isColoured_ ? std::string("\x1b[") + code + "m" + std::string(text) + "\x1b[0m"
+                     : std::string(text);
+}
+
+std::string Style::heading(std::string_view text) const { return wrapped("1;34", text); }
+
+std::string Style::faint(std::string_view text) const { return wrapped("2", text); }
+
+}  // namespace kelvora::tool

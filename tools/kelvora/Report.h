@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/StandardOutput.h"
+#include "tools/kelvora/MachineChoice.h"
+
+namespace kelvora::tool {
+
+/// Members in the order they were written.
+using Json = nlohmann::ordered_json;
+
+/// A number of a report: null when it is not finite, which JSON cannot hold.
+Json jsonNumber(double value);
+
+/// The "machine" member of every report: its title, architecture and whether it is live.
+Json jsonMachine(const platform::Platform& platform);
+
+/// The first line of every text report: "MacBook Pro 15-inch 2018 (recorded)", and why where no
+/// machine was asked for.
+std::string machineLine(const MachineChoice& machine);
+
+/// Writes a report; throws CommandError when it cannot be written whole.
+void writeText(platform::StandardOutput& output, std::string_view text);
+void writeJson(platform::StandardOutput& output, const Json& report);
+
+/// Emphasis for a person's terminal; without colour every operation gives the text back.
+class Style {
+ public:
+  /// Colour only on a terminal, and never where NO_COLOR is set to anything.
+  explicit Style(const platform::StandardOutput& output);
+  std::string heading(std::string_view text) const;
+  std::string faint(std::string_view text) const;
+
+ private:
+  std::string wrapped(const char* code, std::string_view text) const;
+  bool isColoured_;
+};
+
+}  // namespace kelvora::tool

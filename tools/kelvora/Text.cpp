@@ -1,0 +1,82 @@
+#include "tools/kelvora/Text.h"
+
+#include <cstdint>
+
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+
+namespace kelvora::tool {
+
+namespace {
+
+std::size_t widthOf(UChar32 character) {
+  const int category = u_charType(character);
+  if (category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK || category == U_FORMAT_CHAR) {
+    return 0;
+  }
+  const int eastAsian = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
+  return eastAsian == U_EA_WIDE || eastAsian == U_EA_FULLWIDTH ? 2 : 1;
+}
+
+// Calls visit(character, its UTF-8) for each character until it answers false. What is no UTF-8
+// comes as U+FFFD.
+template <typename Visit>
+void forEachCharacter(std::string_view text, Visit visit) {
+  const icu::UnicodeString characters =
+      icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
+  for (std::int32_t i = 0; i < characters.length(); i = characters.moveIndex32(i, 1)) {
+    const UChar32 character = characters.char32At(i);
+    std::string bytes;
+    if (!visit(character, icu::UnicodeString(character).toUTF8String(bytes))) {
+      return;
+    }
+  }
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  std::string result;
+  forEachCharacter(text, [&](UChar32 character, const std::string& bytes) {
+    const int category = u_charType(character);
+    const bool harmful = category == U_CONTROL_CHAR || category == U_FORMAT_CHAR ||
+                         category == U_LINE_SEPARATOR || category == U_PARAGRAPH_SEPARATOR;
+    result += harmful ? std::string("?") : bytes;
+    return true;
+  });
+  return result;
+}
+
+std::size_t displayWidth(std::string_view text) {
+  std::size_t width = 0;
+  forEachCharacter(text, [&](UChar32 character, const std::string&) {
+    width += widthOf(character);
+    return true;
+  });
+  return width;
+}
+
+std::string fitted(std::string_view text, std::size_t width) {
+  const std::size_t whole = displayWidth(text);
+  if (whole <= width) {
+    return std::string(text) + std::string(width - whole, ' ');
+  }
+  std::string result;
+  std::size_t used = 1;  // the ellipsis
+  forEachCharacter(text, [&](UChar32 character, const std::string& bytes) {
+    if (used + widthOf(character) > width) {
+      return false;
+    }
+    used += widthOf(character);
+    result += bytes;
+    return true;
+  });
+  return width == 0 ? std::string() : result + "…" + std::string(width - used, ' ');
+}
+
+std::string rightAligned(std::string_view text, std::size_t width) {
+  const std::size_t whole = displayWidth(text);
+  return std::string(whole < width ? width - whole : 0, ' ') + std::string(text);
+}
+
+}  // namespace kelvora::tool

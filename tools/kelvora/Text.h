@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace kelvora::tool {
+
+/// `text` (UTF-8) fit for a terminal: control characters, which a machine's own texts may hold,
+/// become "?".
+std::string printable(std::string_view text);
+
+/// Columns that a terminal gives to `text`: wide characters count 2, combining ones 0.
+std::size_t displayWidth(std::string_view text);
+
+/// `text` in exactly `width` columns: filled with blanks, or cut with an ellipsis.
+std::string fitted(std::string_view text, std::size_t width);
+
+/// `text` at the right end of `width` columns; a longer one stays whole.
+std::string rightAligned(std::string_view text, std::size_t width);
+
+}  // namespace kelvora::tool
