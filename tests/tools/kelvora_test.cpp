@@ -1,0 +1,218 @@
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/tools/KelvoraProgram.h"
+
+namespace kelvora::testing {
+namespace {
+
+using nlohmann::json;
+using ::testing::Combine;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+using ::testing::Values;
+
+class MachineText {
+ public:
+  explicit MachineText(const std::string& text, const std::string& name = "machine.json") {
+    folder_ = std::filesystem::temp_directory_path() /
+              ("kelvora-" + std::to_string(reinterpret_cast<std::uintptr_t>(this)) + "-" +
+               ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::create_directories(folder_);
+    path = (folder_ / name).string();
+    std::ofstream(path) << text;
+  }
+  ~MachineText() { std::filesystem::remove_all(folder_); }
+  MachineText(const MachineText&) = delete;
+  MachineText& operator=(const MachineText&) = delete;
+  std::string path;
+
+ private:
+  std::filesystem::path folder_;
+};
+
+std::string machineWithKeys(const std::string& keys) {
+  return R"({"format": "kelvora-machine", "version": 1, "architecture": "x86_64", "title": "T",
+             "sysctl": {"machdep.cpu.brand_string": "Intel"}, "smc": {"keys": [)" +
+         keys + "]}}";
+}
+
+void expectUsageError(const ProgramResult& result, const std::string& fault) {
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.standardOutput, "");
+  EXPECT_EQ(lineCount(result.standardError), 1) << result.standardError;
+  EXPECT_THAT(result.standardError, StartsWith("kelvora: "));
+  EXPECT_THAT(result.standardError, HasSubstr(fault));
+}
+
+TEST(Kelvora, HelpOfTheProgramAndOfEveryCommandShowsAnExample) {
+  for (const std::vector<std::string>& arguments :
+       std::vector<std::vector<std::string>>{{"--help"},
+                                             {"sensors", "--help"},
+                                             {"keys", "-h"},
+                                             {"inventory", "--help"},
+                                             {"machines", "--help"}}) {
+    const ProgramResult result = runKelvora(arguments);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.standardOutput, HasSubstr("Example:\n  kelvora ")) << arguments.front();
+    EXPECT_EQ(result.standardError, "");
+  }
+}
+
+TEST(Kelvora, WrongUsageIsOneLineAndStatusTwo) {
+  expectUsageError(runKelvora({}), "a command is needed");
+  expectUsageError(runKelvora({"sensor"}), "sensor");
+  expectUsageError(runKelvora({"sensors", "keys"}), "keys");
+  expectUsageError(runKelvora({"sensors", "--jason"}), "--jason");
+  expectUsageError(runKelvora({"sensors", "--machine"}), "--machine");
+  expectUsageError(runKelvora({"sensors", "--machine", ""}), "--machine");
+  expectUsageError(runKelvora({"machines", "--machine", "iMac19,1"}), "--machine");
+}
+
+TEST(Kelvora, AnUnknownMachineIsNamed) {
+  expectUsageError(runKelvora({"sensors", "--machine", "MacPro3,1"}), "MacPro3,1");
+}
+
+TEST(Kelvora, ABadMachineFileIsRefusedWithFilePlaceAndFault) {
+  const MachineText bad(machineWithKeys(R"({"key": "TC0P", "type": "sp78", "bytes": "zz"})"));
+  for (const char* command : {"sensors", "keys", "inventory"}) {
+    const ProgramResult result = runKelvora({command, "--machine", bad.path});
+    expectUsageError(result, bad.path);
+    EXPECT_THAT(result.standardError, HasSubstr("/smc/keys/0/bytes"));
+    EXPECT_THAT(result.standardError, HasSubstr("zz"));
+  }
+  expectUsageError(runKelvora({"sensors", "--machine", "/"}), "/");
+}
+
+TEST(Kelvora, WithoutAppleHardwareTheStandInIsNamedInTheFirstLine) {
+  const ProgramResult result = runKelvora({"sensors"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(firstLine(result.standardOutput),
+              StartsWith("MacBook Pro 15-inch 2018 (recorded): no Apple hardware"));
+}
+
+TEST(Kelvora, AChosenMachineIsTitledAndCalledRecorded) {
+  const ProgramResult result = runKelvora({"sensors", "--machine", "iMac19,1"});
+  EXPECT_EQ(firstLine(result.standardOutput), "iMac 27-inch 2019 (recorded)");
+}
+
+TEST(Kelvora, AMachineIsAlsoTakenByItsFile) {
+  const ProgramResult byName = runKelvora({"sensors", "--machine", "iMac19,1"});
+  const ProgramResult byFile =
+      runKelvora({"sensors", "--machine", KELVORA_MACHINES "/iMac19,1.json"});
+  EXPECT_EQ(byFile.status, 0);
+  EXPECT_EQ(byFile.standardOutput, byName.standardOutput);
+}
+
+TEST(Kelvora, NothingReadIsStatusOneAndTheReportStaysValid) {
+  const MachineText empty(
+      R"({"format": "kelvora-machine", "version": 1, "architecture": "arm64", "title": "Bare"})");
+  const ProgramResult sensors = runKelvora({"sensors", "--machine", empty.path, "--json"});
+  EXPECT_EQ(sensors.status, 1);
+  EXPECT_EQ(json::parse(sensors.standardOutput)["sensors"], json::array());
+  EXPECT_THAT(sensors.standardError, EndsWith("kelvora: Bare: no sensor could be read\n"));
+
+  const ProgramResult keys = runKelvora({"keys", "--machine", empty.path, "--json"});
+  EXPECT_EQ(keys.status, 1);
+  EXPECT_EQ(json::parse(keys.standardOutput)["keys"], json::array());
+
+  const ProgramResult inventory = runKelvora({"inventory", "--machine", empty.path, "--json"});
+  EXPECT_EQ(inventory.status, 1);
+  EXPECT_TRUE(json::parse(inventory.standardOutput)["inventory"]["diskInfo"].is_null());
+}
+
+TEST(Kelvora, MessagesOfTheSMCLayerNeverMixWithTheReport) {
+  const ProgramResult result = runKelvora({"sensors", "--machine", "Macmini9,1", "--json"});
+  EXPECT_TRUE(json::accept(result.standardOutput));
+  EXPECT_THAT(result.standardError, HasSubstr("Error: no SMC found"));
+}
+
+TEST(Kelvora, AReportThatCannotBeWrittenIsStatusOne) {
+  const ProgramResult result = runProgram(
+      "/bin/sh", {"-c", "exec \"$0\" sensors --machine iMac19,1 >/dev/full", KELVORA_PROGRAM});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.standardError, "kelvora: the report could not be written\n");
+}
+
+TEST(Kelvora, ColourOnlyOnATerminalAndNeverWithNoColor) {
+  const std::vector<std::string> arguments = {"sensors", "--machine", "iMac19,1"};
+  EXPECT_THAT(runKelvora(arguments).standardOutput, Not(HasSubstr("\x1b")));
+  EXPECT_THAT(runInTerminal(KELVORA_PROGRAM, arguments, 100).standardOutput, HasSubstr("\x1b["));
+  EXPECT_THAT(runInTerminal(KELVORA_PROGRAM, arguments, 100, {{"NO_COLOR", "1"}}).standardOutput,
+              Not(HasSubstr("\x1b")));
+}
+
+TEST(Kelvora, OnANarrowTerminalNamesGiveWay) {
+  const std::vector<std::string> arguments = {"sensors", "--machine", "Macmini9,1"};
+  const ProgramResult narrow = runInTerminal(KELVORA_PROGRAM, arguments, 60, {{"NO_COLOR", "1"}});
+  EXPECT_EQ(narrow.status, 0);
+  EXPECT_THAT(narrow.standardOutput, HasSubstr("…"));
+  EXPECT_THAT(runKelvora(arguments).standardOutput, Not(HasSubstr("…")));
+}
+
+TEST(Kelvora, TextsOfTheMachineCannotControlTheTerminal) {
+  const MachineText hostile(machineWithKeys(
+      R"({"key": "#KEY", "type": "ui32", "bytes": "00000004"},
+         {"key": "FNum", "type": "ui8 ", "bytes": "01"},
+         {"key": "F0ID", "type": "{fds", "bytes": "419b33316d7f42"},
+         {"key": "T\u001b[2", "type": "sp78", "bytes": "2520"})"));
+  const ProgramResult text = runKelvora({"sensors", "--machine", hostile.path});
+  EXPECT_EQ(text.status, 0);
+  EXPECT_THAT(text.standardOutput, Not(HasSubstr("\x1b")));
+  EXPECT_THAT(text.standardOutput, Not(HasSubstr("\xc2\x9b")));
+  EXPECT_THAT(text.standardOutput, HasSubstr("A?31m?B"));
+  const ProgramResult report = runKelvora({"sensors", "--machine", hostile.path, "--json"});
+  ASSERT_TRUE(json::accept(report.standardOutput));
+  EXPECT_EQ(json::parse(report.standardOutput)["sensors"][0]["name"],
+            "A\xc2\x9b"
+            "31m\x7f"
+            "B");
+}
+
+TEST(Kelvora, ValuesThatAreNoNumbersAreNull) {
+  const MachineText hostile(machineWithKeys(
+      R"({"key": "#KEY", "type": "ui32", "bytes": "00000003"},
+         {"key": "TCnn", "type": "flt ", "bytes": "0000c07f"},
+         {"key": "PCin", "type": "flt ", "bytes": "0000807f"})"));
+  const ProgramResult result = runKelvora({"sensors", "--machine", hostile.path, "--json"});
+  const json report = json::parse(result.standardOutput);
+  ASSERT_EQ(report["sensors"].size(), 2U);
+  EXPECT_TRUE(report["sensors"][0]["value"].is_null());
+  EXPECT_TRUE(report["sensors"][1]["value"].is_null());
+  const json keys =
+      json::parse(runKelvora({"keys", "--machine", hostile.path, "--json"}).standardOutput);
+  EXPECT_TRUE(keys["keys"][1]["value"].is_null());
+}
+
+TEST(Kelvora, AHundredsOfFansMachineShowsTwenty) {
+  const MachineText hostile(machineWithKeys(R"({"key": "FNum", "type": "ui8 ", "bytes": "ff"})"));
+  const json report =
+      json::parse(runKelvora({"sensors", "--machine", hostile.path, "--json"}).standardOutput);
+  EXPECT_EQ(std::ranges::count_if(report["sensors"],
+                                  [](const json& sensor) { return sensor["sourceType"] == 0; }),
+            20);
+}
+
+TEST(Kelvora, AnSMCThatClaimsBillionsOfKeysStillEnds) {
+  const MachineText hostile(machineWithKeys(
+      R"({"key": "#KEY", "type": "ui32", "bytes": "ffffffff"},
+         {"key": "TC0P", "type": "sp78", "bytes": "2520"})"));
+  const json report =
+      json::parse(runKelvora({"sensors", "--machine", hostile.path, "--json"}).standardOutput);
+  EXPECT_EQ(report["sensors"].size(), 1U);
+  const json keys =
+      json::parse(runKelvora({"keys", "--machine", hostile.path, "--json"}).standardOutput);
+  EXPECT_EQ(keys["keys"].size(), 2U);
+  EXPECT_EQ(keys["count"], 4294967295U);
+  EXPECT_EQ(keys["unreadable"], 4294967293U);
+}
+
+}  // namespace
+}  // namespace kelvora::testing
