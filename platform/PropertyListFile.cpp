@@ -12,9 +12,9 @@
 #include <variant>
 
 #include <plist/plist.h>
-#include <unicode/unistr.h>
 
 #include "platform/PropertyListText.h"
+#include "platform/UTF8Text.h"
 
 namespace kelvora::platform {
 
@@ -145,17 +145,6 @@ PropertyListReading valueOfNode(plist_t node, int level) {
   }
 }
 
-std::string cleanText(const std::string& text) {
-  const bool ascii = std::all_of(text.begin(), text.end(),
-                                 [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-  if (ascii) {
-    return text;
-  }
-  std::string clean;
-  icu::UnicodeString::fromUTF8(text).toUTF8String(clean);
-  return clean;
-}
-
 // Turns values into nodes; a node belongs to the container it is put into.
 struct NodeMaker {
   plist_t operator()(bool truth) const { return plist_new_bool(truth ? 1 : 0); }
@@ -164,7 +153,7 @@ struct NodeMaker {
   }
   plist_t operator()(double real) const { return plist_new_real(real); }
   plist_t operator()(const std::string& text) const {
-    return plist_new_string(cleanText(text).c_str());
+    return plist_new_string(validUTF8(text).c_str());
   }
   plist_t operator()(const PropertyListValue::Data& data) const {
     return plist_new_data(reinterpret_cast<const char*>(data.data()), data.size());
@@ -187,7 +176,7 @@ struct NodeMaker {
   plist_t operator()(const PropertyListValue::Dictionary& values) const {
     plist_t dictionary = plist_new_dict();
     for (const auto& [key, value] : values) {
-      plist_dict_set_item(dictionary, cleanText(key).c_str(), std::visit(*this, value.storage()));
+      plist_dict_set_item(dictionary, validUTF8(key).c_str(), std::visit(*this, value.storage()));
     }
     return dictionary;
   }

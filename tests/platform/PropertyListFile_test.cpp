@@ -40,10 +40,10 @@ Dictionary everyKind() {
           {"items", Array{Dictionary{{"main_sensor", true}}, Dictionary{}}}};
 }
 
-class PropertyListFormats : public testing::TestWithParam<PropertyListFormat> {};
+class PropertyListFormats : public ::testing::TestWithParam<PropertyListFormat> {};
 
 INSTANTIATE_TEST_SUITE_P(PropertyListFile, PropertyListFormats,
-                         testing::Values(PropertyListFormat::kBinary, PropertyListFormat::kXML));
+                         ::testing::Values(PropertyListFormat::kBinary, PropertyListFormat::kXML));
 
 TEST_P(PropertyListFormats, EveryKindOfValueComesBackEqual) {
   Dictionary values = everyKind();
@@ -144,13 +144,13 @@ TEST(PropertyListFile, NestingBeyondAHundredLevelsIsRefused) {
 }
 
 TEST(PropertyListFile, AMissingFileTellsWhatTheSystemSaid) {
-  const tests::ScratchFolder folder;
+  const testing::ScratchFolder folder;
   EXPECT_EQ(readPropertyListFile(folder.path("none.plist")).failure, "No such file or directory");
   EXPECT_EQ(readPropertyListFile(folder.path("")).failure, "Is a directory");
 }
 
 TEST(PropertyListFile, AFileIsReadInEitherFormat) {
-  const tests::ScratchFolder folder;
+  const testing::ScratchFolder folder;
   folder.write("Info.plist",
                "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">"
                "<dict><key>CFBundleVersion</key><string>412</string></dict></plist>");

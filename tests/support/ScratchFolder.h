@@ -9,7 +9,7 @@
 
 #include <stdlib.h>
 
-namespace kelvora::tests {
+namespace kelvora::testing {
 
 /// A folder of the test's own, removed with everything in it at the end.
 class ScratchFolder {
@@ -47,4 +47,4 @@ class ScratchFolder {
   std::filesystem::path folder_;
 };
 
-}  // namespace kelvora::tests
+}  // namespace kelvora::testing
