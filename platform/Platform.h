@@ -40,8 +40,8 @@ struct Ports {
   std::unique_ptr<Files> files;
   std::unique_ptr<MainBundle> mainBundle;
   std::unique_ptr<UserDefaults> userDefaults;
+  std::unique_ptr<MainQueue> mainQueue;  // outlives the centres, which deliver on it
   std::unique_ptr<NotificationCentres> notificationCentres;
-  std::unique_ptr<MainQueue> mainQueue;
 };
 
 /// What a platform says of itself.

@@ -1,6 +1,5 @@
 #include <utility>
 
-#include "platform/MemoryUserDefaults.h"
 #include "platform/Platform.h"
 #include "platform/linux/LinuxAuthorization.h"
 #include "platform/linux/LinuxChildProcesses.h"
@@ -12,6 +11,7 @@
 #include "platform/linux/LinuxSMC.h"
 #include "platform/linux/LinuxSystemControls.h"
 #include "platform/linux/LinuxSystemFacts.h"
+#include "platform/linux/LinuxUserDefaults.h"
 #include "platform/linux/LinuxWorkspace.h"
 #include "platform/recorded/RecordedHID.h"
 #include "platform/recorded/RecordedRegistry.h"
@@ -45,9 +45,11 @@ void addSystem(Ports& ports) {
 
 void addProcess(Ports& ports) {
   ports.mainBundle = std::make_unique<LinuxMainBundle>();
-  ports.userDefaults = std::make_unique<MemoryUserDefaults>();
+  const auto scheme = std::make_shared<DesktopColourScheme>();
+  ports.userDefaults =
+      std::make_unique<LinuxUserDefaults>(LinuxUserDefaults::configurationFolder(), scheme);
   ports.mainQueue = std::make_unique<LinuxMainQueue>();
-  ports.notificationCentres = std::make_unique<LinuxNotificationCentres>(*ports.mainQueue);
+  ports.notificationCentres = std::make_unique<LinuxNotificationCentres>(*ports.mainQueue, scheme);
 }
 
 }  // namespace

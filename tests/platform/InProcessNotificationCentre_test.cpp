@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/InProcessNotificationCentres.h"
 #include "platform/linux/LinuxMainQueue.h"
-#include "platform/linux/LinuxNotificationCentres.h"
 
 namespace kelvora::testing {
 namespace {
@@ -102,9 +102,9 @@ TEST_F(NotificationCentre, AHandlerMayPost) {
   EXPECT_EQ(calls, 1);
 }
 
-TEST(LinuxNotificationCentres, TheDistributedCentreDeliversOnTheMainQueue) {
+TEST(InProcessNotificationCentres, TheDistributedCentreDeliversOnTheMainQueue) {
   LinuxMainQueue queue;
-  platform::LinuxNotificationCentres centres(queue);
+  platform::InProcessNotificationCentres centres(queue);
   EXPECT_FALSE(centres.reachesOtherProcesses());
   int calls = 0;
   const auto count = [&](const Notification&) { ++calls; };
@@ -118,11 +118,11 @@ TEST(LinuxNotificationCentres, TheDistributedCentreDeliversOnTheMainQueue) {
   EXPECT_EQ(calls, 1);
 }
 
-TEST(LinuxNotificationCentres, AnObserverThatWasRemovedMeanwhileGetsNothingThatIsQueued) {
+TEST(InProcessNotificationCentres, AnObserverThatWasRemovedMeanwhileGetsNothingThatIsQueued) {
   LinuxMainQueue queue;
   int calls = 0;
   {
-    platform::LinuxNotificationCentres centres(queue);
+    platform::InProcessNotificationCentres centres(queue);
     const auto count = [&](const Notification&) { ++calls; };
     const auto token = centres.distributed().addObserver("A", SuspensionBehavior::kDefault, count);
     centres.distributed().addObserver("A", SuspensionBehavior::kDefault, count);

@@ -3,6 +3,8 @@
 #include <memory>
 #include <string>
 
+#include "platform/InProcessNotificationCentres.h"
+#include "platform/MemoryUserDefaults.h"
 #include "platform/Platform.h"
 #include "platform/recorded/MachineFile.h"
 #include "platform/recorded/RecordedPlatform.h"
@@ -18,9 +20,14 @@ inline platform::RecordedMachine recordedMachine(const std::string& name) {
   return platform::readMachineFile(std::string(KELVORA_MACHINES) + "/" + name + ".json");
 }
 
-/// A platform over `machine`, not installed, for classes that take theirs by constructor.
+/// A platform over `machine`, not installed, for classes that take theirs by constructor. Settings
+/// live in memory and notices in the process: no test sees another's, nor the user's.
 inline std::unique_ptr<platform::Platform> recordedPlatform(platform::RecordedMachine machine) {
-  return platform::makeRecordedPlatform(std::move(machine));
+  auto result = platform::makeRecordedPlatform(std::move(machine));
+  result->ports().userDefaults = std::make_unique<platform::MemoryUserDefaults>();
+  result->ports().notificationCentres =
+      std::make_unique<platform::InProcessNotificationCentres>(result->mainQueue());
+  return result;
 }
 
 /// Makes a recorded Mac the current platform of this test's process.

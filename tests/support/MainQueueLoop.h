@@ -1,0 +1,27 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+#include <poll.h>
+
+#include "platform/MainQueue.h"
+
+namespace kelvora::testing {
+
+/// A host's loop: runs the main queue until `done` answers true. False when that took too long for
+/// any machine.
+inline bool runUntil(platform::MainQueue& queue, const std::function<bool()>& done) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > end) {
+      return false;
+    }
+    pollfd waiting{queue.descriptor(), POLLIN, 0};
+    poll(&waiting, 1, 100);
+    queue.runPending();
+  }
+  return true;
+}
+
+}  // namespace kelvora::testing
