@@ -3,6 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "KelvoraCore/PropertyListValue.h"
+
 namespace kelvora {
 
 namespace platform {
@@ -42,6 +44,17 @@ class KVUtils {
   static std::optional<std::string> helperAppSrcPath(platform::Platform& platform);
   static std::optional<std::string> helperAppPath();
   static std::optional<std::string> helperAppPath(platform::Platform& platform);
+
+  /// Tells every program of the user's session, this one included, by a notification without a
+  /// sender object on the distributed notification centre. Posted later, from the main thread, to
+  /// be delivered at once: a host that does not run its main queue sends nothing.
+  static void broadcastNotification(const std::string& name);
+  static void broadcastNotification(const std::string& name, platform::Platform& platform);
+  /// The same with a user info, e.g. {"KVFanValueTypeKey": 1}.
+  static void broadcastNotification(const std::string& name,
+                                    PropertyListValue::Dictionary userInfo);
+  static void broadcastNotification(const std::string& name, PropertyListValue::Dictionary userInfo,
+                                    platform::Platform& platform);
 };
 
 }  // namespace kelvora

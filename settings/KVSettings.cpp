@@ -1,0 +1,175 @@
+#include "KelvoraCore/KVSettings.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "KelvoraCore/KVApplicationGroup.h"
+#include "KelvoraCore/KVUtils.h"
+
+#include "platform/Platform.h"
+#include "settings/SettingValue.h"
+
+namespace kelvora {
+
+namespace {
+
+constexpr const char* kOlderFanSetKey = "KVFanControllerFanSetNameKey";
+
+std::optional<PropertyListValue> constantDefault(KVSettingDefault value) {
+  switch (value) {
+    case KVSettingDefault::kFalse:
+      return false;
+    case KVSettingDefault::kTrue:
+      return true;
+    case KVSettingDefault::kZero:
+      return 0;
+    case KVSettingDefault::kNone:
+    case KVSettingDefault::kComputed:
+      break;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+KVSettings::KVSettings() : KVSettings(platform::Platform::current()) {}
+
+KVSettings::KVSettings(platform::Platform& platform)
+    : platform_(platform), suite_(platform.userDefaults().suite(kApplicationGroupIdentifier)) {}
+
+KVSettings::~KVSettings() = default;
+
+KVSettings& KVSettings::shared() {
+  // Never destroyed: other objects that live for the process may ask until its very end.
+  static KVSettings& settings = *new KVSettings();
+  return settings;
+}
+
+std::optional<PropertyListValue> KVSettings::stored(const KVSetting& setting) {
+  const auto value = suite_->object(setting.key);
+  return value ? asSettingType(setting.type, *value) : std::nullopt;
+}
+
+bool KVSettings::isStored(const KVSetting& setting) { return stored(setting).has_value(); }
+
+std::optional<PropertyListValue> KVSettings::value(const KVSetting& setting) {
+  const auto found = suite_->object(setting.key);
+  if (found) {
+    if (auto value = asSettingType(setting.type, *found)) {
+      return value;
+    }
+  }
+  auto answer = setting.defaultValue == KVSettingDefault::kComputed
+                    ? computedDefault(setting)
+                    : constantDefault(setting.defaultValue);
+  if (!found && answer && setting.isDefaultWrittenBack) {
+    suite_->setObject(setting.key, *answer);
+    suite_->synchronize();
+  }
+  return answer;
+}
+
+void KVSettings::setValue(const KVSetting& setting, std::optional<PropertyListValue> value) {
+  if (value && !asSettingType(setting.type, *value)) {
+    throw std::invalid_argument("KVSettings: a value of another type for " +
+                                std::string(setting.property));
+  }
+  if (value) {
+    suite_->setObject(setting.key, *value);
+  } else {
+    suite_->removeObject(setting.key);
+  }
+  suite_->synchronize();
+  if (setting.notification.empty()) {
+    return;
+  }
+  const std::string name(setting.notification);
+  if (setting.hasUserInfo && value) {
+    KVUtils::broadcastNotification(name, {{std::string(setting.key), *value}}, platform_);
+  } else {
+    KVUtils::broadcastNotification(name, platform_);
+  }
+}
+
+std::optional<PropertyListValue> KVSettings::computedDefault(const KVSetting& setting) {
+  switch (setting.id) {
+    case KVSettingID::kManualFanSetId: {
+      const auto older = suite_->object(kOlderFanSetKey);
+      return older ? asSettingType(KVSettingType::kText, *older) : std::nullopt;
+    }
+    case KVSettingID::kFileLoggingPath: {
+      const auto folder = KVUtils::documentsPath(platform_);
+      return folder ? std::optional<PropertyListValue>(*folder + "/Kelvora Log.csv") : std::nullopt;
+    }
+    case KVSettingID::kCurrentLanguage:
+      return preferredLanguage();
+    default:
+      return std::nullopt;
+  }
+}
+
+std::string KVSettings::preferredLanguage() const {
+  const auto preferred = platform_.mainBundle().preferredLocalizations();
+  const auto& all = allLanguages();
+  const bool known =
+      !preferred.empty() && std::find(all.begin(), all.end(), preferred.front()) != all.end();
+  return known ? preferred.front() : all.front();
+}
+
+const std::vector<std::string>& KVSettings::allLanguages() const {
+  static const std::vector<std::string> languages{"en", "fr", "de",      "es",
+                                                  "tr", "vi", "zh-Hans", "zh-Hant"};
+  return languages;
+}
+
+bool KVSettings::boolean(KVSettingID id) {
+  const auto answer = value(settingOf(id));
+  return answer && answer->boolValue();
+}
+
+std::int64_t KVSettings::integer(KVSettingID id) {
+  const auto answer = value(settingOf(id));
+  return answer ? answer->integerValue() : 0;
+}
+
+std::optional<std::string> KVSettings::text(KVSettingID id) {
+  const auto answer = value(settingOf(id));
+  const auto* text = answer ? answer->as<std::string>() : nullptr;
+  return text == nullptr ? std::nullopt : std::optional(*text);
+}
+
+void KVSettings::set(KVSettingID id, std::optional<PropertyListValue> value) {
+  setValue(settingOf(id), std::move(value));
+}
+
+std::string KVSettings::currentLanguage() {
+  std::string code = text(KVSettingID::kCurrentLanguage).value_or(allLanguages().front());
+  const std::lock_guard lock(languageMutex_);
+  language_ = code;
+  return code;
+}
+
+void KVSettings::setCurrentLanguage(const std::string& code) {
+  {
+    const std::lock_guard lock(languageMutex_);
+    if (language_ == code) {
+      return;
+    }
+    language_ = code;
+  }
+  set(KVSettingID::kCurrentLanguage, code);
+}
+
+double KVSettings::updateInterval() {
+  switch (updateFrequency()) {
+    case 1:
+      return 5.0;
+    case 2:
+      return 10.0;
+    default:
+      return 2.0;
+  }
+}
+
+}  // namespace kelvora

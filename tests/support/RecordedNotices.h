@@ -1,0 +1,49 @@
+#pragma once
+
+#include <vector>
+
+#include "KelvoraCore/KVSetting.h"
+
+#include "platform/Platform.h"
+
+namespace kelvora::testing {
+
+/// The change notifications that reach a program, in order. They come when the main queue runs.
+class RecordedNotices {
+ public:
+  explicit RecordedNotices(platform::Platform& platform) : platform_(platform) {
+    for (const char* name :
+         {KVDataManagerSettingsDidChangeNotification, KVDataManagerLanguageDidChangeNotification,
+          KVDataManagerMenuSensorsDidChangeNotification,
+          KVDataManagerUpdateFrequencyDidChangeNotification,
+          KVDataManagerOverheatListDidChangeNotification,
+          KVDataManagerFileLoggingSensorKeysDidChangeNotification}) {
+      tokens_.push_back(centre().addObserver(
+          name, platform::SuspensionBehavior::kDefault,
+          [this](const platform::Notification& notice) { heard_.push_back(notice); }));
+    }
+  }
+  ~RecordedNotices() {
+    for (const platform::ObserverToken token : tokens_) {
+      centre().removeObserver(token);
+    }
+  }
+  RecordedNotices(const RecordedNotices&) = delete;
+  RecordedNotices& operator=(const RecordedNotices&) = delete;
+
+  /// Runs the main queue dry and answers what was heard since the last call.
+  std::vector<platform::Notification> take() {
+    while (platform_.mainQueue().runPending() > 0) {
+    }
+    return std::exchange(heard_, {});
+  }
+
+ private:
+  platform::NotificationCentre& centre() { return platform_.notificationCentres().distributed(); }
+
+  platform::Platform& platform_;
+  std::vector<platform::ObserverToken> tokens_;
+  std::vector<platform::Notification> heard_;
+};
+
+}  // namespace kelvora::testing
