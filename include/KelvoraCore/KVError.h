@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace kelvora {
+
+class KVSettings;
+
+namespace platform {
+class Platform;
+}
+
+/// The domain of every error that the library makes.
+inline constexpr char KVErrorDomain[] = "com.kelvora.KelvoraCore.ErrorDomain";
+
+/// The one entry of an error's user information.
+inline constexpr char KVLocalizedDescriptionKey[] = "NSLocalizedDescription";
+
+/// An error with a message for the user. A plain value.
+struct KVError {
+  std::string domain;
+  std::int64_t code = 0;
+  std::map<std::string, std::string> userInfo;
+
+  /// The message for the user.
+  std::string localizedDescription() const;
+
+  /// An error with a message of its own; without one, with the general message in the current
+  /// language.
+  static KVError errorWithCode(std::int64_t code, std::optional<std::string> message);
+  static KVError errorWithCode(std::int64_t code, std::optional<std::string> message,
+                               KVSettings& settings, platform::Platform& platform);
+
+  /// An error with the code's message in the current language: 1 a fan condition cannot be added, 2
+  /// an invalid sensor key, 3 a duplicated sensor, 4 a built-in sensor cannot be removed, 5 invalid
+  /// input; any other code has the general message. Where the host has no table for the language,
+  /// the message is its key.
+  static KVError errorWithCode(std::int64_t code);
+  static KVError errorWithCode(std::int64_t code, KVSettings& settings,
+                               platform::Platform& platform);
+};
+
+}  // namespace kelvora

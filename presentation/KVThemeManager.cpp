@@ -1,0 +1,42 @@
+#include "KelvoraCore/KVThemeManager.h"
+
+#include <string>
+
+#include "platform/Platform.h"
+
+namespace kelvora {
+
+namespace {
+
+constexpr const char* kSystemThemeChanged = "AppleInterfaceThemeChangedNotification";
+
+}  // namespace
+
+KVThemeManager::KVThemeManager(platform::Platform& platform)
+    : platform_(platform),
+      observer_(platform.notificationCentres().distributed().addObserver(
+          kSystemThemeChanged, platform::SuspensionBehavior::kDefault,
+          [this](const platform::Notification&) { handleInterfaceThemeChangedNotification(); })) {}
+
+KVThemeManager::~KVThemeManager() {
+  platform_.notificationCentres().distributed().removeObserver(observer_);
+}
+
+KVThemeManager& KVThemeManager::sharedInstance() {
+  static KVThemeManager& manager = *new KVThemeManager(platform::Platform::current());
+  return manager;
+}
+
+bool KVThemeManager::isDarkMode() { return isDarkMode(platform::Platform::current()); }
+
+bool KVThemeManager::isDarkMode(platform::Platform& platform) {
+  return platform.userDefaults().globalObject("AppleInterfaceStyle") == PropertyListValue("Dark");
+}
+
+void KVThemeManager::handleInterfaceThemeChangedNotification() {
+  constexpr bool kDeliverImmediately = false;
+  platform_.notificationCentres().distributed().post(
+      {KVThemeDidChangeNotification, std::nullopt, std::nullopt}, kDeliverImmediately);
+}
+
+}  // namespace kelvora

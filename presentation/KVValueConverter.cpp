@@ -1,0 +1,108 @@
+#include "KelvoraCore/KVValueConverter.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "KelvoraCore/KVSettings.h"
+#include "KelvoraCore/Sensor.h"
+
+namespace kelvora {
+
+namespace {
+
+constexpr std::int64_t kPercentage = 1;
+
+bool isPercentage(std::uint32_t categoryType, KVSettings& settings) {
+  return categoryType == SensorTypeFan && settings.fanValueType() == kPercentage;
+}
+
+// As "%.*f" in the C locale, whatever the process's locale is.
+std::string fixedText(double value, int fractionDigits) {
+  std::array<char, 400> buffer{};  // the largest double has 309 digits
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
+                                 std::chars_format::fixed, fractionDigits);
+  return {buffer.data(), end.ptr};
+}
+
+// Cut toward zero; out of range gives the nearest, not-a-number 0.
+std::int32_t truncated(double value) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  if (std::isnan(value)) {
+    return 0;
+  }
+  if (value >= Limits::max()) {
+    return Limits::max();
+  }
+  return value <= Limits::min() ? Limits::min() : static_cast<std::int32_t>(value);
+}
+
+}  // namespace
+
+std::string KVValueConverter::fullStringFromValue(double value, std::uint32_t categoryType,
+                                                  bool shortForm) {
+  return fullStringFromValue(value, categoryType, shortForm, KVSettings::shared());
+}
+
+std::string KVValueConverter::fullStringFromValue(double value, std::uint32_t categoryType,
+                                                  bool shortForm, KVSettings& settings) {
+  if (value < 0.0) {
+    return "-";
+  }
+  return stringFromValue(value, categoryType, settings) +
+         unitStringFromCategoryType(categoryType, shortForm, settings).value_or("");
+}
+
+std::string KVValueConverter::stringFromValue(double value, std::uint32_t categoryType) {
+  return stringFromValue(value, categoryType, KVSettings::shared());
+}
+
+std::string KVValueConverter::stringFromValue(double value, std::uint32_t categoryType,
+                                              KVSettings& settings) {
+  if (isPercentage(categoryType, settings)) {
+    return std::to_string(truncated(value * 100.0));
+  }
+  const bool whole = categoryType == SensorTypeFan || categoryType == SensorTypeTemperature;
+  return fixedText(value, whole ? 0 : 2);
+}
+
+std::optional<std::string> KVValueConverter::unitStringFromCategoryType(std::uint32_t categoryType,
+                                                                        bool shortForm) {
+  return unitStringFromCategoryType(categoryType, shortForm, KVSettings::shared());
+}
+
+std::optional<std::string> KVValueConverter::unitStringFromCategoryType(std::uint32_t categoryType,
+                                                                        bool shortForm,
+                                                                        KVSettings& settings) {
+  switch (categoryType) {
+    case SensorTypeTemperature:
+      if (shortForm) {
+        return "°";
+      }
+      return settings.tempUnitCelsius() ? "°C" : "°F";
+    case SensorTypeFan:
+      if (isPercentage(categoryType, settings)) {
+        return "%";
+      }
+      return shortForm ? "" : "rpm";
+    case SensorTypeVoltage:
+      return "V";
+    case SensorTypeCurrent:
+      return "A";
+    case SensorTypePower:
+      return "W";
+    default:
+      return std::nullopt;
+  }
+}
+
+double KVValueConverter::convertedTemp(double celsius) {
+  return convertedTemp(celsius, KVSettings::shared());
+}
+
+double KVValueConverter::convertedTemp(double celsius, KVSettings& settings) {
+  return settings.tempUnitCelsius() ? celsius : celsius * 9.0 / 5.0 + 32.0;
+}
+
+}  // namespace kelvora

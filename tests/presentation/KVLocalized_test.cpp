@@ -1,0 +1,83 @@
+#include "KelvoraCore/KVLocalized.h"
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/SomeMac.h"
+
+namespace kelvora {
+namespace {
+
+using KVLocalized::localizedStringForKey;
+
+class Localized : public ::testing::Test {
+ protected:
+  Localized() {
+    mac_.addStrings("en", "\"category-fan-name\" = \"Fans\";");
+    mac_.addStrings("de", "\"category-fan-name\" = \"Lüfter\";");
+  }
+  std::optional<std::string> text(std::string_view key) {
+    return localizedStringForKey(key, mac_.settings, *mac_.platform);
+  }
+  std::optional<std::string> textIn(std::string_view language, std::string_view key) {
+    return localizedStringForKey(key, language, *mac_.platform);
+  }
+
+  testing::SomeMac mac_;
+};
+
+TEST_F(Localized, TheChosenLanguageDecidesFromTheNextCallOn) {
+  EXPECT_EQ(text("category-fan-name"), "Fans");
+  mac_.settings.setCurrentLanguage("de");
+  EXPECT_EQ(text("category-fan-name"), "Lüfter");
+}
+
+TEST_F(Localized, WithoutAChosenLanguageTheSystemsTableIsUsed) {
+  mac_.settings.setCurrentLanguage("");
+  mac_.bundle.localizations = {{"de", "en"}};
+  EXPECT_EQ(text("category-fan-name"), "Lüfter");
+  EXPECT_EQ(text("unknown"), "unknown");
+  mac_.bundle.localizations = {{"ja"}};
+  EXPECT_EQ(text("category-fan-name"), "category-fan-name");
+  mac_.bundle.localizations = {std::vector<std::string>()};
+  EXPECT_EQ(text("category-fan-name"), "category-fan-name");
+}
+
+TEST_F(Localized, AChosenLanguageWithoutAFolderGivesNone) {
+  mac_.settings.setCurrentLanguage("tr");
+  EXPECT_FALSE(text("category-fan-name"));
+  EXPECT_FALSE(textIn("tr", "category-fan-name"));
+}
+
+TEST_F(Localized, AKeyThatIsMissingFromTheTableComesBack) {
+  EXPECT_EQ(textIn("de", "category-power-name"), "category-power-name");
+  EXPECT_EQ(textIn("de", ""), "");
+}
+
+TEST_F(Localized, AFolderWithoutATableGivesTheKey) {
+  std::filesystem::create_directories(mac_.resources.path("fr.lproj"));
+  EXPECT_EQ(textIn("fr", "category-fan-name"), "category-fan-name");
+}
+
+TEST_F(Localized, ADamagedTableCountsAsEmptyAndIsLoggedOnce) {
+  mac_.addStrings("fr", "\"category-fan-name\" = \"Ventilateurs\"\n\"b\" = \"c\";");
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(textIn("fr", "category-fan-name"), "category-fan-name");
+  EXPECT_EQ(textIn("fr", "b"), "b");
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "Localization: " + mac_.resources.path("fr.lproj") +
+                "/Localizable.strings: line 2: ';' expected\n");
+}
+
+TEST_F(Localized, AChangedTableIsReadAgain) {
+  EXPECT_EQ(textIn("de", "category-fan-name"), "Lüfter");
+  mac_.addStrings("de", "\"category-fan-name\" = \"Gebläse\";");
+  std::filesystem::last_write_time(
+      mac_.resources.path("de.lproj/Localizable.strings"),
+      std::filesystem::file_time_type::clock::now() + std::chrono::seconds(5));
+  EXPECT_EQ(textIn("de", "category-fan-name"), "Gebläse");
+}
+
+}  // namespace
+}  // namespace kelvora
