@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -44,6 +46,58 @@ class KVUtils {
   static std::optional<std::string> helperAppSrcPath(platform::Platform& platform);
   static std::optional<std::string> helperAppPath();
   static std::optional<std::string> helperAppPath(platform::Platform& platform);
+
+  /// What opening an application came to: whether it was opened, and what went wrong if the system
+  /// said.
+  using OpenCompletion = std::function<void(bool opened, std::optional<std::string> error)>;
+
+  /// Asks the system to launch the main application, by its bundle identifier, without waiting.
+  static void loadMainApp();
+  static void loadMainApp(platform::Platform& platform);
+
+  /// Opens the application at a path. Where there is none, and while one with the bundle identifier
+  /// runs already, `completion` is called at once, on the calling thread, with false and no error.
+  /// Otherwise it is called on the main thread when the system has answered. It may be empty.
+  static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
+                      OpenCompletion completion);
+  static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
+                      OpenCompletion completion, platform::Platform& platform);
+  /// With `forceRelaunch` ends every running instance first, and blocks until none is left.
+  static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
+                      bool forceRelaunch, OpenCompletion completion);
+  static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
+                      bool forceRelaunch, OpenCompletion completion, platform::Platform& platform);
+
+  /// Asks every instance of an application to end, again and again without a pause, until none is
+  /// left; then calls `completion` (it may be empty) on the calling thread. An application that
+  /// refuses to end blocks it for ever unless `force`.
+  static void terminateApp(const std::string& bundleIdentifier, bool force,
+                           const std::function<void()>& completion);
+  static void terminateApp(const std::string& bundleIdentifier, bool force,
+                           const std::function<void()>& completion, platform::Platform& platform);
+  /// Asks every instance once, politely or by `force`, and does not wait.
+  static void terminateApp(const std::string& bundleIdentifier, bool force);
+  static void terminateApp(const std::string& bundleIdentifier, bool force,
+                           platform::Platform& platform);
+
+  /// Whether at least one application with the bundle identifier runs.
+  static bool isAppRunning(const std::string& bundleIdentifier);
+  static bool isAppRunning(const std::string& bundleIdentifier, platform::Platform& platform);
+
+  /// "CFBundleVersion" of an application as a whole number, e.g. 412; 0 where there is no
+  /// application or no version.
+  static std::int64_t appBuildNumberAtPath(const std::string& path);
+  static std::int64_t appBuildNumberAtPath(const std::string& path, platform::Platform& platform);
+  /// The same of the running program.
+  static std::int64_t appBuildNumber();
+  static std::int64_t appBuildNumber(platform::Platform& platform);
+
+  /// Whether some active display is not built in.
+  static bool isExternalDisplayConnected();
+  static bool isExternalDisplayConnected(platform::Platform& platform);
+  /// How many displays are active.
+  static std::int64_t numOfDisplays();
+  static std::int64_t numOfDisplays(platform::Platform& platform);
 
   /// Tells every program of the user's session, this one included, by a notification without a
   /// sender object on the distributed notification centre. Posted later, from the main thread, to

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <utility>
 
+#include "platform/linux/ApplicationBundle.h"
 #include "platform/linux/LinuxFiles.h"
 
 namespace kelvora::platform {
@@ -117,8 +118,10 @@ std::vector<std::string> LinuxMainBundle::preferredLocalizations() {
 }
 
 std::optional<PropertyListValue::Dictionary> LinuxMainBundle::informationDictionary(
-    const std::string&) {
-  return std::nullopt;
+    const std::string& bundlePath) {
+  const auto bundle =
+      bundlePath.empty() ? applicationOfExecutable(executablePath_) : applicationAt(bundlePath);
+  return bundle ? std::optional(bundle->information) : std::nullopt;
 }
 
 }  // namespace kelvora::platform

@@ -18,7 +18,7 @@ class LinuxMainBundle : public MainBundle {
   std::optional<std::string> resourcePath(std::string_view name, std::string_view type) override;
   /// From the environment, as gettext reads it: LANGUAGE, LC_ALL, LC_MESSAGES, LANG, then "en".
   std::vector<std::string> preferredLocalizations() override;
-  /// None: programs here carry no "Info.plist".
+  /// Of the application at the path, or with an empty path of the one whose program this is.
   std::optional<PropertyListValue::Dictionary> informationDictionary(
       const std::string& bundlePath) override;
 

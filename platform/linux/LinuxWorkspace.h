@@ -1,20 +1,30 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
+#include "platform/SerialQueue.h"
 #include "platform/Workspace.h"
 
 namespace kelvora::platform {
 
-/// A workspace without applications: Linux programs have no bundle identifiers. Nothing can be
-/// launched, opened or ended; a completion is called before `openApplication` returns.
+/// Applications as folders with an information dictionary; the running ones are this user's
+/// processes whose executable is an application's program.
 class LinuxWorkspace : public Workspace {
  public:
-  bool launchApplication(std::string_view) override { return false; }
-  void openApplication(std::string_view,
-                       std::function<void(std::optional<std::string>)> completion) override {
-    if (completion) completion("applications cannot be opened on this system");
-  }
-  std::vector<RunningApplication> runningApplications() override { return {}; }
-  bool terminate(const RunningApplication&, bool) override { return false; }
+  /// Applications are found by their identifier in `folders`, the first match counts.
+  explicit LinuxWorkspace(std::vector<std::string> folders);
+
+  bool launchApplication(std::string_view bundleIdentifier) override;
+  void openApplication(std::string_view path,
+                       std::function<void(std::optional<std::string> failure)> completion) override;
+  std::vector<RunningApplication> runningApplications() override;
+  /// SIGTERM, or SIGKILL when `force`.
+  bool terminate(const RunningApplication& application, bool force) override;
+
+ private:
+  std::vector<std::string> folders_;
+  SerialQueue queue_{"Open Application"};
 };
 
 }  // namespace kelvora::platform

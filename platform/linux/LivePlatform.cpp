@@ -1,4 +1,7 @@
+#include <filesystem>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/Platform.h"
 #include "platform/linux/LinuxAuthorization.h"
@@ -33,12 +36,23 @@ void addHardware(Ports& ports) {
   ports.registry = std::make_unique<RecordedRegistry>(std::nullopt);
 }
 
+// Where the product's applications are installed, and where they are carried.
+std::vector<std::string> applicationFolders() {
+  std::vector<std::string> folders;
+  if (const auto support = LinuxFiles().applicationSupportFolder()) {
+    folders.push_back(*support + "/Kelvora");
+  }
+  const std::filesystem::path executable(LinuxMainBundle().executablePath());
+  folders.push_back(executable.parent_path().string());
+  return folders;
+}
+
 void addSystem(Ports& ports) {
   ports.systemControls = std::make_unique<LinuxSystemControls>();
   ports.hostStatistics = std::make_unique<LinuxHostStatistics>();
   ports.systemFacts = std::make_unique<LinuxSystemFacts>();
   ports.childProcesses = std::make_unique<LinuxChildProcesses>();
-  ports.workspace = std::make_unique<LinuxWorkspace>();
+  ports.workspace = std::make_unique<LinuxWorkspace>(applicationFolders());
   ports.authorization = std::make_unique<LinuxAuthorization>();
   ports.files = std::make_unique<LinuxFiles>();
 }

@@ -13,7 +13,6 @@
 #include "platform/linux/LinuxHostStatistics.h"
 #include "platform/linux/LinuxSystemControls.h"
 #include "platform/linux/LinuxSystemFacts.h"
-#include "platform/linux/LinuxWorkspace.h"
 #include "tests/support/ScriptedChildProcesses.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -231,14 +230,6 @@ TEST(LinuxSystemFacts, DisplaysAreTheConnectedOnesTheBuiltInFirst) {
   EXPECT_EQ(displays[0].height, 1050);
   EXPECT_FALSE(displays[1].builtIn);
   EXPECT_EQ(displays[1].width, 2560);
-}
-
-TEST(LinuxWorkspace, OpensNothingAndSaysSo) {
-  platform::LinuxWorkspace workspace;
-  std::optional<std::string> failure;
-  workspace.openApplication("/bin/true", [&](auto text) { failure = text; });
-  EXPECT_EQ(failure, "applications cannot be opened on this system");
-  EXPECT_TRUE(workspace.runningApplications().empty());
 }
 
 TEST(LinuxAuthorization, RootStartsToolsItself) {
