@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 
 #include "platform/PropertyListFile.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::platform {
 namespace {
@@ -52,7 +52,7 @@ class LinuxUserDefaultsTest : public ::testing::Test {
     return std::count(text.begin(), text.end(), '\n');
   }
 
-  testing::ScratchFolder folder_;
+  testing::TemporaryFolder folder_;
 };
 
 TEST_F(LinuxUserDefaultsTest, AFreshSuiteIsEmptyAndCreatesNothing) {

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::platform {
 namespace {
@@ -144,13 +144,13 @@ TEST(PropertyListFile, NestingBeyondAHundredLevelsIsRefused) {
 }
 
 TEST(PropertyListFile, AMissingFileTellsWhatTheSystemSaid) {
-  const testing::ScratchFolder folder;
+  const testing::TemporaryFolder folder;
   EXPECT_EQ(readPropertyListFile(folder.path("none.plist")).failure, "No such file or directory");
   EXPECT_EQ(readPropertyListFile(folder.path("")).failure, "Is a directory");
 }
 
 TEST(PropertyListFile, AFileIsReadInEitherFormat) {
-  const testing::ScratchFolder folder;
+  const testing::TemporaryFolder folder;
   folder.write("Info.plist",
                "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">"
                "<dict><key>CFBundleVersion</key><string>412</string></dict></plist>");

@@ -14,7 +14,7 @@
 #include "platform/PropertyListFile.h"
 #include "platform/linux/LinuxUserDefaults.h"
 #include "tests/support/ChildWork.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::platform {
 namespace {
@@ -67,7 +67,7 @@ int watch(const std::string& folder, int untilClosed) {
 }
 
 TEST(SettingsFileProcesses, ThreeWritersLoseNothingAndReadersAlwaysSeeAWholeFile) {
-  const testing::ScratchFolder folder;
+  const testing::TemporaryFolder folder;
   LinuxUserDefaults(folder.path("")).suite(kGroup)->setObject("start", true);
   std::array<int, 2> ends = {};
   ASSERT_EQ(pipe2(ends.data(), O_NONBLOCK | O_CLOEXEC), 0);
@@ -97,7 +97,7 @@ TEST(SettingsFileProcesses, ThreeWritersLoseNothingAndReadersAlwaysSeeAWholeFile
 }
 
 TEST(SettingsFileProcesses, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewFile) {
-  const testing::ScratchFolder folder;
+  const testing::TemporaryFolder folder;
   LinuxUserDefaults defaults(folder.path(""));
   const auto suite = defaults.suite(kGroup);
   suite->setObject("mine", "kept");

@@ -1,10 +1,10 @@
 // What docs/ says of the settings and of a host, against the code.
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "KelvoraCore/KVSetting.h"
 

@@ -90,7 +90,7 @@ class Applications : public ::testing::Test {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   }
 
-  testing::ScratchFolder folder_;
+  testing::TemporaryFolder folder_;
   testing::SomeMac mac_;
   std::optional<std::string> error_;
 };

@@ -7,8 +7,8 @@
 #include <unistd.h>
 
 #include "tests/support/ChildWork.h"
-#include "tests/support/ScratchFolder.h"
 #include "tests/support/SessionBus.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora {
 namespace {
@@ -80,7 +80,7 @@ std::string nextSettingsLine(MenuProgram& menu) {
 }
 
 TEST(TwoHosts, AChangeInOneIsShownByTheOtherBecauseOfTheNotice) {
-  const testing::ScratchFolder folder;
+  const testing::TemporaryFolder folder;
   setenv("XDG_CONFIG_HOME", folder.path("config").c_str(), 1);
   const testing::SessionBus bus;
   MenuProgram menu;

@@ -11,7 +11,7 @@
 #include "tests/support/ForwardingMainBundle.h"
 #include "tests/support/ForwardingPorts.h"
 #include "tests/support/RecordedMachines.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::testing {
 
@@ -40,7 +40,7 @@ struct SomeMac {
     }
   }
 
-  ScratchFolder resources;
+  TemporaryFolder resources;
   std::unique_ptr<platform::Platform> platform = recordedPlatform(recordedMachine("Macmini8,1"));
   ForwardingMainBundle& bundle = wrapPort<ForwardingMainBundle>(platform->ports().mainBundle);
   ForwardingCentres& centres = wrapPort<ForwardingCentres>(platform->ports().notificationCentres);

@@ -2,8 +2,10 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include <stdlib.h>
 
@@ -24,12 +26,23 @@ class TemporaryFolder {
 
   const std::string& path() const { return path_; }
 
+  /// Path of an entry, which need not exist.
+  std::string path(std::string_view entry) const {
+    return (std::filesystem::path(path_) / entry).string();
+  }
+
   /// Writes a file, with the folders above it, and answers its path.
-  std::string write(const std::string& name, const std::string& content) const {
+  std::string write(std::string_view name, std::string_view content) const {
     const std::filesystem::path file = std::filesystem::path(path_) / name;
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary) << content;
     return file.string();
+  }
+
+  /// A file's content; empty where there is none.
+  std::string read(std::string_view name) const {
+    std::ifstream file(std::filesystem::path(path_) / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   }
 
  private:
