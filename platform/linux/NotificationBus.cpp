@@ -84,6 +84,7 @@ struct NotificationBus::Connection {
             std::string key;
             sdbus::Variant value;
             message >> space >> key >> value;
+            schemeChanged = true;
             handlers.colourScheme(schemeIn(value));
           });
         },
@@ -109,6 +110,7 @@ struct NotificationBus::Connection {
   std::unique_ptr<sdbus::IProxy> portal;
   std::mutex sending;
   std::atomic<bool> connected{true};
+  bool schemeChanged = false;  // on the loop's thread
   std::thread loop;
 };
 
@@ -155,7 +157,8 @@ void NotificationBus::askColourScheme() {
         .onInterface(kPortalSettings)
         .withArguments(std::string(kAppearance), std::string(kColourScheme))
         .uponReplyInvoke([this](const sdbus::Error* error, sdbus::Variant value) {
-          if (error == nullptr) {
+          // A change that was heard meanwhile is newer than the answer.
+          if (error == nullptr && !connection_->schemeChanged) {
             guarded([&] { connection_->handlers.colourScheme(schemeIn(value)); });
           }
         });
