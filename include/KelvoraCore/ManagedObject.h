@@ -1,0 +1,149 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "KelvoraCore/ManagedValue.h"
+
+namespace kelvora {
+
+class ManagedObject;
+class ManagedObjectContext;
+using ManagedObjectPtr = std::shared_ptr<ManagedObject>;
+using ManagedObjectContextPtr = std::shared_ptr<ManagedObjectContext>;
+
+namespace engine {
+class ContextState;
+class EntityDescription;
+}  // namespace engine
+
+/// One row of the store as one context sees it: within a context a row is always the same object,
+/// for as long as somebody holds it. A shared handle: the context keeps objects with unsaved
+/// changes alive and forgets the others with their last user.
+///
+/// Values are read from the store on first access. They stay as read, or follow what any program
+/// last committed, by the staleness interval of the context; unsaved values of this context and of
+/// its parents always show. An object whose row another program deleted keeps answering what it
+/// last knew, and no relationship leads to it any more.
+///
+/// Use an object only on the queue of its context. Its handle may be dropped on any thread. When
+/// the context is gone, the object keeps the values it has and saves nothing.
+class ManagedObject : public std::enable_shared_from_this<ManagedObject> {
+ public:
+  /// What a context makes an object from.
+  struct Origin {
+    std::shared_ptr<engine::ContextState> context;
+    const engine::EntityDescription* entity;
+    std::int64_t id;
+  };
+
+  explicit ManagedObject(Origin origin);
+  virtual ~ManagedObject();
+  ManagedObject(const ManagedObject&) = delete;
+  ManagedObject& operator=(const ManagedObject&) = delete;
+
+  /// Identity of the row in its file; the same in every context and process, given at insertion and
+  /// never used again. Never 0.
+  std::int64_t objectID() const { return id_; }
+  /// E.g. "Sensor".
+  const std::string& entityName() const;
+  /// Null when the context is gone.
+  ManagedObjectContextPtr managedObjectContext() const;
+
+  bool isInserted() const { return status_ == Status::kInserted; }  ///< not saved yet
+  bool isUpdated() const { return status_ == Status::kUpdated; }    ///< saved, with unsaved changes
+  bool isDeleted() const { return status_ == Status::kDeleted; }    ///< deleted in this context
+  bool hasChanges() const { return status_ != Status::kClean; }
+  bool isFault() const { return !loaded_; }  ///< nothing read from the store yet
+
+  /// The value of an attribute by its name; nil also when there is no such attribute.
+  ManagedValue attribute(std::string_view name) const;
+  /// False, and nothing is set, when there is no such attribute or the value is of another type.
+  /// nil is allowed for every attribute here; a save refuses it where the model does.
+  bool setAttribute(std::string_view name, ManagedValue value);
+
+  /// The object at the end of a to-one relationship; null when there is none.
+  ManagedObjectPtr related(std::string_view relationship) const;
+  /// Sets a to-one relationship (null clears it); as a new member of an ordered relationship the
+  /// object comes last. False when there is no such relationship.
+  bool setRelated(std::string_view relationship, const ManagedObjectPtr& object);
+
+  /// The members of a to-many relationship, in their order, or by creation when it has none.
+  std::vector<ManagedObjectPtr> members(std::string_view relationship) const;
+  std::size_t countOfMembers(std::string_view relationship) const;
+  /// Appends an object; one that is a member already moves to the end of an ordered relationship.
+  /// Costs the same however many members there are, and reads none of them.
+  bool addMember(std::string_view relationship, const ManagedObjectPtr& object);
+  /// Inserts or moves an object so that it then has this index (at most the count of the others).
+  bool insertMember(std::string_view relationship, const ManagedObjectPtr& object,
+                    std::size_t index);
+  /// Leaves the object itself in the store; false when it was no member.
+  bool removeMember(std::string_view relationship, const ManagedObjectPtr& object);
+  /// Makes these objects the members, in this order.
+  bool setMembers(std::string_view relationship, const std::vector<ManagedObjectPtr>& objects);
+
+ protected:
+  // Typed access by the place of a name in the list that a class registers itself with. A name that
+  // the model lacks, or has with another type, reads as nil and ignores writes.
+  ManagedValue valueAt(std::size_t name) const;
+  void setValueAt(std::size_t name, ManagedValue value);
+  double doubleAt(std::size_t name) const;         ///< nil is 0
+  std::int64_t integerAt(std::size_t name) const;  ///< nil is 0
+  bool booleanAt(std::size_t name) const;          ///< nil is false
+  std::string textAt(std::size_t name) const;      ///< nil is empty
+  void setTextAt(std::size_t name, std::string text);
+  /// None for nil.
+  template <typename T>
+  std::optional<T> valueAs(std::size_t name) const {
+    const ManagedValue value = valueAt(name);
+    const T* held = std::get_if<T>(&value);
+    return held == nullptr ? std::nullopt : std::optional<T>(*held);
+  }
+  template <typename T>
+  std::shared_ptr<T> relatedAs(std::string_view relationship) const {
+    return std::dynamic_pointer_cast<T>(related(relationship));
+  }
+  template <typename T>
+  std::vector<std::shared_ptr<T>> membersAs(std::string_view relationship) const {
+    std::vector<std::shared_ptr<T>> typed;
+    for (const ManagedObjectPtr& member : members(relationship)) {
+      if (auto object = std::dynamic_pointer_cast<T>(member)) {
+        typed.push_back(std::move(object));
+      }
+    }
+    return typed;
+  }
+  template <typename T>
+  bool setMembersAs(std::string_view relationship, const std::vector<std::shared_ptr<T>>& objects) {
+    return setMembers(relationship, std::vector<ManagedObjectPtr>(objects.begin(), objects.end()));
+  }
+
+ private:
+  friend class engine::ContextState;
+  enum class Status : std::uint8_t { kClean, kInserted, kUpdated, kDeleted };
+  struct Members {
+    bool loaded = false;
+    std::uint64_t stamp = 0;
+    std::vector<std::int64_t> ids;
+  };
+
+  std::shared_ptr<engine::ContextState> context_;
+  const engine::EntityDescription* entity_;
+  const std::int64_t id_;
+  Status status_ = Status::kClean;
+  bool loaded_ = false;
+  bool gone_ = false;          // the row is not in the store any more
+  std::uint64_t changed_ = 0;  // one bit per column
+  std::uint64_t stamp_ = 0;    // of the state of the store that the values are from
+  double loadedAtSeconds_ = 0;
+  std::vector<ManagedValue> values_;            // one per column of the entity
+  mutable std::unique_ptr<Members[]> members_;  // one per to-many relationship, once asked for
+};
+
+}  // namespace kelvora

@@ -1,0 +1,164 @@
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "store/engine/ContextState.h"
+#include "store/engine/PredicateEvaluator.h"
+
+namespace kelvora::engine {
+
+namespace {
+
+// An object as a predicate sees it: with the unsaved values of its context.
+class ObjectSource : public PropertySource {
+ public:
+  ObjectSource(ContextState& context, ManagedObjectPtr object)
+      : context_(context), object_(std::move(object)) {}
+  std::int64_t id() const override { return object_->objectID(); }
+  ManagedValue property(const std::vector<std::size_t>& path, std::size_t column) const override {
+    ManagedObjectPtr at = object_;
+    for (const std::size_t relationship : path) {
+      at = context_.related(*at, relationship);
+      if (at == nullptr) {
+        return {};
+      }
+    }
+    return context_.read(*at, column);
+  }
+
+ private:
+  ContextState& context_;
+  ManagedObjectPtr object_;
+};
+
+}  // namespace
+
+ContextState::DirtyRows ContextState::dirtyRows(std::size_t entity) const {
+  DirtyRows rows = parent_ == nullptr ? DirtyRows() : parent_->dirtyRows(entity);
+  const std::lock_guard lock(mutex_);
+  for (const auto& [id, object] : pending_[entity]) {
+    bool& deleted = rows[id];
+    deleted = deleted || object->status_ == Status::kDeleted;
+  }
+  return rows;
+}
+
+ManagedObjectPtr ContextState::objectOfRow(const EntityDescription& entity, const RowCursor& row) {
+  ManagedObjectPtr known = registered(row.id());
+  if (known == nullptr) {
+    known = coordinator_->makeObject({shared_from_this(), &entity, row.id()});
+    enroll(known);
+  } else if (known->loaded_ && stalenessSeconds_ != 0) {
+    return known;
+  }
+  fill(*known, row, nullptr);
+  return known;
+}
+
+std::optional<ContextState::Objects> ContextState::fetchClean(const FetchRequest& request) {
+  Objects objects;
+  const bool done = coordinator_->fetch(
+      request, [&](const RowCursor& row) { objects.push_back(objectOfRow(*request.entity, row)); });
+  return done ? std::optional(std::move(objects)) : std::nullopt;
+}
+
+bool ContextState::pathsAreDirty(const ResolvedPredicate& predicate,
+                                 const EntityDescription& entity) const {
+  const std::vector<std::size_t> entities = entitiesOnPaths(predicate, model(), entity);
+  return std::any_of(entities.begin(), entities.end(),
+                     [this](std::size_t number) { return !dirtyRows(number).empty(); });
+}
+
+// The store answers for the rows that nobody here has touched; the others are judged in memory.
+std::optional<ContextState::Objects> ContextState::fetchDirty(const FetchRequest& request) {
+  std::optional<ResolvedPredicate> resolved;
+  if (request.predicate != nullptr) {
+    resolved = resolve(*request.predicate, model(), *request.entity);
+  }
+  const bool judgesAll = resolved && pathsAreDirty(*resolved, *request.entity);
+  const DirtyRows dirty = dirtyRows(request.entity->number);
+  if (dirty.empty() && !judgesAll) {
+    return fetchClean(request);
+  }
+  FetchRequest stored = request;
+  stored.firstOnly = false;
+  stored.predicate = judgesAll ? nullptr : request.predicate;
+  Objects objects;
+  const bool done = coordinator_->fetch(stored, [&](const RowCursor& row) {
+    if (!dirty.contains(row.id())) {
+      objects.push_back(objectOfRow(*request.entity, row));
+    }
+  });
+  if (!done) {
+    return std::nullopt;
+  }
+  Objects unjudged;
+  if (judgesAll) {
+    unjudged.swap(objects);
+  }
+  for (const auto& [id, deleted] : dirty) {
+    if (!deleted) {
+      unjudged.push_back(object(*request.entity, id));
+    }
+  }
+  for (const ManagedObjectPtr& candidate : unjudged) {
+    willRead(*candidate);
+    if (isLive(*candidate) && (!resolved || holds(*resolved, ObjectSource(*this, candidate)))) {
+      objects.push_back(candidate);
+    }
+  }
+  sortObjects(request.order, objects);
+  if (request.firstOnly && objects.size() > 1) {
+    objects.resize(1);
+  }
+  return objects;
+}
+
+void ContextState::sortObjects(const std::optional<FetchOrder>& order, Objects& objects) {
+  std::vector<std::pair<ManagedValue, ManagedObjectPtr>> keyed;
+  keyed.reserve(objects.size());
+  for (ManagedObjectPtr& object : objects) {
+    ManagedValue key = order ? comparableValue(read(*object, order->column)) : ManagedValue();
+    keyed.emplace_back(std::move(key), std::move(object));
+  }
+  std::sort(keyed.begin(), keyed.end(), [&](const auto& a, const auto& b) {
+    const int values = compareValues(a.first, b.first);
+    if (values != 0) {
+      return order->ascending ? values < 0 : values > 0;
+    }
+    return a.second->objectID() < b.second->objectID();
+  });
+  for (std::size_t i = 0; i < keyed.size(); ++i) {
+    objects[i] = std::move(keyed[i].second);
+  }
+}
+
+std::optional<ContextState::Objects> ContextState::fetch(std::string_view entityName,
+                                                         const Predicate* predicate,
+                                                         const SortDescriptor* sort,
+                                                         bool firstOnly) {
+  FetchRequest request;
+  request.entity = coordinator_ == nullptr || closed_ ? nullptr : model().entityNamed(entityName);
+  request.predicate = predicate;
+  request.firstOnly = firstOnly;
+  if (request.entity == nullptr) {
+    return std::nullopt;
+  }
+  if (sort != nullptr) {
+    const auto column = request.entity->columnNamed(sort->key);
+    if (!column || request.entity->columns[*column].kind != ColumnKind::kAttribute) {
+      return std::nullopt;
+    }
+    request.order = {*column, sort->ascending};
+  }
+  if (!chainHasChanges()) {
+    return fetchClean(request);
+  }
+  try {
+    return fetchDirty(request);
+  } catch (const PredicateError&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace kelvora::engine

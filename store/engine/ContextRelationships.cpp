@@ -1,0 +1,314 @@
+#include <algorithm>
+#include <unordered_set>
+#include <utility>
+
+#include "store/engine/ContextState.h"
+
+// A relationship is stored in one place: the to-one column of the member's row, with its order
+// column. Everything here changes these two; the lists that owners answer are made from them.
+namespace kelvora::engine {
+
+namespace {
+
+std::int64_t orderOf(const ManagedValue& value) { return wholeNumber(value).value_or(0); }
+
+}  // namespace
+
+std::int64_t ContextState::nextProvisionalOrder() {
+  static std::atomic<std::int64_t> given{0};
+  return kFirstProvisionalOrder + ++given;
+}
+
+bool ContextState::isLive(const ManagedObject& object) {
+  return !object.gone_ && object.status_ != Status::kDeleted;
+}
+
+ManagedObjectPtr ContextState::related(ManagedObject& object, std::size_t column) {
+  const std::optional<std::int64_t> id = wholeNumber(read(object, column));
+  if (!id || coordinator_ == nullptr) {
+    return nullptr;
+  }
+  const EntityDescription& destination =
+      model().entity(object.entity_->columns[column].destination);
+  ManagedObjectPtr target = this->object(destination, *id);
+  willRead(*target);
+  return isLive(*target) ? target : nullptr;
+}
+
+ManagedObject::Members& ContextState::membersCache(ManagedObject& owner, std::size_t toMany) const {
+  if (owner.members_ == nullptr) {
+    owner.members_ = std::make_unique<ManagedObject::Members[]>(owner.entity_->toMany.size());
+  }
+  return owner.members_[toMany];
+}
+
+// The list of an owner that is in memory already; null when there is none to keep in step.
+ManagedObject::Members* ContextState::loadedCache(const EntityDescription& member,
+                                                  std::size_t column, const ManagedValue& owner) {
+  const std::optional<std::int64_t> id = wholeNumber(owner);
+  const ManagedObjectPtr object = id ? registered(*id) : nullptr;
+  if (object == nullptr || object->members_ == nullptr) {
+    return nullptr;
+  }
+  ManagedObject::Members& cache = object->members_[member.columns[column].inverse.value()];
+  return cache.loaded ? &cache : nullptr;
+}
+
+void ContextState::leaveOwner(ManagedObject& member, std::size_t column) {
+  if (ManagedObject::Members* cache =
+          loadedCache(*member.entity_, column, member.values_[column])) {
+    std::erase(cache->ids, member.id_);
+  }
+}
+
+// A member that comes last is appended; any other place makes the owner read its list again.
+void ContextState::joinOwner(ManagedObject& member, std::size_t column) {
+  ManagedObject::Members* cache = loadedCache(*member.entity_, column, member.values_[column]);
+  if (cache == nullptr) {
+    return;
+  }
+  const auto order = member.entity_->columns[column].orderColumn;
+  if (order && orderOf(member.values_[*order]) < kFirstProvisionalOrder) {
+    cache->loaded = false;
+  } else {
+    cache->ids.push_back(member.id_);
+  }
+}
+
+void ContextState::setOwner(ManagedObject& member, std::size_t column,
+                            std::optional<std::int64_t> owner, std::optional<std::int64_t> order) {
+  read(member, column);
+  leaveOwner(member, column);
+  write(member, column, numberOrNil(owner));
+  if (const auto orderColumn = member.entity_->columns[column].orderColumn) {
+    write(member, *orderColumn, numberOrNil(order));
+  }
+  joinOwner(member, column);
+}
+
+void ContextState::setRelated(ManagedObject& object, std::size_t column,
+                              const ManagedObjectPtr& target) {
+  const ManagedObjectPtr mine = own(target);
+  std::optional<std::int64_t> owner;
+  std::optional<std::int64_t> order;
+  if (mine != nullptr && isLive(*mine)) {
+    owner = mine->id_;
+    order = nextProvisionalOrder();
+  }
+  if (object.status_ != Status::kDeleted && wholeNumber(read(object, column)) != owner) {
+    setOwner(object, column, owner, order);
+  }
+}
+
+std::optional<ContextState::Objects> ContextState::cachedMembers(ManagedObject& owner,
+                                                                 std::size_t toMany) {
+  const ManagedObject::Members& cache = membersCache(owner, toMany);
+  if (!cache.loaded || (!closed_ && isStale(cache.stamp, owner.loadedAtSeconds_))) {
+    return std::nullopt;
+  }
+  Objects objects;
+  objects.reserve(cache.ids.size());
+  for (const std::int64_t id : cache.ids) {
+    ManagedObjectPtr object = registered(id);
+    if (object == nullptr) {
+      return std::nullopt;
+    }
+    if (isLive(*object)) {
+      objects.push_back(std::move(object));
+    }
+  }
+  return objects;
+}
+
+ContextState::Objects ContextState::members(ManagedObject& owner, std::size_t toMany) {
+  if (auto cached = cachedMembers(owner, toMany)) {
+    return *std::move(cached);
+  }
+  if (coordinator_ == nullptr || closed_) {
+    return {};
+  }
+  return loadMembers(owner, toMany);
+}
+
+ContextState::Objects ContextState::loadMembers(ManagedObject& owner, std::size_t toMany) {
+  const ToMany& relationship = owner.entity_->toMany[toMany];
+  const EntityDescription& destination = model().entity(relationship.destination);
+  ManagedObject::Members& cache = membersCache(owner, toMany);
+  // A list once read stays, even when the objects on it were let go and are read again.
+  const bool keepsList = cache.loaded && stalenessSeconds_ < 0;
+  const DirtyRows dirty = chainHasChanges() ? dirtyRows(destination.number) : DirtyRows();
+  Objects objects;
+  objects.reserve(cache.ids.size());
+  cache.stamp = stamp();
+  coordinator_->members(destination, relationship.inverseColumn, owner.id_,
+                        [&](const RowCursor& row) {
+                          if (objects.empty()) {
+                            cache.stamp = stamp();
+                          }
+                          if (!dirty.contains(row.id())) {
+                            objects.push_back(objectOfRow(destination, row));
+                          }
+                        });
+  addDirtyMembers(owner, relationship, dirty, objects);
+  if (keepsList) {
+    const std::unordered_set<std::int64_t> listed(cache.ids.begin(), cache.ids.end());
+    std::erase_if(objects, [&](const auto& object) { return !listed.contains(object->id_); });
+  }
+  sortMembers(relationship, objects);
+  cache.ids.clear();
+  for (const ManagedObjectPtr& object : objects) {
+    cache.ids.push_back(object->id_);
+  }
+  cache.loaded = true;
+  return objects;
+}
+
+void ContextState::addDirtyMembers(ManagedObject& owner, const ToMany& toMany,
+                                   const DirtyRows& dirty, Objects& members) {
+  const EntityDescription& destination = model().entity(toMany.destination);
+  for (const auto& [id, deleted] : dirty) {
+    if (deleted) {
+      continue;
+    }
+    ManagedObjectPtr member = object(destination, id);
+    if (wholeNumber(read(*member, toMany.inverseColumn)) == owner.id_ && isLive(*member)) {
+      members.push_back(std::move(member));
+    }
+  }
+}
+
+void ContextState::sortMembers(const ToMany& toMany, Objects& members) {
+  const auto order = model().entity(toMany.destination).columns[toMany.inverseColumn].orderColumn;
+  const auto comesBefore = [&](const ManagedObjectPtr& a, const ManagedObjectPtr& b) {
+    const std::int64_t orderA = order ? orderOf(a->values_[*order]) : 0;
+    const std::int64_t orderB = order ? orderOf(b->values_[*order]) : 0;
+    return orderA != orderB ? orderA < orderB : a->id_ < b->id_;
+  };
+  if (!std::is_sorted(members.begin(), members.end(), comesBefore)) {
+    std::sort(members.begin(), members.end(), comesBefore);
+  }
+}
+
+void ContextState::addMember(ManagedObject& owner, std::size_t toMany,
+                             const ManagedObjectPtr& member) {
+  const ToMany& relationship = owner.entity_->toMany[toMany];
+  const ManagedObjectPtr mine = own(member);
+  if (mine == nullptr || !isLive(*mine) || !isLive(owner)) {
+    return;
+  }
+  if (relationship.ordered || wholeNumber(read(*mine, relationship.inverseColumn)) != owner.id_) {
+    setOwner(*mine, relationship.inverseColumn, owner.id_, nextProvisionalOrder());
+  }
+}
+
+void ContextState::appendAll(ManagedObject& owner, const ToMany& toMany, const Objects& objects,
+                             std::size_t from) {
+  for (std::size_t i = from; i < objects.size(); ++i) {
+    setOwner(*objects[i], toMany.inverseColumn, owner.id_, nextProvisionalOrder());
+  }
+}
+
+void ContextState::insertMember(ManagedObject& owner, std::size_t toMany,
+                                const ManagedObjectPtr& member, std::size_t index) {
+  const ToMany& relationship = owner.entity_->toMany[toMany];
+  const ManagedObjectPtr mine = own(member);
+  if (mine == nullptr || !isLive(*mine) || !isLive(owner)) {
+    return;
+  }
+  Objects list = members(owner, toMany);
+  std::erase(list, mine);
+  if (!relationship.ordered || index >= list.size()) {
+    addMember(owner, toMany, mine);
+    return;
+  }
+  const std::size_t column = relationship.inverseColumn;
+  const std::size_t orderColumn = mine->entity_->columns[column].orderColumn.value();
+  const std::int64_t after = orderOf(list[index]->values_[orderColumn]);
+  const std::int64_t before =
+      index == 0 ? after - 2 * kOrderGap : orderOf(list[index - 1]->values_[orderColumn]);
+  if (after < kFirstProvisionalOrder && after - before >= 2) {
+    setOwner(*mine, column, owner.id_, before + (after - before) / 2);
+    return;
+  }
+  // No room: this one and all behind it are appended anew.
+  list.insert(list.begin() + static_cast<std::ptrdiff_t>(index), mine);
+  appendAll(owner, relationship, list, index);
+}
+
+bool ContextState::removeMember(ManagedObject& owner, std::size_t toMany,
+                                const ManagedObjectPtr& member) {
+  const std::size_t column = owner.entity_->toMany[toMany].inverseColumn;
+  const ManagedObjectPtr mine = own(member);
+  if (mine == nullptr || wholeNumber(read(*mine, column)) != owner.id_) {
+    return false;
+  }
+  setOwner(*mine, column, {}, {});
+  return true;
+}
+
+void ContextState::setMembers(ManagedObject& owner, std::size_t toMany, const Objects& wanted) {
+  const ToMany& relationship = owner.entity_->toMany[toMany];
+  Objects mine;
+  std::unordered_set<std::int64_t> ids;
+  for (const ManagedObjectPtr& object : wanted) {
+    ManagedObjectPtr one = own(object);
+    if (one != nullptr && isLive(*one) && ids.insert(one->id_).second) {
+      mine.push_back(std::move(one));
+    }
+  }
+  const Objects before = members(owner, toMany);
+  for (const ManagedObjectPtr& object : before) {
+    if (!ids.contains(object->id_)) {
+      setOwner(*object, relationship.inverseColumn, {}, {});
+    }
+  }
+  // What stands at the same place from the start keeps its order.
+  std::size_t same = 0;
+  while (same < mine.size() && same < before.size() && mine[same] == before[same]) {
+    ++same;
+  }
+  if (relationship.ordered) {
+    appendAll(owner, relationship, mine, same);
+    return;
+  }
+  for (const ManagedObjectPtr& object : mine) {
+    addMember(owner, toMany, object);
+  }
+}
+
+void ContextState::deleteObject(ManagedObject& object) {
+  if (coordinator_ == nullptr || closed_ || object.status_ == Status::kDeleted) {
+    return;
+  }
+  const ManagedObjectPtr self = object.shared_from_this();
+  willRead(object);
+  for (std::size_t i = 0; i < object.entity_->toMany.size(); ++i) {
+    const ToMany& relationship = object.entity_->toMany[i];
+    for (const ManagedObjectPtr& member : members(object, i)) {
+      if (relationship.deleteRule == DeleteRule::kCascade) {
+        deleteObject(*member);
+      } else {
+        setOwner(*member, relationship.inverseColumn, {}, {});
+      }
+    }
+  }
+  for (std::size_t i = 0; i < object.entity_->columns.size(); ++i) {
+    if (object.entity_->columns[i].kind == ColumnKind::kToOne) {
+      leaveOwner(object, i);
+    }
+  }
+  ManagedObjectPtr dropped;
+  const std::lock_guard lock(mutex_);
+  auto& pending = pending_[object.entity_->number];
+  if (object.status_ == Status::kInserted) {
+    dropped = self;
+    pending.erase(object.id_);
+    --pendingCount_;
+  } else if (pending.emplace(object.id_, self).second) {
+    ++pendingCount_;
+  }
+  object.status_ = Status::kDeleted;
+  ++changeCount_;
+}
+
+}  // namespace kelvora::engine
