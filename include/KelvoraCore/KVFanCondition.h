@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "KelvoraCore/ManagedObject.h"
+
+namespace kelvora {
+
+class KVFanSet;
+using KVFanSetPtr = std::shared_ptr<KVFanSet>;
+
+/// A stored condition under which a fan set applies. Ownership and threads as of ManagedObject.
+class KVFanCondition : public ManagedObject {
+ public:
+  using ManagedObject::ManagedObject;
+  static constexpr const char* kEntityName = "FanCondition";
+  /// The attributes by name, as the model has them.
+  static const std::vector<std::string>& attributeNames();
+
+  /// Whether it is enabled; true unless set.
+  bool active() const;
+  void setActive(bool value);
+
+  /// The battery state that it asks for, in the codes of the fan controller.
+  std::int16_t batteryState() const;
+  void setBatteryState(std::int16_t value);
+
+  /// None when not set.
+  std::optional<ManagedDate> created() const;
+  void setCreated(ManagedDate value);
+
+  /// Key of the watched sensor.
+  std::string sensorKey() const;
+  void setSensorKey(std::string value);
+
+  /// Value from which it holds, in the sensor's raw unit.
+  double threshold() const;
+  void setThreshold(double value);
+
+  /// Whether it asks for an external display.
+  bool externalDisplayConnected() const;
+  void setExternalDisplayConnected(bool value);
+
+  /// The set that it applies.
+  KVFanSetPtr fanSet() const;
+  void setFanSet(const KVFanSetPtr& object);
+};
+
+using KVFanConditionPtr = std::shared_ptr<KVFanCondition>;
+
+}  // namespace kelvora

@@ -1,0 +1,108 @@
+#include "KelvoraCore/KVCoreDataStore.h"
+
+#include <memory>
+#include <utility>
+
+#include "KelvoraCore/KVApplicationGroup.h"
+
+#include "platform/Platform.h"
+#include "store/engine/ContextState.h"
+#include "store/engine/ModelFile.h"
+#include "store/engine/PersistentStoreCoordinator.h"
+
+namespace kelvora {
+
+namespace {
+
+constexpr const char* kModelName = "Database";
+constexpr const char* kModelType = "momd";
+constexpr const char* kStoreFileName = "Database.sqlite";
+
+template <typename T>
+std::pair<const std::string, engine::EntityClass> entityClass(const char* className) {
+  return {className,
+          {[](ManagedObject::Origin origin) { return std::make_shared<T>(std::move(origin)); },
+           T::attributeNames()}};
+}
+
+engine::EntityClasses entityClasses() {
+  return {entityClass<KVCategory>("KVCategory"), entityClass<KVSensor>("KVSensor"),
+          entityClass<KVGraphPoint>("KVGraphPoint"), entityClass<KVFanSet>("KVFanSet"),
+          entityClass<KVFanCondition>("KVFanCondition")};
+}
+
+}  // namespace
+
+KVCoreDataStore::KVCoreDataStore(double stalenessInterval)
+    : KVCoreDataStore(stalenessInterval, platform::Platform::current()) {}
+
+KVCoreDataStore::KVCoreDataStore(double stalenessInterval, platform::Platform& platform)
+    : KVCoreDataStore(stalenessInterval, platform, Options()) {}
+
+KVCoreDataStore::KVCoreDataStore(double stalenessInterval, platform::Platform& platform,
+                                 Options options)
+    : stalenessInterval_(stalenessInterval), platform_(platform), options_(options) {}
+
+KVCoreDataStore::~KVCoreDataStore() = default;
+
+std::shared_ptr<const engine::ManagedObjectModel> KVCoreDataStore::managedObjectModel() {
+  const std::lock_guard lock(mutex_);
+  if (!modelLoaded_) {
+    modelLoaded_ = true;
+    const auto path = platform_.mainBundle().resourcePath(kModelName, kModelType);
+    model_ = path ? engine::modelFromFile(*path) : nullptr;
+  }
+  return model_;
+}
+
+std::shared_ptr<engine::PersistentStoreCoordinator> KVCoreDataStore::persistentStoreCoordinator() {
+  const std::lock_guard lock(mutex_);
+  if (coordinator_ == nullptr && managedObjectModel() != nullptr) {
+    coordinator_ = std::make_shared<engine::PersistentStoreCoordinator>(model_, entityClasses());
+    const std::string folder = applicationDocumentsDirectory();
+    if (!folder.empty()) {
+      coordinator_->addStore(folder + "/" + kStoreFileName, options_.busyTimeoutMs);
+    }
+  }
+  return coordinator_;
+}
+
+std::string KVCoreDataStore::applicationDocumentsDirectory() {
+  return platform_.files().groupContainer(kApplicationGroupIdentifier).value_or("");
+}
+
+ManagedObjectContextPtr KVCoreDataStore::viewContext() {
+  const std::lock_guard lock(mutex_);
+  if (viewContext_ == nullptr && persistentStoreCoordinator() != nullptr) {
+    viewContext_ = engine::makeContext(
+        coordinator_, nullptr, std::make_unique<engine::MainContextQueue>(platform_.mainQueue()));
+    viewContext_->setStalenessInterval(stalenessInterval_);
+  }
+  return viewContext_;
+}
+
+ManagedObjectContextPtr KVCoreDataStore::newContext() {
+  const ManagedObjectContextPtr parent = viewContext();
+  if (parent != nullptr) {
+    return parent->newChild();
+  }
+  return engine::makeContext(nullptr, nullptr, std::make_unique<engine::PrivateContextQueue>());
+}
+
+void KVCoreDataStore::saveViewContext() {
+  if (const ManagedObjectContextPtr context = viewContext()) {
+    context->saveRecursively();
+  }
+}
+
+void KVCoreDataStore::refreshAllObjectsInViewContext() {
+  if (const ManagedObjectContextPtr context = viewContext()) {
+    context->perform([weak = std::weak_ptr(context)] {
+      if (const auto alive = weak.lock()) {
+        alive->refreshAllObjects();
+      }
+    });
+  }
+}
+
+}  // namespace kelvora

@@ -1,0 +1,55 @@
+#include "KelvoraCore/KVFanCondition.h"
+
+#include <utility>
+
+namespace kelvora {
+
+namespace {
+
+// In the order of attributeNames().
+enum Name : std::size_t {
+  kActive,
+  kBatteryState,
+  kCreated,
+  kSensorKey,
+  kThreshold,
+  kExternalDisplayConnected
+};
+
+}  // namespace
+
+const std::vector<std::string>& KVFanCondition::attributeNames() {
+  static const std::vector<std::string> names{
+      "active", "batteryState", "created", "sensorKey", "threshold", "externalDisplayConnected"};
+  return names;
+}
+
+bool KVFanCondition::active() const { return booleanAt(kActive); }
+void KVFanCondition::setActive(bool value) { setValueAt(kActive, value); }
+
+std::int16_t KVFanCondition::batteryState() const {
+  return static_cast<std::int16_t>(integerAt(kBatteryState));
+}
+void KVFanCondition::setBatteryState(std::int16_t value) {
+  setValueAt(kBatteryState, std::int64_t{value});
+}
+
+std::optional<ManagedDate> KVFanCondition::created() const {
+  return valueAs<ManagedDate>(kCreated);
+}
+void KVFanCondition::setCreated(ManagedDate value) { setValueAt(kCreated, value); }
+
+std::string KVFanCondition::sensorKey() const { return textAt(kSensorKey); }
+void KVFanCondition::setSensorKey(std::string value) { setTextAt(kSensorKey, std::move(value)); }
+
+double KVFanCondition::threshold() const { return doubleAt(kThreshold); }
+void KVFanCondition::setThreshold(double value) { setValueAt(kThreshold, value); }
+
+bool KVFanCondition::externalDisplayConnected() const {
+  return booleanAt(kExternalDisplayConnected);
+}
+void KVFanCondition::setExternalDisplayConnected(bool value) {
+  setValueAt(kExternalDisplayConnected, value);
+}
+
+}  // namespace kelvora
