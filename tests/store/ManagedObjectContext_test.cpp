@@ -1,0 +1,311 @@
+#include <atomic>
+#include <cmath>
+#include <future>
+#include <limits>
+#include <thread>
+
+#include "tests/store/StoreFixture.h"
+
+namespace kelvora {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+class ManagedObjectContextTest : public testing::StoreFixture {
+ protected:
+  KVSensorPtr sensor(const std::string& key, const ManagedObjectContextPtr& in) {
+    return store->createSensorWithKey(key, in);
+  }
+  std::unique_ptr<KVCoreDataStore> store = makeStore();
+  ManagedObjectContextPtr view = store->viewContext();
+};
+
+TEST_F(ManagedObjectContextTest, ARowIsOneObjectPerContext) {
+  const auto made = sensor("TC0P", view);
+  store->saveViewContext();
+  EXPECT_EQ(store->getSensorByKey("TC0P"), made);
+  EXPECT_EQ(store->allSensors()->front(), made);
+  const auto child = store->newContext();
+  const auto other = store->getSensorByKey("TC0P", child);
+  EXPECT_NE(other, made);
+  EXPECT_EQ(other->objectID(), made->objectID());
+  EXPECT_EQ(child->objectFor(made), other);
+  EXPECT_EQ(view->objectFor(other), made);
+}
+
+TEST_F(ManagedObjectContextTest, ObjectsWithUnsavedChangesStayAndOthersGoWithTheirLastUser) {
+  std::weak_ptr<KVSensor> object = sensor("TC0P", view);
+  EXPECT_FALSE(object.expired());
+  store->saveViewContext();
+  EXPECT_TRUE(object.expired());
+  EXPECT_EQ(view->state()->registeredObjects(), 0U);
+  object = store->getSensorByKey("TC0P");
+  EXPECT_TRUE(object.expired());
+  store->getSensorByKey("TC0P")->setValue(5);
+  EXPECT_EQ(store->getSensorByKey("TC0P")->value(), 5);
+  EXPECT_TRUE(store->getSensorByKey("TC0P")->isUpdated());
+}
+
+TEST_F(ManagedObjectContextTest, ManyObjectsFetchedAndLetGoLeaveNothingBehind) {
+  for (int i = 0; i < 1000; ++i) {
+    store->createGraphPoint();
+  }
+  store->saveViewContext();
+  EXPECT_EQ(view->objectsOf("GraphPoint")->size(), 1000U);
+  EXPECT_EQ(view->state()->registeredObjects(), 0U);
+}
+
+TEST_F(ManagedObjectContextTest, FetchesSeeUnsavedInsertsChangesAndDeletions) {
+  const auto a = sensor("a", view);
+  const auto b = sensor("b", view);
+  store->saveViewContext();
+  const auto c = sensor("c", view);
+  b->setKey("z");
+  view->deleteObject(a);
+  EXPECT_THAT(testing::keysOf(store->allSensors().value()), ElementsAre("z", "c"));
+  EXPECT_EQ(store->getSensorByKey("a"), nullptr);
+  EXPECT_EQ(store->getSensorByKey("b"), nullptr);
+  EXPECT_EQ(store->getSensorByKey("z"), b);
+  const auto sorted = view->objectsOf("Sensor", std::nullopt, SortDescriptor{"key", true});
+  EXPECT_THAT(*sorted, ElementsAre(c, b));
+  const auto descending = view->objectsOf("Sensor", std::nullopt, SortDescriptor{"key", false});
+  EXPECT_THAT(*descending, ElementsAre(b, c));
+}
+
+TEST_F(ManagedObjectContextTest, FetchesSeeUnsavedChangesOfTheObjectsThatAKeyPathPasses) {
+  const auto category = addCategory(*store, "Fan", 3);
+  const auto fan = addSensor(*store, "0", category);
+  store->saveViewContext();
+  category->setType(1);
+  EXPECT_THAT(store->fanSensors().value(), ElementsAre(fan));
+  category->setType(2);
+  EXPECT_THAT(store->fanSensors().value(), IsEmpty());
+}
+
+TEST_F(ManagedObjectContextTest, FetchesOfWhatIsNotThereAnswerNone) {
+  EXPECT_EQ(view->objectsOf("Nothing"), std::nullopt);
+  EXPECT_EQ(view->objectsOf("Sensor", Predicate("colour = 1")), std::nullopt);
+  EXPECT_EQ(view->objectsOf("Sensor", std::nullopt, SortDescriptor{"colour"}), std::nullopt);
+  EXPECT_EQ(view->objectsOf("Sensor", Predicate("key = 1")), std::nullopt);
+  EXPECT_EQ(view->objectOf("Sensor", Predicate("colour = 1")), nullptr);
+  sensor("a", view);
+  EXPECT_EQ(view->objectsOf("Sensor", Predicate("colour = 1")), std::nullopt);
+  EXPECT_EQ(view->insertNewObject("Nothing"), nullptr);
+}
+
+TEST_F(ManagedObjectContextTest, AChildSeesTheUnsavedStateOfItsParent) {
+  const auto saved = sensor("saved", view);
+  const auto gone = sensor("gone", view);
+  store->saveViewContext();
+  sensor("inserted", view)->setValue(7);
+  saved->setValue(3);
+  view->deleteObject(gone);
+  const auto child = store->newContext();
+  EXPECT_THAT(testing::keysOf(store->allSensorsInContext(child).value()),
+              ElementsAre("saved", "inserted"));
+  EXPECT_EQ(store->getSensorByKey("saved", child)->value(), 3);
+  EXPECT_EQ(store->getSensorByKey("inserted", child)->value(), 7);
+  EXPECT_EQ(store->getSensorByKey("gone", child), nullptr);
+  EXPECT_FALSE(child->hasChanges());
+  EXPECT_EQ(store->allSensorsInContext(child->newChild())->size(), 2U);
+}
+
+TEST_F(ManagedObjectContextTest, AParentSeesTheChangesOfItsChildOnlyAfterTheSave) {
+  const auto mine = sensor("a", view);
+  sensor("b", view);
+  store->saveViewContext();
+  const auto child = store->newContext();
+  store->getSensorByKey("a", child)->setValue(4);
+  child->deleteObject(store->getSensorByKey("b", child));
+  sensor("c", child);
+  EXPECT_EQ(mine->value(), 0);
+  EXPECT_EQ(store->getSensorByKey("c"), nullptr);
+  EXPECT_EQ(child->save(), std::nullopt);
+  EXPECT_FALSE(child->hasChanges());
+  EXPECT_TRUE(view->hasChanges());
+  EXPECT_EQ(mine->value(), 4);
+  EXPECT_THAT(testing::keysOf(store->allSensors().value()), ElementsAre("a", "c"));
+  EXPECT_EQ(makeStore()->getSensorByKey("c"), nullptr);
+}
+
+TEST_F(ManagedObjectContextTest, SavingRecursivelyReachesTheFileThroughAllParents) {
+  const auto grandchild = store->newContext()->newChild();
+  EXPECT_EQ(grandchild->parentContext(), nullptr);  // nobody holds it
+  const auto child = store->newContext();
+  const auto deep = child->newChild();
+  sensor("a", deep);
+  deep->saveRecursively();
+  EXPECT_FALSE(child->hasChanges());
+  EXPECT_FALSE(view->hasChanges());
+  EXPECT_NE(makeStore()->getSensorByKey("a"), nullptr);
+}
+
+TEST_F(ManagedObjectContextTest, SavingRecursivelyWithoutChangesDoesNotSaveTheParent) {
+  const auto child = store->newContext();
+  sensor("a", view);
+  child->saveRecursively();
+  EXPECT_TRUE(view->hasChanges());
+  child->saveThisAndParentContexts();
+  EXPECT_FALSE(view->hasChanges());
+}
+
+TEST_F(ManagedObjectContextTest, AFailedSaveIsLoggedStopsTheChainAndRollsNothingBack) {
+  store->viewContext();
+  const auto child = store->newContext();
+  sensor("a", child)->setAttribute("value", ManagedValue());
+  ::testing::internal::CaptureStderr();
+  child->saveRecursively();
+  EXPECT_THAT(::testing::internal::GetCapturedStderr(),
+              HasSubstr("Save error: value of Sensor is required"));
+  EXPECT_FALSE(child->hasChanges());
+  EXPECT_TRUE(view->hasChanges());
+  store->getSensorByKey("a")->setValue(1);
+  store->saveViewContext();
+  EXPECT_EQ(makeStore()->getSensorByKey("a")->value(), 1);
+}
+
+TEST_F(ManagedObjectContextTest, ASaveWritesOnlyChangedProperties) {
+  sensor("a", view)->setValue(1);
+  store->saveViewContext();
+  const auto mine = store->getSensorByKey("a");
+  EXPECT_EQ(mine->value(), 1);
+  const auto otherProgram = makeStore();
+  const auto theirs = otherProgram->getSensorByKey("a");
+  theirs->setValue(2);
+  theirs->setName("theirs");
+  otherProgram->saveViewContext();
+  mine->setMaxValue(9);
+  mine->setName("mine");
+  store->saveViewContext();
+  const auto read = makeStore()->getSensorByKey("a");
+  EXPECT_EQ(read->value(), 2);
+  EXPECT_EQ(read->maxValue(), 9);
+  EXPECT_EQ(read->name(), "mine");
+}
+
+TEST_F(ManagedObjectContextTest, SettingAnEqualValueIsNoChange) {
+  const auto object = sensor("a", view);
+  store->saveViewContext();
+  object->setKey("a");
+  object->setValue(0);
+  EXPECT_FALSE(view->hasChanges());
+}
+
+TEST_F(ManagedObjectContextTest, ARowDeletedMeanwhileDoesNotHarmASave) {
+  const auto mine = sensor("a", view);
+  const auto kept = sensor("b", view);
+  store->saveViewContext();
+  const auto otherProgram = makeStore();
+  otherProgram->viewContext()->deleteObject(otherProgram->getSensorByKey("a"));
+  otherProgram->saveViewContext();
+  mine->setValue(5);
+  kept->setValue(6);
+  const auto point = store->createGraphPoint();
+  point->setSensor(mine);
+  store->saveViewContext();
+  EXPECT_FALSE(view->hasChanges());
+  EXPECT_EQ(mine->value(), 5);
+  const auto reader = makeStore();
+  EXPECT_EQ(reader->getSensorByKey("a"), nullptr);
+  EXPECT_EQ(reader->getSensorByKey("b")->value(), 6);
+  EXPECT_THAT(reader->viewContext()->objectsOf("GraphPoint").value(), IsEmpty());
+}
+
+TEST_F(ManagedObjectContextTest, ADeletedObjectInsertedHereIsNeverSaved) {
+  view->deleteObject(sensor("a", view));
+  EXPECT_FALSE(view->hasChanges());
+  EXPECT_THAT(store->allSensors().value(), IsEmpty());
+}
+
+TEST_F(ManagedObjectContextTest, RefreshingKeepsUnsavedChanges) {
+  const auto object = sensor("a", view);
+  store->saveViewContext();
+  object->setValue(5);
+  const auto otherProgram = makeStore();
+  otherProgram->getSensorByKey("a")->setName("theirs");
+  otherProgram->saveViewContext();
+  EXPECT_EQ(object->name(), "");
+  view->refreshAllObjects();
+  EXPECT_EQ(object->name(), "theirs");
+  EXPECT_EQ(object->value(), 5);
+}
+
+TEST_F(ManagedObjectContextTest, AnObjectOutlivesItsContext) {
+  auto object = sensor("a", view);
+  auto child = store->newContext();
+  const auto childs = store->getSensorByKey("a", child);
+  EXPECT_EQ(childs->key(), "a");
+  child.reset();
+  EXPECT_EQ(childs->key(), "a");
+  EXPECT_EQ(childs->managedObjectContext(), nullptr);
+  childs->setValue(3);
+  view.reset();
+  store.reset();
+  EXPECT_EQ(object->key(), "a");
+  object->setKey("b");
+  EXPECT_EQ(object->key(), "b");
+  EXPECT_EQ(object->category(), nullptr);
+}
+
+TEST_F(ManagedObjectContextTest, AttributesByNameRefuseOtherTypes) {
+  const auto object = sensor("a", view);
+  EXPECT_FALSE(object->setAttribute("colour", ManagedValue(1.0)));
+  EXPECT_FALSE(object->setAttribute("value", ManagedValue(std::string("hot"))));
+  EXPECT_FALSE(object->setAttribute("group", ManagedValue(std::int64_t{40000})));
+  EXPECT_TRUE(object->setAttribute("value", ManagedValue(std::int64_t{3})));
+  EXPECT_EQ(object->value(), 3.0);
+  EXPECT_EQ(object->attribute("colour"), ManagedValue());
+  EXPECT_EQ(object->related("colour"), nullptr);
+  EXPECT_FALSE(object->setRelated("colour", nullptr));
+  EXPECT_TRUE(object->members("colour").empty());
+}
+
+TEST_F(ManagedObjectContextTest, ANotANumberComesBackFromTheFile) {
+  sensor("a", view)->setValue(std::numeric_limits<double>::quiet_NaN());
+  store->saveViewContext();
+  EXPECT_TRUE(std::isnan(makeStore()->getSensorByKey("a")->value()));
+}
+
+TEST_F(ManagedObjectContextTest, WorkOfAPrivateQueueRunsInOrder) {
+  const auto child = store->newContext();
+  std::vector<int> order;
+  child->perform([&] { order.push_back(1); });
+  child->perform([&] { order.push_back(2); });
+  child->performAndWait([&] {
+    order.push_back(3);
+    child->performAndWait([&] { order.push_back(4); });
+  });
+  EXPECT_THAT(order, ElementsAre(1, 2, 3, 4));
+}
+
+TEST_F(ManagedObjectContextTest, WorkMayHoldTheLastHandleOfItsContext) {
+  auto child = store->newContext();
+  std::promise<void> done;
+  child->perform([held = child, &done]() mutable { done.set_value(); });
+  child.reset();
+  done.get_future().wait();
+}
+
+TEST_F(ManagedObjectContextTest, TheViewContextRunsItsWorkOnTheMainThread) {
+  bool ran = false;
+  view->perform([&] { ran = true; });
+  EXPECT_FALSE(ran);
+  platform->mainQueue().runPending();
+  EXPECT_TRUE(ran);
+  const auto main = std::this_thread::get_id();
+  std::atomic<bool> ended{false};
+  std::thread worker([&] {
+    view->performAndWait([&] { EXPECT_EQ(std::this_thread::get_id(), main); });
+    ended = true;
+  });
+  while (!ended) {
+    platform->mainQueue().runPending();
+  }
+  worker.join();
+}
+
+}  // namespace
+}  // namespace kelvora

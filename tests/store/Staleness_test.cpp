@@ -1,0 +1,107 @@
+#include "tests/store/StoreFixture.h"
+
+namespace kelvora {
+namespace {
+
+using ::testing::ElementsAre;
+
+// Two stores on one file: two connections, as two programs have them.
+class StalenessTest : public testing::StoreFixture {
+ protected:
+  StalenessTest() {
+    const auto sensor = writer->createSensorWithKey("a", writer->viewContext());
+    sensor->setValue(1);
+    sensor->setCategory(addCategory(*writer, "Temperature", 0));
+    writer->saveViewContext();
+  }
+  void write(double value) {
+    writer->getSensorByKey("a")->setValue(value);
+    writer->saveViewContext();
+  }
+  std::unique_ptr<KVCoreDataStore> writer = makeStore();
+};
+
+TEST_F(StalenessTest, AValueOnceReadStays) {
+  const auto reader = makeStore(-1);
+  const auto sensor = reader->getSensorByKey("a");
+  const auto category = reader->getCategoryWithType(0);
+  EXPECT_EQ(sensor->value(), 1);
+  EXPECT_EQ(category->sensors().size(), 1U);
+  write(2);
+  writer->getCategoryWithType(0)->addToSensors(
+      writer->createSensorWithKey("b", writer->viewContext()));
+  writer->saveViewContext();
+  EXPECT_EQ(sensor->value(), 1);
+  EXPECT_EQ(reader->getSensorByKey("a")->value(), 1);
+  EXPECT_THAT(category->sensors(), ElementsAre(sensor));
+  EXPECT_EQ(reader->allSensors()->size(), 2U);
+  reader->viewContext()->refreshAllObjects();
+  EXPECT_EQ(sensor->value(), 2);
+  EXPECT_EQ(category->sensors().size(), 2U);
+}
+
+TEST_F(StalenessTest, EveryReadShowsWhatAnotherProgramCommittedAlsoOfHeldObjects) {
+  const auto reader = makeStore(0);
+  const auto sensor = reader->getSensorByKey("a");
+  const auto category = reader->getCategoryWithType(0);
+  for (int i = 2; i < 6; ++i) {
+    write(i);
+    EXPECT_EQ(sensor->value(), i);
+    writer->createSensorWithKey("k" + std::to_string(i), writer->viewContext())
+        ->setCategory(writer->getCategoryWithType(0));
+    writer->saveViewContext();
+    EXPECT_EQ(category->sensors().size(), static_cast<std::size_t>(i));
+    EXPECT_EQ(reader->allSensors()->size(), static_cast<std::size_t>(i));
+  }
+  writer->viewContext()->deleteObject(writer->getCategoryWithType(0));
+  writer->saveViewContext();
+  EXPECT_EQ(sensor->category(), nullptr);
+}
+
+TEST_F(StalenessTest, UnsavedChangesStandWhileTheOtherPropertiesFollow) {
+  const auto reader = makeStore(0);
+  const auto sensor = reader->getSensorByKey("a");
+  sensor->setValue(10);
+  writer->getSensorByKey("a")->setName("theirs");
+  write(3);
+  EXPECT_EQ(sensor->value(), 10);
+  EXPECT_EQ(sensor->name(), "theirs");
+  reader->saveViewContext();
+  EXPECT_EQ(makeStore()->getSensorByKey("a")->value(), 10);
+}
+
+TEST_F(StalenessTest, AChildFollowsItsParentAndOtherChildren) {
+  const auto reader = makeStore(0);
+  const auto child = reader->newContext();
+  const auto sensor = reader->getSensorByKey("a", child);
+  EXPECT_EQ(sensor->value(), 1);
+  reader->getSensorByKey("a")->setValue(5);
+  EXPECT_EQ(sensor->value(), 5);
+  const auto sibling = reader->newContext();
+  reader->getSensorByKey("a", sibling)->setValue(6);
+  sibling->saveRecursively();
+  EXPECT_EQ(sensor->value(), 6);
+}
+
+TEST_F(StalenessTest, AnUnchangedFileIsNotReadAgain) {
+  const auto reader = makeStore(0);
+  const auto sensor = reader->getSensorByKey("a");
+  EXPECT_EQ(sensor->value(), 1);
+  const auto compiled = reader->persistentStoreCoordinator()->compiledStatements();
+  for (int i = 0; i < 10; ++i) {
+    EXPECT_EQ(sensor->value(), 1);
+    reader->getSensorByKey("a");
+  }
+  EXPECT_EQ(reader->persistentStoreCoordinator()->compiledStatements(), compiled);
+}
+
+TEST_F(StalenessTest, AnIntervalCountsFromTheReading) {
+  const auto reader = makeStore(3600);
+  const auto sensor = reader->getSensorByKey("a");
+  EXPECT_EQ(sensor->value(), 1);
+  write(2);
+  EXPECT_EQ(sensor->value(), 1);
+}
+
+}  // namespace
+}  // namespace kelvora

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "KelvoraCore/KVApplicationGroup.h"
+#include "KelvoraCore/KVCoreDataStore.h"
+
+#include "platform/Platform.h"
+#include "store/engine/ContextState.h"
+#include "store/engine/ModelFile.h"
+#include "store/engine/PersistentStoreCoordinator.h"
+#include "tests/support/ForwardingPorts.h"
+
+namespace kelvora::testing {
+
+/// A folder of its own for each test, where the live platform finds the group container.
+class StoreFixture : public ::testing::Test {
+ protected:
+  StoreFixture() {
+    std::string path = ::testing::TempDir() + "kelvora-store-XXXXXX";
+    home = ::mkdtemp(path.data());
+    ::setenv("XDG_DATA_HOME", home.c_str(), 1);
+    platform = platform::makeLivePlatform();
+  }
+  ~StoreFixture() override {
+    std::error_code error;
+    std::filesystem::remove_all(home, error);
+  }
+
+  std::string folder() const { return home + "/" + kApplicationGroupIdentifier; }
+  std::string storePath() const { return folder() + "/Database.sqlite"; }
+  std::unique_ptr<KVCoreDataStore> makeStore(double staleness = -1, int busyTimeoutMs = 5000) {
+    return std::make_unique<KVCoreDataStore>(staleness, *platform,
+                                             KVCoreDataStore::Options{busyTimeoutMs});
+  }
+  KVCategoryPtr addCategory(KVCoreDataStore& store, const std::string& name, std::int16_t type) {
+    const auto category = store.createOrUpdateCategoryWithName(name, store.viewContext());
+    category->setType(type);
+    return category;
+  }
+  KVSensorPtr addSensor(KVCoreDataStore& store, const std::string& key,
+                        const KVCategoryPtr& category, std::int16_t sourceType = 0) {
+    const auto sensor = store.createSensorWithKey(key, store.viewContext());
+    sensor->setSourceType(sourceType);
+    sensor->setCategory(category);
+    return sensor;
+  }
+
+  std::string home;
+  std::unique_ptr<platform::Platform> platform;
+};
+
+template <typename T>
+std::vector<std::string> keysOf(const std::vector<std::shared_ptr<T>>& sensors) {
+  std::vector<std::string> keys;
+  for (const auto& sensor : sensors) {
+    keys.push_back(sensor->key());
+  }
+  return keys;
+}
+
+}  // namespace kelvora::testing
