@@ -1,4 +1,4 @@
-#include "tests/store/StoreFixture.h"
+#include "tests/support/StoreFixture.h"
 
 namespace kelvora {
 namespace {

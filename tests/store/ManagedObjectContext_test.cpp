@@ -4,7 +4,7 @@
 #include <limits>
 #include <thread>
 
-#include "tests/store/StoreFixture.h"
+#include "tests/support/StoreFixture.h"
 
 namespace kelvora {
 namespace {

@@ -1,7 +1,7 @@
 #include <random>
 
 #include "store/engine/PredicateEvaluator.h"
-#include "tests/store/StoreFixture.h"
+#include "tests/support/StoreFixture.h"
 
 namespace kelvora {
 namespace {

@@ -3,7 +3,7 @@
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Statement.h>
 
-#include "tests/store/StoreFixture.h"
+#include "tests/support/StoreFixture.h"
 
 namespace kelvora {
 namespace {

@@ -1,6 +1,6 @@
 #include <SQLiteCpp/Database.h>
 
-#include "tests/store/StoreFixture.h"
+#include "tests/support/StoreFixture.h"
 
 namespace kelvora {
 namespace {

@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "tests/store/Peer.h"
-#include "tests/store/StoreFixture.h"
+#include "tests/support/StoreFixture.h"
 
 namespace kelvora {
 namespace {

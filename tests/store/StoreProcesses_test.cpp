@@ -6,7 +6,7 @@
 #include <SQLiteCpp/Database.h>
 
 #include "tests/store/Peer.h"
-#include "tests/store/StoreFixture.h"
+#include "tests/support/StoreFixture.h"
 
 namespace kelvora {
 namespace {

@@ -1,7 +1,7 @@
 #include <atomic>
 #include <thread>
 
-#include "tests/store/StoreFixture.h"
+#include "tests/support/StoreFixture.h"
 
 namespace kelvora {
 namespace {
