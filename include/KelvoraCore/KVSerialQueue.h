@@ -1,0 +1,29 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace kelvora {
+
+/// Runs work in order, one piece at a time, away from the caller's thread. Any thread may queue;
+/// destruction waits for what is queued.
+class KVSerialQueue {
+ public:
+  /// `label` names the queue to debuggers, e.g. "com.KVDataManager.internalQueue".
+  explicit KVSerialQueue(std::string label);
+  ~KVSerialQueue();
+  KVSerialQueue(const KVSerialQueue&) = delete;
+  KVSerialQueue& operator=(const KVSerialQueue&) = delete;
+
+  const std::string& label() const;
+  void async(std::function<void()> work);
+  /// Runs `work` on the queue and waits for it; called from the queue itself it never returns.
+  void sync(const std::function<void()>& work);
+
+ private:
+  struct Implementation;
+  std::unique_ptr<Implementation> implementation_;
+};
+
+}  // namespace kelvora
