@@ -92,6 +92,12 @@ class KVUtils {
   static std::int64_t appBuildNumber();
   static std::int64_t appBuildNumber(platform::Platform& platform);
 
+  /// Whether the installed privileged tool (`smcExePath`) belongs to the accounts "root" and "admin"
+  /// and has exactly the mode 6555, so that whoever starts it writes to the SMC as root. False also
+  /// when it is not installed.
+  static bool isSMCPermissionGranted();
+  static bool isSMCPermissionGranted(platform::Platform& platform);
+
   /// Whether some active display is not built in.
   static bool isExternalDisplayConnected();
   static bool isExternalDisplayConnected(platform::Platform& platform);
