@@ -10,7 +10,7 @@ namespace kelvora::tool {
 /// Exit statuses of every command.
 enum ExitStatus : int {
   kExitSuccess = 0,
-  kExitNothingRead = 1,  ///< nothing could be read, or something could not be written
+  kExitNothingRead = 1,  ///< nothing could be read or written, or something is broken
   kExitUsage = 2,        ///< wrong usage or a bad machine file
 };
 
@@ -36,6 +36,7 @@ int runSensors(const Options& options, platform::StandardOutput& output);
 int runKeys(const Options& options, platform::StandardOutput& output);
 int runInventory(const Options& options, platform::StandardOutput& output);
 int runMachines(const Options& options, platform::StandardOutput& output);
+int runDoctor(const Options& options, platform::StandardOutput& output);
 int runSettings(const Options& options, platform::StandardOutput& output);
 int runSettingsGet(const Options& options, platform::StandardOutput& output);
 int runSettingsSet(const Options& options, platform::StandardOutput& output);

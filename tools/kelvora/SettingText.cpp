@@ -5,6 +5,7 @@
 #include <chrono>
 #include <span>
 #include <system_error>
+#include <utility>
 #include <variant>
 #include <vector>
 

@@ -1,4 +1,5 @@
-#include <algorithm>
+#include <cstddef>
+#include <optional>
 #include <string>
 
 #include "KelvoraCore/KVMainQueue.h"

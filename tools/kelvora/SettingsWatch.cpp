@@ -1,4 +1,5 @@
 #include <chrono>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>

@@ -42,6 +42,9 @@ constexpr CommandRow kCommands[] = {
     {nullptr, kSettings, "List the settings that the programs share, or change one",
      "kelvora settings\n  kelvora settings set tempUnitCelsius false", kNothing,
      kelvora::tool::runSettings},
+    {nullptr, "doctor", "Check what the programs need here, and say what to do about it",
+     "kelvora doctor\n  kelvora doctor --json | jq '.checks[] | select(.state != \"ok\")'",
+     kMachine, kelvora::tool::runDoctor},
     {kSettings, "get", "Show the value of one setting", "kelvora settings get updateFrequency",
      kName, kelvora::tool::runSettingsGet},
     {kSettings, "set", "Change a setting, in every program that runs",
@@ -115,7 +118,8 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", "kelvora " KELVORA_VERSION);
   app.require_subcommand(0, 1);
   app.footer(footer("kelvora sensors") +
-             "\nExit status: 0; 1 when nothing could be read or written; 2 for wrong usage or a "
+             "\nExit status: 0; 1 when nothing could be read or written, or something is broken; 2 "
+             "for wrong usage or a "
              "bad machine "
              "file.\n");
   Options options;
