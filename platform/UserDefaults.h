@@ -27,6 +27,9 @@ class UserDefaults {
   virtual ~UserDefaults() = default;
   /// The suite of a group, e.g. "group.com.kelvora"; never null.
   virtual std::unique_ptr<UserDefaultsSuite> suite(const std::string& name) = 0;
+  /// The file behind a suite, e.g. "/home/anna/.config/group.com.kelvora/Settings.plist", whether
+  /// or not it stands; none where a suite is no file that programs may look at.
+  virtual std::optional<std::string> fileOfSuite(const std::string&) { return std::nullopt; }
   /// A value of the global domain, e.g. "AppleInterfaceStyle"; none when unset.
   virtual std::optional<PropertyListValue> globalObject(std::string_view key) = 0;
 };

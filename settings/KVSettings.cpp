@@ -60,14 +60,18 @@ std::optional<PropertyListValue> KVSettings::value(const KVSetting& setting) {
       return value;
     }
   }
-  auto answer = setting.defaultValue == KVSettingDefault::kComputed
-                    ? computedDefault(setting)
-                    : constantDefault(setting.defaultValue);
+  auto answer = defaultValue(setting);
   if (!found && answer && setting.isDefaultWrittenBack) {
     suite_->setObject(setting.key, *answer);
     suite_->synchronize();
   }
   return answer;
+}
+
+std::optional<PropertyListValue> KVSettings::defaultValue(const KVSetting& setting) {
+  return setting.defaultValue == KVSettingDefault::kComputed
+             ? computedDefault(setting)
+             : constantDefault(setting.defaultValue);
 }
 
 void KVSettings::setValue(const KVSetting& setting, std::optional<PropertyListValue> value) {

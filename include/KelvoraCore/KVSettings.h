@@ -38,6 +38,8 @@ class KVSettings {
   /// A setting by its row, default included (and written back where the row says so), as a value of
   /// the row's type; none when there is neither a value nor a default.
   std::optional<PropertyListValue> value(const KVSetting& setting);
+  /// What `value` answers while the suite holds nothing for the setting. Never written back.
+  std::optional<PropertyListValue> defaultValue(const KVSetting& setting);
   /// Whether the suite holds a value of the right type, so that no default is answered.
   bool isStored(const KVSetting& setting);
   /// Stores a value of the row's type, or with none removes the key, then flushes and broadcasts.

@@ -68,6 +68,10 @@ std::unique_ptr<UserDefaultsSuite> LinuxUserDefaults::suite(const std::string& n
   return std::make_unique<LinuxUserDefaultsSuite>(suitePath(name));
 }
 
+std::optional<std::string> LinuxUserDefaults::fileOfSuite(const std::string& name) {
+  return suitePath(name);
+}
+
 std::optional<PropertyListValue> LinuxUserDefaults::globalObject(std::string_view key) {
   const std::lock_guard lock(mutex_);
   if (auto value = valueOf(global_.contents(), key)) {

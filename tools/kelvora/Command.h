@@ -10,7 +10,7 @@ namespace kelvora::tool {
 /// Exit statuses of every command.
 enum ExitStatus : int {
   kExitSuccess = 0,
-  kExitNothingRead = 1,  ///< nothing could be read, or the report could not be written
+  kExitNothingRead = 1,  ///< nothing could be read or written, or something is broken
   kExitUsage = 2,        ///< wrong usage or a bad machine file
 };
 
@@ -18,6 +18,8 @@ enum ExitStatus : int {
 struct Options {
   std::string machine;  ///< name or file of a recorded Mac; empty: this computer
   bool json = false;
+  std::string name;   ///< of a setting, e.g. "tempUnitCelsius"
+  std::string value;  ///< what to set it to, as it was spelt
 };
 
 /// Ends a command with one line on standard error.
@@ -34,5 +36,11 @@ int runSensors(const Options& options, platform::StandardOutput& output);
 int runKeys(const Options& options, platform::StandardOutput& output);
 int runInventory(const Options& options, platform::StandardOutput& output);
 int runMachines(const Options& options, platform::StandardOutput& output);
+int runDoctor(const Options& options, platform::StandardOutput& output);
+int runSettings(const Options& options, platform::StandardOutput& output);
+int runSettingsGet(const Options& options, platform::StandardOutput& output);
+int runSettingsSet(const Options& options, platform::StandardOutput& output);
+int runSettingsUnset(const Options& options, platform::StandardOutput& output);
+int runSettingsWatch(const Options& options, platform::StandardOutput& output);
 
 }  // namespace kelvora::tool

@@ -1,15 +1,15 @@
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/Sensor.h"
 #include "KelvoraCore/SensorController.h"
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Report.h"
+#include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -51,35 +51,12 @@ std::string headingOf(std::uint64_t group) {
   return row == std::end(kGroups) ? "Unknown sensors" : row->heading;
 }
 
-struct UnitRow {
-  std::uint64_t type;
-  const char* format;
-};
-
-constexpr UnitRow kUnits[] = {
-    {SensorTypeTemperature, "%.1f °C"}, {SensorTypeFan, "%.0f rpm"}, {SensorTypeVoltage, "%.3f V"},
-    {SensorTypeCurrent, "%.3f A"},      {SensorTypePower, "%.2f W"},
-};
-
-std::string formatted(const char* format, double value) {
-  const int length = std::snprintf(nullptr, 0, format, value);
-  std::string text(static_cast<std::size_t>(length), '\0');
-  std::snprintf(text.data(), text.size() + 1, format, value);
-  return text;
-}
-
-std::string valueText(std::uint64_t type, double value) {
-  const auto* row = std::ranges::find(kUnits, type, &UnitRow::type);
-  return std::isfinite(value) && row != std::end(kUnits) ? formatted(row->format, value) : "–";
-}
-
 std::string remarkOf(const Sensor& sensor) {
   if (sensor.sourceType == SensorSourceComputed) {
     return "computed";
   }
   if (sensor.type == SensorTypeFan) {
-    return valueText(SensorTypeFan, sensor.minLimitValue) + " to " +
-           valueText(SensorTypeFan, sensor.maxLimitValue);
+    return limitsText(sensor);
   }
   return "";
 }
@@ -137,11 +114,12 @@ std::string rendered(const std::vector<Line>& lines, const Columns& columns, con
 
 void writeReading(platform::StandardOutput& output, const MachineChoice& machine,
                   const SensorList& sensors, const std::vector<std::string>& failures) {
+  KVSettings& settings = KVSettings::shared();
   std::vector<Line> lines;
   lines.reserve(sensors.size());
   for (const SensorPtr& sensor : sensors) {
-    lines.push_back({sensor->group, printable(sensor->name), valueText(sensor->type, sensor->value),
-                     printable(sensor->key), remarkOf(*sensor)});
+    lines.push_back({sensor->group, printable(labelText(*sensor, settings, machine.platform)),
+                     valueText(*sensor, settings), printable(sensor->key), remarkOf(*sensor)});
   }
   const Style style(output);
   const Columns columns(lines, static_cast<std::size_t>(output.columns()));

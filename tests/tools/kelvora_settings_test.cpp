@@ -1,0 +1,236 @@
+// The settings in the terminal, with real programs on one bus.
+
+#include <csignal>
+#include <cstdlib>
+#include <map>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "KelvoraCore/KVSetting.h"
+
+#include "tests/support/RunningProgram.h"
+#include "tests/support/SessionBus.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/tools/KelvoraProgram.h"
+
+namespace kelvora::testing {
+namespace {
+
+using nlohmann::json;
+using ::testing::ContainsRegex;
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+using ::testing::Not;
+
+class KelvoraSettings : public ::testing::Test {
+ protected:
+  KelvoraSettings() { setenv("XDG_CONFIG_HOME", folder_.path().c_str(), 1); }
+
+  static ProgramResult settings(std::vector<std::string> arguments = {}) {
+    arguments.insert(arguments.begin(), "settings");
+    return runKelvora(arguments);
+  }
+  static json setting(const std::string& name) {
+    return json::parse(settings({"get", name, "--json"}).standardOutput);
+  }
+  static void set(const std::string& name, const std::string& value) {
+    const ProgramResult result = settings({"set", name, value});
+    EXPECT_EQ(result.status, 0) << result.standardError;
+  }
+  std::string file() const { return folder_.read("group.com.kelvora/Settings.plist"); }
+
+  TemporaryFolder folder_;
+};
+
+void expectRefused(const ProgramResult& result, const std::string& line) {
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.standardOutput, "");
+  EXPECT_EQ(result.standardError, "kelvora: " + line + "\n");
+}
+
+TEST_F(KelvoraSettings, AreAllListedWithKeyValueAndWhetherItIsTheDefault) {
+  const ProgramResult text = settings();
+  EXPECT_EQ(text.status, 0);
+  EXPECT_EQ(lineCount(text.standardOutput), static_cast<std::ptrdiff_t>(kSettingCount));
+  EXPECT_THAT(text.standardOutput,
+              ContainsRegex("tempUnitCelsius +KVTempUnitCelsius +true  \\(default\\)\n"));
+  const json list = json::parse(settings({"--json"}).standardOutput)["settings"];
+  ASSERT_EQ(list.size(), kSettingCount);
+  for (std::size_t i = 0; i < kSettingCount; ++i) {
+    EXPECT_EQ(list[i]["property"], allSettings()[i].property);
+    EXPECT_EQ(list[i]["key"], allSettings()[i].key);
+    EXPECT_EQ(list[i]["isDefault"], true);
+  }
+}
+
+TEST_F(KelvoraSettings, AreNotWrittenByLooking) {
+  settings();
+  settings({"get", "tempUnitCelsius"});
+  EXPECT_EQ(file(), "");
+}
+
+TEST_F(KelvoraSettings, AreTypedSetShownAndUnset) {
+  const std::map<std::string, std::pair<std::string, json>> values = {
+      {"tempUnitCelsius", {"false", false}},
+      {"updateFrequency", {"2", 2}},
+      {"fanControlMode", {"-7", -7}},
+      {"currentLanguage", {"zh-Hant", "zh-Hant"}},
+      {"mainSensor", {"TC0P", "TC0P"}},
+      {"fileLoggingPath", {"[a]", "[a]"}},
+      {"menuSensors", {R"(["TC0P","AverageCPU"])", {"TC0P", "AverageCPU"}}},
+      {"dropdownItems",
+       {R"([{"main_sensor":false}])", json::array({json::object({{"main_sensor", false}})})}},
+  };
+  for (const auto& [name, value] : values) {
+    const ProgramResult result = settings({"set", name, value.first});
+    EXPECT_EQ(result.status, 0) << result.standardError;
+    EXPECT_EQ(result.standardOutput, value.first + "\n");
+    EXPECT_EQ(settings({"get", name}).standardOutput, value.first + "\n");
+    EXPECT_EQ(setting(name)["value"], value.second) << name;
+    EXPECT_EQ(setting(name)["isDefault"], false) << name;
+    EXPECT_EQ(settings({"unset", name}).status, 0);
+    EXPECT_EQ(setting(name)["isDefault"], true) << name;
+  }
+  EXPECT_EQ(setting("menuSensors")["value"], nullptr);
+  EXPECT_EQ(settings({"get", "menuSensors"}).standardOutput, "none\n");
+}
+
+TEST_F(KelvoraSettings, AStoredDefaultIsADefaultToo) {
+  set("tempUnitCelsius", "true");
+  EXPECT_EQ(setting("tempUnitCelsius")["isDefault"], true);
+  EXPECT_THAT(file(), HasSubstr("KVTempUnitCelsius"));
+}
+
+TEST_F(KelvoraSettings, AWrongValueIsRefusedWithTheAllowedOnesAndNothingIsWritten) {
+  expectRefused(settings({"set", "tempUnitCelsius", "1"}),
+                "tempUnitCelsius takes true or false, not \"1\"");
+  expectRefused(settings({"set", "updateFrequency", "3"}),
+                "updateFrequency takes 0, 1 or 2, not \"3\"");
+  expectRefused(settings({"set", "fanValueType", "01"}), "fanValueType takes 0 or 1, not \"01\"");
+  expectRefused(settings({"set", "fanControlMode", "2 "}),
+                "fanControlMode takes a whole number, not \"2 \"");
+  expectRefused(settings({"set", "appLaunchCount", "9223372036854775808"}),
+                "appLaunchCount takes a whole number, not \"9223372036854775808\"");
+  expectRefused(settings({"set", "currentLanguage", "pt"}),
+                "currentLanguage takes en, fr, de, es, tr, vi, zh-Hans or zh-Hant, not \"pt\"");
+  expectRefused(settings({"set", "mainSensor", "\xff"}),
+                "mainSensor takes a text in UTF-8, not \"\xef\xbf\xbd\"");
+  for (const char* value : {"TC0P", "[\"TC0P\"", "[1]", R"(["a\u0000b"])", "{}"}) {
+    EXPECT_THAT(settings({"set", "menuSensors", value}).standardError,
+                HasSubstr("menuSensors takes a JSON array of texts, e.g. [\"TC0P\"], not "));
+  }
+  for (const char* value : {R"([{"a":1}])", R"([{"a":true,"b":true}])", R"([{}])", R"(["a"])"}) {
+    EXPECT_THAT(settings({"set", "dropdownItems", value}).standardError,
+                HasSubstr("dropdownItems takes a JSON array of names with true or false"));
+  }
+  EXPECT_EQ(file(), "");
+}
+
+TEST_F(KelvoraSettings, ArchivedDataIsShownAsItsSizeAndCannotBeSet) {
+  folder_.write("group.com.kelvora/Settings.plist",
+                "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>"
+                "<key>KVOverheatNotificationsKey</key><data>AAECAw==</data></dict></plist>");
+  EXPECT_EQ(settings({"get", "overheatNotifications"}).standardOutput, "4 bytes\n");
+  EXPECT_EQ(setting("overheatNotifications")["value"], json({{"bytes", 4}}));
+  expectRefused(settings({"set", "overheatNotifications", "x"}),
+                "overheatNotifications cannot be set here: only the programs can write it");
+}
+
+TEST_F(KelvoraSettings, WrongNamesAndWordsAreOneLineAndStatusTwo) {
+  for (const char* command : {"get", "unset"}) {
+    expectRefused(settings({command, "KVTempUnitCelsius"}),
+                  "KVTempUnitCelsius: no such setting ('kelvora settings' lists them)");
+  }
+  expectRefused(settings({"set", "nothing", "1"}),
+                "nothing: no such setting ('kelvora settings' lists them)");
+  for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+           {"get"}, {"set", "updateFrequency"}, {"watch", "x"}, {"sett"}, {"get", "a", "b"}}) {
+    const ProgramResult result = settings(arguments);
+    EXPECT_EQ(result.status, 2) << arguments.front();
+    EXPECT_EQ(lineCount(result.standardError), 1) << result.standardError;
+  }
+}
+
+TEST_F(KelvoraSettings, HelpOfEachCommandShowsAnExample) {
+  for (const std::vector<std::string>& arguments :
+       std::vector<std::vector<std::string>>{{"--help"},
+                                             {"get", "--help"},
+                                             {"set", "-h"},
+                                             {"unset", "--help"},
+                                             {"watch", "--help"}}) {
+    const ProgramResult result = settings(arguments);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.standardOutput, HasSubstr("Example:\n  kelvora settings"));
+  }
+}
+
+TEST_F(KelvoraSettings, WhatCannotBeWrittenIsStatusOne) {
+  setenv("XDG_CONFIG_HOME", "/dev/null/settings", 1);
+  const ProgramResult result = settings({"set", "updateFrequency", "1"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.standardOutput, "");
+  EXPECT_THAT(result.standardError,
+              HasSubstr("kelvora: updateFrequency: could not be written ('kelvora doctor' says"));
+}
+
+TEST_F(KelvoraSettings, AHostileTextCannotControlTheTerminal) {
+  set("fileLoggingPath", "a\x1b[31mb");
+  EXPECT_EQ(settings({"get", "fileLoggingPath"}).standardOutput, "a?[31mb\n");
+  EXPECT_THAT(settings().standardOutput, Not(HasSubstr("\x1b")));
+}
+
+TEST_F(KelvoraSettings, WatchHearsEachChangeOfAnotherProgramAndStopsWhenAsked) {
+  const SessionBus bus;
+  for (const int signal : {SIGTERM, SIGINT}) {
+    settings({"unset", "currentLanguage"});
+    RunningProgram watch(KELVORA_PROGRAM, {"settings", "watch", "--json"});
+    EXPECT_THAT(watch.nextErrorLine(), HasSubstr("watching the settings"));
+    set("tempUnitCelsius", "false");
+    set("fanValueType", "1");
+    set("fanControlMode", "3");  // not announced
+    set("currentLanguage", "de");
+    set("currentLanguage", "de");  // no change
+    set("showHIDSensors", "true");
+
+    json notice = json::parse(watch.nextLine());
+    EXPECT_EQ(notice["name"], "KVDataManagerSettingsDidChangeNotification");
+    EXPECT_EQ(notice["userInfo"], nullptr);
+    EXPECT_THAT(notice["time"].get<std::string>(),
+                MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}"
+                             "[-+][0-9]{2}:[0-9]{2}"));
+    notice = json::parse(watch.nextLine());
+    EXPECT_EQ(notice["name"], "KVDataManagerUpdateFrequencyDidChangeNotification");
+    EXPECT_EQ(notice["userInfo"], json({{"KVFanValueTypeKey", 1}}));
+    EXPECT_EQ(json::parse(watch.nextLine())["name"], "KVDataManagerLanguageDidChangeNotification");
+    notice = json::parse(watch.nextLine());
+    EXPECT_EQ(notice["userInfo"], json({{"KVShowHIDSensorsKey", true}}));
+
+    watch.signal(signal);
+    EXPECT_EQ(watch.wait(), 0);
+    EXPECT_EQ(watch.nextLine(), "");
+  }
+}
+
+TEST_F(KelvoraSettings, WatchWritesALineOfTextForANotice) {
+  const SessionBus bus;
+  RunningProgram watch(KELVORA_PROGRAM, {"settings", "watch"});
+  watch.nextErrorLine();
+  set("showComputedSensors", "false");
+  EXPECT_THAT(watch.nextLine(),
+              MatchesRegex("[0-9T:.+-]+  KVDataManagerSettingsDidChangeNotification"
+                           "  \\{\"KVShowComputedSensorsKey\":false\\}"));
+  watch.signal(SIGTERM);
+  EXPECT_EQ(watch.wait(), 0);
+}
+
+TEST_F(KelvoraSettings, WatchWithoutABusSaysThatNothingCanBeHeard) {
+  const ProgramResult result = settings({"watch"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.standardError, HasSubstr("kelvora: no session bus: "));
+}
+
+}  // namespace
+}  // namespace kelvora::testing

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/kelvora/MachineChoice.h"
+
+namespace kelvora::tool {
+
+enum class CheckState : std::uint8_t {
+  kOK,
+  kHint,    ///< works, but for something that a user may want
+  kBroken,  ///< does not work until something is done
+};
+
+/// One thing that the programs need, as it was found.
+struct Check {
+  std::string name;  ///< e.g. "session bus"
+  CheckState state = CheckState::kOK;
+  std::string finding;  ///< e.g. a path and what stands there
+  std::string advice;   ///< what to do about it; empty when all is well
+};
+
+/// Everything that is checked, in the order of a report. Creates the folders that the programs
+/// create when they start, and leaves the settings and the store as they are.
+std::vector<Check> doctorChecks(const MachineChoice& machine);
+
+}  // namespace kelvora::tool

@@ -1,0 +1,76 @@
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tools/kelvora/Command.h"
+#include "tools/kelvora/DoctorChecks.h"
+#include "tools/kelvora/Report.h"
+#include "tools/kelvora/Text.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+constexpr std::size_t kStateWidth = 8;
+constexpr std::size_t kNameWidth = 21;
+
+const char* stateName(CheckState state) {
+  switch (state) {
+    case CheckState::kOK:
+      return "ok";
+    case CheckState::kHint:
+      return "hint";
+    case CheckState::kBroken:
+      break;
+  }
+  return "broken";
+}
+
+Json jsonCheck(const Check& check) {
+  return {{"name", check.name},
+          {"state", stateName(check.state)},
+          {"finding", check.finding},
+          {"advice", check.advice.empty() ? Json(nullptr) : Json(check.advice)}};
+}
+
+std::string textOf(const Check& check, const Style& style) {
+  const std::string state = fitted(stateName(check.state), kStateWidth);
+  std::string text = (check.state == CheckState::kBroken ? style.heading(state) : state) +
+                     fitted(check.name, kNameWidth) + printable(check.finding) + "\n";
+  if (!check.advice.empty()) {
+    text += std::string(kStateWidth + kNameWidth, ' ') + style.faint(check.advice) + "\n";
+  }
+  return text;
+}
+
+void writeChecks(const Options& options, const MachineChoice& machine,
+                 const std::vector<Check>& checks, platform::StandardOutput& output) {
+  const Style style(output);
+  Json list = Json::array();
+  std::string text;
+  for (const Check& check : checks) {
+    list.push_back(jsonCheck(check));
+    text += textOf(check, style);
+  }
+  if (options.json) {
+    writeJson(output, {{"machine", jsonMachine(machine.platform)}, {"checks", list}});
+  } else {
+    writeText(output, text);
+  }
+}
+
+}  // namespace
+
+int runDoctor(const Options& options, platform::StandardOutput& output) {
+  const MachineChoice machine = chooseMachine(options.machine);
+  const std::vector<Check> checks = doctorChecks(machine);
+  writeChecks(options, machine, checks, output);
+  const auto broken = std::ranges::count(checks, CheckState::kBroken, &Check::state);
+  if (broken > 0) {
+    throw CommandError(kExitNothingRead, std::to_string(broken) + " of " +
+                                             std::to_string(checks.size()) + " checks failed");
+  }
+  return kExitSuccess;
+}
+
+}  // namespace kelvora::tool

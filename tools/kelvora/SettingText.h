@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "KelvoraCore/KVSetting.h"
+#include "KelvoraCore/PropertyListValue.h"
+
+#include "tools/kelvora/Report.h"
+
+namespace kelvora::tool {
+
+/// A value as JSON; data becomes {"bytes": its size}, a date its seconds since 1970.
+Json jsonValue(const PropertyListValue& value);
+
+/// A value for a person: "true", "2", a text as it is, lists as JSON, "1234 bytes"; "none" where
+/// there is nothing. Fit for a terminal.
+std::string settingText(const std::optional<PropertyListValue>& value);
+
+/// What a setting may be set to, e.g. "true or false", "0, 1 or 2", "a whole number".
+std::string allowedValues(const KVSetting& setting);
+
+/// The value that a person spelt for a setting; none when it is not an allowed one.
+std::optional<PropertyListValue> parsedSetting(const KVSetting& setting, std::string_view text);
+
+}  // namespace kelvora::tool
