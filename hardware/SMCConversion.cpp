@@ -82,7 +82,6 @@ std::int32_t SMCConvertNumberToString(char* textOut, std::uint32_t packed) {
   return 4;
 }
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier): exported under this name
 float _strtof(const std::uint8_t* bytes, std::int32_t size, std::int32_t fractionBits) {
   if (size < 1 || fractionBits < 0 || fractionBits > 8) {
     return 0.0F;

@@ -2,34 +2,46 @@
 set -euo pipefail
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=${KELVORA_JOBS:-$(nproc)}
+step_log=
+trap 'rm -f "$step_log"' EXIT
+
+# A compiler cache that cannot write (a read-only home) would fail each compilation.
+if command -v ccache >/dev/null; then
+  cache=$(ccache --get-config cache_dir 2>/dev/null) || cache=
+  { mkdir -p "$cache" && [ -w "$cache" ]; } 2>/dev/null || export CCACHE_DISABLE=1
+fi
 
 say() { printf '%s\n' "$*" >&2; }
-die() { say "$(basename "$0"): $*"; exit 1; }
 
 # step TITLE COMMAND...: runs a command quietly; its output is shown only when it fails.
 step() {
-  local title=$1 log started=$SECONDS
+  local title=$1 started=$SECONDS status=0
   shift
-  log=$(mktemp)
+  step_log=$(mktemp)
   if [ -t 2 ]; then printf '%s …\r' "$title" >&2; fi
-  if "$@" >"$log" 2>&1; then
+  "$@" </dev/null >"$step_log" 2>&1 || status=$?
+  if [ $status -eq 0 ]; then
     say "$title: ok ($((SECONDS - started)) s)"
-    rm -f "$log"
   else
-    say "$title: FAILED"
-    cat "$log" >&2
-    rm -f "$log"
-    return 1
+    say "$title: FAILED (status $status):"
+    cat "$step_log" >&2
+    say "$(basename "$0"): stopped, because this failed: $title"
+  fi
+  rm -f "$step_log"
+  return $status
+}
+
+# configure PRESET: once; later builds notice by themselves what changed.
+configure() {
+  if [ ! -f "$project/build/$1/build.ninja" ]; then
+    (cd "$project" && cmake --preset "$1")
   fi
 }
 
-# build PRESET [TARGET...]: configures once, then builds what changed.
+# build PRESET [TARGET...]: builds what changed.
 build() {
   local preset=$1
   shift
-  local dir=$project/build/$preset
-  if [ ! -f "$dir/build.ninja" ]; then
-    (cd "$project" && cmake --preset "$preset") || return 1
-  fi
-  ninja -C "$dir" -j "$jobs" "$@"
+  configure "$preset" || return 1
+  ninja -C "$project/build/$preset" -j "$jobs" "$@"
 }

@@ -61,7 +61,6 @@ std::int32_t SMCConvertNumberToString(char* textOut, std::uint32_t packed);
 /// Unsigned big-endian fixed point, exact only for two fraction bits: 0f a2 is 1000.5 for "fpe2".
 /// With any other count the last bits still count in quarters, which users of the function rely on.
 /// 0 for a size below 1 and for fraction bits outside 0 to 8.
-// NOLINTNEXTLINE(bugprone-reserved-identifier): exported under this name
 float _strtof(const std::uint8_t* bytes, std::int32_t size, std::int32_t fractionBits);
 
 }  // extern "C"
