@@ -92,9 +92,9 @@ class KVUtils {
   static std::int64_t appBuildNumber();
   static std::int64_t appBuildNumber(platform::Platform& platform);
 
-  /// Whether the installed privileged tool (`smcExePath`) belongs to the accounts "root" and "admin"
-  /// and has exactly the mode 6555, so that whoever starts it writes to the SMC as root. False also
-  /// when it is not installed.
+  /// Whether the installed privileged tool (`smcExePath`) belongs to the accounts "root" and
+  /// "admin" and has exactly the mode 6555, so that whoever starts it writes to the SMC as root.
+  /// False also when it is not installed.
   static bool isSMCPermissionGranted();
   static bool isSMCPermissionGranted(platform::Platform& platform);
 
