@@ -18,9 +18,6 @@ namespace {
 using platform::Platform;
 
 constexpr char kStoreFile[] = "Database.sqlite";
-constexpr char kToolOwner[] = "root";
-constexpr char kToolGroup[] = "admin";
-constexpr std::uint32_t kToolPermissions = 06555;
 
 // Whether entries can be made in a folder, found out by making one.
 bool isWritable(Platform& platform, const std::string& folder) {
@@ -146,10 +143,7 @@ Check privilegedTool(const MachineChoice& machine) {
             "nothing to read sensors; to control fans, let the application install it"};
   }
   const std::string finding = toolFinding(*path, *attributes);
-  const bool isGranted = attributes->ownerAccountName == kToolOwner &&
-                         attributes->groupOwnerAccountName == kToolGroup &&
-                         attributes->posixPermissions == kToolPermissions;
-  if (!isGranted) {
+  if (!KVUtils::isSMCPermissionGranted(machine.platform)) {
     return {kName, CheckState::kHint, finding,
             "to control fans, let the application ask for its permission (root:admin, 6555)"};
   }
