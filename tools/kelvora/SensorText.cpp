@@ -70,8 +70,8 @@ std::string labelText(const Sensor& sensor, KVSettings& settings, platform::Plat
     return sensor.name;
   }
   const auto format = KVLocalized::localizedStringForKey(key, settings, platform);
-  return format && *format != key ? KVExtension::replace(*format, kPlaceholder, sensor.fullName)
-                                  : sensor.fullName;
+  return format && *format != key ? KVExtension::replace(*format, kPlaceholder, sensor.name)
+                                  : sensor.name;
 }
 
 }  // namespace kelvora::tool
