@@ -13,14 +13,17 @@ fi
 
 say() { printf '%s\n' "$*" >&2; }
 
-# step TITLE COMMAND...: runs a command quietly; its output is shown only when it fails.
+# step TITLE COMMAND...: runs a command quietly; its output is shown only when it fails. With
+# only_news=1 a build that had nothing to do is not mentioned.
 step() {
   local title=$1 started=$SECONDS status=0
   shift
   step_log=$(mktemp)
   if [ -t 2 ]; then printf '%s …\r' "$title" >&2; fi
   "$@" </dev/null >"$step_log" 2>&1 || status=$?
-  if [ $status -eq 0 ]; then
+  if [ $status -eq 0 ] && [ "${only_news:-0}" = 1 ] && grep -q '^ninja: no work to do' "$step_log"; then
+    if [ -t 2 ]; then printf '\r\033[K' >&2; fi
+  elif [ $status -eq 0 ]; then
     say "$title: ok ($((SECONDS - started)) s)"
   else
     say "$title: FAILED (status $status):"
