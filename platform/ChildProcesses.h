@@ -19,8 +19,8 @@ struct ChildRequest {
   int qualityOfService = 0;            ///< 0: the default
 };
 
-/// A launched child. Destruction closes the pipe and reaps the child, so no zombie stays; it does
-/// not end a child that still runs, but waits for it. One thread at a time.
+/// A launched child. Destruction closes the pipe; it neither ends a child that still runs nor waits
+/// for it, and no zombie stays when the child ends later. One thread at a time.
 class ChildProcess {
  public:
   virtual ~ChildProcess() = default;

@@ -6,7 +6,9 @@ namespace kelvora::platform {
 
 /// A program's standard output, kept apart from the library's messages. Creating one takes over
 /// descriptor 1: what else the process prints there goes to standard error from then on, so that a
-/// report stays whole. One per process, on the main thread, before anything is printed.
+/// report stays whole. Standard descriptors that were closed lead to nowhere from then on; a report
+/// to a closed one cannot be written. One per process, on the main thread, before anything is
+/// printed or opened.
 class StandardOutput {
  public:
   StandardOutput();

@@ -17,7 +17,7 @@ class ZDSystemKitHelper {
   /// answers what it wrote to its standard output, as UTF-8 of up to 2 GB. None when it cannot be
   /// launched, which is logged, when it wrote nothing, and when it wrote something that is not
   /// UTF-8. Its exit status does not count; its standard error is this process's. Blocks until it
-  /// has ended. Any thread.
+  /// has closed its standard output. Any thread.
   static std::optional<std::string> processWithPath(const std::string& path,
                                                     const std::vector<std::string>& arguments);
   /// The same with child processes of the caller's.

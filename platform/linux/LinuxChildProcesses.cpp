@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <optional>
 #include <system_error>
+#include <thread>
 
 #include <fcntl.h>
 #include <signal.h>
@@ -19,12 +20,30 @@ namespace {
 // The exit status of a child that another part of the program has reaped.
 constexpr int kUnknownExitStatus = 255;
 
+// The child's exit status; none while it runs, if `options` say not to wait for it.
+std::optional<int> reapedStatus(pid_t pid, int options) {
+  int status = 0;
+  pid_t reaped = -1;
+  do {
+    reaped = waitpid(pid, &status, options);
+  } while (reaped < 0 && errno == EINTR);
+  if (reaped == 0) return std::nullopt;
+  if (reaped < 0) return kUnknownExitStatus;
+  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+// Whoever has read a child's output need not wait for what it does afterwards.
+void reapWithoutWaiting(pid_t pid) {
+  if (reapedStatus(pid, WNOHANG)) return;
+  std::thread([pid] { reapedStatus(pid, 0); }).detach();
+}
+
 class Child : public ChildProcess {
  public:
   Child(pid_t pid, FileDescriptor output) : pid_(pid), output_(std::move(output)) {}
   ~Child() override {
     output_.close();
-    reap();
+    if (!exitStatus_) reapWithoutWaiting(pid_);
   }
 
   std::size_t readStandardOutput(std::span<std::byte> buffer) override {
@@ -38,24 +57,12 @@ class Child : public ChildProcess {
 
   void closeStandardOutput() override { output_.close(); }
 
-  int waitUntilExit() override { return reap(); }
-
- private:
-  int reap() {
-    if (exitStatus_) return *exitStatus_;
-    int status = 0;
-    pid_t reaped = -1;
-    do {
-      reaped = waitpid(pid_, &status, 0);
-    } while (reaped < 0 && errno == EINTR);
-    if (reaped != pid_) {
-      exitStatus_ = kUnknownExitStatus;
-    } else {
-      exitStatus_ = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-    }
-    return *exitStatus_;
+  int waitUntilExit() override {
+    if (!exitStatus_) exitStatus_ = reapedStatus(pid_, 0);
+    return exitStatus_.value_or(kUnknownExitStatus);
   }
 
+ private:
   pid_t pid_;
   FileDescriptor output_;
   std::optional<int> exitStatus_;

@@ -1,12 +1,11 @@
 #include "platform/recorded/MachineFile.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fstream>
 #include <system_error>
 
 #include <nlohmann/json.hpp>
 
+#include "platform/posix/InputFile.h"
 #include "platform/recorded/JSONPlace.h"
 #include "platform/recorded/MachineFileParts.h"
 
@@ -127,20 +126,17 @@ RecordedMachine parseMachine(std::string_view json, const std::string& name) {
 }
 
 RecordedMachine readMachineFile(const std::string& path) {
-  errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  if (!file) refuseUnreadable(path, errno);
+  InputFile file(path);
   std::string json;
   std::vector<char> block(1 << 16);
-  errno = 0;
-  while (file.read(block.data(), static_cast<std::streamsize>(block.size())) || file.gcount() > 0) {
-    json.append(block.data(), static_cast<std::size_t>(file.gcount()));
+  while (const std::size_t count = file.read(block)) {
+    json.append(block.data(), count);
     if (json.size() > kLargestFileBytes) {
       throw MachineFileError(path + ": /: is larger than 64 MB");
     }
   }
   // A folder opens like a file, and fails only when it is read.
-  if (file.bad()) refuseUnreadable(path, errno != 0 ? errno : EIO);
+  if (file.error() != 0) refuseUnreadable(path, file.error());
   return parseMachine(json, path);
 }
 

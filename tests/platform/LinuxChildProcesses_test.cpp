@@ -2,7 +2,9 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <string>
+#include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -32,6 +34,17 @@ std::string outputOf(ChildProcess& child) {
 }
 
 bool hasNoChildren() { return waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD; }
+
+// Looks on, reaping nothing itself, until the last child is reaped.
+bool soonHasNoChildren() {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  siginfo_t information;
+  while (waitid(P_ALL, 0, &information, WEXITED | WNOHANG | WNOWAIT) == 0) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return errno == ECHILD;
+}
 
 TEST(LinuxChildProcesses, CapturesStandardOutputAndTheExitStatus) {
   const ChildLaunch launch = LinuxChildProcesses().launch(shell("echo \"$0 $1\"; exit 7"));
@@ -110,7 +123,27 @@ TEST(LinuxChildProcesses, LaunchesLeaveNoDescriptorsAndNoZombies) {
     children.launch({"/no/such/program", {}, true, false, 0});
   }
   EXPECT_EQ(nextDescriptor(), before);
-  EXPECT_TRUE(hasNoChildren());
+  EXPECT_TRUE(soonHasNoChildren());
+}
+
+TEST(LinuxChildProcesses, AChildThatNobodyWaitsForIsNeitherWaitedForNorEnded) {
+  // Runs until its standard input ends, with its output closed.
+  int input[2];
+  ASSERT_EQ(pipe2(input, O_CLOEXEC), 0);
+  const int standardInput = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+  ASSERT_GE(dup2(input[0], STDIN_FILENO), 0);
+  pid_t pid = 0;
+  {
+    const ChildLaunch launch = LinuxChildProcesses().launch(shell("echo $$; exec 1>&-; read line"));
+    ASSERT_NE(launch.child, nullptr) << launch.failure;
+    pid = std::stoi(outputOf(*launch.child));
+  }
+  EXPECT_EQ(kill(pid, 0), 0) << "it runs until it is told to end";
+  dup2(standardInput, STDIN_FILENO);
+  close(standardInput);
+  close(input[0]);
+  close(input[1]);
+  EXPECT_TRUE(soonHasNoChildren());
 }
 
 TEST(LinuxChildProcesses, StandardErrorCanBeDiscarded) {

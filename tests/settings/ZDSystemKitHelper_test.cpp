@@ -1,5 +1,6 @@
 #include "KelvoraCore/ZDSystemKitHelper.h"
 
+#include <csignal>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -83,6 +84,14 @@ TEST(ProcessWithPath, ReadsARealChild) {
             "a b c\n");
   EXPECT_EQ(ZDSystemKitHelper::processWithPath("/bin/true", {}, live->childProcesses()),
             std::nullopt);
+}
+
+TEST(ProcessWithPath, ReturnsWhenTheCommandClosesItsOutputThoughItRunsOn) {
+  const auto live = platform::makeLivePlatform();
+  const auto pid = ZDSystemKitHelper::processWithPath(
+      "/bin/sh", {"-c", "echo $$; exec 1>&- 2>&-; exec sleep 1000"}, live->childProcesses());
+  ASSERT_TRUE(pid);
+  EXPECT_EQ(kill(std::stoi(*pid), SIGKILL), 0) << "runs on";
 }
 
 }  // namespace

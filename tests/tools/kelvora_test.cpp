@@ -1,10 +1,14 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "tests/tools/KelvoraProgram.h"
 
@@ -212,6 +216,89 @@ TEST(Kelvora, AnSMCThatClaimsBillionsOfKeysStillEnds) {
   EXPECT_EQ(keys["keys"].size(), 2U);
   EXPECT_EQ(keys["count"], 4294967295U);
   EXPECT_EQ(keys["unreadable"], 4294967293U);
+}
+
+// The program in a shell that closes or replaces some of its descriptors: "$0" is kelvora.
+ProgramResult inShell(const std::string& script) {
+  return runProgram("/bin/sh", {"-c", script, KELVORA_PROGRAM});
+}
+
+TEST(Kelvora, AFaultIsOneHarmlessLineWhateverItsNamesHold) {
+  const std::string name = "a\n\x1b[31mb\xff\xe2\x80\xae";
+  expectUsageError(runKelvora({"sensors", "--machine", name}), "a??[31mb\ufffd?: neither a file");
+  expectUsageError(runKelvora({name}), "a??[31mb");
+  const MachineText misnamed("{", "new\nline.json");
+  expectUsageError(runKelvora({"keys", "--machine", misnamed.path}), "new?line.json: line 1");
+  const MachineText titled(
+      R"({"format": "kelvora-machine", "version": 1, "architecture": "arm64",
+          "title": "evil\n\u001b[31m\u0085"})");
+  for (const char* command : {"sensors", "keys", "inventory"}) {
+    const ProgramResult result = runKelvora({command, "--machine", titled.path});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.standardError, HasSubstr("kelvora: evil??[31m?: no"));
+  }
+}
+
+TEST(Kelvora, ANamedPipeThatNobodyWritesToIsNotWaitedFor) {
+  const MachineText machine("");
+  const std::string pipe = machine.path + ".pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  expectUsageError(runKelvora({"sensors", "--machine", pipe}), pipe + ": line 1, column 1: is not");
+}
+
+TEST(Kelvora, AMachineMayComeThroughAPipe) {
+  const MachineText machine(machineWithKeys(R"({"key": "FNum", "type": "ui8 ", "bytes": "01"})"));
+  const ProgramResult result =
+      inShell("{ sleep 0.1; cat '" + machine.path + "'; } | \"$0\" keys --machine /dev/stdin");
+  EXPECT_THAT(result.standardOutput, StartsWith("T (recorded)\n"));
+}
+
+TEST(Kelvora, HelpThatCannotBeWrittenIsStatusOne) {
+  for (const char* words : {"--help", "--version", "sensors --help"}) {
+    for (const char* output : {">/dev/full", ">&-"}) {
+      const ProgramResult result = inShell(std::string("\"$0\" ") + words + " " + output);
+      EXPECT_EQ(result.status, 1) << words << output;
+      EXPECT_EQ(result.standardError, "kelvora: the help could not be written\n");
+    }
+  }
+}
+
+TEST(Kelvora, AReportStaysWholeWhateverDescriptorsAreClosed) {
+  const MachineText silent(
+      R"({"format": "kelvora-machine", "version": 1, "architecture": "x86_64", "title": "T"})");
+  for (const char* closed : {"2>&-", "<&- 2>&-", "<&-"}) {
+    const ProgramResult result =
+        inShell("\"$0\" sensors --json --machine '" + silent.path + "' " + closed);
+    EXPECT_EQ(result.status, 1) << closed;
+    EXPECT_TRUE(json::accept(result.standardOutput)) << closed << result.standardOutput;
+  }
+  for (const char* closed : {">&-", "<&- >&-", "<&- >&- 2>&-"}) {
+    EXPECT_EQ(inShell(std::string("\"$0\" sensors --machine iMac19,1 ") + closed).status, 1)
+        << closed;
+  }
+}
+
+TEST(Kelvora, AReportIsWrittenWholeToAPipeThatDoesNotWait) {
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  constexpr int kInherited = 9;
+  ASSERT_EQ(dup2(ends[1], kInherited), kInherited);
+  fcntl(kInherited, F_SETFL, O_NONBLOCK);
+  fcntl(kInherited, F_SETPIPE_SZ, 4096);
+  close(ends[1]);
+  std::string report;
+  std::thread reader([&] {
+    char buffer[1000];
+    for (ssize_t count = 0; (count = read(ends[0], buffer, sizeof buffer)) > 0;) {
+      report.append(buffer, static_cast<std::size_t>(count));
+    }
+  });
+  const ProgramResult result = inShell("exec \"$0\" keys --machine iMac19,1 --json >&9");
+  close(kInherited);
+  reader.join();
+  close(ends[0]);
+  EXPECT_EQ(result.status, 0) << result.standardError;
+  EXPECT_TRUE(json::accept(report));
 }
 
 }  // namespace

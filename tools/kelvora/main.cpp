@@ -3,12 +3,14 @@
 
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <string>
 
 #include <CLI/CLI.hpp>
 
 #include "platform/StandardOutput.h"
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/Text.h"
 
 namespace {
 
@@ -106,9 +108,16 @@ int runChosen(CLI::App& app, const Options& options) {
   return chosen->run(options, output);
 }
 
+// One line, whatever the names and texts in it hold.
 int fail(const std::string& line, int status) {
-  std::fprintf(stderr, "kelvora: %s\n", line.c_str());
+  std::fprintf(stderr, "kelvora: %s\n", kelvora::tool::printable(line).c_str());
   return status;
+}
+
+int showHelp(const CLI::App& app, const CLI::ParseError& request) {
+  app.exit(request);
+  return std::cout.flush() ? kelvora::tool::kExitSuccess
+                           : fail("the help could not be written", kelvora::tool::kExitNothingRead);
 }
 
 }  // namespace
@@ -131,7 +140,7 @@ int main(int argc, char** argv) {
     return runChosen(app, options);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {
-      return app.exit(error);
+      return showHelp(app, error);
     }
     return fail(std::string(error.what()) + " (see kelvora --help)", kelvora::tool::kExitUsage);
   } catch (const kelvora::tool::CommandError& error) {
