@@ -15,8 +15,6 @@ namespace kelvora {
 
 namespace {
 
-constexpr const char* kFailNotification = "SensorControllerDidFailNotification";
-
 template <typename Object>
 std::shared_ptr<Object> borrowed(Object& object) {
   return std::shared_ptr<Object>(&object, [](Object*) {});
@@ -150,7 +148,8 @@ std::optional<std::string> SensorController::sensorTypeStringFromType(std::uint6
 void SensorController::smcReadValueFailedWithError(const std::string& message) {
   platform::NotificationCentre& centre = platform_.notificationCentres().distributed();
   platform_.mainQueue().async([&centre, message] {
-    centre.post({kFailNotification, message, std::nullopt}, /*deliverImmediately=*/true);
+    centre.post({SensorControllerDidFailNotification, message, std::nullopt},
+                /*deliverImmediately=*/true);
   });
 }
 

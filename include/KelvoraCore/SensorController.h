@@ -18,6 +18,10 @@ class Platform;
 }  // namespace platform
 class SensorNaming;
 
+/// The notification by which a controller tells all programs of a failed read; its object is the
+/// message, e.g. "SMC read (F0ID) failed".
+inline constexpr char SensorControllerDidFailNotification[] = "SensorControllerDidFailNotification";
+
 /// Takes complete readings of the machine: every sensor that the hardware readers see, named from
 /// the catalogue, with the computed sensors, in the order of the groups. On Apple silicon it reads
 /// the SMC and the HID event system, on Intel the SMC only.
@@ -87,8 +91,8 @@ class SensorController : public SMCWrapperDelegate {
   /// The same for its short name, e.g. "AMD".
   std::optional<std::string> dedicatedGPUShortName() const;
 
-  /// Posts the distributed notification "SensorControllerDidFailNotification" with `message` as
-  /// its object from the main queue, later, to be delivered at once. Any thread; the controller may
+  /// Posts `SensorControllerDidFailNotification` with `message` as its object on the distributed
+  /// centre from the main queue, later, to be delivered at once. Any thread; the controller may
   /// be gone by then.
   void smcReadValueFailedWithError(const std::string& message) override;
 

@@ -3,7 +3,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <map>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,6 +13,7 @@
 
 #include "KelvoraCore/KVSetting.h"
 
+#include "platform/Platform.h"
 #include "tests/support/RunningProgram.h"
 #include "tests/support/SessionBus.h"
 #include "tests/support/TemporaryFolder.h"
@@ -21,6 +24,7 @@ namespace {
 
 using nlohmann::json;
 using ::testing::ContainsRegex;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 using ::testing::Not;
@@ -224,6 +228,52 @@ TEST_F(KelvoraSettings, WatchWritesALineOfTextForANotice) {
                            "  \\{\"KVShowComputedSensorsKey\":false\\}"));
   watch.signal(SIGTERM);
   EXPECT_EQ(watch.wait(), 0);
+}
+
+// Tells the session as another program of the product would.
+void post(platform::Platform& program, const std::string& name,
+          const std::optional<std::string>& object = std::nullopt) {
+  program.notificationCentres().distributed().post({name, object, std::nullopt}, true);
+}
+
+TEST_F(KelvoraSettings, WatchHearsEveryNoticeOfTheLibraryAndNoOther) {
+  const std::vector<std::string> names = {"KVDataManagerSettingsDidChangeNotification",
+                                          "KVDataManagerLanguageDidChangeNotification",
+                                          "KVDataManagerMenuSensorsDidChangeNotification",
+                                          "KVDataManagerUpdateFrequencyDidChangeNotification",
+                                          "KVDataManagerOverheatListDidChangeNotification",
+                                          "KVDataManagerFileLoggingSensorKeysDidChangeNotification",
+                                          "KVThemeDidChangeNotification",
+                                          "SensorControllerDidFailNotification"};
+  const SessionBus bus;
+  RunningProgram watch(KELVORA_PROGRAM, {"settings", "watch", "--json"});
+  watch.nextErrorLine();
+  const auto program = platform::makeLivePlatform();
+  for (const std::string& name : names) {
+    post(*program, "SomebodyElsesNotification");
+    post(*program, name);
+  }
+  post(*program, names.front(), "the end");
+  std::vector<std::string> heard;
+  for (json notice = json::parse(watch.nextLine()); notice["object"] != "the end";
+       notice = json::parse(watch.nextLine())) {
+    EXPECT_EQ(notice["object"], nullptr);
+    heard.push_back(notice["name"]);
+  }
+  EXPECT_EQ(heard, names);
+}
+
+TEST_F(KelvoraSettings, WatchShowsTheMessageOfAFailedRead) {
+  const SessionBus bus;
+  RunningProgram text(KELVORA_PROGRAM, {"settings", "watch"});
+  RunningProgram objects(KELVORA_PROGRAM, {"settings", "watch", "--json"});
+  text.nextErrorLine();
+  objects.nextErrorLine();
+  const auto program = platform::makeLivePlatform();
+  post(*program, "SensorControllerDidFailNotification", "SMC read (\x1b) failed");
+  EXPECT_THAT(text.nextLine(),
+              EndsWith("  SensorControllerDidFailNotification  SMC read (?) failed"));
+  EXPECT_EQ(json::parse(objects.nextLine())["object"], "SMC read (\x1b) failed");
 }
 
 TEST_F(KelvoraSettings, WatchWithoutABusSaysThatNothingCanBeHeard) {

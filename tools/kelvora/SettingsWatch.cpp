@@ -8,6 +8,7 @@
 #include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSetting.h"
 #include "KelvoraCore/KVThemeManager.h"
+#include "KelvoraCore/SensorController.h"
 
 #include "platform/Log.h"
 #include "platform/Platform.h"
@@ -24,7 +25,7 @@ namespace {
 constexpr char kMoment[] = "yyyy-MM-dd'T'HH:mm:ss.SSSxxx";
 
 std::set<std::string> noticeNames() {
-  std::set<std::string> names{KVThemeDidChangeNotification};
+  std::set<std::string> names{KVThemeDidChangeNotification, SensorControllerDidFailNotification};
   for (const KVSetting& setting : allSettings()) {
     if (!setting.notification.empty()) {
       names.emplace(setting.notification);
@@ -37,6 +38,7 @@ Json jsonNotice(const platform::Notification& notice) {
   const auto now = std::chrono::system_clock::now();
   return {{"time", KVExtension::dateFormatter().stringFromDate(now, kMoment)},
           {"name", notice.name},
+          {"object", notice.object ? Json(*notice.object) : Json(nullptr)},
           {"userInfo", notice.userInfo ? jsonValue(*notice.userInfo) : Json(nullptr)}};
 }
 
@@ -45,8 +47,9 @@ std::string lineOf(const platform::Notification& notice, const Options& options)
   if (options.json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
   }
+  const std::string object = notice.object ? "  " + printable(*notice.object) : "";
   const std::string userInfo = notice.userInfo ? "  " + settingText(*notice.userInfo) : "";
-  return json["time"].get<std::string>() + "  " + notice.name + userInfo + "\n";
+  return json["time"].get<std::string>() + "  " + notice.name + object + userInfo + "\n";
 }
 
 /// Hears every notice while it stands.

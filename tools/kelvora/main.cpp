@@ -55,7 +55,7 @@ constexpr CommandRow kCommands[] = {
      kName | kValue, kelvora::tool::runSettingsSet},
     {kSettings, "unset", "Forget the value of a setting, so that its default counts",
      "kelvora settings unset fileLoggingPath", kName, kelvora::tool::runSettingsUnset},
-    {kSettings, "watch", "Print the notices of changed settings as they come, until interrupted",
+    {kSettings, "watch", "Print the notices between the programs as they come, until interrupted",
      "kelvora settings watch --json", kNothing, kelvora::tool::runSettingsWatch},
 };
 
@@ -128,9 +128,7 @@ int main(int argc, char** argv) {
   app.require_subcommand(0, 1);
   app.footer(footer("kelvora sensors") +
              "\nExit status: 0; 1 when nothing could be read or written, or something is broken; 2 "
-             "for wrong usage or a "
-             "bad machine "
-             "file.\n");
+             "for\nwrong usage, a refused value or a bad machine file.\n");
   Options options;
   for (const CommandRow& row : kCommands) {
     addCommand(app, row, options);
