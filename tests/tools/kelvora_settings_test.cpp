@@ -70,6 +70,32 @@ TEST_F(KelvoraSettings, AreAllListedWithKeyValueAndWhetherItIsTheDefault) {
   }
 }
 
+TEST_F(KelvoraSettings, OnANarrowTerminalKeysGiveWayAndValuesStayWhole) {
+  const Environment home = {{"HOME", "/home/anna"}, {"NO_COLOR", "1"}};
+  const auto table = [&](unsigned short columns) {
+    return runInTerminal(KELVORA_PROGRAM, {"settings"}, columns, home).standardOutput;
+  };
+  EXPECT_THAT(table(140), HasSubstr(" KVFanControllerAutoBoostNotificationEnabledKey  false"));
+  EXPECT_THAT(table(100), HasSubstr("autoBoostNotificationEnabled  KVFanController"));
+  EXPECT_THAT(table(100), HasSubstr("…  false  (default)\n"));
+  EXPECT_THAT(table(80), HasSubstr("autoBoostNotificationEnabled  false  (default)\n"));
+  EXPECT_THAT(
+      table(80),
+      HasSubstr("fileLoggingPath               /home/anna/Documents/Kelvora Log.csv  (default)\n"));
+}
+
+TEST_F(KelvoraSettings, AnEmptyTextIsSeenInTheListAndBareAlone) {
+  set("fileLoggingPath", "");
+  EXPECT_THAT(settings().standardOutput,
+              ContainsRegex("fileLoggingPath +KVFileLoggingPathKey +\"\"\n"));
+  EXPECT_EQ(settings({"get", "fileLoggingPath"}).standardOutput, "\n");
+}
+
+TEST_F(KelvoraSettings, AreColouredOnATerminalOnly) {
+  EXPECT_THAT(runInTerminal(KELVORA_PROGRAM, {"settings"}, 100).standardOutput, HasSubstr("\x1b["));
+  EXPECT_THAT(settings().standardOutput, Not(HasSubstr("\x1b")));
+}
+
 TEST_F(KelvoraSettings, AreNotWrittenByLooking) {
   settings();
   settings({"get", "tempUnitCelsius"});

@@ -1,6 +1,9 @@
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSettings.h"
@@ -57,6 +60,51 @@ void writeSetting(const Options& options, const KVSetting& setting,
   }
 }
 
+struct Line {
+  std::string_view property;
+  std::string_view key;
+  std::string value;
+  bool isDefault;
+};
+
+constexpr std::size_t kGap = 2;
+constexpr std::string_view kDefaultRemark = "  (default)";
+
+// Where a terminal is too narrow for everything, the keys give way first: they are cut, or left
+// out once too little of them could be read. 0 columns is as wide as it takes.
+std::size_t keyWidth(const std::vector<Line>& lines, std::size_t propertyWidth,
+                     std::size_t columns) {
+  constexpr std::size_t kLeastKey = 12;
+  std::size_t key = 0;
+  std::size_t value = 0;
+  for (const Line& line : lines) {
+    key = std::max(key, displayWidth(line.key));
+    value =
+        std::max(value, displayWidth(line.value) + (line.isDefault ? kDefaultRemark.size() : 0));
+  }
+  const std::size_t others = propertyWidth + kGap + kGap + value;
+  if (columns == 0 || others + key <= columns) {
+    return key;
+  }
+  return others + kLeastKey <= columns ? columns - others : 0;
+}
+
+std::string rendered(const std::vector<Line>& lines, std::size_t columns, const Style& style) {
+  const std::string gap(kGap, ' ');
+  std::size_t propertyWidth = 0;
+  for (const Line& line : lines) {
+    propertyWidth = std::max(propertyWidth, displayWidth(line.property));
+  }
+  const std::size_t width = keyWidth(lines, propertyWidth, columns);
+  std::string text;
+  for (const Line& line : lines) {
+    text += style.heading(fitted(line.property, propertyWidth)) + gap +
+            (width == 0 ? "" : style.faint(fitted(line.key, width)) + gap) + line.value +
+            (line.isDefault ? style.faint(kDefaultRemark) : "") + "\n";
+  }
+  return text;
+}
+
 // The other programs hear it from the main queue.
 void sendNotices() {
   while (KVMainQueue::runPending() > 0) {
@@ -88,22 +136,19 @@ void store(const KVSetting& setting, const std::optional<PropertyListValue>& val
 }  // namespace
 
 int runSettings(const Options& options, platform::StandardOutput& output) {
-  constexpr std::size_t kPropertyWidth = 30;
-  constexpr std::size_t kKeyWidth = 48;
-  const Style style(output);
   Json list = Json::array();
-  std::string text;
+  std::vector<Line> lines;
   for (const KVSetting& setting : allSettings()) {
     const SettingState state = stateOf(setting);
     list.push_back(jsonSetting(setting, state));
-    text += style.heading(fitted(setting.property, kPropertyWidth)) +
-            style.faint(fitted(setting.key, kKeyWidth)) + settingText(state.value) +
-            (state.isDefault ? style.faint("  (default)") : "") + "\n";
+    const std::string value = settingText(state.value);
+    lines.push_back(
+        {setting.property, setting.key, value.empty() ? "\"\"" : value, state.isDefault});
   }
   if (options.json) {
     writeJson(output, {{"settings", list}});
   } else {
-    writeText(output, text);
+    writeText(output, rendered(lines, static_cast<std::size_t>(output.columns()), Style(output)));
   }
   return kExitSuccess;
 }
