@@ -81,7 +81,21 @@ TEST_F(KelvoraDoctor, HintsAreNoFailure) {
   expectCheck("settings", "ok", "none yet, so defaults count");
   expectCheck("store", "hint", "/data/group.com.kelvora/Database.sqlite: none yet");
   expectCheck("privileged tool", "hint", "/data/Kelvora/Kelvora SMC: not installed");
-  expectCheck("machine", "ok", "iMac 27-inch 2019 (recorded): ");
+  expectCheck("machine", "ok",
+              "iMac 27-inch 2019 (recorded): 162 sensors from the SMC, 2 computed");
+}
+
+TEST_F(KelvoraDoctor, OnANarrowTerminalAdviceIsBrokenAtItsBlanks) {
+  const auto report = [](unsigned short columns) {
+    return runInTerminal(KELVORA_PROGRAM, {"doctor"}, columns, {{"NO_COLOR", "1"}}).standardOutput;
+  };
+  const std::string indent(29, ' ');
+  EXPECT_THAT(report(80),
+              HasSubstr(indent + "log in to a desktop session, or start the programs\n" + indent +
+                        "under dbus-run-session\n"));
+  EXPECT_THAT(report(20), HasSubstr(indent + "log\n" + indent + "in\n")) << "narrower than a word";
+  EXPECT_THAT(doctor().standardOutput,
+              HasSubstr(indent + "log in to a desktop session, or start the programs under dbus"));
 }
 
 TEST_F(KelvoraDoctor, WhatStandsIsWell) {
@@ -150,7 +164,8 @@ TEST_F(KelvoraDoctor, AMachineThatTellsNothingIsBroken) {
       R"({"format": "kelvora-machine", "version": 1, "architecture": "arm64", "title": "Bare"})");
   const ProgramResult result = runKelvora({"doctor", "--machine", machine});
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.standardOutput, ContainsRegex("broken +machine +Bare \\(recorded\\): 0 "));
+  EXPECT_THAT(result.standardOutput,
+              ContainsRegex("broken +machine +Bare \\(recorded\\): no sensors"));
 }
 
 TEST_F(KelvoraDoctor, TheStandInOfAComputerWithoutAppleHardwareIsAHint) {

@@ -1,5 +1,6 @@
 #include "tools/kelvora/DoctorChecks.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -7,6 +8,7 @@
 
 #include "KelvoraCore/KVApplicationGroup.h"
 #include "KelvoraCore/KVUtils.h"
+#include "KelvoraCore/Sensor.h"
 #include "KelvoraCore/SensorController.h"
 
 #include "platform/PropertyListFile.h"
@@ -150,14 +152,34 @@ Check privilegedTool(const MachineChoice& machine) {
   return {kName, CheckState::kOK, finding, ""};
 }
 
+// "94 sensors from the SMC, 3 computed"
+std::string sourcesText(const SensorList& sensors) {
+  struct SourceRow {
+    std::uint64_t source;
+    const char* words;
+  };
+  constexpr SourceRow kSources[] = {{SensorSourceSMC, " sensors from the SMC"},
+                                    {SensorSourceHID, " sensors from HID services"},
+                                    {SensorSourceComputed, " computed"}};
+  std::string text;
+  for (const SourceRow& row : kSources) {
+    const auto count = std::ranges::count_if(
+        sensors, [&](const SensorPtr& sensor) { return sensor->sourceType == row.source; });
+    if (count > 0) {
+      text += (text.empty() ? "" : ", ") + std::to_string(count) + row.words;
+    }
+  }
+  return text;
+}
+
 Check machineCheck(const MachineChoice& machine) {
   constexpr char kName[] = "machine";
   SensorController controller;
-  const std::size_t sensors = controller.getAllSensors().size();
+  const SensorList sensors = controller.getAllSensors();
   const std::string finding = machine.platform.title() +
                               (machine.platform.isLive() ? " (live): " : " (recorded): ") +
-                              std::to_string(sensors) + " sensors";
-  if (sensors == 0) {
+                              (sensors.empty() ? "no sensors" : sourcesText(sensors));
+  if (sensors.empty()) {
     return {kName, CheckState::kBroken, finding,
             "see what 'kelvora keys' and 'kelvora sensors' say on standard error"};
   }

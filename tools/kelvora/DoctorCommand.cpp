@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/kelvora/Command.h"
@@ -33,12 +35,20 @@ Json jsonCheck(const Check& check) {
           {"advice", check.advice.empty() ? Json(nullptr) : Json(check.advice)}};
 }
 
-std::string textOf(const Check& check, const Style& style) {
+std::string textOf(const Check& check, const Style& style, std::size_t columns) {
   const std::string state = fitted(stateName(check.state), kStateWidth);
-  std::string text = (check.state == CheckState::kBroken ? style.heading(state) : state) +
-                     fitted(check.name, kNameWidth) + printable(check.finding) + "\n";
+  const std::string indent(kStateWidth + kNameWidth, ' ');
+  const std::size_t width = columns == 0 ? 0 : std::max(columns, indent.size() + 1) - indent.size();
+  std::string start = (check.state == CheckState::kBroken ? style.heading(state) : state) +
+                      fitted(check.name, kNameWidth);
+  std::string text;
+  for (const std::string& line : wrapped(printable(check.finding), width)) {
+    text += std::exchange(start, indent) + line + "\n";
+  }
   if (!check.advice.empty()) {
-    text += std::string(kStateWidth + kNameWidth, ' ') + style.faint(check.advice) + "\n";
+    for (const std::string& line : wrapped(check.advice, width)) {
+      text += indent + style.faint(line) + "\n";
+    }
   }
   return text;
 }
@@ -50,7 +60,7 @@ void writeChecks(const Options& options, const MachineChoice& machine,
   std::string text;
   for (const Check& check : checks) {
     list.push_back(jsonCheck(check));
-    text += textOf(check, style);
+    text += textOf(check, style, static_cast<std::size_t>(output.columns()));
   }
   if (options.json) {
     writeJson(output, {{"machine", jsonMachine(machine.platform)}, {"checks", list}});

@@ -1,5 +1,6 @@
 #include "tools/kelvora/Text.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include <unicode/uchar.h>
@@ -77,6 +78,22 @@ std::string fitted(std::string_view text, std::size_t width) {
 std::string rightAligned(std::string_view text, std::size_t width) {
   const std::size_t whole = displayWidth(text);
   return std::string(whole < width ? width - whole : 0, ' ') + std::string(text);
+}
+
+std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
+  std::vector<std::string> lines(1);
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find(' ', 1), text.size());
+    const std::string_view word = text.substr(0, end);  // with the blank before it
+    text.remove_prefix(end);
+    const bool fits = width == 0 || displayWidth(lines.back() + std::string(word)) <= width;
+    if (fits || lines.back().empty()) {
+      lines.back() += word;
+    } else {
+      lines.emplace_back(word.substr(1));
+    }
+  }
+  return lines;
 }
 
 }  // namespace kelvora::tool

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kelvora::tool {
 
@@ -18,5 +19,9 @@ std::string fitted(std::string_view text, std::size_t width);
 
 /// `text` at the right end of `width` columns; a longer one stays whole.
 std::string rightAligned(std::string_view text, std::size_t width);
+
+/// `text` broken at its blanks into lines of at most `width` columns; a longer word stays whole.
+/// Width 0 is as wide as it takes. At least one line.
+std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
 }  // namespace kelvora::tool
