@@ -102,12 +102,15 @@ std::string rendered(const std::vector<Line>& lines, const Columns& columns, con
       text += "\n" + style.heading(headingOf(line.group)) + "\n";
     }
     previous = &line;
-    text += std::string(Columns::kIndent, ' ') + fitted(line.name, columns.name) + gap +
-            rightAligned(line.value, columns.value) + gap;
-    text += line.remark.empty()
-                ? style.faint(line.key)
-                : style.faint(fitted(line.key, columns.key)) + gap + style.faint(line.remark);
-    text += "\n";
+    text.append(Columns::kIndent, ' ').append(fitted(line.name, columns.name)).append(gap);
+    text.append(rightAligned(line.value, columns.value)).append(gap);
+    if (line.remark.empty()) {
+      text.append(style.faint(line.key));
+    } else {
+      text.append(style.faint(fitted(line.key, columns.key))).append(gap);
+      text.append(style.faint(line.remark));
+    }
+    text.append("\n");
   }
   return text;
 }
