@@ -1,6 +1,9 @@
 #include "platform/linux/NotificationBus.h"
 
 #include <atomic>
+#include <cstdlib>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -62,6 +65,42 @@ void guarded(Work&& work) {
   }
 }
 
+// Ends the loops of all connections when the process exits: a platform that lives for the process
+// is never destroyed, and its loop would go on while the bus library's own objects go away.
+class OpenLoops {
+ public:
+  static OpenLoops& all() {
+    static OpenLoops& loops = *new OpenLoops();
+    return loops;
+  }
+
+  void add(const void* owner, std::function<void()> end) {
+    const std::lock_guard lock(mutex_);
+    ends_.emplace(owner, std::move(end));
+  }
+  void remove(const void* owner) {
+    const std::lock_guard lock(mutex_);
+    ends_.erase(owner);
+  }
+
+ private:
+  OpenLoops() {
+    // The bus library makes the connection behind its variants with the first of them. It must
+    // stand before this is registered, so that it goes after the loops have ended.
+    const sdbus::Variant first;
+    std::atexit([] { all().endAll(); });
+  }
+  void endAll() {
+    const std::lock_guard lock(mutex_);
+    for (const auto& [owner, end] : ends_) {
+      end();
+    }
+  }
+
+  std::mutex mutex_;
+  std::map<const void*, std::function<void()>> ends_;
+};
+
 }  // namespace
 
 struct NotificationBus::Connection {
@@ -91,11 +130,19 @@ struct NotificationBus::Connection {
         sdbus::floating_slot);
     // Last: what the matches wait for must not be read by the loop.
     loop = std::thread([this] { run(); });
+    OpenLoops::all().add(this, [this] { endLoop(); });
   }
 
   ~Connection() {
-    guarded([this] { bus->leaveEventLoop(); });
-    loop.join();
+    OpenLoops::all().remove(this);
+    endLoop();
+  }
+
+  void endLoop() {
+    if (loop.joinable()) {
+      guarded([this] { bus->leaveEventLoop(); });
+      loop.join();
+    }
   }
 
   // The loop ends with an error when the bus goes away.
