@@ -129,8 +129,9 @@ struct NotificationBus::Connection {
         },
         sdbus::floating_slot);
     // Last: what the matches wait for must not be read by the loop.
+    OpenLoops& loops = OpenLoops::all();
     loop = std::thread([this] { run(); });
-    OpenLoops::all().add(this, [this] { endLoop(); });
+    loops.add(this, [this] { endLoop(); });
   }
 
   ~Connection() {
