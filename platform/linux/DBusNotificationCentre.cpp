@@ -23,8 +23,7 @@ void DBusNotificationCentre::schemeIs(std::uint32_t value) {
 NotificationBus* DBusNotificationCentre::bus() {
   std::call_once(connectOnce_, [this] {
     bus_ =
-        NotificationBus::open({[this](const Notification& heard) { observers_.post(heard, true); },
-                               [this](std::uint32_t value) { schemeIs(value); }});
+        NotificationBus::open([this](const Notification& heard) { observers_.post(heard, true); });
   });
   return bus_.get();
 }
@@ -37,10 +36,12 @@ bool DBusNotificationCentre::isConnected() {
 ObserverToken DBusNotificationCentre::addObserver(
     const std::string& name, SuspensionBehavior behavior,
     std::function<void(const Notification&)> handler) {
-  NotificationBus* connection = bus();
+  bus();
   const ObserverToken token = observers_.addObserver(name, behavior, std::move(handler));
-  if (connection != nullptr && name == kThemeChanged) {
-    std::call_once(askOnce_, [connection] { connection->askColourScheme(); });
+  if (name == kThemeChanged) {
+    std::call_once(askOnce_, [this] {
+      portal_ = ColourSchemePortal::open([this](std::uint32_t value) { schemeIs(value); });
+    });
   }
   return token;
 }

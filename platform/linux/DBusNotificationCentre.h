@@ -7,6 +7,7 @@
 #include "platform/InProcessNotificationCentre.h"
 #include "platform/MainQueue.h"
 #include "platform/NotificationCentres.h"
+#include "platform/linux/ColourSchemePortal.h"
 #include "platform/linux/DesktopColourScheme.h"
 #include "platform/linux/NotificationBus.h"
 
@@ -39,7 +40,9 @@ class DBusNotificationCentre : public NotificationCentre {
   InProcessNotificationCentre observers_;
   std::once_flag connectOnce_;
   std::once_flag askOnce_;
-  std::unique_ptr<NotificationBus> bus_;  // last: its thread uses the members above
+  // Last: their threads use the members above.
+  std::unique_ptr<NotificationBus> bus_;
+  std::unique_ptr<ColourSchemePortal> portal_;
 };
 
 }  // namespace kelvora::platform

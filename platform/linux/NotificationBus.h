@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -16,24 +15,15 @@ namespace kelvora::platform {
 /// own signals too.
 class NotificationBus {
  public:
-  struct Handlers {
-    std::function<void(const Notification&)> received;
-    /// The desktop's "color-scheme": 0 no preference, 1 dark, 2 light.
-    std::function<void(std::uint32_t)> colourScheme;
-  };
-
-  /// Connects to the session bus; null when there is none. The handlers are called on the bus's own
+  /// Connects to the session bus; null when there is none. `received` is called on the bus's own
   /// thread until the end of the object.
-  static std::unique_ptr<NotificationBus> open(Handlers handlers);
+  static std::unique_ptr<NotificationBus> open(std::function<void(const Notification&)> received);
   ~NotificationBus();
   NotificationBus(const NotificationBus&) = delete;
   NotificationBus& operator=(const NotificationBus&) = delete;
 
   /// Sends a notification; false when the bus is gone. Any thread.
   bool post(const Notification& notification);
-
-  /// Asks the desktop for its colour scheme; the answer comes to the handler, if one comes.
-  void askColourScheme();
 
   /// Whether the bus has not closed the connection.
   bool isConnected() const;
