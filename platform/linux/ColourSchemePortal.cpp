@@ -36,8 +36,9 @@ struct ColourSchemePortal::Connection {
     proxy->callMethodAsync("Read")
         .onInterface(kSettings)
         .withArguments(std::string(kAppearance), std::string(kColourScheme))
-        .uponReplyInvoke(
-            [this](const sdbus::Error* error, sdbus::Variant value) { answered(error, value); });
+        .uponReplyInvoke([this](const sdbus::Error* error, const sdbus::Variant& value) {
+          answered(error, value);
+        });
     loop.start();
   }
   ~Connection() { loop.stop(); }
