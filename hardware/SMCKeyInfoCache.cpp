@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <bit>
 #include <cstddef>
 #include <thread>
 
@@ -9,22 +10,27 @@ namespace kelvora {
 
 namespace {
 
-// The keys of the entries stand beside each other once more: most reads of a machine with hundreds
-// of keys search in vain, and so they compare a block of keys at a time.
-constexpr std::size_t kBlock = 20;
-constexpr std::size_t kBlocks = (SMCKeyInfoCacheAccess::kCapacity + kBlock - 1) / kBlock;
+// An entry's place is looked up by its key: most reads of a machine with hundreds of keys search in
+// vain, and a walk over a hundred entries would cost them more than all else here. A slot holds an
+// entry's number counted from 1, or 0; at most two of five are in use.
+constexpr std::size_t kSlots = 256;
+static_assert(std::size_t{SMCKeyInfoCacheAccess::kCapacity} * 5 <= kSlots * 2);
+// Knuth's multiplier, the golden ratio of 2^32: spreads neighbouring keys over the slots.
+constexpr std::uint32_t kSpread = 0x9e3779b9;
 
 std::array<SMCKeyInfo, SMCKeyInfoCacheAccess::kCapacity> g_keyInfoCache;
-alignas(32) std::array<std::array<std::uint32_t, kBlock>, kBlocks> g_keyInfoCacheKeys;
+std::array<std::uint8_t, kSlots> g_keyInfoCacheSlots;
 std::int32_t g_keyInfoCacheCount = 0;
 std::atomic<std::uint32_t> g_keyInfoSpinLock{0};
 
-bool holds(const std::array<std::uint32_t, kBlock>& block, std::uint32_t packedKey) {
-  std::uint32_t found = 0;
-  for (const std::uint32_t key : block) {
-    found |= key == packedKey ? ~std::uint32_t{0} : 0;
+// Where the key is, or the free slot where it would be.
+std::size_t slotOf(std::uint32_t packedKey) {
+  std::size_t slot = (packedKey * kSpread) >> (32 - std::countr_zero(kSlots));
+  while (g_keyInfoCacheSlots[slot] != 0 &&
+         g_keyInfoCache[g_keyInfoCacheSlots[slot] - 1U].key != packedKey) {
+    slot = (slot + 1) % kSlots;
   }
-  return found != 0;
+  return slot;
 }
 
 }  // namespace
@@ -44,28 +50,16 @@ SMCKeyInfoCacheAccess::~SMCKeyInfoCacheAccess() {
 std::int32_t SMCKeyInfoCacheAccess::count() const { return g_keyInfoCacheCount; }
 
 const SMCKeyInfo* SMCKeyInfoCacheAccess::find(std::uint32_t packedKey) const {
-  const auto count = static_cast<std::size_t>(g_keyInfoCacheCount);
-  for (std::size_t begin = 0; begin < count; begin += kBlock) {
-    if (!holds(g_keyInfoCacheKeys[begin / kBlock], packedKey)) {
-      continue;
-    }
-    for (std::size_t i = begin; i < count && i < begin + kBlock; ++i) {
-      if (g_keyInfoCache[i].key == packedKey) {
-        return &g_keyInfoCache[i];
-      }
-    }
-  }
-  return nullptr;
+  const std::uint8_t number = g_keyInfoCacheSlots[slotOf(packedKey)];
+  return number == 0 ? nullptr : &g_keyInfoCache[number - 1U];
 }
 
 void SMCKeyInfoCacheAccess::append(const SMCKeyInfo& entry) {
   if (g_keyInfoCacheCount == kCapacity) {
     return;
   }
-  const auto index = static_cast<std::size_t>(g_keyInfoCacheCount);
-  g_keyInfoCache[index] = entry;
-  g_keyInfoCacheKeys[index / kBlock][index % kBlock] = entry.key;
-  ++g_keyInfoCacheCount;
+  g_keyInfoCache[static_cast<std::size_t>(g_keyInfoCacheCount)] = entry;
+  g_keyInfoCacheSlots[slotOf(entry.key)] = static_cast<std::uint8_t>(++g_keyInfoCacheCount);
 }
 
 }  // namespace kelvora
