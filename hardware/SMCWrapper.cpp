@@ -10,6 +10,7 @@
 #include "KelvoraCore/PropertyListValue.h"
 #include "KelvoraCore/SMC.h"
 
+#include "hardware/ReadingRecords.h"
 #include "hardware/SMCText.h"
 #include "hardware/SMCTypes.h"
 #include "platform/Platform.h"
@@ -51,14 +52,18 @@ const SensorKind* kindOfKey(std::string_view key) {
   return kind == kSensorKinds.end() ? nullptr : kind;
 }
 
-Sensor sensorOfKind(const std::string& key, const SensorKind& kind) {
-  return {.key = key,
-          .name = key,
-          .fullName = key,
-          .minLimitValue = kind.minLimitValue,
-          .maxLimitValue = kind.maxLimitValue,
-          .type = kind.type,
-          .platform = kEveryPlatform};
+void fill(Sensor& sensor, const std::string& key, const SensorKind& kind, double value) {
+  sensor.key = key;
+  sensor.name = key;
+  sensor.fullName = key;
+  sensor.value = value;
+  sensor.minLimitValue = kind.minLimitValue;
+  sensor.maxLimitValue = kind.maxLimitValue;
+  sensor.type = kind.type;
+  sensor.group = SensorGroupNone;
+  sensor.platform = kEveryPlatform;
+  sensor.sourceType = SensorSourceSMC;
+  sensor.average = false;
 }
 
 // "F0Ac" for the actual speed of fan 0; none for a fan that the alphabet does not name.
@@ -80,14 +85,17 @@ std::string conversionFailure(std::string_view keyText, const SMCValueRecord& va
 
 struct SMCWrapper::SensorKey {
   SMCKeyText smcKey;
-  Sensor prototype;  // its record but for the value
+  const SensorKind* kind;  // null for a key that is no sensor
 };
 
 void SMCWrapperDelegate::smcReadValueFailedWithError(const std::string& /*message*/) {}
 
 SMCWrapper::SMCWrapper() : SMCWrapper(platform::Platform::current()) {}
 
-SMCWrapper::SMCWrapper(platform::Platform& platform) : platform_(platform) { SMCOpen(); }
+SMCWrapper::SMCWrapper(platform::Platform& platform)
+    : platform_(platform), records_(std::make_unique<ReadingRecords>()) {
+  SMCOpen();
+}
 
 SMCWrapper::~SMCWrapper() { SMCClose(); }
 
@@ -106,9 +114,7 @@ void SMCWrapper::setCachedAllSensorKeys(std::vector<std::string> keys) {
   sensorKeys_.clear();
   sensorKeys_.reserve(cachedAllSensorKeys_.size());
   for (const std::string& key : cachedAllSensorKeys_) {
-    if (const SensorKind* kind = kindOfKey(key)) {
-      sensorKeys_.push_back({smcKeyFromText(key), sensorOfKind(key, *kind)});
-    }
+    sensorKeys_.push_back({smcKeyFromText(key), kindOfKey(key)});
   }
 }
 
@@ -159,20 +165,22 @@ void SMCWrapper::appendFan(SensorList& sensors, std::int64_t fanIndex) {
       SensorTypeFan, SensorGroupFan, kEveryPlatform, SensorSourceSMC, false));
 }
 
-// One allocation for all records of the keys. By index, and no further than there is room: a
-// delegate that hears of a failure may replace the list.
+// By index, and no further than there is room: a delegate that hears of a failure may replace the
+// list.
 void SMCWrapper::appendSensorKeys(SensorList& sensors) {
   getAllSensorKeys();
   const std::size_t room = sensorKeys_.size();
-  const auto records = std::make_shared<std::vector<Sensor>>();
-  records->reserve(room);
+  const std::shared_ptr<ReadingRecords::Records> records = records_->take(room);
+  auto next = records->begin();
   sensors.reserve(sensors.size() + room);
   for (std::size_t i = 0; i < room && i < sensorKeys_.size(); ++i) {
-    const auto& [smcKey, prototype] = sensorKeys_[i];
-    if (const std::optional<double> value = readNumber(smcKey.data(), prototype.key)) {
-      Sensor& sensor = records->emplace_back(prototype);
-      sensor.value = *value;
-      sensors.emplace_back(records, &sensor);
+    const auto& [smcKey, kind] = sensorKeys_[i];
+    if (kind == nullptr) {
+      continue;
+    }
+    if (const std::optional<double> value = readNumber(smcKey.data(), cachedAllSensorKeys_[i])) {
+      fill(*next, cachedAllSensorKeys_[i], *kind, *value);
+      sensors.emplace_back(records, &*next++);
     }
   }
 }

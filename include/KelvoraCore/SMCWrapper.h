@@ -15,6 +15,8 @@ namespace platform {
 class Platform;
 }
 
+class ReadingRecords;
+
 /// Hears of SMC readings that failed.
 class SMCWrapperDelegate {
  public:
@@ -58,8 +60,8 @@ class SMCWrapper {
 
   /// A reading: fans first (key "0", "1", …), then the sensor keys in order, each with its key as
   /// name. Values are not judged; whatever cannot be read is left out and reported, but a fan is
-  /// always listed. The records of one reading share their memory: it is freed with the last of
-  /// them.
+  /// always listed. The records of one reading share their memory: it is let go with the last of
+  /// them, and then serves a later reading.
   SensorList getAllSensors();
 
   /// For a fan (type 1) the speed of the fan whose index the key's leading decimal number is, 0
@@ -109,6 +111,7 @@ class SMCWrapper {
   std::weak_ptr<SMCWrapperDelegate> delegate_;
   std::vector<std::string> cachedAllSensorKeys_;
   std::vector<SensorKey> sensorKeys_;  // beside each cached key, what its reading needs
+  std::unique_ptr<ReadingRecords> records_;
 };
 
 }  // namespace kelvora

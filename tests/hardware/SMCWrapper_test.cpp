@@ -310,6 +310,21 @@ TEST(SMCWrapper, KeepsARecordForWhoeverHoldsIt) {
   EXPECT_EQ(held->key, "VC0C");
 }
 
+TEST(SMCWrapper, NothingOfAReadingThatWasLetGoIsLeftInTheNext) {
+  installSMC(smallMac());
+  SMCWrapper wrapper;
+  SensorList reading = wrapper.getAllSensors();
+  const std::vector<std::string> expected = described(reading);
+  const Sensor* const place = reading.back().get();
+  for (const SensorPtr& sensor : reading) {
+    *sensor = Sensor{"other", "other", "other", -5, -6, -7, 99, 98, 97, 96, true};
+  }
+  reading.clear();
+  reading = wrapper.getAllSensors();
+  EXPECT_EQ(described(reading), expected);
+  EXPECT_EQ(reading.back().get(), place);
+}
+
 TEST(SMCWrapper, ReadsTheKeysThatItsListWasReplacedWithAndSkipsThoseThatAreNoSensors) {
   ForwardingSMC& smc = installSMC(smallMac());
   SMCWrapper wrapper;
