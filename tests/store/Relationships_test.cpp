@@ -117,7 +117,7 @@ TEST_F(RelationshipsTest, AppendingReadsNoMemberHoweverManyThereAre) {
 
 TEST_F(RelationshipsTest, HistoryKeepsItsOrderAcrossTheBatchesOfItsIndex) {
   constexpr int kSaves = 150;
-  constexpr int kSensors = 130;  // 19,500 rows: a batch is entered on the way
+  constexpr int kSensors = 170;  // 25,500 rows: a batch is entered on the way
   std::vector<KVSensorPtr> sensors;
   for (int s = 0; s < kSensors; ++s) {
     sensors.push_back(sensor("s" + std::to_string(s)));
@@ -138,9 +138,9 @@ TEST_F(RelationshipsTest, HistoryKeepsItsOrderAcrossTheBatchesOfItsIndex) {
   };
   SQLite::Database database(storePath());
   EXPECT_EQ(database.execAndGet("SELECT count(*) FROM GraphPoint WHERE _recent = 1").getInt(),
-            11 * kSensors);
+            8 * kSensors);
   const auto reader = makeStore();
-  check(reader->getSensorByKey("s129")->graphPoints());
+  check(reader->getSensorByKey("s169")->graphPoints());
   const auto found = reader->viewContext()->objectsOf(
       "GraphPoint", Predicate("sensor = %@ AND pointX >= 10", {reader->getSensorByKey("s3")}));
   EXPECT_EQ(found->size(), kSaves - 10U);
