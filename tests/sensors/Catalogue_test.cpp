@@ -1,9 +1,11 @@
 #include "sensors/Catalogue.h"
 
 #include <algorithm>
+#include <fstream>
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,6 +26,35 @@ SensorList withPlatform(std::uint64_t platform) {
   std::erase_if(sensors,
                 [platform](const SensorPtr& sensor) { return sensor->platform != platform; });
   return sensors;
+}
+
+// source|key|name|type|group|platform, and |averaged, as the sensors were listed for the product.
+std::vector<std::string> listedSensors() {
+  std::ifstream file(KELVORA_TEST_DATA "/sensors/catalogue.txt");
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(file, line);) lines.push_back(line);
+  return lines;
+}
+
+std::string line(const Sensor& sensor) {
+  const std::string source = sensor.sourceType == SensorSourceHID ? "HID" : "SMC";
+  return source + '|' + sensor.key + '|' + sensor.name + '|' + std::to_string(sensor.type) + '|' +
+         std::to_string(sensor.group) + '|' + std::to_string(sensor.platform) +
+         (sensor.average ? "|averaged" : "");
+}
+
+TEST(Catalogue, HoldsThe212ListedSensorsInTheirOrder) {
+  std::vector<std::string> lines;
+  for (const SensorPtr& sensor : SensorController::getDefaultSMCSensors()) {
+    lines.push_back(line(*sensor));
+  }
+  for (const SensorPtr& sensor : SensorController::getDefaultHIDSensors()) {
+    lines.push_back(line(*sensor));
+  }
+  const std::vector<std::string> listed = listedSensors();
+  ASSERT_EQ(listed.size(), 212U);
+  ASSERT_EQ(lines.size(), listed.size());
+  for (std::size_t i = 0; i < lines.size(); ++i) EXPECT_EQ(lines[i], listed[i]) << "entry " << i;
 }
 
 TEST(Catalogue, HasAllItsEntriesFromFirstToLast) {
