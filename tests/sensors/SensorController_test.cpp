@@ -167,6 +167,15 @@ TEST(SensorController, OnAnM1KeepsWhatTheM1HasAndReadsHIDAfterTheSMC) {
   EXPECT_EQ(find(sensors, "Unknown die")->sourceType, SensorSourceHID);
 }
 
+TEST(SensorController, HIDProductsAreNamedAfterTheSMCKeysOfTheirGroup) {
+  auto machine = mac({temperature("TB1T", 31), temperature("TH1A", 33)}, "Apple M1");
+  machine.hid = {hidTemperature("NAND CH0 temp", 32), hidTemperature("gas gauge battery", 30)};
+  platform::Platform& platform = testing::installRecordedPlatform(std::move(machine));
+  EXPECT_THAT(names(SensorController(platform).getAllSensors()),
+              ElementsAre(Pair("TH1A", "SSD 1 (A)"), Pair("NAND CH0 temp", "Disk 1s"),
+                          Pair("TB1T", "Battery 1"), Pair("gas gauge battery", "Battery")));
+}
+
 TEST(SensorController, OnAnM2TheSameKeysAreOtherCores) {
   platform::Platform& platform = testing::installRecordedPlatform(
       mac({temperature("Tp05", 41), temperature("Tp01", 40)}, "Apple M2"));
