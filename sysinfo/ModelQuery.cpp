@@ -1,11 +1,12 @@
 #include "sysinfo/ModelQuery.h"
 
-#include <charconv>
 #include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 
-#include "KelvoraCore/KVExtension.h"
+#include <unicode/calendar.h>
+
 #include "KelvoraCore/ZDSystemKitHelper.h"
 
 #include "platform/Platform.h"
@@ -36,17 +37,10 @@ HardwareReport hardwareReport(platform::ChildProcesses& children) {
   return text ? parseHardwareReport(*text) : HardwareReport{};
 }
 
-std::int64_t currentYear() {
-  const std::string text =
-      KVExtension::dateFormatter().stringFromDate(std::chrono::system_clock::now(), "yyyy");
-  std::int64_t year = 0;
-  std::from_chars(text.data(), text.data() + text.size(), year);
-  return year;
-}
-
 ZDModelInfo unknownModel(const std::string& identifier, const HardwareReport& report) {
-  return ZDModelInfo::objectWithName(report.fallbackName, report.fallbackName ? currentYear() : 0,
-                                     familyOfIdentifier(identifier));
+  const std::int64_t year =
+      report.fallbackName ? yearInCurrentCalendar(std::chrono::system_clock::now()) : 0;
+  return ZDModelInfo::objectWithName(report.fallbackName, year, familyOfIdentifier(identifier));
 }
 
 ZDResolution mainScreenSize(platform::SystemFacts& facts) {
@@ -67,6 +61,16 @@ std::int64_t familyOfIdentifier(std::string_view identifier) {
     if (identifier.starts_with(row.prefix)) return row.family;
   }
   return ZDModelFamilyUnknown;
+}
+
+std::int64_t yearInCurrentCalendar(std::chrono::system_clock::time_point date) {
+  UErrorCode status = U_ZERO_ERROR;
+  const std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(status));
+  if (U_FAILURE(status)) return 0;
+  const auto sinceEpoch = std::chrono::floor<std::chrono::milliseconds>(date.time_since_epoch());
+  calendar->setTime(static_cast<UDate>(sinceEpoch.count()), status);
+  const std::int32_t year = calendar->get(UCAL_YEAR, status);
+  return U_FAILURE(status) ? 0 : year;
 }
 
 ZDModelInfo queryModel(platform::Platform& platform) {

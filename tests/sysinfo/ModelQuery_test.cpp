@@ -1,9 +1,11 @@
 #include "sysinfo/ModelQuery.h"
 
+#include <chrono>
 #include <ctime>
 #include <string>
 
 #include <gtest/gtest.h>
+#include <unicode/locid.h>
 
 #include "tests/support/ForwardingPorts.h"
 #include "tests/sysinfo/InventoryMachine.h"
@@ -43,6 +45,8 @@ std::int64_t thisYear() {
 }
 
 TEST(ModelQuery, AnUnknownModelIsNamedByItsReportAndDatedToday) {
+  UErrorCode status = U_ZERO_ERROR;
+  icu::Locale::setDefault(icu::Locale("en_US"), status);
   const std::int64_t before = thisYear();
   const ZDModelInfo info = modelOf(machineOf("MacBookPro99,1", kReport));
   EXPECT_EQ(info.modelId, "MacBookPro99,1");
@@ -53,6 +57,21 @@ TEST(ModelQuery, AnUnknownModelIsNamedByItsReportAndDatedToday) {
   EXPECT_EQ(info.modelNumber, "Z99");
   EXPECT_EQ(info.serial, "C02");
   EXPECT_EQ(info.physicalMemory, std::nullopt);
+}
+
+// Noon of 30 December 2024, a day of the first week of 2025.
+TEST(ModelQuery, TheYearIsThatOfTheUsersCalendarAndNotOfItsWeek) {
+  using namespace std::chrono;
+  const sys_time<hours> noon = sys_days(year(2024) / December / 30) + hours(12);
+  UErrorCode status = U_ZERO_ERROR;
+  icu::Locale::setDefault(icu::Locale("en_US"), status);
+  EXPECT_EQ(yearInCurrentCalendar(noon), 2024);
+  icu::Locale::setDefault(icu::Locale("de_DE"), status);
+  EXPECT_EQ(yearInCurrentCalendar(noon), 2024);
+  icu::Locale::setDefault(icu::Locale("ar_EG"), status);
+  EXPECT_EQ(yearInCurrentCalendar(noon), 2024);
+  icu::Locale::setDefault(icu::Locale("th_TH"), status);
+  EXPECT_EQ(yearInCurrentCalendar(noon), 2567);
 }
 
 TEST(ModelQuery, AnUnknownIdentifierHasNoFamilyAndTheMacBookIcon) {
@@ -102,6 +121,7 @@ TEST(ModelQuery, FamiliesAreThePrefixesOfIdentifiers) {
   EXPECT_EQ(familyOfIdentifier("Xserve99,1"), 8);
   EXPECT_EQ(familyOfIdentifier("Mac99,1"), 0);
   EXPECT_EQ(familyOfIdentifier("macbook1,1"), 0);
+  EXPECT_EQ(familyOfIdentifier("VirtualMacPro1,1"), 0);
   EXPECT_EQ(familyOfIdentifier(""), 0);
 }
 
