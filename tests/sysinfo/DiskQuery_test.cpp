@@ -34,16 +34,16 @@ DiskAnswer diskOf(const std::vector<std::string>& volumes,
   return answer;
 }
 
-const DiskDescription kDescription = {.mediaName = "Untitled 1",
+const DiskDescription kDescription = {.mediaName = " Untitled 1\n",
                                       .deviceModel = " APPLE SSD\t\r\n",
                                       .mediaSizeBytes = 500'277'792'768,
                                       .mediaRemovable = false};
 
-TEST(DiskQuery, TheRootVolumesDiskIsDescribedWithATrimmedModel) {
+TEST(DiskQuery, TheRootVolumesDiskIsDescribedWithItsNameAndATrimmedModel) {
   const auto answer = diskOf({"/Volumes/Backup", "/", "/home"}, kDescription);
   EXPECT_EQ(answer.described, std::vector<std::string>{"/"});
   ASSERT_TRUE(answer.disk);
-  EXPECT_EQ(answer.disk->name, "Untitled 1");
+  EXPECT_EQ(answer.disk->name, " Untitled 1\n");
   EXPECT_EQ(answer.disk->model, "APPLE SSD");
   EXPECT_EQ(answer.disk->size, 500'277'792'768);
   EXPECT_EQ(answer.logged, "");

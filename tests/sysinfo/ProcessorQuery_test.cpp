@@ -46,6 +46,7 @@ TEST(ProcessorQuery, MarksAreTakenOutInTheirCaseAndTheEndsStay) {
   // Taking one mark out makes another: the marks are taken out one after the other.
   EXPECT_EQ(brandOf("C(TM)PU"), "Unknown");
   EXPECT_EQ(brandOf("(T(R)M)"), "(TM)");
+  EXPECT_EQ(brandOf("C@PU"), "CPU");
 }
 
 TEST(ProcessorQuery, AnEmptyBrandIsUnknown) {
@@ -78,6 +79,8 @@ TEST(ProcessorQuery, EarlierFamiliesWinOverLaterOnes) {
   EXPECT_EQ(processorFamily("INTEL M1"), 1U);
   EXPECT_EQ(processorFamily("m2 M1"), 2U);
   EXPECT_EQ(processorFamily("M1 ultra max PRO"), 4U);
+  EXPECT_EQ(processorFamily("M1 ultra max"), 8U);
+  EXPECT_EQ(processorFamily("M2 ULTRA max PRO"), 64U);
   EXPECT_EQ(processorFamily("M2 ULTRA Max"), 128U);
 }
 
@@ -87,6 +90,8 @@ TEST(ProcessorQuery, ABrandNamesItsFamilyAndShortBrand) {
   EXPECT_EQ(pro.shortBrand(), "M1 Pro");
   EXPECT_EQ(processorOf(machineWithBrand("Apple M2")).platform, 32U);
   EXPECT_EQ(processorOf(machineWithBrand("VirtualApple")).platform, 0U);
+  // It is the cleaned brand that names the family.
+  EXPECT_EQ(processorOf(machineWithBrand("Apple M(R)1 U@ltra")).platform, 16U);
 }
 
 TEST(ProcessorQuery, AbsentCountsAreAllBitsSetButOnePackage) {
@@ -114,6 +119,12 @@ TEST(ProcessorQuery, ScalesAreOfSinglePrecision) {
   EXPECT_EQ(info.frequency, static_cast<double>(2.6F));
   EXPECT_EQ(info.l2Cache, 0.25);
   EXPECT_EQ(info.l3Cache, 12.0);
+}
+
+TEST(ProcessorQuery, AFrequencyIsRoundedToSinglePrecisionBeforeItIsDivided) {
+  const ZDCPUInfo info =
+      processorOf(machineWithControls({{"hw.cpufrequency", int64ControlBytes(2'600'000'026)}}));
+  EXPECT_EQ(info.frequency, static_cast<double>(2.6F));
 }
 
 TEST(ProcessorQuery, UnknownScalesAreSmallAndNegative) {
@@ -193,10 +204,14 @@ TEST(CoreQuery, DataOfFewerThanFourBytesAndOtherKindsAreZero) {
 }
 
 TEST(CoreQuery, OnlyNodesNamedLikeACoreAreCores) {
-  const auto cores = coresOf({entry("cpu", {}), entry("xcpu0", {}), entry("CPU0", {}),
-                              entry("cpu0-debug", {}), entry("cpus", {}), entry("cpusx", {})});
+  const auto cores =
+      coresOf({entry("cpu", {}), entry("xcpu0", {}), entry("CPU0", {}), entry("cpu0-debug", {}),
+               entry("cpus", {}), entry("cpusx", {{"e-core-count", data({"\x04\0\0\0", 4})}}),
+               entry("Cpus", {{"p-core-count", data({"\x04\0\0\0", 4})}})});
   ASSERT_EQ(cores->coreList.size(), 1U);
   EXPECT_EQ(cores->coreList.front().name, "cpu0-debug");
+  EXPECT_EQ(cores->eCores, std::nullopt);
+  EXPECT_EQ(cores->pCores, std::nullopt);
 }
 
 TEST(CoreQuery, ALaterCoresNodeReplacesTheCounts) {
@@ -206,6 +221,18 @@ TEST(CoreQuery, ALaterCoresNodeReplacesTheCounts) {
                                              {"p-core-count", data({"\x08\0\0\0", 4})}})});
   EXPECT_EQ(cores->eCores, 2);
   EXPECT_EQ(cores->pCores, 8);
+}
+
+TEST(CoreQuery, TheCountsOfBothKindsGoToTheProcessor) {
+  CPUCoresInfo cores;
+  cores.eCores = 2;
+  cores.pCores = 8;
+  cores.coreList = {{5, "cpu5", CPUCoreTypePerformance}};
+  const auto platform = testing::recordedPlatform(machineWithControls({}));
+  const ZDCPUInfo info = queryProcessor(platform->systemControls(), cores);
+  EXPECT_EQ(info.eCoreCount, 2U);
+  EXPECT_EQ(info.pCoreCount, 8U);
+  EXPECT_EQ(info.coreList, cores.coreList);
 }
 
 // An entry that may not tell its name, or its properties, as one that goes away does.
