@@ -132,6 +132,55 @@ TEST(Kelvora, NothingReadIsStatusOneAndTheReportStaysValid) {
   EXPECT_TRUE(json::parse(inventory.standardOutput)["inventory"]["diskInfo"].is_null());
 }
 
+TEST(Kelvora, TheInventoryTellsEachKindOfCoreByItself) {
+  const MachineText machine(
+      R"({"format": "kelvora-machine", "version": 1, "architecture": "arm64", "title": "T",
+          "sysctl": {"machdep.cpu.brand_string": "Apple M1 Pro"},
+          "registry": [{"class": "AppleARMPE", "name": "device-tree", "properties": {}, "children": [
+            {"name": "cpus", "properties": {"e-core-count": {"data": "02000000"},
+                                            "p-core-count": {"data": "08000000"}}}]}]})");
+  const ProgramResult result = runKelvora({"inventory", "--machine", machine.path, "--json"});
+  const json cpu = json::parse(result.standardOutput)["inventory"]["cpuInfo"];
+  EXPECT_EQ(cpu["eCoreCount"], 2);
+  EXPECT_EQ(cpu["pCoreCount"], 8);
+  EXPECT_EQ(cpu["coreList"], json::array());
+}
+
+TEST(Kelvora, AListThatTheMachineDoesNotTellIsNoEmptyList) {
+  const MachineText machine(
+      R"({"format": "kelvora-machine", "version": 1, "architecture": "arm64", "title": "T",
+          "sysctl": {"machdep.cpu.brand_string": "Apple M1 Pro"}})");
+  const ProgramResult result = runKelvora({"inventory", "--machine", machine.path, "--json"});
+  const json inventory = json::parse(result.standardOutput)["inventory"];
+  EXPECT_TRUE(inventory["cpuInfo"]["coreList"].is_null());
+  EXPECT_TRUE(inventory["gpuInfos"].is_null());
+  EXPECT_THAT(runKelvora({"inventory", "--machine", machine.path}).standardOutput,
+              ::testing::ContainsRegex("\ncpuInfo.coreList +none\n"));
+}
+
+TEST(Kelvora, EveryGroupOfSensorsHasItsHeadingInItsOrder) {
+  std::string keys = R"({"key": "#KEY", "type": "ui32", "bytes": "0000000f"},
+                        {"key": "FNum", "type": "ui8 ", "bytes": "01"})";
+  for (const char* key :
+       {"TXXX", "TL0P", "Tp1P", "TB1T", "TH0P", "TH1A", "TW0P", "Tm0P", "TM0P", "TG0D", "TC0P"}) {
+    keys += std::string(R"(, {"key": ")") + key + R"(", "type": "sp78", "bytes": "2800"})";
+  }
+  for (const char* key : {"F0Ac", "F0Mn", "F0Mx"}) {
+    keys += std::string(R"(, {"key": ")") + key + R"(", "type": "fpe2", "bytes": "1f40"})";
+  }
+  const MachineText machine(machineWithKeys(keys));
+  const std::string report = runKelvora({"sensors", "--machine", machine.path}).standardOutput;
+  std::size_t place = 0;
+  for (const char* heading :
+       {"CPU", "GPU", "Memory", "Mainboard and chipset", "Airflow and wireless", "Storage",
+        "Drive bays", "Battery", "Power supply and power management", "Display", "Fans",
+        "Unknown sensors"}) {
+    const std::size_t found = report.find(std::string("\n\n") + heading + "\n", place);
+    ASSERT_NE(found, std::string::npos) << heading << " in" << report;
+    place = found + 1;
+  }
+}
+
 TEST(Kelvora, MessagesOfTheSMCLayerNeverMixWithTheReport) {
   const ProgramResult result = runKelvora({"sensors", "--machine", "Macmini9,1", "--json"});
   EXPECT_TRUE(json::accept(result.standardOutput));
