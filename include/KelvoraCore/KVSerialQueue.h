@@ -7,10 +7,12 @@
 namespace kelvora {
 
 /// Runs work in order, one piece at a time, away from the caller's thread. Any thread may queue;
-/// destruction waits for what is queued.
+/// destruction waits for what is queued. A binary never holds two implementations, so each system
+/// has a source of its own.
 class KVSerialQueue {
  public:
-  /// `label` names the queue to debuggers, e.g. "com.KVDataManager.internalQueue".
+  /// `label` names the queue to debuggers (on Linux its first 15 bytes name the thread), e.g.
+  /// "com.KVDataManager.internalQueue".
   explicit KVSerialQueue(std::string label);
   ~KVSerialQueue();
   KVSerialQueue(const KVSerialQueue&) = delete;
@@ -18,7 +20,8 @@ class KVSerialQueue {
 
   const std::string& label() const;
   void async(std::function<void()> work);
-  /// Runs `work` on the queue and waits for it; called from the queue itself it never returns.
+  /// Runs `work` on the queue and waits for it, also for what it throws; called from the queue
+  /// itself it never returns.
   void sync(const std::function<void()>& work);
 
  private:

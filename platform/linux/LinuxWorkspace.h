@@ -3,7 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/SerialQueue.h"
+#include "KelvoraCore/KVSerialQueue.h"
+
 #include "platform/Workspace.h"
 
 namespace kelvora::platform {
@@ -24,7 +25,7 @@ class LinuxWorkspace : public Workspace {
 
  private:
   std::vector<std::string> folders_;
-  SerialQueue queue_{"Open Application"};
+  KVSerialQueue queue_{"Open Application"};
 };
 
 }  // namespace kelvora::platform

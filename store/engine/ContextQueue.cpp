@@ -4,8 +4,9 @@
 #include <future>
 #include <utility>
 
+#include "KelvoraCore/KVSerialQueue.h"
+
 #include "platform/MainQueue.h"
-#include "platform/SerialQueue.h"
 
 namespace kelvora::engine {
 
@@ -82,7 +83,7 @@ void PrivateContextQueue::performAndWait(const std::function<void()>& work) {
 void PrivateContextQueue::perform(std::function<void()> work) {
   const std::lock_guard lock(mutex_);
   if (later_ == nullptr) {
-    later_ = std::make_unique<platform::SerialQueue>("Managed Object Context");
+    later_ = std::make_unique<KVSerialQueue>("Managed Object Context");
   }
   later_->async([turns = turns_, turn = turns_->take(), work = std::move(work)]() mutable {
     // What the work holds goes while it is still its turn.

@@ -7,10 +7,12 @@
 #include <mutex>
 #include <thread>
 
-namespace kelvora::platform {
+namespace kelvora {
+class KVSerialQueue;
+namespace platform {
 class MainQueue;
-class SerialQueue;
-}  // namespace kelvora::platform
+}
+}  // namespace kelvora
 
 namespace kelvora::engine {
 
@@ -59,7 +61,7 @@ class PrivateContextQueue : public ContextQueue {
 
   std::shared_ptr<Turns> turns_;
   std::mutex mutex_;  // keeps turns and queued work in the same order
-  std::unique_ptr<platform::SerialQueue> later_;
+  std::unique_ptr<KVSerialQueue> later_;
 };
 
 }  // namespace kelvora::engine

@@ -6,14 +6,14 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
-#include "platform/SerialQueue.h"
+#include "KelvoraCore/KVSerialQueue.h"
+
 #include "platform/linux/LinuxMainQueue.h"
 
 namespace kelvora::testing {
 namespace {
 
 using platform::LinuxMainQueue;
-using platform::SerialQueue;
 
 bool isReadable(const LinuxMainQueue& queue) {
   pollfd descriptor{queue.descriptor(), POLLIN, 0};
@@ -82,8 +82,8 @@ TEST(LinuxMainQueue, WorkThatThrowsLeavesTheRestQueued) {
   EXPECT_EQ(queue.runPending(), 1);
 }
 
-TEST(SerialQueue, RunsWorkInOrderOnOneThreadOfItsOwn) {
-  SerialQueue queue("Request Privilege");
+TEST(KVSerialQueue, RunsWorkInOrderOnOneThreadOfItsOwn) {
+  KVSerialQueue queue("Request Privilege");
   EXPECT_EQ(queue.label(), "Request Privilege");
   std::vector<int> ran;
   std::thread::id thread;
@@ -94,26 +94,26 @@ TEST(SerialQueue, RunsWorkInOrderOnOneThreadOfItsOwn) {
   for (int i = 0; i < 100; ++i) EXPECT_EQ(ran[static_cast<std::size_t>(i)], i);
 }
 
-TEST(SerialQueue, DestructionWaitsForWhatIsQueued) {
+TEST(KVSerialQueue, DestructionWaitsForWhatIsQueued) {
   std::atomic<int> ran = 0;
   {
-    SerialQueue queue("last");
+    KVSerialQueue queue("last");
     for (int i = 0; i < 50; ++i) queue.async([&] { ++ran; });
   }
   EXPECT_EQ(ran, 50);
 }
 
-TEST(SerialQueue, WorkMayQueueMoreWork) {
+TEST(KVSerialQueue, WorkMayQueueMoreWork) {
   std::atomic<int> ran = 0;
   {
-    SerialQueue queue("more");
+    KVSerialQueue queue("more");
     queue.async([&] { queue.async([&] { ++ran; }); });
   }
   EXPECT_EQ(ran, 1);
 }
 
-TEST(SerialQueue, SynchronousWorkHandsItsExceptionBack) {
-  SerialQueue queue("throwing");
+TEST(KVSerialQueue, SynchronousWorkHandsItsExceptionBack) {
+  KVSerialQueue queue("throwing");
   EXPECT_THROW(queue.sync([] { throw std::runtime_error("work"); }), std::runtime_error);
   bool ran = false;
   queue.sync([&] { ran = true; });

@@ -1,4 +1,4 @@
-#include "platform/SerialQueue.h"
+#include "KelvoraCore/KVSerialQueue.h"
 
 #include <condition_variable>
 #include <deque>
@@ -9,7 +9,7 @@
 
 #include <pthread.h>
 
-namespace kelvora::platform {
+namespace kelvora {
 
 namespace {
 
@@ -18,7 +18,7 @@ constexpr std::size_t kLongestThreadName = 15;
 
 }  // namespace
 
-struct SerialQueue::Implementation {
+struct KVSerialQueue::Implementation {
   std::string label;
   std::mutex mutex;
   std::condition_variable changed;
@@ -62,22 +62,22 @@ struct SerialQueue::Implementation {
   }
 };
 
-SerialQueue::SerialQueue(std::string label)
+KVSerialQueue::KVSerialQueue(std::string label)
     : implementation_(std::make_unique<Implementation>(std::move(label))) {}
 
-SerialQueue::~SerialQueue() { implementation_->end(); }
+KVSerialQueue::~KVSerialQueue() { implementation_->end(); }
 
-const std::string& SerialQueue::label() const { return implementation_->label; }
+const std::string& KVSerialQueue::label() const { return implementation_->label; }
 
-void SerialQueue::async(std::function<void()> work) {
+void KVSerialQueue::async(std::function<void()> work) {
   if (work) implementation_->add(std::move(work));
 }
 
-void SerialQueue::sync(const std::function<void()>& work) {
+void KVSerialQueue::sync(const std::function<void()>& work) {
   std::packaged_task<void()> task(work);
   std::future<void> done = task.get_future();
   implementation_->add([&task] { task(); });
   done.get();
 }
 
-}  // namespace kelvora::platform
+}  // namespace kelvora
