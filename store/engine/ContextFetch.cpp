@@ -44,7 +44,7 @@ ContextState::DirtyRows ContextState::dirtyRows(std::size_t entity) const {
 }
 
 ManagedObjectPtr ContextState::objectOfRow(const EntityDescription& entity, const RowCursor& row) {
-  ManagedObjectPtr known = registered(row.id());
+  ManagedObjectPtr known = registered(entity, row.id());
   if (known == nullptr) {
     known = coordinator_->makeObject({shared_from_this(), &entity, row.id()});
     enroll(known);

@@ -46,7 +46,8 @@ ManagedObject::Members& ContextState::membersCache(ManagedObject& owner, std::si
 ManagedObject::Members* ContextState::loadedCache(const EntityDescription& member,
                                                   std::size_t column, const ManagedValue& owner) {
   const std::optional<std::int64_t> id = wholeNumber(owner);
-  const ManagedObjectPtr object = id ? registered(*id) : nullptr;
+  const EntityDescription& owners = model().entity(member.columns[column].destination);
+  const ManagedObjectPtr object = id ? registered(owners, *id) : nullptr;
   if (object == nullptr || object->members_ == nullptr) {
     return nullptr;
   }
@@ -106,10 +107,11 @@ std::optional<ContextState::Objects> ContextState::cachedMembers(ManagedObject& 
   if (!cache.loaded || (!closed_ && isStale(cache.stamp, owner.loadedAtSeconds_))) {
     return std::nullopt;
   }
+  const EntityDescription& destination = model().entity(owner.entity_->toMany[toMany].destination);
   Objects objects;
   objects.reserve(cache.ids.size());
   for (const std::int64_t id : cache.ids) {
-    ManagedObjectPtr object = registered(id);
+    ManagedObjectPtr object = registered(destination, id);
     if (object == nullptr) {
       return std::nullopt;
     }

@@ -19,6 +19,7 @@ ContextState::ContextState(std::shared_ptr<PersistentStoreCoordinator> coordinat
     : coordinator_(std::move(coordinator)), parent_(std::move(parent)), queue_(std::move(queue)) {
   if (coordinator_ != nullptr) {
     pending_.resize(model().entities().size());
+    registry_.resize(model().entities().size());
   }
 }
 
@@ -49,19 +50,22 @@ ManagedObjectPtr ContextState::insert(std::string_view entityName) {
   return made;
 }
 
-ManagedObjectPtr ContextState::registered(std::int64_t id) const {
+// A damaged file may give one id to rows of several entities.
+ManagedObjectPtr ContextState::registered(const EntityDescription& entity, std::int64_t id) const {
   const std::lock_guard lock(mutex_);
-  const auto found = registry_.find(id);
-  return found == registry_.end() ? nullptr : found->second.object.lock();
+  const auto& known = registry_[entity.number];
+  const auto found = known.find(id);
+  return found == known.end() ? nullptr : found->second.object.lock();
 }
 
 void ContextState::enroll(const ManagedObjectPtr& object) {
   const std::lock_guard lock(mutex_);
-  registry_.insert_or_assign(object->id_, Registered{object.get(), object});
+  registry_[object->entity_->number].insert_or_assign(object->id_,
+                                                      Registered{object.get(), object});
 }
 
 ManagedObjectPtr ContextState::object(const EntityDescription& entity, std::int64_t id) {
-  if (ManagedObjectPtr known = registered(id)) {
+  if (ManagedObjectPtr known = registered(entity, id)) {
     return known;
   }
   ManagedObjectPtr made = coordinator_->makeObject({shared_from_this(), &entity, id});
@@ -79,10 +83,11 @@ ManagedObjectPtr ContextState::own(const ManagedObjectPtr& object) {
 
 void ContextState::forget(const ManagedObject& object) {
   const std::lock_guard lock(mutex_);
-  const auto found = registry_.find(object.id_);
+  auto& known = registry_[object.entity_->number];
+  const auto found = known.find(object.id_);
   // A row that was asked for again meanwhile has a new object already.
-  if (found != registry_.end() && found->second.address == &object) {
-    registry_.erase(found);
+  if (found != known.end() && found->second.address == &object) {
+    known.erase(found);
   }
 }
 
@@ -90,9 +95,11 @@ void ContextState::refreshAll() {
   Objects objects;
   {
     const std::lock_guard lock(mutex_);
-    for (const auto& [id, entry] : registry_) {
-      if (ManagedObjectPtr object = entry.object.lock()) {
-        objects.push_back(std::move(object));
+    for (const auto& entity : registry_) {
+      for (const auto& [id, entry] : entity) {
+        if (ManagedObjectPtr object = entry.object.lock()) {
+          objects.push_back(std::move(object));
+        }
       }
     }
   }
@@ -106,7 +113,11 @@ void ContextState::refreshAll() {
 
 std::size_t ContextState::registeredObjects() const {
   const std::lock_guard lock(mutex_);
-  return registry_.size();
+  std::size_t objects = 0;
+  for (const auto& entity : registry_) {
+    objects += entity.size();
+  }
+  return objects;
 }
 
 bool ContextState::hasChanges() const {

@@ -99,7 +99,7 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   };
 
   const ManagedObjectModel& model() const { return coordinator_->model(); }
-  ManagedObjectPtr registered(std::int64_t id) const;
+  ManagedObjectPtr registered(const EntityDescription& entity, std::int64_t id) const;
   void enroll(const ManagedObjectPtr& object);
   void willRead(ManagedObject& object);
   bool isStale(std::uint64_t of, double loadedAtSeconds);
@@ -151,7 +151,7 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   std::atomic<std::uint64_t> changeCount_{0};
 
   mutable std::mutex mutex_;  // guards what follows, and the values of objects in pending_
-  std::unordered_map<std::int64_t, Registered> registry_;
+  std::vector<std::unordered_map<std::int64_t, Registered>> registry_;       // by entity
   std::vector<std::unordered_map<std::int64_t, ManagedObjectPtr>> pending_;  // by entity
   std::size_t pendingCount_ = 0;
 };

@@ -56,13 +56,13 @@ SaveTransaction::SaveTransaction(StoreFile& file, const ManagedObjectModel& mode
 SaveOutcome SaveTransaction::run(const std::vector<RowChange>& changes) {
   outcome_ = {};
   overridden_.clear();
-  present_.clear();
+  present_.assign(model_.entities().size(), {});
   inserted_.clear();
   WriteTransaction transaction(file_);
   placeProvisional(changes);
   for (const RowChange& change : changes) {
     if (change.kind == RowChange::Kind::kInsert) {
-      present_.insert(change.id);
+      present_[change.entity->number].insert(change.id);
     }
   }
   for (std::size_t i = 0; i < changes.size(); ++i) {
@@ -195,7 +195,8 @@ bool SaveTransaction::checkTargets(std::size_t number, const RowChange& change) 
 }
 
 bool SaveTransaction::rowExists(const EntityDescription& entity, std::int64_t id) {
-  if (present_.contains(id)) {
+  std::unordered_set<std::int64_t>& present = present_[entity.number];
+  if (present.contains(id)) {
     return true;
   }
   std::shared_ptr<PreparedStatement>& statement = statementsOf(entity).exists;
@@ -206,7 +207,7 @@ bool SaveTransaction::rowExists(const EntityDescription& entity, std::int64_t id
   run->bind(1, id);
   const bool exists = run->step();
   if (exists) {
-    present_.insert(id);
+    present.insert(id);
   }
   return exists;
 }

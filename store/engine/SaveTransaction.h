@@ -82,7 +82,7 @@ class SaveTransaction {
   // Of the run.
   SaveOutcome outcome_;
   std::map<std::pair<std::size_t, std::size_t>, ManagedValue> overridden_;  // by change, column
-  std::unordered_set<std::int64_t> present_;
+  std::vector<std::unordered_set<std::int64_t>> present_;                   // ids by entity
   std::unordered_map<std::size_t, std::int64_t> inserted_;  // by entity, of those with batches
 };
 

@@ -1,0 +1,66 @@
+#include <limits>
+
+#include <SQLiteCpp/Database.h>
+
+#include "tests/support/StoreFixture.h"
+
+namespace kelvora {
+namespace {
+
+using ::testing::ElementsAre;
+
+// Files that SQLite reads without complaint, with rows that no program of this engine writes.
+class DamagedStoreTest : public testing::StoreFixture {
+ protected:
+  DamagedStoreTest() {
+    const auto store = makeStore();
+    const auto category = addCategory(*store, "Temperature", 0);
+    store->createGraphPoint()->setSensor(addSensor(*store, "a", category));
+    addSensor(*store, "b", category);
+    store->saveViewContext();
+  }
+  void execute(const std::string& sql) {
+    SQLite::Database(storePath(), SQLite::OPEN_READWRITE).exec(sql);
+  }
+  std::string ask(const std::string& sql) {
+    return SQLite::Database(storePath()).execAndGet(sql).getString();
+  }
+  static constexpr auto kLowest = std::numeric_limits<std::int64_t>::min();
+  static constexpr auto kHighest = std::numeric_limits<std::int64_t>::max();
+};
+
+TEST_F(DamagedStoreTest, OneIdInSeveralEntitiesIsSeveralObjects) {
+  execute("UPDATE Sensor SET _id = (SELECT _id FROM Category) WHERE key = 'a'");
+  const auto store = makeStore();
+  const auto sensor = store->getSensorByKey("a");
+  const auto category = store->getCategoryWithType(0);
+  ASSERT_NE(category, nullptr);
+  EXPECT_EQ(sensor->objectID(), category->objectID());
+  EXPECT_EQ(sensor->category(), category);
+  EXPECT_EQ(category->sensors().size(), 2U);
+  sensor->setValue(7);
+  category->setName("both");
+  store->saveViewContext();
+  EXPECT_EQ(store->viewContext()->state()->registeredObjects(), 2U);
+  const auto reader = makeStore();
+  EXPECT_EQ(reader->getSensorByKey("a")->value(), 7);
+  EXPECT_EQ(reader->getCategoryWithName("both")->sensors().size(), 2U);
+  store->viewContext()->deleteObject(sensor);
+  store->saveViewContext();
+  EXPECT_EQ(makeStore()->getCategoryWithName("both")->sensors().size(), 1U);
+}
+
+TEST_F(DamagedStoreTest, ARowOfAnotherEntityWithTheSameIdIsNoTarget) {
+  execute("UPDATE Sensor SET _id = (SELECT _id FROM Category) WHERE key = 'a'");
+  const auto store = makeStore();
+  const auto sensor = store->getSensorByKey("a");
+  const auto category = store->getCategoryWithType(0);
+  execute("DELETE FROM Category");
+  store->createGraphPoint()->setSensor(sensor);
+  addSensor(*store, "c", category);
+  store->saveViewContext();
+  EXPECT_EQ(ask("SELECT count(*) FROM Sensor WHERE key = 'c' AND category IS NULL"), "1");
+}
+
+}  // namespace
+}  // namespace kelvora
