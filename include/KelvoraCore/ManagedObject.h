@@ -68,10 +68,14 @@ class ManagedObject : public std::enable_shared_from_this<ManagedObject> {
   /// nil is allowed for every attribute here; a save refuses it where the model does.
   bool setAttribute(std::string_view name, ManagedValue value);
 
+  // What changes a relationship answers false, and changes nothing, when there is no such
+  // relationship, this object is deleted, or the other one is missing, deleted, not visible to this
+  // context or of another entity or store than the relationship's.
+
   /// The object at the end of a to-one relationship; null when there is none.
   ManagedObjectPtr related(std::string_view relationship) const;
   /// Sets a to-one relationship (null clears it); as a new member of an ordered relationship the
-  /// object comes last. False when there is no such relationship.
+  /// object comes last.
   bool setRelated(std::string_view relationship, const ManagedObjectPtr& object);
 
   /// The members of a to-many relationship, in their order, or by creation when it has none.
@@ -85,7 +89,7 @@ class ManagedObject : public std::enable_shared_from_this<ManagedObject> {
                     std::size_t index);
   /// Leaves the object itself in the store; false when it was no member.
   bool removeMember(std::string_view relationship, const ManagedObjectPtr& object);
-  /// Makes these objects the members, in this order.
+  /// Makes these objects the members, in this order; those that cannot be are left out.
   bool setMembers(std::string_view relationship, const std::vector<ManagedObjectPtr>& objects);
 
  protected:

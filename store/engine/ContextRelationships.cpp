@@ -23,6 +23,18 @@ bool ContextState::isLive(const ManagedObject& object) {
   return !object.gone_ && object.status_ != Status::kDeleted;
 }
 
+// This context's object of the same row, when it is of an entity and this context sees the row.
+ManagedObjectPtr ContextState::ownLive(const ManagedObjectPtr& object, std::size_t entity) {
+  const ManagedObjectPtr mine = own(object);
+  if (mine == nullptr || mine->entity_->number != entity) {
+    return nullptr;
+  }
+  if (!mine->loaded_) {
+    willRead(*mine);
+  }
+  return isLive(*mine) ? mine : nullptr;
+}
+
 ManagedObjectPtr ContextState::related(ManagedObject& object, std::size_t column) {
   const std::optional<std::int64_t> id = wholeNumber(read(object, column));
   if (!id || coordinator_ == nullptr) {
@@ -87,18 +99,22 @@ void ContextState::setOwner(ManagedObject& member, std::size_t column,
   joinOwner(member, column);
 }
 
-void ContextState::setRelated(ManagedObject& object, std::size_t column,
+bool ContextState::setRelated(ManagedObject& object, std::size_t column,
                               const ManagedObjectPtr& target) {
-  const ManagedObjectPtr mine = own(target);
+  const ManagedObjectPtr mine = ownLive(target, object.entity_->columns[column].destination);
+  if ((target != nullptr && mine == nullptr) || object.status_ == Status::kDeleted) {
+    return false;
+  }
   std::optional<std::int64_t> owner;
   std::optional<std::int64_t> order;
-  if (mine != nullptr && isLive(*mine)) {
+  if (mine != nullptr) {
     owner = mine->id_;
     order = nextProvisionalOrder();
   }
-  if (object.status_ != Status::kDeleted && wholeNumber(read(object, column)) != owner) {
+  if (wholeNumber(read(object, column)) != owner) {
     setOwner(object, column, owner, order);
   }
+  return true;
 }
 
 std::optional<ContextState::Objects> ContextState::cachedMembers(ManagedObject& owner,
@@ -191,16 +207,17 @@ void ContextState::sortMembers(const ToMany& toMany, Objects& members) {
   }
 }
 
-void ContextState::addMember(ManagedObject& owner, std::size_t toMany,
+bool ContextState::addMember(ManagedObject& owner, std::size_t toMany,
                              const ManagedObjectPtr& member) {
   const ToMany& relationship = owner.entity_->toMany[toMany];
-  const ManagedObjectPtr mine = own(member);
-  if (mine == nullptr || !isLive(*mine) || !isLive(owner)) {
-    return;
+  const ManagedObjectPtr mine = ownLive(member, relationship.destination);
+  if (mine == nullptr || !isLive(owner)) {
+    return false;
   }
   if (relationship.ordered || wholeNumber(read(*mine, relationship.inverseColumn)) != owner.id_) {
     setOwner(*mine, relationship.inverseColumn, owner.id_, nextProvisionalOrder());
   }
+  return true;
 }
 
 void ContextState::appendAll(ManagedObject& owner, const ToMany& toMany, const Objects& objects,
@@ -210,18 +227,17 @@ void ContextState::appendAll(ManagedObject& owner, const ToMany& toMany, const O
   }
 }
 
-void ContextState::insertMember(ManagedObject& owner, std::size_t toMany,
+bool ContextState::insertMember(ManagedObject& owner, std::size_t toMany,
                                 const ManagedObjectPtr& member, std::size_t index) {
   const ToMany& relationship = owner.entity_->toMany[toMany];
-  const ManagedObjectPtr mine = own(member);
-  if (mine == nullptr || !isLive(*mine) || !isLive(owner)) {
-    return;
+  const ManagedObjectPtr mine = ownLive(member, relationship.destination);
+  if (mine == nullptr || !isLive(owner)) {
+    return false;
   }
   Objects list = members(owner, toMany);
   std::erase(list, mine);
   if (!relationship.ordered || index >= list.size()) {
-    addMember(owner, toMany, mine);
-    return;
+    return addMember(owner, toMany, mine);
   }
   const std::size_t column = relationship.inverseColumn;
   const std::size_t orderColumn = mine->entity_->columns[column].orderColumn.value();
@@ -230,31 +246,38 @@ void ContextState::insertMember(ManagedObject& owner, std::size_t toMany,
       index == 0 ? after - 2 * kOrderGap : orderOf(list[index - 1]->values_[orderColumn]);
   if (after < kFirstProvisionalOrder && after - before >= 2) {
     setOwner(*mine, column, owner.id_, before + (after - before) / 2);
-    return;
+    return true;
   }
   // No room: this one and all behind it are appended anew.
   list.insert(list.begin() + static_cast<std::ptrdiff_t>(index), mine);
   appendAll(owner, relationship, list, index);
+  return true;
 }
 
 bool ContextState::removeMember(ManagedObject& owner, std::size_t toMany,
                                 const ManagedObjectPtr& member) {
   const std::size_t column = owner.entity_->toMany[toMany].inverseColumn;
   const ManagedObjectPtr mine = own(member);
-  if (mine == nullptr || wholeNumber(read(*mine, column)) != owner.id_) {
+  const bool isMember = mine != nullptr && isLive(owner) &&
+                        mine->entity_->number == owner.entity_->toMany[toMany].destination &&
+                        wholeNumber(read(*mine, column)) == owner.id_;
+  if (!isMember) {
     return false;
   }
   setOwner(*mine, column, {}, {});
   return true;
 }
 
-void ContextState::setMembers(ManagedObject& owner, std::size_t toMany, const Objects& wanted) {
+bool ContextState::setMembers(ManagedObject& owner, std::size_t toMany, const Objects& wanted) {
   const ToMany& relationship = owner.entity_->toMany[toMany];
+  if (!isLive(owner)) {
+    return false;
+  }
   Objects mine;
   std::unordered_set<std::int64_t> ids;
   for (const ManagedObjectPtr& object : wanted) {
-    ManagedObjectPtr one = own(object);
-    if (one != nullptr && isLive(*one) && ids.insert(one->id_).second) {
+    ManagedObjectPtr one = ownLive(object, relationship.destination);
+    if (one != nullptr && ids.insert(one->id_).second) {
       mine.push_back(std::move(one));
     }
   }
@@ -271,11 +294,12 @@ void ContextState::setMembers(ManagedObject& owner, std::size_t toMany, const Ob
   }
   if (relationship.ordered) {
     appendAll(owner, relationship, mine, same);
-    return;
+    return true;
   }
   for (const ManagedObjectPtr& object : mine) {
     addMember(owner, toMany, object);
   }
+  return true;
 }
 
 void ContextState::deleteObject(ManagedObject& object) {

@@ -61,13 +61,15 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
 
   // Relationships (ContextRelationships.cpp).
   ManagedObjectPtr related(ManagedObject& object, std::size_t column);
-  void setRelated(ManagedObject& object, std::size_t column, const ManagedObjectPtr& target);
+  // What changes one answers false, and changes nothing, for an object of another entity or store,
+  // or one that this context does not see.
+  bool setRelated(ManagedObject& object, std::size_t column, const ManagedObjectPtr& target);
   Objects members(ManagedObject& owner, std::size_t toMany);
-  void addMember(ManagedObject& owner, std::size_t toMany, const ManagedObjectPtr& member);
-  void insertMember(ManagedObject& owner, std::size_t toMany, const ManagedObjectPtr& member,
+  bool addMember(ManagedObject& owner, std::size_t toMany, const ManagedObjectPtr& member);
+  bool insertMember(ManagedObject& owner, std::size_t toMany, const ManagedObjectPtr& member,
                     std::size_t index);
   bool removeMember(ManagedObject& owner, std::size_t toMany, const ManagedObjectPtr& member);
-  void setMembers(ManagedObject& owner, std::size_t toMany, const Objects& wanted);
+  bool setMembers(ManagedObject& owner, std::size_t toMany, const Objects& wanted);
   void deleteObject(ManagedObject& object);
 
   // Fetches (ContextFetch.cpp).
@@ -115,6 +117,7 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   ManagedObjectPtr objectOfRow(const EntityDescription& entity, const RowCursor& row);
 
   static bool isLive(const ManagedObject& object);
+  ManagedObjectPtr ownLive(const ManagedObjectPtr& object, std::size_t entity);
   static std::int64_t nextProvisionalOrder();
   ManagedObject::Members& membersCache(ManagedObject& owner, std::size_t toMany) const;
   ManagedObject::Members* loadedCache(const EntityDescription& member, std::size_t column,

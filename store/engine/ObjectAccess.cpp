@@ -63,10 +63,7 @@ ManagedObjectPtr ManagedObject::related(std::string_view relationship) const {
 
 bool ManagedObject::setRelated(std::string_view relationship, const ManagedObjectPtr& object) {
   const auto column = columnOf(*entity_, relationship, ColumnKind::kToOne);
-  if (column) {
-    context_->setRelated(*this, *column, object);
-  }
-  return column.has_value();
+  return column && context_->setRelated(*this, *column, object);
 }
 
 std::vector<ManagedObjectPtr> ManagedObject::members(std::string_view relationship) const {
@@ -81,19 +78,13 @@ std::size_t ManagedObject::countOfMembers(std::string_view relationship) const {
 
 bool ManagedObject::addMember(std::string_view relationship, const ManagedObjectPtr& object) {
   const auto toMany = entity_->toManyNamed(relationship);
-  if (toMany && object != nullptr) {
-    context_->addMember(*this, *toMany, object);
-  }
-  return toMany && object != nullptr;
+  return toMany && context_->addMember(*this, *toMany, object);
 }
 
 bool ManagedObject::insertMember(std::string_view relationship, const ManagedObjectPtr& object,
                                  std::size_t index) {
   const auto toMany = entity_->toManyNamed(relationship);
-  if (toMany && object != nullptr) {
-    context_->insertMember(*this, *toMany, object, index);
-  }
-  return toMany && object != nullptr;
+  return toMany && context_->insertMember(*this, *toMany, object, index);
 }
 
 bool ManagedObject::removeMember(std::string_view relationship, const ManagedObjectPtr& object) {
@@ -104,10 +95,7 @@ bool ManagedObject::removeMember(std::string_view relationship, const ManagedObj
 bool ManagedObject::setMembers(std::string_view relationship,
                                const std::vector<ManagedObjectPtr>& objects) {
   const auto toMany = entity_->toManyNamed(relationship);
-  if (toMany) {
-    context_->setMembers(*this, *toMany, objects);
-  }
-  return toMany.has_value();
+  return toMany && context_->setMembers(*this, *toMany, objects);
 }
 
 ManagedValue ManagedObject::valueAt(std::size_t name) const {
