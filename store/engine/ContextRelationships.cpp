@@ -10,7 +10,18 @@ namespace kelvora::engine {
 
 namespace {
 
+// Orders of a damaged file may be any number; only those between these two have room beside them.
+constexpr std::int64_t kLowestOrder = -kFirstProvisionalOrder;
+
 std::int64_t orderOf(const ManagedValue& value) { return wholeNumber(value).value_or(0); }
+
+std::optional<std::int64_t> orderBetween(std::int64_t before, std::int64_t after) {
+  if (before < kLowestOrder || after >= kFirstProvisionalOrder || before >= after ||
+      after - before < 2) {
+    return std::nullopt;
+  }
+  return before + (after - before) / 2;
+}
 
 }  // namespace
 
@@ -242,10 +253,11 @@ bool ContextState::insertMember(ManagedObject& owner, std::size_t toMany,
   const std::size_t column = relationship.inverseColumn;
   const std::size_t orderColumn = mine->entity_->columns[column].orderColumn.value();
   const std::int64_t after = orderOf(list[index]->values_[orderColumn]);
-  const std::int64_t before =
-      index == 0 ? after - 2 * kOrderGap : orderOf(list[index - 1]->values_[orderColumn]);
-  if (after < kFirstProvisionalOrder && after - before >= 2) {
-    setOwner(*mine, column, owner.id_, before + (after - before) / 2);
+  const std::int64_t before = index == 0
+                                  ? std::max(after, kLowestOrder + 2 * kOrderGap) - 2 * kOrderGap
+                                  : orderOf(list[index - 1]->values_[orderColumn]);
+  if (const auto between = orderBetween(before, after)) {
+    setOwner(*mine, column, owner.id_, between);
     return true;
   }
   // No room: this one and all behind it are appended anew.

@@ -62,5 +62,24 @@ TEST_F(DamagedStoreTest, ARowOfAnotherEntityWithTheSameIdIsNoTarget) {
   EXPECT_EQ(ask("SELECT count(*) FROM Sensor WHERE key = 'c' AND category IS NULL"), "1");
 }
 
+TEST_F(DamagedStoreTest, PlacesAtTheEndOfTheNumbersKeepTheOrder) {
+  for (const std::int64_t order : {kLowest, kLowest + 1, kHighest}) {
+    execute("UPDATE Sensor SET _category_order = " + std::to_string(order) + " WHERE key = 'a'");
+    execute("UPDATE Sensor SET _category_order = 9223372036854775807 WHERE key = 'b'");
+    const auto store = makeStore();
+    const auto category = store->getCategoryWithType(0);
+    const auto first = store->createSensorWithKey("first", store->viewContext());
+    const auto second = store->createSensorWithKey("second", store->viewContext());
+    category->insertIntoSensors(first, 0);
+    category->insertIntoSensors(second, 1);
+    EXPECT_THAT(testing::keysOf(category->sensors()), ElementsAre("first", "second", "a", "b"))
+        << order;
+    store->saveViewContext();
+    EXPECT_THAT(testing::keysOf(makeStore()->tempSensors().value()),
+                ElementsAre("first", "second", "a", "b"));
+    execute("DELETE FROM Sensor WHERE key IN ('first', 'second')");
+  }
+}
+
 }  // namespace
 }  // namespace kelvora
