@@ -85,14 +85,19 @@ void ContextState::leaveOwner(ManagedObject& member, std::size_t column) {
   }
 }
 
-// A member that comes last is appended; any other place makes the owner read its list again.
+// A member that comes last is appended; any other place makes the owner read its list again. What a
+// child appended may come before what was appended here meanwhile.
 void ContextState::joinOwner(ManagedObject& member, std::size_t column) {
   ManagedObject::Members* cache = loadedCache(*member.entity_, column, member.values_[column]);
   if (cache == nullptr) {
     return;
   }
   const auto order = member.entity_->columns[column].orderColumn;
-  if (order && orderOf(member.values_[*order]) < kFirstProvisionalOrder) {
+  const ManagedObjectPtr last =
+      cache->ids.empty() ? nullptr : registered(*member.entity_, cache->ids.back());
+  const std::int64_t lastOrder = order && last ? orderOf(last->values_[*order]) : 0;
+  const std::int64_t lowest = std::max(kFirstProvisionalOrder, lastOrder);
+  if (order && orderOf(member.values_[*order]) < lowest) {
     cache->loaded = false;
   } else {
     cache->ids.push_back(member.id_);

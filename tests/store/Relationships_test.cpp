@@ -212,5 +212,22 @@ TEST_F(RelationshipsTest, AChildMovesMembersForItsParent) {
   EXPECT_THAT(reopened(), ElementsAre("c", "b", "d"));
 }
 
+TEST_F(RelationshipsTest, WhatAChildAppendedFirstComesFirstInMemoryAsInTheFile) {
+  const auto first = sensor("a");  // held, so that the list stays in memory
+  category->addToSensors(first);
+  store->saveViewContext();
+  EXPECT_THAT(testing::keysOf(category->sensors()), ElementsAre("a"));
+  const auto child = store->newContext();
+  std::dynamic_pointer_cast<KVCategory>(child->objectFor(category))
+      ->addToSensors(store->createSensorWithKey("b", child));
+  const auto mine = sensor("c");
+  category->addToSensors(mine);
+  EXPECT_EQ(child->save(), std::nullopt);
+  EXPECT_THAT(testing::keysOf(category->sensors()), ElementsAre("a", "b", "c"));
+  store->saveViewContext();
+  EXPECT_THAT(testing::keysOf(category->sensors()), ElementsAre("a", "b", "c"));
+  EXPECT_THAT(reopened(), ElementsAre("a", "b", "c"));
+}
+
 }  // namespace
 }  // namespace kelvora
