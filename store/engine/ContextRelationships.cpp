@@ -173,27 +173,46 @@ ContextState::Objects ContextState::loadMembers(ManagedObject& owner, std::size_
   const DirtyRows dirty = chainHasChanges() ? dirtyRows(destination.number) : DirtyRows();
   Objects objects;
   objects.reserve(cache.ids.size());
-  cache.stamp = stamp();
-  coordinator_->members(destination, relationship.inverseColumn, owner.id_,
-                        [&](const RowCursor& row) {
-                          if (objects.empty()) {
-                            cache.stamp = stamp();
-                          }
-                          if (!dirty.contains(row.id())) {
-                            objects.push_back(objectOfRow(destination, row));
-                          }
-                        });
+  std::uint64_t stamp = this->stamp();
+  const bool done = coordinator_->members(destination, relationship.inverseColumn, owner.id_,
+                                          [&](const RowCursor& row) {
+                                            if (objects.empty()) {
+                                              stamp = this->stamp();
+                                            }
+                                            if (!dirty.contains(row.id())) {
+                                              objects.push_back(objectOfRow(destination, row));
+                                            }
+                                          });
+  if (!done && cache.loaded) {
+    return knownMembers(destination, cache);
+  }
   addDirtyMembers(owner, relationship, dirty, objects);
   if (keepsList) {
     const std::unordered_set<std::int64_t> listed(cache.ids.begin(), cache.ids.end());
     std::erase_if(objects, [&](const auto& object) { return !listed.contains(object->id_); });
   }
   sortMembers(relationship, objects);
-  cache.ids.clear();
-  for (const ManagedObjectPtr& object : objects) {
-    cache.ids.push_back(object->id_);
+  if (done) {
+    cache.ids.clear();
+    for (const ManagedObjectPtr& object : objects) {
+      cache.ids.push_back(object->id_);
+    }
+    cache.stamp = stamp;
+    cache.loaded = true;
   }
-  cache.loaded = true;
+  return objects;
+}
+
+// What stands when the file cannot be read now.
+ContextState::Objects ContextState::knownMembers(const EntityDescription& entity,
+                                                 const ManagedObject::Members& cache) {
+  Objects objects;
+  for (const std::int64_t id : cache.ids) {
+    ManagedObjectPtr object = this->object(entity, id);
+    if (isLive(*object)) {
+      objects.push_back(std::move(object));
+    }
+  }
   return objects;
 }
 

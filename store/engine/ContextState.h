@@ -128,6 +128,7 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
                 std::optional<std::int64_t> order);
   Objects loadMembers(ManagedObject& owner, std::size_t toMany);
   std::optional<Objects> cachedMembers(ManagedObject& owner, std::size_t toMany);
+  Objects knownMembers(const EntityDescription& entity, const ManagedObject::Members& cache);
   void addDirtyMembers(ManagedObject& owner, const ToMany& toMany, const DirtyRows& dirty,
                        Objects& members);
   void sortMembers(const ToMany& toMany, Objects& members);

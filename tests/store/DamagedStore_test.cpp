@@ -81,5 +81,20 @@ TEST_F(DamagedStoreTest, PlacesAtTheEndOfTheNumbersKeepTheOrder) {
   }
 }
 
+TEST_F(DamagedStoreTest, MembersOnceReadStandWhileTheFileCannotBeRead) {
+  for (const double staleness : {-1.0, 0.0}) {
+    const auto store = makeStore(staleness);
+    const auto category = store->getCategoryWithType(0);
+    const auto held = category->sensors().front();
+    execute("ALTER TABLE Sensor RENAME TO Hidden");
+    ASSERT_EQ(category->sensors().size(), 2U) << staleness;
+    EXPECT_EQ(category->sensors().front(), held);
+    store->viewContext()->deleteObject(held);
+    EXPECT_EQ(category->sensors().size(), 1U);
+    execute("ALTER TABLE Hidden RENAME TO Sensor");
+    EXPECT_EQ(testing::keysOf(category->sensors()), std::vector<std::string>{"b"});
+  }
+}
+
 }  // namespace
 }  // namespace kelvora
