@@ -338,38 +338,53 @@ bool ContextState::setMembers(ManagedObject& owner, std::size_t toMany, const Ob
   return true;
 }
 
+// One after the other and not by recursion: what goes with an object may lead back to it.
 void ContextState::deleteObject(ManagedObject& object) {
-  if (coordinator_ == nullptr || closed_ || object.status_ == Status::kDeleted) {
+  if (coordinator_ == nullptr || closed_) {
     return;
   }
-  const ManagedObjectPtr self = object.shared_from_this();
-  willRead(object);
-  for (std::size_t i = 0; i < object.entity_->toMany.size(); ++i) {
-    const ToMany& relationship = object.entity_->toMany[i];
-    for (const ManagedObjectPtr& member : members(object, i)) {
+  Objects doomed{object.shared_from_this()};
+  while (!doomed.empty()) {
+    const ManagedObjectPtr next = std::move(doomed.back());
+    doomed.pop_back();
+    if (next->status_ != Status::kDeleted) {
+      deleteOne(next, doomed);
+    }
+  }
+}
+
+void ContextState::deleteOne(const ManagedObjectPtr& object, Objects& doomed) {
+  willRead(*object);
+  markDeleted(object);
+  for (std::size_t i = 0; i < object->entity_->toMany.size(); ++i) {
+    const ToMany& relationship = object->entity_->toMany[i];
+    const Objects orphans = members(*object, i);
+    membersCache(*object, i).ids.clear();  // not one by one, which each member would search for
+    for (const ManagedObjectPtr& member : orphans) {
       if (relationship.deleteRule == DeleteRule::kCascade) {
-        deleteObject(*member);
+        doomed.push_back(member);
       } else {
         setOwner(*member, relationship.inverseColumn, {}, {});
       }
     }
   }
-  for (std::size_t i = 0; i < object.entity_->columns.size(); ++i) {
-    if (object.entity_->columns[i].kind == ColumnKind::kToOne) {
-      leaveOwner(object, i);
+  for (std::size_t i = 0; i < object->entity_->columns.size(); ++i) {
+    if (object->entity_->columns[i].kind == ColumnKind::kToOne) {
+      leaveOwner(*object, i);
     }
   }
-  ManagedObjectPtr dropped;
+}
+
+void ContextState::markDeleted(const ManagedObjectPtr& object) {
   const std::lock_guard lock(mutex_);
-  auto& pending = pending_[object.entity_->number];
-  if (object.status_ == Status::kInserted) {
-    dropped = self;
-    pending.erase(object.id_);
+  auto& pending = pending_[object->entity_->number];
+  if (object->status_ == Status::kInserted) {
+    pending.erase(object->id_);
     --pendingCount_;
-  } else if (pending.emplace(object.id_, self).second) {
+  } else if (pending.emplace(object->id_, object).second) {
     ++pendingCount_;
   }
-  object.status_ = Status::kDeleted;
+  object->status_ = Status::kDeleted;
   ++changeCount_;
 }
 

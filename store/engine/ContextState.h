@@ -134,6 +134,8 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   void sortMembers(const ToMany& toMany, Objects& members);
   void appendAll(ManagedObject& owner, const ToMany& toMany, const Objects& objects,
                  std::size_t from);
+  void deleteOne(const ManagedObjectPtr& object, Objects& doomed);
+  void markDeleted(const ManagedObjectPtr& object);
 
   std::optional<Objects> fetchClean(const FetchRequest& request);
   std::optional<Objects> fetchDirty(const FetchRequest& request);

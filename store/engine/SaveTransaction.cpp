@@ -212,36 +212,46 @@ bool SaveTransaction::rowExists(const EntityDescription& entity, std::int64_t id
   return exists;
 }
 
+// With the rows that lead to it, also those that this process never saw.
 void SaveTransaction::deleteRow(const EntityDescription& entity, std::int64_t id) {
-  releaseMembers(entity, id);
-  const StatementRun run(file_.statement("DELETE FROM " + quoted(entity.name) + " WHERE _id = ?"));
-  run->bind(1, id);
-  run->step();
-}
-
-// The rows that lead to one that goes, also those that this process never saw.
-void SaveTransaction::releaseMembers(const EntityDescription& entity, std::int64_t id) {
-  for (const ToMany& toMany : entity.toMany) {
-    const EntityDescription& members = model_.entity(toMany.destination);
-    std::vector<std::int64_t> ids;
+  std::vector<Row> doomed{{&entity, id}};
+  while (!doomed.empty()) {
+    const Row row = doomed.back();
+    doomed.pop_back();
+    present_[row.entity->number].erase(row.id);
     {
-      const StatementRun run(file_.statement(memberIDsSQL(members, toMany.inverseColumn)));
-      run->bind(1, id);
-      while (run->step()) {
-        ids.push_back(run->integer(0));
-      }
-    }
-    for (const std::int64_t member : ids) {
-      if (toMany.deleteRule == DeleteRule::kCascade) {
-        deleteRow(members, member);
-        continue;
-      }
       const StatementRun run(
-          file_.statement(updateSQL(members, std::uint64_t{1} << toMany.inverseColumn)));
-      run->bind(1, member);
-      run->bind(2, ManagedValue());
+          file_.statement("DELETE FROM " + quoted(row.entity->name) + " WHERE _id = ?"));
+      run->bind(1, row.id);
       run->step();
     }
+    for (const ToMany& toMany : row.entity->toMany) {
+      releaseMembers(toMany, row.id, doomed);
+    }
+  }
+}
+
+void SaveTransaction::releaseMembers(const ToMany& toMany, std::int64_t owner,
+                                     std::vector<Row>& doomed) {
+  const EntityDescription& members = model_.entity(toMany.destination);
+  std::vector<std::int64_t> ids;
+  {
+    const StatementRun run(file_.statement(memberIDsSQL(members, toMany.inverseColumn)));
+    run->bind(1, owner);
+    while (run->step()) {
+      ids.push_back(run->integer(0));
+    }
+  }
+  for (const std::int64_t member : ids) {
+    if (toMany.deleteRule == DeleteRule::kCascade) {
+      doomed.push_back({&members, member});
+      continue;
+    }
+    const StatementRun run(
+        file_.statement(updateSQL(members, std::uint64_t{1} << toMany.inverseColumn)));
+    run->bind(1, member);
+    run->bind(2, ManagedValue());
+    run->step();
   }
 }
 

@@ -58,7 +58,11 @@ class SaveTransaction {
   void insert(std::size_t number, const RowChange& change);
   void update(std::size_t number, const RowChange& change);
   void deleteRow(const EntityDescription& entity, std::int64_t id);
-  void releaseMembers(const EntityDescription& entity, std::int64_t id);
+  struct Row {
+    const EntityDescription* entity;
+    std::int64_t id;
+  };
+  void releaseMembers(const ToMany& toMany, std::int64_t owner, std::vector<Row>& doomed);
   // Whether the row may be written, after clearing references to rows that are gone.
   bool checkTargets(std::size_t number, const RowChange& change);
   bool rowExists(const EntityDescription& entity, std::int64_t id);

@@ -1,0 +1,114 @@
+#include <SQLiteCpp/Database.h>
+
+#include "tests/support/StoreFixture.h"
+
+namespace kelvora {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// What goes with an object may lead on to any depth, and back to it.
+constexpr const char* kTree = R"({"entities": [
+  {"name": "Node", "attributes": [{"name": "name", "type": "String"}], "relationships": [
+    {"name": "parent", "destination": "Node", "inverse": "children"},
+    {"name": "children", "destination": "Node", "inverse": "parent", "toMany": true,
+     "deleteRule": "cascade"}]}]})";
+
+class TreeDeletionTest : public testing::StoreFixture {
+ protected:
+  TreeDeletionTest() {
+    std::filesystem::create_directories(folder());
+    context = open();
+  }
+  ManagedObjectContextPtr open() {
+    auto coordinator = std::make_shared<engine::PersistentStoreCoordinator>(
+        engine::modelFromText(kTree), engine::EntityClasses());
+    EXPECT_EQ(coordinator->addStore(storePath(), 1000), std::nullopt);
+    return makeContext(coordinator, nullptr, std::make_unique<engine::PrivateContextQueue>());
+  }
+  ManagedObjectPtr node(const ManagedObjectPtr& parent) {
+    ManagedObjectPtr made = context->insertNewObject("Node");
+    made->setRelated("parent", parent);
+    return made;
+  }
+  void executeInFile(const std::string& sql) {
+    SQLite::Database(storePath(), SQLite::OPEN_READWRITE).exec(sql);
+  }
+  int rowsInFile() {
+    return SQLite::Database(storePath()).execAndGet("SELECT count(*) FROM Node").getInt();
+  }
+  ManagedObjectContextPtr context;
+};
+
+TEST_F(TreeDeletionTest, ARingGoesWhole) {
+  const auto first = node(nullptr);
+  const auto second = node(first);
+  first->setRelated("parent", second);
+  const auto outside = node(nullptr);
+  ASSERT_EQ(context->save(), std::nullopt);
+  context->deleteObject(first);
+  EXPECT_TRUE(second->isDeleted());
+  EXPECT_THAT(context->objectsOf("Node").value(), ElementsAre(outside));
+  EXPECT_EQ(context->save(), std::nullopt);
+  EXPECT_EQ(rowsInFile(), 1);
+}
+
+TEST_F(TreeDeletionTest, AnOwnerOfItselfGoesOnce) {
+  const auto self = node(nullptr);
+  self->setRelated("parent", self);
+  context->deleteObject(self);
+  EXPECT_FALSE(context->hasChanges());
+  EXPECT_EQ(context->save(), std::nullopt);
+  EXPECT_EQ(rowsInFile(), 0);
+}
+
+TEST_F(TreeDeletionTest, RowsThatOnlyOtherProgramsKnewGoToAnyDepth) {
+  const auto root = node(nullptr);
+  ASSERT_EQ(context->save(), std::nullopt);
+  EXPECT_THAT(root->members("children"), IsEmpty());  // and stays so here
+  const std::string id = std::to_string(root->objectID());
+  executeInFile(
+      "INSERT INTO Node (_id, parent) WITH RECURSIVE n(i) AS "
+      "(SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100000) "
+      "SELECT i, CASE i WHEN 1 THEN " +
+      id + " ELSE i - 1 END FROM n");
+  context->deleteObject(root);
+  EXPECT_EQ(context->save(), std::nullopt);
+  EXPECT_EQ(rowsInFile(), 0);
+}
+
+TEST_F(TreeDeletionTest, ARingThatOnlyAnotherProgramKnewGoesWhole) {
+  const auto root = node(nullptr);
+  ASSERT_EQ(context->save(), std::nullopt);
+  EXPECT_THAT(root->members("children"), IsEmpty());
+  const std::string id = std::to_string(root->objectID());
+  executeInFile("INSERT INTO Node (_id, parent) VALUES (1, " + id +
+                "); UPDATE Node SET parent = 1 WHERE _id = " + id);
+  context->deleteObject(root);
+  EXPECT_EQ(context->save(), std::nullopt);
+  EXPECT_EQ(rowsInFile(), 0);
+}
+
+class DeletionTest : public testing::StoreFixture {
+ protected:
+  std::unique_ptr<KVCoreDataStore> store = makeStore();
+  ManagedObjectContextPtr view = store->viewContext();
+};
+
+TEST_F(DeletionTest, ADeletedOwnerAnswersNoMembers) {
+  const auto category = addCategory(*store, "Temperature", 0);
+  const auto sensor = addSensor(*store, "TC0P", category);
+  store->createGraphPoint()->setSensor(sensor);
+  store->saveViewContext();
+  view->deleteObject(sensor);
+  EXPECT_THAT(sensor->graphPoints(), IsEmpty());
+  EXPECT_THAT(category->sensors(), IsEmpty());
+  EXPECT_TRUE(sensor->isDeleted());
+  view->deleteObject(sensor);
+  store->saveViewContext();
+  EXPECT_THAT(makeStore()->allSensors().value(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace kelvora
