@@ -120,9 +120,7 @@ void SaveTransaction::write(std::size_t number, const RowChange& change) {
   checkRequired(change);
   if (!checkTargets(number, change)) {
     outcome_.gone.push_back(number);
-    if (change.kind == RowChange::Kind::kUpdate) {
-      deleteRow(*change.entity, change.id);
-    }
+    deleteRow(*change.entity, change.id);  // also of a new one: others may lead to it already
     return;
   }
   if (change.kind == RowChange::Kind::kInsert) {

@@ -90,6 +90,26 @@ TEST_F(TreeDeletionTest, ARingThatOnlyAnotherProgramKnewGoesWhole) {
   EXPECT_EQ(rowsInFile(), 0);
 }
 
+TEST_F(TreeDeletionTest, WhatLeadsToANewObjectWhoseOwnerIsGoneIsDroppedWithIt) {
+  const auto owner = node(nullptr);
+  ASSERT_EQ(context->save(), std::nullopt);
+  executeInFile("DELETE FROM Node");
+  const auto leaf = node(nullptr);  // before its owner, and so written before it
+  const auto branch = node(owner);
+  leaf->setRelated("parent", branch);
+  EXPECT_EQ(context->save(), std::nullopt);
+  EXPECT_EQ(rowsInFile(), 0);
+}
+
+TEST_F(TreeDeletionTest, WhatIsMadeAfterAnOwnerThatIsGoneIsDroppedToo) {
+  const auto owner = node(nullptr);
+  ASSERT_EQ(context->save(), std::nullopt);
+  executeInFile("DELETE FROM Node");
+  node(node(owner));
+  EXPECT_EQ(context->save(), std::nullopt);
+  EXPECT_EQ(rowsInFile(), 0);
+}
+
 class DeletionTest : public testing::StoreFixture {
  protected:
   std::unique_ptr<KVCoreDataStore> store = makeStore();
