@@ -80,8 +80,8 @@ std::optional<std::string> ContextState::saveToParent() {
   bool taken = false;
   parent_->queue().performAndWait([&] {
     taken = !parent_->closed_;
-    for (std::size_t i = 0; taken && i < all.changes.size(); ++i) {
-      parent_->absorb(all.changes[i]);
+    if (taken) {
+      parent_->absorb(all.changes);
     }
   });
   if (!taken) {
@@ -91,16 +91,26 @@ std::optional<std::string> ContextState::saveToParent() {
   return std::nullopt;
 }
 
+// Deletions last, as in the file: what left an object before it was deleted does not go with it.
+void ContextState::absorb(const std::vector<RowChange>& changes) {
+  for (const RowChange& change : changes) {
+    if (change.kind != RowChange::Kind::kDelete) {
+      absorb(change);
+    }
+  }
+  for (const RowChange& change : changes) {
+    if (change.kind == RowChange::Kind::kDelete) {
+      deleteObject(*object(*change.entity, change.id));
+    }
+  }
+}
+
 void ContextState::absorb(const RowChange& change) {
   if (change.kind == RowChange::Kind::kInsert) {
     absorbInsert(change);
     return;
   }
   const ManagedObjectPtr mine = object(*change.entity, change.id);
-  if (change.kind == RowChange::Kind::kDelete) {
-    deleteObject(*mine);
-    return;
-  }
   if (mine->status_ == Status::kDeleted) {
     return;
   }

@@ -145,6 +145,7 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   Unsaved unsaved() const;
   std::optional<std::string> saveToStore();
   std::optional<std::string> saveToParent();
+  void absorb(const std::vector<RowChange>& changes);
   void absorb(const RowChange& change);
   void absorbInsert(const RowChange& change);
   void markSaved(const Unsaved& saved, const SaveOutcome& outcome);

@@ -116,6 +116,25 @@ class DeletionTest : public testing::StoreFixture {
   ManagedObjectContextPtr view = store->viewContext();
 };
 
+TEST_F(DeletionTest, WhatAChildMovedAwayBeforeDeletingTheOwnerStays) {
+  const auto old = store->createSensorWithKey("old", view);
+  const auto point = store->createGraphPoint();
+  point->setSensor(old);
+  const auto heir = store->createSensorWithKey("heir", view);
+  store->saveViewContext();
+  EXPECT_THAT(old->graphPoints(), ElementsAre(point));
+  const auto child = store->newContext();
+  std::dynamic_pointer_cast<KVGraphPoint>(child->objectFor(point))
+      ->setSensor(store->getSensorByKey("heir", child));
+  child->deleteObject(child->objectFor(old));
+  child->saveRecursively();
+  EXPECT_FALSE(point->isDeleted());
+  EXPECT_THAT(heir->graphPoints(), ElementsAre(point));
+  const auto reader = makeStore();
+  EXPECT_EQ(reader->getSensorByKey("old"), nullptr);
+  EXPECT_EQ(reader->getSensorByKey("heir")->graphPoints().size(), 1U);
+}
+
 TEST_F(DeletionTest, ADeletedOwnerAnswersNoMembers) {
   const auto category = addCategory(*store, "Temperature", 0);
   const auto sensor = addSensor(*store, "TC0P", category);
