@@ -3,6 +3,7 @@
 #include <optional>
 #include <unordered_map>
 #include <utility>
+#include <variant>
 
 #include "KelvoraCore/Predicate.h"
 
@@ -137,20 +138,22 @@ class Parser {
     return node;
   }
 
-  PredicateNode disjunction() {
-    const Nesting nesting(*this);
+  // The first condition may have been read already, to tell what a parenthesis is.
+  PredicateNode disjunction(std::optional<PredicateNode> first = {}) {
     std::vector<PredicateNode> children;
-    do {
+    children.push_back(conjunction(std::move(first)));
+    while (takeSymbol("||") || takeWord("OR")) {
       children.push_back(conjunction());
-    } while (takeSymbol("||") || takeWord("OR"));
+    }
     return joined(NodeKind::kOr, std::move(children));
   }
 
-  PredicateNode conjunction() {
+  PredicateNode conjunction(std::optional<PredicateNode> first = {}) {
     std::vector<PredicateNode> children;
-    do {
+    children.push_back(first ? *std::move(first) : negation());
+    while (takeSymbol("&&") || takeWord("AND")) {
       children.push_back(negation());
-    } while (takeSymbol("&&") || takeWord("AND"));
+    }
     return joined(NodeKind::kAnd, std::move(children));
   }
 
@@ -177,41 +180,47 @@ class Parser {
       node.kind = NodeKind::kFalse;
       return node;
     }
-    if (takeSymbol("(")) {
-      return parenthesis();
-    }
-    return comparison(operand());
+    Group left = operandOrGroup();
+    auto* expression = std::get_if<Expression>(&left);
+    return expression == nullptr ? std::get<PredicateNode>(std::move(left))
+                                 : comparison(std::move(*expression));
   }
 
   // "(a & b) = c" and "(a = b)" begin alike: what follows the first operand tells them apart.
-  PredicateNode parenthesis() {
-    const PredicateLexer rewindLexer = lexer_;
-    const Token rewindToken = token_;
-    const auto rewindPlaceholders = placeholders_;
-    if (std::optional<Expression> expression = closedOperand()) {
-      return comparison(bitOperators(*std::move(expression)));
+  using Group = std::variant<PredicateNode, Expression>;
+
+  // What stands after an opening parenthesis, with the closing one.
+  Group group() {
+    const Nesting nesting(*this);
+    std::optional<PredicateNode> first;
+    if (!startsCondition()) {
+      Group left = operandOrGroup();
+      if (auto* expression = std::get_if<Expression>(&left)) {
+        if (takeSymbol(")")) {
+          return left;
+        }
+        first = comparison(std::move(*expression));
+      } else {
+        first = std::get<PredicateNode>(std::move(left));
+      }
     }
-    lexer_ = rewindLexer;
-    token_ = rewindToken;
-    placeholders_ = rewindPlaceholders;
-    PredicateNode inner = disjunction();
+    PredicateNode inner = disjunction(std::move(first));
     expectSymbol(")", "expected )");
     return inner;
   }
 
-  // The operand after an opening parenthesis, when that is all up to the closing one.
-  std::optional<Expression> closedOperand() {
-    const bool startsOperand = token_.kind != TokenKind::kEnd && !isPredicateStart();
-    if (!startsOperand || ++lookAheads_ > kMostLookAheads) {
-      return std::nullopt;
+  Group operandOrGroup() {
+    if (!takeSymbol("(")) {
+      return operand();
     }
-    Expression expression = operand();
-    return takeSymbol(")") ? std::optional(std::move(expression)) : std::nullopt;
+    Group inner = group();
+    auto* expression = std::get_if<Expression>(&inner);
+    return expression == nullptr ? std::move(inner) : bitOperators(std::move(*expression));
   }
 
-  bool isPredicateStart() const {
+  bool startsCondition() const {
     if (token_.kind == TokenKind::kSymbol) {
-      return token_.text != "-" && token_.text != "{";
+      return token_.text == "!";
     }
     return token_.kind == TokenKind::kWord &&
            (isWord(token_.text, "NOT") || isWord(token_.text, "TRUEPREDICATE") ||
@@ -384,15 +393,11 @@ class Parser {
     }
   }
 
-  // Looking ahead at every opening parenthesis would cost the square of a hostile text's length.
-  static constexpr int kMostLookAheads = 1000;
-
   std::string_view format_;
   PredicateLexer lexer_;
   Token token_;
   std::vector<PredicateNode::Placeholder> placeholders_;
   int depth_ = 0;
-  int lookAheads_ = 0;
   int bitOperators_ = 0;
 };
 

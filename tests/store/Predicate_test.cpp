@@ -84,6 +84,20 @@ TEST_F(PredicateTest, TestsBits) {
   EXPECT_THAT(match("(platform | 1) = 5"), ElementsAre("bare"));
 }
 
+TEST_F(PredicateTest, ParenthesesStandAroundOperandsAndConditionsToAnyDepth) {
+  EXPECT_THAT(match("((value)) == 70"), ElementsAre("TG0P"));
+  EXPECT_THAT(match("((platform & 1)) != 0"), ElementsAre("TC0P", "0"));
+  EXPECT_THAT(match("((platform & 3) | 8) = (((9)))"), ElementsAre("TC0P"));
+  EXPECT_THAT(match("(((platform)) & 3 = 3)"), ElementsAre("0"));
+  EXPECT_THAT(match("((value) = 70 OR (value = 1200)) AND ((key) = '0')"), ElementsAre("0"));
+  EXPECT_THAT(match("((value = 70) OR value = 1200)"), ElementsAre("TG0P", "0"));
+  EXPECT_THAT(match("((value = 70 AND key = '0') OR value = 1200)"), ElementsAre("0"));
+  EXPECT_THAT(match("((NOT key = '0') AND (!(value = 70)))"), ElementsAre("TC0P", "bare"));
+  EXPECT_THAT(match("((TRUEPREDICATE) AND (FALSEPREDICATE OR (-1) < value))").size(), 4);
+  EXPECT_THAT(match("((%K)) = %d AND (%d) < ((%K))", {"value", 70, 1, "platform"}),
+              ElementsAre("TG0P"));
+}
+
 TEST_F(PredicateTest, ComparesTexts) {
   EXPECT_THAT(match("key BEGINSWITH 'TC'"), ElementsAre("TC0P"));
   EXPECT_THAT(match("key ENDSWITH %@", {"0P"}), ElementsAre("TC0P", "TG0P"));
@@ -145,19 +159,25 @@ TEST_P(BadPredicate, IsAnErrorWithItsPlace) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, BadPredicate,
-                         ::testing::Values(BadText{"", 0}, BadText{"key", 3}, BadText{"key =", 5},
-                                           BadText{"key = 'x", 6}, BadText{"(key = 1", 8},
-                                           BadText{"key = 1)", 7}, BadText{"key ~ 1", 4},
-                                           BadText{"key = 1 AND", 11}, BadText{"key = %z", 6},
-                                           BadText{"a BETWEEN {1}", 10}, BadText{"a..b = 1", 0},
-                                           BadText{"a = 1.2.3", 4}, BadText{"a =[x] 'b'", 4},
-                                           BadText{"a IN {1, 2", 10}, BadText{"a <[c] 'b'", 4}));
+INSTANTIATE_TEST_SUITE_P(
+    Texts, BadPredicate,
+    ::testing::Values(BadText{"", 0}, BadText{"key", 3}, BadText{"key =", 5},
+                      BadText{"key = 'x", 6}, BadText{"(key = 1", 8}, BadText{"key = 1)", 7},
+                      BadText{"key ~ 1", 4}, BadText{"key = 1 AND", 11}, BadText{"key = %z", 6},
+                      BadText{"a BETWEEN {1}", 10}, BadText{"a..b = 1", 0}, BadText{"a = 1.2.3", 4},
+                      BadText{"a =[x] 'b'", 4}, BadText{"a IN {1, 2", 10}, BadText{"a <[c] 'b'", 4},
+                      BadText{"((a)", 4}, BadText{"((a)) = 1)", 9}, BadText{"((a = 1) = 1)", 9},
+                      BadText{"()", 1}, BadText{"((a) b = 1)", 5}, BadText{"(a + 1) = 2", 3}));
 
 TEST(Predicate, NestingIsBounded) {
   EXPECT_THROW(Predicate(std::string(100000, '(')), PredicateError);
   EXPECT_THROW(Predicate(std::string(100000, '!')), PredicateError);
   EXPECT_NO_THROW(Predicate("((((a = 1))))"));
+  const auto nested = [](std::size_t depth) {
+    return "a = 1 AND " + std::string(depth, '(') + "a" + std::string(depth, ')') + " = 1";
+  };
+  EXPECT_NO_THROW(Predicate(nested(90)));
+  EXPECT_THROW(Predicate(nested(110)), PredicateError);
 }
 
 TEST(Predicate, ArgumentsMustFitThePlaceholders) {
