@@ -4,10 +4,11 @@
 
 namespace kelvora {
 
-/// How a fetch orders its objects: by one attribute of the fetched entity. Texts sort by their
-/// UTF-8 bytes, nil first; objects of equal value keep the order of their creation.
+/// How a fetch orders its objects: by one attribute of the fetched entity, or of one that to-one
+/// relationships lead to. Texts sort by their UTF-8 bytes, nil and what leads nowhere first;
+/// objects of equal value keep the order of their creation.
 struct SortDescriptor {
-  std::string key;  ///< attribute name, e.g. "created"
+  std::string key;  ///< attribute name or key path, e.g. "created", "category.name"
   bool ascending = true;
 };
 

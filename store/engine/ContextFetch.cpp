@@ -31,6 +31,16 @@ class ObjectSource : public PropertySource {
   ManagedObjectPtr object_;
 };
 
+// What the order of a fetch leads to.
+std::optional<FetchOrder> resolvedOrder(const SortDescriptor& sort, const ManagedObjectModel& model,
+                                        const EntityDescription& entity) {
+  ResolvedExpression property = resolveKeyPath(sort.key, model, entity);
+  if (property.valueClass == ValueClass::kObject) {
+    throw PredicateError("objects have no order", 0);
+  }
+  return FetchOrder{std::move(property.path), property.column, sort.ascending};
+}
+
 }  // namespace
 
 ContextState::DirtyRows ContextState::dirtyRows(std::size_t entity) const {
@@ -62,9 +72,7 @@ std::optional<ContextState::Objects> ContextState::fetchClean(const FetchRequest
   return done ? std::optional(std::move(objects)) : std::nullopt;
 }
 
-bool ContextState::pathsAreDirty(const ResolvedPredicate& predicate,
-                                 const EntityDescription& entity) const {
-  const std::vector<std::size_t> entities = entitiesOnPaths(predicate, model(), entity);
+bool ContextState::anyDirty(const std::vector<std::size_t>& entities) const {
   return std::any_of(entities.begin(), entities.end(),
                      [this](std::size_t number) { return !dirtyRows(number).empty(); });
 }
@@ -75,9 +83,12 @@ std::optional<ContextState::Objects> ContextState::fetchDirty(const FetchRequest
   if (request.predicate != nullptr) {
     resolved = resolve(*request.predicate, model(), *request.entity);
   }
-  const bool judgesAll = resolved && pathsAreDirty(*resolved, *request.entity);
-  const DirtyRows dirty = dirtyRows(request.entity->number);
-  if (dirty.empty() && !judgesAll) {
+  const EntityDescription& entity = *request.entity;
+  const bool judgesAll = resolved && anyDirty(entitiesOnPaths(*resolved, model(), entity));
+  const bool sortsAll =
+      request.order && anyDirty(entitiesOnPath(request.order->path, model(), entity));
+  const DirtyRows dirty = dirtyRows(entity.number);
+  if (dirty.empty() && !judgesAll && !sortsAll) {
     return fetchClean(request);
   }
   FetchRequest stored = request;
@@ -118,7 +129,9 @@ void ContextState::sortObjects(const std::optional<FetchOrder>& order, Objects& 
   std::vector<std::pair<ManagedValue, ManagedObjectPtr>> keyed;
   keyed.reserve(objects.size());
   for (ManagedObjectPtr& object : objects) {
-    ManagedValue key = order ? comparableValue(read(*object, order->column)) : ManagedValue();
+    ManagedValue key =
+        order ? comparableValue(ObjectSource(*this, object).property(order->path, order->column))
+              : ManagedValue();
     keyed.emplace_back(std::move(key), std::move(object));
   }
   std::sort(keyed.begin(), keyed.end(), [&](const auto& a, const auto& b) {
@@ -144,18 +157,11 @@ std::optional<ContextState::Objects> ContextState::fetch(std::string_view entity
   if (request.entity == nullptr) {
     return std::nullopt;
   }
-  if (sort != nullptr) {
-    const auto column = request.entity->columnNamed(sort->key);
-    if (!column || request.entity->columns[*column].kind != ColumnKind::kAttribute) {
-      return std::nullopt;
-    }
-    request.order = {*column, sort->ascending};
-  }
-  if (!chainHasChanges()) {
-    return fetchClean(request);
-  }
   try {
-    return fetchDirty(request);
+    if (sort != nullptr) {
+      request.order = resolvedOrder(*sort, model(), *request.entity);
+    }
+    return chainHasChanges() ? fetchDirty(request) : fetchClean(request);
   } catch (const PredicateError&) {
     return std::nullopt;
   }

@@ -139,7 +139,7 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
 
   std::optional<Objects> fetchClean(const FetchRequest& request);
   std::optional<Objects> fetchDirty(const FetchRequest& request);
-  bool pathsAreDirty(const ResolvedPredicate& predicate, const EntityDescription& entity) const;
+  bool anyDirty(const std::vector<std::size_t>& entities) const;
   void sortObjects(const std::optional<FetchOrder>& order, Objects& objects);
 
   Unsaved unsaved() const;

@@ -42,6 +42,22 @@ class Writer {
     return joined(predicate.children, negated, conjunction ? " AND " : " OR ");
   }
 
+  // The column of the entity at the end of a path; joins the tables on the way.
+  std::string property(const std::vector<std::size_t>& path, std::size_t column) {
+    std::string table = "t";
+    const EntityDescription* at = &entity_;
+    std::vector<std::size_t> way;
+    for (const std::size_t step : path) {
+      way.push_back(step);
+      const Column& relationship = at->columns[step];
+      at = &model_.entity(relationship.destination);
+      table += '.';
+      table += quoted(relationship.name);
+      table = joinedTable(way, table, at->name);
+    }
+    return table + "." + quoted(at->columns[column].name);
+  }
+
   std::vector<FetchParameter> takeParameters() { return std::move(parameters_); }
   const std::string& joins() const { return joins_; }
 
@@ -108,7 +124,7 @@ class Writer {
       case Kind::kValue:
         return parameter(expression);
       case Kind::kProperty:
-        return property(expression);
+        return property(expression.path, expression.column);
       case Kind::kSelf:
         return "t._id";
       default:
@@ -125,21 +141,6 @@ class Writer {
       throw PredicateError("too many values", 0);
     }
     return "?";
-  }
-
-  std::string property(const ResolvedExpression& expression) {
-    std::string table = "t";
-    const EntityDescription* at = &entity_;
-    std::vector<std::size_t> path;
-    for (const std::size_t column : expression.path) {
-      path.push_back(column);
-      const Column& relationship = at->columns[column];
-      at = &model_.entity(relationship.destination);
-      table += '.';
-      table += quoted(relationship.name);
-      table = joinedTable(path, table, at->name);
-    }
-    return table + "." + quoted(at->columns[expression.column].name);
   }
 
   std::string joinedTable(const std::vector<std::size_t>& path, const std::string& from,
@@ -195,13 +196,14 @@ std::string membersOf(const EntityDescription& entity, std::size_t column,
          quoted(recentIndexName(entity)) + owner + " AND t._recent = 1";
 }
 
-std::string orderClause(const std::optional<FetchOrder>& order) {
+// By the place of a result column, since that also orders what UNION puts together: the id is the
+// first one, then come the entity's own, then what only the order asks for.
+std::string orderClause(const EntityDescription& entity, const std::optional<FetchOrder>& order) {
   if (!order) {
     return " ORDER BY 1";
   }
-  // The first result column is the id.
-  return " ORDER BY " + std::to_string(order->column + 2) + (order->ascending ? "" : " DESC") +
-         ", 1";
+  const std::size_t place = order->path.empty() ? order->column : entity.columns.size();
+  return " ORDER BY " + std::to_string(place + 2) + (order->ascending ? "" : " DESC") + ", 1";
 }
 
 }  // namespace
@@ -213,8 +215,11 @@ FetchSQL fetchSQL(const ManagedObjectModel& model, const EntityDescription& enti
   Writer writer(model, entity);
   const std::string condition = predicate == nullptr ? "" : writer.condition(*predicate, false);
   sql.parameters = writer.takeParameters();
+  const bool ordersByPath = order && !order->path.empty();
+  const std::string list =
+      columnList(entity) + (ordersByPath ? ", " + writer.property(order->path, order->column) : "");
   const std::string from =
-      "SELECT " + columnList(entity) + " FROM " + quoted(entity.name) + " t" + writer.joins();
+      "SELECT " + list + " FROM " + quoted(entity.name) + " t" + writer.joins();
   const Index* batched = entity.batchedIndex();
   if (predicate != nullptr && batched != nullptr && asksForOwner(*predicate, batched->columns[0])) {
     sql.text = from + " WHERE t._recent IS NULL AND " + condition + " UNION ALL " + from +
@@ -224,7 +229,7 @@ FetchSQL fetchSQL(const ManagedObjectModel& model, const EntityDescription& enti
   } else {
     sql.text = predicate == nullptr ? from : from + " WHERE " + condition;
   }
-  sql.text += orderClause(order) + (firstOnly ? " LIMIT 1" : "");
+  sql.text += orderClause(entity, order) + (firstOnly ? " LIMIT 1" : "");
   return sql;
 }
 

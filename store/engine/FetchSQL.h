@@ -17,11 +17,12 @@ struct FetchParameter {
 };
 
 struct FetchOrder {
-  std::size_t column = 0;
+  std::vector<std::size_t> path;  ///< to-one columns, one entity after the other
+  std::size_t column = 0;         ///< of the entity at the end of the path
   bool ascending = true;
 };
 
-/// A SELECT whose rows are the id and then every column of the entity.
+/// A SELECT whose rows begin with the id and then every column of the entity.
 struct FetchSQL {
   std::string text;
   std::vector<FetchParameter> parameters;

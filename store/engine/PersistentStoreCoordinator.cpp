@@ -27,7 +27,11 @@ std::string planKey(const FetchRequest& request) {
   };
   add(request.entity->number);
   add(request.order ? request.order->column * 2 + (request.order->ascending ? 1 : 0) : ~0ULL);
-  add(request.firstOnly ? 1 : 0);
+  const std::size_t steps = request.order ? request.order->path.size() : 0;
+  add(steps * 2 + (request.firstOnly ? 1 : 0));
+  for (std::size_t i = 0; i < steps; ++i) {
+    add(request.order->path[i]);
+  }
   if (request.predicate == nullptr) {
     return key;
   }

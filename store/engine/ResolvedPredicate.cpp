@@ -86,9 +86,9 @@ class Resolver {
       case ExpressionKind::kArgument:
         return argument(from);
       case ExpressionKind::kKeyPath:
-        return property(from.keyPath, from.position);
+        return resolveKeyPath(from.keyPath, model_, entity_, from.position);
       case ExpressionKind::kKeyArgument:
-        return property(keyOf(from), from.position);
+        return resolveKeyPath(keyOf(from), model_, entity_, from.position);
       case ExpressionKind::kSelf: {
         ResolvedExpression self;
         self.kind = Kind::kSelf;
@@ -162,35 +162,6 @@ class Resolver {
     return std::get<std::string>(value);
   }
 
-  ResolvedExpression property(std::string_view keyPath, std::size_t position) const {
-    ResolvedExpression to;
-    to.kind = Kind::kProperty;
-    const EntityDescription* entity = &entity_;
-    while (true) {
-      const std::size_t dot = keyPath.find('.');
-      const std::string_view name = keyPath.substr(0, dot);
-      const auto column = entity->columnNamed(name);
-      if (!column || name.starts_with('_')) {
-        throw PredicateError("\"" + entity->name + "\" has no \"" + std::string(name) + "\"",
-                             position);
-      }
-      const Column& found = entity->columns[*column];
-      if (dot == std::string_view::npos) {
-        to.column = *column;
-        to.valueClass = classOf(found);
-        to.whole = found.kind == ColumnKind::kAttribute && to.valueClass == ValueClass::kNumber &&
-                   found.type != AttributeType::kDouble;
-        return to;
-      }
-      if (found.kind != ColumnKind::kToOne) {
-        throw PredicateError("\"" + std::string(name) + "\" leads to no object", position);
-      }
-      to.path.push_back(*column);
-      entity = &model_.entity(found.destination);
-      keyPath.remove_prefix(dot + 1);
-    }
-  }
-
   static void check(const PredicateNode& from, const ResolvedPredicate& to) {
     const ResolvedExpression& left = to.sides[0];
     const ResolvedExpression& right = to.sides[1];
@@ -235,11 +206,8 @@ class Resolver {
 
 void addEntities(const ResolvedExpression& expression, const ManagedObjectModel& model,
                  const EntityDescription& entity, std::vector<std::size_t>& entities) {
-  const EntityDescription* at = &entity;
-  for (const std::size_t column : expression.path) {
-    entities.push_back(at->columns[column].destination);
-    at = &model.entity(at->columns[column].destination);
-  }
+  const std::vector<std::size_t> onPath = entitiesOnPath(expression.path, model, entity);
+  entities.insert(entities.end(), onPath.begin(), onPath.end());
   for (const ResolvedExpression& operand : expression.operands) {
     addEntities(operand, model, entity, entities);
   }
@@ -260,6 +228,35 @@ void addEntities(const ResolvedPredicate& predicate, const ManagedObjectModel& m
 ResolvedPredicate resolve(const Predicate& predicate, const ManagedObjectModel& model,
                           const EntityDescription& entity) {
   return Resolver(predicate, model, entity).node(*predicate.root());
+}
+
+ResolvedExpression resolveKeyPath(std::string_view keyPath, const ManagedObjectModel& model,
+                                  const EntityDescription& entity, std::size_t position) {
+  ResolvedExpression to;
+  to.kind = Kind::kProperty;
+  const EntityDescription* at = &entity;
+  while (true) {
+    const std::size_t dot = keyPath.find('.');
+    const std::string_view name = keyPath.substr(0, dot);
+    const auto column = at->columnNamed(name);
+    if (!column || name.starts_with('_')) {
+      throw PredicateError("\"" + at->name + "\" has no \"" + std::string(name) + "\"", position);
+    }
+    const Column& found = at->columns[*column];
+    if (dot == std::string_view::npos) {
+      to.column = *column;
+      to.valueClass = classOf(found);
+      to.whole = found.kind == ColumnKind::kAttribute && to.valueClass == ValueClass::kNumber &&
+                 found.type != AttributeType::kDouble;
+      return to;
+    }
+    if (found.kind != ColumnKind::kToOne) {
+      throw PredicateError("\"" + std::string(name) + "\" leads to no object", position);
+    }
+    to.path.push_back(*column);
+    at = &model.entity(found.destination);
+    keyPath.remove_prefix(dot + 1);
+  }
 }
 
 ManagedValue comparableValue(const PredicateArgument& argument) {
@@ -283,6 +280,18 @@ std::vector<std::size_t> entitiesOnPaths(const ResolvedPredicate& predicate,
                                          const EntityDescription& entity) {
   std::vector<std::size_t> entities;
   addEntities(predicate, model, entity, entities);
+  return entities;
+}
+
+std::vector<std::size_t> entitiesOnPath(const std::vector<std::size_t>& path,
+                                        const ManagedObjectModel& model,
+                                        const EntityDescription& entity) {
+  std::vector<std::size_t> entities;
+  const EntityDescription* at = &entity;
+  for (const std::size_t column : path) {
+    entities.push_back(at->columns[column].destination);
+    at = &model.entity(entities.back());
+  }
   return entities;
 }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "KelvoraCore/Predicate.h"
@@ -47,9 +48,16 @@ ManagedValue comparableValue(const PredicateArgument& argument);
 /// A stored value as predicates compare it: booleans as whole numbers, a not-a-number as nil.
 ManagedValue comparableValue(ManagedValue value);
 
+/// The property that a key path leads to. Throws PredicateError when there is none.
+ResolvedExpression resolveKeyPath(std::string_view keyPath, const ManagedObjectModel& model,
+                                  const EntityDescription& entity, std::size_t position = 0);
+
 /// Entities other than the fetched one whose values decide.
 std::vector<std::size_t> entitiesOnPaths(const ResolvedPredicate& predicate,
                                          const ManagedObjectModel& model,
                                          const EntityDescription& entity);
+std::vector<std::size_t> entitiesOnPath(const std::vector<std::size_t>& path,
+                                        const ManagedObjectModel& model,
+                                        const EntityDescription& entity);
 
 }  // namespace kelvora::engine

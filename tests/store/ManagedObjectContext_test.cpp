@@ -4,6 +4,8 @@
 #include <limits>
 #include <thread>
 
+#include <SQLiteCpp/Database.h>
+
 #include "tests/support/StoreFixture.h"
 
 namespace kelvora {
@@ -83,6 +85,66 @@ TEST_F(ManagedObjectContextTest, FetchesSeeUnsavedChangesOfTheObjectsThatAKeyPat
   EXPECT_THAT(store->fanSensors().value(), ElementsAre(fan));
   category->setType(2);
   EXPECT_THAT(store->fanSensors().value(), IsEmpty());
+}
+
+TEST_F(ManagedObjectContextTest, FetchesAreSortedByWhatAKeyPathLeadsTo) {
+  const auto fan = addCategory(*store, "Fan", 1);
+  const auto temperature = addCategory(*store, "Temperature", 0);
+  addSensor(*store, "t", temperature);
+  addSensor(*store, "f", fan);
+  sensor("bare", view);
+  addSensor(*store, "g", fan);
+  const auto sorted = [&](const char* key, bool ascending) {
+    const auto found =
+        view->objectsOf("Sensor", Predicate("key != 'x'"), SortDescriptor{key, ascending});
+    std::vector<std::string> keys;
+    for (const auto& one : found.value()) {
+      keys.push_back(std::get<std::string>(one->attribute("key")));
+    }
+    return keys;
+  };
+  for (int saved = 0; saved < 2; ++saved) {
+    EXPECT_THAT(sorted("category.name", true), ElementsAre("bare", "f", "g", "t"));
+    EXPECT_THAT(sorted("category.name", false), ElementsAre("t", "f", "g", "bare"));
+    EXPECT_THAT(sorted("category.type", true), ElementsAre("bare", "t", "f", "g"));
+    EXPECT_THAT(sorted("key", false), ElementsAre("t", "g", "f", "bare"));
+    store->saveViewContext();
+  }
+  fan->setName("Ventilator");  // only the category is unsaved
+  EXPECT_THAT(sorted("category.name", true), ElementsAre("bare", "t", "f", "g"));
+  EXPECT_THAT(sorted("category.name", false), ElementsAre("f", "g", "t", "bare"));
+}
+
+TEST_F(ManagedObjectContextTest, ARelationshipIsNoOrder) {
+  for (int unsaved = 0; unsaved < 2; ++unsaved) {
+    for (const char* key : {"category", "category.sensors", "category._id", "name.key", "", ".",
+                            "_category_order", "category."}) {
+      EXPECT_EQ(view->objectsOf("Sensor", std::nullopt, SortDescriptor{key}), std::nullopt) << key;
+    }
+    sensor("a", view);
+  }
+}
+
+TEST_F(ManagedObjectContextTest, TheMembersOfAnOwnerAreSortedAcrossTheBatchesOfTheirIndex) {
+  const auto owner = sensor("owner", view);
+  for (const double x : {2.0, 3.0, 1.0}) {
+    const auto point = store->createGraphPoint();
+    point->setPointX(x);
+    point->setSensor(owner);
+    store->saveViewContext();
+  }
+  SQLite::Database(storePath(), SQLite::OPEN_READWRITE)
+      .exec("UPDATE GraphPoint SET _recent = NULL WHERE pointX = 2");
+  for (const char* key : {"pointX", "sensor.key"}) {
+    const auto points =
+        view->objectsOf("GraphPoint", Predicate("sensor = %@", {owner}), SortDescriptor{key});
+    std::vector<double> times;
+    for (const auto& point : points.value()) {
+      times.push_back(std::get<double>(point->attribute("pointX")));
+    }
+    EXPECT_EQ(times,
+              key[0] == 'p' ? (std::vector<double>{1, 2, 3}) : std::vector<double>({2, 3, 1}));
+  }
 }
 
 TEST_F(ManagedObjectContextTest, FetchesOfWhatIsNotThereAnswerNone) {
