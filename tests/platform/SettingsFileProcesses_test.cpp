@@ -14,6 +14,7 @@
 #include "platform/PropertyListFile.h"
 #include "platform/linux/LinuxUserDefaults.h"
 #include "tests/support/ChildWork.h"
+#include "tests/support/RandomSeed.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::platform {
@@ -102,7 +103,9 @@ TEST(SettingsFileProcesses, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewFile) {
   const auto suite = defaults.suite(kGroup);
   suite->setObject("mine", "kept");
   ASSERT_TRUE(suite->synchronize());
-  std::mt19937 random(5);
+  const unsigned seed = testing::randomSeed();
+  SCOPED_TRACE(testing::seedNote(seed));
+  std::mt19937 random(seed);
   std::int64_t last = 0;
   for (int round = 0; round < 100; ++round) {
     ChildWork writer([&] {

@@ -1,6 +1,7 @@
 #include <random>
 
 #include "store/engine/PredicateEvaluator.h"
+#include "tests/support/RandomSeed.h"
 #include "tests/support/StoreFixture.h"
 
 namespace kelvora {
@@ -77,6 +78,12 @@ class Generator {
     return "%@";
   }
 
+  std::string bits(std::vector<PredicateArgument>& arguments) {
+    const std::string both = std::string(oneOf<const char*>({"whole", "small", "flag"})) +
+                             oneOf<const char*>({" & ", " | "}) + argument(arguments, whole());
+    return oneOf<bool>({true, false}) ? "(" + both + ")" : "((" + both + "))";
+  }
+
   std::string comparison(std::vector<PredicateArgument>& arguments) {
     const std::string ordered = oneOf<const char*>({" = ", " != ", " < ", " <= ", " > ", " >= "});
     const std::string equality = oneOf<const char*>({" = ", " != "});
@@ -98,9 +105,7 @@ class Generator {
       case 4:
         return "bytes" + equality + argument(arguments, bytes());
       case 5:
-        return "(" + std::string(oneOf<const char*>({"whole", "small", "flag"})) +
-               oneOf<const char*>({" & ", " | "}) + argument(arguments, whole()) + ")" + ordered +
-               oneOf<const char*>({"0", "1", "3"});
+        return bits(arguments) + ordered + oneOf<const char*>({"0", "1", "3"});
       case 6: {
         std::string list = numeric + " IN {";
         list += argument(arguments, number()) + ", 1, nil, ";
@@ -126,72 +131,94 @@ class Generator {
   std::mt19937 random_;
 };
 
+// Three contexts on the same values: one that has nothing unsaved and so asks SQL, one that has
+// touched every thing and so judges all of them in memory, and one that has touched the boxes.
 class PredicateAgreementTest : public testing::StoreFixture {
  protected:
-  PredicateAgreementTest() { std::filesystem::create_directories(folder()); }
+  PredicateAgreementTest() {
+    std::filesystem::create_directories(folder());
+    coordinator = std::make_shared<PersistentStoreCoordinator>(engine::modelFromText(kModel),
+                                                               engine::EntityClasses());
+    EXPECT_EQ(coordinator->addStore(storePath(), 1000), std::nullopt);
+    saved = makeContext(coordinator, nullptr, std::make_unique<engine::PrivateContextQueue>());
+    fill();
+    EXPECT_EQ(saved->save(), std::nullopt);
+    touched = saved->newChild();
+    touchedThings = touchAll(*touched, "Thing", "small", ManagedValue(std::int64_t{77}));
+    touchedBehind = saved->newChild();
+    touchedBoxes = touchAll(*touchedBehind, "Box", "size", ManagedValue(std::int64_t{77}));
+  }
+  void fill() {
+    std::vector<ManagedObjectPtr> boxes;
+    for (int i = 0; i < 8; ++i) {
+      boxes.push_back(saved->insertNewObject("Box"));
+      boxes.back()->setAttribute("size", generator.orNil(generator.whole()));
+      boxes.back()->setAttribute("label", generator.orNil(generator.text()));
+    }
+    for (std::size_t i = 0; i < kThings; ++i) {
+      const ManagedObjectPtr thing = saved->insertNewObject("Thing");
+      thing->setAttribute("whole", generator.orNil(generator.whole()));
+      thing->setAttribute("small", ManagedValue(generator.oneOf<std::int64_t>({-1, 0, 1, 255})));
+      thing->setAttribute("real", generator.number());
+      thing->setAttribute("text", generator.orNil(generator.text()));
+      thing->setAttribute("flag", generator.orNil(ManagedValue(generator.below(2) == 1)));
+      thing->setAttribute("day", generator.orNil(generator.day()));
+      thing->setAttribute("bytes", generator.orNil(generator.bytes()));
+      thing->setRelated("box", generator.below(3) == 0 ? nullptr : boxes[generator.below(8)]);
+    }
+  }
+  static std::vector<ManagedObjectPtr> touchAll(ManagedObjectContext& context, const char* entity,
+                                                const char* name, const ManagedValue& other) {
+    std::vector<ManagedObjectPtr> objects = context.objectsOf(entity).value();
+    for (const auto& object : objects) {
+      const ManagedValue before = object->attribute(name);
+      object->setAttribute(name, other);
+      object->setAttribute(name, before);
+      EXPECT_TRUE(object->isUpdated());
+    }
+    return objects;
+  }
+  std::optional<SortDescriptor> order() {
+    const auto key = generator.oneOf<const char*>(
+        {"", "whole", "real", "text", "flag", "day", "bytes", "box.size", "box.label"});
+    return *key == '\0' ? std::nullopt
+                        : std::optional(SortDescriptor{key, generator.below(2) == 0});
+  }
+  static std::optional<std::vector<std::int64_t>> ids(
+      const std::optional<ManagedObjectContext::Objects>& objects) {
+    if (!objects) {
+      return std::nullopt;
+    }
+    std::vector<std::int64_t> ids;
+    for (const auto& object : *objects) {
+      ids.push_back(object->objectID());
+    }
+    return ids;
+  }
+
+  static constexpr std::size_t kThings = 60;
+  const unsigned seed = testing::randomSeed();
+  Generator generator{seed};
+  std::shared_ptr<PersistentStoreCoordinator> coordinator;
+  ManagedObjectContextPtr saved;
+  ManagedObjectContextPtr touched;
+  ManagedObjectContextPtr touchedBehind;
+  std::vector<ManagedObjectPtr> touchedThings;
+  std::vector<ManagedObjectPtr> touchedBoxes;
 };
 
-TEST_F(PredicateAgreementTest, StoredRowsAndObjectsInMemoryAreJudgedAlike) {
-  const auto coordinator = std::make_shared<PersistentStoreCoordinator>(
-      engine::modelFromText(kModel), engine::EntityClasses());
-  ASSERT_EQ(coordinator->addStore(storePath(), 1000), std::nullopt);
-  const auto saved =
-      makeContext(coordinator, nullptr, std::make_unique<engine::PrivateContextQueue>());
-  const unsigned seed =
-      ::testing::UnitTest::GetInstance()->random_seed() == 0
-          ? 1U
-          : static_cast<unsigned>(::testing::UnitTest::GetInstance()->random_seed());
-  Generator generator(seed);
-  std::vector<ManagedObjectPtr> things;
-  std::vector<ManagedObjectPtr> boxes;
-  for (int i = 0; i < 8; ++i) {
-    boxes.push_back(saved->insertNewObject("Box"));
-    boxes.back()->setAttribute("size", generator.orNil(generator.whole()));
-    boxes.back()->setAttribute("label", generator.orNil(generator.text()));
-  }
-  for (int i = 0; i < 60; ++i) {
-    things.push_back(saved->insertNewObject("Thing"));
-    ManagedObject& thing = *things.back();
-    thing.setAttribute("whole", generator.orNil(generator.whole()));
-    thing.setAttribute("small", ManagedValue(generator.oneOf<std::int64_t>({-1, 0, 1, 255})));
-    thing.setAttribute("real", generator.number());
-    thing.setAttribute("text", generator.orNil(generator.text()));
-    thing.setAttribute("flag", generator.orNil(ManagedValue(generator.below(2) == 1)));
-    thing.setAttribute("day", generator.orNil(generator.day()));
-    thing.setAttribute("bytes", generator.orNil(generator.bytes()));
-    thing.setRelated("box", generator.below(3) == 0 ? nullptr : boxes[generator.below(8)]);
-  }
-  ASSERT_EQ(saved->save(), std::nullopt);
-  // A child in which every row is touched, so that all of them are judged in memory.
-  const auto touched = saved->newChild();
-  const auto touchedThings = touched->objectsOf("Thing").value();
-  for (const auto& thing : touchedThings) {
-    const ManagedValue before = thing->attribute("small");
-    thing->setAttribute("small", ManagedValue(std::int64_t{77}));
-    thing->setAttribute("small", before);
-    ASSERT_TRUE(thing->isUpdated());
-  }
+TEST_F(PredicateAgreementTest, StoredRowsAndObjectsInMemoryAreJudgedAndOrderedAlike) {
+  SCOPED_TRACE(testing::seedNote(seed));
   int matched = 0;
   for (int i = 0; i < 3000; ++i) {
     std::vector<PredicateArgument> arguments;
     const std::string format = generator.predicate(arguments, 3);
     const Predicate predicate(format, arguments);
-    const auto inSQL = saved->objectsOf("Thing", predicate);
-    const auto inMemory = touched->objectsOf("Thing", predicate);
-    ASSERT_TRUE(inSQL.has_value() == inMemory.has_value()) << format << " seed " << seed;
-    if (!inSQL) {
-      continue;
-    }
-    std::vector<std::int64_t> sqlIDs;
-    std::vector<std::int64_t> memoryIDs;
-    for (const auto& object : *inSQL) {
-      sqlIDs.push_back(object->objectID());
-    }
-    for (const auto& object : *inMemory) {
-      memoryIDs.push_back(object->objectID());
-    }
-    ASSERT_EQ(sqlIDs, memoryIDs) << format << " seed " << seed;
-    matched += sqlIDs.empty() || sqlIDs.size() == things.size() ? 0 : 1;
+    const auto by = order();
+    const auto inSQL = ids(saved->objectsOf("Thing", predicate, by));
+    ASSERT_EQ(ids(touched->objectsOf("Thing", predicate, by)), inSQL) << format;
+    ASSERT_EQ(ids(touchedBehind->objectsOf("Thing", predicate, by)), inSQL) << format;
+    matched += !inSQL || inSQL->empty() || inSQL->size() == kThings ? 0 : 1;
   }
   EXPECT_GT(matched, 500);
 }

@@ -6,6 +6,7 @@
 #include <SQLiteCpp/Database.h>
 
 #include "tests/store/Peer.h"
+#include "tests/support/RandomSeed.h"
 #include "tests/support/StoreFixture.h"
 
 namespace kelvora {
@@ -61,7 +62,9 @@ TEST_F(StoreProcessesTest, TwoWritersAndTwoReadersLoseNothing) {
 
 TEST_F(StoreProcessesTest, EverySaveThatReturnedSurvivesAKillAtAnyMoment) {
   constexpr int kKills = 100;
-  std::mt19937 random(7);
+  const unsigned seed = testing::randomSeed();
+  SCOPED_TRACE(testing::seedNote(seed));
+  std::mt19937 random(seed);
   makeStore()->viewContext();
   for (int i = 0; i < kKills; ++i) {
     std::filesystem::remove(ledger());
