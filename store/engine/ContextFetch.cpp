@@ -119,9 +119,6 @@ std::optional<ContextState::Objects> ContextState::fetchDirty(const FetchRequest
     }
   }
   sortObjects(request.order, objects);
-  if (request.firstOnly && objects.size() > 1) {
-    objects.resize(1);
-  }
   return objects;
 }
 
@@ -151,7 +148,7 @@ std::optional<ContextState::Objects> ContextState::fetch(std::string_view entity
                                                          const SortDescriptor* sort,
                                                          bool firstOnly) {
   FetchRequest request;
-  request.entity = coordinator_ == nullptr || closed_ ? nullptr : model().entityNamed(entityName);
+  request.entity = coordinator_ == nullptr ? nullptr : model().entityNamed(entityName);
   request.predicate = predicate;
   request.firstOnly = firstOnly;
   if (request.entity == nullptr) {

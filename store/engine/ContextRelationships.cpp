@@ -340,9 +340,6 @@ bool ContextState::setMembers(ManagedObject& owner, std::size_t toMany, const Ob
 
 // One after the other and not by recursion: what goes with an object may lead back to it.
 void ContextState::deleteObject(ManagedObject& object) {
-  if (coordinator_ == nullptr || closed_) {
-    return;
-  }
   Objects doomed{object.shared_from_this()};
   while (!doomed.empty()) {
     const ManagedObjectPtr next = std::move(doomed.back());

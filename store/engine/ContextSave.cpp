@@ -48,9 +48,7 @@ void ContextState::markSaved(const Unsaved& saved, const SaveOutcome& outcome) {
   }
   for (const ManagedObjectPtr& object : saved.objects) {
     object->changed_ = 0;
-    if (object->status_ == Status::kDeleted) {
-      object->gone_ = true;
-    } else {
+    if (object->status_ != Status::kDeleted) {
       object->status_ = Status::kClean;
     }
   }

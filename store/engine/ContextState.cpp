@@ -34,7 +34,7 @@ void ContextState::close() {
 ManagedObjectPtr ContextState::insert(std::string_view entityName) {
   const EntityDescription* entity =
       coordinator_ == nullptr ? nullptr : model().entityNamed(entityName);
-  if (entity == nullptr || closed_) {
+  if (entity == nullptr) {
     return nullptr;
   }
   ManagedObjectPtr made =
@@ -244,7 +244,7 @@ void ContextState::markChanged(ManagedObject& object, std::size_t column, Manage
   ManagedObjectPtr self = object.shared_from_this();
   const std::lock_guard lock(mutex_);
   object.values_[column] = std::move(value);
-  if (closed_ || object.status_ == Status::kDeleted) {
+  if (closed_) {
     return;
   }
   object.changed_ |= std::uint64_t{1} << column;
