@@ -96,11 +96,6 @@ bool PersistentStoreCoordinator::hasStore() const {
   return file_ != nullptr;
 }
 
-std::uint64_t PersistentStoreCoordinator::compiledStatements() const {
-  const std::lock_guard lock(mutex_);
-  return file_ == nullptr ? 0 : file_->compiledStatements();
-}
-
 std::shared_ptr<const PersistentStoreCoordinator::Plan> PersistentStoreCoordinator::makePlan(
     const FetchRequest& request) {
   FetchSQL sql;
@@ -136,6 +131,7 @@ std::shared_ptr<const PersistentStoreCoordinator::Plan> PersistentStoreCoordinat
 
 void PersistentStoreCoordinator::run(PreparedStatement& statement, const EntityDescription& entity,
                                      const RowVisitor& visit) {
+  reads_.fetch_add(1, std::memory_order_relaxed);
   bool any = statement.step();
   noteVersion();
   while (any) {

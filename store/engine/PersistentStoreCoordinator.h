@@ -91,8 +91,8 @@ class PersistentStoreCoordinator {
   /// The same as of the last access.
   std::uint64_t seenVersion() const { return version_.load(std::memory_order_relaxed); }
 
-  /// SQL statements compiled so far, for tests.
-  std::uint64_t compiledStatements() const;
+  /// How often rows were asked of the file so far, for tests.
+  std::uint64_t reads() const { return reads_.load(std::memory_order_relaxed); }
 
  private:
   struct Plan {
@@ -122,6 +122,7 @@ class PersistentStoreCoordinator {
   std::int64_t session_ = 0;
   std::int64_t idsOfSession_ = 0;
   std::atomic<std::uint64_t> version_{0};
+  std::atomic<std::uint64_t> reads_{0};
 };
 
 }  // namespace kelvora::engine

@@ -70,7 +70,6 @@ std::shared_ptr<PreparedStatement> StoreFile::statement(const std::string& sql) 
     statements_.clear();
   }
   auto made = std::make_shared<PreparedStatement>(database_, sql);
-  ++compiled_;
   statements_.emplace(sql, made);
   return made;
 }

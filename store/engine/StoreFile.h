@@ -22,8 +22,6 @@ class StoreFile {
   void execute(const std::string& sql);
   /// The statement of a text, compiled once.
   std::shared_ptr<PreparedStatement> statement(const std::string& sql);
-  /// Statements that were compiled so far.
-  std::uint64_t compiledStatements() const { return compiled_; }
 
   /// Changes with every commit of any connection, as far as the last transaction here has seen.
   std::uint32_t seenVersion();
@@ -38,7 +36,6 @@ class StoreFile {
   SQLite::Database database_;
   std::unordered_map<std::string, std::shared_ptr<PreparedStatement>> statements_;
   std::shared_ptr<PreparedStatement> versionQuery_;
-  std::uint64_t compiled_ = 0;
 };
 
 /// A write transaction: takes the write lock at once, and rolls back unless committed.

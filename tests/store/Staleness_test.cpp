@@ -86,13 +86,81 @@ TEST_F(StalenessTest, AChildFollowsItsParentAndOtherChildren) {
 TEST_F(StalenessTest, AnUnchangedFileIsNotReadAgain) {
   const auto reader = makeStore(0);
   const auto sensor = reader->getSensorByKey("a");
-  EXPECT_EQ(sensor->value(), 1);
-  const auto compiled = reader->persistentStoreCoordinator()->compiledStatements();
+  const auto category = reader->getCategoryWithType(0);
+  const auto members = category->sensors();
+  const auto& coordinator = *reader->persistentStoreCoordinator();
+  const auto before = coordinator.reads();
   for (int i = 0; i < 10; ++i) {
     EXPECT_EQ(sensor->value(), 1);
-    reader->getSensorByKey("a");
+    EXPECT_EQ(category->sensors(), members);
   }
-  EXPECT_EQ(reader->persistentStoreCoordinator()->compiledStatements(), compiled);
+  EXPECT_EQ(coordinator.reads(), before);
+}
+
+TEST_F(StalenessTest, AnUnchangedParentIsNotReadAgain) {
+  const auto reader = makeStore(0);
+  reader->getSensorByKey("a")->setName("unsaved");
+  const auto child = reader->newContext();
+  const auto sensor = reader->getSensorByKey("a", child);
+  EXPECT_EQ(sensor->name(), "unsaved");
+  const auto before = reader->persistentStoreCoordinator()->reads();
+  EXPECT_EQ(sensor->name(), "unsaved");
+  EXPECT_EQ(sensor->value(), 1);
+  EXPECT_EQ(reader->persistentStoreCoordinator()->reads(), before);
+}
+
+TEST_F(StalenessTest, WhatAFetchBringsIsNotReadOnceMore) {
+  const auto reader = makeStore(0);
+  const auto sensor = reader->getSensorByKey("a");
+  write(2);
+  const auto before = reader->persistentStoreCoordinator()->reads();
+  EXPECT_EQ(reader->getSensorByKey("a")->value(), 2);
+  EXPECT_EQ(reader->persistentStoreCoordinator()->reads(), before + 1);
+}
+
+TEST_F(StalenessTest, AListOnceReadStaysThoughNobodyHoldsItsMembers) {
+  const auto reader = makeStore(-1);
+  const auto category = reader->getCategoryWithType(0);
+  EXPECT_EQ(category->sensors().size(), 1U);
+  writer->createSensorWithKey("b", writer->viewContext())
+      ->setCategory(writer->getCategoryWithType(0));
+  writer->saveViewContext();
+  EXPECT_EQ(category->sensors().size(), 1U);
+  reader->viewContext()->refreshAllObjects();
+  EXPECT_EQ(category->sensors().size(), 2U);
+}
+
+TEST_F(StalenessTest, AListFollowsTheFileThoughItsMembersAreHeld) {
+  const auto reader = makeStore(0);
+  const auto category = reader->getCategoryWithType(0);
+  const auto members = category->sensors();
+  writer->createSensorWithKey("b", writer->viewContext())
+      ->setCategory(writer->getCategoryWithType(0));
+  writer->saveViewContext();
+  EXPECT_EQ(category->sensors().size(), 2U);
+}
+
+TEST_F(StalenessTest, AChildsOwnChangesStandOverWhatItsParentInsertedAndChanges) {
+  const auto reader = makeStore(0);
+  const auto mine = reader->createSensorWithKey("new", reader->viewContext());
+  const auto child = reader->newContext();
+  const auto childs = reader->getSensorByKey("new", child);
+  childs->setValue(5);
+  mine->setValue(4);
+  mine->setName("parent");
+  EXPECT_EQ(childs->name(), "parent");
+  EXPECT_EQ(childs->value(), 5);
+}
+
+TEST_F(StalenessTest, AChildLeadsNoMoreToWhatItsParentDeleted) {
+  const auto reader = makeStore(0);
+  const auto child = reader->newContext();
+  const auto point = reader->createGraphPointInContext(child);
+  const auto childs = reader->getSensorByKey("a", child);
+  point->setSensor(childs);
+  EXPECT_EQ(point->sensor(), childs);
+  reader->viewContext()->deleteObject(reader->getSensorByKey("a"));
+  EXPECT_EQ(point->sensor(), nullptr);
 }
 
 TEST_F(StalenessTest, AnIntervalCountsFromTheReading) {
