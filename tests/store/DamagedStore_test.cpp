@@ -96,5 +96,31 @@ TEST_F(DamagedStoreTest, MembersOnceReadStandWhileTheFileCannotBeRead) {
   }
 }
 
+TEST_F(DamagedStoreTest, AMemberFoundGoneIsNotAmongThoseOnceRead) {
+  const auto store = makeStore();
+  const auto category = store->getCategoryWithType(0);
+  const auto held = category->sensors().front();
+  execute("DELETE FROM Sensor WHERE key = 'a'");
+  held->setValue(1);
+  store->saveViewContext();
+  execute("ALTER TABLE Sensor RENAME TO Hidden");
+  EXPECT_EQ(category->sensors().size(), 1U);
+}
+
+TEST_F(DamagedStoreTest, AReferenceToARowThatIsNotThereLeadsNowhere) {
+  execute("DELETE FROM Category");
+  const auto store = makeStore();
+  const auto sensor = store->getSensorByKey("a");
+  EXPECT_EQ(sensor->category(), nullptr);
+  EXPECT_EQ(store->viewContext()->objectsOf("Sensor", Predicate("category.name = nil"))->size(),
+            2U);
+}
+
+TEST_F(DamagedStoreTest, AFileWithoutTheMarkIsNoStore) {
+  execute("PRAGMA application_id = 0");
+  EXPECT_EQ(makeStore()->allSensors(), std::nullopt);
+  execute("PRAGMA application_id = 0x4B566F73");
+  EXPECT_EQ(makeStore()->allSensors()->size(), 2U);
+}
 }  // namespace
 }  // namespace kelvora

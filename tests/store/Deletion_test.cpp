@@ -149,5 +149,24 @@ TEST_F(DeletionTest, ADeletedOwnerAnswersNoMembers) {
   EXPECT_THAT(makeStore()->allSensors().value(), IsEmpty());
 }
 
+TEST_F(DeletionTest, ADeletedObjectStillAnswersItsValues) {
+  const auto sensor = store->createSensorWithKey("TC0P", view);
+  store->saveViewContext();
+  view->refreshAllObjects();
+  view->deleteObject(sensor);
+  EXPECT_EQ(sensor->key(), "TC0P");
+}
+
+TEST_F(DeletionTest, AnObjectOfAnotherContextStandsForItsRow) {
+  const auto sensor = store->createSensorWithKey("TC0P", view);
+  store->saveViewContext();
+  const auto child = store->newContext();
+  const auto childs = store->getSensorByKey("TC0P", child);
+  view->deleteObject(childs);
+  EXPECT_TRUE(sensor->isDeleted());
+  EXPECT_FALSE(childs->isDeleted());
+  store->saveViewContext();
+  EXPECT_THAT(makeStore()->allSensors().value(), IsEmpty());
+}
 }  // namespace
 }  // namespace kelvora

@@ -244,6 +244,16 @@ TEST_F(KVCoreDataStoreTest, RefreshingTheViewContextRunsLaterOnTheMainQueue) {
   EXPECT_EQ(sensor->key(), "TC0P");
 }
 
+TEST_F(KVCoreDataStoreTest, WithoutAGroupContainerThereIsNoStore) {
+  testing::wrapPort<testing::ForwardingFiles>(platform->ports().files).onGroupContainer =
+      [](const std::string&) { return std::nullopt; };
+  const auto store = makeStore();
+  EXPECT_EQ(store->applicationDocumentsDirectory(), "");
+  ASSERT_NE(store->viewContext(), nullptr);
+  EXPECT_FALSE(store->persistentStoreCoordinator()->hasStore());
+  EXPECT_EQ(store->allSensors(), std::nullopt);
+}
+
 class KVCoreDataStoreWithoutModel : public KVCoreDataStoreTest,
                                     public ::testing::WithParamInterface<const char*> {};
 

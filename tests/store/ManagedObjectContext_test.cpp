@@ -2,6 +2,7 @@
 #include <cmath>
 #include <future>
 #include <limits>
+#include <stdexcept>
 #include <thread>
 
 #include <SQLiteCpp/Database.h>
@@ -299,9 +300,11 @@ TEST_F(ManagedObjectContextTest, AnObjectOutlivesItsContext) {
   auto object = sensor("a", view);
   auto child = store->newContext();
   const auto childs = store->getSensorByKey("a", child);
+  store->createGraphPoint()->setSensor(object);
   EXPECT_EQ(childs->key(), "a");
   child.reset();
   EXPECT_EQ(childs->key(), "a");
+  EXPECT_THAT(childs->members("graphPoints"), IsEmpty());
   EXPECT_EQ(childs->managedObjectContext(), nullptr);
   childs->setValue(3);
   view.reset();
@@ -333,22 +336,63 @@ TEST_F(ManagedObjectContextTest, ANotANumberComesBackFromTheFile) {
 
 TEST_F(ManagedObjectContextTest, WorkOfAPrivateQueueRunsInOrder) {
   const auto child = store->newContext();
-  std::vector<int> order;
-  child->perform([&] { order.push_back(1); });
-  child->perform([&] { order.push_back(2); });
-  child->performAndWait([&] {
-    order.push_back(3);
-    child->performAndWait([&] { order.push_back(4); });
+  for (int round = 0; round < 50; ++round) {
+    std::vector<int> order;
+    child->performAndWait([&] { order.push_back(0); });
+    child->perform([&] { order.push_back(1); });
+    child->perform([&] { order.push_back(2); });
+    child->performAndWait([&] {
+      order.push_back(3);
+      child->performAndWait([&] { order.push_back(4); });
+    });
+    EXPECT_THAT(order, ElementsAre(0, 1, 2, 3, 4));
+  }
+}
+
+TEST_F(ManagedObjectContextTest, WorkForLaterMayBeAskedForByManyThreads) {
+  const auto child = store->newContext();
+  int ran = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < 250; ++i) {
+        child->perform([&] { ++ran; });
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  child->performAndWait([&] { EXPECT_EQ(ran, 1000); });
+}
+
+TEST_F(ManagedObjectContextTest, WhatWorkThrowsReachesWhoWaitsForIt) {
+  const auto child = store->newContext();
+  EXPECT_THROW(child->performAndWait([] { throw std::runtime_error("private"); }),
+               std::runtime_error);
+  bool ran = false;
+  child->performAndWait([&] { ran = true; });
+  EXPECT_TRUE(ran);
+  std::atomic<bool> ended{false};
+  std::thread worker([&] {
+    EXPECT_THROW(view->performAndWait([] { throw std::runtime_error("main"); }),
+                 std::runtime_error);
+    ended = true;
   });
-  EXPECT_THAT(order, ElementsAre(1, 2, 3, 4));
+  while (!ended) {
+    platform->mainQueue().runPending();
+  }
+  worker.join();
 }
 
 TEST_F(ManagedObjectContextTest, WorkMayHoldTheLastHandleOfItsContext) {
-  auto child = store->newContext();
-  std::promise<void> done;
-  child->perform([held = child, &done]() mutable { done.set_value(); });
-  child.reset();
-  done.get_future().wait();
+  for (int i = 0; i < 50; ++i) {
+    auto child = store->newContext();
+    std::promise<void> done;
+    child->perform([held = child, &done]() mutable { done.set_value(); });
+    child.reset();
+    done.get_future().wait();
+  }
 }
 
 TEST_F(ManagedObjectContextTest, TheViewContextRunsItsWorkOnTheMainThread) {

@@ -112,5 +112,29 @@ TEST_F(MigrationTest, ChangedIndexesAndRulesKeepTheFileOpen) {
   EXPECT_TRUE(open(kOld)->hasStore());
 }
 
+TEST_F(MigrationTest, IndexesThatTheModelHasNoMoreAreDropped) {
+  constexpr const char* kIndexed = R"({"entities": [
+    {"name": "Sensor", "attributes": [{"name": "key", "type": "String"}], "indexes": [["key"]]}]})";
+  const auto indexes = [this] {
+    return SQLite::Database(storePath())
+        .execAndGet("SELECT count(*) FROM sqlite_master WHERE name = 'Sensor_key'")
+        .getInt();
+  };
+  writeWith(kIndexed);
+  EXPECT_EQ(indexes(), 1);
+  EXPECT_TRUE(open(kOld)->hasStore());
+  EXPECT_EQ(indexes(), 0);
+  EXPECT_TRUE(open(kIndexed)->hasStore());
+  EXPECT_EQ(indexes(), 1);
+}
+
+TEST_F(MigrationTest, OnlyANumberThatMustBeThereReadsAsNotANumberWithoutAValue) {
+  constexpr const char* kNumbers = R"({"entities": [
+    {"name": "Sensor", "attributes": [
+      {"name": "key", "type": "String"}, {"name": "maybe", "type": "Double"}]}]})";
+  writeWith(kNumbers);
+  const auto context = contextOn(open(kNumbers));
+  EXPECT_EQ(context->objectOf("Sensor", std::nullopt)->attribute("maybe"), ManagedValue());
+}
 }  // namespace
 }  // namespace kelvora

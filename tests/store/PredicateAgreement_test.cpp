@@ -13,13 +13,16 @@ constexpr const char* kModel = R"({"entities": [
   {"name": "Box", "attributes": [{"name": "size", "type": "Int64"},
                                  {"name": "label", "type": "String"}],
    "relationships": [{"name": "things", "destination": "Thing", "inverse": "box",
+                      "toMany": true},
+                     {"name": "spares", "destination": "Thing", "inverse": "spareBox",
                       "toMany": true}]},
   {"name": "Thing", "attributes": [
      {"name": "whole", "type": "Int64"}, {"name": "small", "type": "Int16"},
      {"name": "real", "type": "Double"}, {"name": "text", "type": "String"},
      {"name": "flag", "type": "Boolean"}, {"name": "day", "type": "Date"},
      {"name": "bytes", "type": "Binary"}],
-   "relationships": [{"name": "box", "destination": "Box", "inverse": "things"}]}]})";
+   "relationships": [{"name": "box", "destination": "Box", "inverse": "things"},
+                     {"name": "spareBox", "destination": "Box", "inverse": "spares"}]}]})";
 
 // Values that lie near each other, so that comparisons are decided by the rules and not by chance.
 class Generator {
@@ -87,8 +90,9 @@ class Generator {
   std::string comparison(std::vector<PredicateArgument>& arguments) {
     const std::string ordered = oneOf<const char*>({" = ", " != ", " < ", " <= ", " > ", " >= "});
     const std::string equality = oneOf<const char*>({" = ", " != "});
-    const std::string numeric = oneOf<const char*>({"whole", "small", "real", "flag", "box.size"});
-    const std::string textual = oneOf<const char*>({"text", "box.label"});
+    const std::string numeric =
+        oneOf<const char*>({"whole", "small", "real", "flag", "box.size", "spareBox.size"});
+    const std::string textual = oneOf<const char*>({"text", "box.label", "spareBox.label"});
     switch (below(10)) {
       case 0:
         return numeric + ordered + oneOf<const char*>({"whole", "real", "small", "1", "2.5"});
@@ -164,7 +168,9 @@ class PredicateAgreementTest : public testing::StoreFixture {
       thing->setAttribute("flag", generator.orNil(ManagedValue(generator.below(2) == 1)));
       thing->setAttribute("day", generator.orNil(generator.day()));
       thing->setAttribute("bytes", generator.orNil(generator.bytes()));
-      thing->setRelated("box", generator.below(3) == 0 ? nullptr : boxes[generator.below(8)]);
+      for (const char* box : {"box", "spareBox"}) {
+        thing->setRelated(box, generator.below(3) == 0 ? nullptr : boxes[generator.below(8)]);
+      }
     }
   }
   static std::vector<ManagedObjectPtr> touchAll(ManagedObjectContext& context, const char* entity,
@@ -179,8 +185,9 @@ class PredicateAgreementTest : public testing::StoreFixture {
     return objects;
   }
   std::optional<SortDescriptor> order() {
-    const auto key = generator.oneOf<const char*>(
-        {"", "whole", "real", "text", "flag", "day", "bytes", "box.size", "box.label"});
+    const auto key =
+        generator.oneOf<const char*>({"", "whole", "real", "text", "flag", "day", "bytes",
+                                      "box.size", "box.label", "spareBox.size", "spareBox.label"});
     return *key == '\0' ? std::nullopt
                         : std::optional(SortDescriptor{key, generator.below(2) == 0});
   }

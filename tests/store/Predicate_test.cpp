@@ -108,6 +108,10 @@ TEST_F(PredicateTest, ComparesTexts) {
   EXPECT_THAT(match("key LIKE 'T?0*'"), ElementsAre("TC0P", "TG0P"));
   EXPECT_THAT(match("key MATCHES 'T[A-C].+'"), ElementsAre("TC0P"));
   EXPECT_THAT(match("key MATCHES '('"), IsEmpty());
+  EXPECT_THAT(match("key MATCHES 'tc.+'"), IsEmpty());
+  EXPECT_THAT(match("key MATCHES[c] 'tc.+'"), ElementsAre("TC0P"));
+  store->getSensorByKey("bare")->setName("two\nlines");
+  EXPECT_THAT(match("name LIKE 'two*lines'"), ElementsAre("bare"));
 }
 
 TEST_F(PredicateTest, TestsMembership) {
@@ -121,6 +125,32 @@ TEST_F(PredicateTest, TestsMembership) {
   EXPECT_THAT(match("SELF = %@", {sensor}), ElementsAre("0"));
   EXPECT_THAT(match("NOT SELF IN %@", {PredicateArgument::List{sensor}}).size(), 3);
   EXPECT_THAT(match("category = %@", {sensor->category()}), ElementsAre("0"));
+}
+
+TEST_F(PredicateTest, OneTextServesArgumentsOfEveryKind) {
+  EXPECT_THAT(match("name == %@", {"gpu"}), ElementsAre("TG0P"));
+  EXPECT_THAT(match("name == %@", {nullptr}), ElementsAre("bare"));
+  EXPECT_THAT(match("name == %@", {1}), ElementsAre("<none>"));
+  EXPECT_THAT(match("%K = %@", {"key", "0"}), ElementsAre("0"));
+  EXPECT_THAT(match("%K = %@", {"name", "gpu"}), ElementsAre("TG0P"));
+  const Predicate twoMatch("key BEGINSWITH 'T'");
+  EXPECT_NE(store->sensorWhere(twoMatch, store->viewContext()), nullptr);
+  EXPECT_EQ(store->viewContext()->objectsOf("Sensor", twoMatch)->size(), 2U);
+}
+
+TEST_F(PredicateTest, TheEnginesOwnColumnsAreNoAttributes) {
+  EXPECT_THAT(match("_category_order > 0"), ElementsAre("<none>"));
+  EXPECT_THAT(match("_id > 0"), ElementsAre("<none>"));
+}
+
+TEST_F(PredicateTest, ANumberSignLeadsANameThatIsAKeyword) {
+  EXPECT_THAT(match("#value > 65"), ElementsAre("TG0P", "0"));
+  EXPECT_THAT(match("#nil = 1"), ElementsAre("<none>"));
+}
+
+TEST_F(PredicateTest, AHostilePatternEndsWithoutAMatch) {
+  EXPECT_FALSE(engine::textMatches(engine::TextOperation::kMatches, {},
+                                   std::string(2000, 'a') + "b", "(a+)+"));
 }
 
 TEST_F(PredicateTest, ValuesNeverBecomePartOfTheStatement) {
@@ -167,7 +197,8 @@ INSTANTIATE_TEST_SUITE_P(
                       BadText{"a BETWEEN {1}", 10}, BadText{"a..b = 1", 0}, BadText{"a = 1.2.3", 4},
                       BadText{"a =[x] 'b'", 4}, BadText{"a IN {1, 2", 10}, BadText{"a <[c] 'b'", 4},
                       BadText{"((a)", 4}, BadText{"((a)) = 1)", 9}, BadText{"((a = 1) = 1)", 9},
-                      BadText{"()", 1}, BadText{"((a) b = 1)", 5}, BadText{"(a + 1) = 2", 3}));
+                      BadText{"()", 1}, BadText{"@count = 1", 0}, BadText{"((a) b = 1)", 5},
+                      BadText{"(a + 1) = 2", 3}));
 
 TEST(Predicate, NestingIsBounded) {
   EXPECT_THROW(Predicate(std::string(100000, '(')), PredicateError);

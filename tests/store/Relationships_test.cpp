@@ -96,6 +96,12 @@ TEST_F(RelationshipsTest, TwoProgramsThatAppendKeepTheOrderOfTheirSaves) {
   other->saveViewContext();
   store->saveViewContext();
   EXPECT_THAT(reopened(), ElementsAre("a", "b", "c"));
+  category->addToSensors(sensor("saved later"));
+  other->getCategoryWithType(0)->addToSensors(
+      other->createSensorWithKey("saved first", other->viewContext()));
+  other->saveViewContext();
+  store->saveViewContext();
+  EXPECT_THAT(reopened(), ElementsAre("a", "b", "c", "saved first", "saved later"));
 }
 
 TEST_F(RelationshipsTest, AppendingReadsNoMemberHoweverManyThereAre) {
@@ -229,5 +235,41 @@ TEST_F(RelationshipsTest, WhatAChildAppendedFirstComesFirstInMemoryAsInTheFile) 
   EXPECT_THAT(reopened(), ElementsAre("a", "b", "c"));
 }
 
+TEST_F(RelationshipsTest, SettingWhatStandsIsNoChange) {
+  const auto a = sensor("a");
+  category->setSensors({a, sensor("b")});
+  store->saveViewContext();
+  a->setCategory(category);
+  category->setSensors({a, sensor("b")});
+  EXPECT_FALSE(view->hasChanges());
+  EXPECT_THAT(reopened(), ElementsAre("a", "b"));
+}
+
+TEST_F(RelationshipsTest, AMemberThatAChildMovesLeavesItsListThoughNobodyHoldsIt) {
+  category->addToSensors(sensor("a"));
+  const auto fan = addCategory(*store, "Fan", 1);
+  store->saveViewContext();
+  EXPECT_EQ(category->sensors().size(), 1U);
+  const auto child = store->newContext();
+  const auto childs = store->getSensorByKey("a", child);
+  childs->setCategory(std::dynamic_pointer_cast<KVCategory>(child->objectFor(fan)));
+  EXPECT_EQ(child->save(), std::nullopt);
+  EXPECT_THAT(category->sensors(), IsEmpty());
+  EXPECT_THAT(testing::keysOf(fan->sensors()), ElementsAre("a"));
+}
+
+TEST_F(RelationshipsTest, AListStaysInMemoryWhenOneOfItsMembersIsDeleted) {
+  const auto a = sensor("a");
+  auto b = sensor("b");
+  category->setSensors({a, b});
+  store->saveViewContext();
+  EXPECT_THAT(category->sensors(), ElementsAre(a, b));
+  view->deleteObject(b);
+  store->saveViewContext();
+  b.reset();
+  const auto before = store->persistentStoreCoordinator()->reads();
+  EXPECT_THAT(category->sensors(), ElementsAre(a));
+  EXPECT_EQ(store->persistentStoreCoordinator()->reads(), before);
+}
 }  // namespace
 }  // namespace kelvora

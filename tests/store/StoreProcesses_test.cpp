@@ -121,5 +121,21 @@ TEST_F(StoreProcessesTest, ProgramsThatCreateTheFileAtTheSameTimeShareIt) {
   EXPECT_EQ(makeStore()->allSensors()->size(), static_cast<std::size_t>(kPrograms));
 }
 
+TEST_F(StoreProcessesTest, ObjectsMadeWhileTheFileIsLockedHaveIdsOfTheirOwn) {
+  const auto first = makeStore(-1, 50);
+  const auto second = makeStore(-1, 50);
+  first->viewContext();
+  second->viewContext();
+  Peer holder({"hold", storePath()});
+  ASSERT_EQ(holder.line(), "locked");
+  const auto a = first->createSensorWithKey("a", first->viewContext());
+  const auto b = second->createSensorWithKey("b", second->viewContext());
+  EXPECT_NE(a->objectID(), b->objectID());
+  holder.endInput();
+  EXPECT_EQ(holder.wait(), 0);
+  first->saveViewContext();
+  second->saveViewContext();
+  EXPECT_EQ(makeStore()->allSensors()->size(), 2U);
+}
 }  // namespace
 }  // namespace kelvora
