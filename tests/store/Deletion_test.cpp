@@ -150,11 +150,13 @@ TEST_F(DeletionTest, ADeletedOwnerAnswersNoMembers) {
 }
 
 TEST_F(DeletionTest, ADeletedObjectStillAnswersItsValues) {
-  const auto sensor = store->createSensorWithKey("TC0P", view);
-  store->saveViewContext();
-  view->refreshAllObjects();
-  view->deleteObject(sensor);
-  EXPECT_EQ(sensor->key(), "TC0P");
+  const auto child = store->newContext();
+  const auto childs = store->createSensorWithKey("TC0P", child);
+  child->saveRecursively();
+  const auto fault = view->objectFor(childs);
+  EXPECT_TRUE(fault->isFault());
+  view->deleteObject(fault);
+  EXPECT_EQ(fault->attribute("key"), ManagedValue(std::string("TC0P")));
 }
 
 TEST_F(DeletionTest, AnObjectOfAnotherContextStandsForItsRow) {

@@ -15,7 +15,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
 
 class ManagedObjectContextTest : public testing::StoreFixture {
  protected:
@@ -353,6 +352,7 @@ TEST_F(ManagedObjectContextTest, WorkForLaterMayBeAskedForByManyThreads) {
   const auto child = store->newContext();
   int ran = 0;
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&] {
       for (int i = 0; i < 250; ++i) {
@@ -371,7 +371,7 @@ TEST_F(ManagedObjectContextTest, WhatWorkThrowsReachesWhoWaitsForIt) {
   EXPECT_THROW(child->performAndWait([] { throw std::runtime_error("private"); }),
                std::runtime_error);
   bool ran = false;
-  child->performAndWait([&] { ran = true; });
+  std::thread([&] { child->performAndWait([&] { ran = true; }); }).join();
   EXPECT_TRUE(ran);
   std::atomic<bool> ended{false};
   std::thread worker([&] {

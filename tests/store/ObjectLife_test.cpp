@@ -41,6 +41,7 @@ TEST_F(ObjectLifeTest, AChangeAfterTheContextIsGoneKeepsNothingAlive) {
 
 TEST_F(ObjectLifeTest, AnObjectWhoseContextIsGoneFollowsTheFileNoMore) {
   sensor("a")->setValue(1);
+  store->createGraphPoint()->setSensor(sensor("a"));
   store->saveViewContext();
   const auto reader = makeStore(0);
   auto child = reader->newContext();
@@ -49,6 +50,7 @@ TEST_F(ObjectLifeTest, AnObjectWhoseContextIsGoneFollowsTheFileNoMore) {
   store->getSensorByKey("a")->setValue(2);
   store->saveViewContext();
   EXPECT_EQ(object->value(), 1);
+  EXPECT_THAT(object->graphPoints(), IsEmpty());
 }
 
 TEST_F(ObjectLifeTest, AChildOfAContextThatIsGoneKeepsItsChangesAndSavesNoFurther) {

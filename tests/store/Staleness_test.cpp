@@ -97,6 +97,16 @@ TEST_F(StalenessTest, AnUnchangedFileIsNotReadAgain) {
   EXPECT_EQ(coordinator.reads(), before);
 }
 
+TEST_F(StalenessTest, AListReadAfterACommitIsNotReadAgain) {
+  const auto reader = makeStore(0);
+  const auto category = reader->getCategoryWithType(0);
+  write(2);
+  const auto members = category->sensors();
+  const auto before = reader->persistentStoreCoordinator()->reads();
+  EXPECT_EQ(category->sensors(), members);
+  EXPECT_EQ(reader->persistentStoreCoordinator()->reads(), before);
+}
+
 TEST_F(StalenessTest, AnUnchangedParentIsNotReadAgain) {
   const auto reader = makeStore(0);
   reader->getSensorByKey("a")->setName("unsaved");

@@ -137,5 +137,17 @@ TEST_F(StoreProcessesTest, ObjectsMadeWhileTheFileIsLockedHaveIdsOfTheirOwn) {
   second->saveViewContext();
   EXPECT_EQ(makeStore()->allSensors()->size(), 2U);
 }
+TEST_F(StoreProcessesTest, TheFileIsKeptSoThatACommitOutlivesItsProcess) {
+  std::filesystem::create_directories(folder());
+  engine::StoreFile file(storePath(), 1000);
+  const auto pragma = [&](const char* name) {
+    return file.database().execAndGet(std::string("PRAGMA ") + name).getString();
+  };
+  EXPECT_EQ(pragma("journal_mode"), "wal");
+  EXPECT_EQ(pragma("synchronous"), "1");
+  EXPECT_EQ(pragma("page_size"), "1024");
+  EXPECT_EQ(pragma("wal_autocheckpoint"), "16384");
+}
+
 }  // namespace
 }  // namespace kelvora

@@ -43,13 +43,13 @@ class StoreFixture : public ::testing::Test {
                                              KVCoreDataStore::Options{busyTimeoutMs});
   }
   KVCategoryPtr addCategory(KVCoreDataStore& store, const std::string& name, std::int16_t type) {
-    const auto category = store.createOrUpdateCategoryWithName(name, store.viewContext());
+    auto category = store.createOrUpdateCategoryWithName(name, store.viewContext());
     category->setType(type);
     return category;
   }
   KVSensorPtr addSensor(KVCoreDataStore& store, const std::string& key,
                         const KVCategoryPtr& category, std::int16_t sourceType = 0) {
-    const auto sensor = store.createSensorWithKey(key, store.viewContext());
+    auto sensor = store.createSensorWithKey(key, store.viewContext());
     sensor->setSourceType(sourceType);
     sensor->setCategory(category);
     return sensor;
@@ -62,6 +62,7 @@ class StoreFixture : public ::testing::Test {
 template <typename T>
 std::vector<std::string> keysOf(const std::vector<std::shared_ptr<T>>& sensors) {
   std::vector<std::string> keys;
+  keys.reserve(sensors.size());
   for (const auto& sensor : sensors) {
     keys.push_back(sensor->key());
   }
