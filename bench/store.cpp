@@ -1,5 +1,6 @@
 // The store beside bare SQLite statements that do the same on the same file system with the same
 // pragmas, in the same run.
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -267,6 +268,29 @@ void printMemory() {
               used(), objects, fixture.store->viewContext()->state()->registeredObjects());
 }
 
+// Nothing of this is saved: a large deletion stays in memory for a while.
+void printDeletion() {
+  Fixture& fixture = Fixture::shared();
+  constexpr int kTimed = 20;
+  constexpr int kBetween = 300;
+  int next = 0;
+  const auto millisecondsToDelete = [&](int count) {
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < count; ++i) {
+      fixture.store->viewContext()->deleteObject(fixture.sensors[static_cast<std::size_t>(next++)]);
+    }
+    const std::chrono::duration<double, std::milli> taken =
+        std::chrono::steady_clock::now() - start;
+    return taken.count() / count;
+  };
+  const double first = millisecondsToDelete(kTimed);
+  millisecondsToDelete(kBetween);
+  const double last = millisecondsToDelete(kTimed);
+  std::printf("\nDeletion of a sensor with 1,800 points and more\n");
+  std::printf("  %.1f ms at first, %.1f ms after 300 others: %.2f (goal: at most 2)\n", first, last,
+              last / first);
+}
+
 int run(int argc, char** argv) {
   benchmark::RegisterBenchmark("saveInStore", saveInStore);
   benchmark::RegisterBenchmark("insertWithIndex", insertWithIndex);
@@ -289,6 +313,7 @@ int run(int argc, char** argv) {
   benchmark::RunSpecifiedBenchmarks(&reporter);
   printBytes();
   printMemory();
+  printDeletion();
   return 0;
 }
 

@@ -43,14 +43,28 @@ std::optional<FetchOrder> resolvedOrder(const SortDescriptor& sort, const Manage
 
 }  // namespace
 
-ContextState::DirtyRows ContextState::dirtyRows(std::size_t entity) const {
-  DirtyRows rows = parent_ == nullptr ? DirtyRows() : parent_->dirtyRows(entity);
-  const std::lock_guard lock(mutex_);
-  for (const auto& [id, object] : pending_[entity]) {
-    bool& deleted = rows[id];
-    deleted = deleted || object->status_ == Status::kDeleted;
+DirtyRows ContextState::dirtyRows(std::size_t entity) const {
+  DirtyRows rows(pending_[entity], mutex_);
+  if (parent_ != nullptr) {
+    parent_->addDirtyRows(rows, entity);
   }
   return rows;
+}
+
+void ContextState::addDirtyRows(DirtyRows& rows, std::size_t entity) const {
+  if (parent_ != nullptr) {
+    parent_->addDirtyRows(rows, entity);
+  }
+  const std::lock_guard lock(mutex_);
+  rows.add(pending_[entity]);
+}
+
+bool ContextState::isDirty(std::size_t entity) const {
+  if (parent_ != nullptr && parent_->isDirty(entity)) {
+    return true;
+  }
+  const std::lock_guard lock(mutex_);
+  return !pending_[entity].empty();
 }
 
 ManagedObjectPtr ContextState::objectOfRow(const EntityDescription& entity, const RowCursor& row) {
@@ -74,7 +88,7 @@ std::optional<ContextState::Objects> ContextState::fetchClean(const FetchRequest
 
 bool ContextState::anyDirty(const std::vector<std::size_t>& entities) const {
   return std::any_of(entities.begin(), entities.end(),
-                     [this](std::size_t number) { return !dirtyRows(number).empty(); });
+                     [this](std::size_t number) { return isDirty(number); });
 }
 
 // The store answers for the rows that nobody here has touched; the others are judged in memory.
@@ -107,10 +121,8 @@ std::optional<ContextState::Objects> ContextState::fetchDirty(const FetchRequest
   if (judgesAll) {
     unjudged.swap(objects);
   }
-  for (const auto& [id, deleted] : dirty) {
-    if (!deleted) {
-      unjudged.push_back(object(*request.entity, id));
-    }
+  for (const std::int64_t id : dirty.live()) {
+    unjudged.push_back(object(*request.entity, id));
   }
   for (const ManagedObjectPtr& candidate : unjudged) {
     willRead(*candidate);

@@ -170,7 +170,8 @@ ContextState::Objects ContextState::loadMembers(ManagedObject& owner, std::size_
   ManagedObject::Members& cache = membersCache(owner, toMany);
   // A list once read stays, even when the objects on it were let go and are read again.
   const bool keepsList = cache.loaded && stalenessSeconds_ < 0;
-  const DirtyRows dirty = chainHasChanges() ? dirtyRows(destination.number) : DirtyRows();
+  const DirtyRows dirty = dirtyRows(destination.number);
+  const bool isClean = dirty.empty();
   Objects objects;
   objects.reserve(cache.ids.size());
   std::uint64_t stamp = this->stamp();
@@ -179,7 +180,7 @@ ContextState::Objects ContextState::loadMembers(ManagedObject& owner, std::size_
                                             if (objects.empty()) {
                                               stamp = this->stamp();
                                             }
-                                            if (!dirty.contains(row.id())) {
+                                            if (isClean || !dirty.contains(row.id())) {
                                               objects.push_back(objectOfRow(destination, row));
                                             }
                                           });
@@ -219,10 +220,7 @@ ContextState::Objects ContextState::knownMembers(const EntityDescription& entity
 void ContextState::addDirtyMembers(ManagedObject& owner, const ToMany& toMany,
                                    const DirtyRows& dirty, Objects& members) {
   const EntityDescription& destination = model().entity(toMany.destination);
-  for (const auto& [id, deleted] : dirty) {
-    if (deleted) {
-      continue;
-    }
+  for (const std::int64_t id : dirty.live()) {
     ManagedObjectPtr member = object(destination, id);
     if (wholeNumber(read(*member, toMany.inverseColumn)) == owner.id_ && isLive(*member)) {
       members.push_back(std::move(member));
@@ -374,12 +372,10 @@ void ContextState::deleteOne(const ManagedObjectPtr& object, Objects& doomed) {
 
 void ContextState::markDeleted(const ManagedObjectPtr& object) {
   const std::lock_guard lock(mutex_);
-  auto& pending = pending_[object->entity_->number];
-  if (object->status_ == Status::kInserted) {
-    pending.erase(object->id_);
-    --pendingCount_;
-  } else if (pending.emplace(object->id_, object).second) {
-    ++pendingCount_;
+  UnsavedObjects& pending = pending_[object->entity_->number];
+  pending.changed.erase(object->id_);
+  if (object->status_ != Status::kInserted) {
+    pending.deleted.emplace(object->id_, object);
   }
   object->status_ = Status::kDeleted;
   ++changeCount_;

@@ -11,10 +11,11 @@ ContextState::Unsaved ContextState::unsaved() const {
   Unsaved unsaved;
   {
     const std::lock_guard lock(mutex_);
-    unsaved.objects.reserve(pendingCount_);
-    for (const auto& entity : pending_) {
-      for (const auto& [id, object] : entity) {
-        unsaved.objects.push_back(object);
+    for (const UnsavedObjects& entity : pending_) {
+      for (const auto* objects : {&entity.changed, &entity.deleted}) {
+        for (const auto& [id, object] : *objects) {
+          unsaved.objects.push_back(object);
+        }
       }
     }
   }
@@ -52,8 +53,7 @@ void ContextState::markSaved(const Unsaved& saved, const SaveOutcome& outcome) {
       object->status_ = Status::kClean;
     }
   }
-  pending_.swap(dropped);
-  pendingCount_ = 0;
+  std::swap_ranges(pending_.begin(), pending_.end(), dropped.begin());
   ++changeCount_;
 }
 
@@ -143,7 +143,7 @@ void ContextState::absorbInsert(const RowChange& change) {
     mine->loaded_ = true;
     mine->gone_ = false;
     mine->status_ = Status::kInserted;
-    pendingCount_ += pending_[change.entity->number].emplace(change.id, mine).second ? 1 : 0;
+    pending_[change.entity->number].changed.emplace(change.id, mine);
     ++changeCount_;
   }
   for (std::size_t i = 0; i < change.entity->columns.size(); ++i) {

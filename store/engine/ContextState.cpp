@@ -1,5 +1,6 @@
 #include "store/engine/ContextState.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -27,8 +28,7 @@ void ContextState::close() {
   closed_ = true;
   decltype(pending_) dropped(pending_.size());
   const std::lock_guard lock(mutex_);
-  pending_.swap(dropped);
-  pendingCount_ = 0;
+  std::swap_ranges(pending_.begin(), pending_.end(), dropped.begin());
 }
 
 ManagedObjectPtr ContextState::insert(std::string_view entityName) {
@@ -44,8 +44,7 @@ ManagedObjectPtr ContextState::insert(std::string_view entityName) {
   made->status_ = Status::kInserted;
   enroll(made);
   const std::lock_guard lock(mutex_);
-  pending_[entity->number].emplace(made->id_, made);
-  ++pendingCount_;
+  pending_[entity->number].changed.emplace(made->id_, made);
   ++changeCount_;
   return made;
 }
@@ -122,7 +121,8 @@ std::size_t ContextState::registeredObjects() const {
 
 bool ContextState::hasChanges() const {
   const std::lock_guard lock(mutex_);
-  return pendingCount_ != 0;
+  return std::any_of(pending_.begin(), pending_.end(),
+                     [](const UnsavedObjects& entity) { return !entity.empty(); });
 }
 
 bool ContextState::chainHasChanges() const {
@@ -207,11 +207,11 @@ ContextState::Overlay ContextState::overlayOf(const EntityDescription& entity,
 void ContextState::addToOverlay(Overlay& overlay, const EntityDescription& entity,
                                 std::int64_t id) const {
   const std::lock_guard lock(mutex_);
-  const auto found = pending_[entity.number].find(id);
-  if (found == pending_[entity.number].end()) {
+  const ManagedObject* found = pending_[entity.number].find(id);
+  if (found == nullptr) {
     return;
   }
-  const ManagedObject& object = *found->second;
+  const ManagedObject& object = *found;
   overlay.deleted = overlay.deleted || object.status_ == Status::kDeleted;
   overlay.inserted = overlay.inserted || object.status_ == Status::kInserted;
   const std::uint64_t columns =
@@ -251,8 +251,7 @@ void ContextState::markChanged(ManagedObject& object, std::size_t column, Manage
   ++changeCount_;
   if (object.status_ == Status::kClean) {
     object.status_ = Status::kUpdated;
-    pending_[object.entity_->number].emplace(object.id_, std::move(self));
-    ++pendingCount_;
+    pending_[object.entity_->number].changed.emplace(object.id_, std::move(self));
   }
 }
 

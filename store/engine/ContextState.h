@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -21,6 +20,7 @@
 #include "store/engine/ManagedObjectModel.h"
 #include "store/engine/PersistentStoreCoordinator.h"
 #include "store/engine/ResolvedPredicate.h"
+#include "store/engine/UnsavedRows.h"
 
 namespace kelvora::engine {
 
@@ -93,8 +93,6 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
     std::uint64_t columns = 0;
     std::vector<ManagedValue> values;
   };
-  /// Rows with unsaved changes here or in a parent, by id; true when deleted.
-  using DirtyRows = std::map<std::int64_t, bool>;
   struct Unsaved {
     std::vector<RowChange> changes;
     Objects objects;
@@ -113,7 +111,9 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   void addToOverlay(Overlay& overlay, const EntityDescription& entity, std::int64_t id) const;
   void markChanged(ManagedObject& object, std::size_t column, ManagedValue value);
   bool chainHasChanges() const;
+  bool isDirty(std::size_t entity) const;
   DirtyRows dirtyRows(std::size_t entity) const;
+  void addDirtyRows(DirtyRows& rows, std::size_t entity) const;
   ManagedObjectPtr objectOfRow(const EntityDescription& entity, const RowCursor& row);
 
   static bool isLive(const ManagedObject& object);
@@ -158,9 +158,8 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   std::atomic<std::uint64_t> changeCount_{0};
 
   mutable std::mutex mutex_;  // guards what follows, and the values of objects in pending_
-  std::vector<std::unordered_map<std::int64_t, Registered>> registry_;       // by entity
-  std::vector<std::unordered_map<std::int64_t, ManagedObjectPtr>> pending_;  // by entity
-  std::size_t pendingCount_ = 0;
+  std::vector<std::unordered_map<std::int64_t, Registered>> registry_;  // by entity
+  std::vector<UnsavedObjects> pending_;                                 // by entity
 };
 
 /// A root (no parent) or a child; a child starts with its parent's staleness interval.

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "KelvoraCore/ManagedObject.h"
+
+namespace kelvora::engine {
+
+/// The objects of one entity that a context has changed since its last save, by id. Deleted ones
+/// stand apart, so that the others are found without looking through a large deletion.
+struct UnsavedObjects {
+  using ByID = std::unordered_map<std::int64_t, ManagedObjectPtr>;
+
+  ByID changed;  ///< inserted or updated
+  ByID deleted;
+
+  bool empty() const { return changed.empty() && deleted.empty(); }
+  bool contains(std::int64_t id) const { return changed.contains(id) || deleted.contains(id); }
+  /// Null when the object has no unsaved changes.
+  const ManagedObject* find(std::int64_t id) const;
+};
+
+/// The rows of one entity that the file does not tell the truth about: a context or one of its
+/// parents has changed them. The parents' are those of the moment when this was made, before the
+/// file is read; the context's own, of which there may be very many, are looked up where they are.
+class DirtyRows {
+ public:
+  /// `mutex` guards `own`, which is changed from elsewhere only when the context ends.
+  DirtyRows(const UnsavedObjects& own, std::mutex& mutex) : own_(own), mutex_(mutex) {}
+
+  /// Adds a parent's, the root's first.
+  void add(const UnsavedObjects& parents);
+
+  bool empty() const;
+  bool contains(std::int64_t id) const;
+  /// The ids of those that nobody has deleted, ascending.
+  std::vector<std::int64_t> live() const;
+
+ private:
+  const UnsavedObjects& own_;
+  std::mutex& mutex_;
+  std::map<std::int64_t, bool> inParents_;  // true: deleted
+};
+
+}  // namespace kelvora::engine
