@@ -231,6 +231,7 @@ TEST(SMCText, TurnsAKeysTextBackIntoFourBytes) {
   EXPECT_EQ(bytes("TC0PX"), std::string("TC0P\0", 5));
   EXPECT_EQ(bytes("T"), std::string("T\0\0\0\0", 5));
   EXPECT_EQ(bytes("\u00b0\u00ff\u0100\U0001f600x"), std::string("\xb0\xff??\0", 5));
+  EXPECT_EQ(bytes("\U0001f600ab\U0001f600c"), std::string("?ab?\0", 5));
   EXPECT_EQ(bytes("a\x80"), std::string("a?\0\0\0", 5));
 }
 

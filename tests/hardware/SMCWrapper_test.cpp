@@ -338,25 +338,39 @@ TEST(SMCWrapper, ReadsTheKeysThatItsListWasReplacedWithAndSkipsThoseThatAreNoSen
   EXPECT_EQ(wrapper.getAllSensorKeys().size(), 4U);
 }
 
-TEST(SMCWrapper, SurvivesADelegateThatReplacesTheListDuringAReading) {
-  class Replacing : public SMCWrapperDelegate {
-   public:
-    explicit Replacing(SMCWrapper& wrapper) : wrapper_(wrapper) {}
-    void smcReadValueFailedWithError(const std::string&) override {
-      wrapper_.setCachedAllSensorKeys(std::vector<std::string>(100, "TC0P"));
-    }
+// Replaces the list of keys when it hears of a failure.
+class Replacing : public SMCWrapperDelegate {
+ public:
+  Replacing(SMCWrapper& wrapper, std::vector<std::string> keys)
+      : wrapper_(wrapper), keys_(std::move(keys)) {}
+  void smcReadValueFailedWithError(const std::string&) override {
+    wrapper_.setCachedAllSensorKeys(keys_);
+  }
 
-   private:
-    SMCWrapper& wrapper_;
-  };
+ private:
+  SMCWrapper& wrapper_;
+  std::vector<std::string> keys_;
+};
+
+TEST(SMCWrapper, SurvivesADelegateThatReplacesTheListDuringAReading) {
   installSMC(smallMac());
   SMCWrapper wrapper;
-  const auto delegate = std::make_shared<Replacing>(wrapper);
+  const auto delegate = std::make_shared<Replacing>(wrapper, std::vector<std::string>(100, "TC0P"));
   wrapper.setDelegate(delegate);
   wrapper.setCachedAllSensorKeys({"TX0x", "TC0P", "TC0P"});
   for (const SensorPtr& sensor : wrapper.getAllSensors()) {
     EXPECT_TRUE(sensor->type == SensorTypeFan || sensor->key == "TC0P");
   }
+}
+
+TEST(SMCWrapper, EndsAReadingWithTheListThatADelegateShortens) {
+  ForwardingSMC& smc = installSMC(smallMac());
+  SMCWrapper wrapper;
+  const auto delegate = std::make_shared<Replacing>(wrapper, std::vector<std::string>{});
+  wrapper.setDelegate(delegate);
+  wrapper.setCachedAllSensorKeys({"TX0x", "TC0P", "TC0P"});
+  EXPECT_EQ(wrapper.getAllSensors().size(), 2U) << "the fans";
+  EXPECT_EQ(smc.calls().back().key, packedKey("TX0x"));
 }
 
 TEST(SMCWrapper, ReportsAReadThatFailed) {
@@ -386,6 +400,21 @@ TEST(SMCWrapper, ReportsAConversionThatFailedWithTypeAndSize) {
   EXPECT_THAT(messages->all, ElementsAre("SMC convert (TX0x) failed: val:hex_ size-2",
                                          "SMC convert (TY0y) failed: val:ui8 size-1",
                                          "SMC convert (TZ0z) failed: val:\u00b0C\u00ff  size-3"));
+}
+
+TEST(SMCWrapper, ReportsASizeThatNoRealKeyHasAsASignedNumber) {
+  ForwardingSMC& smc = installSMC({});
+  smc.setOverride([](const SMCCallRecord&, ForwardingSMC::Output output) {
+    SMCParamRecord reply;
+    reply.keyInfo = {0xffffffff, packedKey("hex_"), 0, {}};
+    std::memcpy(output.data(), &reply, sizeof reply);
+    return std::optional<platform::KernelStatus>(0);
+  });
+  SMCWrapper wrapper;
+  const auto messages = std::make_shared<Messages>();
+  wrapper.setDelegate(messages);
+  EXPECT_EQ(wrapper.rawValueByKey("HUGE"), std::nullopt);
+  EXPECT_THAT(messages->all, ElementsAre("SMC convert (HUGE) failed: val:hex_ size--1"));
 }
 
 TEST(SMCWrapper, ReportsATextKeyWithoutBytesAsFailedReadButReadsANumberKeyWithoutBytesAsZero) {

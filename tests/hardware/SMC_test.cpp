@@ -271,6 +271,28 @@ TEST(SMCKeyInfo, OfTheKeyOfFourNULsIsNotTakenForAnEmptyPlaceOfTheCache) {
   EXPECT_EQ(smc.count(9), 2);
 }
 
+// Keys whose place would be the last one of the cache's index: all but the first stand elsewhere.
+TEST(SMCKeyInfo, OfKeysThatSpreadToOnePlaceIsKeptForEach) {
+  constexpr char kKeys[][5] = {"TmBx", "Toux", "To9x", "Tq0x", "TIUx", "TKLx", "TMCx", "TQ1x"};
+  std::vector<platform::RecordedSMCKey> keys;
+  std::uint8_t attributes = 0;
+  for (const char(&key)[5] : kKeys) {
+    keys.push_back(smcKey(key, "ui8 ", {0}));
+    keys.back().attributes = ++attributes;
+  }
+  ForwardingSMC& smc = installSMC(keys);
+  ASSERT_EQ(SMCOpen(), 0U);
+  for (int round = 0; round < 2; ++round) {
+    for (const platform::RecordedSMCKey& key : keys) {
+      SMCKeyInfo info;
+      ASSERT_EQ(SMCGetKeyInfo(key.key, &info), 0U);
+      EXPECT_EQ(info.dataAttributes, key.attributes);
+    }
+  }
+  EXPECT_EQ(smc.count(9), static_cast<int>(keys.size()));
+  EXPECT_EQ(SMCKeyInfoCacheAccess().count(), static_cast<int>(keys.size()));
+}
+
 TEST(SMCKeyInfo, IsAskedForByOneThreadAtATime) {
   ForwardingSMC& smc = installSMC({});
   ASSERT_EQ(SMCOpen(), 0U);
@@ -361,6 +383,21 @@ TEST(SMCReadKey, KeepsSizeAndTypeWhenThePayloadCannotBeRead) {
   EXPECT_EQ(value.dataSize, 2U);
   EXPECT_STREQ(value.dataType, "sp78");
   EXPECT_EQ(value.bytes[0], 0);
+}
+
+TEST(SMCReadKey, TakesNoPayloadOutOfTheReplyOfACallThatFailed) {
+  ForwardingSMC& smc = installSMC({smcKey("TC0P", "sp78", {0x28, 0x80})});
+  ASSERT_EQ(SMCOpen(), 0U);
+  smc.setOverride(
+      [](const SMCCallRecord& call, ForwardingSMC::Output output) -> std::optional<KernelStatus> {
+        if (call.command != 5) return std::nullopt;
+        std::fill(output.begin(), output.end(), std::byte{0xaa});
+        return kIOReturnError;
+      });
+  SMCValueRecord value;
+  EXPECT_EQ(SMCReadKey("TC0P", &value), kIOReturnError);
+  EXPECT_TRUE(std::all_of(std::begin(value.bytes), std::end(value.bytes),
+                          [](std::uint8_t byte) { return byte == 0; }));
 }
 
 TEST(SMCReadKey, DoesNotExamineTheResultByte) {
