@@ -101,6 +101,19 @@ TEST_F(DataManager, AGeneratedDatasetLeavesAChosenMainSensor) {
   EXPECT_EQ(manager->mainSensor(), chosen);
 }
 
+TEST_F(DataManager, AGeneratedDatasetReplacesAMainSensorThatIsGone) {
+  const KVSensorPtr first = add("TB0T");
+  suite->setObject("KVMainSensor", "gone");
+  announceDataset();
+  EXPECT_EQ(manager->mainSensor(), first);
+}
+
+TEST_F(DataManager, AGeneratedDatasetOfAnEmptyTemperatureCategoryChoosesNothing) {
+  addCategory(manager->coreDataStore(), "Temperature", kTemperature);
+  announceDataset();
+  EXPECT_EQ(suite->object("KVMainSensor"), std::nullopt);
+}
+
 TEST_F(DataManager, AGeneratedDatasetWithoutTemperaturesChoosesNothing) {
   announceDataset();
   EXPECT_EQ(suite->object("KVMainSensor"), std::nullopt);
@@ -145,6 +158,10 @@ TEST_F(DataManager, TheDropdownFirstShowsTwoItemsAndEveryCategory) {
   addCategory(manager->coreDataStore(), "A", 0);
   EXPECT_EQ(manager->dropdownItems(),
             (Items{{"main_sensor", true}, {"fan_control", true}, {"A", true}, {"B", true}}));
+  EXPECT_EQ(
+      manager->value(settingOf(KVSettingID::kDropdownItems)),
+      PropertyListValue(Array{Dictionary{{"main_sensor", true}}, Dictionary{{"fan_control", true}},
+                              Dictionary{{"A", true}}, Dictionary{{"B", true}}}));
   EXPECT_EQ(suite->object("KVDropdownItemsKey"), std::nullopt);
 }
 

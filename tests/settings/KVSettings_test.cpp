@@ -236,6 +236,15 @@ TEST_F(Settings, TypedAccessorsReadAndWriteTheirOwnKeys) {
   EXPECT_EQ(suite_->object("KVFileLoggingSensorsKey"), PropertyListValue(Array{"TC0P", "TG0P"}));
 }
 
+TEST_F(Settings, SensorsThatNobodyChoseToSeeAreHiddenButComputedOnesShown) {
+  EXPECT_FALSE(settings_.showUnknownSensors());
+  EXPECT_FALSE(settings_.showHIDSensors());
+  EXPECT_TRUE(settings_.showComputedSensors());
+  EXPECT_FALSE(suite_->object("KVShowUnknownSensorsKey"));
+  EXPECT_FALSE(suite_->object("KVShowHIDSensorsKey"));
+  EXPECT_FALSE(suite_->object("KVShowComputedSensorsKey"));
+}
+
 TEST_F(Settings, OpenAtLoginIsFalseWrittenBackAndCanBeCleared) {
   EXPECT_FALSE(settings_.openAtLogin());
   EXPECT_EQ(suite_->object("KVOpenAtLogin"), PropertyListValue(false));
@@ -249,8 +258,10 @@ TEST_F(Settings, OpenAtLoginIsFalseWrittenBackAndCanBeCleared) {
 TEST_F(Settings, NumbersAndBooleansStandForEachOther) {
   suite_->setObject("KVTempUnitCelsius", 0);
   EXPECT_FALSE(settings_.tempUnitCelsius());
+  EXPECT_EQ(settings_.value(settingOf(KVSettingID::kTempUnitCelsius)), PropertyListValue(false));
   suite_->setObject("KVUpdateFrequencyKey", 1.0);
   EXPECT_EQ(settings_.updateFrequency(), 1);
+  EXPECT_EQ(settings_.value(settingOf(KVSettingID::kUpdateFrequency)), PropertyListValue(1));
   suite_->setObject("KVFanValueTypeKey", true);
   EXPECT_EQ(settings_.fanValueType(), 1);
 }
@@ -265,8 +276,8 @@ TEST_F(Settings, AListWithAnotherKindOfElementIsOfAnotherType) {
 }
 
 TEST_F(Settings, TheUpdateIntervalFollowsTheFrequency) {
-  const std::vector<std::pair<int, double>> intervals{
-      {0, 2.0}, {1, 5.0}, {2, 10.0}, {7, 2.0}, {-1, 2.0}};
+  const std::vector<std::pair<int, double>> intervals{{0, 2.0}, {1, 5.0}, {2, 10.0},
+                                                      {3, 2.0}, {7, 2.0}, {-1, 2.0}};
   for (const auto& [frequency, seconds] : intervals) {
     settings_.setUpdateFrequency(frequency);
     EXPECT_EQ(settings_.updateInterval(), seconds) << frequency;
