@@ -49,7 +49,7 @@ class Parser {
   void fail(const char* what) {
     if (failure_.empty()) {
       int line = 1;
-      for (std::int32_t at = 0; at < at_ && at < text_.length(); ++at) {
+      for (std::int32_t at = 0; at < at_; ++at) {
         line += text_.charAt(at) == u'\n' ? 1 : 0;
       }
       failure_ = "line " + std::to_string(line) + ": " + what;

@@ -40,6 +40,8 @@ TEST_F(Error, AMessageOfItsOwnIsKeptAndAMissingOneIsTheGeneralOne) {
   mac_.addStrings("en", "\"general-error-alert-message\" = \"Something went wrong.\";");
   EXPECT_EQ(KVError::errorWithCode(4, "mine", mac_.settings, *mac_.platform).localizedDescription(),
             "mine");
+  EXPECT_EQ(KVError::errorWithCode(4, "", mac_.settings, *mac_.platform).localizedDescription(),
+            "");
   const KVError general = KVError::errorWithCode(4, std::nullopt, mac_.settings, *mac_.platform);
   EXPECT_EQ(general.code, 4);
   EXPECT_EQ(general.localizedDescription(), "Something went wrong.");

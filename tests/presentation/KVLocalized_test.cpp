@@ -1,8 +1,12 @@
 #include "KelvoraCore/KVLocalized.h"
 
+#include <atomic>
 #include <filesystem>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tests/support/SomeMac.h"
 
@@ -55,9 +59,45 @@ TEST_F(Localized, AKeyThatIsMissingFromTheTableComesBack) {
   EXPECT_EQ(textIn("de", ""), "");
 }
 
+TEST_F(Localized, ATextThatTheTableLeavesEmptyIsEmpty) {
+  mac_.addStrings("fr", "\"category-fan-name\" = \"\";");
+  EXPECT_EQ(textIn("fr", "category-fan-name"), "");
+}
+
 TEST_F(Localized, AFolderWithoutATableGivesTheKey) {
   std::filesystem::create_directories(mac_.resources.path("fr.lproj"));
   EXPECT_EQ(textIn("fr", "category-fan-name"), "category-fan-name");
+}
+
+TEST_F(Localized, ATableThatIsNoFileCountsAsEmptyAndIsNotWaitedFor) {
+  std::filesystem::create_directories(mac_.resources.path("fr.lproj"));
+  ASSERT_EQ(mkfifo(mac_.resources.path("fr.lproj/Localizable.strings").c_str(), 0600), 0);
+  EXPECT_EQ(textIn("fr", "category-fan-name"), "category-fan-name");
+}
+
+TEST_F(Localized, TextsAreLookedUpOnAnyThread) {
+  constexpr int kThreads = 4;
+  constexpr int kLanguages = 60;
+  const auto language = [](int thread, int number) {
+    return "x" + std::to_string(thread * kLanguages + number);
+  };
+  for (int number = 0; number < kThreads * kLanguages; ++number) {
+    mac_.addStrings(language(0, number), "a = b;");
+  }
+  std::atomic<int> right = 0;
+  std::vector<std::thread> threads;
+  threads.reserve(kThreads);
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([&, thread] {
+      for (int number = 0; number < kLanguages; ++number) {
+        right += textIn(language(thread, number), "a") == "b" ? 1 : 0;
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(right, kThreads * kLanguages);
 }
 
 TEST_F(Localized, ADamagedTableCountsAsEmptyAndIsLoggedOnce) {

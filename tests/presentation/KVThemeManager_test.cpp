@@ -34,11 +34,15 @@ TEST_F(Theme, OnlyTheTextDarkIsDark) {
 TEST_F(Theme, ASystemThemeChangeTellsEveryProgramExactlyOncePerManager) {
   const KVThemeManager manager(*mac_.platform);
   EXPECT_TRUE(posts().empty());
+  const auto& added = mac_.centres.distributedCentre.added;
+  ASSERT_EQ(added.size(), 1U);
+  EXPECT_EQ(added[0].behavior, platform::SuspensionBehavior::kDefault);
   changeSystemTheme();
   ASSERT_EQ(posts().size(), 1U);
   EXPECT_EQ(posts()[0].notification.name, "KVThemeDidChangeNotification");
   EXPECT_FALSE(posts()[0].notification.object);
   EXPECT_FALSE(posts()[0].notification.userInfo);
+  EXPECT_FALSE(posts()[0].deliverImmediately);
   const KVThemeManager another(*mac_.platform);
   changeSystemTheme();
   EXPECT_EQ(posts().size(), 3U);

@@ -35,6 +35,14 @@ TEST(StringsTable, EntriesStandBetweenCommentsOfBothKinds) {
       (StringsTable{{"category-fan-name", "Fans"}, {"Temp-%@", "%@ Temperature"}, {"a", "b"}}));
 }
 
+TEST(StringsTable, ACommentsOwnStarDoesNotEndIt) {
+  EXPECT_EQ(parse("/*/ a = b; */ c = d;").table, (StringsTable{{"c", "d"}}));
+}
+
+TEST(StringsTable, AnEscapeTakesNoMoreDigitsThanItsOwn) {
+  EXPECT_EQ(parse(R"("a" = "\U00e9ab \1011";)").table, (StringsTable{{"a", "\u00e9ab A1"}}));
+}
+
 TEST(StringsTable, EscapesGiveTheirCharacters) {
   const auto reading = parse(R"("a" = "1\n2\t3\"4\\5\r\a\b\f\v\'\q";
 "b" = "\U00e9\u00E9 \U4e2d \UD83C\UDF21 \101\0601"; 'c' = 'it\'s "so"';)");
@@ -95,6 +103,7 @@ TEST(StringsTable, AFaultNamesItsLine) {
   EXPECT_EQ(parse("a = b;\n/* c").failure, "line 2: a comment does not end");
   EXPECT_EQ(parse("a = ;").failure, "line 1: a text expected");
   EXPECT_EQ(parse("= b;").failure, "line 1: a text expected");
+  EXPECT_EQ(parse("é = b;").failure, "line 1: a text expected");
   EXPECT_EQ(parse("a = { b = c; };").failure, "line 1: a text expected");
   EXPECT_EQ(parse("a = \"b\\").failure, "line 1: a text does not end");
   EXPECT_FALSE(parse("a = ;").table);
