@@ -93,7 +93,12 @@ TEST_F(KelvoraDoctor, OnANarrowTerminalAdviceIsBrokenAtItsBlanks) {
   EXPECT_THAT(report(80),
               HasSubstr(indent + "log in to a desktop session, or start the programs\n" + indent +
                         "under dbus-run-session\n"));
-  EXPECT_THAT(report(20), HasSubstr(indent + "log\n" + indent + "in\n")) << "narrower than a word";
+  const std::string underTheName(8, ' ');
+  EXPECT_THAT(report(40), HasSubstr("hint    session bus\n" + underTheName));
+  EXPECT_THAT(report(40), HasSubstr(underTheName + "log in to a desktop session, or\n" +
+                                    underTheName + "start the programs under\n"));
+  EXPECT_THAT(report(10), HasSubstr(underTheName + "log\n" + underTheName + "in\n"))
+      << "narrower than a word";
   EXPECT_THAT(doctor().standardOutput,
               HasSubstr(indent + "log in to a desktop session, or start the programs under dbus"));
 }

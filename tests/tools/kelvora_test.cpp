@@ -80,6 +80,14 @@ TEST(Kelvora, WrongUsageIsOneLineAndStatusTwo) {
   expectUsageError(runKelvora({"machines", "--machine", "iMac19,1"}), "--machine");
 }
 
+TEST(Kelvora, WrongUsagePointsAtTheHelpOfTheCommandThatWasNamed) {
+  expectUsageError(runKelvora({"sensor"}), "(see kelvora --help)");
+  expectUsageError(runKelvora({"sensors", "--jason"}), "(see kelvora sensors --help)");
+  expectUsageError(runKelvora({"settings", "frob"}), "(see kelvora settings --help)");
+  expectUsageError(runKelvora({"settings", "set", "tempUnitCelsius"}),
+                   "(see kelvora settings set --help)");
+}
+
 TEST(Kelvora, AnUnknownMachineIsNamed) {
   expectUsageError(runKelvora({"sensors", "--machine", "MacPro3,1"}), "MacPro3,1");
 }

@@ -15,6 +15,8 @@ namespace {
 
 constexpr std::size_t kStateWidth = 8;
 constexpr std::size_t kNameWidth = 21;
+// Below this the texts stand under their check's name.
+constexpr std::size_t kLeastTextWidth = 24;
 
 const char* stateName(CheckState state) {
   switch (state) {
@@ -36,12 +38,13 @@ Json jsonCheck(const Check& check) {
 }
 
 std::string textOf(const Check& check, const Style& style, std::size_t columns) {
-  const std::string state = fitted(stateName(check.state), kStateWidth);
-  const std::string indent(kStateWidth + kNameWidth, ' ');
+  const bool isNarrow = columns != 0 && columns < kStateWidth + kNameWidth + kLeastTextWidth;
+  const std::string indent(isNarrow ? kStateWidth : kStateWidth + kNameWidth, ' ');
   const std::size_t width = columns == 0 ? 0 : std::max(columns, indent.size() + 1) - indent.size();
-  std::string start = (check.state == CheckState::kBroken ? style.heading(state) : state) +
-                      fitted(check.name, kNameWidth);
-  std::string text;
+  const std::string state = fitted(stateName(check.state), kStateWidth);
+  std::string text = check.state == CheckState::kBroken ? style.heading(state) : state;
+  text += isNarrow ? check.name + "\n" : fitted(check.name, kNameWidth);
+  std::string start = isNarrow ? indent : "";
   for (const std::string& line : wrapped(printable(check.finding), width)) {
     text += std::exchange(start, indent) + line + "\n";
   }

@@ -114,6 +114,16 @@ int fail(const std::string& line, int status) {
   return status;
 }
 
+// "kelvora settings set --help", of the command that was named so far.
+std::string helpOf(const CLI::App& app) {
+  std::string command = app.get_name();
+  for (const CLI::App* named = &app; !named->get_subcommands().empty();) {
+    named = named->get_subcommands().front();
+    command += " " + named->get_name();
+  }
+  return command + " --help";
+}
+
 int showHelp(const CLI::App& app, const CLI::ParseError& request) {
   app.exit(request);
   return std::cout.flush() ? kelvora::tool::kExitSuccess
@@ -140,7 +150,8 @@ int main(int argc, char** argv) {
     if (error.get_exit_code() == 0) {
       return showHelp(app, error);
     }
-    return fail(std::string(error.what()) + " (see kelvora --help)", kelvora::tool::kExitUsage);
+    return fail(std::string(error.what()) + " (see " + helpOf(app) + ")",
+                kelvora::tool::kExitUsage);
   } catch (const kelvora::tool::CommandError& error) {
     return fail(error.what(), error.status);
   } catch (const std::exception& error) {
