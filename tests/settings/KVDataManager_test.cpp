@@ -229,6 +229,7 @@ TEST_F(DataManager, TheSharedManagerIsMadeOnceInTheModeThatWasSetUp) {
   platform::Platform::install(std::move(platform));
   KVDataManager::setupWithAppMode(1);
   std::vector<std::thread> threads;
+  threads.reserve(4);
   std::atomic<int> others = 0;
   KVDataManager& shared = KVDataManager::shared();
   for (int i = 0; i < 4; ++i) {

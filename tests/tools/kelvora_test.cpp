@@ -16,12 +16,10 @@ namespace kelvora::testing {
 namespace {
 
 using nlohmann::json;
-using ::testing::Combine;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
-using ::testing::Values;
 
 class MachineText {
  public:
