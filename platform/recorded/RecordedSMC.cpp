@@ -1,7 +1,5 @@
 #include "platform/recorded/RecordedSMC.h"
 
-#include <algorithm>
-
 namespace kelvora::platform {
 
 using Layout = SMCRecordLayout;
@@ -10,9 +8,7 @@ RecordedSMC::RecordedSMC(std::optional<std::vector<RecordedSMCKey>> keys)
     : hasService_(keys.has_value()) {
   if (keys) keys_ = std::move(*keys);
   indexByKey_.reserve(keys_.size());
-  for (std::size_t i = 0; i < keys_.size(); ++i) indexByKey_.emplace_back(keys_[i].key, i);
-  // By key, then by index: of a key that is listed twice, the first is found.
-  std::sort(indexByKey_.begin(), indexByKey_.end());
+  for (std::size_t i = 0; i < keys_.size(); ++i) indexByKey_.emplace(keys_[i].key, i);
 }
 
 std::vector<SMCWrite> RecordedSMC::writes() const {
@@ -63,10 +59,8 @@ void RecordedSMC::write(RecordedSMCKey& key, const Request& request, Reply& repl
 }
 
 RecordedSMCKey* RecordedSMC::find(std::uint32_t key) {
-  const auto found =
-      std::lower_bound(indexByKey_.begin(), indexByKey_.end(), std::pair(key, std::size_t{0}));
-  if (found == indexByKey_.end() || found->first != key) return nullptr;
-  return &keys_[found->second];
+  const auto found = indexByKey_.find(key);
+  return found == indexByKey_.end() ? nullptr : &keys_[found->second];
 }
 
 }  // namespace kelvora::platform

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <utility>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/SoftwareSMC.h"
@@ -38,7 +38,7 @@ class RecordedSMC : public SoftwareSMC {
 
   bool hasService_;
   std::vector<RecordedSMCKey> keys_;
-  std::vector<std::pair<std::uint32_t, std::size_t>> indexByKey_;  // sorted
+  std::unordered_map<std::uint32_t, std::size_t> indexByKey_;  // the first of each key
   std::vector<SMCWrite> writes_;
 };
 
