@@ -6,9 +6,9 @@
 
 namespace kelvora {
 
-/// Runs work in order, one piece at a time, away from the caller's thread. Any thread may queue;
-/// destruction waits for what is queued. A binary never holds two implementations, so each system
-/// has a source of its own.
+/// Runs work in order, one piece at a time, on a thread of its own, which starts with the first
+/// work. Any thread may queue; destruction waits for what is queued. A binary never holds two
+/// implementations, so each system has a source of its own.
 class KVSerialQueue {
  public:
   /// `label` names the queue to debuggers (on Linux its first 15 bytes name the thread), e.g.

@@ -24,9 +24,11 @@ struct KVSerialQueue::Implementation {
   std::condition_variable changed;
   std::deque<std::function<void()>> queued;
   bool isEnding = false;
-  std::thread thread;
+  std::thread thread;  // none before the first work
 
-  explicit Implementation(std::string name) : label(std::move(name)) {
+  explicit Implementation(std::string name) : label(std::move(name)) {}
+
+  void start() {
     thread = std::thread([this] { run(); });
     pthread_setname_np(thread.native_handle(), label.substr(0, kLongestThreadName).c_str());
   }
@@ -48,6 +50,7 @@ struct KVSerialQueue::Implementation {
 
   void add(std::function<void()> work) {
     const std::lock_guard lock(mutex);
+    if (!thread.joinable()) start();
     queued.push_back(std::move(work));
     changed.notify_one();
   }
@@ -58,7 +61,7 @@ struct KVSerialQueue::Implementation {
       isEnding = true;
       changed.notify_one();
     }
-    thread.join();
+    if (thread.joinable()) thread.join();
   }
 };
 

@@ -1,4 +1,6 @@
 #include <atomic>
+#include <filesystem>
+#include <iterator>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -92,6 +94,20 @@ TEST(KVSerialQueue, RunsWorkInOrderOnOneThreadOfItsOwn) {
   EXPECT_NE(thread, std::this_thread::get_id());
   ASSERT_EQ(ran.size(), 100U);
   for (int i = 0; i < 100; ++i) EXPECT_EQ(ran[static_cast<std::size_t>(i)], i);
+}
+
+TEST(KVSerialQueue, StartsItsThreadWithTheFirstWork) {
+  const auto threads = [] {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return std::distance(begin(tasks), end(tasks));
+  };
+  const auto before = threads();
+  KVSerialQueue queue("lazy");
+  EXPECT_EQ(threads(), before);
+  queue.sync([] {});
+  EXPECT_EQ(threads(), before + 1);
+  queue.sync([] {});
+  EXPECT_EQ(threads(), before + 1);
 }
 
 TEST(KVSerialQueue, DestructionWaitsForWhatIsQueued) {
