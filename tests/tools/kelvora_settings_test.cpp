@@ -70,6 +70,13 @@ TEST_F(KelvoraSettings, AreAllListedWithKeyValueAndWhetherItIsTheDefault) {
   }
 }
 
+TEST_F(KelvoraSettings, WhatAProgramComputesLaterIsNotCalledADefault) {
+  const std::string text = settings().standardOutput;
+  EXPECT_THAT(text, ContainsRegex("mainSensor +KVMainSensor +none  \\(computed when asked\\)\n"));
+  EXPECT_THAT(text, ContainsRegex("showHIDSensors +[A-Za-z]+ +none  \\(default\\)\n"));
+  EXPECT_THAT(text, ContainsRegex("currentLanguage +CURRENT_LANGUAGE_KEY +en  \\(default\\)\n"));
+}
+
 TEST_F(KelvoraSettings, OnANarrowTerminalKeysGiveWayAndValuesStayWhole) {
   const Environment home = {{"HOME", "/home/anna"}, {"NO_COLOR", "1"}};
   const auto table = [&](unsigned short columns) {

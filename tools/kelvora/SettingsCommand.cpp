@@ -64,11 +64,18 @@ struct Line {
   std::string_view property;
   std::string_view key;
   std::string value;
-  bool isDefault;
+  std::string_view remark;
 };
 
 constexpr std::size_t kGap = 2;
-constexpr std::string_view kDefaultRemark = "  (default)";
+
+std::string_view remarkOn(const KVSetting& setting, const SettingState& state) {
+  if (!state.isDefault) {
+    return "";
+  }
+  const bool isComputedLater = !state.value && setting.defaultValue == KVSettingDefault::kComputed;
+  return isComputedLater ? "  (computed when asked)" : "  (default)";
+}
 
 // Where a terminal is too narrow for everything, the keys give way first: they are cut, or left
 // out once too little of them could be read. 0 columns is as wide as it takes.
@@ -79,8 +86,7 @@ std::size_t keyWidth(const std::vector<Line>& lines, std::size_t propertyWidth,
   std::size_t value = 0;
   for (const Line& line : lines) {
     key = std::max(key, displayWidth(line.key));
-    value =
-        std::max(value, displayWidth(line.value) + (line.isDefault ? kDefaultRemark.size() : 0));
+    value = std::max(value, displayWidth(line.value) + line.remark.size());
   }
   const std::size_t others = propertyWidth + kGap + kGap + value;
   if (columns == 0 || others + key <= columns) {
@@ -100,7 +106,7 @@ std::string rendered(const std::vector<Line>& lines, std::size_t columns, const 
   for (const Line& line : lines) {
     text += style.heading(fitted(line.property, propertyWidth)) + gap +
             (width == 0 ? "" : style.faint(fitted(line.key, width)) + gap) + line.value +
-            (line.isDefault ? style.faint(kDefaultRemark) : "") + "\n";
+            (line.remark.empty() ? "" : style.faint(line.remark)) + "\n";
   }
   return text;
 }
@@ -143,7 +149,7 @@ int runSettings(const Options& options, platform::StandardOutput& output) {
     list.push_back(jsonSetting(setting, state));
     const std::string value = settingText(state.value);
     lines.push_back(
-        {setting.property, setting.key, value.empty() ? "\"\"" : value, state.isDefault});
+        {setting.property, setting.key, value.empty() ? "\"\"" : value, remarkOn(setting, state)});
   }
   if (options.json) {
     writeJson(output, {{"settings", list}});
