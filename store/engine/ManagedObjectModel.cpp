@@ -50,6 +50,14 @@ std::optional<ManagedValue> exactly(ManagedValue value) {
   return std::holds_alternative<T>(value) ? std::optional(std::move(value)) : std::nullopt;
 }
 
+bool sameColumn(const ManagedObjectModel& older, const Column& was, const ManagedObjectModel& newer,
+                const Column& is) {
+  return was.kind == is.kind && was.type == is.type &&
+         was.orderColumn.has_value() == is.orderColumn.has_value() &&
+         (was.kind != ColumnKind::kToOne ||
+          older.entity(was.destination).name == newer.entity(is.destination).name);
+}
+
 }  // namespace
 
 std::optional<std::size_t> EntityDescription::columnNamed(std::string_view columnName) const {
@@ -119,6 +127,22 @@ ManagedValue numberOrNil(std::optional<std::int64_t> number) {
     value = *number;
   }
   return value;
+}
+
+bool isAdditiveChange(const ManagedObjectModel& older, const ManagedObjectModel& newer) {
+  for (const EntityDescription& was : older.entities()) {
+    const EntityDescription* is = newer.entityNamed(was.name);
+    if (is == nullptr) {
+      return false;
+    }
+    for (const Column& column : was.columns) {
+      const auto found = is->columnNamed(column.name);
+      if (!found || !sameColumn(older, column, newer, is->columns[*found])) {
+        return false;
+      }
+    }
+  }
+  return true;
 }
 
 }  // namespace kelvora::engine

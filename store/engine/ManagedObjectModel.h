@@ -91,6 +91,10 @@ class ManagedObjectModel {
   std::vector<EntityDescription> entities_;
 };
 
+/// Whether a file written with `older` opens with `newer`: everything stored has the same name and
+/// type there. Defaults, optionality, delete rules and indexes may differ.
+bool isAdditiveChange(const ManagedObjectModel& older, const ManagedObjectModel& newer);
+
 /// The value as an attribute of a type holds it: nil for any, whole numbers for Double too, 0 and 1
 /// for Boolean, booleans for whole numbers, whole numbers of Int16 only in its range. None when it
 /// is of another type.

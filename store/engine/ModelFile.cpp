@@ -324,14 +324,6 @@ Json entityAsJson(const ManagedObjectModel& model, const EntityDescription& enti
           {"indexes", indexes}};
 }
 
-bool sameColumn(const ManagedObjectModel& older, const Column& was, const ManagedObjectModel& newer,
-                const Column& is) {
-  return was.kind == is.kind && was.type == is.type &&
-         was.orderColumn.has_value() == is.orderColumn.has_value() &&
-         (was.kind != ColumnKind::kToOne ||
-          older.entity(was.destination).name == newer.entity(is.destination).name);
-}
-
 }  // namespace
 
 std::shared_ptr<ManagedObjectModel> modelFromText(std::string_view text, std::string* problem) {
@@ -361,22 +353,6 @@ std::string textFromModel(const ManagedObjectModel& model) {
     entities.push_back(entityAsJson(model, entity));
   }
   return Json{{"entities", entities}}.dump();
-}
-
-bool isAdditiveChange(const ManagedObjectModel& older, const ManagedObjectModel& newer) {
-  for (const EntityDescription& was : older.entities()) {
-    const EntityDescription* is = newer.entityNamed(was.name);
-    if (is == nullptr) {
-      return false;
-    }
-    for (const Column& column : was.columns) {
-      const auto found = is->columnNamed(column.name);
-      if (!found || !sameColumn(older, column, newer, is->columns[*found])) {
-        return false;
-      }
-    }
-  }
-  return true;
 }
 
 }  // namespace kelvora::engine

@@ -21,8 +21,4 @@ std::shared_ptr<ManagedObjectModel> modelFromFile(const std::string& path,
 /// it.
 std::string textFromModel(const ManagedObjectModel& model);
 
-/// Whether a file written with `older` opens with `newer`: everything stored has the same name and
-/// type there. Defaults, optionality, delete rules and indexes may differ.
-bool isAdditiveChange(const ManagedObjectModel& older, const ManagedObjectModel& newer);
-
 }  // namespace kelvora::engine
