@@ -105,9 +105,10 @@ TEST(KVSerialQueue, StartsItsThreadWithTheFirstWork) {
   KVSerialQueue queue("lazy");
   EXPECT_EQ(threads(), before);
   queue.sync([] {});
-  EXPECT_EQ(threads(), before + 1);
+  const auto working = threads();
+  EXPECT_GT(working, before);
   queue.sync([] {});
-  EXPECT_EQ(threads(), before + 1);
+  EXPECT_EQ(threads(), working);
 }
 
 TEST(KVSerialQueue, DestructionWaitsForWhatIsQueued) {
