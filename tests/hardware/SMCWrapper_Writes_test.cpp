@@ -1,0 +1,78 @@
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "KelvoraCore/KVUtils.h"
+#include "KelvoraCore/SMCWrapper.h"
+
+#include "tests/hardware/SmallMac.h"
+#include "tests/support/ScriptedChildProcesses.h"
+
+namespace kelvora::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// A platform with an installed tool that ends as it is told.
+class SMCWrapperWrites : public ::testing::Test {
+ protected:
+  SMCWrapperWrites() : platform_(installRecordedPlatform(platform::RecordedMachine{})) {
+    auto& files = wrapPort<ForwardingFiles>(platform_.ports().files);
+    files.onApplicationSupportFolder = [] { return "/Users/anna/Library/Application Support"; };
+    files.onExists = [this](const std::string& path) {
+      return path != "/Users/anna/Library/Application Support/Kelvora/Kelvora SMC" || isInstalled_;
+    };
+    auto children = std::make_unique<ScriptedChildProcesses>(
+        [this](const platform::ChildRequest&) { return outcome_; });
+    children_ = children.get();
+    platform_.ports().childProcesses = std::move(children);
+    ::testing::internal::CaptureStdout();  // there is no SMC
+    wrapper_ = std::make_unique<SMCWrapper>(platform_);
+    std::fflush(stdout);
+    ::testing::internal::GetCapturedStdout();
+  }
+
+  platform::Platform& platform_;
+  bool isInstalled_ = true;
+  std::optional<ScriptedOutcome> outcome_ = ScriptedOutcome{};
+  ScriptedChildProcesses* children_ = nullptr;
+  std::unique_ptr<SMCWrapper> wrapper_;
+};
+
+TEST_F(SMCWrapperWrites, RunTheToolWithFourArgumentsAndWaitForIt) {
+  EXPECT_TRUE(wrapper_->setExternalValue("0fa0", "F0Tg"));
+  ASSERT_EQ(children_->requests.size(), 1U);
+  const platform::ChildRequest& request = children_->requests[0];
+  EXPECT_EQ(request.path, "/Users/anna/Library/Application Support/Kelvora/Kelvora SMC");
+  EXPECT_THAT(request.arguments, ElementsAre("-k", "F0Tg", "-w", "0fa0"));
+  EXPECT_EQ(request.qualityOfService, 33);
+  EXPECT_FALSE(request.captureStandardOutput);
+  EXPECT_FALSE(request.discardStandardError);
+  EXPECT_EQ(children_->waits, 1);
+}
+
+TEST_F(SMCWrapperWrites, SucceedOnlyWithExitStatusZero) {
+  for (const int status : {1, 2, 128 + 9, 255}) {
+    outcome_->exitStatus = status;
+    EXPECT_FALSE(wrapper_->setExternalValue("0fa0", "F0Tg")) << status;
+  }
+}
+
+TEST_F(SMCWrapperWrites, FailWithoutALaunchWhenTheToolIsMissing) {
+  isInstalled_ = false;
+  EXPECT_FALSE(wrapper_->setExternalValue("0fa0", "F0Tg"));
+  EXPECT_THAT(children_->requests, IsEmpty());
+}
+
+TEST_F(SMCWrapperWrites, FailWhenTheToolCannotBeLaunched) {
+  outcome_.reset();
+  const auto messages = std::make_shared<Messages>();
+  wrapper_->setDelegate(messages);
+  EXPECT_FALSE(wrapper_->setExternalValue("0fa0", "F0Tg"));
+  EXPECT_THAT(messages->all, IsEmpty());
+}
+
+}  // namespace
+}  // namespace kelvora::testing
