@@ -86,6 +86,12 @@ TEST(KVExtensionPatterns, GetPatternIsEmptyWithoutAMatch) {
   EXPECT_EQ(getPattern("", ".*"), "");
 }
 
+TEST(KVExtensionPatterns, LineBreaksAreCharactersOfTheText) {
+  EXPECT_EQ(getPattern("a\nb", "^b"), "");
+  EXPECT_EQ(getPattern("a\nb", "a.b"), "");
+  EXPECT_EQ(trimPattern("a\nb", "^b"), "a\nb");
+}
+
 TEST(KVExtensionPatterns, APatternThatCannotBeCompiledMatchesNowhere) {
   EXPECT_EQ(getPattern("((", "(("), "");
   EXPECT_EQ(trimPattern("((", "(("), "((");
@@ -112,6 +118,13 @@ TEST(KVExtensionPatterns, ATemplateRefersToGroupsByDollarAndNumber) {
 TEST(KVExtensionPatterns, ADollarWithoutANumberStandsForItself) {
   EXPECT_EQ(removedRegexMatchesWithPattern("5 usd", " usd", "$"), "5$");
   EXPECT_EQ(removedRegexMatchesWithPattern("a", "a", "$x${y}$"), "$x${y}$");
+}
+
+TEST(KVExtensionPatterns, ATemplateCountsGroupsToNineAndTakesABackslashAtItsEndForNothing) {
+  EXPECT_EQ(removedRegexMatchesWithPattern("abcdefghi", "(a)(b)(c)(d)(e)(f)(g)(h)(i)", "$9$1"),
+            "ia");
+  EXPECT_EQ(removedRegexMatchesWithPattern("ab", "a", "\\$x"), "$xb");
+  EXPECT_EQ(removedRegexMatchesWithPattern("ab", "a", "x\\"), "xb");
 }
 
 TEST(KVExtensionPatterns, ATemplateWithAGroupThatThePatternHasNotChangesNothing) {
@@ -190,6 +203,18 @@ TEST_F(KVExtensionDate, TheLocaleOfTheUserChangesNothing) {
 
 TEST_F(KVExtensionDate, InstantsBeforeTheEpochRoundDownToTheSecond) {
   EXPECT_EQ(dateTimeFormat(Date(std::chrono::microseconds(-1))), "1970-01-01 00:59:59");
+}
+
+TEST_F(KVExtensionDate, HoursHaveTwoDigitsInTheMorningToo) {
+  const Date morning = berlinAfternoon() - std::chrono::hours(10);
+  EXPECT_EQ(timeOnlyFormat(morning), "04:05:09");
+  EXPECT_EQ(shortTimeOnlyFormat(morning), "04:05");
+}
+
+TEST_F(KVExtensionDate, TheYearIsTheCalendarsAndNotThatOfTheWeek) {
+  const Date newYearsWeek = berlinAfternoon() + std::chrono::days(298);
+  EXPECT_EQ(dateOnlyFormat(newYearsWeek), "2024-12-30");
+  EXPECT_EQ(dateTimeFormatForGraph(newYearsWeek), "12/30/2024\n14:05:09");
 }
 
 TEST_F(KVExtensionDate, SummerTimeCounts) {

@@ -28,18 +28,23 @@ TEST(PropertyListValue, IntegerOfATextIsItsLeadingDecimalNumber) {
   EXPECT_EQ(PropertyListValue("412 cycles").integerValue(), 412);
   EXPECT_EQ(PropertyListValue(" \t-17.9").integerValue(), -17);
   EXPECT_EQ(PropertyListValue("+5").integerValue(), 5);
+  EXPECT_EQ(PropertyListValue("\r\n\v\f6").integerValue(), 6);
   EXPECT_EQ(PropertyListValue("0x10").integerValue(), 0);
   EXPECT_EQ(PropertyListValue("cycles 412").integerValue(), 0);
   EXPECT_EQ(PropertyListValue("").integerValue(), 0);
   EXPECT_EQ(PropertyListValue("9223372036854775807").integerValue(), kMost);
   EXPECT_EQ(PropertyListValue("9223372036854775808").integerValue(), kMost);
+  EXPECT_EQ(PropertyListValue("9223372036854775809").integerValue(), kMost);
+  EXPECT_EQ(PropertyListValue("-9223372036854775807").integerValue(), kLeast + 1);
   EXPECT_EQ(PropertyListValue("-9223372036854775808").integerValue(), kLeast);
+  EXPECT_EQ(PropertyListValue("-9223372036854775809").integerValue(), kLeast);
   EXPECT_EQ(PropertyListValue("-99999999999999999999").integerValue(), kLeast);
 }
 
 TEST(PropertyListValue, DoubleOfATextIsItsLeadingDecimalNumber) {
   EXPECT_EQ(PropertyListValue("12.5").doubleValue(), 12.5);
   EXPECT_EQ(PropertyListValue(" -.5e1x").doubleValue(), -5);
+  EXPECT_EQ(PropertyListValue("5E-1").doubleValue(), 0.5);
   EXPECT_EQ(PropertyListValue("3.e").doubleValue(), 3);
   EXPECT_EQ(PropertyListValue("7e+").doubleValue(), 7);
   EXPECT_EQ(PropertyListValue("0x1F").doubleValue(), 0);
