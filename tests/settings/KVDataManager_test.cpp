@@ -190,6 +190,15 @@ TEST_F(DataManager, MistypedStoredValuesGiveTheDefaults) {
   EXPECT_EQ(manager->dropdownItems().front(), (KVDropdownItem{"main_sensor", true}));
 }
 
+TEST_F(DataManager, SettingsThatNeedNoStoreHaveTheirComputedDefaults) {
+  suite->setObject("KVFanControllerFanSetNameKey", "old");
+  EXPECT_EQ(manager->manualFanSetId(), "old");
+  EXPECT_EQ(suite->object("CURRENT_LANGUAGE_KEY"), std::nullopt);
+  EXPECT_EQ(manager->value(settingOf(KVSettingID::kCurrentLanguage)),
+            manager->defaultValue(settingOf(KVSettingID::kCurrentLanguage)));
+  EXPECT_NE(suite->object("CURRENT_LANGUAGE_KEY"), std::nullopt);
+}
+
 TEST_F(DataManager, ModeOneKeepsStoredValuesAndEveryOtherReadsThemAgain) {
   EXPECT_EQ(KVDataManager::appMode(), 0);
   EXPECT_EQ(manager->coreDataStore().stalenessInterval(), 0.0);
@@ -211,6 +220,25 @@ TEST_F(DataManager, TheInternalQueueIsOneSerialQueueOfItsOwn) {
   queue.sync([&] { thread = std::this_thread::get_id(); });
   EXPECT_THAT(order, ElementsAre(1, 2));
   EXPECT_NE(thread, std::this_thread::get_id());
+}
+
+TEST_F(DataManager, TheInternalQueueIsMadeOnceForEveryThread) {
+  std::vector<KVSerialQueue*> queues(8);
+  std::atomic<bool> started = false;
+  std::vector<std::thread> threads;
+  threads.reserve(queues.size());
+  for (KVSerialQueue*& queue : queues) {
+    threads.emplace_back([&] {
+      started.wait(false);
+      queue = &manager->internalQueue();
+    });
+  }
+  started = true;
+  started.notify_all();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_THAT(queues, ::testing::Each(&manager->internalQueue()));
 }
 
 TEST_F(DataManager, TheDatasetMarkIsTheHostsOwn) {

@@ -3,6 +3,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -295,6 +296,12 @@ TEST_F(Settings, AnOlderFanSetNameIsTakenOverOnceAndNeverDeleted) {
   EXPECT_TRUE(notices_.take().empty());
 }
 
+TEST_F(Settings, AnOlderFanSetNameThatIsNoTextIsNotTakenOver) {
+  suite_->setObject("KVFanControllerFanSetNameKey", 5);
+  EXPECT_FALSE(settings_.value(settingOf(KVSettingID::kManualFanSetId)));
+  EXPECT_FALSE(suite_->object("KVFanControllerManualFanSetIdKey"));
+}
+
 TEST_F(Settings, WithoutADocumentsFolderThereIsNoLoggingPath) {
   dynamic_cast<testing::ForwardingFiles&>(platform_->files()).onDocumentsFolder = [] {
     return std::optional<std::string>();
@@ -333,6 +340,34 @@ TEST_F(Settings, SettingTheSameLanguageTwiceAnnouncesItOnce) {
   EXPECT_EQ(another.currentLanguage(), "fr");
   another.setCurrentLanguage("fr");
   EXPECT_TRUE(notices_.take().empty());
+}
+
+TEST_F(Settings, ALanguageThatThisObjectHasNotSeenIsAnnouncedEvenIfItIsStored) {
+  suite_->setObject("CURRENT_LANGUAGE_KEY", "fr");
+  settings_.setCurrentLanguage("fr");
+  EXPECT_EQ(notices_.take().size(), 1U);
+}
+
+// The thread sanitizer sees a missing lock; the codes are too long to stand inside a string.
+TEST_F(Settings, TheLanguageIsSetAndReadOnAnyThread) {
+  std::vector<std::string> wrong(4);
+  std::vector<std::thread> threads;
+  threads.reserve(wrong.size());
+  for (std::string& seen : wrong) {
+    threads.emplace_back([this, &seen, letter = static_cast<char>('a' + threads.size())] {
+      for (std::size_t round = 0; round < 500 && seen.empty(); ++round) {
+        settings_.setCurrentLanguage(std::string(64 + round % 64, letter));
+        const std::string code = settings_.currentLanguage();
+        if (code.find_first_not_of(code.front()) != std::string::npos) {
+          seen = code;
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(wrong, std::vector<std::string>(4));
 }
 
 TEST_F(Settings, NoticesComeOnTheMainQueueAfterTheSetterHasReturned) {

@@ -45,7 +45,10 @@ class Applications : public ::testing::Test {
         std::make_unique<platform::LinuxWorkspace>(std::vector{folder_.path("apps")});
     mac_.bundle.behind = std::make_unique<platform::LinuxMainBundle>();
   }
-  ~Applications() override { KVUtils::terminateApp(kMenu, true, nullptr, *mac_.platform); }
+  ~Applications() override {
+    KVUtils::terminateApp(kMenu, true, nullptr,
+                          mac_.platform ? *mac_.platform : platform::Platform::current());
+  }
 
   // An application of the companion program.
   std::string install(const std::string& name, const std::string& identifier) {
@@ -266,6 +269,9 @@ TEST_F(Applications, BuildNumbersComeFromTheInformationDictionary) {
   EXPECT_EQ(numberAt("apps/bare.app"), 0);
   folder_.write("apps/text.app/Info.plist", informationOf(kMenu, "5 beta", "x"));
   EXPECT_EQ(numberAt("apps/text.app"), 5);
+  folder_.write("apps/number.app/Info.plist",
+                "<plist><dict><key>CFBundleVersion</key><integer>7</integer></dict></plist>");
+  EXPECT_EQ(numberAt("apps/number.app"), 7);
   folder_.write("apps/bad.app/Info.plist", "not a property list");
   EXPECT_EQ(numberAt("apps/bad.app"), 0);
   EXPECT_EQ(KVUtils::appBuildNumberAtPath("", *mac_.platform), 0);
@@ -276,6 +282,11 @@ TEST_F(Applications, TheRunningProgramsOwnBuildNumberIsItsBundles) {
   const std::string app = install("Kelvora Menu", kMenu);
   mac_.bundle.behind = std::make_unique<platform::LinuxMainBundle>(app + "/program");
   EXPECT_EQ(KVUtils::appBuildNumber(*mac_.platform), 412);
+  EXPECT_EQ(KVUtils::appBuildNumberAtPath("", *mac_.platform), 0);
+  platform::Platform::install(std::move(mac_.platform));
+  EXPECT_EQ(KVUtils::appBuildNumber(), 412);
+  EXPECT_EQ(KVUtils::appBuildNumberAtPath(app), 412);
+  mac_.platform = nullptr;
 }
 
 }  // namespace

@@ -72,10 +72,12 @@ TEST(ProcessWithPath, LogsALaunchThatFailedWithItsFixedText) {
 
 TEST(ProcessWithPath, RunsTheChildrenOfTheCurrentPlatformByDefault) {
   auto platform = recordedPlatform({});
-  platform->ports().childProcesses = std::make_unique<ScriptedChildProcesses>(
-      [](const platform::ChildRequest& request) { return ScriptedOutcome{request.path}; });
+  platform->ports().childProcesses =
+      std::make_unique<ScriptedChildProcesses>([](const platform::ChildRequest& request) {
+        return ScriptedOutcome{request.path + request.arguments.at(0)};
+      });
   platform::Platform::install(std::move(platform));
-  EXPECT_EQ(ZDSystemKitHelper::processWithPath("/bin/x", {}), "/bin/x");
+  EXPECT_EQ(ZDSystemKitHelper::processWithPath("/bin/x", {" -a"}), "/bin/x -a");
 }
 
 TEST(ProcessWithPath, ReadsARealChild) {
