@@ -143,7 +143,7 @@ TEST(SensorController, OnIntelKeepsWhatIntelHasAndReadsNoHID) {
 
 TEST(SensorController, OnAnM1KeepsWhatTheM1HasAndReadsHIDAfterTheSMC) {
   auto machine =
-      mac({temperature("Tp05", 41), temperature("Tp0P", 40), temperature("TXXX", 43)}, "Apple M1");
+      mac({temperature("Tp05", 41), temperature("Tp0P", 40), temperature("TQQQ", 43)}, "Apple M1");
   machine.hid = {hidTemperature("PMU tdie7", 30), hidTemperature("Unknown die", 31),
                  hidTemperature("pACC MTR Temp Sensor4", 55)};
   platform::Platform& platform = testing::installRecordedPlatform(std::move(machine));
@@ -160,7 +160,7 @@ TEST(SensorController, OnAnM1KeepsWhatTheM1HasAndReadsHIDAfterTheSMC) {
       ElementsAre(Pair("Tp05", "CPU Performance Core 2"), Pair("Tp0P", "CPU Performance Core 6"),
                   Pair("pACC MTR Temp Sensor4", "CPU Performance Core 1"),
                   Pair("AverageCPU", "Average CPU"), Pair("HottestCPU", "Hottest CPU"),
-                  Pair("PMU tdie7", "Power Management Unit Die 1"), Pair("TXXX", "TXXX"),
+                  Pair("PMU tdie7", "Power Management Unit Die 1"), Pair("TQQQ", "TQQQ"),
                   Pair("Unknown die", "Unknown die")));
   EXPECT_DOUBLE_EQ(find(sensors, "AverageCPU")->value, (41.0 + 40.0 + 55.0) / 3);
   EXPECT_EQ(find(sensors, "HottestCPU")->value, 55);
@@ -286,7 +286,7 @@ TEST(SensorController, OfTwoStoppedFansTheFirstIsTheFastest) {
 
 TEST(SensorController, SortsByGroupWithUnknownSensorsLast) {
   std::vector<platform::RecordedSMCKey> keys = fanKeys(2, 0x20);
-  for (const char* key : {"TXXX", "TL0P", "TB0T", "TC1C", "TM0P", "TC0C", "TAAA"}) {
+  for (const char* key : {"TQQQ", "TL0P", "TB0T", "TC1C", "TM0P", "TC0C", "TAAA"}) {
     keys.push_back(temperature(key, 40));
   }
   platform::Platform& platform = testing::installRecordedPlatform(mac(std::move(keys)));
@@ -297,7 +297,7 @@ TEST(SensorController, SortsByGroupWithUnknownSensorsLast) {
                   Pair("AverageCPU", "Average CPU"), Pair("HottestCPU", "Hottest CPU"),
                   Pair("TM0P", "Memory Bank A1"), Pair("TB0T", "Battery Max"),
                   Pair("TL0P", "LCD Proximity"), Pair("0", "FanA"), Pair("1", "FanB"),
-                  Pair("FastestFan", "Fastest Fan"), Pair("TXXX", "TXXX"), Pair("TAAA", "TAAA")));
+                  Pair("FastestFan", "Fastest Fan"), Pair("TQQQ", "TQQQ"), Pair("TAAA", "TAAA")));
 }
 
 TEST(SensorController, WithoutAveragedSensorsThereIsNoAverageAndNoHottest) {
@@ -309,9 +309,9 @@ TEST(SensorController, WithoutAveragedSensorsThereIsNoAverageAndNoHottest) {
 
 TEST(SensorController, ImplausibleValuesNeverEnterAReading) {
   platform::Platform& platform = testing::installRecordedPlatform(
-      mac({temperature("TC0P", 0), temperature("TC0C", 127), temperature("TXXX", 111),
-           smcKey("VXXX", "sp78", {0, 0}), smcKey("IXXX", "sp78", {0xff, 0x80}),
-           smcKey("PXXX", "sp78", {0, 0}), temperature("TC1C", 40)}));
+      mac({temperature("TC0P", 0), temperature("TC0C", 127), temperature("TQQQ", 111),
+           smcKey("VQQQ", "sp78", {0, 0}), smcKey("IQQQ", "sp78", {0xff, 0x80}),
+           smcKey("PQQQ", "sp78", {0, 0}), temperature("TC1C", 40)}));
   EXPECT_THAT(names(SensorController(platform).getAllSensors()),
               ElementsAre(Pair("TC1C", "CPU Core 1"), Pair("AverageCPU", "Average CPU"),
                           Pair("HottestCPU", "Hottest CPU")));
@@ -417,7 +417,7 @@ TEST(SensorController, LooksUpSMCValuesByKeyAndFansByIndex) {
   EXPECT_EQ(controller.getSensorValueByKey("TC0P", SensorTypeTemperature, SensorSourceSMC, {}), 41);
   EXPECT_EQ(controller.getSensorValueByKey("1", SensorTypeFan, SensorSourceSMC, {}), 2048);
   // The SMC tells size 0 for a key that it does not have, which is the value 0.
-  EXPECT_EQ(controller.getSensorValueByKey("TXXX", SensorTypeTemperature, SensorSourceSMC, {}), 0);
+  EXPECT_EQ(controller.getSensorValueByKey("TQQQ", SensorTypeTemperature, SensorSourceSMC, {}), 0);
 }
 
 TEST(SensorController, LooksUpHIDValuesByProduct) {
