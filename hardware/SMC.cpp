@@ -6,6 +6,7 @@
 #include <span>
 
 #include "hardware/SMCKeyInfoCache.h"
+#include "hardware/SMCReading.h"
 #include "platform/Platform.h"
 
 namespace kelvora {
@@ -46,24 +47,33 @@ std::uint32_t packed(const char* text) {
 
 void unpack(std::uint32_t code, char (&text)[5]) { SMCConvertNumberToString(text, code); }
 
+// `request` is zero but for the key.
+KernelStatus getKeyInfo(SMCParamRecord& request, SMCParamRecord& reply, SMCKeyInfo& info) {
+  // The lock is held across the call: threads that miss at once ask the SMC one after the other.
+  SMCKeyInfoCacheAccess cache;
+  if (const SMCKeyInfo* known = cache.find(request.key)) {
+    info = *known;
+    return platform::kKernelSuccess;
+  }
+  request.command = kGetKeyInfo;
+  const KernelStatus status = send(request, reply);
+  if (status == platform::kKernelSuccess) {
+    info = {request.key, reply.keyInfo.dataSize, reply.keyInfo.dataType,
+            reply.keyInfo.dataAttributes};
+    cache.append(info);
+  }
+  return status;
+}
+
 // By the packed code, so that a key with a NUL inside, which no text can name, is readable too.
 KernelStatus readKey(std::uint32_t packedKey, SMCValueRecord& value) {
+  SMCKeyInfo info;
+  SMCParamRecord reply;
+  const KernelStatus status = smcReadPayload(packedKey, info, reply);
   value = {};
   unpack(packedKey, value.key);
-  SMCKeyInfo info;
-  KernelStatus status = SMCGetKeyInfo(packedKey, &info);
-  if (status != platform::kKernelSuccess) {
-    return status;
-  }
   value.dataSize = info.dataSize;
   unpack(info.dataType, value.dataType);
-
-  SMCParamRecord request;
-  SMCParamRecord reply;
-  request.key = packedKey;
-  request.keyInfo.dataSize = info.dataSize;
-  request.command = kReadBytes;
-  status = send(request, reply);
   if (status == platform::kKernelSuccess) {
     std::memcpy(value.bytes, reply.bytes, sizeof value.bytes);
   }
@@ -114,26 +124,32 @@ std::uint32_t SMCCall(std::uint32_t selector, const SMCParamRecord* input, SMCPa
 }
 
 std::uint32_t SMCGetKeyInfo(std::uint32_t packedKey, SMCKeyInfo* keyInfo) {
-  // The lock is held across the call: threads that miss at once ask the SMC one after the other.
-  SMCKeyInfoCacheAccess cache;
-  if (const SMCKeyInfo* known = cache.find(packedKey)) {
-    keyInfo->dataSize = known->dataSize;
-    keyInfo->dataType = known->dataType;
-    keyInfo->dataAttributes = known->dataAttributes;
-    return platform::kKernelSuccess;
-  }
   SMCParamRecord request;
   SMCParamRecord reply;
+  SMCKeyInfo info;
   request.key = packedKey;
-  request.command = kGetKeyInfo;
-  const KernelStatus status = send(request, reply);
+  const KernelStatus status = getKeyInfo(request, reply, info);
   if (status == platform::kKernelSuccess) {
-    keyInfo->dataSize = reply.keyInfo.dataSize;
-    keyInfo->dataType = reply.keyInfo.dataType;
-    keyInfo->dataAttributes = reply.keyInfo.dataAttributes;
-    cache.append({packedKey, keyInfo->dataSize, keyInfo->dataType, keyInfo->dataAttributes, {}});
+    keyInfo->dataSize = info.dataSize;
+    keyInfo->dataType = info.dataType;
+    keyInfo->dataAttributes = info.dataAttributes;
   }
   return status;
+}
+
+// One pair of records serves both calls: clearing and filling another pair costs more than all that
+// is done here besides the calls.
+std::uint32_t smcReadPayload(std::uint32_t packedKey, SMCKeyInfo& info, SMCParamRecord& reply) {
+  SMCParamRecord request;
+  request.key = packedKey;
+  info = {};
+  const KernelStatus status = getKeyInfo(request, reply, info);
+  if (status != platform::kKernelSuccess) {
+    return status;
+  }
+  request.keyInfo.dataSize = info.dataSize;
+  request.command = kReadBytes;
+  return send(request, reply);
 }
 
 std::uint32_t SMCReadKey(const char* keyText, SMCValueRecord* valueOut) {

@@ -5,6 +5,7 @@
 
 #include "KelvoraCore/SMC.h"
 
+#include "hardware/SMCReading.h"
 #include "hardware/SMCTypes.h"
 
 namespace kelvora {
@@ -31,34 +32,39 @@ float wordToNumber(std::uint32_t type, std::uint16_t word) {
 
 }  // namespace
 
-float smcNumber(const SMCValueRecord& value) {
-  if (value.dataSize == 0) {
+float smcNumber(const SMCKeyInfo& info, const std::uint8_t (&bytes)[32]) {
+  if (info.dataSize == 0) {
     return 0.0F;
   }
-  if (value.dataType[4] != '\0') {
-    return kUnknown;
-  }
-  const std::uint32_t type = smcCode(value.dataType);
+  const std::uint32_t type = info.dataType;
   if (type == kTypeUI8 || type == kTypeUI16 || type == kTypeUI32) {
-    const std::size_t held = std::min<std::size_t>(value.dataSize, sizeof value.bytes);
-    return static_cast<float>(
-        SMCConvertStringToNumber(value.bytes, static_cast<std::int32_t>(held), 10));
+    const std::size_t held = std::min<std::size_t>(info.dataSize, sizeof bytes);
+    return static_cast<float>(SMCConvertStringToNumber(bytes, static_cast<std::int32_t>(held), 10));
   }
-  if (value.dataSize == 4 && type == kTypeFloat) {
+  if (info.dataSize == 4 && type == kTypeFloat) {
     float number = 0;
-    std::memcpy(&number, value.bytes, sizeof number);
+    std::memcpy(&number, bytes, sizeof number);
     return number;
   }
-  if (value.dataSize == 1 && type == kTypeSI8) {
-    return static_cast<float>(static_cast<std::int8_t>(value.bytes[0]));
+  if (info.dataSize == 1 && type == kTypeSI8) {
+    return static_cast<float>(static_cast<std::int8_t>(bytes[0]));
   }
-  if (value.dataSize == 2) {
-    return wordToNumber(type, static_cast<std::uint16_t>(value.bytes[0] << 8 | value.bytes[1]));
+  if (info.dataSize == 2) {
+    return wordToNumber(type, static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]));
   }
   return kUnknown;
 }
 
-float SMCConvertValueToNumber(SMCValueRecord value) { return smcNumber(value); }
+// A packed type has no room for a fifth byte: a record's must be the NUL that ends the text.
+float SMCConvertValueToNumber(SMCValueRecord value) {
+  if (value.dataSize != 0 && value.dataType[4] != '\0') {
+    return kUnknown;
+  }
+  SMCKeyInfo info;
+  info.dataSize = value.dataSize;
+  info.dataType = smcCode(value.dataType);
+  return smcNumber(info, value.bytes);
+}
 
 // Unsigned arithmetic throughout: a byte that 32 bits or more would shift out leaves no trace, and
 // a sign extension fills the places above it as two's complement does.

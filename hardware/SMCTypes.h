@@ -3,8 +3,6 @@
 #include <array>
 #include <cstdint>
 
-#include "KelvoraCore/SMCRecords.h"
-
 namespace kelvora {
 
 /// The packed form of the four bytes of a key or type, e.g. 0x73703738 for "sp78".
@@ -12,9 +10,6 @@ constexpr std::uint32_t smcCode(const char* text) {
   const auto byte = [text](int i) { return std::uint32_t{static_cast<unsigned char>(text[i])}; };
   return byte(0) << 24 | byte(1) << 16 | byte(2) << 8 | byte(3);
 }
-
-/// SMCConvertValueToNumber without a copy of the record.
-float smcNumber(const SMCValueRecord& value);
 
 /// How a big-endian 16-bit word of one type becomes a number: word times factor over divisor.
 struct SMCWordType {

@@ -11,6 +11,7 @@
 #include "KelvoraCore/SMC.h"
 
 #include "hardware/ReadingRecords.h"
+#include "hardware/SMCReading.h"
 #include "hardware/SMCText.h"
 #include "hardware/SMCTypes.h"
 #include "platform/Platform.h"
@@ -76,15 +77,17 @@ std::optional<std::string> fanKey(std::int64_t fanIndex, std::string_view suffix
   return key += suffix;
 }
 
-std::string conversionFailure(std::string_view keyText, const SMCValueRecord& value) {
-  return "SMC convert (" + wellFormed(keyText) + ") failed: val:" + textFromSMC(value.dataType) +
-         " size-" + std::to_string(static_cast<std::int32_t>(value.dataSize));
+std::string conversionFailure(std::string_view keyText, const SMCKeyInfo& info) {
+  SMCKeyText type{};
+  SMCConvertNumberToString(type.data(), info.dataType);
+  return "SMC convert (" + wellFormed(keyText) + ") failed: val:" + textFromSMC(type.data()) +
+         " size-" + std::to_string(static_cast<std::int32_t>(info.dataSize));
 }
 
 }  // namespace
 
 struct SMCWrapper::SensorKey {
-  SMCKeyText smcKey;
+  std::uint32_t smcKey;    // packed
   const SensorKind* kind;  // null for a key that is no sensor
 };
 
@@ -114,7 +117,7 @@ void SMCWrapper::setCachedAllSensorKeys(std::vector<std::string> keys) {
   sensorKeys_.clear();
   sensorKeys_.reserve(cachedAllSensorKeys_.size());
   for (const std::string& key : cachedAllSensorKeys_) {
-    sensorKeys_.push_back({smcKeyFromText(key), kindOfKey(key)});
+    sensorKeys_.push_back({smcCode(smcKeyFromText(key).data()), kindOfKey(key)});
   }
 }
 
@@ -137,7 +140,7 @@ void SMCWrapper::enumerateSensorKeys() {
       continue;
     }
     unreadable = 0;
-    if (kindOfKey(value.key) != nullptr && smcNumber(value) != kNotConvertible) {
+    if (kindOfKey(value.key) != nullptr && SMCConvertValueToNumber(value) != kNotConvertible) {
       keys.push_back(textFromSMC(value.key));
     }
   }
@@ -178,7 +181,7 @@ void SMCWrapper::appendSensorKeys(SensorList& sensors) {
     if (kind == nullptr) {
       continue;
     }
-    if (const std::optional<double> value = readNumber(smcKey.data(), cachedAllSensorKeys_[i])) {
+    if (const std::optional<double> value = readNumber(smcKey, cachedAllSensorKeys_[i])) {
       fill(*next, cachedAllSensorKeys_[i], *kind, *value);
       sensors.emplace_back(records, &*next++);
     }
@@ -220,18 +223,19 @@ std::string SMCWrapper::descriptionOfFan(std::int64_t fanIndex) {
 }
 
 std::optional<double> SMCWrapper::rawValueByKey(std::string_view key) {
-  return readNumber(smcKeyFromText(key).data(), key);
+  return readNumber(smcCode(smcKeyFromText(key).data()), key);
 }
 
-std::optional<double> SMCWrapper::readNumber(const char* smcKey, std::string_view keyText) {
-  SMCValueRecord value;
-  if (SMCReadKey(smcKey, &value) != platform::kKernelSuccess) {
+std::optional<double> SMCWrapper::readNumber(std::uint32_t packedKey, std::string_view keyText) {
+  SMCKeyInfo info;
+  SMCParamRecord reply;
+  if (smcReadPayload(packedKey, info, reply) != platform::kKernelSuccess) {
     reportFailedRead(keyText);
     return std::nullopt;
   }
-  const float number = smcNumber(value);
+  const float number = smcNumber(info, reply.bytes);
   if (number == kNotConvertible) {
-    handleFailedWithErrMsg(conversionFailure(keyText, value));
+    handleFailedWithErrMsg(conversionFailure(keyText, info));
     return std::nullopt;
   }
   return number;

@@ -103,7 +103,7 @@ class SMCWrapper {
   void enumerateSensorKeys();
   void appendFan(SensorList& sensors, std::int64_t fanIndex);
   void appendSensorKeys(SensorList& sensors);
-  std::optional<double> readNumber(const char* smcKey, std::string_view keyText);
+  std::optional<double> readNumber(std::uint32_t packedKey, std::string_view keyText);
   double fanValue(std::int64_t fanIndex, std::string_view suffix);
   void reportFailedRead(std::string_view keyText);
 

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+
+#include "KelvoraCore/SMCRecords.h"
+
+// Reading a key by its packed code, without the texts of an SMCValueRecord.
+
+namespace kelvora {
+
+/// Looks up a key's information and reads its payload into `reply.bytes`: the calls and the status
+/// of SMCReadKey. On failure `info` holds what was learned before, the rest of it being zero.
+std::uint32_t smcReadPayload(std::uint32_t packedKey, SMCKeyInfo& info, SMCParamRecord& reply);
+
+/// SMCConvertValueToNumber of a payload.
+float smcNumber(const SMCKeyInfo& info, const std::uint8_t (&bytes)[32]);
+
+}  // namespace kelvora
