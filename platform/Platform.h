@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -60,7 +61,11 @@ class Platform {
   Platform(PlatformIdentity identity, Ports ports);
 
   /// The process's platform. Any thread.
-  static Platform& current();
+  static Platform& current() {
+    // Inline: the SMC asks with every call.
+    Platform* const platform = current_.load(std::memory_order_acquire);
+    return platform != nullptr ? *platform : makeCurrent();
+  }
   /// Makes `platform` the current one. Throws std::logic_error once a platform is current.
   static void install(std::unique_ptr<Platform> platform);
 
@@ -87,6 +92,10 @@ class Platform {
   Ports& ports() { return ports_; }
 
  private:
+  static Platform& makeCurrent();
+
+  static std::atomic<Platform*> current_;
+
   PlatformIdentity identity_;
   Ports ports_;
 };
