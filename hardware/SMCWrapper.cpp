@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <map>
 #include <span>
 #include <utility>
 
@@ -10,6 +11,7 @@
 #include "KelvoraCore/PropertyListValue.h"
 #include "KelvoraCore/SMC.h"
 
+#include "hardware/RawReading.h"
 #include "hardware/ReadingRecords.h"
 #include "hardware/SMCReading.h"
 #include "hardware/SMCText.h"
@@ -32,49 +34,33 @@ constexpr float kNotConvertible = -1.0F;
 constexpr std::uint32_t kMostUnreadablePositions = 65'536;
 constexpr std::int64_t kMostPositions = 1'048'576;
 
-// The keys that are sensors, by their first character.
-struct SensorKind {
-  char prefix;
-  std::uint64_t type;
-  double minLimitValue;
-  double maxLimitValue;
-};
-
-constexpr std::array<SensorKind, 4> kSensorKinds{{
-    {'T', SensorTypeTemperature, 0, 110},
-    {'V', SensorTypeVoltage, 0, 0},
-    {'P', SensorTypePower, 0, 0},
-    {'I', SensorTypeCurrent, 0, 0},
-}};
-
-const SensorKind* kindOfKey(std::string_view key) {
-  const auto* kind = std::ranges::find_if(
-      kSensorKinds, [&](const SensorKind& row) { return key.starts_with(row.prefix); });
-  return kind == kSensorKinds.end() ? nullptr : kind;
+Sensor prototype(std::uint64_t type, double minLimitValue, double maxLimitValue) {
+  Sensor sensor;
+  sensor.type = type;
+  sensor.minLimitValue = minLimitValue;
+  sensor.maxLimitValue = maxLimitValue;
+  sensor.platform = kEveryPlatform;
+  return sensor;
 }
 
-void fill(Sensor& sensor, const std::string& key, const SensorKind& kind, double value) {
-  sensor.key = key;
-  sensor.name = key;
-  sensor.fullName = key;
-  sensor.value = value;
-  sensor.minLimitValue = kind.minLimitValue;
-  sensor.maxLimitValue = kind.maxLimitValue;
-  sensor.type = kind.type;
-  sensor.group = SensorGroupNone;
-  sensor.platform = kEveryPlatform;
-  sensor.sourceType = SensorSourceSMC;
-  sensor.average = false;
+// What the sensor keys with one first character have in common; null for keys that are no sensors.
+const Sensor* prototypeOfKey(std::string_view key) {
+  static const auto* const prototypes = new std::map<char, Sensor>{
+      {'T', prototype(SensorTypeTemperature, 0, 110)},
+      {'V', prototype(SensorTypeVoltage, 0, 0)},
+      {'P', prototype(SensorTypePower, 0, 0)},
+      {'I', prototype(SensorTypeCurrent, 0, 0)},
+  };
+  const auto found = key.empty() ? prototypes->end() : prototypes->find(key.front());
+  return found == prototypes->end() ? nullptr : &found->second;
 }
 
 // "F0Ac" for the actual speed of fan 0; none for a fan that the alphabet does not name.
-std::optional<std::string> fanKey(std::int64_t fanIndex, std::string_view suffix) {
+std::optional<SMCKeyText> fanKey(std::int64_t fanIndex, const char (&suffix)[3]) {
   if (fanIndex < 0 || fanIndex >= kNameableFans) {
     return std::nullopt;
   }
-  std::string key = "F";
-  key += kFanAlphabet[static_cast<std::size_t>(fanIndex)];
-  return key += suffix;
+  return SMCKeyText{'F', kFanAlphabet[static_cast<std::size_t>(fanIndex)], suffix[0], suffix[1]};
 }
 
 std::string conversionFailure(std::string_view keyText, const SMCKeyInfo& info) {
@@ -86,9 +72,14 @@ std::string conversionFailure(std::string_view keyText, const SMCKeyInfo& info) 
 
 }  // namespace
 
-struct SMCWrapper::SensorKey {
-  std::uint32_t smcKey;    // packed
-  const SensorKind* kind;  // null for a key that is no sensor
+struct SMCWrapper::SensorKeys {
+  struct Readable {
+    std::uint32_t packedKey;
+    const std::string* text;
+    const Sensor* prototype;
+  };
+  std::vector<std::string> texts;
+  std::vector<Readable> readable;  // those of them that are sensors
 };
 
 void SMCWrapperDelegate::smcReadValueFailedWithError(const std::string& /*message*/) {}
@@ -96,7 +87,9 @@ void SMCWrapperDelegate::smcReadValueFailedWithError(const std::string& /*messag
 SMCWrapper::SMCWrapper() : SMCWrapper(platform::Platform::current()) {}
 
 SMCWrapper::SMCWrapper(platform::Platform& platform)
-    : platform_(platform), records_(std::make_unique<ReadingRecords>()) {
+    : platform_(platform),
+      sensorKeys_(std::make_shared<const SensorKeys>()),
+      records_(std::make_unique<ReadingRecords>()) {
   SMCOpen();
 }
 
@@ -109,27 +102,29 @@ void SMCWrapper::setDelegate(std::weak_ptr<SMCWrapperDelegate> delegate) {
 }
 
 const std::vector<std::string>& SMCWrapper::cachedAllSensorKeys() const {
-  return cachedAllSensorKeys_;
+  return sensorKeys_->texts;
 }
 
 void SMCWrapper::setCachedAllSensorKeys(std::vector<std::string> keys) {
-  cachedAllSensorKeys_ = std::move(keys);
-  sensorKeys_.clear();
-  sensorKeys_.reserve(cachedAllSensorKeys_.size());
-  for (const std::string& key : cachedAllSensorKeys_) {
-    sensorKeys_.push_back({smcCode(smcKeyFromText(key).data()), kindOfKey(key)});
+  const auto replacement = std::make_shared<SensorKeys>();
+  replacement->texts = std::move(keys);
+  for (const std::string& key : replacement->texts) {
+    if (const Sensor* prototype = prototypeOfKey(key)) {
+      replacement->readable.push_back({smcCode(smcKeyFromText(key).data()), &key, prototype});
+    }
   }
+  sensorKeys_ = replacement;
 }
 
 const std::vector<std::string>& SMCWrapper::getAllSensorKeys() {
-  if (cachedAllSensorKeys_.empty()) {
+  if (cachedAllSensorKeys().empty()) {
     enumerateSensorKeys();
   }
-  return cachedAllSensorKeys_;
+  return cachedAllSensorKeys();
 }
 
 void SMCWrapper::enumerateSensorKeys() {
-  const PropertyListValue claimed(rawValueByKey("#KEY").value_or(0));
+  const PropertyListValue claimed(readNumber(smcCode("#KEY"), "#KEY").value_or(0));
   const std::int64_t count = std::min(claimed.integerValue(), kMostPositions);
   std::vector<std::string> keys;
   std::uint32_t unreadable = 0;
@@ -140,7 +135,7 @@ void SMCWrapper::enumerateSensorKeys() {
       continue;
     }
     unreadable = 0;
-    if (kindOfKey(value.key) != nullptr && SMCConvertValueToNumber(value) != kNotConvertible) {
+    if (prototypeOfKey(value.key) != nullptr && SMCConvertValueToNumber(value) != kNotConvertible) {
       keys.push_back(textFromSMC(value.key));
     }
   }
@@ -148,42 +143,50 @@ void SMCWrapper::enumerateSensorKeys() {
 }
 
 SensorList SMCWrapper::getAllSensors() {
+  RawReading reading;
+  read(reading);
+  const std::shared_ptr<ReadingRecords::Records> records = records_->take(reading.sensors().size());
+  auto next = records->begin();
   SensorList sensors;
-  const std::int64_t fans = std::min(numberOfFans(), kNameableFans);
-  for (std::int64_t i = 0; i < fans; ++i) {
-    appendFan(sensors, i);
+  sensors.reserve(reading.sensors().size());
+  for (const RawSensor& sensor : reading.sensors()) {
+    sensor.copyTo(*next);
+    sensors.emplace_back(records, &*next++);
   }
-  appendSensorKeys(sensors);
   return sensors;
 }
 
-void SMCWrapper::appendFan(SensorList& sensors, std::int64_t fanIndex) {
-  std::string name = descriptionOfFan(fanIndex);
-  std::string fullName = descriptionOfFan(fanIndex);
-  const double speed = speedOfFan(fanIndex);
-  const double minimum = safeMinimumSpeedOfFan(fanIndex);
-  const double maximum = safeMaximumSpeedOfFan(fanIndex);
-  sensors.push_back(Sensor::instanceWithKey(
-      std::to_string(fanIndex), std::move(name), std::move(fullName), speed, minimum, maximum,
-      SensorTypeFan, SensorGroupFan, kEveryPlatform, SensorSourceSMC, false));
+void SMCWrapper::read(RawReading& reading) {
+  const std::int64_t fans = std::min(numberOfFans(), kNameableFans);
+  for (std::int64_t i = 0; i < fans; ++i) {
+    readFan(i, reading);
+  }
+  readSensorKeys(reading);
 }
 
-// By index, and no further than there is room: a delegate that hears of a failure may replace the
-// list.
-void SMCWrapper::appendSensorKeys(SensorList& sensors) {
+void SMCWrapper::readFan(std::int64_t fanIndex, RawReading& reading) {
+  Sensor fan;
+  fan.key = std::to_string(fanIndex);
+  fan.name = descriptionOfFan(fanIndex);
+  fan.fullName = descriptionOfFan(fanIndex);
+  fan.value = speedOfFan(fanIndex);
+  fan.minLimitValue = safeMinimumSpeedOfFan(fanIndex);
+  fan.maxLimitValue = safeMaximumSpeedOfFan(fanIndex);
+  fan.type = SensorTypeFan;
+  fan.group = SensorGroupFan;
+  fan.platform = kEveryPlatform;
+  reading.add(std::move(fan));
+}
+
+// The keys stay as they were at its beginning: a delegate that hears of a failure may replace them.
+void SMCWrapper::readSensorKeys(RawReading& reading) {
   getAllSensorKeys();
-  const std::size_t room = sensorKeys_.size();
-  const std::shared_ptr<ReadingRecords::Records> records = records_->take(room);
-  auto next = records->begin();
-  sensors.reserve(sensors.size() + room);
-  for (std::size_t i = 0; i < room && i < sensorKeys_.size(); ++i) {
-    const auto& [smcKey, kind] = sensorKeys_[i];
-    if (kind == nullptr) {
-      continue;
-    }
-    if (const std::optional<double> value = readNumber(smcKey, cachedAllSensorKeys_[i])) {
-      fill(*next, cachedAllSensorKeys_[i], *kind, *value);
-      sensors.emplace_back(records, &*next++);
+  const std::shared_ptr<const SensorKeys> keys = sensorKeys_;
+  reading.keep(keys);
+  reading.reserve(keys->readable.size());
+  for (const auto& [packedKey, text, prototype] : keys->readable) {
+    if (const std::optional<double> value = readNumber(packedKey, *text)) {
+      reading.add({text, prototype, *value});
     }
   }
 }
@@ -196,7 +199,7 @@ std::optional<double> SMCWrapper::getSensorValueByKey(std::string_view key, std:
 }
 
 std::int64_t SMCWrapper::numberOfFans() {
-  return PropertyListValue(rawValueByKey("FNum").value_or(0)).integerValue();
+  return PropertyListValue(readNumber(smcCode("FNum"), "FNum").value_or(0)).integerValue();
 }
 
 double SMCWrapper::speedOfFan(std::int64_t fanIndex) { return fanValue(fanIndex, "Ac"); }
@@ -205,14 +208,14 @@ double SMCWrapper::safeMinimumSpeedOfFan(std::int64_t fanIndex) { return fanValu
 
 double SMCWrapper::safeMaximumSpeedOfFan(std::int64_t fanIndex) { return fanValue(fanIndex, "Mx"); }
 
-double SMCWrapper::fanValue(std::int64_t fanIndex, std::string_view suffix) {
-  const std::optional<std::string> key = fanKey(fanIndex, suffix);
-  return key ? rawValueByKey(*key).value_or(0) : 0;
+double SMCWrapper::fanValue(std::int64_t fanIndex, const char (&suffix)[3]) {
+  const std::optional<SMCKeyText> key = fanKey(fanIndex, suffix);
+  return key ? readNumber(smcCode(key->data()), key->data()).value_or(0) : 0;
 }
 
 std::string SMCWrapper::descriptionOfFan(std::int64_t fanIndex) {
-  if (const std::optional<std::string> key = fanKey(fanIndex, "ID")) {
-    std::optional<std::string> description = rawStringValueByKey(*key);
+  if (const std::optional<SMCKeyText> key = fanKey(fanIndex, "ID")) {
+    std::optional<std::string> description = readText(smcCode(key->data()), key->data());
     if (description && !description->empty()) {
       return *std::move(description);
     }
@@ -242,15 +245,20 @@ std::optional<double> SMCWrapper::readNumber(std::uint32_t packedKey, std::strin
 }
 
 std::optional<std::string> SMCWrapper::rawStringValueByKey(std::string_view key) {
-  SMCValueRecord value;
-  const std::uint32_t status = SMCReadKey(smcKeyFromText(key).data(), &value);
-  if (status != platform::kKernelSuccess || value.dataSize == 0) {
-    reportFailedRead(key);
+  return readText(smcCode(smcKeyFromText(key).data()), key);
+}
+
+std::optional<std::string> SMCWrapper::readText(std::uint32_t packedKey, std::string_view keyText) {
+  SMCKeyInfo info;
+  SMCParamRecord reply;
+  const std::uint32_t status = smcReadPayload(packedKey, info, reply);
+  if (status != platform::kKernelSuccess || info.dataSize == 0) {
+    reportFailedRead(keyText);
     return std::nullopt;
   }
   std::string text;
   for (const std::uint8_t byte :
-       std::span(value.bytes).first(std::min(value.dataSize, kLongestText))) {
+       std::span(reply.bytes).first(std::min(info.dataSize, kLongestText))) {
     if (byte > ' ') {
       appendSMCCharacter(text, byte);
     }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -18,15 +17,15 @@ struct Run {
   std::ptrdiff_t end;
 };
 
-std::uint64_t rank(const Sensor& sensor) {
+std::uint64_t rank(const NamedSensor& sensor) {
   return sensor.group == SensorGroupNone ? UINT64_MAX : sensor.group;
 }
 
-std::vector<Run> runsOf(const SensorList& reading) {
+std::vector<Run> runsOf(const std::vector<NamedSensor>& reading) {
   std::vector<Run> runs;
   std::ptrdiff_t position = 0;
-  for (const SensorPtr& sensor : reading) {
-    const std::uint64_t sensorRank = rank(*sensor);
+  for (const NamedSensor& sensor : reading) {
+    const std::uint64_t sensorRank = rank(sensor);
     if (runs.empty() || runs.back().rank != sensorRank) {
       runs.push_back({sensorRank, position, position});
     }
@@ -39,14 +38,13 @@ std::vector<Run> runsOf(const SensorList& reading) {
 
 // A reading is made of some dozen runs, however many sensors it has: ordering those costs far less
 // than comparing sensors with each other.
-void sortByGroup(SensorList& reading) {
+void sortByGroup(std::vector<NamedSensor>& reading) {
   std::vector<Run> runs = runsOf(reading);
   std::ranges::stable_sort(runs, {}, &Run::rank);
-  SensorList sorted;
+  std::vector<NamedSensor> sorted;
   sorted.reserve(reading.size());
   for (const Run& run : runs) {
-    sorted.insert(sorted.end(), std::make_move_iterator(reading.begin() + run.begin),
-                  std::make_move_iterator(reading.begin() + run.end));
+    sorted.insert(sorted.end(), reading.begin() + run.begin, reading.begin() + run.end);
   }
   reading = std::move(sorted);
 }

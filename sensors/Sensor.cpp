@@ -27,19 +27,21 @@ SensorPtr Sensor::hidSensorWithKey(std::string key, std::string name, std::uint6
                          group, platform, SensorSourceHID, average);
 }
 
+bool Sensor::isValidValue() const { return isValidValue(value); }
+
 // Each rule names what is refused, so that not-a-number, which no comparison holds for, passes.
-bool Sensor::isValidValue() const {
+bool Sensor::isValidValue(double candidate) const {
   switch (type) {
     case SensorTypeTemperature:
-      return !(minLimitValue >= value || value > maxLimitValue);
+      return !(minLimitValue >= candidate || candidate > maxLimitValue);
     case SensorTypeFan:
       return true;
     case SensorTypeVoltage:
-      return !(value == 0 || value > 300);
+      return !(candidate == 0 || candidate > 300);
     case SensorTypeCurrent:
-      return !(0 >= value || value > 100);
+      return !(0 >= candidate || candidate > 100);
     case SensorTypePower:
-      return !(0 >= value);
+      return !(0 >= candidate);
     default:
       return false;
   }

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "hardware/RawReading.h"
+#include "hardware/ReadingRecords.h"
 #include "platform/Platform.h"
 #include "sensors/Catalogue.h"
 #include "sensors/ComputedSensors.h"
@@ -32,9 +34,18 @@ SensorList makeSensors(const std::vector<CatalogueBlock>& blocks, Factory factor
   return sensors;
 }
 
-void append(SensorList& list, SensorList sensors) {
-  list.insert(list.end(), std::make_move_iterator(sensors.begin()),
-              std::make_move_iterator(sensors.end()));
+// A sensor that stands in the reading twice has one record: its place is the raw sensor's.
+SensorList recordsOf(const std::vector<NamedSensor>& reading, std::span<const RawSensor> raw,
+                     const SensorNaming& naming, ReadingRecords& memory) {
+  const std::shared_ptr<ReadingRecords::Records> records = memory.take(raw.size());
+  SensorList sensors;
+  sensors.reserve(reading.size());
+  for (const NamedSensor& named : reading) {
+    Sensor& record = (*records)[named.raw];
+    naming.copyTo(record, raw[named.raw], named);
+    sensors.emplace_back(records, &record);
+  }
+  return sensors;
 }
 
 std::optional<std::string> unlessEmpty(const std::optional<std::string>& text) {
@@ -79,6 +90,7 @@ SensorController::SensorController(platform::Platform& platform,
       hid_(platform.architecture() == platform::Architecture::kAppleSilicon
                ? std::make_unique<HIDWrapper>(platform)
                : nullptr),
+      records_(std::make_unique<ReadingRecords>()),
       delegate_(borrowed<SMCWrapperDelegate>(*this)) {
   smc_.setDelegate(delegate_);
   loadDefaultSensors();
@@ -111,12 +123,15 @@ std::optional<std::string> SensorController::dedicatedGPUShortName() const {
 }
 
 SensorList SensorController::getAllSensors() {
-  SensorList raw = smc_.getAllSensors();
-  if (hid_) append(raw, hid_->getAllSensors());
-  SensorList reading = naming_->name(std::move(raw));
-  append(reading, buildComputedSensorsInSensors(reading));
+  RawReading raw;
+  smc_.read(raw);
+  if (hid_) {
+    for (const SensorPtr& sensor : hid_->getAllSensors()) raw.add(std::move(*sensor));
+  }
+  std::vector<NamedSensor> reading = naming_->name(raw.sensors());
+  addComputedSensors(raw, reading);
   sortByGroup(reading);
-  return reading;
+  return recordsOf(reading, raw.sensors(), *naming_, *records_);
 }
 
 SensorList SensorController::buildComputedSensorsInSensors(const SensorList& sensors) {

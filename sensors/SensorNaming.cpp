@@ -27,17 +27,14 @@ void replacePercent(std::string_view text, std::uint32_t number, std::string& re
 
 }  // namespace
 
-SensorNaming::SensorNaming(SensorList catalogue)
-    : catalogue_(std::move(catalogue)), isLastEntryOfKey_(catalogue_.size(), true) {
-  std::vector<Position> lastEntryOfKey;
+SensorNaming::SensorNaming(SensorList catalogue) : catalogue_(std::move(catalogue)) {
   for (Position entry = 0; entry < catalogue_.size(); ++entry) {
     KeyMatch& match = index_.at(catalogue_[entry]->key);
     if (match.exact == kNone) {
       match.exact = exactKeys_++;
-      lastEntryOfKey.push_back(entry);
-    } else {
-      isLastEntryOfKey_[std::exchange(lastEntryOfKey[match.exact], entry)] = false;
+      lastEntryOfKey_.push_back(entry);
     }
+    lastEntryOfKey_[match.exact] = entry;
     exactKeyOfEntry_.push_back(match.exact);
     addPattern(entry);
   }
@@ -54,25 +51,28 @@ void SensorNaming::addPattern(Position entry) {
   }
 }
 
-SensorList SensorNaming::name(SensorList raw) const {
+std::vector<NamedSensor> SensorNaming::name(std::span<const RawSensor> raw) const {
   const Sorted sorted = sortOut(raw);
-  SensorList named;
+  std::vector<NamedSensor> named;
   named.reserve(raw.size() + catalogue_.size());
-  takeExact(sorted, raw, named);
-  takePatterns(sorted, raw, named);
-  for (const Position position : sorted.unknown) named.push_back(std::move(raw[position]));
+  addExact(sorted, named);
+  addPatterns(sorted, named);
+  for (const Position position : sorted.unknown) {
+    const Sensor& sensor = *raw[position].prototype;
+    named.push_back({.raw = position, .average = sensor.average, .group = sensor.group});
+  }
   return named;
 }
 
 // Whatever an entry does not take by its exact key is left to the patterns, and what those do not
 // fit is unknown, so one look-up decides where a raw sensor belongs.
-SensorNaming::Sorted SensorNaming::sortOut(const SensorList& raw) const {
+SensorNaming::Sorted SensorNaming::sortOut(std::span<const RawSensor> raw) const {
   Sorted sorted;
   sorted.firstWithExactKey.assign(exactKeys_, kNone);
   sorted.unknown.reserve(raw.size());
   for (Position position = 0; position < raw.size(); ++position) {
-    if (!raw[position]->isValidValue()) continue;
-    const KeyMatch match = index_.find(raw[position]->key);
+    if (!raw[position].prototype->isValidValue(raw[position].value)) continue;
+    const KeyMatch match = index_.find(*raw[position].key);
     if (match.exact != kNone && sorted.firstWithExactKey[match.exact] == kNone) {
       sorted.firstWithExactKey[match.exact] = position;
     } else if (match.pattern != kNone) {
@@ -85,25 +85,16 @@ SensorNaming::Sorted SensorNaming::sortOut(const SensorList& raw) const {
   return sorted;
 }
 
-void SensorNaming::takeExact(const Sorted& sorted, SensorList& raw, SensorList& named) const {
-  for (Position entry = 0; entry < catalogue_.size(); ++entry) {
-    const Position position = sorted.firstWithExactKey[exactKeyOfEntry_[entry]];
+void SensorNaming::addExact(const Sorted& sorted, std::vector<NamedSensor>& named) const {
+  for (const Position key : exactKeyOfEntry_) {
+    const Position position = sorted.firstWithExactKey[key];
     if (position == kNone) continue;
-    const Sensor& known = *catalogue_[entry];
-    Sensor& sensor = *raw[position];
-    sensor.name = known.name;
-    sensor.fullName = known.fullName;
-    sensor.group = known.group;
-    sensor.average = known.average;
-    if (isLastEntryOfKey_[entry]) {
-      named.push_back(std::move(raw[position]));
-    } else {
-      named.push_back(raw[position]);
-    }
+    const Sensor& known = *catalogue_[lastEntryOfKey_[key]];
+    named.push_back({position, lastEntryOfKey_[key], 0, known.average, known.group});
   }
 }
 
-void SensorNaming::takePatterns(const Sorted& sorted, SensorList& raw, SensorList& named) const {
+void SensorNaming::addPatterns(const Sorted& sorted, std::vector<NamedSensor>& named) const {
   Position previousEntry = kNone;
   std::uint32_t number = 0;
   for (const PatternHit& hit : sorted.patternHits) {
@@ -111,13 +102,24 @@ void SensorNaming::takePatterns(const Sorted& sorted, SensorList& raw, SensorLis
     number = entry == previousEntry ? number + 1 : 1;
     previousEntry = entry;
     const Sensor& known = *catalogue_[entry];
-    Sensor& sensor = *raw[hit.raw];
-    replacePercent(known.name, number, sensor.name);
-    sensor.fullName = sensor.name;
-    sensor.group = known.group;
-    sensor.average = known.average;
-    named.push_back(std::move(raw[hit.raw]));
+    named.push_back({hit.raw, entry, number, known.average, known.group});
   }
+}
+
+void SensorNaming::copyTo(Sensor& record, const RawSensor& raw, const NamedSensor& named) const {
+  if (named.entry == NamedSensor::kNoEntry) {
+    raw.copyTo(record);
+    return;
+  }
+  const Sensor& known = *catalogue_[named.entry];
+  if (named.number == 0) {
+    raw.copyTo(record, known.name, known.fullName);
+  } else {
+    replacePercent(known.name, named.number, record.name);
+    raw.copyTo(record, record.name, record.name);
+  }
+  record.group = named.group;
+  record.average = named.average;
 }
 
 }  // namespace kelvora

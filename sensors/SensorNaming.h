@@ -2,14 +2,27 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <utility>
 #include <vector>
 
 #include "KelvoraCore/Sensor.h"
 
+#include "hardware/RawReading.h"
 #include "sensors/KeyIndex.h"
 
 namespace kelvora {
+
+/// Where a raw sensor stands in a reading and what it is there.
+struct NamedSensor {
+  static constexpr std::uint32_t kNoEntry = UINT32_MAX;
+
+  std::uint32_t raw;               ///< its position in the raw reading
+  std::uint32_t entry = kNoEntry;  ///< the catalogue's entry that names it, or none
+  std::uint32_t number = 0;        ///< for an entry that is a pattern, counted from 1
+  bool average = false;
+  std::uint64_t group = SensorGroupNone;
+};
 
 /// Names raw sensors from a catalogue. Built once from the catalogue; naming a reading then costs
 /// one look-up per raw sensor, however many entries and patterns there are. Immutable: any threads
@@ -20,14 +33,17 @@ class SensorNaming {
   /// keys only now.
   explicit SensorNaming(SensorList catalogue);
 
-  /// The plausible sensors of `raw`, in which no record stands twice. First those whose key is an
-  /// entry's key, in the order of the entries; then those that a pattern fits ("TC%C" fits "TC0C"
-  /// to "TC63C"), in the order of patterns and indices, numbered 1, 2, 3 without gaps; then the
-  /// rest as it was. The named ones take over the entry's name, full name (after a pattern the
-  /// name), group and average flag. A record that two entries name stands in the answer twice, in
-  /// both places with the later entry's names. Of several plausible sensors with one key an entry
-  /// names the first, a pattern all.
-  SensorList name(SensorList raw) const;
+  /// The plausible sensors of a reading. First those whose key is an entry's key, in the order of
+  /// the entries; then those that a pattern fits ("TC%C" fits "TC0C" to "TC63C"), in the order of
+  /// patterns and indices, numbered 1, 2, 3 without gaps; then the rest as it was. The named ones
+  /// take over the entry's group and average flag. A sensor that two entries name stands in the
+  /// answer twice, in both places as the later entry has it. Of several plausible sensors with one
+  /// key an entry names the first, a pattern all.
+  std::vector<NamedSensor> name(std::span<const RawSensor> raw) const;
+
+  /// Makes `record` a sensor of `name`'s answer: what was read, with the entry's name, full name
+  /// (after a pattern the name), group and average flag.
+  void copyTo(Sensor& record, const RawSensor& raw, const NamedSensor& named) const;
 
  private:
   using Position = std::uint32_t;
@@ -49,16 +65,16 @@ class SensorNaming {
   };
 
   void addPattern(Position entry);
-  Sorted sortOut(const SensorList& raw) const;
-  void takeExact(const Sorted& sorted, SensorList& raw, SensorList& named) const;
-  void takePatterns(const Sorted& sorted, SensorList& raw, SensorList& named) const;
+  Sorted sortOut(std::span<const RawSensor> raw) const;
+  void addExact(const Sorted& sorted, std::vector<NamedSensor>& named) const;
+  void addPatterns(const Sorted& sorted, std::vector<NamedSensor>& named) const;
 
   SensorList catalogue_;
   // For each key the number of its exact key, counted from 0, and the first pattern that fits it,
   // as entry * kIndices + index.
   KeyIndex index_;
   std::vector<Position> exactKeyOfEntry_;
-  std::vector<bool> isLastEntryOfKey_;
+  std::vector<Position> lastEntryOfKey_;  // by the number of the exact key
   Position exactKeys_ = 0;
 };
 

@@ -15,7 +15,9 @@ namespace platform {
 class Platform;
 }
 
+class RawReading;
 class ReadingRecords;
+class SensorController;
 
 /// Hears of SMC readings that failed.
 class SMCWrapperDelegate {
@@ -98,19 +100,21 @@ class SMCWrapper {
   void handleFailedWithErrMsg(const std::string& message);
 
  private:
-  struct SensorKey;
+  friend SensorController;
+  struct SensorKeys;
 
   void enumerateSensorKeys();
-  void appendFan(SensorList& sensors, std::int64_t fanIndex);
-  void appendSensorKeys(SensorList& sensors);
+  void read(RawReading& reading);
+  void readFan(std::int64_t fanIndex, RawReading& reading);
+  void readSensorKeys(RawReading& reading);
   std::optional<double> readNumber(std::uint32_t packedKey, std::string_view keyText);
-  double fanValue(std::int64_t fanIndex, std::string_view suffix);
+  std::optional<std::string> readText(std::uint32_t packedKey, std::string_view keyText);
+  double fanValue(std::int64_t fanIndex, const char (&suffix)[3]);
   void reportFailedRead(std::string_view keyText);
 
   platform::Platform& platform_;
   std::weak_ptr<SMCWrapperDelegate> delegate_;
-  std::vector<std::string> cachedAllSensorKeys_;
-  std::vector<SensorKey> sensorKeys_;  // beside each cached key, what its reading needs
+  std::shared_ptr<const SensorKeys> sensorKeys_;
   std::unique_ptr<ReadingRecords> records_;
 };
 

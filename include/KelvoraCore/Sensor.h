@@ -97,6 +97,8 @@ struct Sensor {
   /// most 100; a power is above 0. A value that is not a number is plausible for types 0 to 4;
   /// nothing is for other types.
   bool isValidValue() const;
+  /// Whether another value would be.
+  bool isValidValue(double candidate) const;
 };
 
 }  // namespace kelvora

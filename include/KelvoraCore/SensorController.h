@@ -16,6 +16,7 @@ namespace kelvora {
 namespace platform {
 class Platform;
 }  // namespace platform
+class ReadingRecords;
 class SensorNaming;
 
 /// The notification by which a controller tells all programs of a failed read; its object is the
@@ -103,6 +104,7 @@ class SensorController : public SMCWrapperDelegate {
   std::shared_ptr<const ZDSystemDevice> device_;
   SMCWrapper smc_;
   std::unique_ptr<HIDWrapper> hid_;
+  std::unique_ptr<ReadingRecords> records_;
   // What the SMC reader holds weakly as its delegate; owns nothing.
   std::shared_ptr<SMCWrapperDelegate> delegate_;
   SensorList defaultSMCSensors_;

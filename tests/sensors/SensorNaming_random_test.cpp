@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <random>
 #include <sstream>
 #include <string>
@@ -15,6 +16,7 @@
 #include "KelvoraCore/Sensor.h"
 
 #include "ReferenceNaming.h"
+#include "hardware/RawReading.h"
 #include "sensors/ComputedSensors.h"
 #include "sensors/GroupOrder.h"
 #include "sensors/SensorNaming.h"
@@ -130,10 +132,19 @@ std::string describe(const SensorList& list, const SensorList& raw) {
   return text.str();
 }
 
+// The records of `raw` are at once what was read and what is made of it.
 SensorList namedByTheLibrary(const SensorList& catalogue, const SensorList& raw) {
-  SensorList reading = SensorNaming(catalogue).name(raw);
-  for (const SensorPtr& sensor : computedSensors(reading)) reading.push_back(sensor);
-  sortByGroup(reading);
+  RawReading read;
+  for (const SensorPtr& sensor : raw) read.add({&sensor->key, sensor.get(), sensor->value});
+  const SensorNaming naming(catalogue);
+  std::vector<NamedSensor> named = naming.name(read.sensors());
+  addComputedSensors(read, named);
+  sortByGroup(named);
+  SensorList reading;
+  for (const NamedSensor& sensor : named) {
+    reading.push_back(sensor.raw < raw.size() ? raw[sensor.raw] : std::make_shared<Sensor>());
+    naming.copyTo(*reading.back(), read.sensors()[sensor.raw], sensor);
+  }
   return reading;
 }
 
