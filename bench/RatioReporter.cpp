@@ -34,8 +34,11 @@ void RatioReporter::Finalize() {
     const double yardstick = median(goal.yardstick);
     if (yardstick == 0 || median(goal.benchmark) == 0) continue;
     const double ratio = median(goal.benchmark) / yardstick;
-    out << "  " << std::left << std::setw(62) << goal.title << std::right << std::setw(8) << ratio
-        << "   goal: at most " << goal.atMost << (ratio <= goal.atMost ? "" : "   MISSED") << '\n';
+    out << "  " << std::left << std::setw(62) << goal.title << std::right << std::setw(8) << ratio;
+    if (goal.atMost) {
+      out << "   goal: at most " << *goal.atMost << (ratio <= *goal.atMost ? "" : "   MISSED");
+    }
+    out << '\n';
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,12 +9,13 @@
 
 namespace kelvora::bench {
 
-/// How many times as long one benchmark may take as another.
+/// How many times as long one benchmark may take as another; without a limit the ratio only
+/// informs.
 struct Goal {
   std::string title;
   std::string benchmark;
   std::string yardstick;
-  double atMost;
+  std::optional<double> atMost;
 };
 
 /// Prints what the console reporter prints, and at the end a table of the goals, with ratios of the
