@@ -208,12 +208,45 @@ TEST(Kelvora, ColourOnlyOnATerminalAndNeverWithNoColor) {
               Not(HasSubstr("\x1b")));
 }
 
-TEST(Kelvora, OnANarrowTerminalNamesGiveWay) {
-  const std::vector<std::string> arguments = {"sensors", "--machine", "Macmini9,1"};
-  const ProgramResult narrow = runInTerminal(KELVORA_PROGRAM, arguments, 60, {{"NO_COLOR", "1"}});
-  EXPECT_EQ(narrow.status, 0);
-  EXPECT_THAT(narrow.standardOutput, HasSubstr("…"));
-  EXPECT_THAT(runKelvora(arguments).standardOutput, Not(HasSubstr("…")));
+TEST(Kelvora, OnANarrowTerminalKeysGetLinesOfTheirOwnBeforeNamesGiveWay) {
+  const auto reading = [](unsigned short columns) {
+    return runInTerminal(KELVORA_PROGRAM, {"sensors", "--machine", "Macmini9,1"}, columns,
+                         {{"NO_COLOR", "1"}})
+        .standardOutput;
+  };
+  EXPECT_THAT(reading(80), HasSubstr("\n  CPU Performance Core 1 Temperature        20°C"
+                                     "  pACC MTR Temp Sensor2\n"));
+  EXPECT_THAT(reading(80), HasSubstr("21°C  AverageCPU  computed\n"));
+  EXPECT_THAT(reading(71), HasSubstr("\n  CPU Performance Core 1 Temperature        20°C"
+                                     "  pACC MTR Temp Sensor2\n"));
+  EXPECT_THAT(reading(70), HasSubstr("\n  CPU Performance Core 1 Temperature        20°C"
+                                     "\n    pACC MTR Temp Sensor2\n"));
+  EXPECT_THAT(reading(70), HasSubstr("21°C  AverageCPU  computed\n"));
+  EXPECT_THAT(reading(60), HasSubstr("21°C\n    AverageCPU  computed\n"));
+  EXPECT_THAT(reading(60), Not(HasSubstr("…")));
+  EXPECT_THAT(reading(40), HasSubstr("\n  CPU Performance Core 1 Tempera…   20°C\n"));
+  EXPECT_THAT(reading(10), HasSubstr("\n  CPU Perform…   20°C\n")) << "names keep twelve columns";
+}
+
+TEST(Kelvora, OnANarrowTerminalRemarksStandBesideTheirKeysBeforeTheyGoBelow) {
+  const auto reading = [](unsigned short columns) {
+    return runInTerminal(KELVORA_PROGRAM, {"sensors", "--machine", "MacBookPro15,1"}, columns,
+                         {{"NO_COLOR", "1"}})
+        .standardOutput;
+  };
+  EXPECT_THAT(reading(120), HasSubstr("2162rpm  0           2160rpm to 5927rpm\n"));
+  EXPECT_THAT(reading(80), HasSubstr("2162rpm  0  2160rpm to 5927rpm\n"));
+  EXPECT_THAT(reading(60), HasSubstr("2162rpm\n    0  2160rpm to 5927rpm\n"));
+}
+
+TEST(Kelvora, OnANarrowTerminalTheFirstLineIsBrokenAtItsBlanks) {
+  for (const char* command : {"sensors", "keys", "inventory"}) {
+    EXPECT_THAT(runInTerminal(KELVORA_PROGRAM, {command}, 40).standardOutput,
+                StartsWith("MacBook Pro 15-inch 2018 (recorded): no\n"
+                           "Apple hardware here, so this recording\n"
+                           "is shown; --machine takes another\n\n"))
+        << command;
+  }
 }
 
 TEST(Kelvora, TextsOfTheMachineCannotControlTheTerminal) {

@@ -159,7 +159,8 @@ int runInventory(const Options& options, platform::StandardOutput& output) {
   if (options.json) {
     writeJson(output, {{"machine", jsonMachine(machine.platform)}, {"inventory", inventory}});
   } else {
-    writeText(output, machineLine(machine) + "\n" + rendered(inventory, Style(output)));
+    writeText(output, machineLine(machine, static_cast<std::size_t>(output.columns())) + "\n" +
+                          rendered(inventory, Style(output)));
   }
   if (isEmpty(device)) {
     throw CommandError(kExitNothingRead,

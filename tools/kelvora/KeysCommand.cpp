@@ -71,7 +71,7 @@ int runKeys(const Options& options, platform::StandardOutput& output) {
                        {"keys", keys}});
   } else {
     const Style style(output);
-    std::string text = machineLine(machine);
+    std::string text = machineLine(machine, static_cast<std::size_t>(output.columns()));
     if (!list.entries.empty()) {
       text += "\n" + style.heading("Index  Key   Type  Size  Attr         Value  Bytes") + "\n";
     }

@@ -16,13 +16,17 @@ Json jsonMachine(const platform::Platform& platform) {
           {"live", platform.isLive()}};
 }
 
-std::string machineLine(const MachineChoice& machine) {
+std::string machineLine(const MachineChoice& machine, std::size_t width) {
   std::string line = printable(machine.platform.title());
   line += machine.platform.isLive() ? " (live)" : " (recorded)";
   if (machine.isStandIn) {
     line += ": no Apple hardware here, so this recording is shown; --machine takes another";
   }
-  return line + "\n";
+  std::string text;
+  for (const std::string& part : wrapped(line, width)) {
+    text += part + "\n";
+  }
+  return text;
 }
 
 void writeText(platform::StandardOutput& output, std::string_view text) {

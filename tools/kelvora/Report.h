@@ -20,8 +20,8 @@ Json jsonNumber(double value);
 Json jsonMachine(const platform::Platform& platform);
 
 /// The first line of every text report: "MacBook Pro 15-inch 2018 (recorded)", and why where no
-/// machine was asked for.
-std::string machineLine(const MachineChoice& machine);
+/// machine was asked for. Broken at its blanks for a terminal of `width` columns; 0 is one line.
+std::string machineLine(const MachineChoice& machine, std::size_t width);
 
 /// Writes a report; throws CommandError when it cannot be written whole.
 void writeText(platform::StandardOutput& output, std::string_view text);

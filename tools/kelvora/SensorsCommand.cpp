@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "KelvoraCore/KVSettings.h"
@@ -69,32 +70,55 @@ struct Line {
   std::string remark;
 };
 
-/// Widths of the columns in a terminal of some width; 0 is as wide as it takes.
+/// The columns of a reading in a terminal of some width; 0 is as wide as it takes. Names are what a
+/// reader looks for: they give way last, after key and remark of a line that is too long have got a
+/// line of their own.
 struct Columns {
-  Columns(const std::vector<Line>& lines, std::size_t terminal) {
-    std::size_t remark = 0;
+  Columns(const std::vector<Line>& lines, std::size_t terminalWidth) : terminal(terminalWidth) {
     for (const Line& line : lines) {
       name = std::max(name, displayWidth(line.name));
       value = std::max(value, displayWidth(line.value));
-      key = std::max(key, displayWidth(line.key));
-      remark = std::max(remark, displayWidth(line.remark));
+      if (!line.remark.empty()) {
+        key = std::max(key, displayWidth(line.key));
+      }
     }
-    const std::size_t whole = kIndent + name + kGap + value + kGap + key + kGap + remark;
-    if (terminal != 0 && whole > terminal) {
-      const std::size_t excess = whole - terminal;
-      name = std::max(std::min(name, kLeastName), name > excess ? name - excess : 0);
+    const std::size_t rest = kIndent + kGap + value;
+    if (terminal != 0 && name + rest > terminal) {
+      name = std::max(std::min(name, kLeastName), terminal > rest ? terminal - rest : 0);
     }
+  }
+  bool haveRoomAfterValue(std::string_view text) const {
+    return terminal == 0 || kIndent + name + kGap + value + kGap + displayWidth(text) <= terminal;
   }
   static constexpr std::size_t kIndent = 2;
   static constexpr std::size_t kGap = 2;
   static constexpr std::size_t kLeastName = 12;
+  std::size_t terminal;
   std::size_t name = 0;
   std::size_t value = 0;
-  std::size_t key = 0;
+  std::size_t key = 0;  // where a remark follows
 };
 
-std::string rendered(const std::vector<Line>& lines, const Columns& columns, const Style& style) {
+// After the value, with remarks one below the other where that fits; else on a line of its own.
+std::string keyAndRemark(const Line& line, const Columns& columns, const Style& style) {
   const std::string gap(Columns::kGap, ' ');
+  const std::string remark = line.remark.empty() ? "" : gap + line.remark;
+  const std::string aligned =
+      line.remark.empty() ? line.key : fitted(line.key, columns.key) + remark;
+  if (columns.haveRoomAfterValue(aligned)) {
+    return gap + style.faint(aligned);
+  }
+  const std::string close = line.key + remark;
+  return (columns.haveRoomAfterValue(close) ? gap : "\n    ") + style.faint(close);
+}
+
+std::string rendered(const Line& line, const Columns& columns, const Style& style) {
+  return std::string(Columns::kIndent, ' ') + fitted(line.name, columns.name) +
+         std::string(Columns::kGap, ' ') + rightAligned(line.value, columns.value) +
+         keyAndRemark(line, columns, style) + "\n";
+}
+
+std::string rendered(const std::vector<Line>& lines, const Columns& columns, const Style& style) {
   std::string text;
   const Line* previous = nullptr;
   for (const Line& line : lines) {
@@ -102,15 +126,7 @@ std::string rendered(const std::vector<Line>& lines, const Columns& columns, con
       text += "\n" + style.heading(headingOf(line.group)) + "\n";
     }
     previous = &line;
-    text.append(Columns::kIndent, ' ').append(fitted(line.name, columns.name)).append(gap);
-    text.append(rightAligned(line.value, columns.value)).append(gap);
-    if (line.remark.empty()) {
-      text.append(style.faint(line.key));
-    } else {
-      text.append(style.faint(fitted(line.key, columns.key))).append(gap);
-      text.append(style.faint(line.remark));
-    }
-    text.append("\n");
+    text += rendered(line, columns, style);
   }
   return text;
 }
@@ -125,8 +141,9 @@ void writeReading(platform::StandardOutput& output, const MachineChoice& machine
                      valueText(*sensor, settings), printable(sensor->key), remarkOf(*sensor)});
   }
   const Style style(output);
-  const Columns columns(lines, static_cast<std::size_t>(output.columns()));
-  std::string text = machineLine(machine) + rendered(lines, columns, style);
+  const auto terminal = static_cast<std::size_t>(output.columns());
+  std::string text =
+      machineLine(machine, terminal) + rendered(lines, Columns(lines, terminal), style);
   if (!failures.empty()) {
     text += "\n" + style.heading("Not readable") + "\n";
     for (const std::string& failure : failures) {
