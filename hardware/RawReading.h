@@ -25,15 +25,19 @@ struct RawSensor {
 };
 
 /// The sensors of a reading in the order in which they were read. A host's record of a sensor takes
-/// three lines of a processor's cache, one of these a part of one: a reading is put in order here,
-/// and its records are written once.
+/// three lines of a processor's cache, one of these less than half a line: a reading is put in
+/// order with these, and its records are written once. Not copied, as its sensors point into it.
 class RawReading {
  public:
+  RawReading() = default;
+  RawReading(const RawReading&) = delete;
+  RawReading& operator=(const RawReading&) = delete;
+
   /// Adds a sensor whose key and prototype outlive the reading or belong to what it keeps.
   void add(const RawSensor& sensor) { sensors_.push_back(sensor); }
   /// Adds a sensor that is told of nowhere else.
   void add(Sensor sensor);
-  /// Keeps the owner of keys or prototypes.
+  /// Keeps the one owner of such keys and prototypes.
   void keep(std::shared_ptr<const void> owner) { owner_ = std::move(owner); }
   /// Makes room for so many more.
   void reserve(std::size_t more) { sensors_.reserve(sensors_.size() + more); }

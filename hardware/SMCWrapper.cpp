@@ -178,13 +178,13 @@ void SMCWrapper::readFan(std::int64_t fanIndex, RawReading& reading) {
   reading.add(std::move(fan));
 }
 
-// The keys stay as they were at its beginning: a delegate that hears of a failure may replace them.
+// The reading keeps the keys as they are now: a delegate that hears of a failure may replace them.
 void SMCWrapper::readSensorKeys(RawReading& reading) {
   getAllSensorKeys();
-  const std::shared_ptr<const SensorKeys> keys = sensorKeys_;
-  reading.keep(keys);
-  reading.reserve(keys->readable.size());
-  for (const auto& [packedKey, text, prototype] : keys->readable) {
+  reading.keep(sensorKeys_);
+  const std::vector<SensorKeys::Readable>& keys = sensorKeys_->readable;
+  reading.reserve(keys.size());
+  for (const auto& [packedKey, text, prototype] : keys) {
     if (const std::optional<double> value = readNumber(packedKey, *text)) {
       reading.add({text, prototype, *value});
     }

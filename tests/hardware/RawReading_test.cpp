@@ -1,6 +1,8 @@
 #include "hardware/RawReading.h"
 
+#include <memory>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -76,6 +78,17 @@ TEST(RawReading, KeepsSensorsInOrderAndItsOwnWhereTheyAre) {
     EXPECT_EQ(own.prototype->fullName, std::string(i, 'o') + " full name");
     EXPECT_EQ(reading.sensors()[2 * i + 1].value, -static_cast<double>(i));
   }
+}
+
+TEST(RawReading, KeepsTheOwnerOfKeysAsLongAsItLives) {
+  auto owner = std::make_shared<const std::string>("TC0P");
+  const std::weak_ptr<const std::string> watched = owner;
+  {
+    RawReading reading;
+    reading.keep(std::move(owner));
+    EXPECT_FALSE(watched.expired());
+  }
+  EXPECT_TRUE(watched.expired());
 }
 
 }  // namespace

@@ -295,7 +295,7 @@ TEST(SMCWrapper, AListThatADelegateReplacesServesTheNextReading) {
   SMCWrapper wrapper;
   for (const std::vector<std::string>& replacement :
        {std::vector<std::string>(100, "VC0C"), std::vector<std::string>{}}) {
-    wrapper.setCachedAllSensorKeys({"TX0x", "TC0P", "TC0P"});
+    wrapper.setCachedAllSensorKeys({"TC0P", "TX0x", "TC0P"});
     const auto delegate = std::make_shared<Replacing>(wrapper, replacement);
     wrapper.setDelegate(delegate);
     const SensorList sensors = wrapper.getAllSensors();
