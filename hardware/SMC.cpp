@@ -142,7 +142,6 @@ std::uint32_t SMCGetKeyInfo(std::uint32_t packedKey, SMCKeyInfo* keyInfo) {
 std::uint32_t smcReadPayload(std::uint32_t packedKey, SMCKeyInfo& info, SMCParamRecord& reply) {
   SMCParamRecord request;
   request.key = packedKey;
-  info = {};
   const KernelStatus status = getKeyInfo(request, reply, info);
   if (status != platform::kKernelSuccess) {
     return status;

@@ -9,7 +9,7 @@
 namespace kelvora {
 
 /// Looks up a key's information and reads its payload into `reply.bytes`: the calls and the status
-/// of SMCReadKey. On failure `info` holds what was learned before, the rest of it being zero.
+/// of SMCReadKey. `info` and `reply` come zero; on failure `info` holds what was learned before.
 std::uint32_t smcReadPayload(std::uint32_t packedKey, SMCKeyInfo& info, SMCParamRecord& reply);
 
 /// SMCConvertValueToNumber of a payload.
