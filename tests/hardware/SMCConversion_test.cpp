@@ -125,6 +125,7 @@ TEST(SMCConversion, ComparesTheWholeFiveBytesOfATypesText) {
   EXPECT_EQ(number("sp78x", {1, 0}), -1.0F);
   EXPECT_EQ(number({"flt\0", 4}, {0, 0, 0, 0}), -1.0F);
   EXPECT_EQ(number("UI8 ", {7}), -1.0F);
+  EXPECT_EQ(number("sp78x", {}), 0.0F) << "without bytes no type is compared";
 }
 
 TEST(SMCConversion, OfUnsignedTypesTakesWhateverSize) {
