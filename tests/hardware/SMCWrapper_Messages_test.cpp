@@ -39,6 +39,22 @@ TEST(SMCWrapper, ReportsAConversionThatFailedWithTypeAndSize) {
                                          "SMC convert (TZ0z) failed: val:\u00b0C\u00ff  size-3"));
 }
 
+TEST(SMCWrapper, ReportsAKeyAsItWasGivenInWellFormedText) {
+  ForwardingSMC& smc = installSMC({smcKey("TX0x", "hex_", {1, 2})});
+  SMCWrapper wrapper;
+  const auto messages = std::make_shared<Messages>();
+  wrapper.setDelegate(messages);
+  wrapper.rawValueByKey("TX0x\xff");
+  smc.setOverride([](const SMCCallRecord&, ForwardingSMC::Output) {
+    return std::optional(platform::kIOReturnError);
+  });
+  wrapper.rawValueByKey("TX0x\xff");
+  wrapper.rawStringValueByKey("TX0x\xff");
+  EXPECT_THAT(messages->all,
+              ElementsAre("SMC convert (TX0x\ufffd) failed: val:hex_ size-2",
+                          "SMC read (TX0x\ufffd) failed", "SMC read (TX0x\ufffd) failed"));
+}
+
 TEST(SMCWrapper, ReportsASizeThatNoRealKeyHasAsASignedNumber) {
   ForwardingSMC& smc = installSMC({});
   smc.setOverride([](const SMCCallRecord&, ForwardingSMC::Output output) {
