@@ -31,7 +31,7 @@ SensorNaming::SensorNaming(SensorList catalogue) : catalogue_(std::move(catalogu
   for (Position entry = 0; entry < catalogue_.size(); ++entry) {
     KeyMatch& match = index_.at(catalogue_[entry]->key);
     if (match.exact == kNone) {
-      match.exact = exactKeys_++;
+      match.exact = static_cast<Position>(lastEntryOfKey_.size());
       lastEntryOfKey_.push_back(entry);
     }
     lastEntryOfKey_[match.exact] = entry;
@@ -68,7 +68,7 @@ std::vector<NamedSensor> SensorNaming::name(std::span<const RawSensor> raw) cons
 // fit is unknown, so one look-up decides where a raw sensor belongs.
 SensorNaming::Sorted SensorNaming::sortOut(std::span<const RawSensor> raw) const {
   Sorted sorted;
-  sorted.firstWithExactKey.assign(exactKeys_, kNone);
+  sorted.firstWithExactKey.assign(lastEntryOfKey_.size(), kNone);
   sorted.unknown.reserve(raw.size());
   for (Position position = 0; position < raw.size(); ++position) {
     if (!raw[position].prototype->isValidValue(raw[position].value)) continue;

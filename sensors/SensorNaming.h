@@ -75,7 +75,6 @@ class SensorNaming {
   KeyIndex index_;
   std::vector<Position> exactKeyOfEntry_;
   std::vector<Position> lastEntryOfKey_;  // by the number of the exact key
-  Position exactKeys_ = 0;
 };
 
 }  // namespace kelvora
