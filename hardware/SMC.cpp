@@ -47,18 +47,20 @@ std::uint32_t packed(const char* text) {
 
 void unpack(std::uint32_t code, char (&text)[5]) { SMCConvertNumberToString(text, code); }
 
-// `request` is zero but for the key.
-KernelStatus getKeyInfo(SMCParamRecord& request, SMCParamRecord& reply, SMCKeyInfo& info) {
+KernelStatus getKeyInfo(std::uint32_t packedKey, SMCKeyInfo& info, SMCExchange& exchange) {
   // The lock is held across the call: threads that miss at once ask the SMC one after the other.
   SMCKeyInfoCacheAccess cache;
-  if (const SMCKeyInfo* known = cache.find(request.key)) {
+  if (const SMCKeyInfo* known = cache.find(packedKey)) {
     info = *known;
     return platform::kKernelSuccess;
   }
+  auto& [request, reply] = exchange;
+  request.key = packedKey;
+  request.keyInfo.dataSize = 0;
   request.command = kGetKeyInfo;
   const KernelStatus status = send(request, reply);
   if (status == platform::kKernelSuccess) {
-    info = {request.key, reply.keyInfo.dataSize, reply.keyInfo.dataType,
+    info = {packedKey, reply.keyInfo.dataSize, reply.keyInfo.dataType,
             reply.keyInfo.dataAttributes};
     cache.append(info);
   }
@@ -68,14 +70,14 @@ KernelStatus getKeyInfo(SMCParamRecord& request, SMCParamRecord& reply, SMCKeyIn
 // By the packed code, so that a key with a NUL inside, which no text can name, is readable too.
 KernelStatus readKey(std::uint32_t packedKey, SMCValueRecord& value) {
   SMCKeyInfo info;
-  SMCParamRecord reply;
-  const KernelStatus status = smcReadPayload(packedKey, info, reply);
+  SMCExchange exchange;
+  const KernelStatus status = smcReadPayload(packedKey, info, exchange);
   value = {};
   unpack(packedKey, value.key);
   value.dataSize = info.dataSize;
   unpack(info.dataType, value.dataType);
   if (status == platform::kKernelSuccess) {
-    std::memcpy(value.bytes, reply.bytes, sizeof value.bytes);
+    std::memcpy(value.bytes, exchange.reply.bytes, sizeof value.bytes);
   }
   return status;
 }
@@ -124,11 +126,9 @@ std::uint32_t SMCCall(std::uint32_t selector, const SMCParamRecord* input, SMCPa
 }
 
 std::uint32_t SMCGetKeyInfo(std::uint32_t packedKey, SMCKeyInfo* keyInfo) {
-  SMCParamRecord request;
-  SMCParamRecord reply;
   SMCKeyInfo info;
-  request.key = packedKey;
-  const KernelStatus status = getKeyInfo(request, reply, info);
+  SMCExchange exchange;
+  const KernelStatus status = getKeyInfo(packedKey, info, exchange);
   if (status == platform::kKernelSuccess) {
     keyInfo->dataSize = info.dataSize;
     keyInfo->dataType = info.dataType;
@@ -137,15 +137,13 @@ std::uint32_t SMCGetKeyInfo(std::uint32_t packedKey, SMCKeyInfo* keyInfo) {
   return status;
 }
 
-// One pair of records serves both calls: clearing and filling another pair costs more than all that
-// is done here besides the calls.
-std::uint32_t smcReadPayload(std::uint32_t packedKey, SMCKeyInfo& info, SMCParamRecord& reply) {
-  SMCParamRecord request;
-  request.key = packedKey;
-  const KernelStatus status = getKeyInfo(request, reply, info);
+std::uint32_t smcReadPayload(std::uint32_t packedKey, SMCKeyInfo& info, SMCExchange& exchange) {
+  const KernelStatus status = getKeyInfo(packedKey, info, exchange);
   if (status != platform::kKernelSuccess) {
     return status;
   }
+  auto& [request, reply] = exchange;
+  request.key = packedKey;
   request.keyInfo.dataSize = info.dataSize;
   request.command = kReadBytes;
   return send(request, reply);

@@ -184,8 +184,9 @@ void SMCWrapper::readSensorKeys(RawReading& reading) {
   reading.keep(sensorKeys_);
   const std::vector<SensorKeys::Readable>& keys = sensorKeys_->readable;
   reading.reserve(keys.size());
+  SMCExchange exchange;
   for (const auto& [packedKey, text, prototype] : keys) {
-    if (const std::optional<double> value = readNumber(packedKey, *text)) {
+    if (const std::optional<double> value = readNumber(packedKey, *text, exchange)) {
       reading.add({text, prototype, *value});
     }
   }
@@ -230,13 +231,18 @@ std::optional<double> SMCWrapper::rawValueByKey(std::string_view key) {
 }
 
 std::optional<double> SMCWrapper::readNumber(std::uint32_t packedKey, std::string_view keyText) {
+  SMCExchange exchange;
+  return readNumber(packedKey, keyText, exchange);
+}
+
+std::optional<double> SMCWrapper::readNumber(std::uint32_t packedKey, std::string_view keyText,
+                                             SMCExchange& exchange) {
   SMCKeyInfo info;
-  SMCParamRecord reply;
-  if (smcReadPayload(packedKey, info, reply) != platform::kKernelSuccess) {
+  if (smcReadPayload(packedKey, info, exchange) != platform::kKernelSuccess) {
     reportFailedRead(keyText);
     return std::nullopt;
   }
-  const float number = smcNumber(info, reply.bytes);
+  const float number = smcNumber(info, exchange.reply.bytes);
   if (number == kNotConvertible) {
     handleFailedWithErrMsg(conversionFailure(keyText, info));
     return std::nullopt;
@@ -250,15 +256,15 @@ std::optional<std::string> SMCWrapper::rawStringValueByKey(std::string_view key)
 
 std::optional<std::string> SMCWrapper::readText(std::uint32_t packedKey, std::string_view keyText) {
   SMCKeyInfo info;
-  SMCParamRecord reply;
-  const std::uint32_t status = smcReadPayload(packedKey, info, reply);
+  SMCExchange exchange;
+  const std::uint32_t status = smcReadPayload(packedKey, info, exchange);
   if (status != platform::kKernelSuccess || info.dataSize == 0) {
     reportFailedRead(keyText);
     return std::nullopt;
   }
   std::string text;
   for (const std::uint8_t byte :
-       std::span(reply.bytes).first(std::min(info.dataSize, kLongestText))) {
+       std::span(exchange.reply.bytes).first(std::min(info.dataSize, kLongestText))) {
     if (byte > ' ') {
       appendSMCCharacter(text, byte);
     }

@@ -18,6 +18,7 @@ class Platform;
 class RawReading;
 class ReadingRecords;
 class SensorController;
+struct SMCExchange;
 
 /// Hears of SMC readings that failed.
 class SMCWrapperDelegate {
@@ -108,6 +109,8 @@ class SMCWrapper {
   void readFan(std::int64_t fanIndex, RawReading& reading);
   void readSensorKeys(RawReading& reading);
   std::optional<double> readNumber(std::uint32_t packedKey, std::string_view keyText);
+  std::optional<double> readNumber(std::uint32_t packedKey, std::string_view keyText,
+                                   SMCExchange& exchange);
   std::optional<std::string> readText(std::uint32_t packedKey, std::string_view keyText);
   double fanValue(std::int64_t fanIndex, const char (&suffix)[3]);
   void reportFailedRead(std::string_view keyText);

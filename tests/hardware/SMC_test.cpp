@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "hardware/SMCKeyInfoCache.h"
+#include "hardware/SMCReading.h"
 #include "tests/hardware/SMCKeys.h"
 
 namespace kelvora::testing {
@@ -188,6 +189,34 @@ TEST(SMCRequests, CarryOnlyTheFieldsOfTheirCommand) {
     EXPECT_EQ(bytesOf(smc.requests[i]), bytesOf(expected[i])) << "call " << i;
   }
   EXPECT_EQ(smc.log.back(), "call 33 selector 2 80/80");
+}
+
+TEST(SMCExchange, LeavesNothingOfOneKeyInTheCallsForTheNext) {
+  ScriptedSMC& smc = ScriptedSMC::install();
+  ASSERT_EQ(SMCOpen(), 0U);
+  SMCExchange exchange;
+  std::vector<SMCParamRecord> expected;
+  for (const auto& [key, size] : {std::pair(packedKey("TC0P"), 2U), {packedKey("TC1P"), 4U}}) {
+    smc.reply.key = key;
+    smc.reply.keyInfo = {size, packedKey("sp78"), 0xd0, {}};
+    smc.reply.result = 132;
+    std::ranges::fill(smc.reply.bytes, static_cast<std::uint8_t>(0xe0 + size));
+    SMCKeyInfo info;
+    ASSERT_EQ(smcReadPayload(key, info, exchange), 0U);
+    EXPECT_EQ(info.dataSize, size);
+    EXPECT_EQ(exchange.reply.bytes[31], 0xe0 + size);
+    SMCParamRecord request;
+    request.key = key;
+    request.command = 9;
+    expected.push_back(request);
+    request.command = 5;
+    request.keyInfo.dataSize = size;
+    expected.push_back(request);
+  }
+  ASSERT_EQ(smc.requests.size(), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_EQ(bytesOf(smc.requests[i]), bytesOf(expected[i])) << "call " << i;
+  }
 }
 
 TEST(SMCKeyInfo, IsAnsweredFromTheSMCOnceAndFromTheCacheThereafter) {
