@@ -74,7 +74,7 @@ float bareReading(platform::SMCUserClient& smc, platform::IOObject connection,
   return sum;
 }
 
-// Nobody writes so, but nothing that makes these calls can be faster.
+// One pair of records for all calls, as a reading has it: nothing that makes them is faster.
 float fastestReading(platform::SMCUserClient& smc, platform::IOObject connection,
                      const std::vector<Call>& calls) {
   float sum = 0;
