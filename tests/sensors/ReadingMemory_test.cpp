@@ -1,6 +1,6 @@
 // What a reading allocates.
 
-#include <cstdint>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <utility>
@@ -14,29 +14,16 @@
 #include "platform/recorded/RecordedSMC.h"
 #include "tests/support/CountedAllocations.h"
 #include "tests/support/RecordedMachines.h"
+#include "tests/support/SMCKeys.h"
 
 namespace kelvora::testing {
 namespace {
-
-platform::RecordedSMCKey smcKey(const std::string& key, const std::string& type,
-                                std::vector<std::byte> bytes) {
-  const auto packed = [](const std::string& text) {
-    std::uint32_t code = 0;
-    for (const char character : text) code = code << 8 | static_cast<unsigned char>(character);
-    return code;
-  };
-  platform::RecordedSMCKey result;
-  result.key = packed(key);
-  result.type = packed(type);
-  result.bytes = std::move(bytes);
-  return result;
-}
 
 // Sensors with names of the catalogue, with numbers in them and without any.
 std::unique_ptr<platform::SMCUserClient> smcOf(int unknownKeys) {
   std::vector<platform::RecordedSMCKey> keys;
   const auto addTemperature = [&keys](const std::string& key) {
-    keys.push_back(smcKey(key, "sp78", {std::byte{0x28}, std::byte{0}}));
+    keys.push_back(smcKey(key, "sp78", {0x28, 0}));
   };
   for (const SensorPtr& known : SensorController::getDefaultSMCSensors()) {
     if (known->type != SensorTypeTemperature) continue;
@@ -47,7 +34,7 @@ std::unique_ptr<platform::SMCUserClient> smcOf(int unknownKeys) {
   for (int i = 0; i < unknownKeys; ++i) addTemperature("T" + std::to_string(100 + i));
   const std::size_t count = keys.size() + 1;
   keys.push_back(
-      smcKey("#KEY", "ui16", {static_cast<std::byte>(count / 256), static_cast<std::byte>(count)}));
+      smcKey("#KEY", "ui16", {static_cast<int>(count / 256), static_cast<int>(count % 256)}));
   return std::make_unique<platform::RecordedSMC>(std::move(keys));
 }
 

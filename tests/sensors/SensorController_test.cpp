@@ -19,6 +19,7 @@
 #include "tests/support/ForwardingPorts.h"
 #include "tests/support/ForwardingSMC.h"
 #include "tests/support/RecordedMachines.h"
+#include "tests/support/SMCKeys.h"
 
 namespace kelvora {
 namespace {
@@ -30,20 +31,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::Pair;
-
-platform::RecordedSMCKey smcKey(std::string_view key, std::string_view type,
-                                std::initializer_list<int> bytes) {
-  const auto packed = [](std::string_view text) {
-    std::uint32_t code = 0;
-    for (const char character : text) code = code << 8 | static_cast<unsigned char>(character);
-    return code;
-  };
-  platform::RecordedSMCKey result;
-  result.key = packed(key);
-  result.type = packed(type);
-  for (const int byte : bytes) result.bytes.push_back(static_cast<std::byte>(byte));
-  return result;
-}
+using testing::smcKey;
 
 platform::RecordedSMCKey temperature(std::string_view key, int degrees) {
   return smcKey(key, "sp78", {degrees, 0});

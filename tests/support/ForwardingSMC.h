@@ -10,6 +10,7 @@
 
 #include "platform/Platform.h"
 #include "platform/SMCUserClient.h"
+#include "tests/support/SMCKeys.h"
 
 namespace kelvora::testing {
 
@@ -20,13 +21,6 @@ struct SMCCallRecord {
   std::uint32_t data32 = 0;  ///< index of command 8
   friend bool operator==(const SMCCallRecord&, const SMCCallRecord&) = default;
 };
-
-/// "TC0P" as it travels in a record.
-inline std::uint32_t packedKey(const char (&text)[5]) {
-  std::uint32_t packed = 0;
-  for (int i = 0; i < 4; ++i) packed = packed << 8 | static_cast<unsigned char>(text[i]);
-  return packed;
-}
 
 /// Forwards to another SMC, records every 80-byte call, and can make some of them fail.
 class ForwardingSMC : public platform::SMCUserClient {
