@@ -12,9 +12,9 @@
 
 #include "platform/Platform.h"
 #include "platform/recorded/RecordedSMC.h"
+#include "tests/sensors/SmallMacs.h"
 #include "tests/support/CountedAllocations.h"
 #include "tests/support/RecordedMachines.h"
-#include "tests/support/SMCKeys.h"
 
 namespace kelvora::testing {
 namespace {
@@ -22,20 +22,16 @@ namespace {
 // Sensors with names of the catalogue, with numbers in them and without any.
 std::unique_ptr<platform::SMCUserClient> smcOf(int unknownKeys) {
   std::vector<platform::RecordedSMCKey> keys;
-  const auto addTemperature = [&keys](const std::string& key) {
-    keys.push_back(smcKey(key, "sp78", {0x28, 0}));
-  };
   for (const SensorPtr& known : SensorController::getDefaultSMCSensors()) {
     if (known->type != SensorTypeTemperature) continue;
     std::string key = known->key;
     if (const std::size_t percent = key.find('%'); percent != std::string::npos) key[percent] = '3';
-    addTemperature(key);
+    keys.push_back(temperature(key, 40));
   }
-  for (int i = 0; i < unknownKeys; ++i) addTemperature("T" + std::to_string(100 + i));
-  const std::size_t count = keys.size() + 1;
-  keys.push_back(
-      smcKey("#KEY", "ui16", {static_cast<int>(count / 256), static_cast<int>(count % 256)}));
-  return std::make_unique<platform::RecordedSMC>(std::move(keys));
+  for (int i = 0; i < unknownKeys; ++i) {
+    keys.push_back(temperature("T" + std::to_string(100 + i), 40));
+  }
+  return std::make_unique<platform::RecordedSMC>(mac(std::move(keys)).smcKeys);
 }
 
 struct Reading {
