@@ -10,16 +10,20 @@ constinit std::atomic<std::size_t> count{0};
 
 void* allocate(std::size_t size) {
   ++count;
-  if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
+  return std::malloc(size == 0 ? 1 : size);
 }
 
 }  // namespace
 
-// The array forms and those that do not throw come here too.
-void* operator new(std::size_t size) { return allocate(size); }
+// All forms that end in the plain operator delete; those of arrays come here by themselves.
+void* operator new(std::size_t size) {
+  if (void* const memory = allocate(size)) return memory;
+  throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
 
 namespace kelvora::testing {
 
