@@ -14,7 +14,8 @@ namespace kelvora::testing {
 /// A second process on the store: tests/store/store_peer.cpp with arguments.
 class Peer {
  public:
-  explicit Peer(const std::vector<std::string>& arguments) {
+  explicit Peer(const std::vector<std::string>& arguments,
+                const std::string& program = KELVORA_STORE_PEER) {
     int input[2];
     int output[2];
     if (pipe(input) != 0 || pipe(output) != 0) {
@@ -28,7 +29,7 @@ class Peer {
       for (const int end : {input[0], input[1], output[0], output[1]}) {
         close(end);
       }
-      std::vector<std::string> texts{KELVORA_STORE_PEER};
+      std::vector<std::string> texts{program};
       texts.insert(texts.end(), arguments.begin(), arguments.end());
       std::vector<char*> pointers;
       for (std::string& text : texts) {

@@ -35,9 +35,17 @@ class StoreFaultsTest : public testing::StoreFixture {
     store->saveViewContext();
     EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("Save error: "));
   }
-  // What a process without the rights of an administrator meets.
-  static std::string probeAsNobody() {
-    Peer peer({"probe", "65534"});
+  // What a process without the rights of an administrator meets. It runs a copy of the program:
+  // the folder of the build may be closed to it.
+  std::string probeAsNobody() const {
+    namespace fs = std::filesystem;
+    const fs::path built = KELVORA_STORE_PEER;
+    const fs::path copy = fs::path(home) / built.filename();
+    fs::copy_file(built, copy);
+    fs::create_directory(copy.parent_path() / "Resources");
+    fs::copy_file(built.parent_path() / "Resources/Database.momd",
+                  copy.parent_path() / "Resources/Database.momd");
+    Peer peer({"probe", "65534"}, copy.string());
     const std::string output = peer.all();
     EXPECT_EQ(peer.wait(), 0);
     return output;
