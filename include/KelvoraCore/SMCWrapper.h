@@ -52,7 +52,8 @@ class SMCWrapper {
 
   /// The sensor keys as far as they are known: empty before the first enumeration.
   const std::vector<std::string>& cachedAllSensorKeys() const;
-  /// Replaces them. With an empty list the next use enumerates again.
+  /// Replaces them. With an empty list the next use enumerates again. A reading that is under way,
+  /// whose failure a delegate may hear of, ends with the keys it began with.
   void setCachedAllSensorKeys(std::vector<std::string> keys);
 
   /// The keys that begin with T, V, P or I and whose values can be converted, in the SMC's order.
