@@ -10,7 +10,7 @@
 
 #include "KelvoraCore/SensorController.h"
 
-#include "platform/recorded/RecordedPlatform.h"
+#include "platforms/recorded/RecordedPlatform.h"
 
 namespace kelvora::bench {
 
@@ -139,15 +139,15 @@ std::vector<platform::RecordedSMCKey> smcKeys(std::size_t sensorKeys) {
   return keys;
 }
 
-platform::Platform& currentPlatform() {
-  static platform::Platform& installed = []() -> platform::Platform& {
+Platform& currentPlatform() {
+  static Platform& installed = []() -> Platform& {
     platform::RecordedMachine machine;
     machine.title = "Mac in memory";
     for (const char character : std::string_view("Intel(R) Core(TM) i7\0", 21)) {
       machine.sysctl["machdep.cpu.brand_string"].push_back(static_cast<std::byte>(character));
     }
-    platform::Platform::install(platform::makeRecordedPlatform(std::move(machine)));
-    return platform::Platform::current();
+    Platform::install(platform::makeRecordedPlatform(std::move(machine)));
+    return Platform::current();
   }();
   return installed;
 }

@@ -8,8 +8,8 @@
 #include "KelvoraCore/SMC.h"
 #include "KelvoraCore/ZDSystemDevice.h"
 
-#include "platform/Platform.h"
-#include "platform/recorded/RecordedSMC.h"
+#include "platforms/recorded/RecordedSMC.h"
+#include "ports/Ports.h"
 
 namespace kelvora::bench {
 
@@ -19,7 +19,7 @@ namespace kelvora::bench {
 std::vector<platform::RecordedSMCKey> smcKeys(std::size_t sensorKeys);
 
 /// The process's platform, an Intel Mac whose SMC can be exchanged, and its inventory.
-platform::Platform& currentPlatform();
+Platform& currentPlatform();
 const ZDSystemDevice& device();
 
 /// Makes `smc` the SMC of the process. Nothing that uses the previous one may be left.

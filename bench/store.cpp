@@ -18,10 +18,10 @@
 #include "KelvoraCore/KVCoreDataStore.h"
 
 #include "RatioReporter.h"
-#include "platform/Platform.h"
-#include "store/engine/ContextState.h"
-#include "store/engine/PreparedStatement.h"
-#include "store/engine/StoreFile.h"
+#include "engine/ContextState.h"
+#include "engine/PreparedStatement.h"
+#include "engine/StoreFile.h"
+#include "ports/Ports.h"
 
 namespace kelvora::bench {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/recorded/MachineFile.h"
+#include "platforms/recorded/file/MachineFile.h"
 #include "tests/support/MachineWalk.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "store/engine/ModelFile.h"
+#include "engine/ModelFile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace kelvora::engine;

@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
-#include "store/engine/FetchSQL.h"
-#include "store/engine/ModelFile.h"
-#include "store/engine/PredicateEvaluator.h"
-#include "store/engine/PredicateSyntax.h"
+#include "engine/FetchSQL.h"
+#include "engine/ModelFile.h"
+#include "engine/PredicateEvaluator.h"
+#include "engine/PredicateSyntax.h"
 
 namespace {
 

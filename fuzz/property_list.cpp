@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <span>
 
-#include "platform/PropertyListFile.h"
+#include "base/PropertyListFile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace kelvora::platform;
+  using namespace kelvora;
   const PropertyListReading reading = parsePropertyList(std::as_bytes(std::span(data, size)));
   if (reading.value.has_value() != reading.failure.empty()) std::abort();
   if (!reading.value) return 0;

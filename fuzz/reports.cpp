@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Blanks.h"
+#include "base/Blanks.h"
 #include "sysinfo/DisplaysReport.h"
 #include "sysinfo/HardwareReport.h"
 
@@ -17,7 +17,7 @@ void require(bool holds) {
 }
 
 void requireText(const std::optional<std::string>& text) {
-  require(!text || kelvora::platform::isValidUTF8(*text));
+  require(!text || kelvora::isValidUTF8(*text));
 }
 
 void checkDisplays(std::string_view text) {

@@ -4,11 +4,11 @@
 #include <cstdlib>
 #include <span>
 
-#include "platform/Blanks.h"
+#include "base/Blanks.h"
 #include "presentation/StringsTable.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using kelvora::platform::isValidUTF8;
+  using kelvora::isValidUTF8;
   const auto reading = kelvora::parseStringsTable(std::as_bytes(std::span(data, size)));
   if (reading.table.has_value() != reading.failure.empty()) std::abort();
   if (!reading.table) return 0;

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 
 namespace kelvora {
 
@@ -37,7 +37,7 @@ std::int32_t firstField(std::int32_t eventType) {
 
 std::optional<HIDReadings> AppleSiliconSensors(std::int32_t usagePage, std::int32_t usage,
                                                std::int32_t eventType) {
-  return AppleSiliconSensors(usagePage, usage, eventType, platform::Platform::current().hid());
+  return AppleSiliconSensors(usagePage, usage, eventType, Platform::current().hid());
 }
 
 std::optional<HIDReadings> AppleSiliconSensors(std::int32_t usagePage, std::int32_t usage,
@@ -63,9 +63,9 @@ std::optional<HIDReadings> AppleSiliconSensors(std::int32_t usagePage, std::int3
   return readings;
 }
 
-HIDWrapper::HIDWrapper() : HIDWrapper(platform::Platform::current()) {}
+HIDWrapper::HIDWrapper() : HIDWrapper(Platform::current()) {}
 
-HIDWrapper::HIDWrapper(platform::Platform& platform) : eventSystem_(platform.hid()) {}
+HIDWrapper::HIDWrapper(Platform& platform) : eventSystem_(platform.hid()) {}
 
 std::optional<HIDReadings> HIDWrapper::getSensorsDictByType(std::uint64_t type) const {
   const auto* kind = std::ranges::find(kKinds, type, &HIDSensorKind::type);

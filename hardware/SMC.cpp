@@ -7,7 +7,7 @@
 
 #include "hardware/SMCKeyInfoCache.h"
 #include "hardware/SMCReading.h"
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 
 namespace kelvora {
 
@@ -28,7 +28,7 @@ enum Command : std::uint8_t {
 
 std::atomic<IOObject> conn{0};
 
-platform::SMCUserClient& userClient() { return platform::Platform::current().smc(); }
+platform::SMCUserClient& userClient() { return Platform::current().smc(); }
 
 KernelStatus send(const SMCParamRecord& request, SMCParamRecord& reply) {
   return SMCCall(kSelector, &request, &reply);

@@ -16,7 +16,7 @@
 #include "hardware/SMCReading.h"
 #include "hardware/SMCText.h"
 #include "hardware/SMCTypes.h"
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 
 namespace kelvora {
 
@@ -84,9 +84,9 @@ struct SMCWrapper::SensorKeys {
 
 void SMCWrapperDelegate::smcReadValueFailedWithError(const std::string& /*message*/) {}
 
-SMCWrapper::SMCWrapper() : SMCWrapper(platform::Platform::current()) {}
+SMCWrapper::SMCWrapper() : SMCWrapper(Platform::current()) {}
 
-SMCWrapper::SMCWrapper(platform::Platform& platform)
+SMCWrapper::SMCWrapper(Platform& platform)
     : platform_(platform),
       sensorKeys_(std::make_shared<const SensorKeys>()),
       records_(std::make_unique<ReadingRecords>()) {

@@ -6,7 +6,7 @@
 
 #include "KelvoraCore/KVThemeManager.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 
 namespace kelvora {
 
@@ -36,11 +36,11 @@ KVColor KVColor::colorWithHexString(std::optional<std::string_view> text) {
 }
 
 KVColor KVColor::colorFromLightStyleColor(const KVColor& light, const KVColor& darkStyleColor) {
-  return colorFromLightStyleColor(light, darkStyleColor, platform::Platform::current());
+  return colorFromLightStyleColor(light, darkStyleColor, Platform::current());
 }
 
 KVColor KVColor::colorFromLightStyleColor(const KVColor& light, const KVColor& darkStyleColor,
-                                          platform::Platform& platform) {
+                                          Platform& platform) {
   return KVThemeManager::isDarkMode(platform) ? darkStyleColor : light;
 }
 
@@ -50,11 +50,9 @@ KVColor KVColor::appGreenColor() { return colorOf(0x46D875); }
 KVColor KVColor::appOrangeColor() { return colorOf(0xFF9500); }
 KVColor KVColor::appRedColor() { return colorOf(0xFF3B30); }
 
-KVColor KVColor::appBoxBackgroundColor() {
-  return appBoxBackgroundColor(platform::Platform::current());
-}
+KVColor KVColor::appBoxBackgroundColor() { return appBoxBackgroundColor(Platform::current()); }
 
-KVColor KVColor::appBoxBackgroundColor(platform::Platform& platform) {
+KVColor KVColor::appBoxBackgroundColor(Platform& platform) {
   return colorFromLightStyleColor(colorOf(0xFFFFFF), colorOf(0x1E1E1E), platform);
 }
 

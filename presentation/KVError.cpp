@@ -5,7 +5,7 @@
 #include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/KVSettings.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 
 namespace kelvora {
 
@@ -32,7 +32,7 @@ const char* messageKeyOf(std::int64_t code) {
   return kGeneralMessage;
 }
 
-std::string localized(const char* key, KVSettings& settings, platform::Platform& platform) {
+std::string localized(const char* key, KVSettings& settings, Platform& platform) {
   return KVLocalized::localizedStringForKey(key, settings, platform).value_or(key);
 }
 
@@ -44,22 +44,20 @@ std::string KVError::localizedDescription() const {
 }
 
 KVError KVError::errorWithCode(std::int64_t code, std::optional<std::string> message) {
-  return errorWithCode(code, std::move(message), KVSettings::shared(),
-                       platform::Platform::current());
+  return errorWithCode(code, std::move(message), KVSettings::shared(), Platform::current());
 }
 
 KVError KVError::errorWithCode(std::int64_t code, std::optional<std::string> message,
-                               KVSettings& settings, platform::Platform& platform) {
+                               KVSettings& settings, Platform& platform) {
   std::string text = message ? std::move(*message) : localized(kGeneralMessage, settings, platform);
   return {KVErrorDomain, code, {{KVLocalizedDescriptionKey, std::move(text)}}};
 }
 
 KVError KVError::errorWithCode(std::int64_t code) {
-  return errorWithCode(code, KVSettings::shared(), platform::Platform::current());
+  return errorWithCode(code, KVSettings::shared(), Platform::current());
 }
 
-KVError KVError::errorWithCode(std::int64_t code, KVSettings& settings,
-                               platform::Platform& platform) {
+KVError KVError::errorWithCode(std::int64_t code, KVSettings& settings, Platform& platform) {
   return errorWithCode(code, localized(messageKeyOf(code), settings, platform), settings, platform);
 }
 

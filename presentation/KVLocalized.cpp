@@ -2,7 +2,7 @@
 
 #include "KelvoraCore/KVSettings.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 #include "presentation/StringsTables.h"
 
 namespace kelvora::KVLocalized {
@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kTableFile = "/Localizable.strings";
 
-std::optional<std::string> folderOf(std::string_view language, platform::Platform& platform) {
+std::optional<std::string> folderOf(std::string_view language, Platform& platform) {
   return platform.mainBundle().resourcePath(language, "lproj");
 }
 
@@ -21,7 +21,7 @@ std::string textIn(const std::string& folder, std::string_view key) {
   return found == table->end() ? std::string(key) : found->second;
 }
 
-std::string systemText(std::string_view key, platform::Platform& platform) {
+std::string systemText(std::string_view key, Platform& platform) {
   const auto languages = platform.mainBundle().preferredLocalizations();
   const auto folder = languages.empty() ? std::nullopt : folderOf(languages.front(), platform);
   return folder ? textIn(*folder, key) : std::string(key);
@@ -30,11 +30,11 @@ std::string systemText(std::string_view key, platform::Platform& platform) {
 }  // namespace
 
 std::optional<std::string> localizedStringForKey(std::string_view key) {
-  return localizedStringForKey(key, KVSettings::shared(), platform::Platform::current());
+  return localizedStringForKey(key, KVSettings::shared(), Platform::current());
 }
 
 std::optional<std::string> localizedStringForKey(std::string_view key, KVSettings& settings,
-                                                 platform::Platform& platform) {
+                                                 Platform& platform) {
   const std::string language = settings.currentLanguage();
   return language.empty() ? systemText(key, platform)
                           : localizedStringForKey(key, language, platform);
@@ -42,12 +42,12 @@ std::optional<std::string> localizedStringForKey(std::string_view key, KVSetting
 
 std::optional<std::string> localizedStringForKey(std::string_view key,
                                                  std::string_view fromLanguage) {
-  return localizedStringForKey(key, fromLanguage, platform::Platform::current());
+  return localizedStringForKey(key, fromLanguage, Platform::current());
 }
 
 std::optional<std::string> localizedStringForKey(std::string_view key,
                                                  std::string_view fromLanguage,
-                                                 platform::Platform& platform) {
+                                                 Platform& platform) {
   const auto folder = folderOf(fromLanguage, platform);
   return folder ? std::optional(textIn(*folder, key)) : std::nullopt;
 }

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 
 namespace kelvora {
 
@@ -12,7 +12,7 @@ constexpr const char* kSystemThemeChanged = "AppleInterfaceThemeChangedNotificat
 
 }  // namespace
 
-KVThemeManager::KVThemeManager(platform::Platform& platform)
+KVThemeManager::KVThemeManager(Platform& platform)
     : platform_(platform),
       observer_(platform.notificationCentres().distributed().addObserver(
           kSystemThemeChanged, platform::SuspensionBehavior::kDefault,
@@ -23,13 +23,13 @@ KVThemeManager::~KVThemeManager() {
 }
 
 KVThemeManager& KVThemeManager::sharedInstance() {
-  static KVThemeManager& manager = *new KVThemeManager(platform::Platform::current());
+  static KVThemeManager& manager = *new KVThemeManager(Platform::current());
   return manager;
 }
 
-bool KVThemeManager::isDarkMode() { return isDarkMode(platform::Platform::current()); }
+bool KVThemeManager::isDarkMode() { return isDarkMode(Platform::current()); }
 
-bool KVThemeManager::isDarkMode(platform::Platform& platform) {
+bool KVThemeManager::isDarkMode(Platform& platform) {
   return platform.userDefaults().globalObject("AppleInterfaceStyle") == PropertyListValue("Dark");
 }
 

@@ -5,7 +5,7 @@
 #include "KelvoraCore/KVSetting.h"
 #include "KelvoraCore/KVThemeManager.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 
 namespace kelvora {
 
@@ -28,9 +28,9 @@ constexpr Subscription kSubscriptions[] = {
 
 }  // namespace
 
-KVViewController::KVViewController() : KVViewController(platform::Platform::current()) {}
+KVViewController::KVViewController() : KVViewController(Platform::current()) {}
 
-KVViewController::KVViewController(platform::Platform& platform) : platform_(platform) {}
+KVViewController::KVViewController(Platform& platform) : platform_(platform) {}
 
 KVViewController::~KVViewController() { unsubscribe(); }
 

@@ -11,7 +11,7 @@
 
 #include "KelvoraCore/PropertyListValue.h"
 
-#include "platform/PropertyListFile.h"
+#include "base/PropertyListFile.h"
 
 namespace kelvora {
 
@@ -188,7 +188,7 @@ const char* encodingOf(std::span<const std::byte> bytes) {
 }
 
 StringsTableReading tableOfPropertyList(std::span<const std::byte> bytes) {
-  const platform::PropertyListReading reading = platform::parsePropertyList(bytes);
+  const PropertyListReading reading = parsePropertyList(bytes);
   const auto* values = reading.value ? reading.value->as<PropertyListValue::Dictionary>() : nullptr;
   if (values == nullptr) {
     return {std::nullopt, reading.value ? "not a dictionary" : reading.failure};

@@ -6,7 +6,7 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/Log.h"
+#include "base/Log.h"
 
 namespace kelvora {
 
@@ -17,7 +17,7 @@ StringsTable readTable(const std::string& path) {
   const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   StringsTableReading reading = parseStringsTable(std::as_bytes(std::span(bytes)));
   if (!reading.table) {
-    platform::log("Localization: " + path + ": " + reading.failure);
+    log("Localization: " + path + ": " + reading.failure);
   }
   return std::move(reading.table).value_or(StringsTable());
 }

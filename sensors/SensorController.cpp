@@ -6,7 +6,7 @@
 
 #include "hardware/RawReading.h"
 #include "hardware/ReadingRecords.h"
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 #include "sensors/Catalogue.h"
 #include "sensors/ComputedSensors.h"
 #include "sensors/DedicatedGPU.h"
@@ -73,21 +73,19 @@ SensorList SensorController::getDefaultHIDSensors() {
 }
 
 SensorController::SensorController()
-    : SensorController(platform::Platform::current(),
-                       borrowed(std::as_const(ZDSystemDevice::device()))) {}
+    : SensorController(Platform::current(), borrowed(std::as_const(ZDSystemDevice::device()))) {}
 
-SensorController::SensorController(platform::Platform& platform)
+SensorController::SensorController(Platform& platform)
     : SensorController(platform, std::make_shared<const ZDSystemDevice>(platform)) {}
 
-SensorController::SensorController(platform::Platform& platform, const ZDSystemDevice& device)
+SensorController::SensorController(Platform& platform, const ZDSystemDevice& device)
     : SensorController(platform, borrowed(device)) {}
 
-SensorController::SensorController(platform::Platform& platform,
-                                   std::shared_ptr<const ZDSystemDevice> device)
+SensorController::SensorController(Platform& platform, std::shared_ptr<const ZDSystemDevice> device)
     : platform_(platform),
       device_(std::move(device)),
       smc_(platform),
-      hid_(platform.architecture() == platform::Architecture::kAppleSilicon
+      hid_(platform.architecture() == Architecture::kAppleSilicon
                ? std::make_unique<HIDWrapper>(platform)
                : nullptr),
       records_(std::make_unique<ReadingRecords>()),

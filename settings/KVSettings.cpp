@@ -7,7 +7,7 @@
 #include "KelvoraCore/KVApplicationGroup.h"
 #include "KelvoraCore/KVUtils.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 #include "settings/SettingValue.h"
 
 namespace kelvora {
@@ -33,9 +33,9 @@ std::optional<PropertyListValue> constantDefault(KVSettingDefault value) {
 
 }  // namespace
 
-KVSettings::KVSettings() : KVSettings(platform::Platform::current()) {}
+KVSettings::KVSettings() : KVSettings(Platform::current()) {}
 
-KVSettings::KVSettings(platform::Platform& platform)
+KVSettings::KVSettings(Platform& platform)
     : platform_(platform), suite_(platform.userDefaults().suite(kApplicationGroupIdentifier)) {}
 
 KVSettings::~KVSettings() = default;

@@ -5,10 +5,10 @@
 
 #include "KelvoraCore/KVApplicationGroup.h"
 
-#include "platform/Platform.h"
-#include "store/engine/ContextState.h"
-#include "store/engine/ModelFile.h"
-#include "store/engine/PersistentStoreCoordinator.h"
+#include "engine/ContextState.h"
+#include "engine/ModelFile.h"
+#include "engine/PersistentStoreCoordinator.h"
+#include "ports/Ports.h"
 
 namespace kelvora {
 
@@ -34,13 +34,12 @@ engine::EntityClasses entityClasses() {
 }  // namespace
 
 KVCoreDataStore::KVCoreDataStore(double stalenessInterval)
-    : KVCoreDataStore(stalenessInterval, platform::Platform::current()) {}
+    : KVCoreDataStore(stalenessInterval, Platform::current()) {}
 
-KVCoreDataStore::KVCoreDataStore(double stalenessInterval, platform::Platform& platform)
+KVCoreDataStore::KVCoreDataStore(double stalenessInterval, Platform& platform)
     : KVCoreDataStore(stalenessInterval, platform, Options()) {}
 
-KVCoreDataStore::KVCoreDataStore(double stalenessInterval, platform::Platform& platform,
-                                 Options options)
+KVCoreDataStore::KVCoreDataStore(double stalenessInterval, Platform& platform, Options options)
     : stalenessInterval_(stalenessInterval), platform_(platform), options_(options) {}
 
 KVCoreDataStore::~KVCoreDataStore() = default;

@@ -2,7 +2,7 @@
 
 #include "KelvoraCore/Sensor.h"
 
-#include "platform/IORegistry.h"
+#include "ports/IORegistry.h"
 
 namespace kelvora {
 

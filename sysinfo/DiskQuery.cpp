@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/Blanks.h"
-#include "platform/Log.h"
-#include "platform/SystemFacts.h"
+#include "base/Blanks.h"
+#include "base/Log.h"
+#include "ports/SystemFacts.h"
 
 namespace kelvora {
 
@@ -21,7 +21,7 @@ bool isRoot(const std::string& path) {
 std::optional<ZDDiskInfo> queryDisk(platform::SystemFacts& facts) {
   const std::vector<std::string> volumes = facts.mountedVolumePaths();
   if (volumes.empty()) {
-    platform::log("empty disk after fetching list");
+    log("empty disk after fetching list");
     return std::nullopt;
   }
   std::optional<std::string> root;
@@ -33,7 +33,7 @@ std::optional<ZDDiskInfo> queryDisk(platform::SystemFacts& facts) {
   if (!description || description->mediaRemovable) return std::nullopt;
   const std::string model = description->deviceModel.value_or("");
   return ZDDiskInfo{.name = description->mediaName.value_or(""),
-                    .model = std::string(platform::trimmedOfBlanksAndLineEnds(model)),
+                    .model = std::string(trimmedOfBlanksAndLineEnds(model)),
                     .size = description->mediaSizeBytes};
 }
 

@@ -6,8 +6,8 @@
 #include "KelvoraCore/Sensor.h"
 #include "KelvoraCore/ZDSystemKitHelper.h"
 
-#include "platform/Log.h"
-#include "platform/Platform.h"
+#include "base/Log.h"
+#include "ports/Ports.h"
 #include "sysinfo/DisplaysReport.h"
 #include "sysinfo/RegistryValues.h"
 
@@ -24,7 +24,7 @@ std::optional<std::vector<ZDGPUInfo>> reportedGraphics(platform::ChildProcesses&
   if (!text) return std::nullopt;
   DisplaysReport report = parseDisplaysReport(*text);
   if (report.failure) {
-    platform::log("error to parse system_profiler SPDisplaysDataType: " + *report.failure);
+    log("error to parse system_profiler SPDisplaysDataType: " + *report.failure);
   }
   return std::move(report.gpuInfos);
 }
@@ -65,8 +65,7 @@ std::vector<ZDGPUInfo> registeredGraphics(platform::IORegistry& registry) {
 
 }  // namespace
 
-std::optional<std::vector<ZDGPUInfo>> queryGraphics(platform::Platform& platform,
-                                                    std::uint64_t family) {
+std::optional<std::vector<ZDGPUInfo>> queryGraphics(Platform& platform, std::uint64_t family) {
   const bool isAppleSilicon = family != SensorPlatformIntel && family != 0;
   if (isAppleSilicon) return reportedGraphics(platform.childProcesses());
   return registeredGraphics(platform.registry());

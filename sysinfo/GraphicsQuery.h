@@ -8,13 +8,10 @@
 
 namespace kelvora {
 
-namespace platform {
 class Platform;
-}
 
 /// The graphics processors of a Mac of a processor family: from the system profiler where it is an
 /// Apple-silicon one, else from the PCI devices of the registry.
-std::optional<std::vector<ZDGPUInfo>> queryGraphics(platform::Platform& platform,
-                                                    std::uint64_t family);
+std::optional<std::vector<ZDGPUInfo>> queryGraphics(Platform& platform, std::uint64_t family);
 
 }  // namespace kelvora

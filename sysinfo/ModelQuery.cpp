@@ -9,7 +9,7 @@
 
 #include "KelvoraCore/ZDSystemKitHelper.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 #include "sysinfo/HardwareReport.h"
 #include "sysinfo/ModelCatalogue.h"
 #include "sysinfo/SystemControlValues.h"
@@ -73,7 +73,7 @@ std::int64_t yearInCurrentCalendar(std::chrono::system_clock::time_point date) {
   return U_FAILURE(status) ? 0 : year;
 }
 
-ZDModelInfo queryModel(platform::Platform& platform) {
+ZDModelInfo queryModel(Platform& platform) {
   const std::string identifier = sysctlNSStringForKey("hw.model", platform.systemControls());
   const HardwareReport report = hardwareReport(platform.childProcesses());
   const std::int64_t byteOrder = sysctlNumberForKey("hw.byteorder", platform.systemControls());

@@ -2,8 +2,8 @@
 
 #include "KelvoraCore/KVExtension.h"
 
-#include "platform/Blanks.h"
-#include "platform/IORegistry.h"
+#include "base/Blanks.h"
+#include "ports/IORegistry.h"
 #include "sysinfo/ProcessorQuery.h"
 #include "sysinfo/RegistryValues.h"
 
@@ -17,7 +17,7 @@ std::int32_t clusterType(const Properties& properties) {
   const auto* data = dataProperty(properties, "cluster-type");
   if (data == nullptr) return CPUCoreTypeUnknown;
   const std::string text = textOfData(*data);
-  const std::string_view cluster = platform::trimmedOfBlanksAndLineEnds(text);
+  const std::string_view cluster = trimmedOfBlanksAndLineEnds(text);
   if (cluster == "E") return CPUCoreTypeEfficiency;
   return cluster == "P" ? CPUCoreTypePerformance : CPUCoreTypeUnknown;
 }

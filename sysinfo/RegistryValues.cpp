@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "platform/IORegistry.h"
+#include "ports/IORegistry.h"
 
 namespace kelvora {
 

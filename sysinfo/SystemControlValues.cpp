@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstring>
 
-#include "platform/Blanks.h"
-#include "platform/Platform.h"
-#include "platform/SystemControls.h"
+#include "base/Blanks.h"
+#include "ports/Ports.h"
+#include "ports/SystemControls.h"
 
 namespace kelvora {
 
@@ -32,13 +32,13 @@ Number numberOfBytes(const std::string& bytes) {
 }  // namespace
 
 std::string sysctlNSStringForKey(const char* key) {
-  return sysctlNSStringForKey(key, platform::Platform::current().systemControls());
+  return sysctlNSStringForKey(key, Platform::current().systemControls());
 }
 
 std::string sysctlNSStringForKey(const char* key, platform::SystemControls& controls) {
   std::string text = bytesForKey(key, controls);
   text.resize(std::min(text.find('\0'), text.size()));
-  return platform::isValidUTF8(text) ? text : "";
+  return isValidUTF8(text) ? text : "";
 }
 
 std::int64_t sysctlNumberForKey(const char* key, platform::SystemControls& controls) {

@@ -4,7 +4,7 @@
 
 #include "KelvoraCore/KVExtension.h"
 
-#include "platform/SystemFacts.h"
+#include "ports/SystemFacts.h"
 #include "sysinfo/ByteCount.h"
 #include "sysinfo/SystemControlValues.h"
 

@@ -1,6 +1,6 @@
 #include "KelvoraCore/ZDSystemDevice.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 #include "sysinfo/BatteryQuery.h"
 #include "sysinfo/DiskQuery.h"
 #include "sysinfo/GraphicsQuery.h"
@@ -17,10 +17,10 @@ ZDSystemDevice& ZDSystemDevice::device() {
   return *device;
 }
 
-ZDSystemDevice::ZDSystemDevice() : ZDSystemDevice(platform::Platform::current()) {}
+ZDSystemDevice::ZDSystemDevice() : ZDSystemDevice(Platform::current()) {}
 
 // The graphics and battery queries read the processor field, so it comes before them.
-ZDSystemDevice::ZDSystemDevice(platform::Platform& platform) : platform_(platform) {
+ZDSystemDevice::ZDSystemDevice(Platform& platform) : platform_(platform) {
   getSystemInfo();
   modelInfo_ = getModelInfo();
   cpuInfo_ = getCPUInfo();

@@ -10,9 +10,10 @@
 
 namespace kelvora {
 
+class Platform;
+
 namespace platform {
 class HIDEventSystem;
-class Platform;
 }  // namespace platform
 
 /// Readings of HID services by their product names: {"PMU tdie1": 41.25, …}.
@@ -36,7 +37,7 @@ class HIDWrapper {
  public:
   HIDWrapper();
   /// On the event system of `platform`, which outlives the wrapper.
-  explicit HIDWrapper(platform::Platform& platform);
+  explicit HIDWrapper(Platform& platform);
 
   /// Product names and values of a type; none when no service matches, and for any other type.
   std::optional<HIDReadings> getSensorsDictByType(std::uint64_t type) const;

@@ -6,9 +6,7 @@
 
 namespace kelvora {
 
-namespace platform {
 class Platform;
-}
 
 /// Which of the platform's RGB spaces a colour's components are in.
 enum class KVColorSpace : std::uint8_t { kStandardRGB, kCalibratedRGB };
@@ -31,7 +29,7 @@ struct KVColor {
   /// `dark` while the system is dark, else `light`; ask again after a theme change.
   static KVColor colorFromLightStyleColor(const KVColor& light, const KVColor& darkStyleColor);
   static KVColor colorFromLightStyleColor(const KVColor& light, const KVColor& darkStyleColor,
-                                          platform::Platform& platform);
+                                          Platform& platform);
 
   static KVColor appLightBlueColor();  ///< 0B96F6
   static KVColor appBlueColor();       ///< 0B82FA
@@ -40,7 +38,7 @@ struct KVColor {
   static KVColor appRedColor();        ///< FF3B30
   /// FFFFFF, or 1E1E1E while the system is dark.
   static KVColor appBoxBackgroundColor();
-  static KVColor appBoxBackgroundColor(platform::Platform& platform);
+  static KVColor appBoxBackgroundColor(Platform& platform);
 };
 
 }  // namespace kelvora

@@ -23,9 +23,7 @@ namespace engine {
 class ManagedObjectModel;
 class PersistentStoreCoordinator;
 }  // namespace engine
-namespace platform {
 class Platform;
-}
 
 /// The persistent store of the product: categories, sensors with their history, fan sets and fan
 /// conditions, in the file "Database.sqlite" of the application group's folder, which the programs
@@ -44,8 +42,8 @@ class KVCoreDataStore {
   /// `stalenessInterval` in seconds: -1 keeps values once read, 0 always shows what any program
   /// last saved.
   explicit KVCoreDataStore(double stalenessInterval);
-  KVCoreDataStore(double stalenessInterval, platform::Platform& platform);
-  KVCoreDataStore(double stalenessInterval, platform::Platform& platform, Options options);
+  KVCoreDataStore(double stalenessInterval, Platform& platform);
+  KVCoreDataStore(double stalenessInterval, Platform& platform, Options options);
   ~KVCoreDataStore();
   KVCoreDataStore(const KVCoreDataStore&) = delete;
   KVCoreDataStore& operator=(const KVCoreDataStore&) = delete;
@@ -114,7 +112,7 @@ class KVCoreDataStore {
 
  private:
   const double stalenessInterval_;
-  platform::Platform& platform_;
+  Platform& platform_;
   const Options options_;
   std::recursive_mutex mutex_;  // guards the three below, made on first use
   bool modelLoaded_ = false;

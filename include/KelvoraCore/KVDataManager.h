@@ -42,7 +42,7 @@ class KVDataManager : public KVSettings {
   static void setupWithAppMode(std::int64_t mode);
 
   KVDataManager();
-  explicit KVDataManager(platform::Platform& platform);
+  explicit KVDataManager(Platform& platform);
   ~KVDataManager() override;
 
   /// The store; owned by the manager.

@@ -9,9 +9,7 @@ namespace kelvora {
 
 class KVSettings;
 
-namespace platform {
 class Platform;
-}
 
 /// The domain of every error that the library makes.
 inline constexpr char KVErrorDomain[] = "com.kelvora.KelvoraCore.ErrorDomain";
@@ -32,15 +30,14 @@ struct KVError {
   /// language.
   static KVError errorWithCode(std::int64_t code, std::optional<std::string> message);
   static KVError errorWithCode(std::int64_t code, std::optional<std::string> message,
-                               KVSettings& settings, platform::Platform& platform);
+                               KVSettings& settings, Platform& platform);
 
   /// An error with the code's message in the current language: 1 a fan condition cannot be added, 2
   /// an invalid sensor key, 3 a duplicated sensor, 4 a built-in sensor cannot be removed, 5 invalid
   /// input; any other code has the general message. Where the host has no table for the language,
   /// the message is its key.
   static KVError errorWithCode(std::int64_t code);
-  static KVError errorWithCode(std::int64_t code, KVSettings& settings,
-                               platform::Platform& platform);
+  static KVError errorWithCode(std::int64_t code, KVSettings& settings, Platform& platform);
 };
 
 }  // namespace kelvora

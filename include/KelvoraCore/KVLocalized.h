@@ -8,9 +8,7 @@ namespace kelvora {
 
 class KVSettings;
 
-namespace platform {
 class Platform;
-}
 
 /// Texts in the language that the user chose, which may differ from the system's. They stand in
 /// "<code>.lproj/Localizable.strings" among the host's resources; a table that cannot be read is
@@ -22,15 +20,14 @@ namespace KVLocalized {
 /// localisations, and the key itself where that has no text for it.
 std::optional<std::string> localizedStringForKey(std::string_view key);
 std::optional<std::string> localizedStringForKey(std::string_view key, KVSettings& settings,
-                                                 platform::Platform& platform);
+                                                 Platform& platform);
 
 /// The text for a key in a language, e.g. ("category-fan-name", "de"); the key itself when the
 /// language's table has no text for it, none when the host has no folder for the language.
 std::optional<std::string> localizedStringForKey(std::string_view key,
                                                  std::string_view fromLanguage);
 std::optional<std::string> localizedStringForKey(std::string_view key,
-                                                 std::string_view fromLanguage,
-                                                 platform::Platform& platform);
+                                                 std::string_view fromLanguage, Platform& platform);
 
 }  // namespace KVLocalized
 

@@ -12,8 +12,9 @@
 
 namespace kelvora {
 
-namespace platform {
 class Platform;
+
+namespace platform {
 class UserDefaultsSuite;
 }  // namespace platform
 
@@ -27,7 +28,7 @@ class UserDefaultsSuite;
 class KVSettings {
  public:
   KVSettings();
-  explicit KVSettings(platform::Platform& platform);
+  explicit KVSettings(Platform& platform);
   virtual ~KVSettings();
   KVSettings(const KVSettings&) = delete;
   KVSettings& operator=(const KVSettings&) = delete;
@@ -119,7 +120,7 @@ class KVSettings {
   /// knows more than the suite answers for its own settings and passes the others on.
   virtual std::optional<PropertyListValue> computedDefault(const KVSetting& setting);
 
-  platform::Platform& platform() const { return platform_; }
+  Platform& platform() const { return platform_; }
 
  private:
   std::optional<PropertyListValue> stored(const KVSetting& setting);
@@ -129,7 +130,7 @@ class KVSettings {
   void set(KVSettingID id, std::optional<PropertyListValue> value);
   std::string preferredLanguage() const;
 
-  platform::Platform& platform_;
+  Platform& platform_;
   std::unique_ptr<platform::UserDefaultsSuite> suite_;
   std::mutex languageMutex_;
   std::optional<std::string> language_;  // last answered or taken

@@ -5,9 +5,7 @@
 
 namespace kelvora {
 
-namespace platform {
 class Platform;
-}
 
 /// The notification by which one theme manager tells all programs of a theme change.
 inline constexpr char KVThemeDidChangeNotification[] = "KVThemeDidChangeNotification";
@@ -16,7 +14,7 @@ inline constexpr char KVThemeDidChangeNotification[] = "KVThemeDidChangeNotifica
 class KVThemeManager {
  public:
   /// Listens to the system's theme notification until its end.
-  explicit KVThemeManager(platform::Platform& platform);
+  explicit KVThemeManager(Platform& platform);
   ~KVThemeManager();
   KVThemeManager(const KVThemeManager&) = delete;
   KVThemeManager& operator=(const KVThemeManager&) = delete;
@@ -26,7 +24,7 @@ class KVThemeManager {
 
   /// Whether the user's global setting "AppleInterfaceStyle" is the text "Dark". Any thread.
   static bool isDarkMode();
-  static bool isDarkMode(platform::Platform& platform);
+  static bool isDarkMode(Platform& platform);
 
   /// Posts "KVThemeDidChangeNotification" on the distributed notification centre. Called on the
   /// main thread for each theme notification of the system.
@@ -37,7 +35,7 @@ class KVThemeManager {
   void setIsMenuApp(bool isMenuApp) { isMenuApp_ = isMenuApp; }
 
  private:
-  platform::Platform& platform_;
+  Platform& platform_;
   std::uint64_t observer_;
   std::atomic<bool> isMenuApp_{false};
 };

@@ -9,9 +9,7 @@
 
 namespace kelvora {
 
-namespace platform {
 class Platform;
-}
 
 /// Where the product's programs and files are. The operations without a platform use the current
 /// one.
@@ -22,30 +20,30 @@ class KVUtils {
  public:
   /// "/Users/anna/Documents"; none when the system has no such folder.
   static std::optional<std::string> documentsPath();
-  static std::optional<std::string> documentsPath(platform::Platform& platform);
+  static std::optional<std::string> documentsPath(Platform& platform);
 
   /// "/Users/anna/Library/Application Support/Kelvora", created when it is missing (a failure to is
   /// not told); none when the system has no support folder. So are the three paths in it.
   static std::optional<std::string> applicationSupportPath();
-  static std::optional<std::string> applicationSupportPath(platform::Platform& platform);
+  static std::optional<std::string> applicationSupportPath(Platform& platform);
 
   /// The privileged tool: ".../Kelvora SMC".
   static std::optional<std::string> smcExeSrcPath();
-  static std::optional<std::string> smcExeSrcPath(platform::Platform& platform);
+  static std::optional<std::string> smcExeSrcPath(Platform& platform);
   static std::optional<std::string> smcExePath();
-  static std::optional<std::string> smcExePath(platform::Platform& platform);
+  static std::optional<std::string> smcExePath(Platform& platform);
 
   /// The menu-bar application: ".../Kelvora Menu.app".
   static std::optional<std::string> menuAppSrcPath();
-  static std::optional<std::string> menuAppSrcPath(platform::Platform& platform);
+  static std::optional<std::string> menuAppSrcPath(Platform& platform);
   static std::optional<std::string> menuAppPath();
-  static std::optional<std::string> menuAppPath(platform::Platform& platform);
+  static std::optional<std::string> menuAppPath(Platform& platform);
 
   /// The helper application: ".../Kelvora Helper.app".
   static std::optional<std::string> helperAppSrcPath();
-  static std::optional<std::string> helperAppSrcPath(platform::Platform& platform);
+  static std::optional<std::string> helperAppSrcPath(Platform& platform);
   static std::optional<std::string> helperAppPath();
-  static std::optional<std::string> helperAppPath(platform::Platform& platform);
+  static std::optional<std::string> helperAppPath(Platform& platform);
 
   /// What opening an application came to: whether it was opened, and what went wrong if the system
   /// said.
@@ -53,7 +51,7 @@ class KVUtils {
 
   /// Asks the system to launch the main application, by its bundle identifier, without waiting.
   static void loadMainApp();
-  static void loadMainApp(platform::Platform& platform);
+  static void loadMainApp(Platform& platform);
 
   /// Opens the application at a path. Where there is none, and while one with the bundle identifier
   /// runs already, `completion` is called at once, on the calling thread, with false and no error.
@@ -61,12 +59,12 @@ class KVUtils {
   static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
                       OpenCompletion completion);
   static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
-                      OpenCompletion completion, platform::Platform& platform);
+                      OpenCompletion completion, Platform& platform);
   /// With `forceRelaunch` ends every running instance first, and blocks until none is left.
   static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
                       bool forceRelaunch, OpenCompletion completion);
   static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
-                      bool forceRelaunch, OpenCompletion completion, platform::Platform& platform);
+                      bool forceRelaunch, OpenCompletion completion, Platform& platform);
 
   /// Asks every instance of an application to end, again and again without a pause, until none is
   /// left; then calls `completion` (it may be empty) on the calling thread. An application that
@@ -74,47 +72,46 @@ class KVUtils {
   static void terminateApp(const std::string& bundleIdentifier, bool force,
                            const std::function<void()>& completion);
   static void terminateApp(const std::string& bundleIdentifier, bool force,
-                           const std::function<void()>& completion, platform::Platform& platform);
+                           const std::function<void()>& completion, Platform& platform);
   /// Asks every instance once, politely or by `force`, and does not wait.
   static void terminateApp(const std::string& bundleIdentifier, bool force);
-  static void terminateApp(const std::string& bundleIdentifier, bool force,
-                           platform::Platform& platform);
+  static void terminateApp(const std::string& bundleIdentifier, bool force, Platform& platform);
 
   /// Whether at least one application with the bundle identifier runs.
   static bool isAppRunning(const std::string& bundleIdentifier);
-  static bool isAppRunning(const std::string& bundleIdentifier, platform::Platform& platform);
+  static bool isAppRunning(const std::string& bundleIdentifier, Platform& platform);
 
   /// "CFBundleVersion" of an application as a whole number, e.g. 412; 0 where there is no
   /// application or no version.
   static std::int64_t appBuildNumberAtPath(const std::string& path);
-  static std::int64_t appBuildNumberAtPath(const std::string& path, platform::Platform& platform);
+  static std::int64_t appBuildNumberAtPath(const std::string& path, Platform& platform);
   /// The same of the running program.
   static std::int64_t appBuildNumber();
-  static std::int64_t appBuildNumber(platform::Platform& platform);
+  static std::int64_t appBuildNumber(Platform& platform);
 
   /// Whether the installed privileged tool (`smcExePath`) belongs to the accounts "root" and
   /// "admin" and has exactly the mode 6555, so that whoever starts it writes to the SMC as root.
   /// False also when it is not installed.
   static bool isSMCPermissionGranted();
-  static bool isSMCPermissionGranted(platform::Platform& platform);
+  static bool isSMCPermissionGranted(Platform& platform);
 
   /// Whether some active display is not built in.
   static bool isExternalDisplayConnected();
-  static bool isExternalDisplayConnected(platform::Platform& platform);
+  static bool isExternalDisplayConnected(Platform& platform);
   /// How many displays are active.
   static std::int64_t numOfDisplays();
-  static std::int64_t numOfDisplays(platform::Platform& platform);
+  static std::int64_t numOfDisplays(Platform& platform);
 
   /// Tells every program of the user's session, this one included, by a notification without a
   /// sender object on the distributed notification centre. Posted later, from the main thread, to
   /// be delivered at once: a host that does not run its main queue sends nothing.
   static void broadcastNotification(const std::string& name);
-  static void broadcastNotification(const std::string& name, platform::Platform& platform);
+  static void broadcastNotification(const std::string& name, Platform& platform);
   /// The same with a user info, e.g. {"KVFanValueTypeKey": 1}.
   static void broadcastNotification(const std::string& name,
                                     PropertyListValue::Dictionary userInfo);
   static void broadcastNotification(const std::string& name, PropertyListValue::Dictionary userInfo,
-                                    platform::Platform& platform);
+                                    Platform& platform);
 };
 
 }  // namespace kelvora

@@ -7,9 +7,7 @@
 
 namespace kelvora {
 
-namespace platform {
 class Platform;
-}
 
 /// Base of a host's screens: it follows the language, the theme and the settings. The host calls
 /// `viewDidLoad` when the screen's own views stand; a subclass fills the three hooks. Everything
@@ -17,7 +15,7 @@ class Platform;
 class KVViewController {
  public:
   KVViewController();
-  explicit KVViewController(platform::Platform& platform);
+  explicit KVViewController(Platform& platform);
   /// Ends all subscriptions, on both notification centres.
   virtual ~KVViewController();
   KVViewController(const KVViewController&) = delete;
@@ -40,12 +38,12 @@ class KVViewController {
   /// Listens to a notification of this process's own centre until the screen's end.
   void observeInProcess(const std::string& name, std::function<void()> handler);
 
-  platform::Platform& platform() const { return platform_; }
+  Platform& platform() const { return platform_; }
 
  private:
   void unsubscribe();
 
-  platform::Platform& platform_;
+  Platform& platform_;
   std::vector<std::uint64_t> distributed_;
   std::vector<std::uint64_t> inProcess_;
 };

@@ -11,9 +11,7 @@
 
 namespace kelvora {
 
-namespace platform {
 class Platform;
-}
 
 class RawReading;
 class ReadingRecords;
@@ -39,7 +37,7 @@ class SMCWrapper {
  public:
   SMCWrapper();
   /// On the files and child processes of `platform`, which outlives the wrapper.
-  explicit SMCWrapper(platform::Platform& platform);
+  explicit SMCWrapper(Platform& platform);
   ~SMCWrapper();
   SMCWrapper(const SMCWrapper&) = delete;
   SMCWrapper& operator=(const SMCWrapper&) = delete;
@@ -116,7 +114,7 @@ class SMCWrapper {
   double fanValue(std::int64_t fanIndex, const char (&suffix)[3]);
   void reportFailedRead(std::string_view keyText);
 
-  platform::Platform& platform_;
+  Platform& platform_;
   std::weak_ptr<SMCWrapperDelegate> delegate_;
   std::shared_ptr<const SensorKeys> sensorKeys_;
   std::unique_ptr<ReadingRecords> records_;

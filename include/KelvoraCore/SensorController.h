@@ -13,9 +13,7 @@
 
 namespace kelvora {
 
-namespace platform {
 class Platform;
-}  // namespace platform
 class ReadingRecords;
 class SensorNaming;
 
@@ -47,9 +45,9 @@ class SensorController : public SMCWrapperDelegate {
   /// from `ZDSystemDevice::device()`.
   SensorController();
   /// The same on `platform`, with an inventory of its own.
-  explicit SensorController(platform::Platform& platform);
+  explicit SensorController(Platform& platform);
   /// The same with `device`, which outlives the controller.
-  SensorController(platform::Platform& platform, const ZDSystemDevice& device);
+  SensorController(Platform& platform, const ZDSystemDevice& device);
   ~SensorController() override;
   SensorController(const SensorController&) = delete;
   SensorController& operator=(const SensorController&) = delete;
@@ -98,9 +96,9 @@ class SensorController : public SMCWrapperDelegate {
   void smcReadValueFailedWithError(const std::string& message) override;
 
  private:
-  SensorController(platform::Platform& platform, std::shared_ptr<const ZDSystemDevice> device);
+  SensorController(Platform& platform, std::shared_ptr<const ZDSystemDevice> device);
 
-  platform::Platform& platform_;
+  Platform& platform_;
   std::shared_ptr<const ZDSystemDevice> device_;
   SMCWrapper smc_;
   std::unique_ptr<HIDWrapper> hid_;

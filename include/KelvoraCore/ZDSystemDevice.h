@@ -15,9 +15,7 @@
 
 namespace kelvora {
 
-namespace platform {
 class Platform;
-}
 
 /// The inventory of the Mac that the library runs on: gathered once, when it is created, then only
 /// read, by any thread. No query reports an error: what the system does not tell is the default
@@ -32,7 +30,7 @@ class ZDSystemDevice {
   ZDSystemDevice();
   /// Gathers the inventory of `platform`, which outlives this object: host name, model, processor,
   /// graphics, battery, disk, operating system and memory, in this order.
-  explicit ZDSystemDevice(platform::Platform& platform);
+  explicit ZDSystemDevice(Platform& platform);
 
   const std::string& hostName() const { return hostName_; }  ///< e.g. "Anna's MacBook Pro"
   const ZDModelInfo& modelInfo() const { return modelInfo_; }
@@ -69,7 +67,7 @@ class ZDSystemDevice {
   static std::map<std::string, ZDModelInfo> defaultModelDict();
 
  private:
-  platform::Platform& platform_;
+  Platform& platform_;
   std::string hostName_;
   ZDModelInfo modelInfo_;
   ZDCPUInfo cpuInfo_;

@@ -27,7 +27,7 @@ RecordedHIDService voltage(std::string product, double value) {
   return {0xff08, 3, std::move(product), {{25, value}}};
 }
 
-std::unique_ptr<platform::Platform> macWith(std::vector<RecordedHIDService> services) {
+std::unique_ptr<Platform> macWith(std::vector<RecordedHIDService> services) {
   platform::RecordedMachine machine;
   machine.hid = std::move(services);
   return recordedPlatform(std::move(machine));

@@ -34,7 +34,7 @@ class SMCWrapperWrites : public ::testing::Test {
     ::testing::internal::GetCapturedStdout();
   }
 
-  platform::Platform& platform_;
+  Platform& platform_;
   bool isInstalled_ = true;
   std::optional<ScriptedOutcome> outcome_ = ScriptedOutcome{};
   ScriptedChildProcesses* children_ = nullptr;

@@ -65,7 +65,7 @@ class ScriptedSMC : public platform::SMCUserClient {
     auto smc = std::make_unique<ScriptedSMC>();
     ScriptedSMC& result = *smc;
     platform->ports().smc = std::move(smc);
-    platform::Platform::install(std::move(platform));
+    Platform::install(std::move(platform));
     return result;
   }
 

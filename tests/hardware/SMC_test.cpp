@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/recorded/RecordedSMC.h"
+#include "platforms/recorded/RecordedSMC.h"
 #include "tests/hardware/SMCKeys.h"
 
 namespace kelvora::testing {

@@ -16,7 +16,7 @@ using Hooks = std::vector<std::string>;
 
 class Screen : public KVViewController {
  public:
-  Screen(platform::Platform& platform, Hooks& hooks) : KVViewController(platform), hooks_(hooks) {
+  Screen(Platform& platform, Hooks& hooks) : KVViewController(platform), hooks_(hooks) {
     observeInProcess("dataset", [this] { hooks_.emplace_back("dataset"); });
   }
   void localizeUI() override { hooks_.emplace_back("localizeUI"); }

@@ -25,7 +25,7 @@ std::string contentOf(const fs::path& path) {
 }
 
 StringsTable tableOf(const std::string& language) {
-  const std::string text = contentOf(fs::path(KELVORA_SOURCES) / "tools/kelvora/lproj" /
+  const std::string text = contentOf(fs::path(KELVORA_SOURCES) / "presentation/lproj" /
                                      (language + ".lproj") / "Localizable.strings");
   StringsTableReading reading = parseStringsTable(std::as_bytes(std::span(text)));
   EXPECT_EQ(reading.failure, "") << language;

@@ -1,4 +1,4 @@
-"""The layer check finds every kind of break in a small house made for the purpose."""
+"""scripts/check-layers finds every kind of violation in a small project made for the purpose."""
 import pathlib
 import subprocess
 import sys
@@ -9,7 +9,7 @@ CHECK = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "check-layers"
 
 
 class CheckLayers(unittest.TestCase):
-    def faults(self, files):
+    def run_check(self, files):
         with tempfile.TemporaryDirectory() as folder:
             for name, text in files.items():
                 path = pathlib.Path(folder) / name
@@ -18,72 +18,110 @@ class CheckLayers(unittest.TestCase):
             run = subprocess.run([sys.executable, str(CHECK), folder], capture_output=True, text=True)
         return run.returncode, run.stdout
 
-    def assert_stands(self, files):
-        status, text = self.faults(files)
-        self.assertEqual((status, text), (0, "the house stands\n"))
+    def assert_clean(self, files):
+        status, text = self.run_check(files)
+        self.assertEqual((status, text), (0, "no layering violations\n"))
 
-    def assert_fault(self, files, expected):
-        status, text = self.faults(files)
+    def assert_violation(self, files, expected):
+        status, text = self.run_check(files)
         self.assertEqual(status, 1)
         self.assertIn(expected, text)
 
-    def test_downward_includes_and_the_standard_library_are_fine(self):
-        self.assert_stands({
-            "platform/Port.h": "#include <vector>\n",
-            "hardware/Reader.cpp": '#include "platform/Port.h"\n#include <nlohmann/json.hpp>\n',
-            "platform/linux/Live.cpp": '#include "platform/Port.h"\n#include <sys/stat.h>\n',
+    def test_downward_includes_and_the_standard_library_are_allowed(self):
+        self.assert_clean({
+            "ports/Port.h": "#include <vector>\n",
+            "hardware/Reader.cpp": '#include "ports/Port.h"\n#include <nlohmann/json.hpp>\n',
+            "platforms/linux/Live.cpp": '#include "ports/Port.h"\n#include <sys/stat.h>\n',
         })
 
-    def test_an_include_up_a_layer_is_a_fault(self):
-        self.assert_fault({
+    def test_an_include_of_a_higher_layer_is_a_violation(self):
+        self.assert_violation({
             "sensors/Controller.h": "", "hardware/Reader.cpp": '#include "sensors/Controller.h"\n',
-        }, 'hardware/Reader.cpp:1: "sensors/Controller.h"')
+        }, 'hardware/Reader.cpp:1: "sensors/Controller.h" is in sensors/, above hardware/')
 
-    def test_a_public_header_stands_where_its_source_stands(self):
-        self.assert_fault({
+    def test_platforms_include_nothing_above_them(self):
+        self.assert_violation({
+            "hardware/SMC.h": "", "platforms/linux/Live.cpp": '#include "hardware/SMC.h"\n',
+        }, "is in hardware/, above platforms/")
+
+    def test_a_public_header_belongs_to_the_folder_of_its_source(self):
+        self.assert_violation({
             "include/KelvoraCore/Controller.h": "", "sensors/Controller.cpp": "",
             "hardware/Reader.cpp": '\n#include "KelvoraCore/Controller.h"\n',
         }, "hardware/Reader.cpp:2:")
 
-    def test_a_circle_through_a_third_file_is_a_fault(self):
-        self.assert_fault({
-            "hardware/A.h": '#include "hardware/B.h"\n', "hardware/B.h": "",
-            "hardware/B.cpp": '#include "hardware/C.h"\n', "hardware/C.h": '#include "hardware/A.h"\n',
-        }, "hardware/A -> hardware/B -> hardware/C -> hardware/A")
+    def test_a_public_header_without_a_source_belongs_to_the_layer_of_its_includes(self):
+        files = {
+            "include/KelvoraCore/Controller.h": "", "sensors/Controller.cpp": "",
+            "include/KelvoraCore/Record.h": '#include "KelvoraCore/Controller.h"\n',
+            "include/KelvoraCore/Plain.h": "",
+            "hardware/Reader.cpp": '#include "KelvoraCore/Plain.h"\n',
+        }
+        self.assert_clean(files)
+        files["hardware/Reader.cpp"] = '#include "KelvoraCore/Record.h"\n'
+        self.assert_violation(files, '"KelvoraCore/Record.h" is in sensors/, above hardware/')
 
-    def test_an_operating_system_header_above_the_platform_is_a_fault(self):
+    def test_a_forward_declaration_of_a_higher_class_is_a_violation(self):
+        files = {
+            "sensors/Controller.h": "class Controller final : public Reader {\n};\n",
+            "hardware/Reader.h": "// class Controller;\nclass Controller;\n",
+        }
+        self.assert_violation(files, "hardware/Reader.h:2: declares Controller, which is in sensors/")
+        files["hardware/Controller.h"] = "struct Controller {};\n"
+        self.assert_clean(files)
+
+    def test_a_friend_in_a_higher_layer_is_a_violation(self):
+        for friend in ("friend Controller;", "friend class kelvora::Controller;"):
+            self.assert_violation({
+                "sensors/Controller.h": "class Controller {\n};\n",
+                "hardware/Reader.h": "class Reader {\n  " + friend + "\n};\n",
+            }, "hardware/Reader.h:2: befriends Controller, which is in sensors/")
+
+    def test_a_circle_of_includes_through_a_third_file_is_a_violation(self):
+        self.assert_violation({
+            "hardware/A.h": '#include "hardware/B.h"\n',
+            "hardware/B.h": '#include "hardware/C.h"\n', "hardware/C.h": '#include "hardware/A.h"\n',
+        }, "hardware/A.h -> hardware/B.h -> hardware/C.h -> hardware/A.h")
+
+    def test_an_operating_system_header_outside_platforms_is_a_violation(self):
         for header in ("unistd.h", "sys/stat.h", "IOKit/IOKitLib.h"):
-            self.assert_fault({"sensors/A.cpp": f"#include <{header}>\n"}, f"<{header}>")
+            self.assert_violation({"sensors/A.cpp": f"#include <{header}>\n"}, f"<{header}>")
 
-    def test_an_implementation_of_the_platform_is_hidden_from_the_rooms(self):
-        self.assert_fault({
-            "platform/linux/Live.h": "", "store/A.cpp": '#include "platform/linux/Live.h"\n',
+    def test_an_implementation_of_a_port_is_hidden_from_the_other_folders(self):
+        self.assert_violation({
+            "platforms/linux/Live.h": "", "store/A.cpp": '#include "platforms/linux/Live.h"\n',
         }, "use its port")
 
-    def test_the_platform_includes_nothing_above_it(self):
-        self.assert_fault({
-            "hardware/SMC.h": "", "platform/linux/Live.cpp": '#include "hardware/SMC.h"\n',
-        }, "stands above the platform")
-
-    def test_a_public_header_keeps_to_public_headers(self):
-        for include in ("<nlohmann/json.hpp>", '"platform/Port.h"'):
-            self.assert_fault({
-                "platform/Port.h": "", "platform/A.cpp": "",
+    def test_a_public_header_includes_public_headers_only(self):
+        for include in ("<nlohmann/json.hpp>", '"ports/Port.h"'):
+            self.assert_violation({
+                "ports/Port.h": "", "ports/A.cpp": "",
                 "include/KelvoraCore/A.h": f"#include {include}\n",
             }, "a public header includes")
 
-    def test_a_file_outside_the_table_is_a_fault(self):
-        self.assert_fault({"include/KelvoraCore/Orphan.h": ""}, "stands in no layer")
+    def test_a_program_includes_public_headers_and_its_own_libraries_only(self):
+        files = {
+            "include/KelvoraCore/A.h": "", "ports/A.cpp": "", "ports/Port.h": "",
+            "tools/kelvora/Text.h": "",
+            "tools/kelvora/main.cpp": '#include "KelvoraCore/A.h"\n#include "tools/kelvora/Text.h"\n'
+                                      "#include <CLI/CLI.hpp>\n#include <string>\n",
+        }
+        self.assert_clean(files)
+        for folder in ("tools/kelvora", "examples"):
+            for include in ('"ports/Port.h"', "<unistd.h>", "<sqlite3.h>"):
+                files[f"{folder}/bad.cpp"] = f"#include {include}\n"
+                self.assert_violation(files, f"{folder}/bad.cpp:1: a program includes")
+                del files[f"{folder}/bad.cpp"]
 
     def test_the_header_of_all_headers_misses_none(self):
-        self.assert_fault({
-            "platform/A.cpp": "", "platform/B.cpp": "",
+        self.assert_violation({
+            "ports/A.cpp": "", "ports/B.cpp": "",
             "include/KelvoraCore/A.h": "", "include/KelvoraCore/B.h": "",
             "include/KelvoraCore/KelvoraCore.h": '#include "KelvoraCore/A.h"\n',
         }, "B.h is missing")
 
-    def test_an_include_that_does_not_exist_is_a_fault(self):
-        self.assert_fault({"sensors/A.cpp": '#include "sensors/Gone.h"\n'}, "is not in the project")
+    def test_an_include_that_does_not_exist_is_a_violation(self):
+        self.assert_violation({"sensors/A.cpp": '#include "sensors/Gone.h"\n'}, "is not in the project")
 
 
 if __name__ == "__main__":

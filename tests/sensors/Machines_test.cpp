@@ -17,7 +17,7 @@
 #include "KelvoraCore/SensorController.h"
 
 #include "ReferenceNaming.h"
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 #include "tests/support/RecordedMachines.h"
 
 namespace kelvora {
@@ -69,7 +69,7 @@ class Machines : public ::testing::TestWithParam<const char*> {
     return std::string(KELVORA_TEST_DATA) + "/machines/" + GetParam() + ".sensors.json";
   }
 
-  platform::Platform& platform_ = testing::installRecordedPlatform(GetParam());
+  Platform& platform_ = testing::installRecordedPlatform(GetParam());
   const ZDSystemDevice device_{platform_};
   ListeningController controller_{platform_, device_};
 };
@@ -125,7 +125,7 @@ SensorList catalogueOf(const ZDSystemDevice& device, bool isAppleSilicon) {
 }
 
 TEST_P(Machines, AReadingIsWhatTheReferenceDerivesFromTheSameRawSensors) {
-  const bool isAppleSilicon = platform_.architecture() == platform::Architecture::kAppleSilicon;
+  const bool isAppleSilicon = platform_.architecture() == Architecture::kAppleSilicon;
   SensorList raw = controller_.smc().getAllSensors();
   if (isAppleSilicon) {
     for (const SensorPtr& sensor : controller_.hid()->getAllSensors()) raw.push_back(sensor);

@@ -10,8 +10,8 @@
 
 #include "KelvoraCore/SensorController.h"
 
-#include "platform/Platform.h"
-#include "platform/recorded/RecordedSMC.h"
+#include "platforms/recorded/RecordedSMC.h"
+#include "ports/Ports.h"
 #include "tests/sensors/SmallMacs.h"
 #include "tests/support/CountedAllocations.h"
 #include "tests/support/RecordedMachines.h"
@@ -49,7 +49,7 @@ Reading laterReading(SensorController& controller) {
 }
 
 TEST(ReadingMemory, ALaterReadingAllocatesAHandfulOfListsHoweverManySensors) {
-  platform::Platform& platform = installRecordedPlatform(platform::RecordedMachine{});
+  Platform& platform = installRecordedPlatform(platform::RecordedMachine{});
   std::vector<Reading> readings;
   for (const int unknownKeys : {0, 800}) {
     platform.ports().smc = smcOf(unknownKeys);

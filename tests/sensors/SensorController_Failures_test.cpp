@@ -12,8 +12,8 @@
 
 #include "KelvoraCore/SensorController.h"
 
-#include "platform/MainQueue.h"
-#include "platform/Platform.h"
+#include "ports/MainQueue.h"
+#include "ports/Ports.h"
 #include "tests/sensors/SmallMacs.h"
 #include "tests/support/ForwardingSMC.h"
 #include "tests/support/RecordedMachines.h"
@@ -38,7 +38,7 @@ class PostedNotifications : public platform::NotificationCentres {
   const std::vector<Post>& distributedPosts() const { return distributed_.posts; }
   const std::vector<Post>& inProcessPosts() const { return inProcess_.posts; }
 
-  static PostedNotifications& install(platform::Platform& platform) {
+  static PostedNotifications& install(Platform& platform) {
     auto made = std::make_unique<PostedNotifications>();
     PostedNotifications& result = *made;
     platform.ports().notificationCentres = std::move(made);
@@ -75,7 +75,7 @@ class FailingSMC : public ::testing::Test {
     EXPECT_THAT(names(controller.getAllSensors()), ElementsAre(Pair("TB0T", "Battery Max")));
   }
 
-  platform::Platform& platform_ = installRecordedPlatform(
+  Platform& platform_ = installRecordedPlatform(
       mac({smcKey("FNum", "ui8 ", {0}), temperature("TC0P", 40), temperature("TB0T", 30)}));
   ForwardingSMC& smc_ = ForwardingSMC::wrap(platform_);
   PostedNotifications& posted_ = PostedNotifications::install(platform_);

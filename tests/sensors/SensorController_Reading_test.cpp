@@ -11,7 +11,7 @@
 
 #include "KelvoraCore/SensorController.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 #include "tests/sensors/SmallMacs.h"
 #include "tests/support/ForwardingSMC.h"
 #include "tests/support/RecordedMachines.h"
@@ -27,12 +27,12 @@ using ::testing::Not;
 using ::testing::Pair;
 
 TEST(SensorController, OneFanIsNotTheFastestFan) {
-  platform::Platform& platform = installRecordedPlatform(mac(fanKeys(1, 0x20)));
+  Platform& platform = installRecordedPlatform(mac(fanKeys(1, 0x20)));
   EXPECT_THAT(names(SensorController(platform).getAllSensors()), ElementsAre(Pair("0", "FanA")));
 }
 
 TEST(SensorController, OfTwoStoppedFansTheFirstIsTheFastest) {
-  platform::Platform& platform = installRecordedPlatform(mac(fanKeys(2, 0)));
+  Platform& platform = installRecordedPlatform(mac(fanKeys(2, 0)));
   const SensorList sensors = SensorController(platform).getAllSensors();
   ASSERT_THAT(names(sensors),
               ElementsAre(Pair("0", "FanA"), Pair("1", "FanB"), Pair("FastestFan", "Fastest Fan")));
@@ -47,7 +47,7 @@ TEST(SensorController, SortsByGroupWithUnknownSensorsLast) {
   for (const char* key : {"TQQQ", "TL0P", "TB0T", "TC1C", "TM0P", "TC0C", "TAAA"}) {
     keys.push_back(temperature(key, 40));
   }
-  platform::Platform& platform = installRecordedPlatform(mac(std::move(keys)));
+  Platform& platform = installRecordedPlatform(mac(std::move(keys)));
   const SensorList sensors = SensorController(platform).getAllSensors();
   EXPECT_THAT(
       names(sensors),
@@ -59,14 +59,14 @@ TEST(SensorController, SortsByGroupWithUnknownSensorsLast) {
 }
 
 TEST(SensorController, WithoutAveragedSensorsThereIsNoAverageAndNoHottest) {
-  platform::Platform& platform =
+  Platform& platform =
       installRecordedPlatform(mac({temperature("TC0P", 40), temperature("TG0D", 40)}));
   EXPECT_THAT(names(SensorController(platform).getAllSensors()),
               ElementsAre(Pair("TC0P", "CPU Proximity"), Pair("TG0D", "GPU Die Analog")));
 }
 
 TEST(SensorController, ImplausibleValuesNeverEnterAReading) {
-  platform::Platform& platform = installRecordedPlatform(
+  Platform& platform = installRecordedPlatform(
       mac({temperature("TC0P", 0), temperature("TC0C", 127), temperature("TQQQ", 111),
            smcKey("VQQQ", "sp78", {0, 0}), smcKey("IQQQ", "sp78", {0xff, 0x80}),
            smcKey("PQQQ", "sp78", {0, 0}), temperature("TC1C", 40)}));
@@ -76,7 +76,7 @@ TEST(SensorController, ImplausibleValuesNeverEnterAReading) {
 }
 
 TEST(SensorController, NotANumberPassesButMakesNoAverage) {
-  platform::Platform& platform = installRecordedPlatform(
+  Platform& platform = installRecordedPlatform(
       mac({smcKey("TC0C", "flt ", {0, 0, 0xc0, 0x7f}), temperature("TC1C", 50)}));
   const SensorList sensors = SensorController(platform).getAllSensors();
   EXPECT_THAT(names(sensors), ElementsAre(Pair("TC0C", "CPU Core 1"), Pair("TC1C", "CPU Core 2"),
@@ -85,7 +85,7 @@ TEST(SensorController, NotANumberPassesButMakesNoAverage) {
 }
 
 TEST(SensorController, EachReadingIsMadeOfNewRecordsThatTheCallerOwns) {
-  platform::Platform& platform = installRecordedPlatform(mac({temperature("TC0P", 40)}));
+  Platform& platform = installRecordedPlatform(mac({temperature("TC0P", 40)}));
   SensorController controller(platform);
   SensorList first = controller.getAllSensors();
   const SensorList second = controller.getAllSensors();
@@ -98,12 +98,12 @@ TEST(SensorController, EachReadingIsMadeOfNewRecordsThatTheCallerOwns) {
 TEST(SensorController, WithoutAnSMCAReadingIsEmpty) {
   RecordedMachine machine = mac({});
   machine.smcKeys = std::nullopt;
-  platform::Platform& platform = installRecordedPlatform(std::move(machine));
+  Platform& platform = installRecordedPlatform(std::move(machine));
   EXPECT_THAT(SensorController(platform).getAllSensors(), IsEmpty());
 }
 
 TEST(SensorController, SurvivesAnSMCThatClaims255Fans) {
-  platform::Platform& platform =
+  Platform& platform =
       installRecordedPlatform(mac({smcKey("FNum", "ui8 ", {255}), temperature("TC0P", 40)}));
   const SensorList sensors = SensorController(platform).getAllSensors();
   EXPECT_THAT(names(sensors), Contains(Pair("TC0P", "CPU Proximity")));
@@ -115,7 +115,7 @@ TEST(SensorController, ReadsEachKeyOfASmallSMCWithOneCallAfterTheFirstReading) {
   std::vector<platform::RecordedSMCKey> keys = fanKeys(1, 0x20);
   for (const char* key : {"TC0P", "TB0T", "MSAc"}) keys.push_back(temperature(key, 40));
   keys.push_back(smcKey("VBAT", "sp78", {0x0c, 0}));
-  platform::Platform& platform = installRecordedPlatform(mac(std::move(keys)));
+  Platform& platform = installRecordedPlatform(mac(std::move(keys)));
   ForwardingSMC& smc = ForwardingSMC::wrap(platform);
   SensorController controller(platform);
   EXPECT_EQ(smc.count(), 0);
@@ -147,7 +147,7 @@ TEST(SensorController, ReadsKeysBeyondTheHundredthWithTwoCalls) {
   for (int i = 0; i < kSensors; ++i) {
     keys.push_back(temperature("T" + std::to_string(100 + i), 40));
   }
-  platform::Platform& platform = installRecordedPlatform(mac(std::move(keys)));
+  Platform& platform = installRecordedPlatform(mac(std::move(keys)));
   ForwardingSMC& smc = ForwardingSMC::wrap(platform);
   SensorController controller(platform);
 

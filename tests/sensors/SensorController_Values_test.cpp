@@ -7,7 +7,7 @@
 
 #include "KelvoraCore/SensorController.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 #include "tests/sensors/SmallMacs.h"
 #include "tests/support/ForwardingSMC.h"
 #include "tests/support/RecordedMachines.h"
@@ -18,7 +18,7 @@ namespace {
 TEST(SensorController, LooksUpSMCValuesByKeyAndFansByIndex) {
   std::vector<platform::RecordedSMCKey> keys = fanKeys(2, 0x20);
   keys.push_back(temperature("TC0P", 41));
-  platform::Platform& platform = installRecordedPlatform(mac(std::move(keys)));
+  Platform& platform = installRecordedPlatform(mac(std::move(keys)));
   SensorController controller(platform);
   EXPECT_EQ(controller.getSensorValueByKey("TC0P", SensorTypeTemperature, SensorSourceSMC, {}), 41);
   EXPECT_EQ(controller.getSensorValueByKey("1", SensorTypeFan, SensorSourceSMC, {}), 2048);
@@ -29,7 +29,7 @@ TEST(SensorController, LooksUpSMCValuesByKeyAndFansByIndex) {
 TEST(SensorController, LooksUpHIDValuesByProduct) {
   auto machine = mac({}, "Apple M1");
   machine.hid = {hidTemperature("gas gauge battery", 30.5)};
-  platform::Platform& platform = installRecordedPlatform(std::move(machine));
+  Platform& platform = installRecordedPlatform(std::move(machine));
   SensorController controller(platform);
   const auto value = [&](const char* key, std::uint64_t type) {
     return controller.getSensorValueByKey(key, type, SensorSourceHID, {});
@@ -43,13 +43,13 @@ TEST(SensorController, LooksUpHIDValuesByProduct) {
 TEST(SensorController, OnIntelAHIDValueIsZero) {
   auto machine = mac({});
   machine.hid = {hidTemperature("gas gauge battery", 30.5)};
-  platform::Platform& platform = installRecordedPlatform(std::move(machine));
+  Platform& platform = installRecordedPlatform(std::move(machine));
   SensorController controller(platform);
   EXPECT_EQ(controller.getSensorValueByKey("gas gauge battery", 0, SensorSourceHID, {}), 0);
 }
 
 TEST(SensorController, TakesComputedValuesFromTheListThatItIsGiven) {
-  platform::Platform& platform = installRecordedPlatform(mac({}));
+  Platform& platform = installRecordedPlatform(mac({}));
   ForwardingSMC& smc = ForwardingSMC::wrap(platform);
   SensorController controller(platform);
   const auto sensor = [](std::uint64_t type, std::uint64_t group, double value) {
@@ -73,14 +73,14 @@ TEST(SensorController, TakesComputedValuesFromTheListThatItIsGiven) {
 }
 
 TEST(SensorController, AValueOfAnUnknownSourceIsZero) {
-  platform::Platform& platform = installRecordedPlatform(mac({temperature("TC0P", 41)}));
+  Platform& platform = installRecordedPlatform(mac({temperature("TC0P", 41)}));
   SensorController controller(platform);
   EXPECT_EQ(controller.getSensorValueByKey("TC0P", 0, 3, {}), 0);
   EXPECT_EQ(controller.getSensorValueByKey("TC0P", 0, UINT64_MAX, {}), 0);
 }
 
 TEST(SensorController, NamesTheTypesButNotFans) {
-  platform::Platform& platform = installRecordedPlatform(mac({}));
+  Platform& platform = installRecordedPlatform(mac({}));
   const SensorController controller(platform);
   EXPECT_EQ(controller.sensorTypeStringFromType(SensorTypeTemperature), "Temperature");
   EXPECT_EQ(controller.sensorTypeStringFromType(SensorTypeFan), std::nullopt);

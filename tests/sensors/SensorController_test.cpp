@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 #include "tests/sensors/SmallMacs.h"
 #include "tests/support/ForwardingPorts.h"
 #include "tests/support/RecordedMachines.h"
@@ -23,7 +23,7 @@ using ::testing::Pair;
 TEST(SensorController, OnIntelKeepsWhatIntelHasAndReadsNoHID) {
   auto machine = mac({temperature("Tp0P", 40), temperature("Tp05", 41), temperature("TH0x", 42)});
   machine.hid = {hidTemperature("PMU tdie1", 30)};
-  platform::Platform& platform = installRecordedPlatform(std::move(machine));
+  Platform& platform = installRecordedPlatform(std::move(machine));
   auto& hid = testing::wrapPort<ForwardingHIDEventSystem>(platform.ports().hid);
   SensorController controller(platform);
   EXPECT_EQ(controller.hid(), nullptr);
@@ -43,7 +43,7 @@ TEST(SensorController, OnAnM1KeepsWhatTheM1HasAndReadsHIDAfterTheSMC) {
       mac({temperature("Tp05", 41), temperature("Tp0P", 40), temperature("TQQQ", 43)}, "Apple M1");
   machine.hid = {hidTemperature("PMU tdie7", 30), hidTemperature("Unknown die", 31),
                  hidTemperature("pACC MTR Temp Sensor4", 55)};
-  platform::Platform& platform = installRecordedPlatform(std::move(machine));
+  Platform& platform = installRecordedPlatform(std::move(machine));
   SensorController controller(platform);
   EXPECT_NE(controller.hid(), nullptr);
   EXPECT_EQ(controller.defaultSMCSensors().size(), 187U);
@@ -67,14 +67,14 @@ TEST(SensorController, OnAnM1KeepsWhatTheM1HasAndReadsHIDAfterTheSMC) {
 TEST(SensorController, HIDProductsAreNamedAfterTheSMCKeysOfTheirGroup) {
   auto machine = mac({temperature("TB1T", 31), temperature("TH1A", 33)}, "Apple M1");
   machine.hid = {hidTemperature("NAND CH0 temp", 32), hidTemperature("gas gauge battery", 30)};
-  platform::Platform& platform = installRecordedPlatform(std::move(machine));
+  Platform& platform = installRecordedPlatform(std::move(machine));
   EXPECT_THAT(names(SensorController(platform).getAllSensors()),
               ElementsAre(Pair("TH1A", "SSD 1 (A)"), Pair("NAND CH0 temp", "Disk 1s"),
                           Pair("TB1T", "Battery 1"), Pair("gas gauge battery", "Battery")));
 }
 
 TEST(SensorController, OnAnM2TheSameKeysAreOtherCores) {
-  platform::Platform& platform =
+  Platform& platform =
       installRecordedPlatform(mac({temperature("Tp05", 41), temperature("Tp01", 40)}, "Apple M2"));
   SensorController controller(platform);
   EXPECT_EQ(controller.defaultSMCSensors().size(), 183U);
@@ -84,7 +84,7 @@ TEST(SensorController, OnAnM2TheSameKeysAreOtherCores) {
 }
 
 TEST(SensorController, OnAnUnknownFamilyTheWholeCatalogueAppliesAndARecordCanStandTwice) {
-  platform::Platform& platform =
+  Platform& platform =
       installRecordedPlatform(mac({temperature("Tp05", 60), temperature("Tp0T", 30)}, "Apple X9"));
   SensorController controller(platform);
   EXPECT_EQ(controller.defaultSMCSensors().size(), 201U);
@@ -99,7 +99,7 @@ TEST(SensorController, OnAnUnknownFamilyTheWholeCatalogueAppliesAndARecordCanSta
 }
 
 TEST(SensorController, WithoutADedicatedGPUThePlaceholderVanishes) {
-  platform::Platform& platform = installRecordedPlatform(mac({temperature("TG0P", 40)}));
+  Platform& platform = installRecordedPlatform(mac({temperature("TG0P", 40)}));
   SensorController controller(platform);
   EXPECT_EQ(controller.dedicatedGPUName(), std::nullopt);
   EXPECT_EQ(controller.dedicatedGPUShortName(), std::nullopt);
@@ -113,7 +113,7 @@ TEST(SensorController, WithoutADedicatedGPUThePlaceholderVanishes) {
 }
 
 TEST(SensorController, TheDedicatedGPUStandsInTheNames) {
-  platform::Platform& platform = installRecordedPlatform("MacBookPro15,1");
+  Platform& platform = installRecordedPlatform("MacBookPro15,1");
   const ZDSystemDevice device(platform);
   SensorController controller(platform, device);
   const std::string name = controller.dedicatedGPUName().value();
@@ -129,7 +129,7 @@ TEST(SensorController, TheDedicatedGPUStandsInTheNames) {
 }
 
 TEST(SensorController, LoadingTheCatalogueAgainForgetsChangesToIt) {
-  platform::Platform& platform = installRecordedPlatform(mac({temperature("TC0P", 40)}));
+  Platform& platform = installRecordedPlatform(mac({temperature("TC0P", 40)}));
   SensorController controller(platform);
   controller.defaultSMCSensors().front()->name = "Changed";
   EXPECT_EQ(controller.getAllSensors().front()->name, "Changed");

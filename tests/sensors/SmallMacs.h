@@ -10,7 +10,7 @@
 
 #include "KelvoraCore/Sensor.h"
 
-#include "platform/recorded/RecordedMachine.h"
+#include "platforms/recorded/RecordedMachine.h"
 #include "tests/support/SMCKeys.h"
 
 namespace kelvora::testing {
@@ -27,8 +27,7 @@ inline platform::RecordedMachine mac(
   platform::RecordedMachine machine;
   machine.title = "Test Mac";
   const bool isApple = brand.starts_with("Apple");
-  machine.architecture =
-      isApple ? platform::Architecture::kAppleSilicon : platform::Architecture::kIntel;
+  machine.architecture = isApple ? Architecture::kAppleSilicon : Architecture::kIntel;
   const auto bytes = std::as_bytes(std::span(brand));
   std::vector<std::byte>& text = machine.sysctl["machdep.cpu.brand_string"];
   text.assign(bytes.begin(), bytes.end());

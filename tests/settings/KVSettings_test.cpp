@@ -80,7 +80,7 @@ const std::vector<Row>& rows() {
 
 void PrintTo(const Row& row, std::ostream* out) { *out << row.property; }
 
-std::unique_ptr<platform::Platform> anyPlatform() {
+std::unique_ptr<Platform> anyPlatform() {
   auto platform = testing::recordedPlatform(testing::recordedMachine("Macmini8,1"));
   testing::wrapPort<testing::ForwardingFiles>(platform->ports().files).onDocumentsFolder = [] {
     return std::optional<std::string>("/Users/anna/Documents");
@@ -96,7 +96,7 @@ class Settings : public ::testing::Test {
     return dynamic_cast<testing::ForwardingMainBundle&>(platform_->mainBundle());
   }
 
-  std::unique_ptr<platform::Platform> platform_ = anyPlatform();
+  std::unique_ptr<Platform> platform_ = anyPlatform();
   std::unique_ptr<platform::UserDefaultsSuite> suite_ =
       platform_->userDefaults().suite("group.com.kelvora");
   testing::RecordedNotices notices_{*platform_};
@@ -383,7 +383,7 @@ TEST_F(Settings, NoticesComeOnTheMainQueueAfterTheSetterHasReturned) {
 }
 
 TEST(KVSettings, ThereIsOneForTheProcessOnItsPlatform) {
-  platform::Platform& platform = testing::installRecordedPlatform("Macmini8,1");
+  Platform& platform = testing::installRecordedPlatform("Macmini8,1");
   EXPECT_EQ(&KVSettings::shared(), &KVSettings::shared());
   KVSettings::shared().setAppLaunchCount(3);
   EXPECT_EQ(KVSettings(platform).appLaunchCount(), 3);

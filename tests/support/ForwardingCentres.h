@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/NotificationCentres.h"
+#include "ports/NotificationCentres.h"
 
 namespace kelvora::testing {
 

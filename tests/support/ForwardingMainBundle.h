@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/MainBundle.h"
+#include "ports/MainBundle.h"
 
 namespace kelvora::testing {
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 
 // Doubles that forward to another port. Each hook that is set answers in its place, `behind` stays
 // reachable for the rest. Hooks are set before the port is used by several threads.

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Platform.h"
-#include "platform/SMCUserClient.h"
+#include "ports/Ports.h"
+#include "ports/SMCUserClient.h"
 #include "tests/support/SMCKeys.h"
 
 namespace kelvora::testing {
@@ -35,7 +35,7 @@ class ForwardingSMC : public platform::SMCUserClient {
       : behind_(std::move(behind)) {}
 
   /// Puts a forwarding SMC before the platform's own and answers it; the platform owns it.
-  static ForwardingSMC& wrap(platform::Platform& platform) {
+  static ForwardingSMC& wrap(Platform& platform) {
     auto forwarding = std::make_unique<ForwardingSMC>(std::move(platform.ports().smc));
     ForwardingSMC& result = *forwarding;
     platform.ports().smc = std::move(forwarding);

@@ -4,12 +4,12 @@
 #include <memory>
 #include <vector>
 
-#include "platform/SystemControlTable.h"
-#include "platform/recorded/MachineFile.h"
-#include "platform/recorded/RecordedHID.h"
-#include "platform/recorded/RecordedRegistry.h"
-#include "platform/recorded/RecordedSMC.h"
-#include "platform/recorded/RecordedSystem.h"
+#include "platforms/recorded/RecordedHID.h"
+#include "platforms/recorded/RecordedRegistry.h"
+#include "platforms/recorded/RecordedSMC.h"
+#include "platforms/recorded/RecordedSystem.h"
+#include "platforms/recorded/file/MachineFile.h"
+#include "platforms/shared/SystemControlTable.h"
 #include "tests/support/SMCConnection.h"
 
 // Asks every port of a recorded Mac everything it can answer: for inputs that nobody has looked at.

@@ -5,7 +5,7 @@
 
 #include <poll.h>
 
-#include "platform/MainQueue.h"
+#include "ports/MainQueue.h"
 
 namespace kelvora::testing {
 

@@ -3,11 +3,11 @@
 #include <memory>
 #include <string>
 
-#include "platform/InProcessNotificationCentres.h"
-#include "platform/MemoryUserDefaults.h"
-#include "platform/Platform.h"
-#include "platform/recorded/MachineFile.h"
-#include "platform/recorded/RecordedPlatform.h"
+#include "platforms/recorded/RecordedPlatform.h"
+#include "platforms/recorded/file/MachineFile.h"
+#include "ports/Ports.h"
+#include "tests/support/InProcessNotificationCentres.h"
+#include "tests/support/MemoryUserDefaults.h"
 
 namespace kelvora::testing {
 
@@ -22,7 +22,7 @@ inline platform::RecordedMachine recordedMachine(const std::string& name) {
 
 /// A platform over `machine`, not installed, for classes that take theirs by constructor. Settings
 /// live in memory and notices in the process: no test sees another's, nor the user's.
-inline std::unique_ptr<platform::Platform> recordedPlatform(platform::RecordedMachine machine) {
+inline std::unique_ptr<Platform> recordedPlatform(platform::RecordedMachine machine) {
   auto result = platform::makeRecordedPlatform(std::move(machine));
   result->ports().userDefaults = std::make_unique<platform::MemoryUserDefaults>();
   result->ports().notificationCentres =
@@ -31,12 +31,12 @@ inline std::unique_ptr<platform::Platform> recordedPlatform(platform::RecordedMa
 }
 
 /// Makes a recorded Mac the current platform of this test's process.
-inline platform::Platform& installRecordedPlatform(platform::RecordedMachine machine) {
-  platform::Platform::install(recordedPlatform(std::move(machine)));
-  return platform::Platform::current();
+inline Platform& installRecordedPlatform(platform::RecordedMachine machine) {
+  Platform::install(recordedPlatform(std::move(machine)));
+  return Platform::current();
 }
 
-inline platform::Platform& installRecordedPlatform(const std::string& name) {
+inline Platform& installRecordedPlatform(const std::string& name) {
   return installRecordedPlatform(recordedMachine(name));
 }
 

@@ -4,14 +4,14 @@
 
 #include "KelvoraCore/KVSetting.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 
 namespace kelvora::testing {
 
 /// The change notifications that reach a program, in order. They come when the main queue runs.
 class RecordedNotices {
  public:
-  explicit RecordedNotices(platform::Platform& platform) : platform_(platform) {
+  explicit RecordedNotices(Platform& platform) : platform_(platform) {
     for (const char* name :
          {KVDataManagerSettingsDidChangeNotification, KVDataManagerLanguageDidChangeNotification,
           KVDataManagerMenuSensorsDidChangeNotification,
@@ -41,7 +41,7 @@ class RecordedNotices {
  private:
   platform::NotificationCentre& centre() { return platform_.notificationCentres().distributed(); }
 
-  platform::Platform& platform_;
+  Platform& platform_;
   std::vector<platform::ObserverToken> tokens_;
   std::vector<platform::Notification> heard_;
 };

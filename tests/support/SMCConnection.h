@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "platform/SMCUserClient.h"
+#include "ports/SMCUserClient.h"
 
 namespace kelvora::testing {
 

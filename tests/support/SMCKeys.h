@@ -5,7 +5,7 @@
 #include <initializer_list>
 #include <string_view>
 
-#include "platform/recorded/RecordedMachine.h"
+#include "platforms/recorded/RecordedMachine.h"
 
 namespace kelvora::testing {
 

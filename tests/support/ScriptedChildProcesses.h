@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/ChildProcesses.h"
+#include "ports/ChildProcesses.h"
 
 namespace kelvora::testing {
 

@@ -5,11 +5,11 @@
 
 #include "KelvoraCore/KVSettings.h"
 
-#include "platform/MemoryUserDefaults.h"
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 #include "tests/support/ForwardingCentres.h"
 #include "tests/support/ForwardingMainBundle.h"
 #include "tests/support/ForwardingPorts.h"
+#include "tests/support/MemoryUserDefaults.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -41,7 +41,7 @@ struct SomeMac {
   }
 
   TemporaryFolder resources;
-  std::unique_ptr<platform::Platform> platform = recordedPlatform(recordedMachine("Macmini8,1"));
+  std::unique_ptr<Platform> platform = recordedPlatform(recordedMachine("Macmini8,1"));
   ForwardingMainBundle& bundle = wrapPort<ForwardingMainBundle>(platform->ports().mainBundle);
   ForwardingCentres& centres = wrapPort<ForwardingCentres>(platform->ports().notificationCentres);
   KVSettings settings{*platform};

@@ -14,10 +14,10 @@
 #include "KelvoraCore/KVApplicationGroup.h"
 #include "KelvoraCore/KVCoreDataStore.h"
 
-#include "platform/Platform.h"
-#include "store/engine/ContextState.h"
-#include "store/engine/ModelFile.h"
-#include "store/engine/PersistentStoreCoordinator.h"
+#include "engine/ContextState.h"
+#include "engine/ModelFile.h"
+#include "engine/PersistentStoreCoordinator.h"
+#include "ports/Ports.h"
 #include "tests/support/ForwardingPorts.h"
 
 namespace kelvora::testing {
@@ -29,7 +29,7 @@ class StoreFixture : public ::testing::Test {
     std::string path = ::testing::TempDir() + "kelvora-store-XXXXXX";
     home = ::mkdtemp(path.data());
     ::setenv("XDG_DATA_HOME", home.c_str(), 1);
-    platform = platform::makeLivePlatform();
+    platform = Platform::live();
   }
   ~StoreFixture() override {
     std::error_code error;
@@ -56,7 +56,7 @@ class StoreFixture : public ::testing::Test {
   }
 
   std::string home;
-  std::unique_ptr<platform::Platform> platform;
+  std::unique_ptr<Platform> platform;
 };
 
 template <typename T>

@@ -8,7 +8,7 @@
 
 #include "KelvoraCore/PropertyListValue.h"
 
-#include "platform/SystemControlTable.h"
+#include "platforms/shared/SystemControlTable.h"
 #include "tests/support/RecordedMachines.h"
 
 // Pieces of recorded Macs that a test makes up.

@@ -88,7 +88,7 @@ TEST_F(ZDSystemDeviceTest, TheInventoryIsGatheredOnceInItsOrder) {
 }
 
 TEST_F(ZDSystemDeviceTest, TheSharedDeviceIsCreatedOnceByWhoeverComesFirst) {
-  platform::Platform& platform = testing::installRecordedPlatform("Macmini9,1");
+  Platform& platform = testing::installRecordedPlatform("Macmini9,1");
   auto& controls =
       testing::wrapPort<testing::ForwardingSystemControls>(platform.ports().systemControls);
   std::vector<ZDSystemDevice*> seen(8);

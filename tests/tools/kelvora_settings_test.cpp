@@ -13,7 +13,7 @@
 
 #include "KelvoraCore/KVSetting.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 #include "tests/support/RunningProgram.h"
 #include "tests/support/SessionBus.h"
 #include "tests/support/TemporaryFolder.h"
@@ -264,7 +264,7 @@ TEST_F(KelvoraSettings, WatchWritesALineOfTextForANotice) {
 }
 
 // Tells the session as another program of the product would.
-void post(platform::Platform& program, const std::string& name,
+void post(Platform& program, const std::string& name,
           const std::optional<std::string>& object = std::nullopt) {
   program.notificationCentres().distributed().post({name, object, std::nullopt}, true);
 }
@@ -281,7 +281,7 @@ TEST_F(KelvoraSettings, WatchHearsEveryNoticeOfTheLibraryAndNoOther) {
   const SessionBus bus;
   RunningProgram watch(KELVORA_PROGRAM, {"settings", "watch", "--json"});
   watch.nextErrorLine();
-  const auto program = platform::makeLivePlatform();
+  const auto program = Platform::live();
   for (const std::string& name : names) {
     post(*program, "SomebodyElsesNotification");
     post(*program, name);
@@ -302,7 +302,7 @@ TEST_F(KelvoraSettings, WatchShowsTheMessageOfAFailedRead) {
   RunningProgram objects(KELVORA_PROGRAM, {"settings", "watch", "--json"});
   text.nextErrorLine();
   objects.nextErrorLine();
-  const auto program = platform::makeLivePlatform();
+  const auto program = Platform::live();
   post(*program, "SensorControllerDidFailNotification", "SMC read (\x1b) failed");
   EXPECT_THAT(text.nextLine(),
               EndsWith("  SensorControllerDidFailNotification  SMC read (?) failed"));

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "platform/StandardOutput.h"
+#include "KelvoraCore/StandardOutput.h"
 
 namespace kelvora::tool {
 
@@ -32,15 +32,15 @@ class CommandError : public std::runtime_error {
 
 // The commands. Each writes its report to `output` and answers the exit status; each throws
 // CommandError when it cannot.
-int runSensors(const Options& options, platform::StandardOutput& output);
-int runKeys(const Options& options, platform::StandardOutput& output);
-int runInventory(const Options& options, platform::StandardOutput& output);
-int runMachines(const Options& options, platform::StandardOutput& output);
-int runDoctor(const Options& options, platform::StandardOutput& output);
-int runSettings(const Options& options, platform::StandardOutput& output);
-int runSettingsGet(const Options& options, platform::StandardOutput& output);
-int runSettingsSet(const Options& options, platform::StandardOutput& output);
-int runSettingsUnset(const Options& options, platform::StandardOutput& output);
-int runSettingsWatch(const Options& options, platform::StandardOutput& output);
+int runSensors(const Options& options, StandardOutput& output);
+int runKeys(const Options& options, StandardOutput& output);
+int runInventory(const Options& options, StandardOutput& output);
+int runMachines(const Options& options, StandardOutput& output);
+int runDoctor(const Options& options, StandardOutput& output);
+int runSettings(const Options& options, StandardOutput& output);
+int runSettingsGet(const Options& options, StandardOutput& output);
+int runSettingsSet(const Options& options, StandardOutput& output);
+int runSettingsUnset(const Options& options, StandardOutput& output);
+int runSettingsWatch(const Options& options, StandardOutput& output);
 
 }  // namespace kelvora::tool

@@ -11,13 +11,11 @@
 #include "KelvoraCore/Sensor.h"
 #include "KelvoraCore/SensorController.h"
 
-#include "platform/PropertyListFile.h"
+#include "base/PropertyListFile.h"
 
 namespace kelvora::tool {
 
 namespace {
-
-using platform::Platform;
 
 constexpr char kStoreFile[] = "Database.sqlite";
 
@@ -75,7 +73,7 @@ std::string faultOfSettings(const std::string& file) {
   if (std::error_code error; !std::filesystem::is_regular_file(file, error)) {
     return "not a file";
   }
-  const platform::PropertyListReading reading = platform::readPropertyListFile(file);
+  const PropertyListReading reading = readPropertyListFile(file);
   if (!reading.value) {
     return reading.failure;
   }

@@ -57,7 +57,7 @@ std::string textOf(const Check& check, const Style& style, std::size_t columns) 
 }
 
 void writeChecks(const Options& options, const MachineChoice& machine,
-                 const std::vector<Check>& checks, platform::StandardOutput& output) {
+                 const std::vector<Check>& checks, StandardOutput& output) {
   const Style style(output);
   Json list = Json::array();
   std::string text;
@@ -74,7 +74,7 @@ void writeChecks(const Options& options, const MachineChoice& machine,
 
 }  // namespace
 
-int runDoctor(const Options& options, platform::StandardOutput& output) {
+int runDoctor(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
   const std::vector<Check> checks = doctorChecks(machine);
   writeChecks(options, machine, checks, output);

@@ -152,7 +152,7 @@ bool isEmpty(const ZDSystemDevice& device) {
 
 }  // namespace
 
-int runInventory(const Options& options, platform::StandardOutput& output) {
+int runInventory(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
   const ZDSystemDevice device(machine.platform);
   const Json inventory = jsonOf(device);

@@ -57,7 +57,7 @@ std::string unreadableText(const SMCKeyList& list) {
 
 }  // namespace
 
-int runKeys(const Options& options, platform::StandardOutput& output) {
+int runKeys(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
   const SMCKeyList list = readSMCKeys();
   if (options.json) {

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/recorded/MachineFile.h"
-#include "platform/recorded/RecordedPlatform.h"
+#include "platforms/recorded/RecordedPlatform.h"
+#include "platforms/recorded/file/MachineFile.h"
 #include "tools/kelvora/Command.h"
 
 namespace kelvora::tool {
@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::string_view kMachineExtension = ".json";
 
-bool hasAppleHardware(platform::Platform& live) {
+bool hasAppleHardware(Platform& live) {
   platform::IOObject iterator = 0;
   if (live.smc().matchingServices("AppleSMC", iterator) == platform::kKernelSuccess) {
     const platform::IOObject service = live.smc().nextService(iterator);
@@ -35,7 +35,7 @@ bool hasAppleHardware(platform::Platform& live) {
   return services.has_value() && !services->empty();
 }
 
-std::optional<std::string> pathOfCarried(platform::Platform& live, const std::string& name) {
+std::optional<std::string> pathOfCarried(Platform& live, const std::string& name) {
   for (CarriedMachine& machine : carriedMachines(live)) {
     if (machine.name == name) {
       return std::move(machine.path);
@@ -44,7 +44,7 @@ std::optional<std::string> pathOfCarried(platform::Platform& live, const std::st
   return std::nullopt;
 }
 
-std::string pathOf(platform::Platform& live, const std::string& machine) {
+std::string pathOf(Platform& live, const std::string& machine) {
   if (std::optional<std::string> path = pathOfCarried(live, machine)) {
     return *std::move(path);
   }
@@ -58,7 +58,7 @@ std::string pathOf(platform::Platform& live, const std::string& machine) {
 
 }  // namespace
 
-std::vector<CarriedMachine> carriedMachines(platform::Platform& live) {
+std::vector<CarriedMachine> carriedMachines(Platform& live) {
   std::vector<CarriedMachine> machines;
   const std::optional<std::string> folder = live.mainBundle().resourcePath("machines", "");
   if (!folder) {
@@ -75,7 +75,7 @@ std::vector<CarriedMachine> carriedMachines(platform::Platform& live) {
 }
 
 MachineChoice chooseMachine(const std::string& machine) {
-  std::unique_ptr<platform::Platform> chosen = platform::makeLivePlatform();
+  std::unique_ptr<Platform> chosen = Platform::live();
   const bool isStandIn = machine.empty() && !hasAppleHardware(*chosen);
   if (isStandIn || !machine.empty()) {
     const std::string path = pathOf(*chosen, isStandIn ? kDefaultMachine : machine);
@@ -85,8 +85,8 @@ MachineChoice chooseMachine(const std::string& machine) {
       throw CommandError(kExitUsage, error.what());
     }
   }
-  platform::Platform::install(std::move(chosen));
-  return {platform::Platform::current(), isStandIn};
+  Platform::install(std::move(chosen));
+  return {Platform::current(), isStandIn};
 }
 
 }  // namespace kelvora::tool

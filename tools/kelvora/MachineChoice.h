@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 
 namespace kelvora::tool {
 
@@ -17,12 +17,12 @@ struct CarriedMachine {
 };
 
 struct MachineChoice {
-  platform::Platform& platform;
+  Platform& platform;
   bool isStandIn = false;  ///< no machine was asked for and this computer is no Mac
 };
 
 /// The recorded Macs in the program's resources, sorted by name.
-std::vector<CarriedMachine> carriedMachines(platform::Platform& live);
+std::vector<CarriedMachine> carriedMachines(Platform& live);
 
 /// Installs the platform that `machine` names (a carried machine, else a file; empty: this
 /// computer, or the default recording where it has no Apple hardware) as the current one. Throws

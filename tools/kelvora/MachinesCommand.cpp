@@ -1,7 +1,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/recorded/MachineFile.h"
+#include "platforms/recorded/file/MachineFile.h"
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/MachineChoice.h"
 #include "tools/kelvora/Report.h"
@@ -21,8 +21,8 @@ platform::RecordedMachine recordedMachine(const CarriedMachine& machine) {
 
 }  // namespace
 
-int runMachines(const Options& options, platform::StandardOutput& output) {
-  const auto live = platform::makeLivePlatform();
+int runMachines(const Options& options, StandardOutput& output) {
+  const auto live = Platform::live();
   const std::vector<CarriedMachine> machines = carriedMachines(*live);
   if (machines.empty()) {
     throw CommandError(kExitNothingRead, "this program carries no recorded Macs");
@@ -32,7 +32,7 @@ int runMachines(const Options& options, platform::StandardOutput& output) {
   std::string text;
   for (const CarriedMachine& machine : machines) {
     const platform::RecordedMachine recorded = recordedMachine(machine);
-    const char* architecture = platform::architectureName(recorded.architecture);
+    const char* architecture = architectureName(recorded.architecture);
     list.push_back({{"name", machine.name},
                     {"title", recorded.title},
                     {"architecture", architecture},

@@ -10,9 +10,9 @@ namespace kelvora::tool {
 
 Json jsonNumber(double value) { return std::isfinite(value) ? Json(value) : Json(nullptr); }
 
-Json jsonMachine(const platform::Platform& platform) {
+Json jsonMachine(const Platform& platform) {
   return {{"title", platform.title()},
-          {"architecture", platform::architectureName(platform.architecture())},
+          {"architecture", architectureName(platform.architecture())},
           {"live", platform.isLive()}};
 }
 
@@ -29,18 +29,18 @@ std::string machineLine(const MachineChoice& machine, std::size_t width) {
   return text;
 }
 
-void writeText(platform::StandardOutput& output, std::string_view text) {
+void writeText(StandardOutput& output, std::string_view text) {
   if (!output.write(text)) {
     throw CommandError(kExitNothingRead, "the report could not be written");
   }
 }
 
 // Texts are valid UTF-8 already; should one not be, the report still is.
-void writeJson(platform::StandardOutput& output, const Json& report) {
+void writeJson(StandardOutput& output, const Json& report) {
   writeText(output, report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
-Style::Style(const platform::StandardOutput& output) {
+Style::Style(const StandardOutput& output) {
   const char* refusal = std::getenv("NO_COLOR");
   isColoured_ = output.isTerminal() && (refusal == nullptr || *refusal == '\0');
 }

@@ -5,7 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/StandardOutput.h"
+#include "KelvoraCore/StandardOutput.h"
+
 #include "tools/kelvora/MachineChoice.h"
 
 namespace kelvora::tool {
@@ -17,21 +18,21 @@ using Json = nlohmann::ordered_json;
 Json jsonNumber(double value);
 
 /// The "machine" member of every report: its title, architecture and whether it is live.
-Json jsonMachine(const platform::Platform& platform);
+Json jsonMachine(const Platform& platform);
 
 /// The first line of every text report: "MacBook Pro 15-inch 2018 (recorded)", and why where no
 /// machine was asked for. Broken at its blanks for a terminal of `width` columns; 0 is one line.
 std::string machineLine(const MachineChoice& machine, std::size_t width);
 
 /// Writes a report; throws CommandError when it cannot be written whole.
-void writeText(platform::StandardOutput& output, std::string_view text);
-void writeJson(platform::StandardOutput& output, const Json& report);
+void writeText(StandardOutput& output, std::string_view text);
+void writeJson(StandardOutput& output, const Json& report);
 
 /// Emphasis for a person's terminal; without colour every operation gives the text back.
 class Style {
  public:
   /// Colour only on a terminal, and never where NO_COLOR is set to anything.
-  explicit Style(const platform::StandardOutput& output);
+  explicit Style(const StandardOutput& output);
   std::string heading(std::string_view text) const;
   std::string faint(std::string_view text) const;
 

@@ -64,7 +64,7 @@ std::string limitsText(const Sensor& fan) {
   return revolutionsText(fan.minLimitValue) + " to " + revolutionsText(fan.maxLimitValue);
 }
 
-std::string labelText(const Sensor& sensor, KVSettings& settings, platform::Platform& platform) {
+std::string labelText(const Sensor& sensor, KVSettings& settings, Platform& platform) {
   const std::string_view key = sensor.type < kLabelKeys.size() ? kLabelKeys.at(sensor.type) : "";
   if (key.empty()) {
     return sensor.name;

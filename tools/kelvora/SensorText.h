@@ -5,7 +5,7 @@
 #include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/Sensor.h"
 
-#include "platform/Platform.h"
+#include "ports/Ports.h"
 
 namespace kelvora::tool {
 
@@ -20,6 +20,6 @@ std::string limitsText(const Sensor& fan);
 
 /// What a sensor is called in the user's language: "CPU Core 1 Temperature", "Temperatur CPU Core
 /// 1". A fan has its name alone.
-std::string labelText(const Sensor& sensor, KVSettings& settings, platform::Platform& platform);
+std::string labelText(const Sensor& sensor, KVSettings& settings, Platform& platform);
 
 }  // namespace kelvora::tool

@@ -131,8 +131,8 @@ std::string rendered(const std::vector<Line>& lines, const Columns& columns, con
   return text;
 }
 
-void writeReading(platform::StandardOutput& output, const MachineChoice& machine,
-                  const SensorList& sensors, const std::vector<std::string>& failures) {
+void writeReading(StandardOutput& output, const MachineChoice& machine, const SensorList& sensors,
+                  const std::vector<std::string>& failures) {
   KVSettings& settings = KVSettings::shared();
   std::vector<Line> lines;
   lines.reserve(sensors.size());
@@ -169,7 +169,7 @@ Json jsonSensor(const Sensor& sensor) {
 
 }  // namespace
 
-int runSensors(const Options& options, platform::StandardOutput& output) {
+int runSensors(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
   ListeningController controller;
   const SensorList sensors = controller.getAllSensors();

@@ -11,7 +11,7 @@
 
 #include "KelvoraCore/KVSettings.h"
 
-#include "platform/UTF8Text.h"
+#include "base/UTF8Text.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -90,7 +90,7 @@ std::optional<PropertyListValue> parsedInteger(std::string_view text) {
 
 // A property list ends a text at its first NUL.
 bool isStorable(std::string_view text) {
-  return platform::validUTF8(text) == text && text.find('\0') == std::string_view::npos;
+  return validUTF8(text) == text && text.find('\0') == std::string_view::npos;
 }
 
 std::optional<PropertyListValue> parsedText(const std::string& text) {

@@ -50,8 +50,7 @@ const KVSetting& settingNamed(const std::string& name) {
   return *setting;
 }
 
-void writeSetting(const Options& options, const KVSetting& setting,
-                  platform::StandardOutput& output) {
+void writeSetting(const Options& options, const KVSetting& setting, StandardOutput& output) {
   const SettingState state = stateOf(setting);
   if (options.json) {
     writeJson(output, jsonSetting(setting, state));
@@ -141,7 +140,7 @@ void store(const KVSetting& setting, const std::optional<PropertyListValue>& val
 
 }  // namespace
 
-int runSettings(const Options& options, platform::StandardOutput& output) {
+int runSettings(const Options& options, StandardOutput& output) {
   Json list = Json::array();
   std::vector<Line> lines;
   for (const KVSetting& setting : allSettings()) {
@@ -159,12 +158,12 @@ int runSettings(const Options& options, platform::StandardOutput& output) {
   return kExitSuccess;
 }
 
-int runSettingsGet(const Options& options, platform::StandardOutput& output) {
+int runSettingsGet(const Options& options, StandardOutput& output) {
   writeSetting(options, settingNamed(options.name), output);
   return kExitSuccess;
 }
 
-int runSettingsSet(const Options& options, platform::StandardOutput& output) {
+int runSettingsSet(const Options& options, StandardOutput& output) {
   const KVSetting& setting = settingNamed(options.name);
   if (setting.type == KVSettingType::kData) {
     throw CommandError(kExitUsage,
@@ -180,7 +179,7 @@ int runSettingsSet(const Options& options, platform::StandardOutput& output) {
   return kExitSuccess;
 }
 
-int runSettingsUnset(const Options& options, platform::StandardOutput& output) {
+int runSettingsUnset(const Options& options, StandardOutput& output) {
   const KVSetting& setting = settingNamed(options.name);
   store(setting, std::nullopt);
   writeSetting(options, setting, output);

@@ -9,10 +9,10 @@
 #include "KelvoraCore/KVSetting.h"
 #include "KelvoraCore/KVThemeManager.h"
 #include "KelvoraCore/SensorController.h"
+#include "KelvoraCore/StopSignal.h"
 
-#include "platform/Log.h"
-#include "platform/Platform.h"
-#include "platform/StopSignal.h"
+#include "base/Log.h"
+#include "ports/Ports.h"
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SettingText.h"
@@ -77,9 +77,9 @@ class NoticeObservation {
 
 }  // namespace
 
-int runSettingsWatch(const Options& options, platform::StandardOutput& output) {
-  platform::StopSignal stop;
-  platform::NotificationCentres& centres = platform::Platform::current().notificationCentres();
+int runSettingsWatch(const Options& options, StandardOutput& output) {
+  StopSignal stop;
+  platform::NotificationCentres& centres = Platform::current().notificationCentres();
   if (!centres.reachesOtherProcesses()) {
     throw CommandError(
         kExitNothingRead,
@@ -88,7 +88,7 @@ int runSettingsWatch(const Options& options, platform::StandardOutput& output) {
   const NoticeObservation observation(
       centres.distributed(),
       [&](const platform::Notification& notice) { writeText(output, lineOf(notice, options)); });
-  platform::log("kelvora: watching the settings; an interrupt (Ctrl-C) ends it");
+  log("kelvora: watching the settings; an interrupt (Ctrl-C) ends it");
   while (stop.waitUntilReadable(KVMainQueue::descriptor())) {
     KVMainQueue::runPending();
   }

@@ -8,7 +8,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "platform/StandardOutput.h"
+#include "KelvoraCore/StandardOutput.h"
+
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Text.h"
 
@@ -25,7 +26,7 @@ struct CommandRow {
   const char* description;
   const char* example;
   unsigned takes;
-  int (*run)(const Options&, kelvora::platform::StandardOutput&);
+  int (*run)(const Options&, kelvora::StandardOutput&);
 };
 
 constexpr char kSettings[] = "settings";
@@ -93,7 +94,7 @@ void addCommand(CLI::App& app, const CommandRow& row, Options& options) {
 }
 
 int runChosen(CLI::App& app, const Options& options) {
-  kelvora::platform::StandardOutput output;
+  kelvora::StandardOutput output;
   const CommandRow* chosen = nullptr;
   for (const CommandRow& row : kCommands) {
     CLI::App& parent = parentOf(app, row);

@@ -1,0 +1,128 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "KelvoraCore/ManagedObject.h"
+#include "KelvoraCore/Predicate.h"
+
+#include "engine/FetchSQL.h"
+#include "engine/ManagedObjectModel.h"
+#include "engine/SaveTransaction.h"
+#include "engine/StoreFile.h"
+
+namespace kelvora::engine {
+
+/// How the objects of an entity are made, and the names that their class reads.
+struct EntityClass {
+  std::function<ManagedObjectPtr(ManagedObject::Origin)> make;
+  std::vector<std::string> names;
+};
+
+/// By the class names of the model; entities whose class is missing get plain ManagedObjects.
+using EntityClasses = std::map<std::string, EntityClass>;
+
+/// The row that a fetch stands on. Valid during the visit only.
+class RowCursor {
+ public:
+  RowCursor(const PreparedStatement& statement, const EntityDescription& entity)
+      : statement_(statement), entity_(entity) {}
+  std::int64_t id() const { return statement_.integer(0); }
+  ManagedValue value(std::size_t column) const {
+    return statement_.value(static_cast<int>(column) + 1, entity_.columns[column]);
+  }
+
+ private:
+  const PreparedStatement& statement_;
+  const EntityDescription& entity_;
+};
+
+struct FetchRequest {
+  const EntityDescription* entity = nullptr;
+  const Predicate* predicate = nullptr;
+  std::optional<FetchOrder> order;
+  bool firstOnly = false;
+};
+
+/// Owns the model and the store file, and is the only way to the file: every context of a store
+/// reads and saves through it. Any thread; one at a time has the file.
+class PersistentStoreCoordinator {
+ public:
+  using RowVisitor = std::function<void(const RowCursor&)>;
+
+  PersistentStoreCoordinator(std::shared_ptr<ManagedObjectModel> model, EntityClasses classes);
+
+  const ManagedObjectModel& model() const { return *model_; }
+  ManagedObjectPtr makeObject(ManagedObject::Origin origin) const;
+
+  /// Opens the file at a path as the store, creating or migrating it. None on success, else what
+  /// is wrong; then there is no store.
+  std::optional<std::string> addStore(const std::string& path, int busyTimeoutMs);
+  bool hasStore() const;
+
+  /// Visits the rows of a fetch in its order. False when there is no store or it fails. The visitor
+  /// runs while the file is held: it must not come back here.
+  bool fetch(const FetchRequest& request, const RowVisitor& visit);
+  enum class RowResult : std::uint8_t { kFound, kMissing, kFailed };
+  /// Visits the row of an id.
+  RowResult row(const EntityDescription& entity, std::int64_t id, const RowVisitor& visit);
+  /// Visits the rows whose to-one column leads to an object, in no order. False when it fails.
+  bool members(const EntityDescription& entity, std::size_t column, std::int64_t owner,
+               const RowVisitor& visit);
+
+  /// Writes changes in one transaction. Throws std::exception when that fails; then nothing of it
+  /// is in the file.
+  SaveOutcome save(const std::vector<RowChange>& changes);
+
+  /// An id that no other object of this file has or had, also across processes.
+  std::int64_t nextObjectID();
+
+  /// Changes with every commit to the file by any process; looks at the file.
+  std::uint64_t version();
+  /// The same as of the last access.
+  std::uint64_t seenVersion() const { return version_.load(std::memory_order_relaxed); }
+
+  /// How often rows were asked of the file so far, for tests.
+  std::uint64_t reads() const { return reads_.load(std::memory_order_relaxed); }
+
+ private:
+  struct Plan {
+    std::shared_ptr<PreparedStatement> statement;
+    std::vector<FetchParameter> parameters;
+    std::shared_ptr<const PredicateNode> root;  // kept, since its address is part of the key
+  };
+
+  void bindClasses();
+  std::shared_ptr<const Plan> planOf(const FetchRequest& request);
+  std::shared_ptr<const Plan> makePlan(const FetchRequest& request);
+  void run(PreparedStatement& statement, const EntityDescription& entity, const RowVisitor& visit);
+  RowResult visitByID(const std::string& sql, const EntityDescription& entity, std::int64_t id,
+                      const RowVisitor& visit);
+  std::int64_t newSession();
+  void noteVersion() { version_.store(file_->seenVersion(), std::memory_order_relaxed); }
+
+  std::shared_ptr<ManagedObjectModel> model_;
+  EntityClasses classes_;
+  std::vector<const EntityClass*> classOfEntity_;
+  std::vector<std::string> rowTexts_;
+
+  mutable std::mutex mutex_;  // guards what follows
+  std::unique_ptr<StoreFile> file_;
+  std::unique_ptr<SaveTransaction> saver_;
+  std::unordered_map<std::string, std::shared_ptr<const Plan>> plans_;
+  std::int64_t session_ = 0;
+  std::int64_t idsOfSession_ = 0;
+  std::atomic<std::uint64_t> version_{0};
+  std::atomic<std::uint64_t> reads_{0};
+};
+
+}  // namespace kelvora::engine

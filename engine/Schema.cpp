@@ -1,0 +1,267 @@
+#include "engine/Schema.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <map>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <type_traits>
+
+#include "engine/ModelFile.h"
+
+namespace kelvora::engine {
+
+namespace {
+
+// "KVos": marks the file as one of this engine, so that no other database is taken for one.
+constexpr std::int64_t kApplicationID = 0x4B566F73;
+
+std::string columnType(const Column& column) {
+  if (column.kind != ColumnKind::kAttribute) {
+    return "INTEGER";
+  }
+  switch (column.type) {
+    case AttributeType::kString:
+      return "TEXT";
+    case AttributeType::kBinary:
+      return "BLOB";
+    case AttributeType::kDouble:
+      return "REAL";
+    default:
+      return "INTEGER";
+  }
+}
+
+std::string textLiteral(const std::string& text) {
+  std::string literal = "'";
+  for (const char c : text) {
+    literal += c;
+    if (c == '\'') {
+      literal += c;
+    }
+  }
+  return literal + "'";
+}
+
+std::string literal(const ManagedValue& value) {
+  return std::visit(
+      [](const auto& held) -> std::string {
+        using T = std::decay_t<decltype(held)>;
+        if constexpr (std::is_same_v<T, bool>) {
+          return held ? "1" : "0";
+        } else if constexpr (std::is_same_v<T, std::string>) {
+          return textLiteral(held);
+        } else if constexpr (std::is_same_v<T, std::int64_t>) {
+          return std::to_string(held);
+        } else if constexpr (std::is_same_v<T, double>) {
+          std::ostringstream text;
+          text << std::setprecision(17) << held;
+          return text.str();
+        } else {
+          return "NULL";
+        }
+      },
+      value);
+}
+
+std::string columnDefinition(const Column& column) {
+  return quoted(column.name) + " " + columnType(column) + " DEFAULT " +
+         literal(column.defaultValue);
+}
+
+std::set<std::string> columnsOf(StoreFile& file, const std::string& table) {
+  std::set<std::string> names;
+  PreparedStatement query(file.database(), "PRAGMA table_info(" + quoted(table) + ")");
+  while (query.step()) {
+    names.insert(query.text(1));
+  }
+  return names;
+}
+
+void createTable(StoreFile& file, const EntityDescription& entity) {
+  std::string sql = "CREATE TABLE " + quoted(entity.name) + " (_id INTEGER PRIMARY KEY";
+  for (const Column& column : entity.columns) {
+    sql += ", " + columnDefinition(column);
+  }
+  if (entity.batchedIndex() != nullptr) {
+    sql += ", _recent INTEGER";
+  }
+  file.execute(sql + ")");
+}
+
+void addMissingColumns(StoreFile& file, const EntityDescription& entity,
+                       const std::set<std::string>& present) {
+  const std::string alter = "ALTER TABLE " + quoted(entity.name) + " ADD COLUMN ";
+  for (const Column& column : entity.columns) {
+    if (!present.contains(column.name)) {
+      file.execute(alter + columnDefinition(column));
+    }
+  }
+  if (entity.batchedIndex() != nullptr && !present.contains("_recent")) {
+    file.execute(alter + "_recent INTEGER");
+  }
+}
+
+std::string indexDefinition(const EntityDescription& entity, const Index& index) {
+  std::string sql =
+      "CREATE INDEX " + quoted(indexName(entity, index)) + " ON " + quoted(entity.name) + " (";
+  for (std::size_t i = 0; i < index.columns.size(); ++i) {
+    sql += (i == 0 ? "" : ", ") + quoted(entity.columns[index.columns[i]].name);
+  }
+  sql += ")";
+  return index.batchRows != 0 ? sql + " WHERE _recent IS NULL" : sql;
+}
+
+std::map<std::string, std::string> wantedIndexes(const EntityDescription& entity) {
+  std::map<std::string, std::string> wanted;
+  for (const Index& index : allIndexes(entity)) {
+    wanted[indexName(entity, index)] = indexDefinition(entity, index);
+  }
+  if (const Index* batched = entity.batchedIndex()) {
+    wanted[recentIndexName(entity)] =
+        "CREATE INDEX " + quoted(recentIndexName(entity)) + " ON " + quoted(entity.name) +
+        " (_id, " + quoted(entity.columns[batched->columns[0]].name) + ") WHERE _recent = 1";
+  }
+  return wanted;
+}
+
+void updateIndexes(StoreFile& file, const EntityDescription& entity) {
+  std::map<std::string, std::string> wanted = wantedIndexes(entity);
+  std::vector<std::string> outdated;
+  {
+    PreparedStatement query(file.database(),
+                            "SELECT name, sql FROM sqlite_master WHERE type = 'index' AND "
+                            "tbl_name = ? AND sql IS NOT NULL");
+    const ManagedValue table(entity.name);
+    query.bind(1, table);
+    while (query.step()) {
+      const auto found = wanted.find(query.text(0));
+      if (found != wanted.end() && found->second == query.text(1)) {
+        wanted.erase(found);
+      } else {
+        outdated.push_back(query.text(0));
+      }
+    }
+  }
+  for (const std::string& name : outdated) {
+    file.execute("DROP INDEX " + quoted(name));
+  }
+  for (const auto& [name, sql] : wanted) {
+    file.execute(sql);
+  }
+}
+
+bool isEmptyFile(StoreFile& file) {
+  PreparedStatement query(file.database(), "SELECT count(*) FROM sqlite_master");
+  return query.step() && query.integer(0) == 0;
+}
+
+std::string storedModel(StoreFile& file) {
+  PreparedStatement mark(file.database(), "PRAGMA application_id");
+  if (!mark.step() || mark.integer(0) != kApplicationID) {
+    throw IncompatibleStore("the file is not a store");
+  }
+  PreparedStatement query(file.database(), "SELECT value FROM _store WHERE name = 'model'");
+  return query.step() ? query.text(0) : std::string();
+}
+
+void writeModel(StoreFile& file, const std::string& text) {
+  PreparedStatement insert(file.database(), "INSERT OR REPLACE INTO _store VALUES ('model', ?)");
+  const ManagedValue value(text);
+  insert.bind(1, value);
+  insert.step();
+}
+
+void checkOpens(const std::string& stored, const ManagedObjectModel& model) {
+  const auto older = modelFromText(stored);
+  if (!older || !isAdditiveChange(*older, model)) {
+    throw IncompatibleStore("the file was written with another model");
+  }
+}
+
+void bringUpToDate(StoreFile& file, const ManagedObjectModel& model, const std::string& text) {
+  WriteTransaction transaction(file);
+  if (isEmptyFile(file)) {
+    file.execute("PRAGMA application_id=" + std::to_string(kApplicationID));
+    file.execute("CREATE TABLE _store (name TEXT PRIMARY KEY, value) WITHOUT ROWID");
+    file.execute("CREATE TABLE _counters (name TEXT PRIMARY KEY, value) WITHOUT ROWID");
+  } else {
+    checkOpens(storedModel(file), model);
+  }
+  for (const EntityDescription& entity : model.entities()) {
+    const std::set<std::string> present = columnsOf(file, entity.name);
+    if (present.empty()) {
+      createTable(file, entity);
+    } else {
+      addMissingColumns(file, entity, present);
+    }
+    updateIndexes(file, entity);
+  }
+  writeModel(file, text);
+  transaction.commit();
+}
+
+}  // namespace
+
+std::string quoted(const std::string& name) { return "\"" + name + "\""; }
+
+std::string recentIndexName(const EntityDescription& entity) { return entity.name + "__recent"; }
+
+std::string indexName(const EntityDescription& entity, const Index& index) {
+  std::string name = entity.name;
+  for (const std::size_t column : index.columns) {
+    if (entity.columns[column].kind != ColumnKind::kOrder) {
+      name += "_" + entity.columns[column].name;
+    }
+  }
+  return name;
+}
+
+std::vector<Index> allIndexes(const EntityDescription& entity) {
+  std::vector<Index> indexes = entity.indexes;
+  for (std::size_t i = 0; i < entity.columns.size(); ++i) {
+    const Column& column = entity.columns[i];
+    const bool covered = std::any_of(indexes.begin(), indexes.end(), [i](const Index& index) {
+      return index.columns.front() == i;
+    });
+    if (column.kind == ColumnKind::kToOne && !covered) {
+      Index index;
+      index.columns.push_back(i);
+      if (column.orderColumn) {
+        index.columns.push_back(*column.orderColumn);
+      }
+      indexes.push_back(index);
+    }
+  }
+  return indexes;
+}
+
+void prepareSchema(StoreFile& file, const ManagedObjectModel& model) {
+  const std::string text = textFromModel(model);
+  if (!isEmptyFile(file)) {
+    const std::string stored = storedModel(file);
+    if (stored == text) {
+      return;
+    }
+    checkOpens(stored, model);
+  }
+  bringUpToDate(file, model, text);
+}
+
+std::int64_t readCounter(StoreFile& file, const std::string& name) {
+  const StatementRun query(file.statement("SELECT value FROM _counters WHERE name = ?"));
+  const ManagedValue text(name);
+  query->bind(1, text);
+  return query->step() ? query->integer(0) : 0;
+}
+
+void writeCounter(StoreFile& file, const std::string& name, std::int64_t value) {
+  const StatementRun write(file.statement("INSERT OR REPLACE INTO _counters VALUES (?, ?)"));
+  const ManagedValue text(name);
+  write->bind(1, text);
+  write->bind(2, value);
+  write->step();
+}
+
+}  // namespace kelvora::engine

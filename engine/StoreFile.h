@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include <SQLiteCpp/Database.h>
+
+#include "engine/PreparedStatement.h"
+
+namespace kelvora::engine {
+
+/// The connection to a store file: SQLite with a write-ahead log, so that readers never wait for
+/// the writer, and a busy time-out, since one program writes at a time. Every failure throws
+/// SQLite::Exception. One thread at a time.
+class StoreFile {
+ public:
+  /// Opens the file, creating it where there is none.
+  StoreFile(const std::string& path, int busyTimeoutMs);
+
+  void execute(const std::string& sql);
+  /// The statement of a text, compiled once.
+  std::shared_ptr<PreparedStatement> statement(const std::string& sql);
+
+  /// Changes with every commit of any connection, as far as the last transaction here has seen.
+  std::uint32_t seenVersion();
+  /// The same, after a look at the file.
+  std::uint32_t currentVersion();
+
+  SQLite::Database& database() { return database_; }
+
+ private:
+  void configure(int busyTimeoutMs);
+
+  SQLite::Database database_;
+  std::unordered_map<std::string, std::shared_ptr<PreparedStatement>> statements_;
+  std::shared_ptr<PreparedStatement> versionQuery_;
+};
+
+/// A write transaction: takes the write lock at once, and rolls back unless committed.
+class WriteTransaction {
+ public:
+  explicit WriteTransaction(StoreFile& file);
+  ~WriteTransaction();
+  WriteTransaction(const WriteTransaction&) = delete;
+  WriteTransaction& operator=(const WriteTransaction&) = delete;
+  void commit();
+
+ private:
+  StoreFile& file_;
+  bool open_ = true;
+};
+
+}  // namespace kelvora::engine

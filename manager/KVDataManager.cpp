@@ -1,0 +1,169 @@
+#include "KelvoraCore/KVDataManager.h"
+
+#include <algorithm>
+#include <atomic>
+#include <utility>
+
+#include "ports/Ports.h"
+
+namespace kelvora {
+
+namespace {
+
+constexpr std::int64_t kCachingMode = 1;
+constexpr double kKeepValues = -1.0;
+constexpr double kReadAlways = 0.0;
+constexpr char kFirstMainSensorKey[] = "TC0P";
+constexpr char kInternalQueueLabel[] = "com.KVDataManager.internalQueue";
+
+std::atomic<std::int64_t> applicationMode{0};
+
+PropertyListValue listOf(const std::vector<std::string>& texts) {
+  return PropertyListValue::Array(texts.begin(), texts.end());
+}
+
+PropertyListValue listOf(const std::vector<KVDropdownItem>& items) {
+  PropertyListValue::Array list;
+  for (const KVDropdownItem& item : items) {
+    list.emplace_back(PropertyListValue::Dictionary{{item.name, item.isShown}});
+  }
+  return list;
+}
+
+std::vector<KVDropdownItem> itemsIn(const PropertyListValue& list) {
+  std::vector<KVDropdownItem> items;
+  for (const PropertyListValue& entry : *list.as<PropertyListValue::Array>()) {
+    const auto& [name, shown] = *entry.as<PropertyListValue::Dictionary>()->begin();
+    items.push_back({name, shown.boolValue()});
+  }
+  return items;
+}
+
+}  // namespace
+
+KVDataManager& KVDataManager::shared() {
+  static KVDataManager& manager = *new KVDataManager();
+  return manager;
+}
+
+std::int64_t KVDataManager::appMode() { return applicationMode; }
+
+void KVDataManager::setAppMode(std::int64_t mode) { applicationMode = mode; }
+
+void KVDataManager::setupWithAppMode(std::int64_t mode) { setAppMode(mode); }
+
+KVDataManager::KVDataManager() : KVDataManager(Platform::current()) {}
+
+KVDataManager::KVDataManager(Platform& platform)
+    : KVSettings(platform),
+      store_(std::make_unique<KVCoreDataStore>(
+          appMode() == kCachingMode ? kKeepValues : kReadAlways, platform)) {
+  datasetObservation_ = platform.notificationCentres().inProcess().addObserver(
+      KVDataManagerDidGenerateDatasetNotification, platform::SuspensionBehavior::kDefault,
+      [this](const platform::Notification&) { chooseMainSensor(); });
+}
+
+KVDataManager::~KVDataManager() {
+  platform().notificationCentres().inProcess().removeObserver(datasetObservation_);
+}
+
+void KVDataManager::chooseMainSensor() {
+  if (mainSensor() != nullptr) {
+    return;
+  }
+  const KVCoreDataStore::Sensors sensors = store_->tempSensors();
+  if (sensors && !sensors->empty()) {
+    setMainSensor(sensors->front());
+  }
+}
+
+KVSensorPtr KVDataManager::mainSensor() {
+  const auto key = value(settingOf(KVSettingID::kMainSensor));
+  return key ? store_->getSensorByKey(*key->as<std::string>()) : nullptr;
+}
+
+void KVDataManager::setMainSensor(const KVSensorPtr& sensor) {
+  setValue(settingOf(KVSettingID::kMainSensor),
+           sensor ? std::optional<PropertyListValue>(sensor->key()) : std::nullopt);
+}
+
+std::optional<std::vector<std::string>> KVDataManager::texts(KVSettingID id) {
+  const auto list = value(settingOf(id));
+  if (!list) {
+    return std::nullopt;
+  }
+  std::vector<std::string> texts;
+  for (const PropertyListValue& text : *list->as<PropertyListValue::Array>()) {
+    texts.push_back(*text.as<std::string>());
+  }
+  return texts;
+}
+
+std::optional<std::vector<std::string>> KVDataManager::menuSensors() {
+  return texts(KVSettingID::kMenuSensors);
+}
+
+void KVDataManager::setMenuSensors(std::optional<std::vector<std::string>> keys) {
+  setValue(settingOf(KVSettingID::kMenuSensors),
+           keys ? std::optional(listOf(*keys)) : std::nullopt);
+}
+
+std::optional<std::vector<std::string>> KVDataManager::fileLoggingSensorKeys() {
+  return texts(KVSettingID::kFileLoggingSensorKeys);
+}
+
+std::vector<KVDropdownItem> KVDataManager::dropdownItems() {
+  std::vector<KVDropdownItem> items = itemsIn(*value(settingOf(KVSettingID::kDropdownItems)));
+  appendMissingCategories(items);
+  return items;
+}
+
+void KVDataManager::setDropdownItems(const std::vector<KVDropdownItem>& items) {
+  setValue(settingOf(KVSettingID::kDropdownItems), listOf(items));
+}
+
+void KVDataManager::appendMissingCategories(std::vector<KVDropdownItem>& items) {
+  const KVCoreDataStore::Categories categories = store_->allCategories();
+  if (!categories) {
+    return;
+  }
+  for (const KVCategoryPtr& category : *categories) {
+    if (std::ranges::find(items, category->name(), &KVDropdownItem::name) == items.end()) {
+      items.push_back({category->name(), true});
+    }
+  }
+}
+
+KVSerialQueue& KVDataManager::internalQueue() {
+  std::call_once(internalQueueOnce_,
+                 [this] { internalQueue_ = std::make_unique<KVSerialQueue>(kInternalQueueLabel); });
+  return *internalQueue_;
+}
+
+void KVDataManager::postDidGenerateDataset() {
+  Platform::current().notificationCentres().inProcess().post(
+      {KVDataManagerDidGenerateDatasetNotification, std::nullopt, std::nullopt},
+      /*deliverImmediately=*/true);
+}
+
+std::optional<PropertyListValue> KVDataManager::computedDefault(const KVSetting& setting) {
+  switch (setting.id) {
+    case KVSettingID::kMainSensor:
+      return store_->getSensorByKey(kFirstMainSensorKey)
+                 ? std::optional<PropertyListValue>(kFirstMainSensorKey)
+                 : std::nullopt;
+    case KVSettingID::kMenuSensors: {
+      const KVSensorPtr main = mainSensor();
+      return main ? std::optional(listOf(std::vector{main->key()})) : std::nullopt;
+    }
+    case KVSettingID::kDropdownItems: {
+      std::vector<KVDropdownItem> items = {{"main_sensor", true}, {"fan_control", true}};
+      appendMissingCategories(items);
+      return listOf(items);
+    }
+    default:
+      return KVSettings::computedDefault(setting);
+  }
+}
+
+}  // namespace kelvora

@@ -1,0 +1,57 @@
+#include "platforms/linux/processes/LinuxAuthorization.h"
+
+#include <thread>
+#include <utility>
+
+#include <unistd.h>
+
+#include "platforms/linux/processes/LinuxChildProcesses.h"
+
+namespace kelvora::platform {
+
+namespace {
+
+class Grant : public AuthorizationGrant {
+ public:
+  Grant(std::shared_ptr<ChildProcesses> children, std::string askingProgram)
+      : children_(std::move(children)), askingProgram_(std::move(askingProgram)) {}
+
+  bool executeWithPrivileges(const std::string& tool,
+                             const std::vector<std::string>& arguments) override {
+    ChildRequest request;
+    request.path = tool;
+    request.arguments = arguments;
+    if (!askingProgram_.empty()) {
+      request.arguments.insert(request.arguments.begin(), tool);
+      request.path = askingProgram_;
+    }
+    ChildLaunch launch = children_->launch(request);
+    if (launch.child == nullptr) return false;
+    // The caller does not wait for the tool, but someone has to, or it would stay as a zombie.
+    std::thread([children = children_, child = std::move(launch.child)] {
+      child->waitUntilExit();
+    }).detach();
+    return true;
+  }
+
+ private:
+  std::shared_ptr<ChildProcesses> children_;
+  std::string askingProgram_;
+};
+
+}  // namespace
+
+LinuxAuthorization::LinuxAuthorization()
+    : LinuxAuthorization(std::make_shared<LinuxChildProcesses>(), geteuid() == 0, kAskingProgram) {}
+
+LinuxAuthorization::LinuxAuthorization(std::shared_ptr<ChildProcesses> children, bool isRoot,
+                                       std::string askingProgram)
+    : children_(std::move(children)), isRoot_(isRoot), askingProgram_(std::move(askingProgram)) {}
+
+std::unique_ptr<AuthorizationGrant> LinuxAuthorization::request(std::string_view) {
+  if (isRoot_) return std::make_unique<Grant>(children_, "");
+  if (access(askingProgram_.c_str(), X_OK) != 0) return nullptr;
+  return std::make_unique<Grant>(children_, askingProgram_);
+}
+
+}  // namespace kelvora::platform

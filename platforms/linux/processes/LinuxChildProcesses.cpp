@@ -1,0 +1,159 @@
+#include "platforms/linux/processes/LinuxChildProcesses.h"
+
+#include <cerrno>
+#include <optional>
+#include <system_error>
+#include <thread>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platforms/posix/FileDescriptor.h"
+
+namespace kelvora::platform {
+
+namespace {
+
+// The exit status of a child that another part of the program has reaped.
+constexpr int kUnknownExitStatus = 255;
+
+// The child's exit status; none while it runs, if `options` say not to wait for it.
+std::optional<int> reapedStatus(pid_t pid, int options) {
+  int status = 0;
+  pid_t reaped = -1;
+  do {
+    reaped = waitpid(pid, &status, options);
+  } while (reaped < 0 && errno == EINTR);
+  if (reaped == 0) return std::nullopt;
+  if (reaped < 0) return kUnknownExitStatus;
+  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+// Whoever has read a child's output need not wait for what it does afterwards.
+void reapWithoutWaiting(pid_t pid) {
+  if (reapedStatus(pid, WNOHANG)) return;
+  std::thread([pid] { reapedStatus(pid, 0); }).detach();
+}
+
+class Child : public ChildProcess {
+ public:
+  Child(pid_t pid, FileDescriptor output) : pid_(pid), output_(std::move(output)) {}
+  ~Child() override {
+    output_.close();
+    if (!exitStatus_) reapWithoutWaiting(pid_);
+  }
+
+  std::size_t readStandardOutput(std::span<std::byte> buffer) override {
+    if (!output_.isOpen() || buffer.empty()) return 0;
+    ssize_t count = -1;
+    do {
+      count = read(output_.get(), buffer.data(), buffer.size());
+    } while (count < 0 && errno == EINTR);
+    return count < 0 ? 0 : static_cast<std::size_t>(count);
+  }
+
+  void closeStandardOutput() override { output_.close(); }
+
+  int waitUntilExit() override {
+    if (!exitStatus_) exitStatus_ = reapedStatus(pid_, 0);
+    return exitStatus_.value_or(kUnknownExitStatus);
+  }
+
+ private:
+  pid_t pid_;
+  FileDescriptor output_;
+  std::optional<int> exitStatus_;
+};
+
+// What the child does to its descriptors before it runs the program.
+class SpawnActions {
+ public:
+  SpawnActions() { posix_spawn_file_actions_init(&actions_); }
+  ~SpawnActions() { posix_spawn_file_actions_destroy(&actions_); }
+  SpawnActions(const SpawnActions&) = delete;
+  SpawnActions& operator=(const SpawnActions&) = delete;
+
+  void duplicate(int from, int to) { note(posix_spawn_file_actions_adddup2(&actions_, from, to)); }
+  void discard(int descriptor) {
+    note(posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", O_WRONLY, 0));
+  }
+  void closeFrom(int first) { note(posix_spawn_file_actions_addclosefrom_np(&actions_, first)); }
+
+  int error() const { return error_; }
+  const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+ private:
+  void note(int error) {
+    if (error_ == 0) error_ = error;
+  }
+
+  posix_spawn_file_actions_t actions_;
+  int error_ = 0;
+};
+
+// Signal settings that a program expects to start with, whatever this process has set.
+class SpawnAttributes {
+ public:
+  SpawnAttributes() {
+    posix_spawnattr_init(&attributes_);
+    sigset_t none;
+    sigemptyset(&none);
+    sigset_t ignoredByLibraries;
+    sigemptyset(&ignoredByLibraries);
+    sigaddset(&ignoredByLibraries, SIGPIPE);
+    sigaddset(&ignoredByLibraries, SIGCHLD);
+    posix_spawnattr_setsigmask(&attributes_, &none);
+    posix_spawnattr_setsigdefault(&attributes_, &ignoredByLibraries);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }
+  SpawnAttributes(const SpawnAttributes&) = delete;
+  SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+  const posix_spawnattr_t* get() const { return &attributes_; }
+
+ private:
+  posix_spawnattr_t attributes_;
+};
+
+struct Pipe {
+  FileDescriptor reading;
+  FileDescriptor writing;
+};
+
+ChildLaunch failed(int error) { return {nullptr, std::generic_category().message(error)}; }
+
+std::vector<char*> argumentPointers(ChildRequest& request) {
+  std::vector<char*> pointers = {request.path.data()};
+  for (std::string& argument : request.arguments) pointers.push_back(argument.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+}  // namespace
+
+ChildLaunch LinuxChildProcesses::launch(const ChildRequest& request) {
+  Pipe pipe;
+  if (request.captureStandardOutput) {
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) != 0) return failed(errno);
+    pipe = {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+  }
+  SpawnActions actions;
+  if (pipe.writing.isOpen()) actions.duplicate(pipe.writing.get(), STDOUT_FILENO);
+  if (request.discardStandardError) actions.discard(STDERR_FILENO);
+  actions.closeFrom(STDERR_FILENO + 1);
+  if (actions.error() != 0) return failed(actions.error());
+
+  ChildRequest copy = request;
+  const SpawnAttributes attributes;
+  pid_t pid = 0;
+  const int error = posix_spawn(&pid, copy.path.c_str(), actions.get(), attributes.get(),
+                                argumentPointers(copy).data(), environ);
+  if (error != 0) return failed(error);
+  return {std::make_unique<Child>(pid, std::move(pipe.reading)), ""};
+}
+
+}  // namespace kelvora::platform

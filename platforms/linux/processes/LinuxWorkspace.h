@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "KelvoraCore/KVSerialQueue.h"
+
+#include "ports/Workspace.h"
+
+namespace kelvora::platform {
+
+/// Applications as folders with an information dictionary; the running ones are this user's
+/// processes whose executable is an application's program.
+class LinuxWorkspace : public Workspace {
+ public:
+  /// Applications are found by their identifier in `folders`, the first match counts.
+  explicit LinuxWorkspace(std::vector<std::string> folders);
+
+  bool launchApplication(std::string_view bundleIdentifier) override;
+  void openApplication(std::string_view path,
+                       std::function<void(std::optional<std::string> failure)> completion) override;
+  std::vector<RunningApplication> runningApplications() override;
+  /// SIGTERM, or SIGKILL when `force`.
+  bool terminate(const RunningApplication& application, bool force) override;
+
+ private:
+  std::vector<std::string> folders_;
+  KVSerialQueue queue_{"Open Application"};
+};
+
+}  // namespace kelvora::platform

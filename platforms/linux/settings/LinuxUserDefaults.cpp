@@ -1,0 +1,93 @@
+#include "platforms/linux/settings/LinuxUserDefaults.h"
+
+#include <cstdlib>
+#include <utility>
+
+#include <pwd.h>
+
+namespace kelvora::platform {
+
+namespace {
+
+constexpr std::string_view kInterfaceStyle = "AppleInterfaceStyle";
+
+std::optional<PropertyListValue> valueOf(const PropertyListValue::Dictionary& values,
+                                         std::string_view key) {
+  const auto found = values.find(std::string(key));
+  return found == values.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::string homeFolder() {
+  if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') {
+    return home;
+  }
+  const passwd* account = getpwuid(getuid());
+  return account == nullptr ? "/" : account->pw_dir;
+}
+
+}  // namespace
+
+LinuxUserDefaultsSuite::LinuxUserDefaultsSuite(std::string path) : file_(std::move(path)) {}
+
+LinuxUserDefaultsSuite::~LinuxUserDefaultsSuite() { LinuxUserDefaultsSuite::synchronize(); }
+
+std::optional<PropertyListValue> LinuxUserDefaultsSuite::object(std::string_view key) {
+  const std::lock_guard lock(mutex_);
+  if (const auto change = waiting_.find(key); change != waiting_.end()) {
+    return change->second;
+  }
+  return valueOf(file_.contents(), key);
+}
+
+void LinuxUserDefaultsSuite::setObject(std::string_view key, PropertyListValue value) {
+  const std::lock_guard lock(mutex_);
+  waiting_.insert_or_assign(std::string(key), std::move(value));
+}
+
+void LinuxUserDefaultsSuite::removeObject(std::string_view key) {
+  const std::lock_guard lock(mutex_);
+  waiting_.insert_or_assign(std::string(key), std::nullopt);
+}
+
+bool LinuxUserDefaultsSuite::synchronize() {
+  const std::lock_guard lock(mutex_);
+  if (!waiting_.empty() && !file_.write(waiting_)) {
+    return false;
+  }
+  waiting_.clear();
+  return true;
+}
+
+LinuxUserDefaults::LinuxUserDefaults(std::string folder,
+                                     std::shared_ptr<const DesktopColourScheme> scheme)
+    : folder_(std::move(folder)),
+      scheme_(std::move(scheme)),
+      global_(folder_ + "/.GlobalPreferences.plist") {}
+
+std::unique_ptr<UserDefaultsSuite> LinuxUserDefaults::suite(const std::string& name) {
+  return std::make_unique<LinuxUserDefaultsSuite>(suitePath(name));
+}
+
+std::optional<std::string> LinuxUserDefaults::fileOfSuite(const std::string& name) {
+  return suitePath(name);
+}
+
+std::optional<PropertyListValue> LinuxUserDefaults::globalObject(std::string_view key) {
+  const std::lock_guard lock(mutex_);
+  if (auto value = valueOf(global_.contents(), key)) {
+    return value;
+  }
+  const bool dark = scheme_ && scheme_->value() == DesktopColourScheme::kDark;
+  return key == kInterfaceStyle && dark ? std::optional<PropertyListValue>("Dark") : std::nullopt;
+}
+
+std::string LinuxUserDefaults::suitePath(const std::string& name) const {
+  return folder_ + "/" + name + "/Settings.plist";
+}
+
+std::string LinuxUserDefaults::configurationFolder() {
+  const char* configured = std::getenv("XDG_CONFIG_HOME");
+  return configured != nullptr && *configured == '/' ? configured : homeFolder() + "/.config";
+}
+
+}  // namespace kelvora::platform

@@ -1,0 +1,67 @@
+#include "platforms/linux/system/LinuxHostStatistics.h"
+
+#include <initializer_list>
+#include <utility>
+
+#include <sys/statvfs.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "platforms/linux/system/ProcText.h"
+#include "platforms/linux/system/TextFile.h"
+
+namespace kelvora::platform {
+
+LinuxHostStatistics::LinuxHostStatistics(std::string root) : root_(std::move(root)) {}
+
+std::optional<std::vector<ProcessorTicks>> LinuxHostStatistics::processorTicks() {
+  auto ticks = processorTicksOf(readFile(root_ + "/proc/stat").value_or(""));
+  if (ticks.empty()) return std::nullopt;
+  return ticks;
+}
+
+std::optional<MemoryPages> LinuxHostStatistics::memoryPages() {
+  const auto sizes = memorySizesOf(readFile(root_ + "/proc/meminfo").value_or(""));
+  const auto pageSize = pageSizeBytes();
+  if (!sizes.contains("MemFree") || !pageSize) return std::nullopt;
+  const auto pages = [&](std::initializer_list<const char*> names) {
+    std::uint64_t bytes = 0;
+    for (const char* name : names) {
+      if (const auto size = sizes.find(name); size != sizes.end()) bytes += size->second;
+    }
+    return static_cast<std::uint32_t>(bytes / *pageSize);
+  };
+  return MemoryPages{pages({"MemFree"}), pages({"Active"}), pages({"Inactive"}),
+                     pages({"Unevictable", "SUnreclaim", "KernelStack", "PageTables"})};
+}
+
+std::optional<std::uint32_t> LinuxHostStatistics::pageSizeBytes() {
+  const long size = sysconf(_SC_PAGESIZE);
+  if (size <= 0) return std::nullopt;
+  return static_cast<std::uint32_t>(size);
+}
+
+double LinuxHostStatistics::uptimeSeconds() {
+  constexpr double kNanosecondsPerSecond = 1e9;
+  // Unlike /proc/uptime this clock stands still while the machine sleeps.
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / kNanosecondsPerSecond;
+}
+
+std::optional<FileSystemSize> LinuxHostStatistics::fileSystemSize(std::string_view path) {
+  struct statvfs information {};
+  if (statvfs(std::string(path).c_str(), &information) != 0) return std::nullopt;
+  const auto bytes = [&](fsblkcnt_t blocks) {
+    return static_cast<std::int64_t>(blocks * information.f_frsize);
+  };
+  return FileSystemSize{bytes(information.f_blocks), bytes(information.f_bavail)};
+}
+
+std::optional<std::vector<InterfaceCounters>> LinuxHostStatistics::interfaceCounters() {
+  const auto text = readFile(root_ + "/proc/net/dev");
+  if (!text) return std::nullopt;
+  return interfaceCountersOf(*text);
+}
+
+}  // namespace kelvora::platform

@@ -1,0 +1,127 @@
+#include "platforms/linux/system/LinuxMainBundle.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+#include <utility>
+
+#include "platforms/linux/processes/ApplicationBundle.h"
+#include "platforms/linux/system/LinuxFiles.h"
+
+namespace kelvora::platform {
+
+namespace {
+
+constexpr const char* kDevelopmentLanguage = "en";
+constexpr std::string_view kLocalizationSuffix = ".lproj";
+
+std::string runningExecutable() {
+  std::error_code error;
+  return std::filesystem::read_symlink("/proc/self/exe", error).string();
+}
+
+std::string resourceFolderOf(const std::filesystem::path& executable) {
+  const std::filesystem::path folder = executable.parent_path();
+  const std::filesystem::path beside = folder / "Resources";
+  std::error_code error;
+  if (std::filesystem::is_directory(beside, error)) return beside.string();
+  return (folder.parent_path() / "share" / executable.filename()).string();
+}
+
+std::string environmentText(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+bool isPlainLocale(std::string_view name) {
+  return name == "C" || name == "POSIX" || name.starts_with("C.");
+}
+
+// LANGUAGE is a list and counts only where a locale other than "C" is chosen at all.
+std::vector<std::string> environmentLanguages() {
+  std::string locale;
+  for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    if (locale.empty()) locale = environmentText(name);
+  }
+  std::vector<std::string> languages;
+  if (!isPlainLocale(locale)) {
+    std::istringstream list(environmentText("LANGUAGE"));
+    for (std::string language; std::getline(list, language, ':');) languages.push_back(language);
+  }
+  languages.push_back(locale);
+  return languages;
+}
+
+// Codes that a locale name may stand for, the closest first: "pt_BR.UTF-8" gives "pt-BR", "pt_BR"
+// and "pt".
+std::vector<std::string> candidates(std::string name) {
+  name = name.substr(0, name.find_first_of(".@"));
+  if (name.empty() || isPlainLocale(name)) return {};
+  if (name == "zh_TW" || name == "zh_HK" || name == "zh_MO") return {"zh-Hant"};
+  if (name == "zh" || name == "zh_CN" || name == "zh_SG") return {"zh-Hans"};
+  const std::size_t separator = name.find('_');
+  if (separator == std::string::npos) return {name};
+  std::string dashed = name;
+  dashed[separator] = '-';
+  return {dashed, name, name.substr(0, separator)};
+}
+
+bool contains(const std::vector<std::string>& texts, const std::string& text) {
+  return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+}  // namespace
+
+std::vector<std::string> matchedLocalizations(const std::vector<std::string>& languages,
+                                              const std::vector<std::string>& available) {
+  std::vector<std::string> matches;
+  const auto addFirstAvailable = [&](const std::vector<std::string>& codes) {
+    for (const std::string& code : codes) {
+      if (!contains(available, code)) continue;
+      if (!contains(matches, code)) matches.push_back(code);
+      return;
+    }
+  };
+  for (const std::string& language : languages) addFirstAvailable(candidates(language));
+  addFirstAvailable({kDevelopmentLanguage});
+  if (matches.empty()) matches.emplace_back(kDevelopmentLanguage);
+  return matches;
+}
+
+LinuxMainBundle::LinuxMainBundle() : LinuxMainBundle(runningExecutable()) {}
+
+LinuxMainBundle::LinuxMainBundle(std::string executablePath)
+    : executablePath_(std::move(executablePath)),
+      resourceFolder_(resourceFolderOf(executablePath_)) {}
+
+std::string LinuxMainBundle::executablePath() { return executablePath_; }
+
+std::optional<std::string> LinuxMainBundle::resourcePath(std::string_view name,
+                                                         std::string_view type) {
+  std::string path = resourceFolder_ + "/" + std::string(name);
+  if (!type.empty()) path += "." + std::string(type);
+  if (name.empty() || !LinuxFiles().exists(path)) return std::nullopt;
+  return path;
+}
+
+std::vector<std::string> LinuxMainBundle::preferredLocalizations() {
+  std::vector<std::string> available;
+  for (const std::string& entry :
+       LinuxFiles().list(resourceFolder_).value_or(std::vector<std::string>{})) {
+    if (entry.ends_with(kLocalizationSuffix)) {
+      available.push_back(entry.substr(0, entry.size() - kLocalizationSuffix.size()));
+    }
+  }
+  return matchedLocalizations(environmentLanguages(), available);
+}
+
+std::optional<PropertyListValue::Dictionary> LinuxMainBundle::informationDictionary(
+    const std::string& bundlePath) {
+  const auto bundle =
+      bundlePath.empty() ? applicationOfExecutable(executablePath_) : applicationAt(bundlePath);
+  return bundle ? std::optional(bundle->information) : std::nullopt;
+}
+
+}  // namespace kelvora::platform

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ports/HostStatistics.h"
+
+// Readers of the kernel's texts under /proc. A line or number that is not as expected is left out.
+namespace kelvora::platform {
+
+/// What /proc/cpuinfo tells, over all processors.
+struct ProcessorFacts {
+  std::string brand;   ///< "model name", e.g. "Intel(R) Core(TM) i7-8850H CPU @ 2.60GHz"
+  std::string vendor;  ///< "vendor_id", e.g. "GenuineIntel"
+  std::int32_t logicalProcessors = 0;
+  std::int32_t packages = 0;           ///< at least 1 when there is a processor
+  std::int32_t coresPerPackage = 0;    ///< 0: not told
+  std::int32_t threadsPerPackage = 0;  ///< 0: not told
+  double frequencyHz = 0;              ///< of the first processor now; 0: not told
+};
+ProcessorFacts processorFactsOf(std::string_view cpuinfo);
+
+/// /proc/stat: ticks of each processor. Waiting for devices counts as idle; interrupts and the time
+/// that a hypervisor took count as system.
+std::vector<ProcessorTicks> processorTicksOf(std::string_view stat);
+
+/// /proc/meminfo: sizes in bytes by name, e.g. "MemTotal".
+std::map<std::string, std::uint64_t, std::less<>> memorySizesOf(std::string_view meminfo);
+
+/// /proc/net/dev.
+std::vector<InterfaceCounters> interfaceCountersOf(std::string_view netDev);
+
+struct Mount {
+  std::string device;      ///< e.g. "/dev/nvme0n1p2"
+  std::string path;        ///< e.g. "/media/My Disk"
+  std::string fileSystem;  ///< e.g. "ext4"
+};
+/// /proc/mounts, in the order of mounting.
+std::vector<Mount> mountsOf(std::string_view mounts);
+
+/// A file of NAME=value lines with optional quotation marks, such as /etc/os-release.
+std::map<std::string, std::string, std::less<>> assignmentsOf(std::string_view text);
+
+/// The lines of a text, without their ends.
+std::vector<std::string_view> linesOf(std::string_view text);
+
+}  // namespace kelvora::platform

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platforms/recorded/RecordedMachine.h"
+
+namespace kelvora::platform {
+
+/// Reads a machine file. Throws MachineFileError when it cannot be read, is not JSON, has a wrong
+/// format, a version above 1, or a member of the wrong kind. Unknown members are ignored.
+RecordedMachine readMachineFile(const std::string& path);
+
+/// The same for a text; `name` stands for the file in error messages.
+RecordedMachine parseMachine(std::string_view json, const std::string& name);
+
+}  // namespace kelvora::platform

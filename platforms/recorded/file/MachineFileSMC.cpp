@@ -1,0 +1,130 @@
+// The "smc" and "hid" members of a machine file.
+#include <charconv>
+
+#include "platforms/recorded/file/MachineFileParts.h"
+
+namespace kelvora::platform {
+
+namespace {
+
+constexpr std::size_t kMostPayloadBytes = 32;
+
+// The codes of a text's characters, each of one byte; characters above U+00FF have none.
+std::vector<std::uint8_t> characterCodes(const JSONPlace& place) {
+  std::vector<std::uint8_t> codes;
+  std::uint8_t lead = 0;
+  for (const char character : place.text()) {
+    const auto byte = static_cast<std::uint8_t>(character);
+    if (lead != 0) {
+      codes.push_back(static_cast<std::uint8_t>((lead & 0x03) << 6 | (byte & 0x3f)));
+      lead = 0;
+    } else if (byte < 0x80) {
+      codes.push_back(byte);
+    } else if (byte == 0xc2 || byte == 0xc3) {
+      lead = byte;
+    } else {
+      place.refuse(JSONPlace::quoted(place.text()) + " has a character beyond U+00FF");
+    }
+  }
+  return codes;
+}
+
+std::uint32_t fourCharacterCodeAt(const JSONPlace& place) {
+  const auto codes = characterCodes(place);
+  if (codes.size() != 4) {
+    place.refuse(JSONPlace::quoted(place.text()) + " is not four characters");
+  }
+  std::uint32_t packed = 0;
+  for (const std::uint8_t code : codes) packed = packed << 8 | code;
+  return packed;
+}
+
+// A data type may end in NUL ("ui8\0" on real machines), a key holds none.
+std::uint32_t keyAt(const JSONPlace& place) {
+  const std::uint32_t key = fourCharacterCodeAt(place);
+  for (const int shift : {0, 8, 16, 24}) {
+    if ((key >> shift & 0xff) == 0) place.refuse("a key has no NUL character");
+  }
+  return key;
+}
+
+std::vector<std::byte> payloadAt(const JSONPlace& place) {
+  auto bytes = hexadecimalBytesAt(place);
+  if (bytes.size() > kMostPayloadBytes) {
+    place.refuse("is " + std::to_string(bytes.size()) + " bytes, more than 32");
+  }
+  return bytes;
+}
+
+RecordedSMCKey smcKeyAt(const JSONPlace& place) {
+  RecordedSMCKey key;
+  place.requiredMember("key", [&](const JSONPlace& at) { key.key = keyAt(at); });
+  place.member("type", [&](const JSONPlace& at) { key.type = fourCharacterCodeAt(at); });
+  place.member("attributes",
+               [&](const JSONPlace& at) { key.attributes = at.integer<std::uint8_t>(); });
+  place.member("bytes", [&](const JSONPlace& at) { key.bytes = payloadAt(at); });
+  place.member("result", [&](const JSONPlace& at) { key.result = at.integer<std::uint8_t>(); });
+  place.member("status", [&](const JSONPlace& at) { key.status = at.integer<std::uint32_t>(); });
+  return key;
+}
+
+std::int32_t eventType(const std::string& name, const JSONPlace& place) {
+  std::int32_t type = 0;
+  const char* end = name.data() + name.size();
+  const auto [stop, error] = std::from_chars(name.data(), end, type);
+  // An event's field is the type shifted left by 16 bits.
+  if (error != std::errc{} || stop != end || type < 0 || type > 0x7fff) {
+    place.refuse(JSONPlace::quoted(name) + " is not an event type");
+  }
+  return type;
+}
+
+RecordedHIDService hidServiceAt(const JSONPlace& place) {
+  RecordedHIDService service;
+  place.requiredMember(
+      "usagePage", [&](const JSONPlace& at) { service.usagePage = at.integer<std::int32_t>(); });
+  place.requiredMember("usage",
+                       [&](const JSONPlace& at) { service.usage = at.integer<std::int32_t>(); });
+  place.member("product", [&](const JSONPlace& at) { service.product = at.text(); });
+  place.member("events", [&](const JSONPlace& events) {
+    events.eachMember([&](const std::string& name, const JSONPlace& at) {
+      service.events[eventType(name, at)] = at.number();
+    });
+  });
+  return service;
+}
+
+int hexadecimalDigit(char character) {
+  if (character >= '0' && character <= '9') return character - '0';
+  if (character >= 'a' && character <= 'f') return character - 'a' + 10;
+  if (character >= 'A' && character <= 'F') return character - 'A' + 10;
+  return -1;
+}
+
+}  // namespace
+
+std::vector<std::byte> hexadecimalBytesAt(const JSONPlace& place) {
+  const std::string& text = place.text();
+  std::vector<std::byte> bytes;
+  bytes.reserve(text.size() / 2);
+  for (std::size_t i = 0; i < text.size(); i += 2) {
+    const int high = hexadecimalDigit(text[i]);
+    const int low = i + 1 < text.size() ? hexadecimalDigit(text[i + 1]) : 0;
+    if (high < 0 || low < 0) place.refuse(JSONPlace::quoted(text) + " is not hexadecimal");
+    bytes.push_back(static_cast<std::byte>(high << 4 | low));
+  }
+  if (text.size() % 2 != 0) {
+    place.refuse(JSONPlace::quoted(text) + " has an odd number of hexadecimal digits");
+  }
+  return bytes;
+}
+
+std::vector<RecordedSMCKey> smcKeysAt(const JSONPlace& keys) {
+  return elementsAt<RecordedSMCKey>(keys, smcKeyAt);
+}
+
+std::vector<RecordedHIDService> hidServicesAt(const JSONPlace& services) {
+  return elementsAt<RecordedHIDService>(services, hidServiceAt);
+}
+
+}  // namespace kelvora::platform

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ports/SystemControls.h"
+
+namespace kelvora::platform {
+
+/// System controls that answer from bytes already at hand. By number it knows what programs ask for
+/// by number: {6, 3}, the processors, and {6, 7}, the page size; both as 4-byte values, from
+/// "hw.ncpu" and "hw.pagesize".
+class SystemControlTable : public SystemControls {
+ public:
+  using Values = std::map<std::string, std::vector<std::byte>, std::less<>>;
+
+  explicit SystemControlTable(Values values);
+  int byName(const char* name, void* value, std::size_t* size) override;
+  int byNumber(std::span<const int> name, void* value, std::size_t* size) override;
+
+ private:
+  Values values_;
+};
+
+/// The bytes of a text control: the text and a NUL.
+std::vector<std::byte> textControlBytes(std::string_view text);
+/// The 4 or 8 bytes of a number control in the host's order.
+std::vector<std::byte> int32ControlBytes(std::int32_t value);
+std::vector<std::byte> int64ControlBytes(std::int64_t value);
+
+}  // namespace kelvora::platform

@@ -1,0 +1,77 @@
+#include "KelvoraCore/KVUtils.h"
+
+#include <filesystem>
+#include <string_view>
+
+#include "ports/Ports.h"
+
+namespace kelvora {
+
+namespace {
+
+using Path = std::optional<std::string>;
+
+constexpr std::string_view kSMCTool = "/Kelvora SMC";
+constexpr std::string_view kMenuApp = "/Kelvora Menu.app";
+constexpr std::string_view kHelperApp = "/Kelvora Helper.app";
+
+Path besideExecutable(Platform& platform, std::string_view program) {
+  const std::filesystem::path executable(platform.mainBundle().executablePath());
+  return executable.parent_path().string().append(program);
+}
+
+Path inSupportFolder(Platform& platform, std::string_view program) {
+  Path path = KVUtils::applicationSupportPath(platform);
+  if (path) {
+    path->append(program);
+  }
+  return path;
+}
+
+}  // namespace
+
+Path KVUtils::documentsPath() { return documentsPath(Platform::current()); }
+
+Path KVUtils::documentsPath(Platform& platform) { return platform.files().documentsFolder(); }
+
+Path KVUtils::applicationSupportPath() { return applicationSupportPath(Platform::current()); }
+
+Path KVUtils::applicationSupportPath(Platform& platform) {
+  Path folder = platform.files().applicationSupportFolder();
+  if (!folder) {
+    return std::nullopt;
+  }
+  std::string path = std::filesystem::path(*folder) / "Kelvora";
+  if (!platform.files().exists(path)) {
+    platform.files().createFolder(path);
+  }
+  return path;
+}
+
+Path KVUtils::smcExeSrcPath() { return smcExeSrcPath(Platform::current()); }
+
+Path KVUtils::smcExeSrcPath(Platform& platform) { return besideExecutable(platform, kSMCTool); }
+
+Path KVUtils::smcExePath() { return smcExePath(Platform::current()); }
+
+Path KVUtils::smcExePath(Platform& platform) { return inSupportFolder(platform, kSMCTool); }
+
+Path KVUtils::menuAppSrcPath() { return menuAppSrcPath(Platform::current()); }
+
+Path KVUtils::menuAppSrcPath(Platform& platform) { return besideExecutable(platform, kMenuApp); }
+
+Path KVUtils::menuAppPath() { return menuAppPath(Platform::current()); }
+
+Path KVUtils::menuAppPath(Platform& platform) { return inSupportFolder(platform, kMenuApp); }
+
+Path KVUtils::helperAppSrcPath() { return helperAppSrcPath(Platform::current()); }
+
+Path KVUtils::helperAppSrcPath(Platform& platform) {
+  return besideExecutable(platform, kHelperApp);
+}
+
+Path KVUtils::helperAppPath() { return helperAppPath(Platform::current()); }
+
+Path KVUtils::helperAppPath(Platform& platform) { return inSupportFolder(platform, kHelperApp); }
+
+}  // namespace kelvora

@@ -1,0 +1,69 @@
+#include "KelvoraCore/ZDSystemKitHelper.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <string_view>
+
+#include <unicode/ustring.h>
+
+#include "base/Log.h"
+#include "ports/ChildProcesses.h"
+#include "ports/Ports.h"
+
+namespace kelvora {
+
+namespace {
+
+// A trial conversion: ICU counts lengths in 32 bits, and no report of a tool is longer.
+bool isUTF8(std::string_view text) {
+  if (text.size() > std::numeric_limits<std::int32_t>::max()) {
+    return false;
+  }
+  UErrorCode status = U_ZERO_ERROR;
+  std::int32_t length = 0;
+  u_strFromUTF8(nullptr, 0, &length, text.data(), static_cast<std::int32_t>(text.size()), &status);
+  return status != U_INVALID_CHAR_FOUND;
+}
+
+std::string readToEnd(platform::ChildProcess& child) {
+  std::string output;
+  std::array<char, 65'536> buffer;
+  while (const std::size_t count =
+             child.readStandardOutput(std::as_writable_bytes(std::span(buffer)))) {
+    output.append(buffer.data(), count);
+  }
+  return output;
+}
+
+}  // namespace
+
+std::optional<std::string> ZDSystemKitHelper::processWithPath(
+    const std::string& path, const std::vector<std::string>& arguments) {
+  return processWithPath(path, arguments, Platform::current().childProcesses());
+}
+
+std::optional<std::string> ZDSystemKitHelper::processWithPath(
+    const std::string& path, const std::vector<std::string>& arguments,
+    platform::ChildProcesses& childProcesses) {
+  platform::ChildRequest request;
+  request.path = path;
+  request.arguments = arguments;
+  request.captureStandardOutput = true;
+  const platform::ChildLaunch launch = childProcesses.launch(request);
+  if (!launch.child) {
+    // The text is the same for every command: those who search logs know it.
+    log("system_profiler SPMemoryDataType: " + launch.failure);
+    return std::nullopt;
+  }
+  std::string output = readToEnd(*launch.child);
+  if (output.empty() || !isUTF8(output)) {
+    return std::nullopt;
+  }
+  launch.child->closeStandardOutput();
+  return output;
+}
+
+}  // namespace kelvora

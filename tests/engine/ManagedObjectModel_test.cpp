@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include "engine/ModelFile.h"
+
+namespace kelvora::engine {
+namespace {
+
+std::string entity(const std::string& inside) {
+  return R"({"entities": [{"name": "A", )" + inside + "}]}";
+}
+
+TEST(ManagedObjectModel, ATextOfAModelReadsBackAsTheSameModel) {
+  const auto model = modelFromFile(KELVORA_TEST_DATA "/../store/Database.momd");
+  ASSERT_NE(model, nullptr);
+  const std::string text = textFromModel(*model);
+  const auto again = modelFromText(text);
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(textFromModel(*again), text);
+  EXPECT_TRUE(isAdditiveChange(*model, *again));
+}
+
+TEST(ManagedObjectModel, ContradictionsAreRefusedWithWhatIsWrong) {
+  const std::vector<std::pair<std::string, std::string>> cases{
+      {entity(R"("attributes": [{"name": "x", "type": "Colour"}])"), "unknown attribute type"},
+      {entity(R"("attributes": [{"name": "_x", "type": "String"}])"), "not a name"},
+      {entity(R"("attributes": [{"name": "x\"; DROP", "type": "String"}])"), "not a name"},
+      {entity(R"("attributes": [{"name": "x", "type": "Int16", "default": 40000}])"), "default"},
+      {entity(R"("attributes": [{"name": "x", "type": "Int16"}, {"name": "x", "type": "Int16"}])"),
+       "stands twice"},
+      {entity(R"("indexes": [["x"]])"), "no property"},
+      {entity(R"("relationships": [{"name": "r", "destination": "B", "inverse": "s"}])"),
+       "no entity"},
+      {entity(R"("relationships": [{"name": "r", "destination": "A", "inverse": "r"}])"),
+       "not inverse"},
+      {entity(R"("relationships": [
+        {"name": "r", "destination": "A", "inverse": "s", "toMany": true, "deleteRule": "deny"},
+        {"name": "s", "destination": "A", "inverse": "r"}])"),
+       "unknown delete rule"},
+      {entity(R"("attributes": [{"name": "x", "type": "Int16"}],
+                 "indexes": [{"columns": ["x"], "batchRows": 10}])"),
+       "in batches"},
+  };
+  for (const auto& [text, expected] : cases) {
+    std::string problem;
+    EXPECT_EQ(modelFromText(text, &problem), nullptr) << text;
+    EXPECT_NE(problem.find(expected), std::string::npos) << problem;
+  }
+}
+
+TEST(ManagedObjectModel, AnUnreadableFileIsNoModel) {
+  std::string problem;
+  EXPECT_EQ(modelFromFile("/nowhere/Database.momd", &problem), nullptr);
+  EXPECT_NE(problem, "");
+  EXPECT_EQ(modelFromFile("/tmp"), nullptr);
+}
+
+TEST(ManagedObjectModel, ValuesTakeTheTypeOfTheirAttribute) {
+  EXPECT_EQ(valueOfType(AttributeType::kDouble, std::int64_t{3}), ManagedValue(3.0));
+  EXPECT_EQ(valueOfType(AttributeType::kBoolean, std::int64_t{1}), ManagedValue(true));
+  EXPECT_EQ(valueOfType(AttributeType::kBoolean, std::int64_t{2}), std::nullopt);
+  EXPECT_EQ(valueOfType(AttributeType::kInt16, true), ManagedValue(std::int64_t{1}));
+  EXPECT_EQ(valueOfType(AttributeType::kInt16, std::int64_t{-32768}),
+            ManagedValue(std::int64_t{-32768}));
+  EXPECT_EQ(valueOfType(AttributeType::kInt16, std::int64_t{32768}), std::nullopt);
+  EXPECT_EQ(valueOfType(AttributeType::kString, 1.0), std::nullopt);
+  EXPECT_EQ(valueOfType(AttributeType::kString, ManagedValue()), ManagedValue());
+}
+
+}  // namespace
+}  // namespace kelvora::engine

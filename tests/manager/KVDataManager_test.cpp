@@ -1,0 +1,279 @@
+#include "KelvoraCore/KVDataManager.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/MemoryUserDefaults.h"
+#include "tests/support/RecordedNotices.h"
+#include "tests/support/StoreFixture.h"
+
+namespace kelvora {
+namespace {
+
+using Array = PropertyListValue::Array;
+using Dictionary = PropertyListValue::Dictionary;
+using ::testing::ElementsAre;
+using Items = std::vector<KVDropdownItem>;
+
+constexpr std::int16_t kTemperature = 0;
+
+// A manager over settings in memory and a store in a folder of its own.
+class DataManager : public testing::StoreFixture {
+ protected:
+  DataManager() {
+    platform->ports().userDefaults = std::make_unique<platform::MemoryUserDefaults>();
+    manager = std::make_unique<KVDataManager>(*platform);
+    suite = platform->userDefaults().suite(kApplicationGroupIdentifier);
+  }
+  KVSensorPtr add(const std::string& key, const std::string& category = "Temperature") {
+    return addSensor(manager->coreDataStore(), key,
+                     addCategory(manager->coreDataStore(), category, kTemperature));
+  }
+  void announceDataset() {
+    platform->notificationCentres().inProcess().post(
+        {KVDataManagerDidGenerateDatasetNotification, std::nullopt, std::nullopt}, true);
+  }
+
+  std::unique_ptr<KVDataManager> manager;
+  std::unique_ptr<platform::UserDefaultsSuite> suite;
+};
+
+TEST_F(DataManager, AFreshStoreHasNoMainSensorAndNoMenuSensors) {
+  EXPECT_EQ(manager->mainSensor(), nullptr);
+  EXPECT_EQ(manager->menuSensors(), std::nullopt);
+  EXPECT_EQ(suite->object("KVMainSensor"), std::nullopt);
+  EXPECT_EQ(suite->object("KVMenuSensors"), std::nullopt);
+}
+
+TEST_F(DataManager, TheProcessorsProximityIsTheFirstMainSensorAndWrittenBack) {
+  const KVSensorPtr proximity = add("TC0P");
+  EXPECT_EQ(manager->mainSensor(), proximity);
+  EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TC0P"));
+}
+
+TEST_F(DataManager, AChosenMainSensorIsKeptByItsKey) {
+  add("TC0P");
+  const KVSensorPtr graphics = add("TG0P");
+  manager->setMainSensor(graphics);
+  EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TG0P"));
+  EXPECT_EQ(manager->mainSensor(), graphics);
+}
+
+TEST_F(DataManager, AStaleMainSensorIsNoneAndStaysChosen) {
+  add("TC0P");
+  suite->setObject("KVMainSensor", "gone");
+  EXPECT_EQ(manager->mainSensor(), nullptr);
+  EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("gone"));
+}
+
+TEST_F(DataManager, ClearingTheMainSensorAppliesTheDefaultAgain) {
+  const KVSensorPtr proximity = add("TC0P");
+  manager->setMainSensor(add("TG0P"));
+  manager->setMainSensor(nullptr);
+  EXPECT_EQ(suite->object("KVMainSensor"), std::nullopt);
+  EXPECT_EQ(manager->mainSensor(), proximity);
+}
+
+TEST_F(DataManager, TheMainSensorIsNotAnnounced) {
+  testing::RecordedNotices notices(*platform);
+  manager->setMainSensor(add("TC0P"));
+  EXPECT_TRUE(notices.take().empty());
+}
+
+TEST_F(DataManager, AGeneratedDatasetMakesTheFirstTemperatureTheMainSensor) {
+  const KVSensorPtr first = add("TB0T");
+  add("TB1T");
+  announceDataset();
+  EXPECT_EQ(manager->mainSensor(), first);
+}
+
+TEST_F(DataManager, AGeneratedDatasetLeavesAChosenMainSensor) {
+  add("TB0T");
+  const KVSensorPtr chosen = add("TB1T");
+  manager->setMainSensor(chosen);
+  announceDataset();
+  EXPECT_EQ(manager->mainSensor(), chosen);
+}
+
+TEST_F(DataManager, AGeneratedDatasetReplacesAMainSensorThatIsGone) {
+  const KVSensorPtr first = add("TB0T");
+  suite->setObject("KVMainSensor", "gone");
+  announceDataset();
+  EXPECT_EQ(manager->mainSensor(), first);
+}
+
+TEST_F(DataManager, AGeneratedDatasetOfAnEmptyTemperatureCategoryChoosesNothing) {
+  addCategory(manager->coreDataStore(), "Temperature", kTemperature);
+  announceDataset();
+  EXPECT_EQ(suite->object("KVMainSensor"), std::nullopt);
+}
+
+TEST_F(DataManager, AGeneratedDatasetWithoutTemperaturesChoosesNothing) {
+  announceDataset();
+  EXPECT_EQ(suite->object("KVMainSensor"), std::nullopt);
+}
+
+TEST_F(DataManager, AManagerThatIsGoneHearsOfNoDataset) {
+  manager.reset();
+  announceDataset();
+  EXPECT_EQ(suite->object("KVMainSensor"), std::nullopt);
+}
+
+TEST_F(DataManager, TheMenuFirstShowsTheMainSensorAndKeepsThat) {
+  add("TC0P");
+  EXPECT_THAT(manager->menuSensors().value(), ElementsAre("TC0P"));
+  EXPECT_EQ(suite->object("KVMenuSensors"), PropertyListValue(Array{"TC0P"}));
+}
+
+TEST_F(DataManager, ChosenMenuSensorsAreKeptInOrderAndAnnounced) {
+  testing::RecordedNotices notices(*platform);
+  manager->setMenuSensors(std::vector<std::string>{"TG0P", "TC0P"});
+  EXPECT_THAT(manager->menuSensors().value(), ElementsAre("TG0P", "TC0P"));
+  const auto heard = notices.take();
+  ASSERT_EQ(heard.size(), 1U);
+  EXPECT_EQ(heard[0].name, KVDataManagerMenuSensorsDidChangeNotification);
+  EXPECT_EQ(heard[0].userInfo, std::nullopt);
+}
+
+TEST_F(DataManager, AnEmptyMenuStaysEmpty) {
+  add("TC0P");
+  manager->setMenuSensors(std::vector<std::string>{});
+  EXPECT_TRUE(manager->menuSensors().value().empty());
+}
+
+TEST_F(DataManager, ChosenLoggingSensorsAreAnswered) {
+  EXPECT_EQ(manager->fileLoggingSensorKeys(), std::nullopt);
+  manager->setFileLoggingSensorKeys(std::vector<std::string>{"TC0P"});
+  EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre("TC0P"));
+}
+
+TEST_F(DataManager, TheDropdownFirstShowsTwoItemsAndEveryCategory) {
+  addCategory(manager->coreDataStore(), "B", 1);
+  addCategory(manager->coreDataStore(), "A", 0);
+  EXPECT_EQ(manager->dropdownItems(),
+            (Items{{"main_sensor", true}, {"fan_control", true}, {"A", true}, {"B", true}}));
+  EXPECT_EQ(
+      manager->value(settingOf(KVSettingID::kDropdownItems)),
+      PropertyListValue(Array{Dictionary{{"main_sensor", true}}, Dictionary{{"fan_control", true}},
+                              Dictionary{{"A", true}}, Dictionary{{"B", true}}}));
+  EXPECT_EQ(suite->object("KVDropdownItemsKey"), std::nullopt);
+}
+
+TEST_F(DataManager, StoredDropdownItemsKeepOrderAndGoneCategoriesAndGainNewOnes) {
+  addCategory(manager->coreDataStore(), "A", 0);
+  addCategory(manager->coreDataStore(), "B", 1);
+  testing::RecordedNotices notices(*platform);
+  manager->setDropdownItems({{"B", false}, {"gone", true}, {"main_sensor", false}});
+  EXPECT_EQ(suite->object("KVDropdownItemsKey"),
+            PropertyListValue(Array{Dictionary{{"B", false}}, Dictionary{{"gone", true}},
+                                    Dictionary{{"main_sensor", false}}}));
+  EXPECT_EQ(manager->dropdownItems(),
+            (Items{{"B", false}, {"gone", true}, {"main_sensor", false}, {"A", true}}));
+  const auto heard = notices.take();
+  ASSERT_EQ(heard.size(), 1U);
+  EXPECT_EQ(heard[0].name, KVDataManagerSettingsDidChangeNotification);
+}
+
+TEST_F(DataManager, MistypedStoredValuesGiveTheDefaults) {
+  add("TC0P");
+  suite->setObject("KVMainSensor", 7);
+  suite->setObject("KVMenuSensors", "TC0P");
+  suite->setObject("KVDropdownItemsKey", Array{Dictionary{{"a", true}, {"b", true}}});
+  EXPECT_EQ(manager->mainSensor()->key(), "TC0P");
+  EXPECT_THAT(manager->menuSensors().value(), ElementsAre("TC0P"));
+  EXPECT_EQ(manager->dropdownItems().front(), (KVDropdownItem{"main_sensor", true}));
+}
+
+TEST_F(DataManager, SettingsThatNeedNoStoreHaveTheirComputedDefaults) {
+  suite->setObject("KVFanControllerFanSetNameKey", "old");
+  EXPECT_EQ(manager->manualFanSetId(), "old");
+  EXPECT_EQ(suite->object("CURRENT_LANGUAGE_KEY"), std::nullopt);
+  EXPECT_EQ(manager->value(settingOf(KVSettingID::kCurrentLanguage)),
+            manager->defaultValue(settingOf(KVSettingID::kCurrentLanguage)));
+  EXPECT_NE(suite->object("CURRENT_LANGUAGE_KEY"), std::nullopt);
+}
+
+TEST_F(DataManager, ModeOneKeepsStoredValuesAndEveryOtherReadsThemAgain) {
+  EXPECT_EQ(KVDataManager::appMode(), 0);
+  EXPECT_EQ(manager->coreDataStore().stalenessInterval(), 0.0);
+  KVDataManager::setupWithAppMode(1);
+  EXPECT_EQ(KVDataManager::appMode(), 1);
+  EXPECT_EQ(KVDataManager(*platform).coreDataStore().stalenessInterval(), -1.0);
+  KVDataManager::setAppMode(2);
+  EXPECT_EQ(KVDataManager(*platform).coreDataStore().stalenessInterval(), 0.0);
+}
+
+TEST_F(DataManager, TheInternalQueueIsOneSerialQueueOfItsOwn) {
+  KVSerialQueue& queue = manager->internalQueue();
+  EXPECT_EQ(&manager->internalQueue(), &queue);
+  EXPECT_EQ(queue.label(), "com.KVDataManager.internalQueue");
+  std::vector<int> order;
+  std::thread::id thread;
+  queue.async([&] { order.push_back(1); });
+  queue.async([&] { order.push_back(2); });
+  queue.sync([&] { thread = std::this_thread::get_id(); });
+  EXPECT_THAT(order, ElementsAre(1, 2));
+  EXPECT_NE(thread, std::this_thread::get_id());
+}
+
+TEST_F(DataManager, TheInternalQueueIsMadeOnceForEveryThread) {
+  std::vector<KVSerialQueue*> queues(8);
+  std::atomic<bool> started = false;
+  std::vector<std::thread> threads;
+  threads.reserve(queues.size());
+  for (KVSerialQueue*& queue : queues) {
+    threads.emplace_back([&] {
+      started.wait(false);
+      queue = &manager->internalQueue();
+    });
+  }
+  started = true;
+  started.notify_all();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_THAT(queues, ::testing::Each(&manager->internalQueue()));
+}
+
+TEST_F(DataManager, TheDatasetMarkIsTheHostsOwn) {
+  EXPECT_FALSE(manager->dataSetReady());
+  manager->setDataSetReady(true);
+  EXPECT_TRUE(manager->dataSetReady());
+  EXPECT_FALSE(KVDataManager(*platform).dataSetReady());
+}
+
+TEST_F(DataManager, AnAssignedUpdateIntervalIsNeverReadBack) {
+  manager->setUpdateInterval(0.5);
+  EXPECT_EQ(manager->updateInterval(), 2.0);
+}
+
+TEST_F(DataManager, TheSharedManagerIsMadeOnceInTheModeThatWasSetUp) {
+  Platform::install(std::move(platform));
+  KVDataManager::setupWithAppMode(1);
+  std::vector<std::thread> threads;
+  threads.reserve(4);
+  std::atomic<int> others = 0;
+  KVDataManager& shared = KVDataManager::shared();
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] { others += &KVDataManager::shared() != &shared; });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(others, 0);
+  EXPECT_EQ(shared.coreDataStore().stalenessInterval(), -1.0);
+  const KVSensorPtr sensor = addSensor(shared.coreDataStore(), "TB0T",
+                                       addCategory(shared.coreDataStore(), "Temperature", 0));
+  KVDataManager::postDidGenerateDataset();
+  EXPECT_EQ(shared.mainSensor(), sensor);
+  platform = nullptr;
+}
+
+}  // namespace
+}  // namespace kelvora

@@ -1,0 +1,291 @@
+#include "platforms/linux/bus/DBusNotificationCentre.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sdbus-c++/sdbus-c++.h>
+
+#include "platforms/linux/system/LinuxMainQueue.h"
+#include "tests/support/ChildWork.h"
+#include "tests/support/MainQueueLoop.h"
+#include "tests/support/SessionBus.h"
+
+namespace kelvora::platform {
+namespace {
+
+using testing::ChildWork;
+using testing::runUntil;
+using Array = PropertyListValue::Array;
+using Data = PropertyListValue::Data;
+using Dictionary = PropertyListValue::Dictionary;
+
+constexpr const char* kSettingsChanged = "KVDataManagerSettingsDidChangeNotification";
+constexpr const char* kThemeChanged = "AppleInterfaceThemeChangedNotification";
+
+// A centre with its queue, as every process has them.
+struct Program {
+  LinuxMainQueue queue;
+  std::shared_ptr<DesktopColourScheme> scheme = std::make_shared<DesktopColourScheme>();
+  DBusNotificationCentre centre{queue, scheme};
+  std::vector<Notification> heard;
+
+  ObserverToken observe(const std::string& name) {
+    return centre.addObserver(name, SuspensionBehavior::kDefault,
+                              [this](const Notification& notice) { heard.push_back(notice); });
+  }
+  // Posts a notice of its own and runs until it has come back: whatever was sent before has, too.
+  bool catchUp() {
+    const std::size_t before = marks;
+    if (before == 0) {
+      centre.addObserver("mark", SuspensionBehavior::kDefault,
+                         [this](const Notification&) { ++marks; });
+    }
+    centre.post({"mark", std::nullopt, std::nullopt}, true);
+    return runUntil(queue, [&] { return marks > before; });
+  }
+  std::size_t marks = 0;
+};
+
+Notification named(const char* name) { return {name, std::nullopt, std::nullopt}; }
+
+Dictionary everyKind() {
+  const PropertyListValue::Date date{std::chrono::microseconds(1'700'000'000'123'456)};
+  return {{"yes", true},
+          {"number", std::int64_t{-7'000'000'000}},
+          {"real", 0.756},
+          {"text", "Größe"},
+          {"data", Data{std::byte{0}, std::byte{200}}},
+          {"date", date},
+          {"list", Array{1, "two", Array{}, Dictionary{{"three", 3}}}},
+          {"nothing", Dictionary{}}};
+}
+
+TEST(DBusNotificationCentre, AnotherProcessHearsANoticeWithItsTypedUserInfo) {
+  testing::SessionBus bus;
+  std::array<int, 2> ready = {};
+  ASSERT_EQ(pipe(ready.data()), 0);
+  ChildWork other([&] {
+    Program program;
+    program.observe(kSettingsChanged);
+    if (write(ready[1], "r", 1) != 1 ||
+        !runUntil(program.queue, [&] { return program.heard.size() == 3; })) {
+      return 1;
+    }
+    const Notification& full = program.heard[0];
+    const Notification& empty = program.heard[1];
+    const Notification& bare = program.heard[2];
+    const bool right = full.object == "sender" && full.userInfo == everyKind() && !empty.object &&
+                       empty.userInfo == Dictionary{} && !bare.object && !bare.userInfo &&
+                       bare.name == kSettingsChanged;
+    return right ? 0 : 2;
+  });
+  char byte = 0;
+  ASSERT_EQ(read(ready[0], &byte, 1), 1);
+  Program program;
+  EXPECT_TRUE(program.centre.isConnected());
+  program.centre.post({kSettingsChanged, "sender", everyKind()}, true);
+  program.centre.post(named("another name"), true);
+  program.centre.post({kSettingsChanged, std::nullopt, Dictionary{}}, true);
+  program.centre.post(named(kSettingsChanged), true);
+  EXPECT_EQ(other.wait(), 0);
+}
+
+TEST(DBusNotificationCentre, AProcessHearsItsOwnNoticeExactlyOncePerObserver) {
+  testing::SessionBus bus;
+  Program program;
+  program.observe(kSettingsChanged);
+  program.observe(kSettingsChanged);
+  program.observe("another name");
+  program.centre.post(named(kSettingsChanged), true);
+  EXPECT_TRUE(program.heard.empty());  // later, on the main queue
+  ASSERT_TRUE(program.catchUp());
+  EXPECT_EQ(program.heard.size(), 2U);
+}
+
+TEST(DBusNotificationCentre, NoticesArriveOnTheMainThreadInTheOrderOfTheirPosting) {
+  testing::SessionBus bus;
+  Program program;
+  std::vector<std::int64_t> order;
+  bool onMain = true;
+  program.centre.addObserver(kSettingsChanged, SuspensionBehavior::kCoalesce,
+                             [&](const Notification& notice) {
+                               order.push_back(notice.userInfo->at("n").integerValue());
+                               onMain = onMain && program.queue.isMainThread();
+                             });
+  for (int number = 0; number < 100; ++number) {
+    program.centre.post({kSettingsChanged, std::nullopt, Dictionary{{"n", number}}}, true);
+  }
+  ASSERT_TRUE(program.catchUp());
+  EXPECT_TRUE(onMain);
+  ASSERT_EQ(order.size(), 100U);
+  EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+}
+
+TEST(DBusNotificationCentre, ARemovedObserverHearsNothingMoreNotEvenWhatIsOnItsWay) {
+  testing::SessionBus bus;
+  Program program;
+  const ObserverToken token = program.observe(kSettingsChanged);
+  EXPECT_NE(token, 0U);
+  program.centre.post(named(kSettingsChanged), true);
+  program.centre.removeObserver(token);
+  ASSERT_TRUE(program.catchUp());
+  EXPECT_TRUE(program.heard.empty());
+}
+
+TEST(DBusNotificationCentre, AnObserverRemovedByAnotherInTheSameNoticeIsNotCalled) {
+  Program program;
+  ObserverToken second = 0;
+  program.centre.addObserver(kSettingsChanged, SuspensionBehavior::kDefault,
+                             [&](const Notification&) { program.centre.removeObserver(second); });
+  second = program.observe(kSettingsChanged);
+  program.centre.post(named(kSettingsChanged), true);
+  ASSERT_TRUE(program.catchUp());
+  EXPECT_TRUE(program.heard.empty());
+}
+
+TEST(DBusNotificationCentre, WithoutABusNoticesStayInTheProcess) {
+  Program program;
+  EXPECT_FALSE(program.centre.isConnected());
+  program.observe(kSettingsChanged);
+  program.centre.post({kSettingsChanged, "sender", everyKind()}, true);
+  EXPECT_TRUE(program.heard.empty());
+  ASSERT_TRUE(program.catchUp());
+  ASSERT_EQ(program.heard.size(), 1U);
+  EXPECT_EQ(program.heard[0].object, "sender");
+  EXPECT_EQ(program.heard[0].userInfo, everyKind());
+}
+
+TEST(DBusNotificationCentre, WhenTheBusGoesAwayNoticesStayInTheProcess) {
+  testing::SessionBus bus;
+  Program program;
+  program.observe(kSettingsChanged);
+  ASSERT_TRUE(program.catchUp());
+  bus.end();
+  ASSERT_TRUE(runUntil(program.queue, [&] { return !program.centre.isConnected(); }));
+  program.centre.post(named(kSettingsChanged), true);
+  ASSERT_TRUE(program.catchUp());
+  EXPECT_EQ(program.heard.size(), 1U);
+}
+
+TEST(DBusNotificationCentre, WhatIsQueuedEndsWithItsCentre) {
+  LinuxMainQueue queue;
+  int heard = 0;
+  {
+    DBusNotificationCentre centre(queue, std::make_shared<DesktopColourScheme>());
+    centre.addObserver("a", SuspensionBehavior::kDefault, [&](const Notification&) { ++heard; });
+    centre.post(named("a"), true);
+  }
+  EXPECT_EQ(queue.runPending(), 1);
+  EXPECT_EQ(heard, 0);
+}
+
+TEST(DBusNotificationCentre, AMessageOfAnotherShapeIsIgnored) {
+  testing::SessionBus bus;
+  Program program;
+  program.observe("text");
+  ASSERT_TRUE(program.catchUp());
+  const auto connection = sdbus::createSessionBusConnection();
+  const auto object = sdbus::createObject(*connection, "/com/kelvora/DistributedNotifications");
+  object->emitSignal("Posted")
+      .onInterface("com.kelvora.DistributedNotifications")
+      .withArguments(std::string("text"), 5);
+  ASSERT_TRUE(program.catchUp());
+  EXPECT_TRUE(program.heard.empty());
+  EXPECT_TRUE(program.centre.isConnected());
+}
+
+TEST(DBusNotificationCentre, NumbersOfOtherSendersAreRead) {
+  testing::SessionBus bus;
+  Program program;
+  program.observe("numbers");
+  ASSERT_TRUE(program.catchUp());
+  const auto connection = sdbus::createSessionBusConnection();
+  const auto object = sdbus::createObject(*connection, "/com/kelvora/DistributedNotifications");
+  const std::map<std::string, sdbus::Variant> values{
+      {"y", sdbus::Variant(std::uint8_t{1})},
+      {"n", sdbus::Variant(std::int16_t{-2})},
+      {"q", sdbus::Variant(std::uint16_t{3})},
+      {"i", sdbus::Variant(std::int32_t{-4})},
+      {"u", sdbus::Variant(std::uint32_t{5})},
+      {"t", sdbus::Variant(std::uint64_t{6})},
+      {"o", sdbus::Variant(sdbus::ObjectPath("/a"))},
+      {"g", sdbus::Variant(sdbus::Signature("s"))},
+      {"v", sdbus::Variant(sdbus::Variant(true))},
+      {"as", sdbus::Variant(std::vector<std::string>{"not for property lists"})}};
+  object->emitSignal("Posted")
+      .onInterface("com.kelvora.DistributedNotifications")
+      .withArguments(std::string("numbers"), std::vector<std::string>(),
+                     std::vector<std::map<std::string, sdbus::Variant>>{values});
+  ASSERT_TRUE(runUntil(program.queue, [&] { return !program.heard.empty(); }));
+  EXPECT_EQ(program.heard[0].userInfo, (Dictionary{{"y", 1},
+                                                   {"n", -2},
+                                                   {"q", 3},
+                                                   {"i", -4},
+                                                   {"u", 5},
+                                                   {"t", 6},
+                                                   {"o", "/a"},
+                                                   {"g", "s"},
+                                                   {"v", true}}));
+}
+
+// The desktop's settings service, with a colour scheme that can change.
+class Desktop {
+ public:
+  explicit Desktop(std::uint32_t scheme)
+      : connection_(sdbus::createSessionBusConnection("org.freedesktop.portal.Desktop")),
+        object_(sdbus::createObject(*connection_, "/org/freedesktop/portal/desktop")) {
+    object_->registerMethod("Read")
+        .onInterface(kInterface)
+        .implementedAs([scheme](const std::string&, const std::string&) {
+          return sdbus::Variant(sdbus::Variant(scheme));
+        });
+    object_->registerSignal("SettingChanged")
+        .onInterface(kInterface)
+        .withParameters<std::string, std::string, sdbus::Variant>();
+    object_->finishRegistration();
+    connection_->enterEventLoopAsync();
+  }
+  void change(const std::string& space, const std::string& key, std::uint32_t value) {
+    object_->emitSignal("SettingChanged")
+        .onInterface(kInterface)
+        .withArguments(space, key, sdbus::Variant(value));
+  }
+
+ private:
+  static constexpr const char* kInterface = "org.freedesktop.portal.Settings";
+  std::unique_ptr<sdbus::IConnection> connection_;
+  std::unique_ptr<sdbus::IObject> object_;
+};
+
+TEST(DBusNotificationCentre, TheDesktopsColourSchemeIsHeardAsAThemeChange) {
+  testing::SessionBus bus;
+  Desktop desktop(0);
+  Program program;
+  program.observe(kThemeChanged);
+  ASSERT_TRUE(program.catchUp());
+  desktop.change("org.freedesktop.appearance", "color-scheme", 1);
+  ASSERT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == 1; }));
+  EXPECT_EQ(program.scheme->value(), DesktopColourScheme::kDark);
+  desktop.change("org.freedesktop.appearance", "color-scheme", 1);  // no change
+  desktop.change("org.freedesktop.appearance", "accent-color", 2);
+  desktop.change("org.gnome.desktop.interface", "color-scheme", 2);
+  desktop.change("org.freedesktop.appearance", "color-scheme", 2);
+  ASSERT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == 2; }));
+  ASSERT_TRUE(program.catchUp());
+  EXPECT_EQ(program.heard.size(), 2U);
+  EXPECT_EQ(program.scheme->value(), DesktopColourScheme::kLight);
+  EXPECT_EQ(program.heard[1].name, kThemeChanged);
+}
+
+TEST(DBusNotificationCentre, ADarkDesktopIsLearntWhenTheThemeIsFirstObserved) {
+  testing::SessionBus bus;
+  Desktop desktop(DesktopColourScheme::kDark);
+  Program program;
+  program.observe(kThemeChanged);
+  ASSERT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == 1; }));
+  EXPECT_EQ(program.scheme->value(), DesktopColourScheme::kDark);
+}
+
+}  // namespace
+}  // namespace kelvora::platform

@@ -1,0 +1,188 @@
+#include "platforms/linux/processes/LinuxChildProcesses.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kelvora::testing {
+namespace {
+
+using platform::ChildLaunch;
+using platform::ChildProcess;
+using platform::ChildRequest;
+using platform::LinuxChildProcesses;
+
+ChildRequest shell(const std::string& script) {
+  return {"/bin/sh", {"-c", script}, true, false, 0};
+}
+
+std::string outputOf(ChildProcess& child) {
+  std::string output;
+  std::array<std::byte, 1000> buffer;
+  while (const std::size_t count = child.readStandardOutput(buffer)) {
+    output.append(reinterpret_cast<const char*>(buffer.data()), count);
+  }
+  return output;
+}
+
+bool hasNoChildren() { return waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD; }
+
+// Looks on, reaping nothing itself, until the last child is reaped.
+bool soonHasNoChildren() {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  siginfo_t information;
+  while (waitid(P_ALL, 0, &information, WEXITED | WNOHANG | WNOWAIT) == 0) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return errno == ECHILD;
+}
+
+TEST(LinuxChildProcesses, CapturesStandardOutputAndTheExitStatus) {
+  const ChildLaunch launch = LinuxChildProcesses().launch(shell("echo \"$0 $1\"; exit 7"));
+  ASSERT_NE(launch.child, nullptr) << launch.failure;
+  EXPECT_EQ(launch.failure, "");
+  EXPECT_EQ(outputOf(*launch.child), "/bin/sh \n");
+  EXPECT_EQ(launch.child->waitUntilExit(), 7);
+  EXPECT_EQ(launch.child->waitUntilExit(), 7);
+}
+
+TEST(LinuxChildProcesses, ArgumentsArriveAsTheyAre) {
+  ChildRequest request{"/bin/echo", {"a b", "", "$HOME", "\"q\""}, true, false, 0};
+  const ChildLaunch launch = LinuxChildProcesses().launch(request);
+  EXPECT_EQ(outputOf(*launch.child), "a b  $HOME \"q\"\n");
+}
+
+TEST(LinuxChildProcesses, ReadsMoreThanAPipeHolds) {
+  const ChildLaunch launch =
+      LinuxChildProcesses().launch(shell("head -c 10485760 /dev/zero | tr '\\0' x"));
+  EXPECT_EQ(outputOf(*launch.child).size(), 10485760U);
+  EXPECT_EQ(launch.child->waitUntilExit(), 0);
+}
+
+TEST(LinuxChildProcesses, ASignalThatEndedTheChildIs128AndItsNumber) {
+  const ChildLaunch launch = LinuxChildProcesses().launch(shell("kill -9 $$"));
+  EXPECT_EQ(launch.child->waitUntilExit(), 128 + SIGKILL);
+}
+
+TEST(LinuxChildProcesses, AChildThatClosesItsOutputEarlyIsStillWaitedFor) {
+  const ChildLaunch launch = LinuxChildProcesses().launch(shell("echo early; exec 1>&-; exit 3"));
+  EXPECT_EQ(outputOf(*launch.child), "early\n");
+  EXPECT_EQ(launch.child->waitUntilExit(), 3);
+}
+
+TEST(LinuxChildProcesses, AChildWhoseReaderIsGoneEndsByASignal) {
+  signal(SIGPIPE, SIG_IGN);  // as a host may do; the child has the system's disposition
+  const ChildLaunch launch = LinuxChildProcesses().launch({"/usr/bin/yes", {}, true, false, 0});
+  launch.child->closeStandardOutput();
+  EXPECT_EQ(launch.child->waitUntilExit(), 128 + SIGPIPE);
+}
+
+TEST(LinuxChildProcesses, WhatCannotBeStartedSaysWhy) {
+  LinuxChildProcesses children;
+  const ChildLaunch missing = children.launch({"/no/such/program", {}, true, false, 0});
+  EXPECT_EQ(missing.child, nullptr);
+  EXPECT_EQ(missing.failure, "No such file or directory");
+  const ChildLaunch folder = children.launch({"/tmp", {}, true, false, 0});
+  EXPECT_EQ(folder.child, nullptr);
+  EXPECT_EQ(folder.failure, "Permission denied");
+  EXPECT_TRUE(hasNoChildren());
+}
+
+TEST(LinuxChildProcesses, NoDescriptorButTheStandardOnesReachesTheChild) {
+  const int inherited = open("/dev/null", O_RDONLY);
+  ASSERT_GE(dup2(inherited, 77), 0);
+  ChildRequest request{"/bin/ls", {"/proc/self/fd"}, true, false, 0};
+  const ChildLaunch launch = LinuxChildProcesses().launch(request);
+  // 3 is the descriptor by which ls reads the folder.
+  EXPECT_EQ(outputOf(*launch.child), "0\n1\n2\n3\n");
+  close(inherited);
+  close(77);
+}
+
+TEST(LinuxChildProcesses, LaunchesLeaveNoDescriptorsAndNoZombies) {
+  const auto nextDescriptor = [] {
+    const int descriptor = open("/dev/null", O_RDONLY);
+    close(descriptor);
+    return descriptor;
+  };
+  const int before = nextDescriptor();
+  LinuxChildProcesses children;
+  for (int i = 0; i < 20; ++i) {
+    // Unread and not waited for.
+    const ChildLaunch launch = children.launch(shell("echo unread"));
+    ASSERT_NE(launch.child, nullptr);
+    children.launch({"/no/such/program", {}, true, false, 0});
+  }
+  EXPECT_EQ(nextDescriptor(), before);
+  EXPECT_TRUE(soonHasNoChildren());
+}
+
+TEST(LinuxChildProcesses, AChildThatNobodyWaitsForIsNeitherWaitedForNorEnded) {
+  // Runs until its standard input ends, with its output closed.
+  int input[2];
+  ASSERT_EQ(pipe2(input, O_CLOEXEC), 0);
+  const int standardInput = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+  ASSERT_GE(dup2(input[0], STDIN_FILENO), 0);
+  pid_t pid = 0;
+  {
+    const ChildLaunch launch = LinuxChildProcesses().launch(shell("echo $$; exec 1>&-; read line"));
+    ASSERT_NE(launch.child, nullptr) << launch.failure;
+    pid = std::stoi(outputOf(*launch.child));
+  }
+  EXPECT_EQ(kill(pid, 0), 0) << "it runs until it is told to end";
+  dup2(standardInput, STDIN_FILENO);
+  close(standardInput);
+  close(input[0]);
+  close(input[1]);
+  EXPECT_TRUE(soonHasNoChildren());
+}
+
+TEST(LinuxChildProcesses, StandardErrorCanBeDiscarded) {
+  ::testing::internal::CaptureStderr();
+  ChildRequest request = shell("echo noise >&2");
+  LinuxChildProcesses().launch(request).child->waitUntilExit();
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "noise\n");
+  ::testing::internal::CaptureStderr();
+  request.discardStandardError = true;
+  LinuxChildProcesses().launch(request).child->waitUntilExit();
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(LinuxChildProcesses, OutputThatIsNotCapturedGoesWhereThisProcessWrites) {
+  ChildRequest request = shell("echo through");
+  request.captureStandardOutput = false;
+  ::testing::internal::CaptureStdout();
+  const ChildLaunch launch = LinuxChildProcesses().launch(request);
+  std::array<std::byte, 10> buffer;
+  EXPECT_EQ(launch.child->readStandardOutput(buffer), 0U);
+  EXPECT_EQ(launch.child->waitUntilExit(), 0);
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(), "through\n");
+}
+
+TEST(LinuxChildProcesses, AnInterruptedReadOrWaitGoesOn) {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  sigaction(SIGUSR1, &action, nullptr);  // without SA_RESTART
+  const ChildLaunch launch = LinuxChildProcesses().launch(
+      shell("for i in 1 2 3; do kill -USR1 $PPID; sleep 0.05; done; echo done"));
+  EXPECT_EQ(outputOf(*launch.child), "done\n");
+  EXPECT_EQ(launch.child->waitUntilExit(), 0);
+}
+
+TEST(LinuxChildProcesses, AChildThatWasReapedElsewhereAnswersWithoutHanging) {
+  const ChildLaunch launch = LinuxChildProcesses().launch(shell("exit 5"));
+  ASSERT_GT(waitpid(-1, nullptr, 0), 0);
+  EXPECT_EQ(launch.child->waitUntilExit(), 255);
+}
+
+}  // namespace
+}  // namespace kelvora::testing

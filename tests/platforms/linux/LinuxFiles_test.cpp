@@ -1,0 +1,179 @@
+#include "platforms/linux/system/LinuxFiles.h"
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platforms/linux/system/LinuxMainBundle.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace kelvora::testing {
+namespace {
+
+using platform::LinuxFiles;
+using platform::LinuxMainBundle;
+using platform::matchedLocalizations;
+
+using Texts = std::vector<std::string>;
+
+void clearLanguages() {
+  for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) unsetenv(name);
+}
+
+TEST(LinuxFiles, ACopyKeepsThePermissionsAndReplacesNothing) {
+  const TemporaryFolder folder;
+  const std::string from = folder.write("tool", "content");
+  chmod(from.c_str(), 0755);
+  const std::string to = folder.path() + "/copy";
+  LinuxFiles files;
+  EXPECT_TRUE(files.copy(from, to));
+  EXPECT_EQ(files.attributes(to)->posixPermissions, 0755U);
+  EXPECT_FALSE(files.copy(from, to));
+  EXPECT_FALSE(files.copy(folder.path() + "/missing", folder.path() + "/other"));
+  EXPECT_FALSE(files.exists(folder.path() + "/other"));
+}
+
+TEST(LinuxFiles, AttributesAreAccountNamesAndTwelvePermissionBits) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("tool", "");
+  chmod(path.c_str(), 06555);
+  LinuxFiles files;
+  const auto attributes = files.attributes(path);
+  EXPECT_EQ(attributes->posixPermissions, 06555U);
+  EXPECT_EQ(attributes->ownerAccountName.empty(), false);
+  EXPECT_EQ(attributes->groupOwnerAccountName.empty(), false);
+  EXPECT_FALSE(files.attributes(folder.path() + "/missing").has_value());
+}
+
+TEST(LinuxFiles, AttributesOfALinkAreItsOwn) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("tool", "");
+  chmod(path.c_str(), 0600);
+  const std::string link = folder.path() + "/link";
+  std::filesystem::create_symlink(path, link);
+  EXPECT_EQ(LinuxFiles().attributes(link)->posixPermissions, 0777U);
+}
+
+TEST(LinuxFiles, AFolderIsListedInOrderWithoutRecursion) {
+  const TemporaryFolder folder;
+  folder.write("b", "");
+  folder.write("a/inner", "");
+  LinuxFiles files;
+  EXPECT_EQ(files.list(folder.path()), (Texts{"a", "b"}));
+  EXPECT_FALSE(files.list(folder.path() + "/b").has_value());
+  EXPECT_FALSE(files.list(folder.path() + "/missing").has_value());
+}
+
+TEST(LinuxFiles, RemovesFilesAndFoldersWithWhatTheyHold) {
+  const TemporaryFolder folder;
+  folder.write("a/b/c", "");
+  LinuxFiles files;
+  EXPECT_TRUE(files.remove(folder.path() + "/a"));
+  EXPECT_FALSE(files.exists(folder.path() + "/a"));
+  EXPECT_FALSE(files.remove(folder.path() + "/a"));
+}
+
+TEST(LinuxFiles, AFolderIsMadeWithItsParents) {
+  const TemporaryFolder folder;
+  LinuxFiles files;
+  EXPECT_TRUE(files.createFolder(folder.path() + "/a/b"));
+  EXPECT_TRUE(files.createFolder(folder.path() + "/a/b"));
+  EXPECT_FALSE(files.createFolder(folder.write("file", "") + "/b"));
+  EXPECT_FALSE(files.createFolder(folder.path() + "/file"));
+}
+
+TEST(LinuxFiles, TheUsersFoldersFollowTheEnvironment) {
+  const TemporaryFolder home;
+  setenv("HOME", home.path().c_str(), 1);
+  unsetenv("XDG_DATA_HOME");
+  unsetenv("XDG_CONFIG_HOME");
+  LinuxFiles files;
+  EXPECT_EQ(files.documentsFolder(), home.path() + "/Documents");
+  EXPECT_EQ(files.applicationSupportFolder(), home.path() + "/.local/share");
+  const std::string group = home.path() + "/.local/share/group.com.kelvora";
+  EXPECT_EQ(files.groupContainer("group.com.kelvora"), group);
+  EXPECT_TRUE(files.exists(group));
+  EXPECT_EQ(files.groupContainer(""), std::nullopt);
+  home.write(".config/user-dirs.dirs",
+             "# comment\nXDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\nXDG_MUSIC_DIR=\"$HOME/M\"\n");
+  EXPECT_EQ(files.documentsFolder(), home.path() + "/Dokumente");
+  home.write(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"\nXDG_DOCUMENTS_DIR=\"relative\"\n");
+  EXPECT_EQ(files.documentsFolder(), home.path() + "/Documents");
+  setenv("XDG_DATA_HOME", "/data", 1);
+  EXPECT_EQ(files.applicationSupportFolder(), "/data");
+  setenv("XDG_DATA_HOME", "relative", 1);
+  EXPECT_EQ(files.applicationSupportFolder(), home.path() + "/.local/share");
+}
+
+TEST(LinuxMainBundle, KnowsTheRunningExecutable) {
+  EXPECT_EQ(std::filesystem::path(LinuxMainBundle().executablePath()).filename(),
+            "platforms_tests");
+}
+
+TEST(LinuxMainBundle, ResourcesStandBesideTheExecutable) {
+  const TemporaryFolder folder;
+  folder.write("bin/Resources/Database.momd", "");
+  folder.write("share/kelvora/Database.momd", "");
+  LinuxMainBundle bundle(folder.path() + "/bin/kelvora");
+  EXPECT_EQ(bundle.resourcePath("Database", "momd"),
+            folder.path() + "/bin/Resources/Database.momd");
+  EXPECT_EQ(bundle.resourcePath("Database.momd", ""),
+            folder.path() + "/bin/Resources/Database.momd");
+  EXPECT_EQ(bundle.resourcePath("Other", "momd"), std::nullopt);
+  EXPECT_EQ(bundle.resourcePath("", ""), std::nullopt);
+}
+
+TEST(LinuxMainBundle, ResourcesOfAnInstalledProgramStandUnderShare) {
+  const TemporaryFolder folder;
+  folder.write("share/kelvora/Database.momd", "");
+  LinuxMainBundle bundle(folder.path() + "/bin/kelvora");
+  EXPECT_EQ(bundle.resourcePath("Database", "momd"),
+            folder.path() + "/share/kelvora/Database.momd");
+}
+
+TEST(LinuxMainBundle, LocalisationsFollowTheEnvironment) {
+  const TemporaryFolder folder;
+  for (const char* code : {"en", "de", "zh-Hans"}) {
+    folder.write(std::string("bin/Resources/") + code + ".lproj/Localizable.strings", "");
+  }
+  LinuxMainBundle bundle(folder.path() + "/bin/kelvora");
+  clearLanguages();
+  EXPECT_EQ(bundle.preferredLocalizations(), (Texts{"en"}));
+  setenv("LANG", "de_DE.UTF-8", 1);
+  EXPECT_EQ(bundle.preferredLocalizations(), (Texts{"de", "en"}));
+  setenv("LC_ALL", "zh_CN.UTF-8", 1);
+  EXPECT_EQ(bundle.preferredLocalizations(), (Texts{"zh-Hans", "en"}));
+  setenv("LANGUAGE", "fr:de", 1);
+  EXPECT_EQ(bundle.preferredLocalizations(), (Texts{"de", "zh-Hans", "en"}));
+  setenv("LC_ALL", "C.UTF-8", 1);
+  EXPECT_EQ(bundle.preferredLocalizations(), (Texts{"en"}));
+}
+
+TEST(LinuxMainBundle, LocaleNamesFitTheClosestLocalisation) {
+  const Texts available = {"de", "en", "pt", "pt-BR", "zh-Hans", "zh-Hant"};
+  const auto first = [&](const char* language) {
+    return matchedLocalizations({language}, available).front();
+  };
+  EXPECT_EQ(first("de_AT.UTF-8"), "de");
+  EXPECT_EQ(first("de@euro"), "de");
+  EXPECT_EQ(first("pt_BR"), "pt-BR");
+  EXPECT_EQ(first("pt_PT"), "pt");
+  EXPECT_EQ(first("zh_TW"), "zh-Hant");
+  EXPECT_EQ(first("zh_HK.UTF-8"), "zh-Hant");
+  EXPECT_EQ(first("zh_CN.UTF-8"), "zh-Hans");
+  EXPECT_EQ(first("fr_FR"), "en");
+  EXPECT_EQ(first("C"), "en");
+  EXPECT_EQ(matchedLocalizations({}, {}), (Texts{"en"}));
+  EXPECT_EQ(matchedLocalizations({"de", "de_DE", "en_US"}, available), (Texts{"de", "en"}));
+}
+
+TEST(LinuxMainBundle, ABundleWithoutInformationHasNoDictionary) {
+  EXPECT_FALSE(LinuxMainBundle().informationDictionary("/Applications/Missing.app").has_value());
+  EXPECT_FALSE(LinuxMainBundle().informationDictionary("").has_value());
+}
+
+}  // namespace
+}  // namespace kelvora::testing

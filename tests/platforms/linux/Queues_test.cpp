@@ -1,0 +1,141 @@
+#include <atomic>
+#include <filesystem>
+#include <iterator>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include "KelvoraCore/KVSerialQueue.h"
+
+#include "platforms/linux/system/LinuxMainQueue.h"
+
+namespace kelvora::testing {
+namespace {
+
+using platform::LinuxMainQueue;
+
+bool isReadable(const LinuxMainQueue& queue) {
+  pollfd descriptor{queue.descriptor(), POLLIN, 0};
+  return poll(&descriptor, 1, 0) == 1;
+}
+
+TEST(LinuxMainQueue, RunsWorkInOrderAndNeverAtOnce) {
+  LinuxMainQueue queue;
+  std::vector<int> ran;
+  for (int i = 0; i < 3; ++i) queue.async([&ran, i] { ran.push_back(i); });
+  EXPECT_TRUE(ran.empty());
+  EXPECT_EQ(queue.runPending(), 3);
+  EXPECT_EQ(ran, (std::vector{0, 1, 2}));
+  EXPECT_EQ(queue.runPending(), 0);
+}
+
+TEST(LinuxMainQueue, WorkThatIsQueuedByWorkWaitsForTheNextRun) {
+  LinuxMainQueue queue;
+  int ran = 0;
+  queue.async([&] { queue.async([&] { ++ran; }); });
+  EXPECT_EQ(queue.runPending(), 1);
+  EXPECT_EQ(ran, 0);
+  EXPECT_EQ(queue.runPending(), 1);
+  EXPECT_EQ(ran, 1);
+}
+
+TEST(LinuxMainQueue, ItsDescriptorIsReadableExactlyWhileWorkIsQueued) {
+  LinuxMainQueue queue;
+  EXPECT_FALSE(isReadable(queue));
+  queue.async([] {});
+  queue.async([&] { queue.async([] {}); });
+  EXPECT_TRUE(isReadable(queue));
+  queue.runPending();
+  EXPECT_TRUE(isReadable(queue));
+  queue.runPending();
+  EXPECT_FALSE(isReadable(queue));
+}
+
+TEST(LinuxMainQueue, OnlyTheThreadThatMadeItRunsWork) {
+  LinuxMainQueue queue;
+  queue.async([] {});
+  EXPECT_TRUE(queue.isMainThread());
+  std::thread([&] {
+    EXPECT_FALSE(queue.isMainThread());
+    EXPECT_EQ(queue.runPending(), 0);
+    queue.async([] {});
+  }).join();
+  EXPECT_EQ(queue.runPending(), 2);
+}
+
+TEST(LinuxMainQueue, WorkMayDrainTheQueueItself) {
+  LinuxMainQueue queue;
+  int ran = 0;
+  queue.async([&] { EXPECT_EQ(queue.runPending(), 1); });
+  queue.async([&] { ++ran; });
+  EXPECT_EQ(queue.runPending(), 1);
+  EXPECT_EQ(ran, 1);
+}
+
+TEST(LinuxMainQueue, WorkThatThrowsLeavesTheRestQueued) {
+  LinuxMainQueue queue;
+  queue.async([] { throw std::runtime_error("work"); });
+  queue.async([] {});
+  EXPECT_THROW(queue.runPending(), std::runtime_error);
+  EXPECT_TRUE(isReadable(queue));
+  EXPECT_EQ(queue.runPending(), 1);
+}
+
+TEST(KVSerialQueue, RunsWorkInOrderOnOneThreadOfItsOwn) {
+  KVSerialQueue queue("Request Privilege");
+  EXPECT_EQ(queue.label(), "Request Privilege");
+  std::vector<int> ran;
+  std::thread::id thread;
+  for (int i = 0; i < 100; ++i) queue.async([&ran, i] { ran.push_back(i); });
+  queue.sync([&] { thread = std::this_thread::get_id(); });
+  EXPECT_NE(thread, std::this_thread::get_id());
+  ASSERT_EQ(ran.size(), 100U);
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(ran[static_cast<std::size_t>(i)], i);
+}
+
+TEST(KVSerialQueue, StartsItsThreadWithTheFirstWork) {
+  const auto threads = [] {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return std::distance(begin(tasks), end(tasks));
+  };
+  const auto before = threads();
+  KVSerialQueue queue("lazy");
+  EXPECT_EQ(threads(), before);
+  queue.sync([] {});
+  const auto working = threads();
+  EXPECT_GT(working, before);
+  queue.sync([] {});
+  EXPECT_EQ(threads(), working);
+}
+
+TEST(KVSerialQueue, DestructionWaitsForWhatIsQueued) {
+  std::atomic<int> ran = 0;
+  {
+    KVSerialQueue queue("last");
+    for (int i = 0; i < 50; ++i) queue.async([&] { ++ran; });
+  }
+  EXPECT_EQ(ran, 50);
+}
+
+TEST(KVSerialQueue, WorkMayQueueMoreWork) {
+  std::atomic<int> ran = 0;
+  {
+    KVSerialQueue queue("more");
+    queue.async([&] { queue.async([&] { ++ran; }); });
+  }
+  EXPECT_EQ(ran, 1);
+}
+
+TEST(KVSerialQueue, SynchronousWorkHandsItsExceptionBack) {
+  KVSerialQueue queue("throwing");
+  EXPECT_THROW(queue.sync([] { throw std::runtime_error("work"); }), std::runtime_error);
+  bool ran = false;
+  queue.sync([&] { ran = true; });
+  EXPECT_TRUE(ran);
+}
+
+}  // namespace
+}  // namespace kelvora::testing

@@ -1,0 +1,61 @@
+#include "KelvoraCore/StopSignal.h"
+
+#include <array>
+#include <csignal>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace kelvora::platform {
+namespace {
+
+class StopSignalTest : public ::testing::Test {
+ protected:
+  StopSignalTest() { EXPECT_EQ(pipe(ends_.data()), 0); }
+  ~StopSignalTest() override {
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+  void makeReadable() { EXPECT_EQ(write(ends_[1], "x", 1), 1); }
+  int descriptor() const { return ends_[0]; }
+
+ private:
+  std::array<int, 2> ends_ = {};
+};
+
+TEST_F(StopSignalTest, WaitsForTheDescriptorWhileNobodyAsksToStop) {
+  StopSignal stop;
+  makeReadable();
+  EXPECT_TRUE(stop.waitUntilReadable(descriptor()));
+  EXPECT_TRUE(stop.waitUntilReadable(descriptor()));
+}
+
+TEST_F(StopSignalTest, AStopGoesBeforeWhatIsReadableAndStays) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    StopSignal stop;
+    makeReadable();
+    raise(signal);
+    EXPECT_FALSE(stop.waitUntilReadable(descriptor()));
+    EXPECT_FALSE(stop.waitUntilReadable(descriptor()));
+    EXPECT_FALSE(stop.waitUntilReadable(-1));
+  }
+}
+
+TEST_F(StopSignalTest, AnEarlierStopDoesNotReachALaterObject) {
+  {
+    const StopSignal stop;
+    raise(SIGTERM);
+  }
+  StopSignal later;
+  makeReadable();
+  EXPECT_TRUE(later.waitUntilReadable(descriptor()));
+}
+
+TEST_F(StopSignalTest, AfterwardsTheSignalsDoWhatTheyDidBefore) {
+  { const StopSignal stop; }
+  EXPECT_EXIT(raise(SIGTERM), ::testing::KilledBySignal(SIGTERM), "");
+  EXPECT_EXIT(raise(SIGINT), ::testing::KilledBySignal(SIGINT), "");
+}
+
+}  // namespace
+}  // namespace kelvora::platform

@@ -1,0 +1,191 @@
+#include "platforms/recorded/RecordedSMC.h"
+
+#include <array>
+#include <cstring>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/ForwardingSMC.h"
+#include "tests/support/SMCConnection.h"
+
+namespace kelvora::testing {
+namespace {
+
+using platform::RecordedSMC;
+using platform::RecordedSMCKey;
+
+std::vector<std::byte> bytesOf(std::initializer_list<int> values) {
+  std::vector<std::byte> bytes;
+  for (const int value : values) bytes.push_back(static_cast<std::byte>(value));
+  return bytes;
+}
+
+// Not in the order of their codes, one of them twice.
+std::vector<RecordedSMCKey> fewKeys() {
+  return {{packedKey("TC0P"), packedKey("sp78"), 192, bytesOf({0x25, 0x20}), 0, 0},
+          {packedKey("#KEY"), packedKey("ui32"), 128, bytesOf({0, 0, 0, 4}), 0, 0},
+          {packedKey("BNCM"), packedKey("ui8 "), 3, bytesOf({0}), 133, 0},
+          {packedKey("TC0P"), packedKey("flt "), 1, bytesOf({1, 2, 3, 4}), 0, 0},
+          {packedKey("Fail"), packedKey("ui8 "), 0, bytesOf({7}), 0, platform::kIOReturnError},
+          {packedKey("None"), packedKey("ui8 "), 0, {}, 0, 0}};
+}
+
+TEST(RecordedSMC, ReadsTheBytesOfAKey) {
+  RecordedSMC smc(fewKeys());
+  SMCConnection connection(smc);
+  const auto reply = connection.call(5, packedKey("TC0P"), 2);
+  EXPECT_EQ(reply.status, 0U);
+  EXPECT_EQ(reply.result, 0);
+  EXPECT_EQ(reply.payload[0], std::byte{0x25});
+  EXPECT_EQ(reply.payload[1], std::byte{0x20});
+  EXPECT_EQ(reply.payload[2], std::byte{0});
+}
+
+TEST(RecordedSMC, TellsSizeTypeAndAttributesOfAKey) {
+  RecordedSMC smc(fewKeys());
+  SMCConnection connection(smc);
+  const auto reply = connection.call(9, packedKey("TC0P"));
+  EXPECT_EQ(reply.dataSize, 2U);
+  EXPECT_EQ(reply.dataType, packedKey("sp78"));
+  EXPECT_EQ(reply.attributes, 192);
+  EXPECT_EQ(connection.call(9, packedKey("None")).dataSize, 0U);
+}
+
+TEST(RecordedSMC, ListsEveryKeyByIndexInTheOrderOfTheFile) {
+  RecordedSMC smc(fewKeys());
+  SMCConnection connection(smc);
+  const auto keys = fewKeys();
+  for (std::uint32_t i = 0; i < keys.size(); ++i) {
+    const auto reply = connection.call(8, 0, 0, i);
+    EXPECT_EQ(reply.key, keys[i].key) << i;
+    EXPECT_EQ(reply.result, 0);
+  }
+}
+
+TEST(RecordedSMC, AnUnknownKeyOrIndexAnswersResult132AndSizeZero) {
+  RecordedSMC smc(fewKeys());
+  SMCConnection connection(smc);
+  for (const std::uint8_t command : {std::uint8_t{5}, std::uint8_t{6}, std::uint8_t{9}}) {
+    const auto reply = connection.call(command, packedKey("Nope"));
+    EXPECT_EQ(reply.status, 0U);
+    EXPECT_EQ(reply.result, 132);
+    EXPECT_EQ(reply.dataSize, 0U);
+  }
+  for (const std::uint32_t index : {6U, 0xffffffffU}) {
+    const auto reply = connection.call(8, 0, 0, index);
+    EXPECT_EQ(reply.status, 0U);
+    EXPECT_EQ(reply.result, 132);
+  }
+}
+
+TEST(RecordedSMC, ARecordedResultOrStatusIsThatOfARead) {
+  RecordedSMC smc(fewKeys());
+  SMCConnection connection(smc);
+  EXPECT_EQ(connection.call(5, packedKey("BNCM"), 1).result, 133);
+  EXPECT_EQ(connection.call(9, packedKey("BNCM")).result, 0);
+  EXPECT_EQ(connection.call(5, packedKey("Fail"), 1).status, platform::kIOReturnError);
+  EXPECT_EQ(connection.call(9, packedKey("Fail")).status, 0U);
+}
+
+TEST(RecordedSMC, AWriteGoesIntoItsMemoryAndIsListed) {
+  RecordedSMC smc(fewKeys());
+  SMCConnection connection(smc);
+  const auto reply = connection.call(6, packedKey("TC0P"), 2, 0, bytesOf({9, 8, 7}));
+  EXPECT_EQ(reply.status, 0U);
+  EXPECT_EQ(reply.result, 0);
+  ASSERT_EQ(smc.writes().size(), 1U);
+  EXPECT_EQ(smc.writes().front().key, packedKey("TC0P"));
+  EXPECT_EQ(smc.writes().front().bytes, bytesOf({9, 8}));
+  EXPECT_EQ(connection.call(5, packedKey("TC0P"), 2).payload[0], std::byte{9});
+}
+
+TEST(RecordedSMC, AWriteOfAnotherSizeIsNotTaken) {
+  RecordedSMC smc(fewKeys());
+  SMCConnection connection(smc);
+  EXPECT_NE(connection.call(6, packedKey("TC0P"), 4, 0, bytesOf({9, 8, 7, 6})).result, 0);
+  EXPECT_TRUE(smc.writes().empty());
+  EXPECT_EQ(connection.call(5, packedKey("TC0P"), 2).payload[0], std::byte{0x25});
+}
+
+TEST(RecordedSMC, ThereIsNoServiceWithoutAListOrOfAnotherClass) {
+  RecordedSMC absent(std::nullopt);
+  RecordedSMC empty(std::vector<RecordedSMCKey>{});
+  platform::IOObject iterator = 0;
+  ASSERT_EQ(absent.matchingServices("AppleSMC", iterator), 0U);
+  EXPECT_EQ(absent.nextService(iterator), 0U);
+  ASSERT_EQ(empty.matchingServices("IOPCIDevice", iterator), 0U);
+  EXPECT_EQ(empty.nextService(iterator), 0U);
+  ASSERT_EQ(empty.matchingServices("AppleSMC", iterator), 0U);
+  EXPECT_NE(empty.nextService(iterator), 0U);
+  EXPECT_EQ(empty.nextService(iterator), 0U);
+}
+
+TEST(RecordedSMC, ACallNeedsAnOpenConnection) {
+  RecordedSMC smc(fewKeys());
+  std::array<std::byte, 80> record{};
+  EXPECT_EQ(smc.callStructMethod(0, 2, record, record), platform::kIOReturnNotOpen);
+  platform::IOObject handle = 0;
+  {
+    SMCConnection connection(smc);
+    handle = connection.handle();
+    EXPECT_EQ(smc.callStructMethod(handle + 1, 2, record, record), platform::kIOReturnNotOpen);
+  }
+  EXPECT_EQ(smc.callStructMethod(handle, 2, record, record), platform::kIOReturnNotOpen);
+  EXPECT_EQ(smc.closeService(handle), platform::kIOReturnNotOpen);
+}
+
+TEST(RecordedSMC, AServiceOpensOnlyBeforeItIsReleased) {
+  RecordedSMC smc(fewKeys());
+  platform::IOObject iterator = 0;
+  smc.matchingServices("AppleSMC", iterator);
+  const platform::IOObject service = smc.nextService(iterator);
+  smc.release(iterator);
+  smc.release(service);
+  platform::IOObject connection = 0;
+  EXPECT_EQ(smc.openService(service, 0, connection), platform::kIOReturnBadArgument);
+}
+
+TEST(RecordedSMC, AMalformedCallIsABadArgument) {
+  RecordedSMC smc(fewKeys());
+  SMCConnection connection(smc);
+  std::array<std::byte, 80> record{};
+  std::array<std::byte, 79> shorter{};
+  const auto handle = connection.handle();
+  EXPECT_EQ(smc.callStructMethod(handle, 2, shorter, record), platform::kIOReturnBadArgument);
+  EXPECT_EQ(smc.callStructMethod(handle, 2, record, shorter), platform::kIOReturnBadArgument);
+  EXPECT_EQ(smc.callStructMethod(handle, 1, record, record), platform::kIOReturnBadArgument);
+  EXPECT_EQ(connection.call(77, packedKey("TC0P")).status, platform::kIOReturnBadArgument);
+}
+
+TEST(RecordedSMC, ManyThreadsReadAndWriteAtOnce) {
+  RecordedSMC smc(fewKeys());
+  SMCConnection connection(smc);
+  const auto work = [&] {
+    for (int i = 0; i < 500; ++i) {
+      connection.call(6, packedKey("TC0P"), 2, 0, bytesOf({i % 256, i % 256}));
+      const auto reply = connection.call(5, packedKey("TC0P"), 2);
+      EXPECT_EQ(reply.status, 0U);
+    }
+  };
+  std::thread other(work);
+  work();
+  other.join();
+  EXPECT_EQ(smc.writes().size(), 1000U);
+}
+
+TEST(ForwardingSMC, CountsCallsAndMakesTheNthFail) {
+  ForwardingSMC smc(std::make_unique<RecordedSMC>(fewKeys()));
+  SMCConnection connection(smc);
+  smc.failNth(2);
+  EXPECT_EQ(connection.call(9, packedKey("TC0P")).status, 0U);
+  EXPECT_EQ(connection.call(5, packedKey("TC0P"), 2).status, platform::kIOReturnError);
+  EXPECT_EQ(connection.call(5, packedKey("TC0P"), 2).status, 0U);
+  EXPECT_EQ(smc.count(), 3);
+  EXPECT_EQ(smc.count(5), 2);
+  EXPECT_EQ(smc.calls().front(), (SMCCallRecord{9, packedKey("TC0P"), 0}));
+  EXPECT_EQ(smc.openConnections(), 1);
+}
+
+}  // namespace
+}  // namespace kelvora::testing
