@@ -34,18 +34,24 @@ UChar32 nextCharacter(std::string_view text, std::size_t& index) {
 
 std::size_t beginOfLastCharacter(std::string_view text) {
   std::size_t begin = text.size() - 1;
-  while (begin > 0 && U8_IS_TRAIL(text[begin])) --begin;
+  while (begin > 0 && U8_IS_TRAIL(text[begin])) {
+    --begin;
+  }
   return begin;
 }
 
 std::string_view trimmed(std::string_view text, Membership isMember) {
   for (std::size_t end = 0; !text.empty(); text.remove_prefix(end), end = 0) {
-    if (!isMember(nextCharacter(text, end))) break;
+    if (!isMember(nextCharacter(text, end))) {
+      break;
+    }
   }
   while (!text.empty()) {
     const std::size_t begin = beginOfLastCharacter(text);
     std::size_t end = begin;
-    if (!isMember(nextCharacter(text, end)) || end != text.size()) break;
+    if (!isMember(nextCharacter(text, end)) || end != text.size()) {
+      break;
+    }
     text.remove_suffix(text.size() - begin);
   }
   return text;
@@ -63,14 +69,18 @@ std::string withSingleBlanks(std::string_view text) {
   std::string result;
   result.reserve(text.size());
   for (const char character : text) {
-    if (character != ' ' || !result.ends_with(' ')) result += character;
+    if (character != ' ' || !result.ends_with(' ')) {
+      result += character;
+    }
   }
   return result;
 }
 
 bool isValidUTF8(std::string_view text) {
   for (std::size_t index = 0; index < text.size();) {
-    if (nextCharacter(text, index) < 0) return false;
+    if (nextCharacter(text, index) < 0) {
+      return false;
+    }
   }
   return true;
 }

@@ -8,7 +8,9 @@ bool isBlank(std::string_view text) { return trimWhitespace(text).empty(); }
 
 std::string replace(std::string_view text, std::string_view what,
                     std::optional<std::string_view> with) {
-  if (what.empty()) return std::string(text);
+  if (what.empty()) {
+    return std::string(text);
+  }
   std::string result;
   result.reserve(text.size());
   std::size_t begin = 0;

@@ -37,7 +37,9 @@ std::string replacedMatches(std::string_view text, std::string_view pattern, std
                             const icu::UnicodeString& replacement) {
   const icu::UnicodeString decodedText = decoded(text);
   const auto matches = matcher(pattern, decodedText, options);
-  if (!matches) return std::string(text);
+  if (!matches) {
+    return std::string(text);
+  }
   UErrorCode status = U_ZERO_ERROR;
   const icu::UnicodeString result = matches->replaceAll(replacement, status);
   return U_SUCCESS(status) ? encoded(result) : std::string(text);
@@ -56,7 +58,9 @@ icu::UnicodeString withLoneDollarsEscaped(const icu::UnicodeString& replacement)
     } else if (character == u'$' && !isDigit(replacement.charAt(index + 1))) {
       result.append(u'\\');
     }
-    if (index < replacement.length()) result.append(replacement[index]);
+    if (index < replacement.length()) {
+      result.append(replacement[index]);
+    }
   }
   return result;
 }
@@ -67,7 +71,9 @@ std::string getPattern(std::string_view text, std::string_view pattern) {
   const icu::UnicodeString decodedText = decoded(text);
   const auto matches = matcher(pattern, decodedText, 0);
   UErrorCode status = U_ZERO_ERROR;
-  if (!matches || !matches->find(status) || U_FAILURE(status)) return "";
+  if (!matches || !matches->find(status) || U_FAILURE(status)) {
+    return "";
+  }
   return trimWhitespace(encoded(matches->group(status)));
 }
 

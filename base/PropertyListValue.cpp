@@ -22,21 +22,29 @@ std::string_view withoutLeadingBlanks(std::string_view text) {
 
 bool takeSign(std::string_view& text) {
   const bool isNegative = text.starts_with('-');
-  if (isNegative || text.starts_with('+')) text.remove_prefix(1);
+  if (isNegative || text.starts_with('+')) {
+    text.remove_prefix(1);
+  }
   return isNegative;
 }
 
 std::size_t digitCount(std::string_view text) {
   std::size_t count = 0;
-  while (count < text.size() && isDigit(text[count])) ++count;
+  while (count < text.size() && isDigit(text[count])) {
+    ++count;
+  }
   return count;
 }
 
 std::int64_t saturated(double value) {
   // 2^63 is exact as a double, the largest std::int64_t is not.
   constexpr double kBound = 9223372036854775808.0;
-  if (value >= kBound) return std::numeric_limits<std::int64_t>::max();
-  if (value < -kBound) return std::numeric_limits<std::int64_t>::min();
+  if (value >= kBound) {
+    return std::numeric_limits<std::int64_t>::max();
+  }
+  if (value < -kBound) {
+    return std::numeric_limits<std::int64_t>::min();
+  }
   return value == value ? static_cast<std::int64_t>(value) : 0;
 }
 
@@ -47,10 +55,14 @@ std::int64_t leadingInteger(std::string_view text) {
   std::int64_t value = 0;
   for (const char character : text.substr(0, digitCount(text))) {
     const std::int64_t digit = character - '0';
-    if (value < (Limits::min() + digit) / 10) return isNegative ? Limits::min() : Limits::max();
+    if (value < (Limits::min() + digit) / 10) {
+      return isNegative ? Limits::min() : Limits::max();
+    }
     value = value * 10 - digit;
   }
-  if (isNegative) return value;
+  if (isNegative) {
+    return value;
+  }
   return value == Limits::min() ? Limits::max() : -value;
 }
 
@@ -64,7 +76,9 @@ std::size_t decimalExtent(std::string_view text) {
     digits += fraction;
     end += 1 + fraction;
   }
-  if (digits == 0) return 0;
+  if (digits == 0) {
+    return 0;
+  }
   if (end < text.size() && (text[end] == 'e' || text[end] == 'E')) {
     std::string_view exponent = text.substr(end + 1);
     takeSign(exponent);
@@ -89,7 +103,9 @@ bool leadingTruth(std::string_view text) {
   text = withoutLeadingBlanks(text);
   takeSign(text);
   const std::size_t first = text.find_first_not_of('0');
-  if (first == std::string_view::npos) return false;
+  if (first == std::string_view::npos) {
+    return false;
+  }
   const char character = text[first];
   return isDigit(character) || std::string_view("YyTt").find(character) != std::string_view::npos;
 }
@@ -97,26 +113,50 @@ bool leadingTruth(std::string_view text) {
 }  // namespace
 
 std::int64_t PropertyListValue::integerValue() const {
-  if (const auto* truth = as<bool>()) return *truth ? 1 : 0;
-  if (const auto* integer = as<std::int64_t>()) return *integer;
-  if (const auto* number = as<double>()) return saturated(*number);
-  if (const auto* text = as<std::string>()) return leadingInteger(*text);
+  if (const auto* truth = as<bool>()) {
+    return *truth ? 1 : 0;
+  }
+  if (const auto* integer = as<std::int64_t>()) {
+    return *integer;
+  }
+  if (const auto* number = as<double>()) {
+    return saturated(*number);
+  }
+  if (const auto* text = as<std::string>()) {
+    return leadingInteger(*text);
+  }
   return 0;
 }
 
 double PropertyListValue::doubleValue() const {
-  if (const auto* truth = as<bool>()) return *truth ? 1 : 0;
-  if (const auto* integer = as<std::int64_t>()) return static_cast<double>(*integer);
-  if (const auto* number = as<double>()) return *number;
-  if (const auto* text = as<std::string>()) return leadingDouble(*text);
+  if (const auto* truth = as<bool>()) {
+    return *truth ? 1 : 0;
+  }
+  if (const auto* integer = as<std::int64_t>()) {
+    return static_cast<double>(*integer);
+  }
+  if (const auto* number = as<double>()) {
+    return *number;
+  }
+  if (const auto* text = as<std::string>()) {
+    return leadingDouble(*text);
+  }
   return 0;
 }
 
 bool PropertyListValue::boolValue() const {
-  if (const auto* truth = as<bool>()) return *truth;
-  if (const auto* integer = as<std::int64_t>()) return *integer != 0;
-  if (const auto* number = as<double>()) return *number != 0;
-  if (const auto* text = as<std::string>()) return leadingTruth(*text);
+  if (const auto* truth = as<bool>()) {
+    return *truth;
+  }
+  if (const auto* integer = as<std::int64_t>()) {
+    return *integer != 0;
+  }
+  if (const auto* number = as<double>()) {
+    return *number != 0;
+  }
+  if (const auto* text = as<std::string>()) {
+    return leadingTruth(*text);
+  }
   return false;
 }
 

@@ -22,7 +22,9 @@ constexpr std::string_view kCharacters =
 
 std::uint32_t packed(std::string_view text) {
   std::uint32_t code = 0;
-  for (const char character : text) code = code << 8 | static_cast<unsigned char>(character);
+  for (const char character : text) {
+    code = code << 8 | static_cast<unsigned char>(character);
+  }
   return code;
 }
 
@@ -31,14 +33,18 @@ platform::RecordedSMCKey recorded(std::string_view key, std::string_view type,
   platform::RecordedSMCKey result;
   result.key = packed(key);
   result.type = packed(type);
-  for (const unsigned byte : bytes) result.bytes.push_back(static_cast<std::byte>(byte));
+  for (const unsigned byte : bytes) {
+    result.bytes.push_back(static_cast<std::byte>(byte));
+  }
   return result;
 }
 
 // Around 40 in the unit of the key's first letter, in types that Macs use for it.
 platform::RecordedSMCKey sensorKey(const std::string& key, std::size_t index) {
   const auto low = static_cast<unsigned>(index % 256);
-  if (index % 4 == 3) return recorded(key, "flt ", {0x00, low, 0x20, 0x42});
+  if (index % 4 == 3) {
+    return recorded(key, "flt ", {0x00, low, 0x20, 0x42});
+  }
   switch (key[0]) {
     case 'T':
       return recorded(key, "sp78", {0x28, low});
@@ -61,12 +67,16 @@ class KeyNames {
 
  private:
   void add(const std::string& key) {
-    if (list_.size() < count_ && known_.insert(key).second) list_.push_back(key);
+    if (list_.size() < count_ && known_.insert(key).second) {
+      list_.push_back(key);
+    }
   }
 
   void addCatalogue() {
     for (const SensorPtr& sensor : SensorController::getDefaultSMCSensors()) {
-      if ((sensor->platform & SensorPlatformIntel) == 0) continue;
+      if ((sensor->platform & SensorPlatformIntel) == 0) {
+        continue;
+      }
       const std::size_t percent = sensor->key.find('%');
       if (percent == std::string::npos) {
         add(sensor->key);
@@ -103,7 +113,9 @@ std::vector<platform::RecordedSMCKey> fanKeys(char fan) {
 class CallRecorder : public platform::RecordedSMC {
  public:
   explicit CallRecorder(const std::vector<platform::RecordedSMCKey>& keys) : RecordedSMC(keys) {
-    for (const platform::RecordedSMCKey& key : keys) types_[key.key] = key.type;
+    for (const platform::RecordedSMCKey& key : keys) {
+      types_[key.key] = key.type;
+    }
   }
 
   platform::KernelStatus callStructMethod(platform::IOObject connection, std::uint32_t selector,
@@ -132,10 +144,14 @@ std::vector<platform::RecordedSMCKey> smcKeys(std::size_t sensorKeys) {
                {0, 0, static_cast<unsigned>(count / 256), static_cast<unsigned>(count % 256)}));
   keys.push_back(recorded("FNum", "ui8 ", {2}));
   for (const char fan : {'0', '1'}) {
-    for (platform::RecordedSMCKey& key : fanKeys(fan)) keys.push_back(std::move(key));
+    for (platform::RecordedSMCKey& key : fanKeys(fan)) {
+      keys.push_back(std::move(key));
+    }
   }
   const KeyNames names(sensorKeys);
-  for (std::size_t i = 0; i < sensorKeys; ++i) keys.push_back(sensorKey(names.list()[i], i));
+  for (std::size_t i = 0; i < sensorKeys; ++i) {
+    keys.push_back(sensorKey(names.list()[i], i));
+  }
   return keys;
 }
 

@@ -25,8 +25,12 @@ constexpr std::uint8_t kReadBytes = 5;
 void getAllSensors(benchmark::State& state, std::size_t sensorKeys) {
   installSMC(std::make_unique<platform::RecordedSMC>(smcKeys(sensorKeys)));
   SensorController controller(currentPlatform(), device());
-  if (controller.getAllSensors().size() < sensorKeys) state.SkipWithError("sensors are missing");
-  for (auto iteration : state) benchmark::DoNotOptimize(controller.getAllSensors().data());
+  if (controller.getAllSensors().size() < sensorKeys) {
+    state.SkipWithError("sensors are missing");
+  }
+  for (auto iteration : state) {
+    benchmark::DoNotOptimize(controller.getAllSensors().data());
+  }
 }
 
 platform::IOObject open(platform::SMCUserClient& smc) {
@@ -79,7 +83,9 @@ float fastestReading(platform::SMCUserClient& smc, platform::IOObject connection
                      const std::vector<Call>& calls) {
   float sum = 0;
   Records records;
-  for (const Call& call : calls) sum += readBare(smc, connection, call, records);
+  for (const Call& call : calls) {
+    sum += readBare(smc, connection, call, records);
+  }
   return sum;
 }
 
@@ -90,7 +96,9 @@ void loopOverCalls(benchmark::State& state, std::size_t sensorKeys, Loop loop) {
   platform::SMCUserClient& smc =
       installSMC(std::make_unique<platform::RecordedSMC>(smcKeys(sensorKeys)));
   const platform::IOObject connection = open(smc);
-  for (auto iteration : state) benchmark::DoNotOptimize(loop(smc, connection, calls));
+  for (auto iteration : state) {
+    benchmark::DoNotOptimize(loop(smc, connection, calls));
+  }
   state.counters["calls"] = static_cast<double>(calls.size());
   smc.closeService(connection);
 }
@@ -104,7 +112,9 @@ int run(int argc, char** argv) {
                                  fastestReading);
   }
   benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    return 2;
+  }
   RatioReporter reporter({
       {"getAllSensors over 500 keys / bare loop", "getAllSensors/500", "bareLoop/500", 1.3},
       {"getAllSensors over 500 keys / loop with one request for all", "getAllSensors/500",

@@ -57,7 +57,9 @@ class Fixture {
  private:
   Fixture() {
     home = (std::filesystem::temp_directory_path() / "kelvora-bench-XXXXXX").string();
-    if (::mkdtemp(home.data()) == nullptr) std::abort();
+    if (::mkdtemp(home.data()) == nullptr) {
+      std::abort();
+    }
     ::setenv("XDG_DATA_HOME", home.c_str(), 1);
     store = std::make_unique<KVCoreDataStore>(-1);
     const auto view = store->viewContext();
@@ -124,22 +126,30 @@ class Fixture {
 
 void saveInStore(benchmark::State& state) {
   Fixture& fixture = Fixture::shared();
-  for (auto iteration : state) fixture.addPoints(kPointsPerSensor, kPointsPerSave);
+  for (auto iteration : state) {
+    fixture.addPoints(kPointsPerSensor, kPointsPerSave);
+  }
 }
 
 void insertWithIndex(benchmark::State& state) {
-  for (auto iteration : state) Fixture::shared().insertRaw("points", kPointsPerSave);
+  for (auto iteration : state) {
+    Fixture::shared().insertRaw("points", kPointsPerSave);
+  }
 }
 
 void insertIntoHeap(benchmark::State& state) {
-  for (auto iteration : state) Fixture::shared().insertRaw("heap", kPointsPerSave);
+  for (auto iteration : state) {
+    Fixture::shared().insertRaw("heap", kPointsPerSave);
+  }
 }
 
 void fetchByKey(benchmark::State& state, double staleness) {
   Fixture& fixture = Fixture::shared();
   fixture.store->viewContext()->setStalenessInterval(staleness);
   std::vector<std::string> keys;
-  for (int i = 0; i < kSensors; ++i) keys.push_back(keyOf(i));
+  for (int i = 0; i < kSensors; ++i) {
+    keys.push_back(keyOf(i));
+  }
   std::size_t i = 0;
   for (auto iteration : state) {
     benchmark::DoNotOptimize(fixture.store->getSensorByKey(keys[i++ % keys.size()]));
@@ -157,7 +167,9 @@ struct RawSensor {
 void lookUp(benchmark::State& state) {
   Fixture& fixture = Fixture::shared();
   std::vector<ManagedValue> keys;
-  for (int i = 0; i < kSensors; ++i) keys.emplace_back(keyOf(i));
+  for (int i = 0; i < kSensors; ++i) {
+    keys.emplace_back(keyOf(i));
+  }
   const auto statement = fixture.raw->statement("SELECT * FROM sensors WHERE key = ? LIMIT 1");
   engine::Column real;
   real.type = engine::AttributeType::kDouble;
@@ -165,7 +177,9 @@ void lookUp(benchmark::State& state) {
   for (auto iteration : state) {
     const engine::StatementRun run(statement);
     run->bind(1, keys[i++ % keys.size()]);
-    if (!run->step()) std::abort();
+    if (!run->step()) {
+      std::abort();
+    }
     RawSensor sensor{run->integer(0), run->text(1), run->text(2), run->text(3), {}, {}};
     for (int c = 0; c < 5; ++c) {
       sensor.doubles[c] = std::get<double>(run->value(c + 4, real));
@@ -218,8 +232,12 @@ Written writtenSoFar() {
   Written written;
   std::string name;
   for (double value = 0; file >> name >> value;) {
-    if (name == "wchar:") written.toFiles = value;
-    if (name == "write_bytes:") written.toDisk = value;
+    if (name == "wchar:") {
+      written.toFiles = value;
+    }
+    if (name == "write_bytes:") {
+      written.toDisk = value;
+    }
   }
   return written;
 }
@@ -228,7 +246,9 @@ template <typename Save>
 void printWritten(const char* title, const Save& save) {
   constexpr int kSaves = 320;  // four batches of the index
   const Written before = writtenSoFar();
-  for (int i = 0; i < kSaves; ++i) save();
+  for (int i = 0; i < kSaves; ++i) {
+    save();
+  }
   const Written after = writtenSoFar();
   std::printf("  %-52s %8.1f KB by write calls, %8.1f KB for the disk\n", title,
               (after.toFiles - before.toFiles) / kSaves / 1000,
@@ -301,7 +321,9 @@ int run(int argc, char** argv) {
   benchmark::RegisterBenchmark("walkHistory", walkHistory);
   benchmark::RegisterBenchmark("selectHistory", selectHistory);
   benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    return 2;
+  }
   RatioReporter reporter({
       {"save of 300 points / 300 bare inserts, indexed table", "saveInStore", "insertWithIndex",
        2.5},

@@ -11,7 +11,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   try {
     kelvora::testing::walkMachine(kelvora::platform::parseMachine(json, "fuzz.json"));
   } catch (const kelvora::platform::MachineFileError& error) {
-    if (std::string_view(error.what()).find('\n') != std::string_view::npos) __builtin_trap();
+    if (std::string_view(error.what()).find('\n') != std::string_view::npos) {
+      __builtin_trap();
+    }
   }
   return 0;
 }

@@ -13,8 +13,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string problem;
   const auto model =
       modelFromText(std::string_view(reinterpret_cast<const char*>(data), size), &problem);
-  if ((model != nullptr) != problem.empty()) std::abort();
-  if (model == nullptr) return 0;
+  if ((model != nullptr) != problem.empty()) {
+    std::abort();
+  }
+  if (model == nullptr) {
+    return 0;
+  }
   const auto again = modelFromText(textFromModel(*model));
   if (again == nullptr || textFromModel(*again) != textFromModel(*model) ||
       !isAdditiveChange(*model, *again)) {

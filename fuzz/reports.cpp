@@ -13,7 +13,9 @@
 namespace {
 
 void require(bool holds) {
-  if (!holds) std::abort();
+  if (!holds) {
+    std::abort();
+  }
 }
 
 void requireText(const std::optional<std::string>& text) {
@@ -24,7 +26,9 @@ void checkDisplays(std::string_view text) {
   const kelvora::DisplaysReport report = kelvora::parseDisplaysReport(text);
   require(!report.gpuInfos || !report.failure);
   requireText(report.failure);
-  if (!report.gpuInfos) return;
+  if (!report.gpuInfos) {
+    return;
+  }
   for (const kelvora::ZDGPUInfo& info : *report.gpuInfos) {
     require(info.modelName == info.shortModelName && !info.isDedicated);
     requireText(info.modelName);

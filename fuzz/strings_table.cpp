@@ -10,10 +10,16 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using kelvora::isValidUTF8;
   const auto reading = kelvora::parseStringsTable(std::as_bytes(std::span(data, size)));
-  if (reading.table.has_value() != reading.failure.empty()) std::abort();
-  if (!reading.table) return 0;
+  if (reading.table.has_value() != reading.failure.empty()) {
+    std::abort();
+  }
+  if (!reading.table) {
+    return 0;
+  }
   for (const auto& [key, text] : *reading.table) {
-    if (!isValidUTF8(key) || !isValidUTF8(text)) std::abort();
+    if (!isValidUTF8(key) || !isValidUTF8(text)) {
+      std::abort();
+    }
   }
   return 0;
 }

@@ -48,25 +48,35 @@ struct Totals {
 void addTemperature(double value, Inputs& inputs) {
   ++inputs.count;
   inputs.sum += value;
-  if (value > inputs.hottest) inputs.hottest = value;
+  if (value > inputs.hottest) {
+    inputs.hottest = value;
+  }
 }
 
 void addFan(const Sensor& fan, double speed, Totals& totals) {
   ++totals.fans;
-  if (fan.sourceType == SensorSourceComputed) return;
+  if (fan.sourceType == SensorSourceComputed) {
+    return;
+  }
   if (totals.fastestFan == nullptr || speed > totals.fastestFanSpeed) {
     totals.fastestFan = &fan;
     totals.fastestFanSpeed = speed;
   }
-  if (speed > totals.highestSpeed) totals.highestSpeed = speed;
+  if (speed > totals.highestSpeed) {
+    totals.highestSpeed = speed;
+  }
 }
 
 void add(const Input& input, Totals& totals) {
   if (input.sensor.type == SensorTypeFan) {
     addFan(input.sensor, input.value, totals);
   } else if (input.average && input.sensor.type == SensorTypeTemperature) {
-    if (input.group == SensorGroupCPU) addTemperature(input.value, totals.cpu);
-    if (input.group == SensorGroupGPU) addTemperature(input.value, totals.gpu);
+    if (input.group == SensorGroupCPU) {
+      addTemperature(input.value, totals.cpu);
+    }
+    if (input.group == SensorGroupGPU) {
+      addTemperature(input.value, totals.gpu);
+    }
   }
 }
 
@@ -128,7 +138,9 @@ std::vector<Sensor> sensorsOf(const Totals& totals) {
   std::vector<Sensor> sensors;
   for (const ComputedTemperature& computed : kComputedTemperatures) {
     const double value = computed.value(totals);
-    if (value > 0) sensors.push_back(makeTemperature(computed, value));
+    if (value > 0) {
+      sensors.push_back(makeTemperature(computed, value));
+    }
   }
   if (totals.fans >= 2 && totals.fastestFan != nullptr) {
     sensors.push_back(makeFastestFan(*totals.fastestFan, totals.fastestFanSpeed));
@@ -160,10 +172,16 @@ void addComputedSensors(RawReading& raw, std::vector<NamedSensor>& reading) {
 }
 
 double computedValue(std::string_view key, std::uint64_t type, const SensorList& reading) {
-  if (type == SensorTypeFan && key == kFastestFanKey) return totalsOf(reading).highestSpeed;
-  if (type != SensorTypeTemperature) return 0;
+  if (type == SensorTypeFan && key == kFastestFanKey) {
+    return totalsOf(reading).highestSpeed;
+  }
+  if (type != SensorTypeTemperature) {
+    return 0;
+  }
   for (const ComputedTemperature& computed : kComputedTemperatures) {
-    if (computed.key == key) return computed.value(totalsOf(reading));
+    if (computed.key == key) {
+      return computed.value(totalsOf(reading));
+    }
   }
   return 0;
 }

@@ -18,10 +18,14 @@ void fillIn(std::string& text, const std::optional<std::string>& gpu) {
 }  // namespace
 
 const ZDGPUInfo* dedicatedGPU(const std::optional<std::vector<ZDGPUInfo>>& gpus) {
-  if (!gpus || gpus->size() != kBuiltInAndDedicated) return nullptr;
+  if (!gpus || gpus->size() != kBuiltInAndDedicated) {
+    return nullptr;
+  }
   const ZDGPUInfo* dedicated = nullptr;
   for (const ZDGPUInfo& gpu : *gpus) {
-    if (gpu.isDedicated) dedicated = &gpu;
+    if (gpu.isDedicated) {
+      dedicated = &gpu;
+    }
   }
   return dedicated;
 }
@@ -29,7 +33,9 @@ const ZDGPUInfo* dedicatedGPU(const std::optional<std::vector<ZDGPUInfo>>& gpus)
 void fillInGPU(const SensorList& catalogue, const std::optional<std::string>& fullName,
                const std::optional<std::string>& shortName) {
   for (const SensorPtr& entry : catalogue) {
-    if (entry->name.find(kPlaceholder) == std::string::npos) continue;
+    if (entry->name.find(kPlaceholder) == std::string::npos) {
+      continue;
+    }
     fillIn(entry->name, shortName);
     fillIn(entry->fullName, fullName);
   }

@@ -106,7 +106,9 @@ void SensorController::loadDefaultSensors() {
   defaultHIDSensors_ = getDefaultHIDSensors();
 
   SensorList catalogue = defaultSMCSensors_;
-  if (hid_) catalogue.insert(catalogue.end(), defaultHIDSensors_.begin(), defaultHIDSensors_.end());
+  if (hid_) {
+    catalogue.insert(catalogue.end(), defaultHIDSensors_.begin(), defaultHIDSensors_.end());
+  }
   naming_ = std::make_unique<const SensorNaming>(std::move(catalogue));
 }
 
@@ -124,7 +126,9 @@ SensorList SensorController::getAllSensors() {
   RawReading raw;
   smc_.read(raw);
   if (hid_) {
-    for (const SensorPtr& sensor : hid_->getAllSensors()) raw.add(std::move(*sensor));
+    for (const SensorPtr& sensor : hid_->getAllSensors()) {
+      raw.add(std::move(*sensor));
+    }
   }
   std::vector<NamedSensor> reading = naming_->name(raw.sensors());
   addComputedSensors(raw, reading);
@@ -154,7 +158,9 @@ double SensorController::getSensorValueByKey(std::string_view key, std::uint64_t
 std::optional<std::string> SensorController::sensorTypeStringFromType(std::uint64_t type) const {
   static constexpr std::array<const char*, 5> kWords = {"Temperature", nullptr, "Voltage",
                                                         "Current", "Power"};
-  if (type >= kWords.size() || kWords[type] == nullptr) return std::nullopt;
+  if (type >= kWords.size() || kWords[type] == nullptr) {
+    return std::nullopt;
+  }
   return kWords[type];
 }
 

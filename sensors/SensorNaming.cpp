@@ -42,12 +42,16 @@ SensorNaming::SensorNaming(SensorList catalogue) : catalogue_(std::move(catalogu
 
 void SensorNaming::addPattern(Position entry) {
   const std::string& key = catalogue_[entry]->key;
-  if (key.find('%') == std::string::npos) return;
+  if (key.find('%') == std::string::npos) {
+    return;
+  }
   std::string candidate;
   for (Position index = 0; index < kIndices; ++index) {
     replacePercent(key, index, candidate);
     KeyMatch& match = index_.at(candidate);
-    if (match.pattern == kNone) match.pattern = entry * kIndices + index;
+    if (match.pattern == kNone) {
+      match.pattern = entry * kIndices + index;
+    }
   }
 }
 
@@ -71,7 +75,9 @@ SensorNaming::Sorted SensorNaming::sortOut(std::span<const RawSensor> raw) const
   sorted.firstWithExactKey.assign(lastEntryOfKey_.size(), kNone);
   sorted.unknown.reserve(raw.size());
   for (Position position = 0; position < raw.size(); ++position) {
-    if (!raw[position].prototype->isValidValue(raw[position].value)) continue;
+    if (!raw[position].prototype->isValidValue(raw[position].value)) {
+      continue;
+    }
     const KeyMatch match = index_.find(*raw[position].key);
     if (match.exact != kNone && sorted.firstWithExactKey[match.exact] == kNone) {
       sorted.firstWithExactKey[match.exact] = position;
@@ -88,7 +94,9 @@ SensorNaming::Sorted SensorNaming::sortOut(std::span<const RawSensor> raw) const
 void SensorNaming::addExact(const Sorted& sorted, std::vector<NamedSensor>& named) const {
   for (const Position key : exactKeyOfEntry_) {
     const Position position = sorted.firstWithExactKey[key];
-    if (position == kNone) continue;
+    if (position == kNone) {
+      continue;
+    }
     const Sensor& known = *catalogue_[lastEntryOfKey_[key]];
     named.push_back({position, lastEntryOfKey_[key], 0, known.average, known.group});
   }

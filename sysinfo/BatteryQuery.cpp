@@ -9,7 +9,9 @@ namespace kelvora {
 ZDBatteryInfo queryBattery(platform::IORegistry& registry, std::uint64_t family) {
   ZDBatteryInfo info;
   const auto batteries = registry.matchingServices("AppleSmartBattery");
-  if (!batteries || batteries->empty()) return info;
+  if (!batteries || batteries->empty()) {
+    return info;
+  }
   const platform::RegistryEntry& battery = *batteries->front();
   const auto number = [&](const char* key) {
     const auto value = battery.property(key);

@@ -38,8 +38,12 @@ std::string localized(double count, int maximumDecimals) {
 }  // namespace
 
 std::string formattedByteCount(std::uint64_t bytes, ByteCountStyle style) {
-  if (bytes == 0) return "Zero KB";
-  if (bytes == 1) return "1 byte";
+  if (bytes == 0) {
+    return "Zero KB";
+  }
+  if (bytes == 1) {
+    return "1 byte";
+  }
   const double step = style == ByteCountStyle::kDecimal ? 1000 : 1024;
   double count = static_cast<double>(bytes);
   std::size_t unit = 0;

@@ -26,11 +26,17 @@ std::optional<ZDDiskInfo> queryDisk(platform::SystemFacts& facts) {
   }
   std::optional<std::string> root;
   for (const std::string& path : volumes) {
-    if (isRoot(path)) root = path;
+    if (isRoot(path)) {
+      root = path;
+    }
   }
-  if (!root) return std::nullopt;
+  if (!root) {
+    return std::nullopt;
+  }
   const auto description = facts.diskDescription(*root);
-  if (!description || description->mediaRemovable) return std::nullopt;
+  if (!description || description->mediaRemovable) {
+    return std::nullopt;
+  }
   const std::string model = description->deviceModel.value_or("");
   return ZDDiskInfo{.name = description->mediaName.value_or(""),
                     .model = std::string(trimmedOfBlanksAndLineEnds(model)),

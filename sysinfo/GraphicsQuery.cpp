@@ -21,7 +21,9 @@ constexpr const char* kDedicatedNames[] = {"NVIDIA", "AMD", "Radeon"};
 std::optional<std::vector<ZDGPUInfo>> reportedGraphics(platform::ChildProcesses& children) {
   const auto text = ZDSystemKitHelper::processWithPath("/usr/sbin/system_profiler",
                                                        {"SPDisplaysDataType", "-json"}, children);
-  if (!text) return std::nullopt;
+  if (!text) {
+    return std::nullopt;
+  }
   DisplaysReport report = parseDisplaysReport(*text);
   if (report.failure) {
     log("error to parse system_profiler SPDisplaysDataType: " + *report.failure);
@@ -44,7 +46,9 @@ ZDGPUInfo graphicsProcessor(const std::string& model) {
   ZDGPUInfo info;
   info.modelName = model;
   for (const char* name : kDedicatedNames) {
-    if (model.find(name) == std::string::npos) continue;
+    if (model.find(name) == std::string::npos) {
+      continue;
+    }
     info.shortModelName = name;
     info.isDedicated = true;
     break;
@@ -55,10 +59,14 @@ ZDGPUInfo graphicsProcessor(const std::string& model) {
 std::vector<ZDGPUInfo> registeredGraphics(platform::IORegistry& registry) {
   std::vector<ZDGPUInfo> infos;
   const auto devices = registry.matchingServices("IOPCIDevice");
-  if (!devices) return infos;
+  if (!devices) {
+    return infos;
+  }
   for (const auto& device : *devices) {
     const std::string model = modelText(*device);
-    if (!model.empty()) infos.push_back(graphicsProcessor(model));
+    if (!model.empty()) {
+      infos.push_back(graphicsProcessor(model));
+    }
   }
   return infos;
 }
@@ -67,7 +75,9 @@ std::vector<ZDGPUInfo> registeredGraphics(platform::IORegistry& registry) {
 
 std::optional<std::vector<ZDGPUInfo>> queryGraphics(Platform& platform, std::uint64_t family) {
   const bool isAppleSilicon = family != SensorPlatformIntel && family != 0;
-  if (isAppleSilicon) return reportedGraphics(platform.childProcesses());
+  if (isAppleSilicon) {
+    return reportedGraphics(platform.childProcesses());
+  }
   return registeredGraphics(platform.registry());
 }
 

@@ -25,9 +25,13 @@ HardwareReport machine(const nlohmann::json& entry) {
 
 HardwareReport parseHardwareReport(std::string_view text) {
   const auto report = parsedReport(text);
-  if (!report || !report->is_object()) return {};
+  if (!report || !report->is_object()) {
+    return {};
+  }
   const auto entries = report->find("SPHardwareDataType");
-  if (entries == report->end() || !entries->is_array() || entries->empty()) return {};
+  if (entries == report->end() || !entries->is_array() || entries->empty()) {
+    return {};
+  }
   return entries->front().is_object() ? machine(entries->front()) : HardwareReport{};
 }
 

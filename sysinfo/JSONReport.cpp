@@ -19,7 +19,9 @@ bool nestsTooDeep(std::string_view text) {
     } else if (character == '"') {
       inText = !inText;
     } else if (!inText && (character == '[' || character == '{')) {
-      if (++depth > kMaximumDepth) return true;
+      if (++depth > kMaximumDepth) {
+        return true;
+      }
     } else if (!inText && (character == ']' || character == '}') && depth > 0) {
       --depth;
     }
@@ -30,15 +32,21 @@ bool nestsTooDeep(std::string_view text) {
 }  // namespace
 
 std::optional<nlohmann::json> parsedReport(std::string_view text) {
-  if (nestsTooDeep(text)) return std::nullopt;
+  if (nestsTooDeep(text)) {
+    return std::nullopt;
+  }
   auto report = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
-  if (!report.is_structured()) return std::nullopt;
+  if (!report.is_structured()) {
+    return std::nullopt;
+  }
   return report;
 }
 
 std::optional<std::string> textMember(const nlohmann::json& object, const char* key) {
   const auto found = object.find(key);
-  if (found == object.end() || !found->is_string()) return std::nullopt;
+  if (found == object.end() || !found->is_string()) {
+    return std::nullopt;
+  }
   return found->get<std::string>();
 }
 

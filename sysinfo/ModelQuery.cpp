@@ -45,12 +45,16 @@ ZDModelInfo unknownModel(const std::string& identifier, const HardwareReport& re
 
 ZDResolution mainScreenSize(platform::SystemFacts& facts) {
   const auto displays = facts.activeDisplays();
-  if (displays.empty()) return {};
+  if (displays.empty()) {
+    return {};
+  }
   return {.width = displays.front().width, .height = displays.front().height};
 }
 
 std::int64_t endiannessOf(std::int64_t byteOrder) {
-  if (byteOrder == 1234) return ZDEndiannessLittle;
+  if (byteOrder == 1234) {
+    return ZDEndiannessLittle;
+  }
   return byteOrder == 4321 ? ZDEndiannessBig : ZDEndiannessUnknown;
 }
 
@@ -58,7 +62,9 @@ std::int64_t endiannessOf(std::int64_t byteOrder) {
 
 std::int64_t familyOfIdentifier(std::string_view identifier) {
   for (const FamilyPrefix& row : kFamilyPrefixes) {
-    if (identifier.starts_with(row.prefix)) return row.family;
+    if (identifier.starts_with(row.prefix)) {
+      return row.family;
+    }
   }
   return ZDModelFamilyUnknown;
 }
@@ -66,7 +72,9 @@ std::int64_t familyOfIdentifier(std::string_view identifier) {
 std::int64_t yearInCurrentCalendar(std::chrono::system_clock::time_point date) {
   UErrorCode status = U_ZERO_ERROR;
   const std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(status));
-  if (U_FAILURE(status)) return 0;
+  if (U_FAILURE(status)) {
+    return 0;
+  }
   const auto sinceEpoch = std::chrono::floor<std::chrono::milliseconds>(date.time_since_epoch());
   calendar->setTime(static_cast<UDate>(sinceEpoch.count()), status);
   const std::int32_t year = calendar->get(UCAL_YEAR, status);

@@ -67,7 +67,9 @@ ZDCPUInfo queryProcessor(platform::SystemControls& controls,
   ZDCPUInfo info;
   info.brand = cleanedBrand(sysctlNSStringForKey("machdep.cpu.brand_string", controls));
   info.vendor = sysctlNSStringForKey("machdep.cpu.vendor", controls);
-  if (info.vendor.empty()) info.vendor = "GenuineIntel";
+  if (info.vendor.empty()) {
+    info.vendor = "GenuineIntel";
+  }
   const std::int64_t packages = number("hw.packages");
   info.cpuCount = packages == 0 ? 1 : static_cast<std::uint64_t>(packages);
   info.coreCount = knownCount(number("machdep.cpu.core_count"));

@@ -21,7 +21,9 @@ const PropertyListValue::Data* dataProperty(const PropertyListValue::Dictionary&
 std::string textOfData(const PropertyListValue::Data& data) {
   std::string text;
   for (const std::byte byte : data) {
-    if (byte == std::byte{0}) break;
+    if (byte == std::byte{0}) {
+      break;
+    }
     text += static_cast<char>(byte);
   }
   return text;
@@ -29,7 +31,9 @@ std::string textOfData(const PropertyListValue::Data& data) {
 
 std::int32_t int32OfData(const PropertyListValue::Data& data) {
   std::uint32_t number = 0;
-  if (data.size() < sizeof number) return 0;
+  if (data.size() < sizeof number) {
+    return 0;
+  }
   for (std::size_t index = sizeof number; index > 0; --index) {
     number = number << 8U | std::to_integer<std::uint32_t>(data[index - 1]);
   }

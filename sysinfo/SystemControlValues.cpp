@@ -15,9 +15,13 @@ namespace {
 // The bytes of a control as a text that holds them: first the size is asked for, then the value.
 std::string bytesForKey(const char* key, platform::SystemControls& controls) {
   std::size_t size = 0;
-  if (controls.byName(key, nullptr, &size) != 0 || size == 0) return "";
+  if (controls.byName(key, nullptr, &size) != 0 || size == 0) {
+    return "";
+  }
   std::string bytes(size, '\0');
-  if (controls.byName(key, bytes.data(), &size) != 0 || size > bytes.size()) return "";
+  if (controls.byName(key, bytes.data(), &size) != 0 || size > bytes.size()) {
+    return "";
+  }
   bytes.resize(size);
   return bytes;
 }

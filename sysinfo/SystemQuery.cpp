@@ -15,7 +15,9 @@ namespace {
 // "Version 13.4 (Build 22F66)" gives "22F66": the piece between the first two opening brackets.
 std::string buildOf(std::string_view text) {
   const std::size_t first = text.find('(');
-  if (first == std::string_view::npos) return "Unknown";
+  if (first == std::string_view::npos) {
+    return "Unknown";
+  }
   const std::string_view rest = text.substr(first + 1);
   const std::string_view piece = rest.substr(0, rest.find('('));
   return KVExtension::replace(KVExtension::replace(piece, "Build ", ""), ")", "");

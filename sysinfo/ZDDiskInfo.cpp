@@ -3,7 +3,9 @@
 namespace kelvora {
 
 std::string ZDDiskInfo::displayName() const {
-  if (!model.empty()) return model;
+  if (!model.empty()) {
+    return model;
+  }
   return name.empty() ? "Unknown" : name;
 }
 

@@ -52,7 +52,9 @@ ZDModelInfo ZDModelInfo::objectWithName(std::optional<std::string> name, std::in
 }
 
 std::optional<std::string> ZDModelInfo::familyName() const {
-  if (family < 0 || family >= std::ssize(kFamilyNames)) return std::nullopt;
+  if (family < 0 || family >= std::ssize(kFamilyNames)) {
+    return std::nullopt;
+  }
   const char* known = kFamilyNames[static_cast<std::size_t>(family)];
   return known == nullptr ? std::nullopt : std::optional<std::string>(known);
 }

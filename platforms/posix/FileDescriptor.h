@@ -22,7 +22,9 @@ class FileDescriptor {
   int get() const { return descriptor_; }
   bool isOpen() const { return descriptor_ >= 0; }
   void close() {
-    if (isOpen()) ::close(std::exchange(descriptor_, -1));
+    if (isOpen()) {
+      ::close(std::exchange(descriptor_, -1));
+    }
   }
 
  private:

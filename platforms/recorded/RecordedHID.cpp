@@ -26,9 +26,13 @@ class Service : public HIDService {
 
   std::unique_ptr<HIDEvent> copyEvent(std::int64_t type, std::int32_t,
                                       std::int64_t) const override {
-    if (!std::in_range<std::int32_t>(type)) return nullptr;
+    if (!std::in_range<std::int32_t>(type)) {
+      return nullptr;
+    }
     const auto event = recorded_.events.find(static_cast<std::int32_t>(type));
-    if (event == recorded_.events.end()) return nullptr;
+    if (event == recorded_.events.end()) {
+      return nullptr;
+    }
     return std::make_unique<Event>(event->first, event->second);
   }
 
@@ -48,9 +52,13 @@ class Client : public HIDEventSystemClient {
   std::optional<std::vector<std::unique_ptr<HIDService>>> copyServices() override {
     std::vector<std::unique_ptr<HIDService>> matches;
     for (const RecordedHIDService& service : *services_) {
-      if (matchesAll(service)) matches.push_back(std::make_unique<Service>(service));
+      if (matchesAll(service)) {
+        matches.push_back(std::make_unique<Service>(service));
+      }
     }
-    if (matches.empty()) return std::nullopt;
+    if (matches.empty()) {
+      return std::nullopt;
+    }
     return matches;
   }
 

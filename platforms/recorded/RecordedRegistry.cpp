@@ -17,7 +17,9 @@ class Entry : public RegistryEntry {
 
   std::optional<PropertyListValue> property(std::string_view key) const override {
     const auto found = recorded_->properties.find(std::string(key));
-    if (found == recorded_->properties.end()) return std::nullopt;
+    if (found == recorded_->properties.end()) {
+      return std::nullopt;
+    }
     return found->second;
   }
 
@@ -38,12 +40,16 @@ class Entry : public RegistryEntry {
 }  // namespace
 
 RecordedRegistry::RecordedRegistry(std::optional<Services> services) {
-  if (services) services_ = std::make_shared<const Services>(std::move(*services));
+  if (services) {
+    services_ = std::make_shared<const Services>(std::move(*services));
+  }
 }
 
 std::optional<std::vector<std::unique_ptr<RegistryEntry>>> RecordedRegistry::matchingServices(
     std::string_view serviceClass) {
-  if (services_ == nullptr) return std::nullopt;
+  if (services_ == nullptr) {
+    return std::nullopt;
+  }
   std::vector<std::unique_ptr<RegistryEntry>> entries;
   for (const auto& [listedClass, entry] : *services_) {
     if (listedClass == serviceClass) {

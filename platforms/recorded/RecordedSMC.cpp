@@ -6,9 +6,13 @@ using Layout = SMCRecordLayout;
 
 RecordedSMC::RecordedSMC(std::optional<std::vector<RecordedSMCKey>> keys)
     : hasService_(keys.has_value()) {
-  if (keys) keys_ = std::move(*keys);
+  if (keys) {
+    keys_ = std::move(*keys);
+  }
   indexByKey_.reserve(keys_.size());
-  for (std::size_t i = 0; i < keys_.size(); ++i) indexByKey_.emplace(keys_[i].key, i);
+  for (std::size_t i = 0; i < keys_.size(); ++i) {
+    indexByKey_.emplace(keys_[i].key, i);
+  }
 }
 
 std::vector<SMCWrite> RecordedSMC::writes() const {
@@ -33,7 +37,9 @@ KernelStatus RecordedSMC::perform(const Request& request, Reply& reply) {
   }
   switch (command) {
     case Layout::kReadCommand:
-      if (key->status != kKernelSuccess) return key->status;
+      if (key->status != kKernelSuccess) {
+        return key->status;
+      }
       reply.setResult(key->result);
       reply.setPayload(key->bytes);
       return kKernelSuccess;

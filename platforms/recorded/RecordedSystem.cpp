@@ -81,13 +81,17 @@ std::string RecordedSystemFacts::primaryHostAddress() {
 
 std::vector<std::string> RecordedSystemFacts::mountedVolumePaths() {
   std::vector<std::string> paths;
-  for (const RecordedVolume& volume : volumes_) paths.push_back(volume.path);
+  for (const RecordedVolume& volume : volumes_) {
+    paths.push_back(volume.path);
+  }
   return paths;
 }
 
 std::optional<DiskDescription> RecordedSystemFacts::diskDescription(std::string_view path) {
   for (const RecordedVolume& volume : volumes_) {
-    if (volume.path == path && !isEmpty(volume.description)) return volume.description;
+    if (volume.path == path && !isEmpty(volume.description)) {
+      return volume.description;
+    }
   }
   return std::nullopt;
 }
@@ -118,7 +122,9 @@ bool RecordedWorkspace::launchApplication(std::string_view) { return false; }
 
 void RecordedWorkspace::openApplication(
     std::string_view, std::function<void(std::optional<std::string>)> completion) {
-  if (completion) completion("a recorded machine opens no applications");
+  if (completion) {
+    completion("a recorded machine opens no applications");
+  }
 }
 
 std::vector<RunningApplication> RecordedWorkspace::runningApplications() { return applications_; }

@@ -16,7 +16,9 @@ struct InProcessNotificationCentre::Observer {
       : token(newToken), name(std::move(observed)), handler(std::move(callback)) {}
 
   void deliver(const Notification& notification) const {
-    if (!isRemoved && handler) handler(notification);
+    if (!isRemoved && handler) {
+      handler(notification);
+    }
   }
 };
 
@@ -25,7 +27,9 @@ InProcessNotificationCentre::InProcessNotificationCentre(MainQueue* deliveryQueu
 
 // What is still queued for delivery is dropped.
 InProcessNotificationCentre::~InProcessNotificationCentre() {
-  for (const auto& observer : observers_) observer->isRemoved = true;
+  for (const auto& observer : observers_) {
+    observer->isRemoved = true;
+  }
 }
 
 ObserverToken InProcessNotificationCentre::addObserver(
@@ -64,7 +68,9 @@ InProcessNotificationCentre::observersOf(const std::string& name) {
   const std::lock_guard lock(mutex_);
   std::vector<std::shared_ptr<Observer>> result;
   for (const auto& observer : observers_) {
-    if (observer->name == name) result.push_back(observer);
+    if (observer->name == name) {
+      result.push_back(observer);
+    }
   }
   return result;
 }

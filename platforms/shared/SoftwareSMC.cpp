@@ -75,7 +75,9 @@ KernelStatus SoftwareSMC::matchingServices(const char* serviceClass, IOObject& i
 
 IOObject SoftwareSMC::nextService(IOObject iterator) {
   const std::lock_guard lock(mutex_);
-  if (!dispose(iterator, ObjectKind::kIterator)) return 0;
+  if (!dispose(iterator, ObjectKind::kIterator)) {
+    return 0;
+  }
   objects_.emplace_back(iterator, ObjectKind::kExhaustedIterator);
   return newObject(ObjectKind::kService);
 }
@@ -84,15 +86,21 @@ void SoftwareSMC::release(IOObject object) {
   const std::lock_guard lock(mutex_);
   for (const auto kind :
        {ObjectKind::kExhaustedIterator, ObjectKind::kIterator, ObjectKind::kService}) {
-    if (dispose(object, kind)) return;
+    if (dispose(object, kind)) {
+      return;
+    }
   }
 }
 
 KernelStatus SoftwareSMC::openService(IOObject service, std::uint32_t, IOObject& connection) {
   const std::lock_guard lock(mutex_);
-  if (!holds(service, ObjectKind::kService)) return kIOReturnBadArgument;
+  if (!holds(service, ObjectKind::kService)) {
+    return kIOReturnBadArgument;
+  }
   const KernelStatus status = mayOpen();
-  if (status == kKernelSuccess) connection = newObject(ObjectKind::kConnection);
+  if (status == kKernelSuccess) {
+    connection = newObject(ObjectKind::kConnection);
+  }
   return status;
 }
 
@@ -105,7 +113,9 @@ KernelStatus SoftwareSMC::callStructMethod(IOObject connection, std::uint32_t se
                                            std::span<const std::byte> input,
                                            std::span<std::byte> output) {
   const std::lock_guard lock(mutex_);
-  if (!holds(connection, ObjectKind::kConnection)) return kIOReturnNotOpen;
+  if (!holds(connection, ObjectKind::kConnection)) {
+    return kIOReturnNotOpen;
+  }
   if (selector != kSelector || input.size() != Layout::kBytes || output.size() != Layout::kBytes) {
     return kIOReturnBadArgument;
   }

@@ -30,21 +30,29 @@ std::vector<std::byte> hostOrderBytes(T value) {
 
 // Copies what there is room for and fails when that is not all, as sysctl(3) does.
 int answer(std::span<const std::byte> bytes, void* value, std::size_t* size) {
-  if (size == nullptr) return value == nullptr ? 0 : EFAULT;
+  if (size == nullptr) {
+    return value == nullptr ? 0 : EFAULT;
+  }
   const std::size_t room = *size;
   if (value == nullptr) {
     *size = bytes.size();
     return 0;
   }
   *size = std::min(room, bytes.size());
-  if (*size > 0) std::memcpy(value, bytes.data(), *size);
+  if (*size > 0) {
+    std::memcpy(value, bytes.data(), *size);
+  }
   return room < bytes.size() ? ENOMEM : 0;
 }
 
 // A number of 4 or 8 bytes as its low 4 bytes; empty for anything else.
 std::vector<std::byte> lowFourBytes(const std::vector<std::byte>& bytes) {
-  if (bytes.size() == sizeof(std::int32_t)) return bytes;
-  if (bytes.size() != sizeof(std::int64_t)) return {};
+  if (bytes.size() == sizeof(std::int32_t)) {
+    return bytes;
+  }
+  if (bytes.size() != sizeof(std::int64_t)) {
+    return {};
+  }
   std::int64_t number = 0;
   std::memcpy(&number, bytes.data(), sizeof number);
   return int32ControlBytes(static_cast<std::int32_t>(number));
@@ -65,7 +73,9 @@ int SystemControlTable::byNumber(std::span<const int> name, void* value, std::si
       continue;
     }
     const auto found = values_.find(std::string_view(control.name));
-    if (found == values_.end()) return ENOENT;
+    if (found == values_.end()) {
+      return ENOENT;
+    }
     const auto bytes = lowFourBytes(found->second);
     return bytes.empty() ? EINVAL : answer(bytes, value, size);
   }

@@ -231,11 +231,15 @@ TEST_F(KVExtensionDate, OneFormatterServesEveryPatternFromEveryThread) {
     threads.emplace_back([&text] {
       for (int round = 0; round < 500 && text.empty(); ++round) {
         const std::string both = dateTimeFormatForGraph(berlinAfternoon());
-        if (both != "3/07/2024\n14:05:09") text = both;
+        if (both != "3/07/2024\n14:05:09") {
+          text = both;
+        }
       }
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
   EXPECT_EQ(wrong, std::vector<std::string>(4));
 }
 

@@ -75,7 +75,9 @@ class ScriptedClient : public platform::HIDEventSystemClient {
   std::optional<std::vector<std::unique_ptr<platform::HIDService>>> copyServices() override {
     std::vector<std::unique_ptr<platform::HIDService>> services;
     services.reserve(static_cast<std::size_t>(services_));
-    for (int i = 0; i < services_; ++i) services.push_back(std::make_unique<ScriptedService>(log_));
+    for (int i = 0; i < services_; ++i) {
+      services.push_back(std::make_unique<ScriptedService>(log_));
+    }
     return services;
   }
 
@@ -178,7 +180,9 @@ TEST(HIDWrapper, GivesTemperaturesLimitsThatHold110ButNot0) {
       macWith({temperature("at 110", 110), temperature("zero", 0), temperature("hotter", 110.5)});
   std::vector<std::string> valid;
   for (const SensorPtr& sensor : HIDWrapper(*platform).getAllSensors()) {
-    if (sensor->isValidValue()) valid.push_back(sensor->key);
+    if (sensor->isValidValue()) {
+      valid.push_back(sensor->key);
+    }
   }
   EXPECT_THAT(valid, ElementsAre("at 110"));
 }

@@ -19,7 +19,9 @@ namespace {
 SMCValueRecord valueOf(std::string_view type, std::initializer_list<int> bytes) {
   SMCValueRecord value;
   std::memcpy(value.dataType, type.data(), std::min<std::size_t>(type.size(), 5));
-  for (const int byte : bytes) value.bytes[value.dataSize++] = static_cast<std::uint8_t>(byte);
+  for (const int byte : bytes) {
+    value.bytes[value.dataSize++] = static_cast<std::uint8_t>(byte);
+  }
   return value;
 }
 
@@ -81,9 +83,13 @@ INSTANTIATE_TEST_SUITE_P(, SMCWordTypes, ::testing::ValuesIn(kRows), [](const au
 
 TEST(SMCWordTypeTable, HasTheTypesOfThisTestOnceEach) {
   std::set<std::uint32_t> inTable;
-  for (const SMCWordType& row : kSMCWordTypes) inTable.insert(row.type);
+  for (const SMCWordType& row : kSMCWordTypes) {
+    inTable.insert(row.type);
+  }
   std::set<std::uint32_t> inTest;
-  for (const WordRow& row : kRows) inTest.insert(smcCode(row.type));
+  for (const WordRow& row : kRows) {
+    inTest.insert(smcCode(row.type));
+  }
   EXPECT_EQ(kSMCWordTypes.size(), 21U);
   EXPECT_EQ(inTable.size(), 21U);
   EXPECT_EQ(inTable, inTest);
@@ -116,7 +122,9 @@ TEST(SMCConversion, OfAnUnknownTypeIsExactlyMinusOne) {
 }
 
 TEST(SMCConversion, OfSizeZeroIsZeroWhateverTheType) {
-  for (const char* type : {"ui8 ", "flt ", "sp78", "hex_", ""}) EXPECT_EQ(number(type, {}), 0.0F);
+  for (const char* type : {"ui8 ", "flt ", "sp78", "hex_", ""}) {
+    EXPECT_EQ(number(type, {}), 0.0F);
+  }
 }
 
 TEST(SMCConversion, ComparesTheWholeFiveBytesOfATypesText) {
@@ -153,7 +161,9 @@ TEST(SMCConversion, OfAFloatIsItsBytesInHostOrder) {
 
 TEST(SMCConversion, OfEveryTypeAndSizeIsDefined) {
   std::set<std::string> types{"ui8 ", "ui16", "ui32", "si8 ", "flt ", "hex_"};
-  for (const WordRow& row : kRows) types.insert(row.type);
+  for (const WordRow& row : kRows) {
+    types.insert(row.type);
+  }
   for (const std::string& type : types) {
     SMCValueRecord value = valueOf(type, {});
     std::memset(value.bytes, 0xff, sizeof value.bytes);

@@ -20,7 +20,9 @@ inline ForwardingSMC& installSMC(std::vector<platform::RecordedSMCKey> keys) {
 /// Commands of the calls so far, in order.
 inline std::vector<int> commands(const ForwardingSMC& smc) {
   std::vector<int> result;
-  for (const SMCCallRecord& call : smc.calls()) result.push_back(call.command);
+  for (const SMCCallRecord& call : smc.calls()) {
+    result.push_back(call.command);
+  }
   return result;
 }
 

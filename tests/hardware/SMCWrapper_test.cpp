@@ -71,7 +71,9 @@ TEST(SMCWrapper, MakesExactlyTheCallsOfAFirstReading) {
     char text[5];
     SMCConvertNumberToString(text, key.key);
     expected.push_back("8 #" + std::to_string(index++));
-    if (known.insert(text).second) expected.push_back(std::string("9 ") + text);
+    if (known.insert(text).second) {
+      expected.push_back(std::string("9 ") + text);
+    }
     expected.push_back(std::string("5 ") + text);
   }
   expected.insert(expected.end(), {"5 IC0C", "5 PC0C", "5 TC0P", "5 VC0C"});
@@ -175,8 +177,12 @@ TEST(SMCWrapper, GoesOnWhileAKeyStandsAmongTheNext65536Positions) {
       {smcKey("#KEY", "ui32", {0, 2, 0xbf, 0x21}), smcKey("TC0P", "sp78", {0x28, 0x80})});
   smc.setOverride([](const SMCCallRecord& call,
                      ForwardingSMC::Output output) -> std::optional<platform::KernelStatus> {
-    if (call.command != 8) return std::nullopt;
-    if (call.data32 % 60000 != 0) return platform::kIOReturnError;
+    if (call.command != 8) {
+      return std::nullopt;
+    }
+    if (call.data32 % 60000 != 0) {
+      return platform::kIOReturnError;
+    }
     SMCParamRecord reply;
     reply.key = packedKey("TC0P");
     std::memcpy(output.data(), &reply, sizeof reply);
@@ -197,7 +203,9 @@ TEST(SMCWrapper, GivesUpAfterAMillionPositionsWhenEveryOneAnswers) {
     const float claimed = std::numeric_limits<float>::infinity();
     std::memcpy(reply.bytes, &claimed, sizeof claimed);
     std::memcpy(output.data(), &reply, sizeof reply);
-    if (call.command == 8) asked = call.data32 + 1;
+    if (call.command == 8) {
+      asked = call.data32 + 1;
+    }
     return std::optional<platform::KernelStatus>(0);
   });
   SMCWrapper wrapper;

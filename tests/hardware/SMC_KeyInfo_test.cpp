@@ -81,12 +81,16 @@ TEST(SMCKeyInfo, OfThe101stKeyIsAskedForOnEveryReadAndTheCountStays100) {
     EXPECT_EQ(SMCKeyInfoCacheAccess().count(), i + 1);
   }
   smc.forgetCalls();
-  for (int i = 0; i < 3; ++i) ASSERT_EQ(SMCReadKey(numberedKey(100).c_str(), &value), 0U);
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(SMCReadKey(numberedKey(100).c_str(), &value), 0U);
+  }
   EXPECT_THAT(commands(smc), ElementsAre(9, 5, 9, 5, 9, 5));
   EXPECT_EQ(SMCKeyInfoCacheAccess().count(), 100);
 
   smc.forgetCalls();
-  for (int i = 0; i < 100; ++i) ASSERT_EQ(SMCReadKey(numberedKey(i).c_str(), &value), 0U);
+  for (int i = 0; i < 100; ++i) {
+    ASSERT_EQ(SMCReadKey(numberedKey(i).c_str(), &value), 0U);
+  }
   EXPECT_EQ(smc.count(9), 0);
 }
 
@@ -143,10 +147,14 @@ TEST(SMCKeyInfo, IsAskedForByOneThreadAtATime) {
   for (int thread = 0; thread < 4; ++thread) {
     threads.emplace_back([thread] {
       SMCValueRecord value;
-      for (int i = 0; i < 40; ++i) SMCReadKey(numberedKey(i + 40 * (thread % 2)).c_str(), &value);
+      for (int i = 0; i < 40; ++i) {
+        SMCReadKey(numberedKey(i + 40 * (thread % 2)).c_str(), &value);
+      }
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
   EXPECT_EQ(mostAtOnce, 1);
   EXPECT_EQ(smc.count(9), 80) << "a key that two threads miss at once is asked for once";
   EXPECT_EQ(SMCKeyInfoCacheAccess().count(), 80);

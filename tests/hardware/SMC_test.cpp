@@ -85,7 +85,9 @@ TEST(SMCReadKey, TakesNoPayloadOutOfTheReplyOfACallThatFailed) {
   ASSERT_EQ(SMCOpen(), 0U);
   smc.setOverride(
       [](const SMCCallRecord& call, ForwardingSMC::Output output) -> std::optional<KernelStatus> {
-        if (call.command != 5) return std::nullopt;
+        if (call.command != 5) {
+          return std::nullopt;
+        }
         std::fill(output.begin(), output.end(), std::byte{0xaa});
         return kIOReturnError;
       });
@@ -110,7 +112,9 @@ TEST(SMCReadKey, CopesWithAKeyThatClaimsMoreBytesThanARecordHolds) {
   ASSERT_EQ(SMCOpen(), 0U);
   smc.setOverride([](const SMCCallRecord& call, ForwardingSMC::Output output) {
     SMCParamRecord reply;
-    if (call.command == 9) reply.keyInfo = {200, packedKey("ui8 "), 0, {}};
+    if (call.command == 9) {
+      reply.keyInfo = {200, packedKey("ui8 "), 0, {}};
+    }
     std::fill(std::begin(reply.bytes), std::end(reply.bytes), std::uint8_t{1});
     std::memcpy(output.data(), &reply, sizeof reply);
     return std::optional<KernelStatus>(0);

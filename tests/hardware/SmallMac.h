@@ -52,7 +52,9 @@ inline std::string described(const Sensor& sensor) {
 
 inline std::vector<std::string> described(const SensorList& sensors) {
   std::vector<std::string> texts;
-  for (const SensorPtr& sensor : sensors) texts.push_back(described(*sensor));
+  for (const SensorPtr& sensor : sensors) {
+    texts.push_back(described(*sensor));
+  }
   return texts;
 }
 

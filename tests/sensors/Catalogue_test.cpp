@@ -17,7 +17,9 @@ namespace {
 
 std::map<std::string, int> countKeys(const SensorList& sensors) {
   std::map<std::string, int> counts;
-  for (const SensorPtr& sensor : sensors) ++counts[sensor->key];
+  for (const SensorPtr& sensor : sensors) {
+    ++counts[sensor->key];
+  }
   return counts;
 }
 
@@ -32,7 +34,9 @@ SensorList withPlatform(std::uint64_t platform) {
 std::vector<std::string> listedSensors() {
   std::ifstream file(KELVORA_TEST_DATA "/sensors/catalogue.txt");
   std::vector<std::string> lines;
-  for (std::string line; std::getline(file, line);) lines.push_back(line);
+  for (std::string line; std::getline(file, line);) {
+    lines.push_back(line);
+  }
   return lines;
 }
 
@@ -54,7 +58,9 @@ TEST(Catalogue, HoldsThe212ListedSensorsInTheirOrder) {
   const std::vector<std::string> listed = listedSensors();
   ASSERT_EQ(listed.size(), 212U);
   ASSERT_EQ(lines.size(), listed.size());
-  for (std::size_t i = 0; i < lines.size(); ++i) EXPECT_EQ(lines[i], listed[i]) << "entry " << i;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    EXPECT_EQ(lines[i], listed[i]) << "entry " << i;
+  }
 }
 
 TEST(Catalogue, HasAllItsEntriesFromFirstToLast) {
@@ -105,7 +111,9 @@ TEST(Catalogue, OnlyTheKeysOfSeveralFamiliesStandTwice) {
   std::set<std::string> twice;
   for (const auto& [key, count] : countKeys(SensorController::getDefaultSMCSensors())) {
     EXPECT_LE(count, 2) << key;
-    if (count == 2) twice.insert(key);
+    if (count == 2) {
+      twice.insert(key);
+    }
   }
   EXPECT_THAT(twice, testing::ElementsAre("Tp01", "Tp05", "Tp09", "Tp0D", "Tp0P"));
   for (const auto& [key, count] : countKeys(SensorController::getDefaultHIDSensors())) {
@@ -144,7 +152,9 @@ TEST(Catalogue, EveryMaskIsOneOfTheFiveInUse) {
 TEST(Catalogue, TheAveragedSensorsAreTheCoresOfProcessorsAndGraphics) {
   std::map<std::uint64_t, int> perGroup;
   for (const SensorPtr& sensor : SensorController::getDefaultSMCSensors()) {
-    if (!sensor->average) continue;
+    if (!sensor->average) {
+      continue;
+    }
     EXPECT_EQ(sensor->type, SensorTypeTemperature) << sensor->key;
     ++perGroup[sensor->group];
   }
@@ -152,7 +162,9 @@ TEST(Catalogue, TheAveragedSensorsAreTheCoresOfProcessorsAndGraphics) {
                                              testing::Pair(SensorGroupGPU, 6)));
   std::vector<std::string> hid;
   for (const SensorPtr& sensor : SensorController::getDefaultHIDSensors()) {
-    if (sensor->average) hid.push_back(sensor->name);
+    if (sensor->average) {
+      hid.push_back(sensor->name);
+    }
   }
   EXPECT_THAT(
       hid, testing::ElementsAre("CPU Performance Core %", "CPU Efficiency Core %", "GPU Core %"));

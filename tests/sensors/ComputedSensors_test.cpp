@@ -31,7 +31,9 @@ SensorPtr fan(const std::string& key, double speed, std::uint64_t source = Senso
 
 std::vector<std::string> keys(const SensorList& sensors) {
   std::vector<std::string> result;
-  for (const SensorPtr& sensor : sensors) result.push_back(sensor->key);
+  for (const SensorPtr& sensor : sensors) {
+    result.push_back(sensor->key);
+  }
   return result;
 }
 
@@ -169,7 +171,9 @@ TEST(GroupOrder, UngroupedSensorsComeAfterEveryGroupAndOthersKeepTheirOrder) {
   }
   sortByGroup(sensors);
   std::vector<std::uint32_t> order;
-  for (const NamedSensor& sensor : sensors) order.push_back(sensor.raw);
+  for (const NamedSensor& sensor : sensors) {
+    order.push_back(sensor.raw);
+  }
   EXPECT_THAT(order, ElementsAre(2, 6, 1, 5, 3, 0, 4));
 }
 

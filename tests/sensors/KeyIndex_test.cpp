@@ -34,7 +34,9 @@ TEST(KeyIndex, TellsKeysWithNULBytesApart) {
 
 TEST(KeyIndex, KeepsItsKeysWhileItGrows) {
   KeyIndex index;
-  for (std::uint32_t i = 0; i < 20000; ++i) index.at(std::to_string(i)).pattern = i;
+  for (std::uint32_t i = 0; i < 20000; ++i) {
+    index.at(std::to_string(i)).pattern = i;
+  }
   for (std::uint32_t i = 0; i < 20000; ++i) {
     EXPECT_EQ(index.find(std::to_string(i)).pattern, i);
     EXPECT_EQ(index.find(std::to_string(i)).exact, KeyMatch::kNone);

@@ -100,7 +100,9 @@ SensorList catalogueOf(const ZDSystemDevice& device, bool isAppleSilicon) {
   std::string gpuShortName;
   if (device.gpuInfos().has_value() && device.gpuInfos()->size() == 2) {
     for (const ZDGPUInfo& gpu : *device.gpuInfos()) {
-      if (!gpu.isDedicated) continue;
+      if (!gpu.isDedicated) {
+        continue;
+      }
       gpuName = gpu.modelName.value_or("");
       gpuShortName = gpu.shortModelName.value_or("");
     }
@@ -108,7 +110,9 @@ SensorList catalogueOf(const ZDSystemDevice& device, bool isAppleSilicon) {
   SensorList catalogue;
   for (const SensorPtr& entry : SensorController::getDefaultSMCSensors()) {
     const std::uint64_t family = device.cpuInfo().platform;
-    if ((entry->platform & family) != family) continue;
+    if ((entry->platform & family) != family) {
+      continue;
+    }
     if (entry->name.find("{GPU}") != std::string::npos) {
       using namespace KVExtension;
       entry->name = trimWhitespace(replace(entry->name, "{GPU}", gpuShortName));
@@ -128,7 +132,9 @@ TEST_P(Machines, AReadingIsWhatTheReferenceDerivesFromTheSameRawSensors) {
   const bool isAppleSilicon = platform_.architecture() == Architecture::kAppleSilicon;
   SensorList raw = controller_.smc().getAllSensors();
   if (isAppleSilicon) {
-    for (const SensorPtr& sensor : controller_.hid()->getAllSensors()) raw.push_back(sensor);
+    for (const SensorPtr& sensor : controller_.hid()->getAllSensors()) {
+      raw.push_back(sensor);
+    }
   }
   const SensorList expected = reference::reading(catalogueOf(device_, isAppleSilicon), raw);
   EXPECT_FALSE(expected.empty());

@@ -23,9 +23,13 @@ namespace {
 std::unique_ptr<platform::SMCUserClient> smcOf(int unknownKeys) {
   std::vector<platform::RecordedSMCKey> keys;
   for (const SensorPtr& known : SensorController::getDefaultSMCSensors()) {
-    if (known->type != SensorTypeTemperature) continue;
+    if (known->type != SensorTypeTemperature) {
+      continue;
+    }
     std::string key = known->key;
-    if (const std::size_t percent = key.find('%'); percent != std::string::npos) key[percent] = '3';
+    if (const std::size_t percent = key.find('%'); percent != std::string::npos) {
+      key[percent] = '3';
+    }
     keys.push_back(temperature(key, 40));
   }
   for (int i = 0; i < unknownKeys; ++i) {

@@ -69,7 +69,9 @@ class FailingSMC : public ::testing::Test {
     controller.getAllSensors();
     smc_.setOverride([](const SMCCallRecord& call,
                         std::span<std::byte>) -> std::optional<platform::KernelStatus> {
-      if (call.key == packedKey("TC0P")) return platform::kIOReturnError;
+      if (call.key == packedKey("TC0P")) {
+        return platform::kIOReturnError;
+      }
       return std::nullopt;
     });
     EXPECT_THAT(names(controller.getAllSensors()), ElementsAre(Pair("TB0T", "Battery Max")));

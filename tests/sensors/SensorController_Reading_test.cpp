@@ -113,7 +113,9 @@ TEST(SensorController, SurvivesAnSMCThatClaims255Fans) {
 
 TEST(SensorController, ReadsEachKeyOfASmallSMCWithOneCallAfterTheFirstReading) {
   std::vector<platform::RecordedSMCKey> keys = fanKeys(1, 0x20);
-  for (const char* key : {"TC0P", "TB0T", "MSAc"}) keys.push_back(temperature(key, 40));
+  for (const char* key : {"TC0P", "TB0T", "MSAc"}) {
+    keys.push_back(temperature(key, 40));
+  }
   keys.push_back(smcKey("VBAT", "sp78", {0x0c, 0}));
   Platform& platform = installRecordedPlatform(mac(std::move(keys)));
   ForwardingSMC& smc = ForwardingSMC::wrap(platform);

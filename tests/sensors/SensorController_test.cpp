@@ -122,7 +122,9 @@ TEST(SensorController, TheDedicatedGPUStandsInTheNames) {
   EXPECT_EQ(shortName, "AMD");
   std::vector<std::string> fullNames;
   for (const SensorPtr& sensor : controller.defaultSMCSensors()) {
-    if (sensor->name.find(shortName) != std::string::npos) fullNames.push_back(sensor->fullName);
+    if (sensor->name.find(shortName) != std::string::npos) {
+      fullNames.push_back(sensor->fullName);
+    }
   }
   EXPECT_THAT(fullNames, ElementsAre("GPU " + name + " Proximity",
                                      "GPU " + name + " Memory Proximity", "GPU " + name + " PECI"));

@@ -69,17 +69,23 @@ class RandomMachine {
   std::string text(const std::string& alphabet, std::size_t longest) {
     std::string result;
     const std::size_t length = below(longest + 1);
-    for (std::size_t i = 0; i < length; ++i) result += pick(alphabet);
+    for (std::size_t i = 0; i < length; ++i) {
+      result += pick(alphabet);
+    }
     return result;
   }
 
   // A key at random, one of the catalogue as it stands, or what its pattern gives for an index that
   // may lie just beyond the last one.
   std::string rawKey() {
-    if (keys_.empty() || below(4) == 0) return text("A0%16", 4);
+    if (keys_.empty() || below(4) == 0) {
+      return text("A0%16", 4);
+    }
     const std::string key = pick(keys_);
     const std::string index = std::to_string(below(3) == 0 ? 60 + below(6) : below(4));
-    if (below(4) == 0) return key;
+    if (below(4) == 0) {
+      return key;
+    }
     std::string result;
     for (const char character : key) {
       if (character == '%') {
@@ -92,7 +98,9 @@ class RandomMachine {
   }
 
   std::uint64_t group() {
-    if (below(20) == 0) return pick(std::initializer_list<std::uint64_t>{12, 1000, UINT64_MAX});
+    if (below(20) == 0) {
+      return pick(std::initializer_list<std::uint64_t>{12, 1000, UINT64_MAX});
+    }
     return below(2) == 0 ? 1 + below(2) : below(12);
   }
 
@@ -109,7 +117,9 @@ class RandomMachine {
 
 SensorList deepCopy(const SensorList& list) {
   SensorList copy;
-  for (const SensorPtr& sensor : list) copy.push_back(std::make_shared<Sensor>(*sensor));
+  for (const SensorPtr& sensor : list) {
+    copy.push_back(std::make_shared<Sensor>(*sensor));
+  }
   return copy;
 }
 
@@ -135,7 +145,9 @@ std::string describe(const SensorList& list, const SensorList& raw) {
 // The records of `raw` are at once what was read and what is made of it.
 SensorList namedByTheLibrary(const SensorList& catalogue, const SensorList& raw) {
   RawReading read;
-  for (const SensorPtr& sensor : raw) read.add({&sensor->key, sensor.get(), sensor->value});
+  for (const SensorPtr& sensor : raw) {
+    read.add({&sensor->key, sensor.get(), sensor->value});
+  }
   const SensorNaming naming(catalogue);
   std::vector<NamedSensor> named = naming.name(read.sensors());
   addComputedSensors(read, named);

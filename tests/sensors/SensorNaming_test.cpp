@@ -44,7 +44,9 @@ SensorList named(const SensorNaming& naming, const SensorList& records) {
 // Key and name of each sensor, in order.
 std::vector<std::pair<std::string, std::string>> names(const SensorList& sensors) {
   std::vector<std::pair<std::string, std::string>> result;
-  for (const SensorPtr& sensor : sensors) result.emplace_back(sensor->key, sensor->name);
+  for (const SensorPtr& sensor : sensors) {
+    result.emplace_back(sensor->key, sensor->name);
+  }
   return result;
 }
 
@@ -180,7 +182,9 @@ TEST(SensorNaming, OfTwoPatternsThatFitTheFirstWins) {
 TEST(SensorNaming, APatternCountsBeyond64WhenKeysStandTwice) {
   SensorList raw;
   for (int index = 0; index < 64; ++index) {
-    for (int copy = 0; copy < 2; ++copy) raw.push_back(rawSensor("T" + std::to_string(index)));
+    for (int copy = 0; copy < 2; ++copy) {
+      raw.push_back(rawSensor("T" + std::to_string(index)));
+    }
   }
   const SensorList reading = named(SensorNaming({entry("T%", "Core %")}), raw);
   ASSERT_EQ(reading.size(), 128U);
@@ -204,8 +208,12 @@ TEST(SensorNaming, ThreadsNameTheirReadingsAtTheSameTime) {
     }
   };
   std::vector<std::thread> threads;
-  for (int core = 0; core < 4; ++core) threads.emplace_back(nameManyTimes, core);
-  for (std::thread& thread : threads) thread.join();
+  for (int core = 0; core < 4; ++core) {
+    threads.emplace_back(nameManyTimes, core);
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
 }
 
 }  // namespace

@@ -47,7 +47,9 @@ inline platform::RecordedHIDService hidTemperature(const std::string& product, d
 /// Key and name of each sensor, in order.
 inline std::vector<std::pair<std::string, std::string>> names(const SensorList& sensors) {
   std::vector<std::pair<std::string, std::string>> result;
-  for (const SensorPtr& sensor : sensors) result.emplace_back(sensor->key, sensor->name);
+  for (const SensorPtr& sensor : sensors) {
+    result.emplace_back(sensor->key, sensor->name);
+  }
   return result;
 }
 

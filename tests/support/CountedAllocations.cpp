@@ -17,7 +17,9 @@ void* allocate(std::size_t size) {
 
 // All forms that end in the plain operator delete; those of arrays come here by themselves.
 void* operator new(std::size_t size) {
-  if (void* const memory = allocate(size)) return memory;
+  if (void* const memory = allocate(size)) {
+    return memory;
+  }
   throw std::bad_alloc();
 }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }

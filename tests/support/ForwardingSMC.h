@@ -62,7 +62,9 @@ class ForwardingSMC : public platform::SMCUserClient {
   /// How many calls there were, of one command if it is given.
   int count(std::optional<std::uint8_t> command = std::nullopt) const {
     int number = 0;
-    for (const SMCCallRecord& call : calls()) number += !command || call.command == *command;
+    for (const SMCCallRecord& call : calls()) {
+      number += !command || call.command == *command;
+    }
     return number;
   }
   void forgetCalls() {
@@ -86,7 +88,9 @@ class ForwardingSMC : public platform::SMCUserClient {
   void release(platform::IOObject object) override { behind_->release(object); }
   platform::KernelStatus openService(platform::IOObject service, std::uint32_t type,
                                      platform::IOObject& connection) override {
-    if (openStatus) return *openStatus;
+    if (openStatus) {
+      return *openStatus;
+    }
     const auto status = behind_->openService(service, type, connection);
     changeOpenConnections(status, 1);
     return status;
@@ -99,14 +103,18 @@ class ForwardingSMC : public platform::SMCUserClient {
   platform::KernelStatus callStructMethod(platform::IOObject connection, std::uint32_t selector,
                                           Input input, Output output) override {
     const SMCCallRecord call = recordOf(input);
-    if (const auto answer = note(call, output)) return *answer;
+    if (const auto answer = note(call, output)) {
+      return *answer;
+    }
     return behind_->callStructMethod(connection, selector, input, output);
   }
 
  private:
   static SMCCallRecord recordOf(Input input) {
     SMCCallRecord call;
-    if (input.size() != 80) return call;
+    if (input.size() != 80) {
+      return call;
+    }
     call.command = static_cast<std::uint8_t>(input[42]);
     std::memcpy(&call.key, input.data(), sizeof call.key);
     std::memcpy(&call.data32, input.data() + 44, sizeof call.data32);
@@ -119,7 +127,9 @@ class ForwardingSMC : public platform::SMCUserClient {
       const std::lock_guard lock(mutex_);
       calls_.push_back(call);
       for (const auto& [number, status] : failures_) {
-        if (number == calls_.size()) return status;
+        if (number == calls_.size()) {
+          return status;
+        }
       }
       override = override_;
     }
@@ -128,7 +138,9 @@ class ForwardingSMC : public platform::SMCUserClient {
 
   void changeOpenConnections(platform::KernelStatus status, int difference) {
     const std::lock_guard lock(mutex_);
-    if (status == platform::kKernelSuccess) openConnections_ += difference;
+    if (status == platform::kKernelSuccess) {
+      openConnections_ += difference;
+    }
   }
 
   std::unique_ptr<platform::SMCUserClient> behind_;

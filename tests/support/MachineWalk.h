@@ -31,11 +31,15 @@ inline void walkHID(const platform::RecordedMachine& machine) {
   platform::RecordedHID hid(machine.hid);
   const auto client = hid.createClient();
   const auto services = client->copyServices();
-  if (!services) return;
+  if (!services) {
+    return;
+  }
   for (const auto& service : *services) {
     service->copyProperty("Product");
     for (const std::int32_t type : {0, 15, 25, 0x7fff}) {
-      if (const auto event = service->copyEvent(type, 0, 0)) event->floatValue(type << 16);
+      if (const auto event = service->copyEvent(type, 0, 0)) {
+        event->floatValue(type << 16);
+      }
     }
   }
 }
@@ -51,15 +55,21 @@ inline void walkEntry(const platform::RegistryEntry& entry) {
       value.boolValue();
     }
   }
-  for (const auto& child : entry.children("IOService")) walkEntry(*child);
+  for (const auto& child : entry.children("IOService")) {
+    walkEntry(*child);
+  }
 }
 
 inline void walkRegistry(const platform::RecordedMachine& machine) {
   platform::RecordedRegistry registry(machine.registry);
   for (const char* name : {"IOPCIDevice", "AppleSmartBattery", "IOPMPowerSource", "AppleARMPE"}) {
     const auto services = registry.matchingServices(name);
-    if (!services) continue;
-    for (const auto& service : *services) walkEntry(*service);
+    if (!services) {
+      continue;
+    }
+    for (const auto& service : *services) {
+      walkEntry(*service);
+    }
   }
 }
 
@@ -75,7 +85,9 @@ inline void walkSystem(const platform::RecordedMachine& machine) {
     controls.byNumber(std::array{6, number}, room.data(), &size);
   }
   platform::RecordedSystemFacts facts(machine);
-  for (const auto& path : facts.mountedVolumePaths()) facts.diskDescription(path);
+  for (const auto& path : facts.mountedVolumePaths()) {
+    facts.diskDescription(path);
+  }
   facts.activeDisplays();
   facts.primaryHostAddress();
   platform::RecordedHostStatistics(machine.statistics).processorTicks();

@@ -11,7 +11,9 @@ struct MemoryUserDefaults::Domain {
   std::optional<PropertyListValue> object(std::string_view key) {
     const std::lock_guard lock(mutex);
     const auto found = values.find(std::string(key));
-    if (found == values.end()) return std::nullopt;
+    if (found == values.end()) {
+      return std::nullopt;
+    }
     return found->second;
   }
 
@@ -53,7 +55,9 @@ MemoryUserDefaults::~MemoryUserDefaults() = default;
 std::unique_ptr<UserDefaultsSuite> MemoryUserDefaults::suite(const std::string& name) {
   const std::lock_guard lock(mutex_);
   std::shared_ptr<Domain>& domain = domains_[name];
-  if (domain == nullptr) domain = std::make_shared<Domain>();
+  if (domain == nullptr) {
+    domain = std::make_shared<Domain>();
+  }
   return std::make_unique<Suite<Domain>>(domain);
 }
 

@@ -45,7 +45,9 @@ class SMCConnection {
     std::memcpy(input.data() + 28, &dataSize, sizeof dataSize);
     input[42] = static_cast<std::byte>(command);
     std::memcpy(input.data() + 44, &index, sizeof index);
-    if (payload.size() > 32) throw std::invalid_argument("a payload has at most 32 bytes");
+    if (payload.size() > 32) {
+      throw std::invalid_argument("a payload has at most 32 bytes");
+    }
     std::copy(payload.begin(), payload.end(), input.begin() + 48);
     Reply reply;
     reply.status = smc_.callStructMethod(handle_, 2, input, output);

@@ -12,7 +12,9 @@ namespace kelvora::testing {
 /// A key or type of four characters as it travels in a record: 0x54433050 for "TC0P".
 inline std::uint32_t packedKey(std::string_view text) {
   std::uint32_t packed = 0;
-  for (const char character : text) packed = packed << 8 | static_cast<unsigned char>(character);
+  for (const char character : text) {
+    packed = packed << 8 | static_cast<unsigned char>(character);
+  }
   return packed;
 }
 
@@ -28,7 +30,9 @@ platform::RecordedSMCKey smcKey(const Key& key, const char (&type)[5],
   platform::RecordedSMCKey result;
   result.key = packedKey(key);
   result.type = packedKey(type);
-  for (const int byte : bytes) result.bytes.push_back(static_cast<std::byte>(byte));
+  for (const int byte : bytes) {
+    result.bytes.push_back(static_cast<std::byte>(byte));
+  }
   return result;
 }
 

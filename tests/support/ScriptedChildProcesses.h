@@ -33,7 +33,9 @@ class ScriptedChildProcesses : public platform::ChildProcesses {
   platform::ChildLaunch launch(const platform::ChildRequest& request) override {
     requests.push_back(request);
     auto outcome = script_(request);
-    if (!outcome) return {nullptr, "No such file or directory"};
+    if (!outcome) {
+      return {nullptr, "No such file or directory"};
+    }
     return {std::make_unique<Child>(std::move(*outcome), *this), ""};
   }
 

@@ -15,7 +15,9 @@ namespace kelvora::testing {
 class TemporaryFolder {
  public:
   TemporaryFolder() : path_((std::filesystem::temp_directory_path() / "kelvoraXXXXXX").string()) {
-    if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    if (mkdtemp(path_.data()) == nullptr) {
+      throw std::runtime_error("no temporary folder");
+    }
   }
   ~TemporaryFolder() {
     std::error_code error;

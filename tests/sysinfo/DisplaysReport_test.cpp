@@ -108,7 +108,9 @@ TEST(DisplaysReport, ADeepTextTellsNothing) {
   expectNothing(deep + std::string(513, ']'));
   expectNothing(std::string(10 << 20, '['));
   std::string objects;
-  for (int level = 0; level < 1'000'000; ++level) objects += "{\"a\":";
+  for (int level = 0; level < 1'000'000; ++level) {
+    objects += "{\"a\":";
+  }
   expectNothing(objects);
 }
 
@@ -116,7 +118,9 @@ TEST(DisplaysReport, DepthCountsOutsideTextsOnlyAndClosesAgain) {
   const std::string brackets(600, '[');
   EXPECT_EQ(processorOf(R"({"sppci_model":"\")" + brackets + "\"}").modelName, "\"" + brackets);
   std::string entries = "[{}";
-  for (int entry = 1; entry < 600; ++entry) entries += ",{}";
+  for (int entry = 1; entry < 600; ++entry) {
+    entries += ",{}";
+  }
   EXPECT_EQ(parseDisplaysReport(reportOf(entries + "]")).gpuInfos->size(), 600U);
   const std::string nested = std::string(509, '[') + std::string(509, ']');
   EXPECT_EQ(processorOf(R"({"other":)" + nested + "}"), ZDGPUInfo{});

@@ -22,7 +22,9 @@ GPUInfos registered(std::vector<platform::RecordedRegistryEntry> devices,
                     std::uint64_t family = SensorPlatformIntel) {
   platform::RecordedMachine machine;
   machine.registry.emplace();
-  for (auto& device : devices) machine.registry->emplace_back("IOPCIDevice", std::move(device));
+  for (auto& device : devices) {
+    machine.registry->emplace_back("IOPCIDevice", std::move(device));
+  }
   const auto platform = testing::recordedPlatform(std::move(machine));
   return queryGraphics(*platform, family);
 }
@@ -84,7 +86,9 @@ Reported reported(std::optional<std::string> output) {
   const auto platform = testing::recordedPlatform({});
   auto children = std::make_unique<testing::ScriptedChildProcesses>(
       [&](const auto&) -> std::optional<testing::ScriptedOutcome> {
-        if (!output) return std::nullopt;
+        if (!output) {
+          return std::nullopt;
+        }
         return testing::ScriptedOutcome{.output = *output};
       });
   auto& script = *children;

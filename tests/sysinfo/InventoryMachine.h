@@ -24,7 +24,9 @@ using Controls = std::vector<std::pair<std::string, std::vector<std::byte>>>;
 /// A machine with nothing but these system controls and a registry without services.
 inline platform::RecordedMachine machineWithControls(const Controls& controls) {
   platform::RecordedMachine machine;
-  for (const auto& [name, bytes] : controls) machine.sysctl[name] = bytes;
+  for (const auto& [name, bytes] : controls) {
+    machine.sysctl[name] = bytes;
+  }
   machine.registry.emplace();
   return machine;
 }

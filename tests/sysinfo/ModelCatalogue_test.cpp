@@ -16,7 +16,9 @@ namespace {
 std::vector<std::string> listedModels() {
   std::ifstream file(KELVORA_TEST_DATA "/sysinfo/models.txt");
   std::vector<std::string> lines;
-  for (std::string line; std::getline(file, line);) lines.push_back(line);
+  for (std::string line; std::getline(file, line);) {
+    lines.push_back(line);
+  }
   return lines;
 }
 

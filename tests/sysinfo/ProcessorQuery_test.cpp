@@ -240,11 +240,15 @@ class FailingEntry : public platform::RegistryEntry {
  public:
   FailingEntry(const char* name, bool hasProperties) : name_(name), hasProperties_(hasProperties) {}
   std::optional<std::string> name() const override {
-    if (name_ == nullptr) return std::nullopt;
+    if (name_ == nullptr) {
+      return std::nullopt;
+    }
     return name_;
   }
   std::optional<PropertyListValue::Dictionary> properties() const override {
-    if (!hasProperties_) return std::nullopt;
+    if (!hasProperties_) {
+      return std::nullopt;
+    }
     return PropertyListValue::Dictionary{};
   }
   std::optional<PropertyListValue> property(std::string_view) const override {
@@ -252,7 +256,9 @@ class FailingEntry : public platform::RegistryEntry {
   }
   std::vector<std::unique_ptr<RegistryEntry>> children(std::string_view plane) const override {
     std::vector<std::unique_ptr<RegistryEntry>> result;
-    if (plane != "IOService") return result;
+    if (plane != "IOService") {
+      return result;
+    }
     result.push_back(std::make_unique<FailingEntry>(nullptr, true));
     result.push_back(std::make_unique<FailingEntry>("cpu0", false));
     result.push_back(std::make_unique<FailingEntry>("cpu1", true));

@@ -78,7 +78,9 @@ TEST(SystemControlValues, AValueThatGrowsBetweenTheTwoCallsIsAbsent) {
   for (const int status : {ENOMEM, 0}) {
     controls.onByName = [&](const char*, void* value, std::size_t* size) {
       *size = value == nullptr ? 4 : 8;
-      if (value == nullptr) return 0;
+      if (value == nullptr) {
+        return 0;
+      }
       std::memcpy(value, "\x07\x07\x07\x07", 4);
       return status;
     };
@@ -91,7 +93,9 @@ TEST(SystemControlValues, AValueThatShrinksBetweenTheTwoCallsIsAsLongAsItIs) {
   testing::ForwardingSystemControls controls(nullptr);
   controls.onByName = [](const char*, void* value, std::size_t* size) {
     *size = value == nullptr ? 8 : 4;
-    if (value != nullptr) std::memcpy(value, "\x07\0\0\0", 4);
+    if (value != nullptr) {
+      std::memcpy(value, "\x07\0\0\0", 4);
+    }
     return 0;
   };
   EXPECT_EQ(sysctlNumberForKey("hw.ncpu", controls), 7);

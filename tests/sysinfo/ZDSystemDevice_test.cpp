@@ -54,7 +54,9 @@ Events eventsOfInventory(const std::string& machine) {
   ports.systemFacts = std::make_unique<RecordingFacts>(std::move(ports.systemFacts), events);
   auto& controls = testing::wrapPort<testing::ForwardingSystemControls>(ports.systemControls);
   controls.onByName = [&](const char* name, void* value, std::size_t* size) {
-    if (value == nullptr) events.emplace_back(name);
+    if (value == nullptr) {
+      events.emplace_back(name);
+    }
     return controls.behind->byName(name, value, size);
   };
   auto& registry = testing::wrapPort<testing::ForwardingIORegistry>(ports.registry);
@@ -97,7 +99,9 @@ TEST_F(ZDSystemDeviceTest, TheSharedDeviceIsCreatedOnceByWhoeverComesFirst) {
   for (ZDSystemDevice*& device : seen) {
     threads.emplace_back([&device] { device = &ZDSystemDevice::device(); });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
   EXPECT_EQ(seen, std::vector<ZDSystemDevice*>(8, &ZDSystemDevice::device()));
   EXPECT_EQ(std::count(controls.names.begin(), controls.names.end(), "hw.model"), 2);
   EXPECT_EQ(seen.front()->modelInfo().modelId, "Macmini9,1");
@@ -154,7 +158,9 @@ std::string inventory(const std::string& machine) {
   out << '\n' << device.hostName() << '\n';
   print(out, device.modelInfo());
   print(out, device.cpuInfo());
-  for (const ZDGPUInfo& info : device.gpuInfos().value()) print(out, info);
+  for (const ZDGPUInfo& info : device.gpuInfos().value()) {
+    print(out, info);
+  }
   const ZDBatteryInfo& battery = device.batteryInfo();
   out << battery.cycleCount << " cycles, " << battery.maxCapacity << "/" << battery.designedCapacity
       << ", " << battery.health() << " %\n";

@@ -26,7 +26,9 @@ class Grant : public AuthorizationGrant {
       request.path = askingProgram_;
     }
     ChildLaunch launch = children_->launch(request);
-    if (launch.child == nullptr) return false;
+    if (launch.child == nullptr) {
+      return false;
+    }
     // The caller does not wait for the tool, but someone has to, or it would stay as a zombie.
     std::thread([children = children_, child = std::move(launch.child)] {
       child->waitUntilExit();
@@ -49,8 +51,12 @@ LinuxAuthorization::LinuxAuthorization(std::shared_ptr<ChildProcesses> children,
     : children_(std::move(children)), isRoot_(isRoot), askingProgram_(std::move(askingProgram)) {}
 
 std::unique_ptr<AuthorizationGrant> LinuxAuthorization::request(std::string_view) {
-  if (isRoot_) return std::make_unique<Grant>(children_, "");
-  if (access(askingProgram_.c_str(), X_OK) != 0) return nullptr;
+  if (isRoot_) {
+    return std::make_unique<Grant>(children_, "");
+  }
+  if (access(askingProgram_.c_str(), X_OK) != 0) {
+    return nullptr;
+  }
   return std::make_unique<Grant>(children_, askingProgram_);
 }
 

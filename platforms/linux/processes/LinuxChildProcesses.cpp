@@ -27,14 +27,20 @@ std::optional<int> reapedStatus(pid_t pid, int options) {
   do {
     reaped = waitpid(pid, &status, options);
   } while (reaped < 0 && errno == EINTR);
-  if (reaped == 0) return std::nullopt;
-  if (reaped < 0) return kUnknownExitStatus;
+  if (reaped == 0) {
+    return std::nullopt;
+  }
+  if (reaped < 0) {
+    return kUnknownExitStatus;
+  }
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 // Whoever has read a child's output need not wait for what it does afterwards.
 void reapWithoutWaiting(pid_t pid) {
-  if (reapedStatus(pid, WNOHANG)) return;
+  if (reapedStatus(pid, WNOHANG)) {
+    return;
+  }
   std::thread([pid] { reapedStatus(pid, 0); }).detach();
 }
 
@@ -43,11 +49,15 @@ class Child : public ChildProcess {
   Child(pid_t pid, FileDescriptor output) : pid_(pid), output_(std::move(output)) {}
   ~Child() override {
     output_.close();
-    if (!exitStatus_) reapWithoutWaiting(pid_);
+    if (!exitStatus_) {
+      reapWithoutWaiting(pid_);
+    }
   }
 
   std::size_t readStandardOutput(std::span<std::byte> buffer) override {
-    if (!output_.isOpen() || buffer.empty()) return 0;
+    if (!output_.isOpen() || buffer.empty()) {
+      return 0;
+    }
     ssize_t count = -1;
     do {
       count = read(output_.get(), buffer.data(), buffer.size());
@@ -58,7 +68,9 @@ class Child : public ChildProcess {
   void closeStandardOutput() override { output_.close(); }
 
   int waitUntilExit() override {
-    if (!exitStatus_) exitStatus_ = reapedStatus(pid_, 0);
+    if (!exitStatus_) {
+      exitStatus_ = reapedStatus(pid_, 0);
+    }
     return exitStatus_.value_or(kUnknownExitStatus);
   }
 
@@ -87,7 +99,9 @@ class SpawnActions {
 
  private:
   void note(int error) {
-    if (error_ == 0) error_ = error;
+    if (error_ == 0) {
+      error_ = error;
+    }
   }
 
   posix_spawn_file_actions_t actions_;
@@ -127,7 +141,9 @@ ChildLaunch failed(int error) { return {nullptr, std::generic_category().message
 
 std::vector<char*> argumentPointers(ChildRequest& request) {
   std::vector<char*> pointers = {request.path.data()};
-  for (std::string& argument : request.arguments) pointers.push_back(argument.data());
+  for (std::string& argument : request.arguments) {
+    pointers.push_back(argument.data());
+  }
   pointers.push_back(nullptr);
   return pointers;
 }
@@ -138,21 +154,31 @@ ChildLaunch LinuxChildProcesses::launch(const ChildRequest& request) {
   Pipe pipe;
   if (request.captureStandardOutput) {
     int ends[2] = {-1, -1};
-    if (pipe2(ends, O_CLOEXEC) != 0) return failed(errno);
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+      return failed(errno);
+    }
     pipe = {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
   }
   SpawnActions actions;
-  if (pipe.writing.isOpen()) actions.duplicate(pipe.writing.get(), STDOUT_FILENO);
-  if (request.discardStandardError) actions.discard(STDERR_FILENO);
+  if (pipe.writing.isOpen()) {
+    actions.duplicate(pipe.writing.get(), STDOUT_FILENO);
+  }
+  if (request.discardStandardError) {
+    actions.discard(STDERR_FILENO);
+  }
   actions.closeFrom(STDERR_FILENO + 1);
-  if (actions.error() != 0) return failed(actions.error());
+  if (actions.error() != 0) {
+    return failed(actions.error());
+  }
 
   ChildRequest copy = request;
   const SpawnAttributes attributes;
   pid_t pid = 0;
   const int error = posix_spawn(&pid, copy.path.c_str(), actions.get(), attributes.get(),
                                 argumentPointers(copy).data(), environ);
-  if (error != 0) return failed(error);
+  if (error != 0) {
+    return failed(error);
+  }
   return {std::make_unique<Child>(pid, std::move(pipe.reading)), ""};
 }
 

@@ -20,7 +20,9 @@ std::optional<std::string> AppleSMCFiles::read(const std::string& name) const {
 
 bool AppleSMCFiles::chooseKey(unsigned index) {
   const FileDescriptor file(open(path("key_at_index").c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
-  if (!file.isOpen()) return false;
+  if (!file.isOpen()) {
+    return false;
+  }
   const std::string text = std::to_string(index) + "\n";
   // The driver takes an index in one write.
   return ::write(file.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());

@@ -12,13 +12,17 @@ using Layout = SMCRecordLayout;
 
 std::uint32_t decimal(const std::optional<std::string>& text) {
   std::uint32_t number = 0;
-  if (text) std::from_chars(text->data(), text->data() + text->size(), number);
+  if (text) {
+    std::from_chars(text->data(), text->data() + text->size(), number);
+  }
   return number;
 }
 
 // The driver prints the characters up to a NUL, then a line end; what is missing was NUL.
 std::uint32_t packed(std::string_view line) {
-  if (line.ends_with('\n')) line.remove_suffix(1);
+  if (line.ends_with('\n')) {
+    line.remove_suffix(1);
+  }
   std::uint32_t code = 0;
   for (std::size_t i = 0; i < 4; ++i) {
     code = code << 8 | (i < line.size() ? static_cast<unsigned char>(line[i]) : 0U);
@@ -38,7 +42,9 @@ KernelStatus LinuxSMC::mayOpen() const {
 
 KernelStatus LinuxSMC::perform(const Request& request, Reply& reply) {
   const std::uint8_t command = request.command();
-  if (command == Layout::kWriteCommand) return kIOReturnNotPermitted;
+  if (command == Layout::kWriteCommand) {
+    return kIOReturnNotPermitted;
+  }
   if (command == Layout::kKeyAtIndexCommand) {
     if (const auto key = keyAt(request.index())) {
       reply.setKey(*key);
@@ -62,13 +68,17 @@ KernelStatus LinuxSMC::perform(const Request& request, Reply& reply) {
 }
 
 const std::map<std::uint32_t, LinuxSMC::Key>& LinuxSMC::keys() {
-  if (keys_) return *keys_;
+  if (keys_) {
+    return *keys_;
+  }
   keys_.emplace();
   const std::uint32_t count = decimal(files_->read("key_count"));
   for (unsigned index = 0; index < count; ++index) {
     const auto key = keyAt(index);
     const auto type = files_->read("key_at_index_type");
-    if (!key || !type) continue;
+    if (!key || !type) {
+      continue;
+    }
     keys_->emplace(*key,
                    Key{index, packed(*type), decimal(files_->read("key_at_index_data_length"))});
   }
@@ -76,9 +86,13 @@ const std::map<std::uint32_t, LinuxSMC::Key>& LinuxSMC::keys() {
 }
 
 std::optional<std::uint32_t> LinuxSMC::keyAt(unsigned index) {
-  if (!files_->chooseKey(index)) return std::nullopt;
+  if (!files_->chooseKey(index)) {
+    return std::nullopt;
+  }
   const auto name = files_->read("key_at_index_name");
-  if (!name) return std::nullopt;
+  if (!name) {
+    return std::nullopt;
+  }
   return packed(*name);
 }
 

@@ -37,7 +37,9 @@ struct KVSerialQueue::Implementation {
     std::unique_lock lock(mutex);
     while (true) {
       changed.wait(lock, [this] { return isEnding || !queued.empty(); });
-      if (queued.empty()) return;
+      if (queued.empty()) {
+        return;
+      }
       {
         const auto work = std::move(queued.front());
         queued.pop_front();
@@ -50,7 +52,9 @@ struct KVSerialQueue::Implementation {
 
   void add(std::function<void()> work) {
     const std::lock_guard lock(mutex);
-    if (!thread.joinable()) start();
+    if (!thread.joinable()) {
+      start();
+    }
     queued.push_back(std::move(work));
     changed.notify_one();
   }
@@ -61,7 +65,9 @@ struct KVSerialQueue::Implementation {
       isEnding = true;
       changed.notify_one();
     }
-    if (thread.joinable()) thread.join();
+    if (thread.joinable()) {
+      thread.join();
+    }
   }
 };
 
@@ -73,7 +79,9 @@ KVSerialQueue::~KVSerialQueue() { implementation_->end(); }
 const std::string& KVSerialQueue::label() const { return implementation_->label; }
 
 void KVSerialQueue::async(std::function<void()> work) {
-  if (work) implementation_->add(std::move(work));
+  if (work) {
+    implementation_->add(std::move(work));
+  }
 }
 
 void KVSerialQueue::sync(const std::function<void()>& work) {

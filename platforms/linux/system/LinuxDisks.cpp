@@ -30,7 +30,9 @@ bool isVolume(const std::string& root, const Mount& mount) {
 
 std::int64_t numberOf(const std::optional<std::string>& text) {
   std::int64_t number = 0;
-  if (text) std::from_chars(text->data(), text->data() + text->size(), number);
+  if (text) {
+    std::from_chars(text->data(), text->data() + text->size(), number);
+  }
   return number;
 }
 
@@ -38,26 +40,34 @@ std::int64_t numberOf(const std::optional<std::string>& text) {
 fs::path blockFolder(const std::string& root, const std::string& device) {
   std::error_code error;
   fs::path real = fs::canonical(root + device, error);
-  if (error) real = device;
+  if (error) {
+    real = device;
+  }
   fs::path folder = fs::canonical(root + "/sys/class/block/" + real.filename().string(), error);
   // A mapped device stands on others; the first tells what disk it is on.
   for (int depth = 0; !error && depth < 8; ++depth) {
     const auto below = LinuxFiles().list((folder / "slaves").string());
-    if (!below || below->empty()) return folder;
+    if (!below || below->empty()) {
+      return folder;
+    }
     folder = fs::canonical(folder / "slaves" / below->front(), error);
   }
   return error ? fs::path() : folder;
 }
 
 std::optional<std::string> filled(std::optional<std::string> text) {
-  if (text && text->empty()) return std::nullopt;
+  if (text && text->empty()) {
+    return std::nullopt;
+  }
   return text;
 }
 
 std::optional<std::string> partitionName(const fs::path& folder) {
   const auto values = assignmentsOf(readFile((folder / "uevent").string()).value_or(""));
   const auto name = values.find("PARTNAME");
-  if (name == values.end()) return std::nullopt;
+  if (name == values.end()) {
+    return std::nullopt;
+  }
   return filled(name->second);
 }
 
@@ -69,7 +79,9 @@ bool isBuiltInConnector(const std::string& name) {
 
 // The first mode is the preferred one, e.g. "1920x1080".
 std::optional<Display> displayOf(const std::string& folder, const std::string& name) {
-  if (readLine(folder + "/" + name + "/status") != "connected") return std::nullopt;
+  if (readLine(folder + "/" + name + "/status") != "connected") {
+    return std::nullopt;
+  }
   const std::string mode = readLine(folder + "/" + name + "/modes").value_or("");
   const std::size_t separator = std::min(mode.find('x'), mode.size());
   Display display;
@@ -85,7 +97,9 @@ std::vector<std::string> mountedVolumes(const std::string& root) {
   std::vector<std::string> paths = {"/"};
   for (const Mount& mount : mounts(root)) {
     const bool isListed = std::find(paths.begin(), paths.end(), mount.path) != paths.end();
-    if (!isListed && isVolume(root, mount)) paths.push_back(mount.path);
+    if (!isListed && isVolume(root, mount)) {
+      paths.push_back(mount.path);
+    }
   }
   return paths;
 }
@@ -94,11 +108,17 @@ std::optional<DiskDescription> describedDisk(const std::string& root, std::strin
   // The last mount at a path hides the earlier ones.
   std::string device;
   for (const Mount& mount : mounts(root)) {
-    if (mount.path == path) device = mount.device;
+    if (mount.path == path) {
+      device = mount.device;
+    }
   }
-  if (!device.starts_with("/dev/")) return std::nullopt;
+  if (!device.starts_with("/dev/")) {
+    return std::nullopt;
+  }
   const fs::path folder = blockFolder(root, device);
-  if (folder.empty()) return std::nullopt;
+  if (folder.empty()) {
+    return std::nullopt;
+  }
   std::error_code error;
   const fs::path disk = fs::exists(folder / "partition", error) ? folder.parent_path() : folder;
   DiskDescription description;
@@ -115,7 +135,9 @@ std::vector<Display> connectedDisplays(const std::string& root) {
   const std::string folder = root + "/sys/class/drm";
   std::vector<Display> displays;
   for (const std::string& name : LinuxFiles().list(folder).value_or(std::vector<std::string>{})) {
-    if (const auto display = displayOf(folder, name)) displays.push_back(*display);
+    if (const auto display = displayOf(folder, name)) {
+      displays.push_back(*display);
+    }
   }
   std::stable_partition(displays.begin(), displays.end(),
                         [](const Display& display) { return display.builtIn; });

@@ -54,9 +54,13 @@ std::string homeFolder() {
 }
 
 std::optional<std::string> baseFolder(const char* variable, const char* inHome) {
-  if (const std::string folder = environmentFolder(variable); !folder.empty()) return folder;
+  if (const std::string folder = environmentFolder(variable); !folder.empty()) {
+    return folder;
+  }
   const std::string home = homeFolder();
-  if (home.empty()) return std::nullopt;
+  if (home.empty()) {
+    return std::nullopt;
+  }
   return home + inHome;
 }
 
@@ -64,9 +68,13 @@ std::optional<std::string> baseFolder(const char* variable, const char* inHome) 
 std::string documentsLineValue(const std::string& line, const std::string& home) {
   constexpr std::string_view kStart = "XDG_DOCUMENTS_DIR=\"";
   constexpr std::string_view kHome = "$HOME";
-  if (!line.starts_with(kStart) || line.back() != '"' || line.size() == kStart.size()) return "";
+  if (!line.starts_with(kStart) || line.back() != '"' || line.size() == kStart.size()) {
+    return "";
+  }
   const std::string value = line.substr(kStart.size(), line.size() - kStart.size() - 1);
-  if (value.starts_with(kHome)) return home + value.substr(kHome.size());
+  if (value.starts_with(kHome)) {
+    return home + value.substr(kHome.size());
+  }
   return value.starts_with('/') ? value : "";
 }
 
@@ -85,7 +93,9 @@ bool LinuxFiles::copy(const std::string& from, const std::string& to) {
 std::optional<FileAttributes> LinuxFiles::attributes(const std::string& path) {
   // A link's own attributes: who owns the link decides where it leads.
   struct stat information {};
-  if (lstat(path.c_str(), &information) != 0) return std::nullopt;
+  if (lstat(path.c_str(), &information) != 0) {
+    return std::nullopt;
+  }
   return FileAttributes{userName(information.st_uid), groupName(information.st_gid),
                         information.st_mode & 07777};
 }
@@ -97,7 +107,9 @@ std::optional<std::vector<std::string>> LinuxFiles::list(const std::string& fold
   for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
     names.push_back(entry->path().filename().string());
   }
-  if (error) return std::nullopt;
+  if (error) {
+    return std::nullopt;
+  }
   std::sort(names.begin(), names.end());
   return names;
 }
@@ -116,11 +128,15 @@ bool LinuxFiles::createFolder(const std::string& path) {
 
 std::optional<std::string> LinuxFiles::documentsFolder() {
   const std::string home = homeFolder();
-  if (home.empty()) return std::nullopt;
+  if (home.empty()) {
+    return std::nullopt;
+  }
   std::ifstream file(baseFolder("XDG_CONFIG_HOME", "/.config").value_or("") + "/user-dirs.dirs");
   std::string folder = home + "/Documents";
   for (std::string line; std::getline(file, line);) {
-    if (const auto value = documentsLineValue(line, home); !value.empty()) folder = value;
+    if (const auto value = documentsLineValue(line, home); !value.empty()) {
+      folder = value;
+    }
   }
   return folder;
 }
@@ -131,9 +147,13 @@ std::optional<std::string> LinuxFiles::applicationSupportFolder() {
 
 std::optional<std::string> LinuxFiles::groupContainer(const std::string& groupIdentifier) {
   const auto support = applicationSupportFolder();
-  if (!support || groupIdentifier.empty()) return std::nullopt;
+  if (!support || groupIdentifier.empty()) {
+    return std::nullopt;
+  }
   const std::string folder = *support + "/" + groupIdentifier;
-  if (!createFolder(folder)) return std::nullopt;
+  if (!createFolder(folder)) {
+    return std::nullopt;
+  }
   return folder;
 }
 

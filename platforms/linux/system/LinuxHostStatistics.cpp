@@ -16,18 +16,24 @@ LinuxHostStatistics::LinuxHostStatistics(std::string root) : root_(std::move(roo
 
 std::optional<std::vector<ProcessorTicks>> LinuxHostStatistics::processorTicks() {
   auto ticks = processorTicksOf(readFile(root_ + "/proc/stat").value_or(""));
-  if (ticks.empty()) return std::nullopt;
+  if (ticks.empty()) {
+    return std::nullopt;
+  }
   return ticks;
 }
 
 std::optional<MemoryPages> LinuxHostStatistics::memoryPages() {
   const auto sizes = memorySizesOf(readFile(root_ + "/proc/meminfo").value_or(""));
   const auto pageSize = pageSizeBytes();
-  if (!sizes.contains("MemFree") || !pageSize) return std::nullopt;
+  if (!sizes.contains("MemFree") || !pageSize) {
+    return std::nullopt;
+  }
   const auto pages = [&](std::initializer_list<const char*> names) {
     std::uint64_t bytes = 0;
     for (const char* name : names) {
-      if (const auto size = sizes.find(name); size != sizes.end()) bytes += size->second;
+      if (const auto size = sizes.find(name); size != sizes.end()) {
+        bytes += size->second;
+      }
     }
     return static_cast<std::uint32_t>(bytes / *pageSize);
   };
@@ -37,7 +43,9 @@ std::optional<MemoryPages> LinuxHostStatistics::memoryPages() {
 
 std::optional<std::uint32_t> LinuxHostStatistics::pageSizeBytes() {
   const long size = sysconf(_SC_PAGESIZE);
-  if (size <= 0) return std::nullopt;
+  if (size <= 0) {
+    return std::nullopt;
+  }
   return static_cast<std::uint32_t>(size);
 }
 
@@ -51,7 +59,9 @@ double LinuxHostStatistics::uptimeSeconds() {
 
 std::optional<FileSystemSize> LinuxHostStatistics::fileSystemSize(std::string_view path) {
   struct statvfs information {};
-  if (statvfs(std::string(path).c_str(), &information) != 0) return std::nullopt;
+  if (statvfs(std::string(path).c_str(), &information) != 0) {
+    return std::nullopt;
+  }
   const auto bytes = [&](fsblkcnt_t blocks) {
     return static_cast<std::int64_t>(blocks * information.f_frsize);
   };
@@ -60,7 +70,9 @@ std::optional<FileSystemSize> LinuxHostStatistics::fileSystemSize(std::string_vi
 
 std::optional<std::vector<InterfaceCounters>> LinuxHostStatistics::interfaceCounters() {
   const auto text = readFile(root_ + "/proc/net/dev");
-  if (!text) return std::nullopt;
+  if (!text) {
+    return std::nullopt;
+  }
   return interfaceCountersOf(*text);
 }
 

@@ -26,7 +26,9 @@ std::string resourceFolderOf(const std::filesystem::path& executable) {
   const std::filesystem::path folder = executable.parent_path();
   const std::filesystem::path beside = folder / "Resources";
   std::error_code error;
-  if (std::filesystem::is_directory(beside, error)) return beside.string();
+  if (std::filesystem::is_directory(beside, error)) {
+    return beside.string();
+  }
   return (folder.parent_path() / "share" / executable.filename()).string();
 }
 
@@ -43,12 +45,16 @@ bool isPlainLocale(std::string_view name) {
 std::vector<std::string> environmentLanguages() {
   std::string locale;
   for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-    if (locale.empty()) locale = environmentText(name);
+    if (locale.empty()) {
+      locale = environmentText(name);
+    }
   }
   std::vector<std::string> languages;
   if (!isPlainLocale(locale)) {
     std::istringstream list(environmentText("LANGUAGE"));
-    for (std::string language; std::getline(list, language, ':');) languages.push_back(language);
+    for (std::string language; std::getline(list, language, ':');) {
+      languages.push_back(language);
+    }
   }
   languages.push_back(locale);
   return languages;
@@ -58,11 +64,19 @@ std::vector<std::string> environmentLanguages() {
 // and "pt".
 std::vector<std::string> candidates(std::string name) {
   name = name.substr(0, name.find_first_of(".@"));
-  if (name.empty() || isPlainLocale(name)) return {};
-  if (name == "zh_TW" || name == "zh_HK" || name == "zh_MO") return {"zh-Hant"};
-  if (name == "zh" || name == "zh_CN" || name == "zh_SG") return {"zh-Hans"};
+  if (name.empty() || isPlainLocale(name)) {
+    return {};
+  }
+  if (name == "zh_TW" || name == "zh_HK" || name == "zh_MO") {
+    return {"zh-Hant"};
+  }
+  if (name == "zh" || name == "zh_CN" || name == "zh_SG") {
+    return {"zh-Hans"};
+  }
   const std::size_t separator = name.find('_');
-  if (separator == std::string::npos) return {name};
+  if (separator == std::string::npos) {
+    return {name};
+  }
   std::string dashed = name;
   dashed[separator] = '-';
   return {dashed, name, name.substr(0, separator)};
@@ -79,14 +93,22 @@ std::vector<std::string> matchedLocalizations(const std::vector<std::string>& la
   std::vector<std::string> matches;
   const auto addFirstAvailable = [&](const std::vector<std::string>& codes) {
     for (const std::string& code : codes) {
-      if (!contains(available, code)) continue;
-      if (!contains(matches, code)) matches.push_back(code);
+      if (!contains(available, code)) {
+        continue;
+      }
+      if (!contains(matches, code)) {
+        matches.push_back(code);
+      }
       return;
     }
   };
-  for (const std::string& language : languages) addFirstAvailable(candidates(language));
+  for (const std::string& language : languages) {
+    addFirstAvailable(candidates(language));
+  }
   addFirstAvailable({kDevelopmentLanguage});
-  if (matches.empty()) matches.emplace_back(kDevelopmentLanguage);
+  if (matches.empty()) {
+    matches.emplace_back(kDevelopmentLanguage);
+  }
   return matches;
 }
 
@@ -101,8 +123,12 @@ std::string LinuxMainBundle::executablePath() { return executablePath_; }
 std::optional<std::string> LinuxMainBundle::resourcePath(std::string_view name,
                                                          std::string_view type) {
   std::string path = resourceFolder_ + "/" + std::string(name);
-  if (!type.empty()) path += "." + std::string(type);
-  if (name.empty() || !LinuxFiles().exists(path)) return std::nullopt;
+  if (!type.empty()) {
+    path += "." + std::string(type);
+  }
+  if (name.empty() || !LinuxFiles().exists(path)) {
+    return std::nullopt;
+  }
   return path;
 }
 

@@ -12,7 +12,9 @@ namespace kelvora::platform {
 LinuxMainQueue::LinuxMainQueue()
     : mainThread_(std::this_thread::get_id()),
       event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE)) {
-  if (!event_.isOpen()) throw std::system_error(errno, std::generic_category(), "main queue");
+  if (!event_.isOpen()) {
+    throw std::system_error(errno, std::generic_category(), "main queue");
+  }
 }
 
 void LinuxMainQueue::async(std::function<void()> work) {
@@ -24,7 +26,9 @@ void LinuxMainQueue::async(std::function<void()> work) {
 bool LinuxMainQueue::isMainThread() const { return std::this_thread::get_id() == mainThread_; }
 
 int LinuxMainQueue::runPending() {
-  if (!isMainThread()) return 0;
+  if (!isMainThread()) {
+    return 0;
+  }
   std::size_t pending = 0;
   {
     const std::lock_guard lock(mutex_);
@@ -34,7 +38,9 @@ int LinuxMainQueue::runPending() {
   for (; pending > 0; --pending) {
     // Work may call runPending itself, which leaves less than was counted.
     const auto work = takeFirst();
-    if (!work) break;
+    if (!work) {
+      break;
+    }
     work();
     ++ran;
   }
@@ -45,7 +51,9 @@ int LinuxMainQueue::descriptor() const { return event_.get(); }
 
 std::function<void()> LinuxMainQueue::takeFirst() {
   const std::lock_guard lock(mutex_);
-  if (queued_.empty()) return nullptr;
+  if (queued_.empty()) {
+    return nullptr;
+  }
   auto work = std::move(queued_.front());
   queued_.pop_front();
   eventfd_t taken = 0;

@@ -22,34 +22,52 @@ constexpr std::int32_t kProcessorType = 7;
 constexpr std::int32_t kByteOrder = 1234;
 
 void addText(Values& values, const char* name, const std::string& text) {
-  if (!text.empty()) values.emplace(name, textControlBytes(text));
+  if (!text.empty()) {
+    values.emplace(name, textControlBytes(text));
+  }
 }
 
 void addInt32(Values& values, const char* name, std::int32_t number) {
-  if (number != 0) values.emplace(name, int32ControlBytes(number));
+  if (number != 0) {
+    values.emplace(name, int32ControlBytes(number));
+  }
 }
 
 void addInt64(Values& values, const char* name, std::int64_t number) {
-  if (number != 0) values.emplace(name, int64ControlBytes(number));
+  if (number != 0) {
+    values.emplace(name, int64ControlBytes(number));
+  }
 }
 
 std::int64_t numberOf(const std::optional<std::string>& text) {
   std::int64_t number = 0;
-  if (text) std::from_chars(text->data(), text->data() + text->size(), number);
+  if (text) {
+    std::from_chars(text->data(), text->data() + text->size(), number);
+  }
   return number;
 }
 
 // A size like "512K" or "8M" in bytes.
 std::int64_t cacheSizeBytes(const std::string& text) {
-  if (text.ends_with('K')) return numberOf(text) << 10;
-  if (text.ends_with('M')) return numberOf(text) << 20;
+  if (text.ends_with('K')) {
+    return numberOf(text) << 10;
+  }
+  if (text.ends_with('M')) {
+    return numberOf(text) << 20;
+  }
   return numberOf(text);
 }
 
 const char* cacheControlName(const std::string& level, const std::string& type) {
-  if (level == "1") return type == "Instruction" ? "hw.l1icachesize" : "hw.l1dcachesize";
-  if (level == "2") return "hw.l2cachesize";
-  if (level == "3") return "hw.l3cachesize";
+  if (level == "1") {
+    return type == "Instruction" ? "hw.l1icachesize" : "hw.l1dcachesize";
+  }
+  if (level == "2") {
+    return "hw.l2cachesize";
+  }
+  if (level == "3") {
+    return "hw.l3cachesize";
+  }
   return nullptr;
 }
 
@@ -59,7 +77,9 @@ void addCaches(Values& values, const std::string& processor) {
     const auto level = readLine(folder + "/level");
     const auto type = readLine(folder + "/type");
     const auto size = readLine(folder + "/size");
-    if (!level || !type || !size) return;
+    if (!level || !type || !size) {
+      return;
+    }
     if (const char* name = cacheControlName(*level, *type)) {
       addInt64(values, name, cacheSizeBytes(*size));
     }
@@ -69,7 +89,9 @@ void addCaches(Values& values, const std::string& processor) {
 std::int64_t frequencyHz(const std::string& processor, const ProcessorFacts& facts) {
   constexpr std::int64_t kHzPerKHz = 1000;
   for (const char* name : {"/cpufreq/base_frequency", "/cpufreq/cpuinfo_max_freq"}) {
-    if (const auto kHz = numberOf(readLine(processor + name)); kHz != 0) return kHz * kHzPerKHz;
+    if (const auto kHz = numberOf(readLine(processor + name)); kHz != 0) {
+      return kHz * kHzPerKHz;
+    }
   }
   return static_cast<std::int64_t>(facts.frequencyHz);
 }

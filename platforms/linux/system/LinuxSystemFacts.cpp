@@ -51,8 +51,12 @@ std::optional<OSVersion> LinuxSystemFacts::osVersion() {
   const char* end = at + text.size();
   for (std::size_t i = 0; i < parts.size(); ++i) {
     const auto [stop, error] = std::from_chars(at, end, parts[i]);
-    if (error != std::errc{} && i == 0) return std::nullopt;
-    if (error != std::errc{} || stop == end || *stop != '.') break;
+    if (error != std::errc{} && i == 0) {
+      return std::nullopt;
+    }
+    if (error != std::errc{} || stop == end || *stop != '.') {
+      break;
+    }
     at = stop + 1;
   }
   return OSVersion{parts[0], parts[1], parts[2]};
@@ -75,12 +79,16 @@ std::string LinuxSystemFacts::hostName() {
 
 std::vector<std::string> LinuxSystemFacts::hostAddresses() {
   ifaddrs* first = nullptr;
-  if (getifaddrs(&first) != 0) return {};
+  if (getifaddrs(&first) != 0) {
+    return {};
+  }
   const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> owner(first, freeifaddrs);
   std::vector<std::string> addresses;
   for (const ifaddrs* entry = first; entry != nullptr; entry = entry->ifa_next) {
     const std::string text = entry->ifa_addr == nullptr ? "" : addressText(*entry->ifa_addr);
-    if (!text.empty()) addresses.push_back(text);
+    if (!text.empty()) {
+      addresses.push_back(text);
+    }
   }
   return addresses;
 }
@@ -88,7 +96,9 @@ std::vector<std::string> LinuxSystemFacts::hostAddresses() {
 std::string LinuxSystemFacts::primaryHostAddress() {
   const auto addresses = hostAddresses();
   const auto outward = std::find_if(addresses.begin(), addresses.end(), isOutwardIPv4);
-  if (outward != addresses.end()) return *outward;
+  if (outward != addresses.end()) {
+    return *outward;
+  }
   return addresses.empty() ? "" : addresses.front();
 }
 

@@ -16,8 +16,12 @@ void log(std::string_view line) {
   std::string_view rest = text;
   while (!rest.empty()) {
     const ssize_t count = write(STDERR_FILENO, rest.data(), rest.size());
-    if (count < 0 && errno != EINTR) return;
-    if (count > 0) rest.remove_prefix(static_cast<std::size_t>(count));
+    if (count < 0 && errno != EINTR) {
+      return;
+    }
+    if (count > 0) {
+      rest.remove_prefix(static_cast<std::size_t>(count));
+    }
   }
 }
 

@@ -13,7 +13,9 @@ constexpr std::string_view kBlanks = " \t";
 
 std::string_view trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) return {};
+  if (first == std::string_view::npos) {
+    return {};
+  }
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
@@ -21,7 +23,9 @@ std::vector<std::string_view> wordsOf(std::string_view text) {
   std::vector<std::string_view> words;
   while (true) {
     text = trimmed(text);
-    if (text.empty()) return words;
+    if (text.empty()) {
+      return words;
+    }
     const std::size_t end = std::min(text.find_first_of(kBlanks), text.size());
     words.push_back(text.substr(0, end));
     text.remove_prefix(end);
@@ -32,7 +36,9 @@ template <typename T>
 std::optional<T> leadingNumber(std::string_view text) {
   T number{};
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc{}) return std::nullopt;
+  if (error != std::errc{}) {
+    return std::nullopt;
+  }
   return number;
 }
 
@@ -40,7 +46,9 @@ std::optional<std::vector<std::uint64_t>> numbersOf(std::string_view text) {
   std::vector<std::uint64_t> numbers;
   for (const std::string_view word : wordsOf(text)) {
     const auto number = leadingNumber<std::uint64_t>(word);
-    if (!number) return std::nullopt;
+    if (!number) {
+      return std::nullopt;
+    }
     numbers.push_back(*number);
   }
   return numbers;
@@ -50,7 +58,9 @@ std::optional<std::vector<std::uint64_t>> numbersOf(std::string_view text) {
 std::optional<std::pair<std::string_view, std::string_view>> fieldOf(std::string_view line,
                                                                      char separator) {
   const std::size_t at = line.find(separator);
-  if (at == std::string_view::npos) return std::nullopt;
+  if (at == std::string_view::npos) {
+    return std::nullopt;
+  }
   return std::pair(trimmed(line.substr(0, at)), trimmed(line.substr(at + 1)));
 }
 
@@ -91,24 +101,42 @@ ProcessorFacts processorFactsOf(std::string_view cpuinfo) {
   ProcessorFacts facts;
   std::set<std::string_view> packages;
   const auto takeFirst = [](std::int32_t& member, std::string_view value) {
-    if (member == 0) member = leadingNumber<std::int32_t>(value).value_or(0);
+    if (member == 0) {
+      member = leadingNumber<std::int32_t>(value).value_or(0);
+    }
   };
   for (const std::string_view line : linesOf(cpuinfo)) {
     const auto field = fieldOf(line, ':');
-    if (!field) continue;
+    if (!field) {
+      continue;
+    }
     const auto& [name, value] = *field;
-    if (name == "processor") ++facts.logicalProcessors;
-    if (name == "physical id") packages.insert(value);
-    if (name == "model name" && facts.brand.empty()) facts.brand = value;
-    if (name == "vendor_id" && facts.vendor.empty()) facts.vendor = value;
-    if (name == "cpu cores") takeFirst(facts.coresPerPackage, value);
-    if (name == "siblings") takeFirst(facts.threadsPerPackage, value);
+    if (name == "processor") {
+      ++facts.logicalProcessors;
+    }
+    if (name == "physical id") {
+      packages.insert(value);
+    }
+    if (name == "model name" && facts.brand.empty()) {
+      facts.brand = value;
+    }
+    if (name == "vendor_id" && facts.vendor.empty()) {
+      facts.vendor = value;
+    }
+    if (name == "cpu cores") {
+      takeFirst(facts.coresPerPackage, value);
+    }
+    if (name == "siblings") {
+      takeFirst(facts.threadsPerPackage, value);
+    }
     if (name == "cpu MHz" && facts.frequencyHz == 0) {
       facts.frequencyHz = leadingNumber<double>(value).value_or(0) * 1e6;
     }
   }
   facts.packages = static_cast<std::int32_t>(packages.size());
-  if (facts.packages == 0 && facts.logicalProcessors > 0) facts.packages = 1;
+  if (facts.packages == 0 && facts.logicalProcessors > 0) {
+    facts.packages = 1;
+  }
   return facts;
 }
 
@@ -116,10 +144,14 @@ std::vector<ProcessorTicks> processorTicksOf(std::string_view stat) {
   std::vector<ProcessorTicks> processors;
   for (const std::string_view line : linesOf(stat)) {
     const std::string_view name = line.substr(0, line.find(' '));
-    if (!isProcessorName(name)) continue;
+    if (!isProcessorName(name)) {
+      continue;
+    }
     // user nice system idle iowait irq softirq steal; older kernels tell fewer.
     auto ticks = numbersOf(line.substr(name.size()));
-    if (!ticks || ticks->size() < 4) continue;
+    if (!ticks || ticks->size() < 4) {
+      continue;
+    }
     ticks->resize(8);
     const auto& t = *ticks;
     processors.push_back(
@@ -134,7 +166,9 @@ std::map<std::string, std::uint64_t, std::less<>> memorySizesOf(std::string_view
   for (const std::string_view line : linesOf(meminfo)) {
     const auto field = fieldOf(line, ':');
     const auto number = field ? leadingNumber<std::uint64_t>(field->second) : std::nullopt;
-    if (!number) continue;
+    if (!number) {
+      continue;
+    }
     const std::uint64_t unit = field->second.ends_with("kB") ? 1024 : 1;
     sizes.emplace(field->first, *number * unit);
   }
@@ -148,7 +182,9 @@ std::vector<InterfaceCounters> interfaceCountersOf(std::string_view netDev) {
   for (const std::string_view line : linesOf(netDev)) {
     const auto field = fieldOf(line, ':');
     const auto numbers = field ? numbersOf(field->second) : std::nullopt;
-    if (!numbers || numbers->size() <= kSentColumn) continue;
+    if (!numbers || numbers->size() <= kSentColumn) {
+      continue;
+    }
     interfaces.push_back(
         {std::string(field->first), (*numbers)[kReceivedColumn], (*numbers)[kSentColumn]});
   }
@@ -159,7 +195,9 @@ std::vector<Mount> mountsOf(std::string_view mounts) {
   std::vector<Mount> result;
   for (const std::string_view line : linesOf(mounts)) {
     const auto words = wordsOf(line);
-    if (words.size() < 3) continue;
+    if (words.size() < 3) {
+      continue;
+    }
     result.push_back(
         {withoutOctalEscapes(words[0]), withoutOctalEscapes(words[1]), std::string(words[2])});
   }
@@ -170,11 +208,15 @@ std::map<std::string, std::string, std::less<>> assignmentsOf(std::string_view t
   std::map<std::string, std::string, std::less<>> values;
   for (const std::string_view line : linesOf(text)) {
     const auto field = fieldOf(line, '=');
-    if (!field || field->first.starts_with('#')) continue;
+    if (!field || field->first.starts_with('#')) {
+      continue;
+    }
     std::string_view value = field->second;
     const bool isQuoted = value.size() >= 2 && value.front() == value.back() &&
                           (value.front() == '"' || value.front() == '\'');
-    if (isQuoted) value = value.substr(1, value.size() - 2);
+    if (isQuoted) {
+      value = value.substr(1, value.size() - 2);
+    }
     values.insert_or_assign(std::string(field->first), std::string(value));
   }
   return values;

@@ -13,12 +13,16 @@ namespace kelvora::platform {
 
 std::optional<std::string> readFile(const std::string& path) {
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.isOpen()) return std::nullopt;
+  if (!file.isOpen()) {
+    return std::nullopt;
+  }
   std::string content;
   std::array<char, 4096> block;
   while (true) {
     const ssize_t count = read(file.get(), block.data(), block.size());
-    if (count == 0) return content;
+    if (count == 0) {
+      return content;
+    }
     if (count > 0) {
       content.append(block.data(), static_cast<std::size_t>(count));
     } else if (errno != EINTR) {
@@ -29,7 +33,9 @@ std::optional<std::string> readFile(const std::string& path) {
 
 std::optional<std::string> readLine(const std::string& path) {
   auto content = readFile(path);
-  if (content) content->resize(std::min(content->find('\n'), content->size()));
+  if (content) {
+    content->resize(std::min(content->find('\n'), content->size()));
+  }
   return content;
 }
 

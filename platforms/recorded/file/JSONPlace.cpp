@@ -15,7 +15,9 @@ std::string shortened(std::string_view text) {
   for (const char character : text) {
     // Never cut between the bytes of a character.
     const bool isContinuation = (static_cast<unsigned char>(character) & 0xc0) == 0x80;
-    if (result.size() >= kLongestQuote && !isContinuation) return result + "…";
+    if (result.size() >= kLongestQuote && !isContinuation) {
+      return result + "…";
+    }
     const bool isControl = static_cast<unsigned char>(character) < 0x20 || character == 0x7f;
     result += isControl ? '?' : character;
   }
@@ -42,7 +44,9 @@ std::string escapedName(std::string_view name) {
 std::string JSONPlace::quoted(std::string_view text) { return "'" + shortened(text) + "'"; }
 
 std::string JSONPlace::pointer() const {
-  if (parent_ == nullptr) return "";
+  if (parent_ == nullptr) {
+    return "";
+  }
   return parent_->pointer() + "/" +
          (index_ == kNoIndex ? escapedName(name_) : std::to_string(index_));
 }
@@ -53,22 +57,30 @@ void JSONPlace::refuse(const std::string& fault) const {
 }
 
 const std::string& JSONPlace::text() const {
-  if (!value_.is_string()) refuse("must be a text");
+  if (!value_.is_string()) {
+    refuse("must be a text");
+  }
   return value_.get_ref<const std::string&>();
 }
 
 bool JSONPlace::boolean() const {
-  if (!value_.is_boolean()) refuse("must be true or false");
+  if (!value_.is_boolean()) {
+    refuse("must be true or false");
+  }
   return value_.get<bool>();
 }
 
 double JSONPlace::number() const {
-  if (!value_.is_number()) refuse("must be a number");
+  if (!value_.is_number()) {
+    refuse("must be a number");
+  }
   return value_.get<double>();
 }
 
 std::int64_t JSONPlace::integer(std::int64_t lowest, std::int64_t highest) const {
-  if (!value_.is_number_integer()) refuse("must be a whole number");
+  if (!value_.is_number_integer()) {
+    refuse("must be a whole number");
+  }
   const bool isBeyondSigned =
       value_.is_number_unsigned() &&
       value_.get<std::uint64_t>() > std::uint64_t{std::numeric_limits<std::int64_t>::max()};
@@ -81,11 +93,15 @@ std::int64_t JSONPlace::integer(std::int64_t lowest, std::int64_t highest) const
 }
 
 void JSONPlace::requireObject() const {
-  if (!value_.is_object()) refuse("must be an object");
+  if (!value_.is_object()) {
+    refuse("must be an object");
+  }
 }
 
 void JSONPlace::requireArray() const {
-  if (!value_.is_array()) refuse("must be an array");
+  if (!value_.is_array()) {
+    refuse("must be an array");
+  }
 }
 
 const nlohmann::json* JSONPlace::find(std::string_view name) const {

@@ -82,13 +82,17 @@ class JSONPlace {
 template <typename Visitor>
 bool JSONPlace::member(std::string_view name, Visitor visit) const {
   const nlohmann::json* found = find(name);
-  if (found != nullptr) visit(JSONPlace(*this, *found, name, kNoIndex));
+  if (found != nullptr) {
+    visit(JSONPlace(*this, *found, name, kNoIndex));
+  }
   return found != nullptr;
 }
 
 template <typename Visitor>
 void JSONPlace::requiredMember(std::string_view name, Visitor visit) const {
-  if (!member(name, visit)) JSONPlace(*this, value_, name, kNoIndex).refuse("is missing");
+  if (!member(name, visit)) {
+    JSONPlace(*this, value_, name, kNoIndex).refuse("is missing");
+  }
 }
 
 template <typename Visitor>
@@ -103,7 +107,9 @@ template <typename Visitor>
 void JSONPlace::eachElement(Visitor visit) const {
   requireArray();
   std::size_t index = 0;
-  for (const auto& element : value_) visit(JSONPlace(*this, element, {}, index++));
+  for (const auto& element : value_) {
+    visit(JSONPlace(*this, element, {}, index++));
+  }
 }
 
 }  // namespace kelvora::platform

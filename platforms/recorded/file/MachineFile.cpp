@@ -26,8 +26,12 @@ int deepestNesting(std::string_view json) {
   for (std::size_t i = 0; i < json.size(); ++i) {
     const char character = json[i];
     if (isInText) {
-      if (character == '\\') ++i;
-      if (character == '"') isInText = false;
+      if (character == '\\') {
+        ++i;
+      }
+      if (character == '"') {
+        isInText = false;
+      }
     } else if (character == '"') {
       isInText = true;
     } else if (character == '{' || character == '[') {
@@ -79,7 +83,9 @@ void requireFormat(const JSONPlace& root) {
 
 Architecture architectureAt(const JSONPlace& place) {
   for (const auto architecture : {Architecture::kIntel, Architecture::kAppleSilicon}) {
-    if (place.text() == architectureName(architecture)) return architecture;
+    if (place.text() == architectureName(architecture)) {
+      return architecture;
+    }
   }
   place.refuse(JSONPlace::quoted(place.text()) + " is neither 'x86_64' nor 'arm64'");
 }
@@ -136,7 +142,9 @@ RecordedMachine readMachineFile(const std::string& path) {
     }
   }
   // A folder opens like a file, and fails only when it is read.
-  if (file.error() != 0) refuseUnreadable(path, file.error());
+  if (file.error() != 0) {
+    refuseUnreadable(path, file.error());
+  }
   return parseMachine(json, path);
 }
 

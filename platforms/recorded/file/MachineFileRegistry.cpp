@@ -18,7 +18,9 @@ PropertyListValue::Dictionary dictionaryAt(const JSONPlace& place) {
 
 // JSON has no bytes: an object whose only member is "data" spells them.
 PropertyListValue objectAt(const JSONPlace& place) {
-  if (place.value().size() != 1 || !place.value().contains("data")) return dictionaryAt(place);
+  if (place.value().size() != 1 || !place.value().contains("data")) {
+    return dictionaryAt(place);
+  }
   PropertyListValue::Data bytes;
   place.member("data", [&](const JSONPlace& at) { bytes = hexadecimalBytesAt(at); });
   return bytes;
@@ -26,12 +28,24 @@ PropertyListValue objectAt(const JSONPlace& place) {
 
 PropertyListValue propertyAt(const JSONPlace& place) {
   const nlohmann::json& value = place.value();
-  if (value.is_object()) return objectAt(place);
-  if (value.is_array()) return elementsAt<PropertyListValue>(place, propertyAt);
-  if (value.is_string()) return place.text();
-  if (value.is_boolean()) return place.boolean();
-  if (value.is_number_integer()) return place.integer<std::int64_t>();
-  if (value.is_number()) return place.number();
+  if (value.is_object()) {
+    return objectAt(place);
+  }
+  if (value.is_array()) {
+    return elementsAt<PropertyListValue>(place, propertyAt);
+  }
+  if (value.is_string()) {
+    return place.text();
+  }
+  if (value.is_boolean()) {
+    return place.boolean();
+  }
+  if (value.is_number_integer()) {
+    return place.integer<std::int64_t>();
+  }
+  if (value.is_number()) {
+    return place.number();
+  }
   place.refuse("must be a text, a number, true or false, an array or an object");
 }
 

@@ -35,7 +35,9 @@ std::uint32_t fourCharacterCodeAt(const JSONPlace& place) {
     place.refuse(JSONPlace::quoted(place.text()) + " is not four characters");
   }
   std::uint32_t packed = 0;
-  for (const std::uint8_t code : codes) packed = packed << 8 | code;
+  for (const std::uint8_t code : codes) {
+    packed = packed << 8 | code;
+  }
   return packed;
 }
 
@@ -43,7 +45,9 @@ std::uint32_t fourCharacterCodeAt(const JSONPlace& place) {
 std::uint32_t keyAt(const JSONPlace& place) {
   const std::uint32_t key = fourCharacterCodeAt(place);
   for (const int shift : {0, 8, 16, 24}) {
-    if ((key >> shift & 0xff) == 0) place.refuse("a key has no NUL character");
+    if ((key >> shift & 0xff) == 0) {
+      place.refuse("a key has no NUL character");
+    }
   }
   return key;
 }
@@ -95,9 +99,15 @@ RecordedHIDService hidServiceAt(const JSONPlace& place) {
 }
 
 int hexadecimalDigit(char character) {
-  if (character >= '0' && character <= '9') return character - '0';
-  if (character >= 'a' && character <= 'f') return character - 'a' + 10;
-  if (character >= 'A' && character <= 'F') return character - 'A' + 10;
+  if (character >= '0' && character <= '9') {
+    return character - '0';
+  }
+  if (character >= 'a' && character <= 'f') {
+    return character - 'a' + 10;
+  }
+  if (character >= 'A' && character <= 'F') {
+    return character - 'A' + 10;
+  }
   return -1;
 }
 
@@ -110,7 +120,9 @@ std::vector<std::byte> hexadecimalBytesAt(const JSONPlace& place) {
   for (std::size_t i = 0; i < text.size(); i += 2) {
     const int high = hexadecimalDigit(text[i]);
     const int low = i + 1 < text.size() ? hexadecimalDigit(text[i + 1]) : 0;
-    if (high < 0 || low < 0) place.refuse(JSONPlace::quoted(text) + " is not hexadecimal");
+    if (high < 0 || low < 0) {
+      place.refuse(JSONPlace::quoted(text) + " is not hexadecimal");
+    }
     bytes.push_back(static_cast<std::byte>(high << 4 | low));
   }
   if (text.size() % 2 != 0) {

@@ -8,7 +8,9 @@ namespace {
 ProcessorTicks ticksAt(const JSONPlace& place) {
   const auto ticks = elementsAt<std::uint32_t>(
       place, [](const JSONPlace& at) { return at.integer<std::uint32_t>(); });
-  if (ticks.size() != 4) place.refuse("must be four numbers: user, system, idle, nice");
+  if (ticks.size() != 4) {
+    place.refuse("must be four numbers: user, system, idle, nice");
+  }
   return {ticks[0], ticks[1], ticks[2], ticks[3]};
 }
 
@@ -22,7 +24,9 @@ std::optional<MemoryPages> memoryAt(const JSONPlace& place) {
   const bool hasActive = read("active", pages.active);
   const bool hasInactive = read("inactive", pages.inactive);
   const bool hasWired = read("wired", pages.wired);
-  if (!hasFree || !hasActive || !hasInactive || !hasWired) return std::nullopt;
+  if (!hasFree || !hasActive || !hasInactive || !hasWired) {
+    return std::nullopt;
+  }
   return pages;
 }
 
@@ -35,7 +39,9 @@ std::optional<FileSystemSize> fileSystemAt(const JSONPlace& place) {
   };
   const bool hasTotal = read("total", size.totalBytes);
   const bool hasFree = read("free", size.freeBytes);
-  if (!hasTotal || !hasFree) return std::nullopt;
+  if (!hasTotal || !hasFree) {
+    return std::nullopt;
+  }
   return size;
 }
 

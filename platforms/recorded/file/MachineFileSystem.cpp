@@ -8,7 +8,9 @@ namespace kelvora::platform {
 namespace {
 
 std::vector<std::byte> controlAt(const JSONPlace& place) {
-  if (place.value().is_string()) return textControlBytes(place.text());
+  if (place.value().is_string()) {
+    return textControlBytes(place.text());
+  }
   if (!place.value().is_object() || place.value().size() != 1) {
     place.refuse("must be a text, an {\"int32\": …} or an {\"int64\": …}");
   }
@@ -20,15 +22,21 @@ std::vector<std::byte> controlAt(const JSONPlace& place) {
   });
   place.member("int64",
                [&](const JSONPlace& at) { bytes = int64ControlBytes(at.integer<std::int64_t>()); });
-  if (bytes.empty()) place.refuse("must be a text, an {\"int32\": …} or an {\"int64\": …}");
+  if (bytes.empty()) {
+    place.refuse("must be a text, an {\"int32\": …} or an {\"int64\": …}");
+  }
   return bytes;
 }
 
 std::string textAt(const JSONPlace& place) { return place.text(); }
 
 std::string standardOutputAt(const JSONPlace& place) {
-  if (place.value().is_string()) return place.text();
-  if (!place.value().is_object()) place.refuse("must be a text or an object");
+  if (place.value().is_string()) {
+    return place.text();
+  }
+  if (!place.value().is_object()) {
+    place.refuse("must be a text or an object");
+  }
   return place.value().dump(2) + "\n";
 }
 
@@ -46,7 +54,9 @@ RecordedCommand commandAt(const JSONPlace& place) {
 OSVersion versionAt(const JSONPlace& place) {
   const auto parts = elementsAt<std::int64_t>(
       place, [](const JSONPlace& at) { return at.integer<std::int64_t>(); });
-  if (parts.empty() || parts.size() > 3) place.refuse("must be one to three numbers");
+  if (parts.empty() || parts.size() > 3) {
+    place.refuse("must be one to three numbers");
+  }
   return {parts[0], parts.size() > 1 ? parts[1] : 0, parts.size() > 2 ? parts[2] : 0};
 }
 

@@ -40,7 +40,9 @@ bool soonHasNoChildren() {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   siginfo_t information;
   while (waitid(P_ALL, 0, &information, WEXITED | WNOHANG | WNOWAIT) == 0) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
+    if (std::chrono::steady_clock::now() > deadline) {
+      return false;
+    }
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   return errno == ECHILD;

@@ -20,7 +20,9 @@ using platform::matchedLocalizations;
 using Texts = std::vector<std::string>;
 
 void clearLanguages() {
-  for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) unsetenv(name);
+  for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+    unsetenv(name);
+  }
 }
 
 TEST(LinuxFiles, ACopyKeepsThePermissionsAndReplacesNothing) {

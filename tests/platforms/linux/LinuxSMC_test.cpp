@@ -30,15 +30,23 @@ class ScriptedFiles : public AppleSMCFiles {
   bool exist() const override { return true; }
   bool mayChooseKeys() const override { return mayChoose_; }
   bool chooseKey(unsigned index) override {
-    if (index >= keys_.size()) return false;
+    if (index >= keys_.size()) {
+      return false;
+    }
     chosen_ = index;
     return true;
   }
   std::optional<std::string> read(const std::string& name) const override {
     const DriverKey& key = keys_.at(chosen_);
-    if (name == "key_count") return std::to_string(keys_.size()) + "\n";
-    if (name == "key_at_index_name") return key.name + "\n";
-    if (name == "key_at_index_type") return key.type + "\n";
+    if (name == "key_count") {
+      return std::to_string(keys_.size()) + "\n";
+    }
+    if (name == "key_at_index_name") {
+      return key.name + "\n";
+    }
+    if (name == "key_at_index_type") {
+      return key.type + "\n";
+    }
     if (name == "key_at_index_data_length") {
       return std::to_string(key.data.value_or("x").size()) + "\n";
     }

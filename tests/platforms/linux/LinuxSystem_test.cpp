@@ -26,7 +26,9 @@ using platform::LinuxSystemFacts;
 
 std::optional<std::string> textControl(platform::SystemControls& controls, const char* name) {
   std::size_t size = 0;
-  if (controls.byName(name, nullptr, &size) != 0) return std::nullopt;
+  if (controls.byName(name, nullptr, &size) != 0) {
+    return std::nullopt;
+  }
   std::string text(size, ' ');
   controls.byName(name, text.data(), &size);
   EXPECT_EQ(text.back(), '\0');
@@ -38,7 +40,9 @@ template <typename T>
 std::optional<T> numberControl(platform::SystemControls& controls, const char* name) {
   T value = 0;
   std::size_t size = 0;
-  if (controls.byName(name, nullptr, &size) != 0) return std::nullopt;
+  if (controls.byName(name, nullptr, &size) != 0) {
+    return std::nullopt;
+  }
   EXPECT_EQ(size, sizeof value) << name;
   size = sizeof value;
   EXPECT_EQ(controls.byName(name, &value, &size), 0);

@@ -25,7 +25,9 @@ bool isReadable(const LinuxMainQueue& queue) {
 TEST(LinuxMainQueue, RunsWorkInOrderAndNeverAtOnce) {
   LinuxMainQueue queue;
   std::vector<int> ran;
-  for (int i = 0; i < 3; ++i) queue.async([&ran, i] { ran.push_back(i); });
+  for (int i = 0; i < 3; ++i) {
+    queue.async([&ran, i] { ran.push_back(i); });
+  }
   EXPECT_TRUE(ran.empty());
   EXPECT_EQ(queue.runPending(), 3);
   EXPECT_EQ(ran, (std::vector{0, 1, 2}));
@@ -89,11 +91,15 @@ TEST(KVSerialQueue, RunsWorkInOrderOnOneThreadOfItsOwn) {
   EXPECT_EQ(queue.label(), "Request Privilege");
   std::vector<int> ran;
   std::thread::id thread;
-  for (int i = 0; i < 100; ++i) queue.async([&ran, i] { ran.push_back(i); });
+  for (int i = 0; i < 100; ++i) {
+    queue.async([&ran, i] { ran.push_back(i); });
+  }
   queue.sync([&] { thread = std::this_thread::get_id(); });
   EXPECT_NE(thread, std::this_thread::get_id());
   ASSERT_EQ(ran.size(), 100U);
-  for (int i = 0; i < 100; ++i) EXPECT_EQ(ran[static_cast<std::size_t>(i)], i);
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_EQ(ran[static_cast<std::size_t>(i)], i);
+  }
 }
 
 TEST(KVSerialQueue, StartsItsThreadWithTheFirstWork) {
@@ -115,7 +121,9 @@ TEST(KVSerialQueue, DestructionWaitsForWhatIsQueued) {
   std::atomic<int> ran = 0;
   {
     KVSerialQueue queue("last");
-    for (int i = 0; i < 50; ++i) queue.async([&] { ++ran; });
+    for (int i = 0; i < 50; ++i) {
+      queue.async([&] { ++ran; });
+    }
   }
   EXPECT_EQ(ran, 50);
 }

@@ -17,7 +17,9 @@ using platform::RecordedSMCKey;
 
 std::vector<std::byte> bytesOf(std::initializer_list<int> values) {
   std::vector<std::byte> bytes;
-  for (const int value : values) bytes.push_back(static_cast<std::byte>(value));
+  for (const int value : values) {
+    bytes.push_back(static_cast<std::byte>(value));
+  }
   return bytes;
 }
 

@@ -85,7 +85,9 @@ TEST_F(NotificationCentre, AnObserverThatIsAddedDuringADeliveryGetsTheNextOne) {
   int added = 0;
   bool isFirst = true;
   observe("A", [&] {
-    if (isFirst) observe("A", [&] { ++added; });
+    if (isFirst) {
+      observe("A", [&] { ++added; });
+    }
     isFirst = false;
   });
   post("A");
