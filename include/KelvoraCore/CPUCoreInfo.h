@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 enum CPUCoreType : std::int32_t {
@@ -14,7 +16,7 @@ enum CPUCoreType : std::int32_t {
 };
 
 /// One processor core of an Apple-silicon Mac.
-struct CPUCoreInfo {
+struct KELVORA_EXPORT CPUCoreInfo {
   std::int32_t coreId = 0;  ///< the hardware's identifier
   std::string name;         ///< of the core's node in the I/O registry, e.g. "cpu0"
   std::int32_t type = CPUCoreTypeUnknown;
@@ -23,7 +25,7 @@ struct CPUCoreInfo {
 };
 
 /// What the I/O registry's device tree tells of the cores. Counts that it does not tell are none.
-struct CPUCoresInfo {
+struct KELVORA_EXPORT CPUCoresInfo {
   std::vector<CPUCoreInfo> coreList;  ///< in the registry's order; empty on an Intel Mac
   std::optional<std::int32_t> pCores;
   std::optional<std::int32_t> eCores;

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/Sensor.h"
 
 namespace kelvora {
@@ -23,17 +24,18 @@ using HIDReadings = std::map<std::string, double>;
 /// `eventType` each: (65280, 5, 15) are the temperatures of an Apple-silicon Mac in degrees
 /// Celsius. Of services with one name the last one counts; a service without a name or an event is
 /// left out. None when no service matches. Every call reads afresh; any thread.
-std::optional<HIDReadings> AppleSiliconSensors(std::int32_t usagePage, std::int32_t usage,
-                                               std::int32_t eventType);
+KELVORA_EXPORT std::optional<HIDReadings> AppleSiliconSensors(std::int32_t usagePage,
+                                                              std::int32_t usage,
+                                                              std::int32_t eventType);
 /// The same on an event system of the caller's.
-std::optional<HIDReadings> AppleSiliconSensors(std::int32_t usagePage, std::int32_t usage,
-                                               std::int32_t eventType,
-                                               platform::HIDEventSystem& eventSystem);
+KELVORA_EXPORT std::optional<HIDReadings> AppleSiliconSensors(
+    std::int32_t usagePage, std::int32_t usage, std::int32_t eventType,
+    platform::HIDEventSystem& eventSystem);
 
 /// The sensors that Apple-silicon Macs publish as HID services: temperatures (type 0) in degrees
 /// Celsius and voltages (type 2) in volts. Every call reads all services of its type afresh;
 /// nothing is kept, and nothing is reported when there are none. Any thread.
-class HIDWrapper {
+class KELVORA_EXPORT HIDWrapper {
  public:
   HIDWrapper();
   /// On the event system of `platform`, which outlives the wrapper.

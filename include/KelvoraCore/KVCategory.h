@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/ManagedObject.h"
 
 namespace kelvora {
@@ -15,7 +16,7 @@ using KVSensorPtr = std::shared_ptr<KVSensor>;
 
 /// A stored category of sensors: the list that a screen shows for one kind of sensor. Ownership and
 /// threads as of ManagedObject.
-class KVCategory : public ManagedObject {
+class KELVORA_EXPORT KVCategory : public ManagedObject {
  public:
   using ManagedObject::ManagedObject;
   static constexpr const char* kEntityName = "Category";

@@ -4,6 +4,8 @@
 #include <optional>
 #include <string_view>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 class Platform;
@@ -12,7 +14,7 @@ class Platform;
 enum class KVColorSpace : std::uint8_t { kStandardRGB, kCalibratedRGB };
 
 /// A colour; each component is 0 to 1. Any thread.
-struct KVColor {
+struct KELVORA_EXPORT KVColor {
   double red = 0;
   double green = 0;
   double blue = 0;

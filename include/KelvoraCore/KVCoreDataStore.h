@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/KVCategory.h"
 #include "KelvoraCore/KVFanCondition.h"
 #include "KelvoraCore/KVFanSet.h"
@@ -33,7 +34,7 @@ class Platform;
 /// Operations without a context use the view context: main thread only. Those with one belong on
 /// that context's queue; a null context answers nothing. Lists are none when there is no store or
 /// the fetch fails, empty when nothing matches. New objects are unsaved.
-class KVCoreDataStore {
+class KELVORA_EXPORT KVCoreDataStore {
  public:
   struct Options {
     int busyTimeoutMs = 5000;  ///< how long a save waits for another program's

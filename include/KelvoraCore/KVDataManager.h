@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/KVCoreDataStore.h"
 #include "KelvoraCore/KVSerialQueue.h"
 #include "KelvoraCore/KVSettings.h"
@@ -20,7 +21,7 @@ inline constexpr char KVDataManagerDidGenerateDatasetNotification[] =
     "KVDataManagerDidGenerateDatasetNotification";
 
 /// One line of the menu's dropdown, e.g. {"main_sensor", true}.
-struct KVDropdownItem {
+struct KELVORA_EXPORT KVDropdownItem {
   std::string name;  ///< "main_sensor", "fan_control" or a category's name
   bool isShown = true;
   friend bool operator==(const KVDropdownItem&, const KVDropdownItem&) = default;
@@ -28,7 +29,7 @@ struct KVDropdownItem {
 
 /// The settings together with the store: what a host reads, writes and keeps. Getters and setters
 /// as of KVSettings; those below ask the store's view context, so they belong on the main thread.
-class KVDataManager : public KVSettings {
+class KELVORA_EXPORT KVDataManager : public KVSettings {
  public:
   /// The process's manager on the current platform, created on the first call, in the application
   /// mode that was set by then. Never destroyed.

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 class KVSettings;
@@ -18,7 +20,7 @@ inline constexpr char KVErrorDomain[] = "com.kelvora.KelvoraCore.ErrorDomain";
 inline constexpr char KVLocalizedDescriptionKey[] = "NSLocalizedDescription";
 
 /// An error with a message for the user. A plain value.
-struct KVError {
+struct KELVORA_EXPORT KVError {
   std::string domain;
   std::int64_t code = 0;
   std::map<std::string, std::string> userInfo;

@@ -6,58 +6,61 @@
 #include <string>
 #include <string_view>
 
+#include "KelvoraCore/Export.h"
+
 /// Small helpers on texts, numbers and dates that the whole library shares. Texts are UTF-8. The
 /// pattern helpers read a malformed byte as U+FFFD; the others leave bytes they do not touch as
 /// they are. Every function may be called on any thread.
 namespace kelvora::KVExtension {
 
 /// Whether `trimWhitespace` leaves nothing: true for "" and " \t ", false for a line feed.
-bool isBlank(std::string_view text);
+KELVORA_EXPORT bool isBlank(std::string_view text);
 
 /// Every occurrence of `what` replaced, from left to right; a missing `with` counts as the empty
 /// text, an empty `what` occurs nowhere: replace("a,b", ",", ";") gives "a;b".
-std::string replace(std::string_view text, std::string_view what,
-                    std::optional<std::string_view> with);
+KELVORA_EXPORT std::string replace(std::string_view text, std::string_view what,
+                                   std::optional<std::string_view> with);
 
 /// Without the blanks at its ends (space separators of Unicode and tabs, but no line breaks), and
 /// with one blank where two or more stood in a row: "  a    b  " gives "a b".
-std::string trimWhitespace(std::string_view text);
+KELVORA_EXPORT std::string trimWhitespace(std::string_view text);
 
 /// With one blank where two or more stood in a row; the ends stay: "  a    b  " gives " a b ".
-std::string condenseWhitespace(std::string_view text);
+KELVORA_EXPORT std::string condenseWhitespace(std::string_view text);
 
 /// The name without any "%@", trimmed by `trimWhitespace`: "Core %@ Temp " gives "Core Temp".
-std::string formattedName(std::string_view name);
+KELVORA_EXPORT std::string formattedName(std::string_view name);
 
 /// With ";" for every ",", so that it stays one field of a comma-separated line.
-std::string formattedForCSVContent(std::string_view text);
+KELVORA_EXPORT std::string formattedForCSVContent(std::string_view text);
 
 // Patterns are regular expressions of ICU. One that cannot be compiled, or that ICU gives up on
 // because matching takes too long or too much memory, matches nowhere.
 
 /// The first match, trimmed by `trimWhitespace`, or the empty text: getPattern("412  38.4 Safari",
 /// "^\\d+\\s") gives "412".
-std::string getPattern(std::string_view text, std::string_view pattern);
+KELVORA_EXPORT std::string getPattern(std::string_view text, std::string_view pattern);
 
 /// With every match removed; case counts.
-std::string trimPattern(std::string_view text, std::string_view pattern);
+KELVORA_EXPORT std::string trimPattern(std::string_view text, std::string_view pattern);
 
 /// With every match replaced, whatever its case, by a template in which "$1" stands for the first
 /// group and a backslash takes the next character as it is: ("Apple M1", "Apple ", "") gives "M1".
 /// A template that names a group which the pattern has not leaves the text as it is.
-std::string removedRegexMatchesWithPattern(std::string_view text, std::string_view pattern,
-                                           std::string_view replaceWith);
+KELVORA_EXPORT std::string removedRegexMatchesWithPattern(std::string_view text,
+                                                          std::string_view pattern,
+                                                          std::string_view replaceWith);
 
 /// Exactly two fraction digits and the grouping of the locale that was current at the first call:
 /// 1234.5 gives "1,234.50" in English. A missing number gives "0"; not-a-number and infinities
 /// give the locale's signs for them, "NaN" and "∞" in English.
-std::string formattedStringFromNumber(std::optional<double> number);
+KELVORA_EXPORT std::string formattedStringFromNumber(std::optional<double> number);
 
 using Date = std::chrono::system_clock::time_point;
 
 /// Formats dates by the patterns of Unicode's date fields, with the locale "en_US_POSIX", the
 /// Gregorian calendar and the time zone that was the system's when it was created.
-class DateFormatter {
+class KELVORA_EXPORT DateFormatter {
  public:
   DateFormatter();
   ~DateFormatter();
@@ -73,14 +76,14 @@ class DateFormatter {
 };
 
 /// The shared formatter, created on the first call; it lives for the process.
-DateFormatter& dateFormatter();
+KELVORA_EXPORT DateFormatter& dateFormatter();
 
-std::string timeOnlyFormat(Date date);       ///< "14:05:09"
-std::string dateOnlyFormat(Date date);       ///< "2024-03-07"
-std::string dateTimeFormat(Date date);       ///< "2024-03-07 14:05:09"
-std::string shortDateOnlyFormat(Date date);  ///< "3/07"
-std::string shortTimeOnlyFormat(Date date);  ///< "14:05"
+KELVORA_EXPORT std::string timeOnlyFormat(Date date);       ///< "14:05:09"
+KELVORA_EXPORT std::string dateOnlyFormat(Date date);       ///< "2024-03-07"
+KELVORA_EXPORT std::string dateTimeFormat(Date date);       ///< "2024-03-07 14:05:09"
+KELVORA_EXPORT std::string shortDateOnlyFormat(Date date);  ///< "3/07"
+KELVORA_EXPORT std::string shortTimeOnlyFormat(Date date);  ///< "14:05"
 /// Two lines for a graph's axis: "3/07/2024", a line feed, "14:05:09".
-std::string dateTimeFormatForGraph(Date date);
+KELVORA_EXPORT std::string dateTimeFormatForGraph(Date date);
 
 }  // namespace kelvora::KVExtension

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/ManagedObject.h"
 
 namespace kelvora {
@@ -15,7 +16,7 @@ class KVFanSet;
 using KVFanSetPtr = std::shared_ptr<KVFanSet>;
 
 /// A stored condition under which a fan set applies. Ownership and threads as of ManagedObject.
-class KVFanCondition : public ManagedObject {
+class KELVORA_EXPORT KVFanCondition : public ManagedObject {
  public:
   using ManagedObject::ManagedObject;
   static constexpr const char* kEntityName = "FanCondition";

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/ManagedObject.h"
 
 namespace kelvora {
@@ -15,7 +16,7 @@ class KVFanCondition;
 using KVFanConditionPtr = std::shared_ptr<KVFanCondition>;
 
 /// A stored set of fan speeds. Ownership and threads as of ManagedObject.
-class KVFanSet : public ManagedObject {
+class KELVORA_EXPORT KVFanSet : public ManagedObject {
  public:
   using ManagedObject::ManagedObject;
   static constexpr const char* kEntityName = "FanSet";

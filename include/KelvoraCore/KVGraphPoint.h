@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/ManagedObject.h"
 
 namespace kelvora {
@@ -14,7 +15,7 @@ class KVSensor;
 using KVSensorPtr = std::shared_ptr<KVSensor>;
 
 /// One point of a sensor's history. Ownership and threads as of ManagedObject.
-class KVGraphPoint : public ManagedObject {
+class KELVORA_EXPORT KVGraphPoint : public ManagedObject {
  public:
   using ManagedObject::ManagedObject;
   static constexpr const char* kEntityName = "GraphPoint";

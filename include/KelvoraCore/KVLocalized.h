@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 class KVSettings;
@@ -18,16 +20,18 @@ namespace KVLocalized {
 /// The text for a key in the settings' current language, e.g. "category-fan-name" gives "Lüfter"
 /// in German. Without a current language, in the first of the main bundle's preferred
 /// localisations, and the key itself where that has no text for it.
-std::optional<std::string> localizedStringForKey(std::string_view key);
-std::optional<std::string> localizedStringForKey(std::string_view key, KVSettings& settings,
-                                                 Platform& platform);
+KELVORA_EXPORT std::optional<std::string> localizedStringForKey(std::string_view key);
+KELVORA_EXPORT std::optional<std::string> localizedStringForKey(std::string_view key,
+                                                                KVSettings& settings,
+                                                                Platform& platform);
 
 /// The text for a key in a language, e.g. ("category-fan-name", "de"); the key itself when the
 /// language's table has no text for it, none when the host has no folder for the language.
-std::optional<std::string> localizedStringForKey(std::string_view key,
-                                                 std::string_view fromLanguage);
-std::optional<std::string> localizedStringForKey(std::string_view key,
-                                                 std::string_view fromLanguage, Platform& platform);
+KELVORA_EXPORT std::optional<std::string> localizedStringForKey(std::string_view key,
+                                                                std::string_view fromLanguage);
+KELVORA_EXPORT std::optional<std::string> localizedStringForKey(std::string_view key,
+                                                                std::string_view fromLanguage,
+                                                                Platform& platform);
 
 }  // namespace KVLocalized
 

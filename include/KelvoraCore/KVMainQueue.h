@@ -2,12 +2,14 @@
 
 #include <functional>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 /// The main queue of a host whose system has no main loop that drains it: notices, and completions
 /// of what runs elsewhere, wait in it for the main thread. The main thread is the one that first
 /// calls an operation of this class or of the library. The queue is the current platform's.
-class KVMainQueue {
+class KELVORA_EXPORT KVMainQueue {
  public:
   /// A descriptor for the host's poll loop, readable while work is queued; -1 where the system's
   /// own loop drains the queue. Owned by the library.

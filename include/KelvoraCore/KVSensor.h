@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/ManagedObject.h"
 
 namespace kelvora {
@@ -17,7 +18,7 @@ using KVGraphPointPtr = std::shared_ptr<KVGraphPoint>;
 
 /// A stored sensor: what is known of it and what was last read. Ownership and threads as of
 /// ManagedObject. Numbers that were never set are 0, texts empty.
-class KVSensor : public ManagedObject {
+class KELVORA_EXPORT KVSensor : public ManagedObject {
  public:
   using ManagedObject::ManagedObject;
   static constexpr const char* kEntityName = "Sensor";

@@ -4,12 +4,14 @@
 #include <memory>
 #include <string>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 /// Runs work in order, one piece at a time, on a thread of its own, which starts with the first
 /// work. Any thread may queue; destruction waits for what is queued. A binary never holds two
 /// implementations, so each system has a source of its own.
-class KVSerialQueue {
+class KELVORA_EXPORT KVSerialQueue {
  public:
   /// `label` names the queue to debuggers (on Linux its first 15 bytes name the thread), e.g.
   /// "com.KVDataManager.internalQueue".

@@ -5,6 +5,8 @@
 #include <span>
 #include <string_view>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 // Names of the notices that the product's programs send each other on the distributed notification
@@ -73,7 +75,7 @@ enum class KVSettingID : std::uint8_t {
 inline constexpr std::size_t kSettingCount = 25;
 
 /// One setting of the shared suite.
-struct KVSetting {
+struct KELVORA_EXPORT KVSetting {
   KVSettingID id;
   std::string_view property;  ///< e.g. "tempUnitCelsius"
   std::string_view key;       ///< in the suite, e.g. "KVTempUnitCelsius"
@@ -85,11 +87,11 @@ struct KVSetting {
 };
 
 /// Every setting. Any thread.
-std::span<const KVSetting> allSettings();
+KELVORA_EXPORT std::span<const KVSetting> allSettings();
 
-const KVSetting& settingOf(KVSettingID id);
+KELVORA_EXPORT const KVSetting& settingOf(KVSettingID id);
 
 /// The setting of a property, e.g. "tempUnitCelsius"; null when there is none of that name.
-const KVSetting* settingOfProperty(std::string_view property);
+KELVORA_EXPORT const KVSetting* settingOfProperty(std::string_view property);
 
 }  // namespace kelvora

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/KVSetting.h"
 #include "KelvoraCore/PropertyListValue.h"
 
@@ -25,7 +26,7 @@ class UserDefaultsSuite;
 /// for settings that other programs follow broadcasts a notification: asynchronously, from the main
 /// thread, after the setter has returned. Failures to write are logged once by the suite; this
 /// program goes on with the new value. Any thread.
-class KVSettings {
+class KELVORA_EXPORT KVSettings {
  public:
   KVSettings();
   explicit KVSettings(Platform& platform);

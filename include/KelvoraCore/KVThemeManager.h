@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cstdint>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 class Platform;
@@ -11,7 +13,7 @@ class Platform;
 inline constexpr char KVThemeDidChangeNotification[] = "KVThemeDidChangeNotification";
 
 /// Whether the system is dark, and a notice to all programs of the product when that changes.
-class KVThemeManager {
+class KELVORA_EXPORT KVThemeManager {
  public:
   /// Listens to the system's theme notification until its end.
   explicit KVThemeManager(Platform& platform);

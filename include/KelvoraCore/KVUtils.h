@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/PropertyListValue.h"
 
 namespace kelvora {
@@ -16,7 +17,7 @@ class Platform;
 ///
 /// The programs are carried beside the running program's executable (the paths with `Src`) and run
 /// from the support folder. A path is told whether or not something stands there. Any thread.
-class KVUtils {
+class KELVORA_EXPORT KVUtils {
  public:
   /// "/Users/anna/Documents"; none when the system has no such folder.
   static std::optional<std::string> documentsPath();

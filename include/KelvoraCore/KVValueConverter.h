@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 class KVSettings;
@@ -12,7 +14,7 @@ class KVSettings;
 /// 4 power). The user's unit and fan display are read from the settings on every call; the
 /// operations without settings use the shared ones. The texts do not depend on a locale. Any
 /// thread.
-class KVValueConverter {
+class KELVORA_EXPORT KVValueConverter {
  public:
   /// Number and unit without a blank: (45.5, 0) gives "46°C", (1200, 1) "1200rpm", (12.309, 2)
   /// "12.31V"; a value below 0 gives "-", for there is no reading. The value is taken as given:

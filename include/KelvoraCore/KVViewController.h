@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 class Platform;
@@ -12,7 +14,7 @@ class Platform;
 /// Base of a host's screens: it follows the language, the theme and the settings. The host calls
 /// `viewDidLoad` when the screen's own views stand; a subclass fills the three hooks. Everything
 /// happens on the main thread.
-class KVViewController {
+class KELVORA_EXPORT KVViewController {
  public:
   KVViewController();
   explicit KVViewController(Platform& platform);

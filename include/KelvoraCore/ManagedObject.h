@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/ManagedValue.h"
 
 namespace kelvora {
@@ -34,7 +35,7 @@ class EntityDescription;
 ///
 /// Use an object only on the queue of its context. Its handle may be dropped on any thread. When
 /// the context is gone, the object keeps the values it has and saves nothing.
-class ManagedObject : public std::enable_shared_from_this<ManagedObject> {
+class KELVORA_EXPORT ManagedObject : public std::enable_shared_from_this<ManagedObject> {
  public:
   /// What a context makes an object from.
   struct Origin {

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/ManagedObject.h"
 #include "KelvoraCore/Predicate.h"
 #include "KelvoraCore/SortDescriptor.h"
@@ -23,7 +24,8 @@ namespace kelvora {
 /// Threads: everything but perform, performAndWait, saveRecursively and saveThisAndParentContexts
 /// belongs on the context's queue: inside one of these calls, or, for the root, anywhere on the
 /// main thread. A child that only one thread uses may be used on that thread directly.
-class ManagedObjectContext : public std::enable_shared_from_this<ManagedObjectContext> {
+class KELVORA_EXPORT ManagedObjectContext
+    : public std::enable_shared_from_this<ManagedObjectContext> {
  public:
   explicit ManagedObjectContext(std::shared_ptr<engine::ContextState> state);
   ~ManagedObjectContext();

@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 namespace platform {
@@ -28,10 +30,10 @@ struct Ports;
 enum class Architecture : std::uint8_t { kIntel, kAppleSilicon };
 
 /// The field's name of an architecture: "x86_64" or "arm64". Any thread.
-const char* architectureName(Architecture architecture);
+KELVORA_EXPORT const char* architectureName(Architecture architecture);
 
 /// What a platform says of itself.
-struct PlatformIdentity {
+struct KELVORA_EXPORT PlatformIdentity {
   std::string title;  ///< shown with every reading, e.g. "MacBook Pro 15-inch 2018"
   bool isLive = false;
   Architecture architecture = Architecture::kIntel;
@@ -40,7 +42,7 @@ struct PlatformIdentity {
 /// The machine that the library works on: this computer or a recorded Mac. The process has one
 /// current platform, the live one unless another is installed before the first use. A class that
 /// takes a platform keeps a reference, so the platform must outlive its objects. Any thread.
-class Platform {
+class KELVORA_EXPORT Platform {
  public:
   /// This computer: the system that the library was built for. Never null.
   static std::unique_ptr<Platform> live();

@@ -12,6 +12,7 @@
 #include <variant>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/ManagedValue.h"
 
 namespace kelvora {
@@ -22,7 +23,7 @@ struct PredicateNode;
 }
 
 /// What is wrong with a predicate, and where in its format text.
-class PredicateError : public std::invalid_argument {
+class KELVORA_EXPORT PredicateError : public std::invalid_argument {
  public:
   PredicateError(const std::string& what, std::size_t position);
   /// Byte offset into the format text, 0 to its length.
@@ -33,7 +34,7 @@ class PredicateError : public std::invalid_argument {
 };
 
 /// A value for a placeholder of a predicate's format text.
-class PredicateArgument {
+class KELVORA_EXPORT PredicateArgument {
  public:
   using List = std::vector<PredicateArgument>;
   using Storage = std::variant<ManagedValue, std::shared_ptr<ManagedObject>, List>;
@@ -86,7 +87,7 @@ class PredicateArgument {
 /// nil is a value: `a = nil` asks for it, `a != 5` holds for it, and an ordering or text comparison
 /// with it never holds. A not-a-number counts as nil. The same objects match whether they are saved
 /// or not. Texts compare by their UTF-8 bytes. A plain value; any thread.
-class Predicate {
+class KELVORA_EXPORT Predicate {
  public:
   /// Throws PredicateError when the text is malformed or the arguments do not fit its placeholders.
   /// Names are checked by the fetch, since only it knows the entity.

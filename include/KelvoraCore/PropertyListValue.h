@@ -8,11 +8,13 @@
 #include <variant>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 /// A value of a property list: what settings, notification user infos and I/O registry properties
 /// are made of. A plain value: copies are deep, any thread may read one.
-class PropertyListValue {
+class KELVORA_EXPORT PropertyListValue {
  public:
   using Data = std::vector<std::byte>;
   using Date = std::chrono::system_clock::time_point;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/SMCRecords.h"
 
 // The System Management Controller by its own protocol: 80-byte records that are exchanged with the
@@ -16,52 +17,54 @@ extern "C" {
 /// Connects to the first `AppleSMC` service of the current platform: 0, or 1 on any failure, which
 /// is also printed to standard output. A connection that was open before is not closed. After a
 /// failure there is no valid connection: every other call fails with a status of IOKit's.
-std::uint32_t SMCOpen();
+KELVORA_EXPORT std::uint32_t SMCOpen();
 
 /// Closes the connection; IOServiceClose's status.
-std::uint32_t SMCClose();
+KELVORA_EXPORT std::uint32_t SMCClose();
 
 /// One IOConnectCallStructMethod on the connection; its status. The SMC's commands have selector 2.
-std::uint32_t SMCCall(std::uint32_t selector, const SMCParamRecord* input, SMCParamRecord* output);
+KELVORA_EXPORT std::uint32_t SMCCall(std::uint32_t selector, const SMCParamRecord* input,
+                                     SMCParamRecord* output);
 
 /// Fills size, type and attributes of a key, without contacting the SMC when they are cached. A key
 /// that the SMC does not know answers success and size 0, and is cached like any other. On failure
 /// `keyInfo` stays as it was and nothing is cached.
-std::uint32_t SMCGetKeyInfo(std::uint32_t packedKey, SMCKeyInfo* keyInfo);
+KELVORA_EXPORT std::uint32_t SMCGetKeyInfo(std::uint32_t packedKey, SMCKeyInfo* keyInfo);
 
 /// Reads a key by its first four bytes (a shorter text is padded with NUL). The SMC's result byte
 /// is not examined: an unknown key gives success and size 0. On failure the record holds what was
 /// learned before: the key, and its size and type when only the payload could not be read.
-std::uint32_t SMCReadKey(const char* keyText, SMCValueRecord* valueOut);
+KELVORA_EXPORT std::uint32_t SMCReadKey(const char* keyText, SMCValueRecord* valueOut);
 
 /// Reads the key at a position of the SMC's key table, counted from 0: name, size, type and
 /// payload. 0xe00002bc (kIOReturnError) when there is no such position; then nothing is read.
-std::uint32_t SMCReadKeyByIndex(std::uint32_t index, SMCValueRecord* valueOut);
+KELVORA_EXPORT std::uint32_t SMCReadKeyByIndex(std::uint32_t index, SMCValueRecord* valueOut);
 
 /// Writes a record's 32 bytes to its key; needs root on a live Mac. 0xe00002bc, without writing,
 /// when the record's size is not exactly the key's own.
-std::uint32_t SMCWriteKey(SMCValueRecord value);
+KELVORA_EXPORT std::uint32_t SMCWriteKey(SMCValueRecord value);
 
 /// A record's payload as a number by its type and size: "sp78" bytes ff 80 are -0.5, "{pwm" bytes
 /// 80 00 are 50 (percent). 0 for size 0; exactly -1 when type or size are unknown, which a genuine
 /// reading of -1 cannot be told from. Types are compared with their NUL: "ui8" followed by two NULs
 /// is unknown. "ui8 ", "ui16" and "ui32" are taken at any size, modulo 2^32 and at most 32 bytes.
-float SMCConvertValueToNumber(SMCValueRecord value);
+KELVORA_EXPORT float SMCConvertValueToNumber(SMCValueRecord value);
 
 /// The first `size` bytes as a big-endian integer modulo 2^32. With base 16 each byte is extended
 /// by its sign before it is shifted (ff 01 is 4294967041), with any other it is not (65281). 0 for
 /// a size below 1.
-std::uint32_t SMCConvertStringToNumber(const std::uint8_t* bytes, std::int32_t size,
-                                       std::int32_t base);
+KELVORA_EXPORT std::uint32_t SMCConvertStringToNumber(const std::uint8_t* bytes, std::int32_t size,
+                                                      std::int32_t base);
 
 /// Writes the four bytes of a packed key or type and a NUL; `textOut` has room for five. Answers
 /// the count of characters, 4.
-std::int32_t SMCConvertNumberToString(char* textOut, std::uint32_t packed);
+KELVORA_EXPORT std::int32_t SMCConvertNumberToString(char* textOut, std::uint32_t packed);
 
 /// Unsigned big-endian fixed point, exact only for two fraction bits: 0f a2 is 1000.5 for "fpe2".
 /// With any other count the last bits still count in quarters, which users of the function rely on.
 /// 0 for a size below 1 and for fraction bits outside 0 to 8.
-float _strtof(const std::uint8_t* bytes, std::int32_t size, std::int32_t fractionBits);
+KELVORA_EXPORT float _strtof(const std::uint8_t* bytes, std::int32_t size,
+                             std::int32_t fractionBits);
 
 }  // extern "C"
 

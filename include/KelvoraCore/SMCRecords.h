@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "KelvoraCore/Export.h"
+
 // What is exchanged with the System Management Controller. A key ("TC0P") or a data type ("sp78")
 // is four bytes. Packed, it is a 32-bit number with the first byte in the most significant place:
 // "TC0P" is 0x54433050.
@@ -10,7 +12,7 @@
 namespace kelvora {
 
 /// What the SMC tells of a key. A cache keeps the entries of the first 100 keys that are asked for.
-struct SMCKeyInfo {
+struct KELVORA_EXPORT SMCKeyInfo {
   std::uint32_t key = 0;            ///< packed
   std::uint32_t dataSize = 0;       ///< payload bytes that the key holds, 0 when it is unknown
   std::uint32_t dataType = 0;       ///< packed, e.g. 0x73703738 for "sp78"
@@ -20,7 +22,7 @@ struct SMCKeyInfo {
 
 /// One key with its payload. Integers and fixed-point values in `bytes` are big-endian; "flt " is
 /// in host byte order. Payload bytes beyond `dataSize` are zero after a read.
-struct SMCValueRecord {
+struct KELVORA_EXPORT SMCValueRecord {
   char key[5] = {};  ///< four bytes and a NUL
   std::uint8_t padding0[3] = {};
   std::uint32_t dataSize = 0;  ///< as the SMC reports it; more than 32 from a faulty SMC
@@ -30,7 +32,7 @@ struct SMCValueRecord {
 };
 
 /// The key information inside a parameter record.
-struct SMCParamKeyInfo {
+struct KELVORA_EXPORT SMCParamKeyInfo {
   std::uint32_t dataSize = 0;
   std::uint32_t dataType = 0;
   std::uint8_t dataAttributes = 0;
@@ -39,7 +41,7 @@ struct SMCParamKeyInfo {
 
 /// Request and reply of every call: the wire format of the system's SMC driver. Fields of several
 /// bytes are in host byte order.
-struct SMCParamRecord {
+struct KELVORA_EXPORT SMCParamRecord {
   std::uint32_t key = 0;                      ///< request; at index replies, the key found there
   std::uint8_t versionAndLimitData[24] = {};  ///< two blocks of the driver's, always zero here
   SMCParamKeyInfo keyInfo;                    ///< reply of command 9; size set in reads and writes

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/Sensor.h"
 
 namespace kelvora {
@@ -19,7 +20,7 @@ class SensorController;
 struct SMCExchange;
 
 /// Hears of SMC readings that failed.
-class SMCWrapperDelegate {
+class KELVORA_EXPORT SMCWrapperDelegate {
  public:
   virtual ~SMCWrapperDelegate() = default;
   /// Called on the thread that reads, before the reading returns. `message` is UTF-8, e.g. "SMC
@@ -33,7 +34,7 @@ class SMCWrapperDelegate {
 /// closes it with its own end: have one wrapper per process. An SMC that cannot be opened makes
 /// reads fail. Keys are UTF-8; only their first four characters count. No lock is held: one thread
 /// at a time.
-class SMCWrapper {
+class KELVORA_EXPORT SMCWrapper {
  public:
   SMCWrapper();
   /// On the files and child processes of `platform`, which outlives the wrapper.

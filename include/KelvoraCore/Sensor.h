@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 // The four codes below are stored and travel between programs: never renumber them. A field holds
@@ -64,7 +66,7 @@ using SensorList = std::vector<SensorPtr>;
 
 /// One sensor and its latest reading, or one entry of the catalogue (without a value). A record
 /// that a reader delivers belongs to its caller; no thread guards it.
-struct Sensor {
+struct KELVORA_EXPORT Sensor {
   /// An SMC key ("TC0P"), a fan index ("0"), a HID product name ("gas gauge battery"), a computed
   /// key ("AverageCPU") or, in the catalogue, a key pattern ("TC%C").
   std::string key;

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/HIDWrapper.h"
 #include "KelvoraCore/SMCWrapper.h"
 #include "KelvoraCore/Sensor.h"
@@ -29,7 +30,7 @@ inline constexpr char SensorControllerDidFailNotification[] = "SensorControllerD
 /// Nothing guards concurrent readings of one controller against each other. The catalogue is
 /// filtered and filled in once, at creation: another processor family or graphics processor is
 /// seen only by a new controller.
-class SensorController : public SMCWrapperDelegate {
+class KELVORA_EXPORT SensorController : public SMCWrapperDelegate {
  public:
   /// The process's controller, created on first use and never released. Any thread.
   static SensorController& shared();

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 /// A program's standard output, kept apart from the library's messages. Creating one takes over
@@ -9,7 +11,7 @@ namespace kelvora {
 /// report stays whole. Standard descriptors that were closed lead to nowhere from then on; a report
 /// to a closed one cannot be written. One per process, on the main thread, before anything is
 /// printed or opened.
-class StandardOutput {
+class KELVORA_EXPORT StandardOutput {
  public:
   StandardOutput();
   ~StandardOutput();

@@ -2,10 +2,12 @@
 
 #include <cstdint>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 /// The wear of the battery; all 0 on a Mac without one.
-struct ZDBatteryInfo {
+struct KELVORA_EXPORT ZDBatteryInfo {
   std::int64_t cycleCount = 0;
   std::int64_t maxCapacity = 0;       ///< full charge today, in milliampere-hours
   std::int64_t designedCapacity = 0;  ///< full charge when new, in milliampere-hours

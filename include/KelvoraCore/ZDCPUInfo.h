@@ -6,11 +6,12 @@
 #include <vector>
 
 #include "KelvoraCore/CPUCoreInfo.h"
+#include "KelvoraCore/Export.h"
 
 namespace kelvora {
 
 /// The processor of a Mac.
-struct ZDCPUInfo {
+struct KELVORA_EXPORT ZDCPUInfo {
   /// A count that the system does not tell.
   static constexpr std::uint64_t kUnknownCount = ~std::uint64_t{0};
 

@@ -4,10 +4,12 @@
 #include <optional>
 #include <string>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 /// A graphics processor. A text that the system does not tell is none.
-struct ZDGPUInfo {
+struct KELVORA_EXPORT ZDGPUInfo {
   std::optional<std::string> modelName;  ///< "AMD Radeon Pro 5500M", "Apple M1"
   /// "NVIDIA", "AMD" or "Radeon" of a dedicated one, the model's name on Apple silicon, else none.
   std::optional<std::string> shortModelName;

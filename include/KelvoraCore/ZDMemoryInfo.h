@@ -2,10 +2,12 @@
 
 #include <string>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 /// The installed memory.
-struct ZDMemoryInfo {
+struct KELVORA_EXPORT ZDMemoryInfo {
   std::string physicalMemory;  ///< ready to show: "16 GB"
 };
 

@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 /// The product family of a Mac.
@@ -26,7 +28,7 @@ enum ZDEndianness : std::int64_t {
   ZDEndiannessUnknown = 2,
 };
 
-struct ZDResolution {
+struct KELVORA_EXPORT ZDResolution {
   double width = 0;
   double height = 0;
 
@@ -34,7 +36,7 @@ struct ZDResolution {
 };
 
 /// Which Mac this is.
-struct ZDModelInfo {
+struct KELVORA_EXPORT ZDModelInfo {
   std::string modelId;                     ///< "MacBookPro18,1"; empty when the system has none
   std::optional<std::string> modelNumber;  ///< the order number, e.g. "Z12N0004VLL/A"
   std::optional<std::string> name;         ///< "MacBook Pro 16-inch (M1 Pro)"

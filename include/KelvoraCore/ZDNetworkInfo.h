@@ -4,11 +4,13 @@
 #include <optional>
 #include <string>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 /// Who the machine is on its networks. Unlike the other records it may be read and written by
 /// several threads at once, text by text.
-class ZDNetworkInfo {
+class KELVORA_EXPORT ZDNetworkInfo {
  public:
   ZDNetworkInfo(std::optional<std::string> ipAddress, std::optional<std::string> publicIpAddress,
                 std::optional<std::string> hostName);

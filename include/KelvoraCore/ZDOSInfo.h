@@ -3,9 +3,11 @@
 #include <cstdint>
 #include <string>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
-struct ZDOSVersion {
+struct KELVORA_EXPORT ZDOSVersion {
   std::int64_t major = 0;
   std::int64_t minor = 0;
   std::int64_t patch = 0;
@@ -14,7 +16,7 @@ struct ZDOSVersion {
 };
 
 /// The operating system.
-struct ZDOSInfo {
+struct KELVORA_EXPORT ZDOSInfo {
   ZDOSVersion version;  ///< all 0 when the system does not tell
   std::string build;    ///< "22F66" or "Unknown"
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
 #include "KelvoraCore/ZDBatteryInfo.h"
 #include "KelvoraCore/ZDCPUInfo.h"
 #include "KelvoraCore/ZDDiskInfo.h"
@@ -20,7 +21,7 @@ class Platform;
 /// The inventory of the Mac that the library runs on: gathered once, when it is created, then only
 /// read, by any thread. No query reports an error: what the system does not tell is the default
 /// that the field names.
-class ZDSystemDevice {
+class KELVORA_EXPORT ZDSystemDevice {
  public:
   /// The shared inventory of the current platform. The first call gathers it, child processes
   /// included, and may take seconds; any thread.

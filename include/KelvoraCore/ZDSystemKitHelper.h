@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/Export.h"
+
 namespace kelvora {
 
 namespace platform {
@@ -11,7 +13,7 @@ class ChildProcesses;
 }
 
 /// Runs the system's tools.
-class ZDSystemKitHelper {
+class KELVORA_EXPORT ZDSystemKitHelper {
  public:
   /// Runs a program, e.g. ("/usr/sbin/system_profiler", {"SPHardwareDataType", "-json"}), and
   /// answers what it wrote to its standard output, as UTF-8 of up to 2 GB. None when it cannot be

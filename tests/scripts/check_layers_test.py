@@ -63,11 +63,11 @@ class CheckLayers(unittest.TestCase):
 
     def test_a_forward_declaration_of_a_higher_class_is_a_violation(self):
         files = {
-            "sensors/Controller.h": "class Controller final : public Reader {\n};\n",
+            "sensors/Controller.h": "class KELVORA_EXPORT Controller final : public Reader {\n};\n",
             "hardware/Reader.h": "// class Controller;\nclass Controller;\n",
         }
         self.assert_violation(files, "hardware/Reader.h:2: declares Controller, which is in sensors/")
-        files["hardware/Controller.h"] = "struct Controller {};\n"
+        files["hardware/Controller.h"] = "struct KELVORA_EXPORT Controller {};\n"
         self.assert_clean(files)
 
     def test_a_friend_in_a_higher_layer_is_a_violation(self):
