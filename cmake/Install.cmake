@@ -1,20 +1,52 @@
-# What `cmake --install` lays down beside the programs: the library, its public headers, and a package
-# that find_package(KelvoraCore) finds.
+# What `cmake --install` puts beside the programs: the library, its public headers, a package that
+# find_package(KelvoraCore) finds and a module that pkg-config finds. The whole prefix may be moved.
 include(CMakePackageConfigHelpers)
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/KelvoraCore)
 set(package_files ${PROJECT_BINARY_DIR}/package)
 
-set_target_properties(KelvoraCore PROPERTIES EXPORT_NAME Core)
-install(TARGETS KelvoraCore EXPORT KelvoraCore ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS KelvoraCore EXPORT KelvoraCore
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/KelvoraCore DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT KelvoraCore NAMESPACE Kelvora:: FILE KelvoraCoreTargets.cmake
   DESTINATION ${package_folder})
 
+get_target_property(library_type KelvoraCore TYPE)
 configure_package_config_file(cmake/KelvoraCoreConfig.cmake.in
   ${package_files}/KelvoraCoreConfig.cmake INSTALL_DESTINATION ${package_folder})
 write_basic_package_version_file(${package_files}/KelvoraCoreConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
 install(FILES ${package_files}/KelvoraCoreConfig.cmake
-  ${package_files}/KelvoraCoreConfigVersion.cmake cmake/Dependencies.cmake
+  ${package_files}/KelvoraCoreConfigVersion.cmake ${PROJECT_SOURCE_DIR}/cmake/Dependencies.cmake
   DESTINATION ${package_folder})
+
+# A static library is linked with everything that it calls, a shared one brings it along.
+set(pc_requires)
+set(pc_libraries)
+if(library_type STREQUAL "STATIC_LIBRARY")
+  set(pc_requires "icu-i18n icu-uc libplist-2.0 sqlite3")
+  if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    string(APPEND pc_requires " sdbus-c++")
+  endif()
+  set(pc_libraries "-lSQLiteCpp -pthread")
+endif()
+file(RELATIVE_PATH pc_prefix
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+configure_file(cmake/kelvoracore.pc.in ${package_files}/kelvoracore.pc @ONLY)
+install(FILES ${package_files}/kelvoracore.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# Removes the debug data from what was installed, except from a Debug build. `cmake --install --strip` would
+# leave the archive as it is.
+if(CMAKE_STRIP)
+  install(CODE "
+    if(NOT CMAKE_INSTALL_CONFIG_NAME STREQUAL \"Debug\")
+      file(GLOB built \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libKelvoraCore.*\"
+        \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/kelvora\")
+      foreach(file IN LISTS built)
+        if(NOT IS_SYMLINK \"\${file}\")
+          execute_process(COMMAND \"${CMAKE_STRIP}\" -S \"\${file}\" COMMAND_ERROR_IS_FATAL ANY)
+        endif()
+      endforeach()
+    endif()")
+endif()

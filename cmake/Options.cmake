@@ -1,13 +1,25 @@
-# Compiler options shared by every target: warnings are errors, sanitizers by KELVORA_SANITIZE.
-if(NOT CMAKE_BUILD_TYPE)
+# How this project's own targets are compiled. Nothing here reaches a project that contains this one.
+get_property(several_configurations GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT several_configurations)
   set(CMAKE_BUILD_TYPE RelWithDebInfo)
 endif()
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
-  -Woverloaded-virtual -Wold-style-cast -Werror)
+if(KELVORA_DEVELOPER)
+  add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wold-style-cast -Werror)
+  # GCC 12 sees overlapping copies in "text" + std::string that are not there, only at -O3.
+  add_compile_options($<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-restrict>)
 
-# GCC 12 sees overlapping copies in "text" + std::string that are not there, only at -O3.
-add_compile_options($<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-restrict>)
+  find_program(KELVORA_MOLD mold)
+  if(KELVORA_MOLD)
+    add_link_options(-fuse-ld=mold)
+  endif()
+  # Two build folders share what they compile alike: the cache leaves the folder's name out of its key.
+  find_program(KELVORA_CCACHE ccache)
+  if(KELVORA_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_NOHASHDIR=1 ${KELVORA_CCACHE})
+  endif()
+endif()
 
 if(KELVORA_SANITIZE)
   add_compile_options(-fsanitize=${KELVORA_SANITIZE} -fno-omit-frame-pointer
@@ -15,15 +27,18 @@ if(KELVORA_SANITIZE)
   add_link_options(-fsanitize=${KELVORA_SANITIZE})
 endif()
 
-# Faster links and repeated builds where the tools happen to be installed.
-find_program(KELVORA_MOLD mold)
-if(KELVORA_MOLD)
-  add_link_options(-fuse-ld=mold)
-endif()
-find_program(KELVORA_CCACHE ccache)
-if(KELVORA_CCACHE)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${KELVORA_CCACHE})
-endif()
+# kelvora_export_only_the_interface(<target>): hidden visibility does not reach templates of the standard
+# library and the objects of static libraries; a version script hides those too where linkers know them.
+function(kelvora_export_only_the_interface target)
+  if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    set(script ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL "SHARED_LIBRARY")
+      target_link_options(${target} PRIVATE LINKER:--version-script=${script})
+      set_target_properties(${target} PROPERTIES LINK_DEPENDS ${script})
+    endif()
+  endif()
+endfunction()
 
 # kelvora_tidy(<target>): clang-tidy runs with each compilation where KELVORA_TIDY is on, so that
 # only what changed is checked again.
