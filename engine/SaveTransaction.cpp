@@ -59,6 +59,9 @@ SaveOutcome SaveTransaction::run(const std::vector<RowChange>& changes) {
   present_.assign(model_.entities().size(), {});
   inserted_.clear();
   WriteTransaction transaction(file_);
+  if (file_.hasMoved()) {
+    throw std::runtime_error("the store file was deleted or replaced");
+  }
   placeProvisional(changes);
   for (const RowChange& change : changes) {
     if (change.kind == RowChange::Kind::kInsert) {

@@ -86,6 +86,12 @@ std::uint32_t StoreFile::currentVersion() {
   return seenVersion();
 }
 
+bool StoreFile::hasMoved() {
+  int moved = 0;
+  sqlite3_file_control(database_.getHandle(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+  return moved != 0;
+}
+
 WriteTransaction::WriteTransaction(StoreFile& file) : file_(file) {
   file_.execute("BEGIN IMMEDIATE");
 }

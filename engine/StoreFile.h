@@ -28,6 +28,9 @@ class StoreFile {
   /// The same, after a look at the file.
   std::uint32_t currentVersion();
 
+  /// Whether the path leads to another file by now, or to none: what is written here is lost.
+  bool hasMoved();
+
   SQLite::Database& database() { return database_; }
 
  private:

@@ -1,10 +1,10 @@
 // Another program on the same store file. XDG_DATA_HOME says where it lies.
-//   store_peer count KEY TIMES LEDGER   sets the value of a sensor to 1…TIMES, one save each, adds
-//   a
-//                                       point each time, and writes "KEY i" to the ledger after it
+//   store_peer count KEY TIMES LEDGER   sets the value of a sensor to 1…TIMES and adds a point,
+//                                       one save each, and writes "KEY i" to the ledger after it
 //   store_peer follow STOPFILE          reads until the file exists; values never go back
 //   store_peer endless LEDGER           like count for the key "endless", until it is killed
 //   store_peer probe [UID [BYTES]]      as a user, with a limit on file sizes: reads and saves once
+//   store_peer set KEY VALUE            gives a sensor a value and saves
 //   store_peer hold PATH                holds the write lock until its standard input ends
 #include <csignal>
 #include <cstdio>
@@ -86,6 +86,13 @@ int probe() {
   return 0;
 }
 
+int set(const std::string& key, double value) {
+  KVCoreDataStore store(-1);
+  store.createSensorWithKey(key, store.viewContext())->setValue(value);
+  store.saveViewContext();
+  return store.viewContext()->hasChanges() ? 7 : 0;
+}
+
 int hold(const char* path) {
   SQLite::Database database(path, SQLite::OPEN_READWRITE);
   database.exec("BEGIN IMMEDIATE");
@@ -118,6 +125,9 @@ int main(int argc, char** argv) {
   }
   if (mode == "follow" && argc == 3) {
     return follow(argv[2]);
+  }
+  if (mode == "set" && argc == 4) {
+    return set(argv[2], std::atof(argv[3]));
   }
   if (mode == "hold" && argc == 3) {
     return hold(argv[2]);
