@@ -67,7 +67,8 @@ bool ContextState::isDirty(std::size_t entity) const {
   return !pending_[entity].empty();
 }
 
-ManagedObjectPtr ContextState::objectOfRow(const EntityDescription& entity, const RowCursor& row) {
+ManagedObjectPtr ContextState::objectOfRow(const EntityDescription& entity, const RowCursor& row,
+                                           std::uint64_t parents) {
   ManagedObjectPtr known = registered(entity, row.id());
   if (known == nullptr) {
     known = coordinator_->makeObject({shared_from_this(), &entity, row.id()});
@@ -75,14 +76,16 @@ ManagedObjectPtr ContextState::objectOfRow(const EntityDescription& entity, cons
   } else if (known->loaded_ && stalenessSeconds_ != 0) {
     return known;
   }
-  fill(*known, row, nullptr);
+  fill(*known, row, nullptr, parents);
   return known;
 }
 
-std::optional<ContextState::Objects> ContextState::fetchClean(const FetchRequest& request) {
+std::optional<ContextState::Objects> ContextState::fetchClean(const FetchRequest& request,
+                                                              std::uint64_t parents) {
   Objects objects;
-  const bool done = coordinator_->fetch(
-      request, [&](const RowCursor& row) { objects.push_back(objectOfRow(*request.entity, row)); });
+  const bool done = coordinator_->fetch(request, [&](const RowCursor& row) {
+    objects.push_back(objectOfRow(*request.entity, row, parents));
+  });
   return done ? std::optional(std::move(objects)) : std::nullopt;
 }
 
@@ -92,7 +95,8 @@ bool ContextState::anyDirty(const std::vector<std::size_t>& entities) const {
 }
 
 // The store answers for the rows that nobody here has touched; the others are judged in memory.
-std::optional<ContextState::Objects> ContextState::fetchDirty(const FetchRequest& request) {
+std::optional<ContextState::Objects> ContextState::fetchDirty(const FetchRequest& request,
+                                                              std::uint64_t parents) {
   std::optional<ResolvedPredicate> resolved;
   if (request.predicate != nullptr) {
     resolved = resolve(*request.predicate, model(), *request.entity);
@@ -103,7 +107,7 @@ std::optional<ContextState::Objects> ContextState::fetchDirty(const FetchRequest
       request.order && anyDirty(entitiesOnPath(request.order->path, model(), entity));
   const DirtyRows dirty = dirtyRows(entity.number);
   if (dirty.empty() && !judgesAll && !sortsAll) {
-    return fetchClean(request);
+    return fetchClean(request, parents);
   }
   FetchRequest stored = request;
   stored.firstOnly = false;
@@ -111,7 +115,7 @@ std::optional<ContextState::Objects> ContextState::fetchDirty(const FetchRequest
   Objects objects;
   const bool done = coordinator_->fetch(stored, [&](const RowCursor& row) {
     if (!dirty.contains(row.id())) {
-      objects.push_back(objectOfRow(*request.entity, row));
+      objects.push_back(objectOfRow(*request.entity, row, parents));
     }
   });
   if (!done) {
@@ -170,7 +174,8 @@ std::optional<ContextState::Objects> ContextState::fetch(std::string_view entity
     if (sort != nullptr) {
       request.order = resolvedOrder(*sort, model(), *request.entity);
     }
-    return chainHasChanges() ? fetchDirty(request) : fetchClean(request);
+    const std::uint64_t parents = parentChanges();
+    return chainHasChanges() ? fetchDirty(request, parents) : fetchClean(request, parents);
   } catch (const PredicateError&) {
     return std::nullopt;
   }

@@ -136,7 +136,7 @@ bool ContextState::setRelated(ManagedObject& object, std::size_t column,
 std::optional<ContextState::Objects> ContextState::cachedMembers(ManagedObject& owner,
                                                                  std::size_t toMany) {
   const ManagedObject::Members& cache = membersCache(owner, toMany);
-  if (!cache.loaded || (!closed_ && isStale(cache.stamp, owner.loadedAtSeconds_))) {
+  if (!cache.loaded || (!closed_ && isStale(cache.stamp, cache.loadedAtSeconds))) {
     return std::nullopt;
   }
   const EntityDescription& destination = model().entity(owner.entity_->toMany[toMany].destination);
@@ -168,22 +168,24 @@ ContextState::Objects ContextState::loadMembers(ManagedObject& owner, std::size_
   const ToMany& relationship = owner.entity_->toMany[toMany];
   const EntityDescription& destination = model().entity(relationship.destination);
   ManagedObject::Members& cache = membersCache(owner, toMany);
-  // A list once read stays, even when the objects on it were let go and are read again.
+  // A list once read stays, even when the objects on it were released and are read again.
   const bool keepsList = cache.loaded && stalenessSeconds_ < 0;
+  const std::uint64_t parents = parentChanges();
+  std::uint64_t stamp = this->stamp(parents);
   const DirtyRows dirty = dirtyRows(destination.number);
   const bool isClean = dirty.empty();
   Objects objects;
   objects.reserve(cache.ids.size());
-  std::uint64_t stamp = this->stamp();
-  const bool done = coordinator_->members(destination, relationship.inverseColumn, owner.id_,
-                                          [&](const RowCursor& row) {
-                                            if (objects.empty()) {
-                                              stamp = this->stamp();
-                                            }
-                                            if (isClean || !dirty.contains(row.id())) {
-                                              objects.push_back(objectOfRow(destination, row));
-                                            }
-                                          });
+  const auto visit = [&](const RowCursor& row) {
+    if (objects.empty()) {
+      stamp = this->stamp(parents);
+    }
+    if (isClean || !dirty.contains(row.id())) {
+      objects.push_back(objectOfRow(destination, row, parents));
+    }
+  };
+  const bool done =
+      coordinator_->members(destination, relationship.inverseColumn, owner.id_, visit);
   if (!done && cache.loaded) {
     return knownMembers(destination, cache);
   }
@@ -199,6 +201,7 @@ ContextState::Objects ContextState::loadMembers(ManagedObject& owner, std::size_
       cache.ids.push_back(object->id_);
     }
     cache.stamp = stamp;
+    cache.loadedAtSeconds = loadTime();
     cache.loaded = true;
   }
   return objects;

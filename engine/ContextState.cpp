@@ -29,6 +29,7 @@ void ContextState::close() {
   decltype(pending_) dropped(pending_.size());
   const std::lock_guard lock(mutex_);
   std::swap_ranges(pending_.begin(), pending_.end(), dropped.begin());
+  ++changeCount_;
 }
 
 ManagedObjectPtr ContextState::insert(std::string_view entityName) {
@@ -133,8 +134,11 @@ std::uint64_t ContextState::parentChanges() const {
   return parent_ == nullptr ? 0 : parent_->changeCount_ + parent_->parentChanges();
 }
 
-// Only ever grows, and grows with every commit and with every change of a parent.
-std::uint64_t ContextState::stamp() const { return coordinator_->seenVersion() + parentChanges(); }
+// Both parts only grow: with every commit, and with every change of a parent. The caller takes
+// `parents` before it looks at the parents' values, so that a change made meanwhile outdates them.
+std::uint64_t ContextState::stamp(std::uint64_t parents) const {
+  return coordinator_->seenVersion() + parents;
+}
 
 bool ContextState::isStale(std::uint64_t of, double loadedAtSeconds) {
   const double interval = stalenessSeconds_;
@@ -155,30 +159,38 @@ void ContextState::willRead(ManagedObject& object) {
 
 void ContextState::load(ManagedObject& object) {
   using RowResult = PersistentStoreCoordinator::RowResult;
+  const std::uint64_t parents = parentChanges();
+  const std::uint64_t before = stamp(parents);
   // Before the row: what a parent saves in between is then in one of the two.
   const Overlay overlay = overlayOf(*object.entity_, object.id_);
   RowResult result = RowResult::kMissing;
   if (!overlay.deleted) {
     result = coordinator_->row(*object.entity_, object.id_,
-                               [&](const RowCursor& row) { fill(object, row, &overlay); });
+                               [&](const RowCursor& row) { fill(object, row, &overlay, parents); });
   }
-  if (result == RowResult::kFound || result == RowResult::kFailed) {
+  if (result == RowResult::kMissing) {
+    fillWithoutRow(object, overlay, before);
+  }
+}
+
+// The row is new in a parent, or does not exist any more.
+void ContextState::fillWithoutRow(ManagedObject& object, const Overlay& overlay,
+                                  std::uint64_t stamp) {
+  object.gone_ = !overlay.inserted || overlay.deleted;
+  noteLoaded(object, stamp);
+  if (object.gone_) {
     return;
   }
-  object.gone_ = !overlay.inserted || overlay.deleted;
-  object.loaded_ = true;
-  object.stamp_ = stamp();
-  if (!object.gone_) {
-    const std::lock_guard lock(mutex_);
-    for (std::size_t i = 0; i < object.values_.size(); ++i) {
-      if ((object.changed_ >> i & 1) == 0) {
-        object.values_[i] = overlay.values[i];
-      }
+  const std::lock_guard lock(mutex_);
+  for (std::size_t i = 0; i < object.values_.size(); ++i) {
+    if ((object.changed_ >> i & 1) == 0) {
+      object.values_[i] = overlay.values[i];
     }
   }
 }
 
-void ContextState::fill(ManagedObject& object, const RowCursor& row, const Overlay* overlay) {
+void ContextState::fill(ManagedObject& object, const RowCursor& row, const Overlay* overlay,
+                        std::uint64_t parents) {
   for (std::size_t i = 0; i < object.values_.size(); ++i) {
     if ((object.changed_ >> i & 1) != 0) {
       continue;
@@ -186,13 +198,18 @@ void ContextState::fill(ManagedObject& object, const RowCursor& row, const Overl
     const bool overlaid = overlay != nullptr && (overlay->columns >> i & 1) != 0;
     object.values_[i] = overlaid ? overlay->values[i] : row.value(i);
   }
-  object.loaded_ = true;
   object.gone_ = false;
-  object.stamp_ = stamp();
-  if (stalenessSeconds_ > 0) {
-    object.loadedAtSeconds_ = secondsNow();
-  }
+  noteLoaded(object, stamp(parents));
 }
+
+void ContextState::noteLoaded(ManagedObject& object, std::uint64_t stamp) const {
+  object.loaded_ = true;
+  object.stamp_ = stamp;
+  object.loadedAtSeconds_ = loadTime();
+}
+
+// Only an interval needs the time.
+double ContextState::loadTime() const { return stalenessSeconds_ > 0 ? secondsNow() : 0; }
 
 ContextState::Overlay ContextState::overlayOf(const EntityDescription& entity,
                                               std::int64_t id) const {

@@ -103,10 +103,14 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   void enroll(const ManagedObjectPtr& object);
   void willRead(ManagedObject& object);
   bool isStale(std::uint64_t of, double loadedAtSeconds);
-  std::uint64_t stamp() const;
+  std::uint64_t stamp(std::uint64_t parents) const;
   std::uint64_t parentChanges() const;
+  double loadTime() const;
   void load(ManagedObject& object);
-  void fill(ManagedObject& object, const RowCursor& row, const Overlay* overlay);
+  void fill(ManagedObject& object, const RowCursor& row, const Overlay* overlay,
+            std::uint64_t parents);
+  void fillWithoutRow(ManagedObject& object, const Overlay& overlay, std::uint64_t stamp);
+  void noteLoaded(ManagedObject& object, std::uint64_t stamp) const;
   Overlay overlayOf(const EntityDescription& entity, std::int64_t id) const;
   void addToOverlay(Overlay& overlay, const EntityDescription& entity, std::int64_t id) const;
   void markChanged(ManagedObject& object, std::size_t column, ManagedValue value);
@@ -114,7 +118,8 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   bool isDirty(std::size_t entity) const;
   DirtyRows dirtyRows(std::size_t entity) const;
   void addDirtyRows(DirtyRows& rows, std::size_t entity) const;
-  ManagedObjectPtr objectOfRow(const EntityDescription& entity, const RowCursor& row);
+  ManagedObjectPtr objectOfRow(const EntityDescription& entity, const RowCursor& row,
+                               std::uint64_t parents);
 
   static bool isLive(const ManagedObject& object);
   ManagedObjectPtr ownLive(const ManagedObjectPtr& object, std::size_t entity);
@@ -137,8 +142,8 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   void deleteOne(const ManagedObjectPtr& object, Objects& doomed);
   void markDeleted(const ManagedObjectPtr& object);
 
-  std::optional<Objects> fetchClean(const FetchRequest& request);
-  std::optional<Objects> fetchDirty(const FetchRequest& request);
+  std::optional<Objects> fetchClean(const FetchRequest& request, std::uint64_t parents);
+  std::optional<Objects> fetchDirty(const FetchRequest& request, std::uint64_t parents);
   bool anyDirty(const std::vector<std::size_t>& entities) const;
   void sortObjects(const std::optional<FetchOrder>& order, Objects& objects);
 

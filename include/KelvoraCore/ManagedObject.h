@@ -135,6 +135,7 @@ class KELVORA_EXPORT ManagedObject : public std::enable_shared_from_this<Managed
   struct Members {
     bool loaded = false;
     std::uint64_t stamp = 0;
+    double loadedAtSeconds = 0;
     std::vector<std::int64_t> ids;
   };
 

@@ -96,6 +96,21 @@ TEST_F(DamagedStoreTest, MembersOnceReadStandWhileTheFileCannotBeRead) {
   }
 }
 
+TEST_F(DamagedStoreTest, ARowThatCannotBeReadNowIsNotADeletedRow) {
+  const auto store = makeStore(0);
+  const auto sensor = store->getSensorByKey("a");
+  const auto category = sensor->category();
+  ASSERT_NE(category, nullptr);
+  EXPECT_EQ(category->name(), "Temperature");
+  execute("ALTER TABLE Category RENAME TO Hidden");
+  EXPECT_EQ(category->name(), "Temperature");
+  EXPECT_EQ(sensor->category(), category);
+  EXPECT_TRUE(sensor->setRelated("category", category));
+  execute("UPDATE Hidden SET name = 'later'; ALTER TABLE Hidden RENAME TO Category");
+  EXPECT_EQ(sensor->category(), category);
+  EXPECT_EQ(category->name(), "later");
+}
+
 TEST_F(DamagedStoreTest, AMemberFoundGoneIsNotAmongThoseOnceRead) {
   const auto store = makeStore();
   const auto category = store->getCategoryWithType(0);

@@ -1,3 +1,5 @@
+#include <chrono>
+
 #include "tests/support/StoreFixture.h"
 
 namespace kelvora {
@@ -173,12 +175,32 @@ TEST_F(StalenessTest, AChildLeadsNoMoreToWhatItsParentDeleted) {
   EXPECT_EQ(point->sensor(), nullptr);
 }
 
+// Longer than a test runs, and shorter than the clock has run: a value whose time of reading is
+// missing would be outdated.
+double longInterval() {
+  const auto uptime = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<double>(uptime).count() / 2;
+}
+
 TEST_F(StalenessTest, AnIntervalCountsFromTheReading) {
-  const auto reader = makeStore(3600);
+  const auto reader = makeStore(longInterval());
   const auto sensor = reader->getSensorByKey("a");
   EXPECT_EQ(sensor->value(), 1);
   write(2);
   EXPECT_EQ(sensor->value(), 1);
+  reader->viewContext()->setStalenessInterval(1e-9);
+  EXPECT_EQ(sensor->value(), 2);
+}
+
+TEST_F(StalenessTest, AnIntervalOfAListCountsFromTheReadingOfTheList) {
+  const auto reader = makeStore(longInterval());
+  const auto category = addCategory(*reader, "Voltage", 2);
+  reader->saveViewContext();
+  EXPECT_EQ(category->sensors().size(), 0U);
+  writer->createSensorWithKey("b", writer->viewContext())
+      ->setCategory(writer->getCategoryWithType(2));
+  writer->saveViewContext();
+  EXPECT_EQ(category->sensors().size(), 0U);
 }
 
 }  // namespace
