@@ -2,16 +2,46 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "KelvoraCore/Export.h"
 
-// What is exchanged with the System Management Controller. A key ("TC0P") or a data type ("sp78")
-// is four bytes. Packed, it is a 32-bit number with the first byte in the most significant place:
-// "TC0P" is 0x54433050.
+// The records and numbers of the protocol of the System Management Controller. A key ("TC0P") or a
+// data type ("sp78") is four bytes. Packed, it is a 32-bit number with the first byte in the most
+// significant place: "TC0P" is 0x54433050.
 
 namespace kelvora {
 
-/// What the SMC tells of a key. A cache keeps the entries of the first 100 keys that are asked for.
+/// Packs the first four bytes of a key or type; a shorter text is padded with NUL: "TC0P" gives
+/// 0x54433050, "TB" gives 0x54420000.
+constexpr std::uint32_t SMCPackedKey(std::string_view text) {
+  std::uint32_t packed = 0;
+  for (std::size_t i = 0; i < 4; ++i) {
+    packed = packed << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0U);
+  }
+  return packed;
+}
+
+/// The method of the user client that takes all commands.
+inline constexpr std::uint32_t SMCSelector = 2;
+
+/// The `command` of a request.
+enum SMCCommand : std::uint8_t {
+  SMCCommandReadBytes = 5,
+  SMCCommandWriteBytes = 6,
+  SMCCommandKeyAtIndex = 8,
+  SMCCommandGetKeyInfo = 9,
+};
+
+/// The `result` of a reply. These are the values that this library knows; an SMC has more.
+enum SMCResult : std::uint8_t {
+  SMCResultSuccess = 0,
+  SMCResultKeyNotFound = 132,
+  SMCResultNotReadable = 133,
+  SMCResultWrongSize = 135,
+};
+
+/// What the SMC reports about a key.
 struct KELVORA_EXPORT SMCKeyInfo {
   std::uint32_t key = 0;            ///< packed
   std::uint32_t dataSize = 0;       ///< payload bytes that the key holds, 0 when it is unknown
@@ -21,12 +51,13 @@ struct KELVORA_EXPORT SMCKeyInfo {
 };
 
 /// One key with its payload. Integers and fixed-point values in `bytes` are big-endian; "flt " is
-/// in host byte order. Payload bytes beyond `dataSize` are zero after a read.
+/// in host byte order.
 struct KELVORA_EXPORT SMCValueRecord {
   char key[5] = {};  ///< four bytes and a NUL
   std::uint8_t padding0[3] = {};
   std::uint32_t dataSize = 0;  ///< as the SMC reports it; more than 32 from a faulty SMC
   char dataType[5] = {};       ///< four bytes with any trailing blank ("ui8 ") and a NUL
+  /// All 32 bytes of the reply. Those beyond `dataSize` have no meaning; most SMCs send zeros.
   std::uint8_t bytes[32] = {};
   std::uint8_t padding1[3] = {};
 };
@@ -42,14 +73,14 @@ struct KELVORA_EXPORT SMCParamKeyInfo {
 /// Request and reply of every call: the wire format of the system's SMC driver. Fields of several
 /// bytes are in host byte order.
 struct KELVORA_EXPORT SMCParamRecord {
-  std::uint32_t key = 0;                      ///< request; at index replies, the key found there
-  std::uint8_t versionAndLimitData[24] = {};  ///< two blocks of the driver's, always zero here
-  SMCParamKeyInfo keyInfo;                    ///< reply of command 9; size set in reads and writes
-  std::uint8_t result = 0;                    ///< the SMC's result byte: 0 success, 132 no such key
+  std::uint32_t key = 0;                      ///< request; SMCCommandKeyAtIndex replies with it
+  std::uint8_t versionAndLimitData[24] = {};  ///< two blocks of the driver, always zero here
+  SMCParamKeyInfo keyInfo;  ///< reply of SMCCommandGetKeyInfo; size set in reads and writes
+  std::uint8_t result = 0;  ///< reply: an SMCResult
   std::uint8_t status = 0;
-  std::uint8_t command = 0;  ///< 5 read bytes, 6 write bytes, 8 key at index, 9 key information
+  std::uint8_t command = 0;  ///< request: an SMCCommand
   std::uint8_t padding = 0;
-  std::uint32_t data32 = 0;     ///< the index of command 8
+  std::uint32_t data32 = 0;     ///< the index of SMCCommandKeyAtIndex
   std::uint8_t bytes[32] = {};  ///< payload
 };
 

@@ -2,8 +2,6 @@
 
 namespace kelvora::platform {
 
-using Layout = SMCRecordLayout;
-
 RecordedSMC::RecordedSMC(std::optional<std::vector<RecordedSMCKey>> keys)
     : hasService_(keys.has_value()) {
   if (keys) {
@@ -20,46 +18,47 @@ std::vector<SMCWrite> RecordedSMC::writes() const {
   return writes_;
 }
 
-KernelStatus RecordedSMC::perform(const Request& request, Reply& reply) {
-  const std::uint8_t command = request.command();
-  if (command == Layout::kKeyAtIndexCommand) {
-    if (request.index() < keys_.size()) {
-      reply.setKey(keys_[request.index()].key);
+KernelStatus RecordedSMC::perform(const SMCParamRecord& request, SMCParamRecord& reply) {
+  const std::uint8_t command = request.command;
+  if (command == SMCCommandKeyAtIndex) {
+    if (request.data32 < keys_.size()) {
+      reply.key = keys_[request.data32].key;
     } else {
-      reply.setResult(Layout::kUnknownKeyResult);
+      reply.result = SMCResultKeyNotFound;
     }
     return kKernelSuccess;
   }
-  RecordedSMCKey* key = find(request.key());
+  RecordedSMCKey* key = find(request.key);
   if (key == nullptr) {
-    reply.setResult(Layout::kUnknownKeyResult);
+    reply.result = SMCResultKeyNotFound;
     return kKernelSuccess;
   }
   switch (command) {
-    case Layout::kReadCommand:
+    case SMCCommandReadBytes:
       if (key->status != kKernelSuccess) {
         return key->status;
       }
-      reply.setResult(key->result);
-      reply.setPayload(key->bytes);
+      reply.result = key->result;
+      setPayload(reply, key->bytes);
       return kKernelSuccess;
-    case Layout::kWriteCommand:
+    case SMCCommandWriteBytes:
       write(*key, request, reply);
       return kKernelSuccess;
-    case Layout::kKeyInfoCommand:
-      reply.setKeyInfo(static_cast<std::uint32_t>(key->bytes.size()), key->type, key->attributes);
+    case SMCCommandGetKeyInfo:
+      reply.keyInfo = {
+          static_cast<std::uint32_t>(key->bytes.size()), key->type, key->attributes, {}};
       return kKernelSuccess;
     default:
       return kIOReturnBadArgument;
   }
 }
 
-void RecordedSMC::write(RecordedSMCKey& key, const Request& request, Reply& reply) {
-  if (request.dataSize() != key.bytes.size() || key.bytes.size() > Layout::kMostPayloadBytes) {
-    reply.setResult(Layout::kWrongSizeResult);
+void RecordedSMC::write(RecordedSMCKey& key, const SMCParamRecord& request, SMCParamRecord& reply) {
+  if (request.keyInfo.dataSize != key.bytes.size() || key.bytes.size() > sizeof request.bytes) {
+    reply.result = SMCResultWrongSize;
     return;
   }
-  const auto bytes = request.payload().first(key.bytes.size());
+  const auto bytes = std::as_bytes(std::span(request.bytes)).first(key.bytes.size());
   key.bytes.assign(bytes.begin(), bytes.end());
   writes_.push_back({key.key, key.bytes});
 }

@@ -30,11 +30,11 @@ class RecordedSMC : public SoftwareSMC {
 
  protected:
   bool hasService() const override { return hasService_; }
-  KernelStatus perform(const Request& request, Reply& reply) override;
+  KernelStatus perform(const SMCParamRecord& request, SMCParamRecord& reply) override;
 
  private:
   RecordedSMCKey* find(std::uint32_t key);
-  void write(RecordedSMCKey& key, const Request& request, Reply& reply);
+  void write(RecordedSMCKey& key, const SMCParamRecord& request, SMCParamRecord& reply);
 
   bool hasService_;
   std::vector<RecordedSMCKey> keys_;

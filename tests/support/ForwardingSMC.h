@@ -16,9 +16,9 @@ namespace kelvora::testing {
 
 /// One 80-byte call, as it was sent.
 struct SMCCallRecord {
-  std::uint8_t command = 0;  ///< 5 read, 6 write, 8 key at index, 9 key info
+  std::uint8_t command = 0;  ///< an SMCCommand
   std::uint32_t key = 0;     ///< packed
-  std::uint32_t data32 = 0;  ///< index of command 8
+  std::uint32_t data32 = 0;  ///< the index of SMCCommandKeyAtIndex
   friend bool operator==(const SMCCallRecord&, const SMCCallRecord&) = default;
 };
 
@@ -111,14 +111,11 @@ class ForwardingSMC : public platform::SMCUserClient {
 
  private:
   static SMCCallRecord recordOf(Input input) {
-    SMCCallRecord call;
-    if (input.size() != 80) {
-      return call;
+    SMCParamRecord record;
+    if (input.size() == sizeof record) {
+      std::memcpy(&record, input.data(), sizeof record);
     }
-    call.command = static_cast<std::uint8_t>(input[42]);
-    std::memcpy(&call.key, input.data(), sizeof call.key);
-    std::memcpy(&call.data32, input.data() + 44, sizeof call.data32);
-    return call;
+    return {record.command, record.key, record.data32};
   }
 
   std::optional<platform::KernelStatus> note(const SMCCallRecord& call, Output output) {

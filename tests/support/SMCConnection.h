@@ -1,16 +1,19 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
+#include <span>
 #include <stdexcept>
 #include <vector>
+
+#include "KelvoraCore/SMCRecords.h"
 
 #include "ports/SMCUserClient.h"
 
 namespace kelvora::testing {
 
-/// An open connection to an SMC port, for tests that speak the 80-byte record themselves.
+/// An open connection to an SMC port, for tests that send the 80-byte records themselves.
 class SMCConnection {
  public:
   struct Reply {
@@ -39,24 +42,25 @@ class SMCConnection {
 
   Reply call(std::uint8_t command, std::uint32_t key, std::uint32_t dataSize = 0,
              std::uint32_t index = 0, const std::vector<std::byte>& payload = {}) {
-    std::array<std::byte, 80> input{};
-    std::array<std::byte, 80> output{};
-    std::memcpy(input.data(), &key, sizeof key);
-    std::memcpy(input.data() + 28, &dataSize, sizeof dataSize);
-    input[42] = static_cast<std::byte>(command);
-    std::memcpy(input.data() + 44, &index, sizeof index);
-    if (payload.size() > 32) {
+    SMCParamRecord input;
+    input.key = key;
+    input.keyInfo.dataSize = dataSize;
+    input.command = command;
+    input.data32 = index;
+    if (payload.size() > sizeof input.bytes) {
       throw std::invalid_argument("a payload has at most 32 bytes");
     }
-    std::copy(payload.begin(), payload.end(), input.begin() + 48);
+    std::ranges::copy(payload, std::as_writable_bytes(std::span(input.bytes)).begin());
+    SMCParamRecord output;
     Reply reply;
-    reply.status = smc_.callStructMethod(handle_, 2, input, output);
-    std::memcpy(&reply.key, output.data(), sizeof reply.key);
-    std::memcpy(&reply.dataSize, output.data() + 28, sizeof reply.dataSize);
-    std::memcpy(&reply.dataType, output.data() + 32, sizeof reply.dataType);
-    reply.attributes = static_cast<std::uint8_t>(output[36]);
-    reply.result = static_cast<std::uint8_t>(output[40]);
-    std::memcpy(reply.payload.data(), output.data() + 48, reply.payload.size());
+    reply.status = smc_.callStructMethod(handle_, SMCSelector, std::as_bytes(std::span(&input, 1)),
+                                         std::as_writable_bytes(std::span(&output, 1)));
+    reply.key = output.key;
+    reply.dataSize = output.keyInfo.dataSize;
+    reply.dataType = output.keyInfo.dataType;
+    reply.attributes = output.keyInfo.dataAttributes;
+    reply.result = output.result;
+    std::ranges::copy(std::as_bytes(std::span(output.bytes)), reply.payload.begin());
     return reply;
   }
 

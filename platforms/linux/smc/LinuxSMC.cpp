@@ -8,8 +8,6 @@ namespace kelvora::platform {
 
 namespace {
 
-using Layout = SMCRecordLayout;
-
 std::uint32_t decimal(const std::optional<std::string>& text) {
   std::uint32_t number = 0;
   if (text) {
@@ -18,16 +16,12 @@ std::uint32_t decimal(const std::optional<std::string>& text) {
   return number;
 }
 
-// The driver prints the characters up to a NUL, then a line end; what is missing was NUL.
+// The driver prints the characters up to a NUL, then a line end; the missing ones were NUL.
 std::uint32_t packed(std::string_view line) {
   if (line.ends_with('\n')) {
     line.remove_suffix(1);
   }
-  std::uint32_t code = 0;
-  for (std::size_t i = 0; i < 4; ++i) {
-    code = code << 8 | (i < line.size() ? static_cast<unsigned char>(line[i]) : 0U);
-  }
-  return code;
+  return SMCPackedKey(line);
 }
 
 }  // namespace
@@ -40,29 +34,29 @@ KernelStatus LinuxSMC::mayOpen() const {
   return files_->mayChooseKeys() ? kKernelSuccess : kIOReturnNotPermitted;
 }
 
-KernelStatus LinuxSMC::perform(const Request& request, Reply& reply) {
-  const std::uint8_t command = request.command();
-  if (command == Layout::kWriteCommand) {
+KernelStatus LinuxSMC::perform(const SMCParamRecord& request, SMCParamRecord& reply) {
+  const std::uint8_t command = request.command;
+  if (command == SMCCommandWriteBytes) {
     return kIOReturnNotPermitted;
   }
-  if (command == Layout::kKeyAtIndexCommand) {
-    if (const auto key = keyAt(request.index())) {
-      reply.setKey(*key);
+  if (command == SMCCommandKeyAtIndex) {
+    if (const auto key = keyAt(request.data32)) {
+      reply.key = *key;
     } else {
-      reply.setResult(Layout::kUnknownKeyResult);
+      reply.result = SMCResultKeyNotFound;
     }
     return kKernelSuccess;
   }
-  if (command != Layout::kReadCommand && command != Layout::kKeyInfoCommand) {
+  if (command != SMCCommandReadBytes && command != SMCCommandGetKeyInfo) {
     return kIOReturnBadArgument;
   }
-  const auto found = keys().find(request.key());
+  const auto found = keys().find(request.key);
   if (found == keys().end()) {
-    reply.setResult(Layout::kUnknownKeyResult);
-  } else if (command == Layout::kReadCommand) {
+    reply.result = SMCResultKeyNotFound;
+  } else if (command == SMCCommandReadBytes) {
     readPayload(found->second, reply);
   } else {
-    reply.setKeyInfo(found->second.dataSize, found->second.type, 0);
+    reply.keyInfo = {found->second.dataSize, found->second.type, 0, {}};
   }
   return kKernelSuccess;
 }
@@ -96,12 +90,12 @@ std::optional<std::uint32_t> LinuxSMC::keyAt(unsigned index) {
   return packed(*name);
 }
 
-void LinuxSMC::readPayload(const Key& key, Reply& reply) {
+void LinuxSMC::readPayload(const Key& key, SMCParamRecord& reply) {
   const auto data = files_->chooseKey(key.index) ? files_->read("key_at_index_data") : std::nullopt;
   if (data) {
-    reply.setPayload(std::as_bytes(std::span(*data)));
+    setPayload(reply, std::as_bytes(std::span(*data)));
   } else {
-    reply.setResult(Layout::kUnreadableResult);
+    reply.result = SMCResultNotReadable;
   }
 }
 

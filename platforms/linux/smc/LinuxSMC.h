@@ -24,7 +24,7 @@ class LinuxSMC : public SoftwareSMC {
  protected:
   bool hasService() const override;
   KernelStatus mayOpen() const override;
-  KernelStatus perform(const Request& request, Reply& reply) override;
+  KernelStatus perform(const SMCParamRecord& request, SMCParamRecord& reply) override;
 
  private:
   struct Key {
@@ -35,7 +35,7 @@ class LinuxSMC : public SoftwareSMC {
 
   const std::map<std::uint32_t, Key>& keys();
   std::optional<std::uint32_t> keyAt(unsigned index);
-  void readPayload(const Key& key, Reply& reply);
+  void readPayload(const Key& key, SMCParamRecord& reply);
 
   std::unique_ptr<AppleSMCFiles> files_;
   std::optional<std::map<std::uint32_t, Key>> keys_;  // listed at the first question about a key

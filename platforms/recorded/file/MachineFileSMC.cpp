@@ -1,13 +1,15 @@
 // The "smc" and "hid" members of a machine file.
 #include <charconv>
 
+#include "KelvoraCore/SMCRecords.h"
+
 #include "platforms/recorded/file/MachineFileParts.h"
 
 namespace kelvora::platform {
 
 namespace {
 
-constexpr std::size_t kMostPayloadBytes = 32;
+constexpr std::size_t kMostPayloadBytes = sizeof(SMCParamRecord::bytes);
 
 // The codes of a text's characters, each of one byte; characters above U+00FF have none.
 std::vector<std::uint8_t> characterCodes(const JSONPlace& place) {
@@ -34,11 +36,7 @@ std::uint32_t fourCharacterCodeAt(const JSONPlace& place) {
   if (codes.size() != 4) {
     place.refuse(JSONPlace::quoted(place.text()) + " is not four characters");
   }
-  std::uint32_t packed = 0;
-  for (const std::uint8_t code : codes) {
-    packed = packed << 8 | code;
-  }
-  return packed;
+  return SMCPackedKey(std::string(codes.begin(), codes.end()));
 }
 
 // A data type may end in NUL ("ui8\0" on real machines), a key holds none.

@@ -67,34 +67,34 @@ TEST(LinuxSMC, ReadsKeysThroughTheDriver) {
   LinuxSMC smc(std::make_unique<ScriptedFiles>(kKeys));
   SMCConnection connection(smc);
   EXPECT_EQ(connection.openStatus, 0U);
-  EXPECT_EQ(connection.call(8, 0, 0, 1).key, packedKey("TC0P"));
+  EXPECT_EQ(connection.call(8, 0, 0, 1).key, SMCPackedKey("TC0P"));
   EXPECT_EQ(connection.call(8, 0, 0, 3).result, 132);
-  const auto info = connection.call(9, packedKey("TC0P"));
+  const auto info = connection.call(9, SMCPackedKey("TC0P"));
   EXPECT_EQ(info.dataSize, 2U);
-  EXPECT_EQ(info.dataType, packedKey("sp78"));
-  const auto read = connection.call(5, packedKey("TC0P"), 2);
+  EXPECT_EQ(info.dataType, SMCPackedKey("sp78"));
+  const auto read = connection.call(5, SMCPackedKey("TC0P"), 2);
   EXPECT_EQ(read.result, 0);
   EXPECT_EQ(read.payload[0], std::byte{0x25});
-  EXPECT_EQ(connection.call(5, packedKey("#KEY"), 4).payload[3], std::byte{3});
-  EXPECT_EQ(connection.call(9, packedKey("Nope")).result, 132);
+  EXPECT_EQ(connection.call(5, SMCPackedKey("#KEY"), 4).payload[3], std::byte{3});
+  EXPECT_EQ(connection.call(9, SMCPackedKey("Nope")).result, 132);
 }
 
 TEST(LinuxSMC, ATypeThatTheDriverCutsShortEndedInNUL) {
   LinuxSMC smc(std::make_unique<ScriptedFiles>(kKeys));
   SMCConnection connection(smc);
-  EXPECT_EQ(connection.call(9, packedKey("BNCM")).dataType, 0x75693800U);
+  EXPECT_EQ(connection.call(9, SMCPackedKey("BNCM")).dataType, 0x75693800U);
 }
 
 TEST(LinuxSMC, AKeyThatCannotBeReadAnswersResult133) {
   LinuxSMC smc(std::make_unique<ScriptedFiles>(kKeys));
   SMCConnection connection(smc);
-  EXPECT_EQ(connection.call(5, packedKey("BNCM"), 1).result, 133);
+  EXPECT_EQ(connection.call(5, SMCPackedKey("BNCM"), 1).result, 133);
 }
 
 TEST(LinuxSMC, WritesAreNotPermitted) {
   LinuxSMC smc(std::make_unique<ScriptedFiles>(kKeys));
   SMCConnection connection(smc);
-  EXPECT_EQ(connection.call(6, packedKey("TC0P"), 2).status, kIOReturnNotPermitted);
+  EXPECT_EQ(connection.call(6, SMCPackedKey("TC0P"), 2).status, kIOReturnNotPermitted);
 }
 
 TEST(LinuxSMC, OpeningNeedsTheRightToChooseKeys) {
@@ -122,8 +122,8 @@ TEST(LinuxSMC, ReadsTheFilesOfAFolder) {
   LinuxSMC smc(std::make_unique<AppleSMCFiles>(folder.path()));
   SMCConnection connection(smc);
   ASSERT_EQ(connection.openStatus, 0U);
-  EXPECT_EQ(connection.call(9, packedKey("TC0P")).dataSize, 2U);
-  EXPECT_EQ(connection.call(5, packedKey("TC0P"), 2).payload[1], std::byte{0x20});
+  EXPECT_EQ(connection.call(9, SMCPackedKey("TC0P")).dataSize, 2U);
+  EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).payload[1], std::byte{0x20});
   connection.call(8, 0, 0, 7);
   std::ifstream chosen(index);
   std::string text;

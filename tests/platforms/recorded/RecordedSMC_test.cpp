@@ -25,18 +25,19 @@ std::vector<std::byte> bytesOf(std::initializer_list<int> values) {
 
 // Not in the order of their codes, one of them twice.
 std::vector<RecordedSMCKey> fewKeys() {
-  return {{packedKey("TC0P"), packedKey("sp78"), 192, bytesOf({0x25, 0x20}), 0, 0},
-          {packedKey("#KEY"), packedKey("ui32"), 128, bytesOf({0, 0, 0, 4}), 0, 0},
-          {packedKey("BNCM"), packedKey("ui8 "), 3, bytesOf({0}), 133, 0},
-          {packedKey("TC0P"), packedKey("flt "), 1, bytesOf({1, 2, 3, 4}), 0, 0},
-          {packedKey("Fail"), packedKey("ui8 "), 0, bytesOf({7}), 0, platform::kIOReturnError},
-          {packedKey("None"), packedKey("ui8 "), 0, {}, 0, 0}};
+  return {
+      {SMCPackedKey("TC0P"), SMCPackedKey("sp78"), 192, bytesOf({0x25, 0x20}), 0, 0},
+      {SMCPackedKey("#KEY"), SMCPackedKey("ui32"), 128, bytesOf({0, 0, 0, 4}), 0, 0},
+      {SMCPackedKey("BNCM"), SMCPackedKey("ui8 "), 3, bytesOf({0}), 133, 0},
+      {SMCPackedKey("TC0P"), SMCPackedKey("flt "), 1, bytesOf({1, 2, 3, 4}), 0, 0},
+      {SMCPackedKey("Fail"), SMCPackedKey("ui8 "), 0, bytesOf({7}), 0, platform::kIOReturnError},
+      {SMCPackedKey("None"), SMCPackedKey("ui8 "), 0, {}, 0, 0}};
 }
 
 TEST(RecordedSMC, ReadsTheBytesOfAKey) {
   RecordedSMC smc(fewKeys());
   SMCConnection connection(smc);
-  const auto reply = connection.call(5, packedKey("TC0P"), 2);
+  const auto reply = connection.call(5, SMCPackedKey("TC0P"), 2);
   EXPECT_EQ(reply.status, 0U);
   EXPECT_EQ(reply.result, 0);
   EXPECT_EQ(reply.payload[0], std::byte{0x25});
@@ -47,11 +48,11 @@ TEST(RecordedSMC, ReadsTheBytesOfAKey) {
 TEST(RecordedSMC, TellsSizeTypeAndAttributesOfAKey) {
   RecordedSMC smc(fewKeys());
   SMCConnection connection(smc);
-  const auto reply = connection.call(9, packedKey("TC0P"));
+  const auto reply = connection.call(9, SMCPackedKey("TC0P"));
   EXPECT_EQ(reply.dataSize, 2U);
-  EXPECT_EQ(reply.dataType, packedKey("sp78"));
+  EXPECT_EQ(reply.dataType, SMCPackedKey("sp78"));
   EXPECT_EQ(reply.attributes, 192);
-  EXPECT_EQ(connection.call(9, packedKey("None")).dataSize, 0U);
+  EXPECT_EQ(connection.call(9, SMCPackedKey("None")).dataSize, 0U);
 }
 
 TEST(RecordedSMC, ListsEveryKeyByIndexInTheOrderOfTheFile) {
@@ -69,7 +70,7 @@ TEST(RecordedSMC, AnUnknownKeyOrIndexAnswersResult132AndSizeZero) {
   RecordedSMC smc(fewKeys());
   SMCConnection connection(smc);
   for (const std::uint8_t command : {std::uint8_t{5}, std::uint8_t{6}, std::uint8_t{9}}) {
-    const auto reply = connection.call(command, packedKey("Nope"));
+    const auto reply = connection.call(command, SMCPackedKey("Nope"));
     EXPECT_EQ(reply.status, 0U);
     EXPECT_EQ(reply.result, 132);
     EXPECT_EQ(reply.dataSize, 0U);
@@ -84,30 +85,30 @@ TEST(RecordedSMC, AnUnknownKeyOrIndexAnswersResult132AndSizeZero) {
 TEST(RecordedSMC, ARecordedResultOrStatusIsThatOfARead) {
   RecordedSMC smc(fewKeys());
   SMCConnection connection(smc);
-  EXPECT_EQ(connection.call(5, packedKey("BNCM"), 1).result, 133);
-  EXPECT_EQ(connection.call(9, packedKey("BNCM")).result, 0);
-  EXPECT_EQ(connection.call(5, packedKey("Fail"), 1).status, platform::kIOReturnError);
-  EXPECT_EQ(connection.call(9, packedKey("Fail")).status, 0U);
+  EXPECT_EQ(connection.call(5, SMCPackedKey("BNCM"), 1).result, 133);
+  EXPECT_EQ(connection.call(9, SMCPackedKey("BNCM")).result, 0);
+  EXPECT_EQ(connection.call(5, SMCPackedKey("Fail"), 1).status, platform::kIOReturnError);
+  EXPECT_EQ(connection.call(9, SMCPackedKey("Fail")).status, 0U);
 }
 
 TEST(RecordedSMC, AWriteGoesIntoItsMemoryAndIsListed) {
   RecordedSMC smc(fewKeys());
   SMCConnection connection(smc);
-  const auto reply = connection.call(6, packedKey("TC0P"), 2, 0, bytesOf({9, 8, 7}));
+  const auto reply = connection.call(6, SMCPackedKey("TC0P"), 2, 0, bytesOf({9, 8, 7}));
   EXPECT_EQ(reply.status, 0U);
   EXPECT_EQ(reply.result, 0);
   ASSERT_EQ(smc.writes().size(), 1U);
-  EXPECT_EQ(smc.writes().front().key, packedKey("TC0P"));
+  EXPECT_EQ(smc.writes().front().key, SMCPackedKey("TC0P"));
   EXPECT_EQ(smc.writes().front().bytes, bytesOf({9, 8}));
-  EXPECT_EQ(connection.call(5, packedKey("TC0P"), 2).payload[0], std::byte{9});
+  EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).payload[0], std::byte{9});
 }
 
 TEST(RecordedSMC, AWriteOfAnotherSizeIsNotTaken) {
   RecordedSMC smc(fewKeys());
   SMCConnection connection(smc);
-  EXPECT_NE(connection.call(6, packedKey("TC0P"), 4, 0, bytesOf({9, 8, 7, 6})).result, 0);
+  EXPECT_NE(connection.call(6, SMCPackedKey("TC0P"), 4, 0, bytesOf({9, 8, 7, 6})).result, 0);
   EXPECT_TRUE(smc.writes().empty());
-  EXPECT_EQ(connection.call(5, packedKey("TC0P"), 2).payload[0], std::byte{0x25});
+  EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).payload[0], std::byte{0x25});
 }
 
 TEST(RecordedSMC, ThereIsNoServiceWithoutAListOrOfAnotherClass) {
@@ -157,7 +158,7 @@ TEST(RecordedSMC, AMalformedCallIsABadArgument) {
   EXPECT_EQ(smc.callStructMethod(handle, 2, shorter, record), platform::kIOReturnBadArgument);
   EXPECT_EQ(smc.callStructMethod(handle, 2, record, shorter), platform::kIOReturnBadArgument);
   EXPECT_EQ(smc.callStructMethod(handle, 1, record, record), platform::kIOReturnBadArgument);
-  EXPECT_EQ(connection.call(77, packedKey("TC0P")).status, platform::kIOReturnBadArgument);
+  EXPECT_EQ(connection.call(77, SMCPackedKey("TC0P")).status, platform::kIOReturnBadArgument);
 }
 
 TEST(RecordedSMC, ManyThreadsReadAndWriteAtOnce) {
@@ -165,8 +166,8 @@ TEST(RecordedSMC, ManyThreadsReadAndWriteAtOnce) {
   SMCConnection connection(smc);
   const auto work = [&] {
     for (int i = 0; i < 500; ++i) {
-      connection.call(6, packedKey("TC0P"), 2, 0, bytesOf({i % 256, i % 256}));
-      const auto reply = connection.call(5, packedKey("TC0P"), 2);
+      connection.call(6, SMCPackedKey("TC0P"), 2, 0, bytesOf({i % 256, i % 256}));
+      const auto reply = connection.call(5, SMCPackedKey("TC0P"), 2);
       EXPECT_EQ(reply.status, 0U);
     }
   };
@@ -180,12 +181,12 @@ TEST(ForwardingSMC, CountsCallsAndMakesTheNthFail) {
   ForwardingSMC smc(std::make_unique<RecordedSMC>(fewKeys()));
   SMCConnection connection(smc);
   smc.failNth(2);
-  EXPECT_EQ(connection.call(9, packedKey("TC0P")).status, 0U);
-  EXPECT_EQ(connection.call(5, packedKey("TC0P"), 2).status, platform::kIOReturnError);
-  EXPECT_EQ(connection.call(5, packedKey("TC0P"), 2).status, 0U);
+  EXPECT_EQ(connection.call(9, SMCPackedKey("TC0P")).status, 0U);
+  EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).status, platform::kIOReturnError);
+  EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).status, 0U);
   EXPECT_EQ(smc.count(), 3);
   EXPECT_EQ(smc.count(5), 2);
-  EXPECT_EQ(smc.calls().front(), (SMCCallRecord{9, packedKey("TC0P"), 0}));
+  EXPECT_EQ(smc.calls().front(), (SMCCallRecord{9, SMCPackedKey("TC0P"), 0}));
   EXPECT_EQ(smc.openConnections(), 1);
 }
 
