@@ -50,6 +50,12 @@ void Platform::install(std::unique_ptr<Platform> platform) {
   current.platform = platform.release();
 }
 
+bool Platform::isCurrent() const {
+  Current& current = currentPlatform();
+  const std::lock_guard lock(current.mutex);
+  return current.platform == this;
+}
+
 platform::SMCUserClient& Platform::smc() const { return *ports_->smc; }
 platform::HIDEventSystem& Platform::hid() const { return *ports_->hid; }
 platform::IORegistry& Platform::registry() const { return *ports_->registry; }

@@ -51,6 +51,8 @@ class KELVORA_EXPORT Platform {
   static Platform& current();
   /// Makes `platform` the current one. Throws std::logic_error once a platform is current.
   static void install(std::unique_ptr<Platform> platform);
+  /// Whether this is the process's current platform. Creates none.
+  bool isCurrent() const;
 
   /// A platform of the library's own ports; every member of `ports` is set.
   Platform(PlatformIdentity identity, platform::Ports ports);
