@@ -12,8 +12,6 @@ namespace kelvora {
 
 namespace {
 
-constexpr std::uint64_t kEveryPlatform = 511;
-
 // What can be read, in the order of a reading. Pages and usages are Apple's own.
 struct HIDSensorKind {
   std::uint64_t type;
@@ -36,14 +34,8 @@ std::int32_t firstField(std::int32_t eventType) {
 }  // namespace
 
 std::optional<HIDReadings> AppleSiliconSensors(std::int32_t usagePage, std::int32_t usage,
-                                               std::int32_t eventType) {
-  return AppleSiliconSensors(usagePage, usage, eventType, Platform::current().hid());
-}
-
-std::optional<HIDReadings> AppleSiliconSensors(std::int32_t usagePage, std::int32_t usage,
-                                               std::int32_t eventType,
-                                               platform::HIDEventSystem& eventSystem) {
-  const std::unique_ptr<platform::HIDEventSystemClient> client = eventSystem.createClient();
+                                               std::int32_t eventType, Platform& platform) {
+  const std::unique_ptr<platform::HIDEventSystemClient> client = platform.hid().createClient();
   if (!client) {
     return std::nullopt;
   }
@@ -65,14 +57,14 @@ std::optional<HIDReadings> AppleSiliconSensors(std::int32_t usagePage, std::int3
 
 HIDWrapper::HIDWrapper() : HIDWrapper(Platform::current()) {}
 
-HIDWrapper::HIDWrapper(Platform& platform) : eventSystem_(platform.hid()) {}
+HIDWrapper::HIDWrapper(Platform& platform) : platform_(platform) {}
 
 std::optional<HIDReadings> HIDWrapper::getSensorsDictByType(std::uint64_t type) const {
   const auto* kind = std::ranges::find(kKinds, type, &HIDSensorKind::type);
   if (kind == kKinds.end()) {
     return std::nullopt;
   }
-  return AppleSiliconSensors(kind->usagePage, kind->usage, kind->eventType, eventSystem_);
+  return AppleSiliconSensors(kind->usagePage, kind->usage, kind->eventType, platform_);
 }
 
 SensorList HIDWrapper::getAllSensors() const {
@@ -82,7 +74,7 @@ SensorList HIDWrapper::getAllSensors() const {
     for (const auto& [product, value] : readings) {
       sensors.push_back(Sensor::instanceWithKey(product, product, product, value, 0,
                                                 kind.maxLimitValue, kind.type, SensorGroupNone,
-                                                kEveryPlatform, SensorSourceHID, false));
+                                                SensorPlatformEvery, SensorSourceHID, false));
     }
   }
   return sensors;

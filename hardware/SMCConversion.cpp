@@ -1,22 +1,17 @@
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <cstring>
+#include <string_view>
 
 #include "KelvoraCore/SMC.h"
 
-#include "hardware/SMCReading.h"
 #include "hardware/SMCTypes.h"
 
 namespace kelvora {
 
-namespace {
+using namespace std::string_view_literals;
 
-constexpr std::uint32_t kTypeUI8 = smcCode("ui8 ");
-constexpr std::uint32_t kTypeUI16 = smcCode("ui16");
-constexpr std::uint32_t kTypeUI32 = smcCode("ui32");
-constexpr std::uint32_t kTypeSI8 = smcCode("si8 ");
-constexpr std::uint32_t kTypeFloat = smcCode("flt ");
+namespace {
 
 constexpr float kUnknown = -1.0F;
 
@@ -32,42 +27,33 @@ float wordToNumber(std::uint32_t type, std::uint16_t word) {
 
 }  // namespace
 
-float smcNumber(const SMCKeyInfo& info, const std::uint8_t (&bytes)[32]) {
-  if (info.dataSize == 0) {
+float SMCConvertValueToNumber(SMCValueRecord value) {
+  if (value.dataSize == 0) {
     return 0.0F;
   }
-  const std::uint32_t type = info.dataType;
-  if (type == kTypeUI8 || type == kTypeUI16 || type == kTypeUI32) {
-    const std::size_t held = std::min<std::size_t>(info.dataSize, sizeof bytes);
-    return static_cast<float>(SMCConvertStringToNumber(bytes, static_cast<std::int32_t>(held), 10));
+  const std::string_view type(value.dataType, sizeof value.dataType);
+  if (type == "ui8 \0"sv || type == "ui16\0"sv || type == "ui32\0"sv) {
+    const auto size = std::min<std::uint32_t>(value.dataSize, sizeof value.bytes);
+    return static_cast<float>(
+        SMCConvertStringToNumber(value.bytes, static_cast<std::int32_t>(size), 10));
   }
-  if (info.dataSize == 4 && type == kTypeFloat) {
+  if (value.dataSize == 4 && type == "flt \0"sv) {
     float number = 0;
-    std::memcpy(&number, bytes, sizeof number);
+    std::memcpy(&number, value.bytes, sizeof number);
     return number;
   }
-  if (info.dataSize == 1 && type == kTypeSI8) {
-    return static_cast<float>(static_cast<std::int8_t>(bytes[0]));
+  if (value.dataSize == 1 && type == "si8 \0"sv) {
+    return static_cast<float>(static_cast<std::int8_t>(value.bytes[0]));
   }
-  if (info.dataSize == 2) {
-    return wordToNumber(type, static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]));
+  if (value.dataSize == 2 && type.back() == '\0') {
+    return wordToNumber(SMCPackedKey(type),
+                        static_cast<std::uint16_t>(value.bytes[0] << 8 | value.bytes[1]));
   }
   return kUnknown;
 }
 
-// A packed type has no room for a fifth byte: a record's must be the NUL that ends the text.
-float SMCConvertValueToNumber(SMCValueRecord value) {
-  if (value.dataSize != 0 && value.dataType[4] != '\0') {
-    return kUnknown;
-  }
-  SMCKeyInfo info;
-  info.dataSize = value.dataSize;
-  info.dataType = smcCode(value.dataType);
-  return smcNumber(info, value.bytes);
-}
-
-// Unsigned arithmetic throughout: a byte that 32 bits or more would shift out leaves no trace, and
-// a sign extension fills the places above it as two's complement does.
+// Unsigned arithmetic, which wraps: bytes beyond the last four are shifted out, and an extended
+// sign carries into the higher bytes as in two's complement.
 std::uint32_t SMCConvertStringToNumber(const std::uint8_t* bytes, std::int32_t size,
                                        std::int32_t base) {
   std::uint32_t total = 0;

@@ -1,29 +1,31 @@
 #pragma once
 
+#include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 #include "KelvoraCore/SMCRecords.h"
 
 namespace kelvora {
 
-/// Access to the process's cache of key information: the first 100 keys that were asked for, never
-/// evicted. The cache has a spin lock, which an access holds while it lives; whoever fills a gap
-/// keeps it over the call to the SMC, so that threads ask one after the other.
-class SMCKeyInfoCacheAccess {
+/// The information of the first 100 keys that were asked for, never evicted. It is its own spin
+/// lock: hold it (std::lock_guard) during `find`, `append` and the call to the SMC between them, so
+/// that threads that miss at once ask the SMC one after the other.
+class SMCKeyInfoCache {
  public:
-  static constexpr std::int32_t kCapacity = 100;
+  void lock();
+  void unlock();
 
-  SMCKeyInfoCacheAccess();
-  ~SMCKeyInfoCacheAccess();
-  SMCKeyInfoCacheAccess(const SMCKeyInfoCacheAccess&) = delete;
-  SMCKeyInfoCacheAccess& operator=(const SMCKeyInfoCacheAccess&) = delete;
-
-  /// How many entries there are.
-  std::int32_t count() const;
   /// The entry of a key, or null. Entries never move.
   const SMCKeyInfo* find(std::uint32_t packedKey) const;
   /// Adds an entry; does nothing when the cache is full.
   void append(const SMCKeyInfo& entry);
+
+ private:
+  std::array<SMCKeyInfo, 100> entries_;
+  std::size_t count_ = 0;
+  std::atomic<bool> isLocked_ = false;
 };
 
 }  // namespace kelvora

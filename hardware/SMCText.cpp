@@ -1,21 +1,16 @@
-#include "hardware/SMCText.h"
+#include "KelvoraCore/SMCText.h"
 
 #include <cstddef>
-#include <cstdint>
 
-#include <unicode/unistr.h>
+#include "KelvoraCore/SMCRecords.h"
+
+#include "base/UTF8Text.h"
 
 namespace kelvora {
 
 namespace {
 
-constexpr std::size_t kCharacters = 4;
-constexpr std::size_t kLongestCharacter = 4;  // bytes of UTF-8
-constexpr UChar32 kHighestByte = 0xff;
-
-icu::UnicodeString decoded(std::string_view text) {
-  return icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
-}
+constexpr std::size_t kMostBytes = 16;  // four characters of at most four bytes
 
 }  // namespace
 
@@ -36,22 +31,23 @@ std::string textFromSMC(std::string_view bytes) {
   return text;
 }
 
-SMCKeyText smcKeyFromText(std::string_view text) {
-  const icu::UnicodeString characters = decoded(text.substr(0, kCharacters * kLongestCharacter));
-  SMCKeyText key{};
-  std::int32_t position = 0;
-  for (std::size_t i = 0; i < kCharacters && position < characters.length(); ++i) {
-    const UChar32 character = characters.char32At(position);
-    key[i] = character > kHighestByte ? '?' : static_cast<char>(character);
-    position = characters.moveIndex32(position, 1);
+// Well-formed UTF-8 has the characters up to U+00FF as the lead bytes 0xc2 and 0xc3 with one more
+// byte; those above have higher lead bytes.
+std::uint32_t packedKeyFromText(std::string_view text) {
+  std::string key;
+  unsigned lead = 0;
+  for (const char character : validUTF8(text.substr(0, kMostBytes))) {
+    const unsigned byte = static_cast<unsigned char>(character);
+    if (byte < 0x80) {
+      key += character;
+    } else if (byte >= 0xc0) {
+      lead = byte;
+      key += lead > 0xc3 ? "?" : "";
+    } else if (lead <= 0xc3) {
+      key += static_cast<char>((lead & 0x03) << 6 | (byte & 0x3f));
+    }
   }
-  return key;
-}
-
-std::string wellFormed(std::string_view text) {
-  std::string result;
-  decoded(text).toUTF8String(result);
-  return result;
+  return SMCPackedKey(key);
 }
 
 }  // namespace kelvora

@@ -1,21 +1,16 @@
 #include "KelvoraCore/SMCWrapper.h"
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
-#include <map>
 #include <span>
 #include <utility>
 
 #include "KelvoraCore/KVUtils.h"
 #include "KelvoraCore/PropertyListValue.h"
 #include "KelvoraCore/SMC.h"
+#include "KelvoraCore/SMCText.h"
 
-#include "hardware/RawReading.h"
-#include "hardware/ReadingRecords.h"
-#include "hardware/SMCReading.h"
-#include "hardware/SMCText.h"
-#include "hardware/SMCTypes.h"
+#include "base/UTF8Text.h"
+#include "hardware/SMCConnection.h"
 #include "ports/Ports.h"
 
 namespace kelvora {
@@ -24,63 +19,52 @@ namespace {
 
 constexpr std::string_view kFanAlphabet = "0123456789ABCDEFGHIJ";
 constexpr auto kNameableFans = static_cast<std::int64_t>(kFanAlphabet.size());
-constexpr std::uint64_t kEveryPlatform = 511;
-constexpr std::uint32_t kLongestText = sizeof(SMCValueRecord::bytes);
 constexpr float kNotConvertible = -1.0F;
 
-// A faulty SMC may claim up to four billion keys. A real one has some hundred to some thousand, so
-// an enumeration ends after this many positions without a readable key, and after the other many
-// positions altogether.
+// A faulty SMC may claim up to four billion keys; a real one has some hundred to some thousand. An
+// enumeration ends after kMostUnreadablePositions in a row, and after kMostPositions in all.
 constexpr std::uint32_t kMostUnreadablePositions = 65'536;
 constexpr std::int64_t kMostPositions = 1'048'576;
 
-Sensor prototype(std::uint64_t type, double minLimitValue, double maxLimitValue) {
-  Sensor sensor;
-  sensor.type = type;
-  sensor.minLimitValue = minLimitValue;
-  sensor.maxLimitValue = maxLimitValue;
-  sensor.platform = kEveryPlatform;
-  return sensor;
-}
+// What the sensor keys with one first character have in common.
+struct KeyKind {
+  char prefix;
+  SensorType type;
+  double maxLimitValue;
+};
 
-// What the sensor keys with one first character have in common; null for keys that are no sensors.
-const Sensor* prototypeOfKey(std::string_view key) {
-  static const auto* const prototypes = new std::map<char, Sensor>{
-      {'T', prototype(SensorTypeTemperature, 0, 110)},
-      {'V', prototype(SensorTypeVoltage, 0, 0)},
-      {'P', prototype(SensorTypePower, 0, 0)},
-      {'I', prototype(SensorTypeCurrent, 0, 0)},
-  };
-  const auto found = key.empty() ? prototypes->end() : prototypes->find(key.front());
-  return found == prototypes->end() ? nullptr : &found->second;
+constexpr KeyKind kKeyKinds[] = {
+    {'T', SensorTypeTemperature, 110},
+    {'V', SensorTypeVoltage, 0},
+    {'P', SensorTypePower, 0},
+    {'I', SensorTypeCurrent, 0},
+};
+
+// Null for a key that is not a sensor.
+const KeyKind* kindOfKey(std::string_view key) {
+  const auto* const kind = std::ranges::find_if(
+      kKeyKinds, [key](const KeyKind& each) { return key.starts_with(each.prefix); });
+  return kind == std::end(kKeyKinds) ? nullptr : kind;
 }
 
 // "F0Ac" for the actual speed of fan 0; none for a fan that the alphabet does not name.
-std::optional<SMCKeyText> fanKey(std::int64_t fanIndex, const char (&suffix)[3]) {
+std::optional<std::string> fanKey(std::int64_t fanIndex, std::string_view suffix) {
   if (fanIndex < 0 || fanIndex >= kNameableFans) {
     return std::nullopt;
   }
-  return SMCKeyText{'F', kFanAlphabet[static_cast<std::size_t>(fanIndex)], suffix[0], suffix[1]};
+  return std::string("F") + kFanAlphabet[static_cast<std::size_t>(fanIndex)] + std::string(suffix);
 }
 
-std::string conversionFailure(std::string_view keyText, const SMCKeyInfo& info) {
-  SMCKeyText type{};
-  SMCConvertNumberToString(type.data(), info.dataType);
-  return "SMC convert (" + wellFormed(keyText) + ") failed: val:" + textFromSMC(type.data()) +
-         " size-" + std::to_string(static_cast<std::int32_t>(info.dataSize));
+std::int64_t integerValue(std::optional<double> number) {
+  return PropertyListValue(number.value_or(0)).integerValue();
+}
+
+std::string conversionFailure(std::string_view key, const SMCValueRecord& value) {
+  return "SMC convert (" + validUTF8(key) + ") failed: val:" + textFromSMC(value.dataType) +
+         " size-" + std::to_string(static_cast<std::int32_t>(value.dataSize));
 }
 
 }  // namespace
-
-struct SMCWrapper::SensorKeys {
-  struct Readable {
-    std::uint32_t packedKey;
-    const std::string* text;
-    const Sensor* prototype;
-  };
-  std::vector<std::string> texts;
-  std::vector<Readable> readable;  // those of them that are sensors
-};
 
 void SMCWrapperDelegate::smcReadValueFailedWithError(const std::string& /*message*/) {}
 
@@ -88,12 +72,12 @@ SMCWrapper::SMCWrapper() : SMCWrapper(Platform::current()) {}
 
 SMCWrapper::SMCWrapper(Platform& platform)
     : platform_(platform),
-      sensorKeys_(std::make_shared<const SensorKeys>()),
-      records_(std::make_unique<ReadingRecords>()) {
-  SMCOpen();
+      connection_(SMCConnection::to(platform)),
+      sensorKeys_(std::make_shared<const std::vector<std::string>>()) {
+  connection_->open();
 }
 
-SMCWrapper::~SMCWrapper() { SMCClose(); }
+SMCWrapper::~SMCWrapper() { connection_->close(); }
 
 std::shared_ptr<SMCWrapperDelegate> SMCWrapper::delegate() const { return delegate_.lock(); }
 
@@ -101,95 +85,72 @@ void SMCWrapper::setDelegate(std::weak_ptr<SMCWrapperDelegate> delegate) {
   delegate_ = std::move(delegate);
 }
 
-const std::vector<std::string>& SMCWrapper::cachedAllSensorKeys() const {
-  return sensorKeys_->texts;
-}
+const std::vector<std::string>& SMCWrapper::cachedAllSensorKeys() const { return *sensorKeys_; }
 
 void SMCWrapper::setCachedAllSensorKeys(std::vector<std::string> keys) {
-  const auto replacement = std::make_shared<SensorKeys>();
-  replacement->texts = std::move(keys);
-  for (const std::string& key : replacement->texts) {
-    if (const Sensor* prototype = prototypeOfKey(key)) {
-      replacement->readable.push_back({smcCode(smcKeyFromText(key).data()), &key, prototype});
-    }
-  }
-  sensorKeys_ = replacement;
+  sensorKeys_ = std::make_shared<const std::vector<std::string>>(std::move(keys));
 }
 
 const std::vector<std::string>& SMCWrapper::getAllSensorKeys() {
-  if (cachedAllSensorKeys().empty()) {
-    enumerateSensorKeys();
+  if (sensorKeys_->empty()) {
+    setCachedAllSensorKeys(enumeratedSensorKeys());
   }
-  return cachedAllSensorKeys();
+  return *sensorKeys_;
 }
 
-void SMCWrapper::enumerateSensorKeys() {
-  const PropertyListValue claimed(readNumber(smcCode("#KEY"), "#KEY").value_or(0));
-  const std::int64_t count = std::min(claimed.integerValue(), kMostPositions);
+std::vector<std::string> SMCWrapper::enumeratedSensorKeys() {
+  const std::int64_t count = std::min(integerValue(rawValueByKey("#KEY")), kMostPositions);
   std::vector<std::string> keys;
   std::uint32_t unreadable = 0;
   for (std::int64_t i = 0; i < count && unreadable < kMostUnreadablePositions; ++i) {
     SMCValueRecord value;
-    if (SMCReadKeyByIndex(static_cast<std::uint32_t>(i), &value) != platform::kKernelSuccess) {
+    if (connection_->readKeyByIndex(static_cast<std::uint32_t>(i), value) !=
+        platform::kKernelSuccess) {
       ++unreadable;
       continue;
     }
     unreadable = 0;
-    if (prototypeOfKey(value.key) != nullptr && SMCConvertValueToNumber(value) != kNotConvertible) {
+    if (kindOfKey(value.key) != nullptr && SMCConvertValueToNumber(value) != kNotConvertible) {
       keys.push_back(textFromSMC(value.key));
     }
   }
-  setCachedAllSensorKeys(std::move(keys));
+  return keys;
 }
 
 SensorList SMCWrapper::getAllSensors() {
-  RawReading reading;
-  read(reading);
-  const std::shared_ptr<ReadingRecords::Records> records = records_->take(reading.sensors().size());
-  auto next = records->begin();
   SensorList sensors;
-  sensors.reserve(reading.sensors().size());
-  for (const RawSensor& sensor : reading.sensors()) {
-    sensor.copyTo(*next);
-    sensors.emplace_back(records, &*next++);
+  const std::int64_t fans = std::min(numberOfFans(), kNameableFans);
+  for (std::int64_t i = 0; i < fans; ++i) {
+    sensors.push_back(fan(i));
+  }
+  getAllSensorKeys();
+  // A delegate that receives a failure may replace the list: this reading keeps its own.
+  const auto keys = sensorKeys_;
+  for (const std::string& key : *keys) {
+    const KeyKind* const kind = kindOfKey(key);
+    if (kind == nullptr) {
+      continue;
+    }
+    if (const std::optional<double> value = rawValueByKey(key)) {
+      sensors.push_back(Sensor::instanceWithKey(key, key, key, *value, 0, kind->maxLimitValue,
+                                                kind->type, SensorGroupNone, SensorPlatformEvery,
+                                                SensorSourceSMC, false));
+    }
   }
   return sensors;
 }
 
-void SMCWrapper::read(RawReading& reading) {
-  const std::int64_t fans = std::min(numberOfFans(), kNameableFans);
-  for (std::int64_t i = 0; i < fans; ++i) {
-    readFan(i, reading);
-  }
-  readSensorKeys(reading);
-}
-
-void SMCWrapper::readFan(std::int64_t fanIndex, RawReading& reading) {
-  Sensor fan;
-  fan.key = std::to_string(fanIndex);
-  fan.name = descriptionOfFan(fanIndex);
-  fan.fullName = descriptionOfFan(fanIndex);
-  fan.value = speedOfFan(fanIndex);
-  fan.minLimitValue = safeMinimumSpeedOfFan(fanIndex);
-  fan.maxLimitValue = safeMaximumSpeedOfFan(fanIndex);
-  fan.type = SensorTypeFan;
-  fan.group = SensorGroupFan;
-  fan.platform = kEveryPlatform;
-  reading.add(std::move(fan));
-}
-
-// The reading keeps the keys as they are now: a delegate that hears of a failure may replace them.
-void SMCWrapper::readSensorKeys(RawReading& reading) {
-  getAllSensorKeys();
-  reading.keep(sensorKeys_);
-  const std::vector<SensorKeys::Readable>& keys = sensorKeys_->readable;
-  reading.reserve(keys.size());
-  SMCExchange exchange;
-  for (const auto& [packedKey, text, prototype] : keys) {
-    if (const std::optional<double> value = readNumber(packedKey, *text, exchange)) {
-      reading.add({text, prototype, *value});
-    }
-  }
+// The description is read twice on purpose, once for each name. The calls of a reading and their
+// order are fixed: recorded call sequences are compared with them.
+SensorPtr SMCWrapper::fan(std::int64_t fanIndex) {
+  std::string name = descriptionOfFan(fanIndex);
+  std::string fullName = descriptionOfFan(fanIndex);
+  const double speed = speedOfFan(fanIndex);
+  const double minimum = safeMinimumSpeedOfFan(fanIndex);
+  const double maximum = safeMaximumSpeedOfFan(fanIndex);
+  return Sensor::instanceWithKey(std::to_string(fanIndex), std::move(name), std::move(fullName),
+                                 speed, minimum, maximum, SensorTypeFan, SensorGroupFan,
+                                 SensorPlatformEvery, SensorSourceSMC, false);
 }
 
 std::optional<double> SMCWrapper::getSensorValueByKey(std::string_view key, std::uint64_t type) {
@@ -199,9 +160,7 @@ std::optional<double> SMCWrapper::getSensorValueByKey(std::string_view key, std:
   return rawValueByKey(key);
 }
 
-std::int64_t SMCWrapper::numberOfFans() {
-  return PropertyListValue(readNumber(smcCode("FNum"), "FNum").value_or(0)).integerValue();
-}
+std::int64_t SMCWrapper::numberOfFans() { return integerValue(rawValueByKey("FNum")); }
 
 double SMCWrapper::speedOfFan(std::int64_t fanIndex) { return fanValue(fanIndex, "Ac"); }
 
@@ -209,14 +168,14 @@ double SMCWrapper::safeMinimumSpeedOfFan(std::int64_t fanIndex) { return fanValu
 
 double SMCWrapper::safeMaximumSpeedOfFan(std::int64_t fanIndex) { return fanValue(fanIndex, "Mx"); }
 
-double SMCWrapper::fanValue(std::int64_t fanIndex, const char (&suffix)[3]) {
-  const std::optional<SMCKeyText> key = fanKey(fanIndex, suffix);
-  return key ? readNumber(smcCode(key->data()), key->data()).value_or(0) : 0;
+double SMCWrapper::fanValue(std::int64_t fanIndex, std::string_view suffix) {
+  const std::optional<std::string> key = fanKey(fanIndex, suffix);
+  return key ? rawValueByKey(*key).value_or(0) : 0;
 }
 
 std::string SMCWrapper::descriptionOfFan(std::int64_t fanIndex) {
-  if (const std::optional<SMCKeyText> key = fanKey(fanIndex, "ID")) {
-    std::optional<std::string> description = readText(smcCode(key->data()), key->data());
+  if (const std::optional<std::string> key = fanKey(fanIndex, "ID")) {
+    std::optional<std::string> description = rawStringValueByKey(*key);
     if (description && !description->empty()) {
       return *std::move(description);
     }
@@ -226,45 +185,33 @@ std::string SMCWrapper::descriptionOfFan(std::int64_t fanIndex) {
          std::to_string(static_cast<std::int64_t>(static_cast<std::uint64_t>(fanIndex) + 1));
 }
 
+bool SMCWrapper::read(std::string_view key, SMCValueRecord& value) {
+  return connection_->readKey(packedKeyFromText(key), value) == platform::kKernelSuccess;
+}
+
 std::optional<double> SMCWrapper::rawValueByKey(std::string_view key) {
-  return readNumber(smcCode(smcKeyFromText(key).data()), key);
-}
-
-std::optional<double> SMCWrapper::readNumber(std::uint32_t packedKey, std::string_view keyText) {
-  SMCExchange exchange;
-  return readNumber(packedKey, keyText, exchange);
-}
-
-std::optional<double> SMCWrapper::readNumber(std::uint32_t packedKey, std::string_view keyText,
-                                             SMCExchange& exchange) {
-  SMCKeyInfo info;
-  if (smcReadPayload(packedKey, info, exchange) != platform::kKernelSuccess) {
-    reportFailedRead(keyText);
+  SMCValueRecord value;
+  if (!read(key, value)) {
+    reportFailedRead(key);
     return std::nullopt;
   }
-  const float number = smcNumber(info, exchange.reply.bytes);
+  const float number = SMCConvertValueToNumber(value);
   if (number == kNotConvertible) {
-    handleFailedWithErrMsg(conversionFailure(keyText, info));
+    handleFailedWithErrMsg(conversionFailure(key, value));
     return std::nullopt;
   }
   return number;
 }
 
 std::optional<std::string> SMCWrapper::rawStringValueByKey(std::string_view key) {
-  return readText(smcCode(smcKeyFromText(key).data()), key);
-}
-
-std::optional<std::string> SMCWrapper::readText(std::uint32_t packedKey, std::string_view keyText) {
-  SMCKeyInfo info;
-  SMCExchange exchange;
-  const std::uint32_t status = smcReadPayload(packedKey, info, exchange);
-  if (status != platform::kKernelSuccess || info.dataSize == 0) {
-    reportFailedRead(keyText);
+  SMCValueRecord value;
+  if (!read(key, value) || value.dataSize == 0) {
+    reportFailedRead(key);
     return std::nullopt;
   }
   std::string text;
-  for (const std::uint8_t byte :
-       std::span(exchange.reply.bytes).first(std::min(info.dataSize, kLongestText))) {
+  const std::size_t size = std::min<std::size_t>(value.dataSize, sizeof value.bytes);
+  for (const std::uint8_t byte : std::span(value.bytes).first(size)) {
     if (byte > ' ') {
       appendSMCCharacter(text, byte);
     }
@@ -285,8 +232,8 @@ bool SMCWrapper::setExternalValue(std::string_view value, std::string_view key) 
   return launch.child && launch.child->waitUntilExit() == 0;
 }
 
-void SMCWrapper::reportFailedRead(std::string_view keyText) {
-  handleFailedWithErrMsg("SMC read (" + wellFormed(keyText) + ") failed");
+void SMCWrapper::reportFailedRead(std::string_view key) {
+  handleFailedWithErrMsg("SMC read (" + validUTF8(key) + ") failed");
 }
 
 void SMCWrapper::handleFailedWithErrMsg(const std::string& message) {

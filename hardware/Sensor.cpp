@@ -27,21 +27,20 @@ SensorPtr Sensor::hidSensorWithKey(std::string key, std::string name, std::uint6
                          group, platform, SensorSourceHID, average);
 }
 
-bool Sensor::isValidValue() const { return isValidValue(value); }
-
-// Each rule names what is refused, so that not-a-number, which no comparison holds for, passes.
-bool Sensor::isValidValue(double candidate) const {
+// Each rule says what is refused. No comparison with a value that is not a number holds, so such a
+// value passes.
+bool Sensor::isValidValue() const {
   switch (type) {
     case SensorTypeTemperature:
-      return !(minLimitValue >= candidate || candidate > maxLimitValue);
+      return !(minLimitValue >= value || value > maxLimitValue);
     case SensorTypeFan:
       return true;
     case SensorTypeVoltage:
-      return !(candidate == 0 || candidate > 300);
+      return !(value == 0 || value > 300);
     case SensorTypeCurrent:
-      return !(0 >= candidate || candidate > 100);
+      return !(0 >= value || value > 100);
     case SensorTypePower:
-      return !(0 >= candidate);
+      return !(0 >= value);
     default:
       return false;
   }

@@ -2,18 +2,12 @@
 
 #include <array>
 #include <cstddef>
-#include <memory>
 #include <string>
-#include <utility>
-
-#include "hardware/RawReading.h"
-#include "sensors/SensorNaming.h"
 
 namespace kelvora {
 
 namespace {
 
-constexpr std::uint64_t kEveryPlatform = 511;
 constexpr double kMaximumTemperature = 110;
 constexpr std::string_view kFastestFanKey = "FastestFan";
 constexpr std::string_view kFastestFanName = "Fastest Fan";
@@ -27,22 +21,13 @@ struct Inputs {
   double average() const { return count == 0 ? -1 : sum / static_cast<double>(count); }
 };
 
-// What counts of a sensor, which may have no record yet.
-struct Input {
-  const Sensor& sensor;  // for its type, source, limits and platform
-  double value;
-  std::uint64_t group;
-  bool average;
-};
-
 // What the computed sensors are made of, gathered in one walk over a reading.
 struct Totals {
   Inputs cpu;
   Inputs gpu;
   std::size_t fans = 0;
   const Sensor* fastestFan = nullptr;
-  double fastestFanSpeed = 0;
-  double highestSpeed = 0;
+  double highestSpeed = 0;  // 0 without fans, also when all speeds are negative
 };
 
 void addTemperature(double value, Inputs& inputs) {
@@ -53,37 +38,31 @@ void addTemperature(double value, Inputs& inputs) {
   }
 }
 
-void addFan(const Sensor& fan, double speed, Totals& totals) {
+void addFan(const Sensor& fan, Totals& totals) {
   ++totals.fans;
   if (fan.sourceType == SensorSourceComputed) {
     return;
   }
-  if (totals.fastestFan == nullptr || speed > totals.fastestFanSpeed) {
+  if (totals.fastestFan == nullptr || fan.value > totals.fastestFan->value) {
     totals.fastestFan = &fan;
-    totals.fastestFanSpeed = speed;
   }
-  if (speed > totals.highestSpeed) {
-    totals.highestSpeed = speed;
-  }
-}
-
-void add(const Input& input, Totals& totals) {
-  if (input.sensor.type == SensorTypeFan) {
-    addFan(input.sensor, input.value, totals);
-  } else if (input.average && input.sensor.type == SensorTypeTemperature) {
-    if (input.group == SensorGroupCPU) {
-      addTemperature(input.value, totals.cpu);
-    }
-    if (input.group == SensorGroupGPU) {
-      addTemperature(input.value, totals.gpu);
-    }
+  if (fan.value > totals.highestSpeed) {
+    totals.highestSpeed = fan.value;
   }
 }
 
 Totals totalsOf(const SensorList& reading) {
   Totals totals;
   for (const SensorPtr& sensor : reading) {
-    add({*sensor, sensor->value, sensor->group, sensor->average}, totals);
+    if (sensor->type == SensorTypeFan) {
+      addFan(*sensor, totals);
+    } else if (sensor->average && sensor->type == SensorTypeTemperature) {
+      if (sensor->group == SensorGroupCPU) {
+        addTemperature(sensor->value, totals.cpu);
+      } else if (sensor->group == SensorGroupGPU) {
+        addTemperature(sensor->value, totals.gpu);
+      }
+    }
   }
   return totals;
 }
@@ -106,69 +85,35 @@ constexpr std::array kComputedTemperatures = {
                         [](const Totals& totals) { return totals.gpu.hottest; }},
 };
 
-Sensor makeTemperature(const ComputedTemperature& computed, double value) {
-  return {std::string(computed.key),
-          std::string(computed.name),
-          std::string(computed.name),
-          value,
-          0,
-          kMaximumTemperature,
-          SensorTypeTemperature,
-          computed.group,
-          kEveryPlatform,
-          SensorSourceComputed,
-          false};
+SensorPtr temperature(const ComputedTemperature& computed, double value) {
+  const std::string name(computed.name);
+  return Sensor::instanceWithKey(std::string(computed.key), name, name, value, 0,
+                                 kMaximumTemperature, SensorTypeTemperature, computed.group,
+                                 SensorPlatformEvery, SensorSourceComputed, false);
 }
 
-Sensor makeFastestFan(const Sensor& fan, double speed) {
-  return {std::string(kFastestFanKey),
-          std::string(kFastestFanName),
-          std::string(kFastestFanName),
-          speed,
-          fan.minLimitValue,
-          fan.maxLimitValue,
-          SensorTypeFan,
-          SensorGroupFan,
-          fan.platform,
-          SensorSourceComputed,
-          false};
-}
-
-std::vector<Sensor> sensorsOf(const Totals& totals) {
-  std::vector<Sensor> sensors;
-  for (const ComputedTemperature& computed : kComputedTemperatures) {
-    const double value = computed.value(totals);
-    if (value > 0) {
-      sensors.push_back(makeTemperature(computed, value));
-    }
-  }
-  if (totals.fans >= 2 && totals.fastestFan != nullptr) {
-    sensors.push_back(makeFastestFan(*totals.fastestFan, totals.fastestFanSpeed));
-  }
-  return sensors;
+SensorPtr fastestFan(const Sensor& fan) {
+  const std::string name(kFastestFanName);
+  return Sensor::instanceWithKey(std::string(kFastestFanKey), name, name, fan.value,
+                                 fan.minLimitValue, fan.maxLimitValue, SensorTypeFan,
+                                 SensorGroupFan, fan.platform, SensorSourceComputed, false);
 }
 
 }  // namespace
 
 SensorList computedSensors(const SensorList& reading) {
+  const Totals totals = totalsOf(reading);
   SensorList sensors;
-  for (Sensor& sensor : sensorsOf(totalsOf(reading))) {
-    sensors.push_back(std::make_shared<Sensor>(std::move(sensor)));
+  for (const ComputedTemperature& computed : kComputedTemperatures) {
+    const double value = computed.value(totals);
+    if (value > 0) {
+      sensors.push_back(temperature(computed, value));
+    }
+  }
+  if (totals.fans >= 2 && totals.fastestFan != nullptr) {
+    sensors.push_back(fastestFan(*totals.fastestFan));
   }
   return sensors;
-}
-
-void addComputedSensors(RawReading& raw, std::vector<NamedSensor>& reading) {
-  Totals totals;
-  for (const NamedSensor& named : reading) {
-    const RawSensor& sensor = raw.sensors()[named.raw];
-    add({*sensor.prototype, sensor.value, named.group, named.average}, totals);
-  }
-  for (Sensor& sensor : sensorsOf(totals)) {
-    reading.push_back(
-        {.raw = static_cast<std::uint32_t>(raw.sensors().size()), .group = sensor.group});
-    raw.add(std::move(sensor));
-  }
 }
 
 double computedValue(std::string_view key, std::uint64_t type, const SensorList& reading) {

@@ -9,13 +9,13 @@
 
 namespace kelvora {
 
-/// The dedicated one of exactly two graphics processors; of two dedicated ones the last. Null for
-/// any other number, or when neither is dedicated. Owned by the list.
+/// The dedicated one of exactly two graphics processors, the last if both are dedicated. Null for
+/// any other number of processors, or when neither is dedicated. Owned by the list.
 const ZDGPUInfo* dedicatedGPU(const std::optional<std::vector<ZDGPUInfo>>& gpus);
 
-/// Puts the dedicated graphics processor into the names of catalogue entries that hold "{GPU}": the
-/// short name into the name, the full name into the full name, none as nothing; both are trimmed.
-/// An entry whose name has no "{GPU}" stays as it is.
+/// Fills in the dedicated graphics processor in catalogue entries whose name contains "{GPU}": its
+/// short name in the name, its full name in the full name, nothing when there is none. Both texts
+/// are trimmed. Other entries do not change.
 void fillInGPU(const SensorList& catalogue, const std::optional<std::string>& fullName,
                const std::optional<std::string>& shortName);
 

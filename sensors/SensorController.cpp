@@ -1,26 +1,20 @@
 #include "KelvoraCore/SensorController.h"
 
+#include <algorithm>
 #include <array>
-#include <iterator>
 #include <utility>
 
-#include "hardware/RawReading.h"
-#include "hardware/ReadingRecords.h"
 #include "ports/Ports.h"
 #include "sensors/Catalogue.h"
 #include "sensors/ComputedSensors.h"
 #include "sensors/DedicatedGPU.h"
-#include "sensors/GroupOrder.h"
 #include "sensors/SensorNaming.h"
+#include "sysinfo/GraphicsQuery.h"
+#include "sysinfo/ProcessorQuery.h"
 
 namespace kelvora {
 
 namespace {
-
-template <typename Object>
-std::shared_ptr<Object> borrowed(Object& object) {
-  return std::shared_ptr<Object>(&object, [](Object*) {});
-}
 
 template <typename Factory>
 SensorList makeSensors(const std::vector<CatalogueBlock>& blocks, Factory factory) {
@@ -34,18 +28,13 @@ SensorList makeSensors(const std::vector<CatalogueBlock>& blocks, Factory factor
   return sensors;
 }
 
-// A sensor that stands in the reading twice has one record: its place is the raw sensor's.
-SensorList recordsOf(const std::vector<NamedSensor>& reading, std::span<const RawSensor> raw,
-                     const SensorNaming& naming, ReadingRecords& memory) {
-  const std::shared_ptr<ReadingRecords::Records> records = memory.take(raw.size());
-  SensorList sensors;
-  sensors.reserve(reading.size());
-  for (const NamedSensor& named : reading) {
-    Sensor& record = (*records)[named.raw];
-    naming.copyTo(record, raw[named.raw], named);
-    sensors.emplace_back(records, &record);
-  }
-  return sensors;
+void append(SensorList& list, const SensorList& more) {
+  list.insert(list.end(), more.begin(), more.end());
+}
+
+// Sensors without a group come last.
+std::uint64_t rank(const SensorPtr& sensor) {
+  return sensor->group == SensorGroupNone ? UINT64_MAX : sensor->group;
 }
 
 std::optional<std::string> unlessEmpty(const std::optional<std::string>& text) {
@@ -73,23 +62,30 @@ SensorList SensorController::getDefaultHIDSensors() {
 }
 
 SensorController::SensorController()
-    : SensorController(Platform::current(), borrowed(std::as_const(ZDSystemDevice::device()))) {}
+    : SensorController(Platform::current(), ZDSystemDevice::device()) {}
 
+// The two queries that a reading needs. A whole inventory would run the system profiler and ask for
+// battery and disk too.
 SensorController::SensorController(Platform& platform)
-    : SensorController(platform, std::make_shared<const ZDSystemDevice>(platform)) {}
+    : SensorController(platform, queryProcessor(platform.systemControls(), std::nullopt).platform) {
+}
 
 SensorController::SensorController(Platform& platform, const ZDSystemDevice& device)
-    : SensorController(platform, borrowed(device)) {}
+    : SensorController(platform, device.cpuInfo().platform, device.gpuInfos()) {}
 
-SensorController::SensorController(Platform& platform, std::shared_ptr<const ZDSystemDevice> device)
+SensorController::SensorController(Platform& platform, std::uint64_t family)
+    : SensorController(platform, family, queryGraphics(platform, family)) {}
+
+SensorController::SensorController(Platform& platform, std::uint64_t family,
+                                   std::optional<std::vector<ZDGPUInfo>> gpus)
     : platform_(platform),
-      device_(std::move(device)),
+      family_(family),
+      gpus_(std::move(gpus)),
       smc_(platform),
       hid_(platform.architecture() == Architecture::kAppleSilicon
                ? std::make_unique<HIDWrapper>(platform)
                : nullptr),
-      records_(std::make_unique<ReadingRecords>()),
-      delegate_(borrowed<SMCWrapperDelegate>(*this)) {
+      delegate_(std::make_shared<bool>(), this) {
   smc_.setDelegate(delegate_);
   loadDefaultSensors();
 }
@@ -97,10 +93,9 @@ SensorController::SensorController(Platform& platform, std::shared_ptr<const ZDS
 SensorController::~SensorController() = default;
 
 void SensorController::loadDefaultSensors() {
-  const std::uint64_t family = device_->cpuInfo().platform;
   defaultSMCSensors_ = getDefaultSMCSensors();
-  std::erase_if(defaultSMCSensors_, [family](const SensorPtr& sensor) {
-    return !appliesToFamily(sensor->platform, family);
+  std::erase_if(defaultSMCSensors_, [this](const SensorPtr& sensor) {
+    return !appliesToFamily(sensor->platform, family_);
   });
   fillInGPU(defaultSMCSensors_, dedicatedGPUName(), dedicatedGPUShortName());
   defaultHIDSensors_ = getDefaultHIDSensors();
@@ -113,27 +108,24 @@ void SensorController::loadDefaultSensors() {
 }
 
 std::optional<std::string> SensorController::dedicatedGPUName() const {
-  const ZDGPUInfo* gpu = dedicatedGPU(device_->gpuInfos());
+  const ZDGPUInfo* gpu = dedicatedGPU(gpus_);
   return gpu == nullptr ? std::nullopt : unlessEmpty(gpu->modelName);
 }
 
 std::optional<std::string> SensorController::dedicatedGPUShortName() const {
-  const ZDGPUInfo* gpu = dedicatedGPU(device_->gpuInfos());
+  const ZDGPUInfo* gpu = dedicatedGPU(gpus_);
   return gpu == nullptr ? std::nullopt : unlessEmpty(gpu->shortModelName);
 }
 
 SensorList SensorController::getAllSensors() {
-  RawReading raw;
-  smc_.read(raw);
+  SensorList raw = smc_.getAllSensors();
   if (hid_) {
-    for (const SensorPtr& sensor : hid_->getAllSensors()) {
-      raw.add(std::move(*sensor));
-    }
+    append(raw, hid_->getAllSensors());
   }
-  std::vector<NamedSensor> reading = naming_->name(raw.sensors());
-  addComputedSensors(raw, reading);
-  sortByGroup(reading);
-  return recordsOf(reading, raw.sensors(), *naming_, *records_);
+  SensorList reading = naming_->name(raw);
+  append(reading, buildComputedSensorsInSensors(reading));
+  std::ranges::stable_sort(reading, {}, rank);
+  return reading;
 }
 
 SensorList SensorController::buildComputedSensorsInSensors(const SensorList& sensors) {

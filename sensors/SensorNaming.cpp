@@ -1,133 +1,113 @@
 #include "sensors/SensorNaming.h"
 
 #include <algorithm>
-#include <charconv>
-#include <iterator>
-#include <limits>
-#include <string_view>
 #include <utility>
 
 namespace kelvora {
 
 namespace {
 
-// `result` keeps its memory, so that naming a record mostly allocates nothing.
-void replacePercent(std::string_view text, std::uint32_t number, std::string& result) {
-  char digits[std::numeric_limits<std::uint32_t>::digits10 + 1];
-  const char* const end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
-  const std::string_view numberText(digits, static_cast<std::size_t>(end - digits));
-  result.clear();
-  for (std::size_t percent = text.find('%'); percent != std::string_view::npos;
-       percent = text.find('%')) {
-    result.append(text.substr(0, percent)).append(numberText);
-    text.remove_prefix(percent + 1);
+constexpr int kIndices = 64;  // a pattern is tried with 0 to 63
+
+std::string withNumber(const std::string& text, int number) {
+  std::string result;
+  for (const char character : text) {
+    if (character == '%') {
+      result += std::to_string(number);
+    } else {
+      result += character;
+    }
   }
-  result.append(text);
+  return result;
+}
+
+void setNames(Sensor& sensor, std::string name, std::string fullName, const Sensor& entry) {
+  sensor.name = std::move(name);
+  sensor.fullName = std::move(fullName);
+  sensor.group = entry.group;
+  sensor.average = entry.average;
 }
 
 }  // namespace
 
 SensorNaming::SensorNaming(SensorList catalogue) : catalogue_(std::move(catalogue)) {
-  for (Position entry = 0; entry < catalogue_.size(); ++entry) {
-    KeyMatch& match = index_.at(catalogue_[entry]->key);
-    if (match.exact == kNone) {
-      match.exact = static_cast<Position>(lastEntryOfKey_.size());
-      lastEntryOfKey_.push_back(entry);
-    }
-    lastEntryOfKey_[match.exact] = entry;
-    exactKeyOfEntry_.push_back(match.exact);
-    addPattern(entry);
-  }
-}
-
-void SensorNaming::addPattern(Position entry) {
-  const std::string& key = catalogue_[entry]->key;
-  if (key.find('%') == std::string::npos) {
-    return;
-  }
-  std::string candidate;
-  for (Position index = 0; index < kIndices; ++index) {
-    replacePercent(key, index, candidate);
-    KeyMatch& match = index_.at(candidate);
-    if (match.pattern == kNone) {
-      match.pattern = entry * kIndices + index;
+  for (std::size_t entry = 0; entry < catalogue_.size(); ++entry) {
+    const std::string& key = catalogue_[entry]->key;
+    matches_[key].entries.push_back(entry);
+    if (key.find('%') != std::string::npos) {
+      addPattern(entry);
     }
   }
 }
 
-std::vector<NamedSensor> SensorNaming::name(std::span<const RawSensor> raw) const {
-  const Sorted sorted = sortOut(raw);
-  std::vector<NamedSensor> named;
-  named.reserve(raw.size() + catalogue_.size());
-  addExact(sorted, named);
-  addPatterns(sorted, named);
-  for (const Position position : sorted.unknown) {
-    const Sensor& sensor = *raw[position].prototype;
-    named.push_back({.raw = position, .average = sensor.average, .group = sensor.group});
+void SensorNaming::addPattern(std::size_t entry) {
+  for (int index = 0; index < kIndices; ++index) {
+    Match& match = matches_[withNumber(catalogue_[entry]->key, index)];
+    if (!match.pattern) {
+      match.pattern = {entry, index};
+    }
   }
+}
+
+SensorList SensorNaming::name(const SensorList& raw) const {
+  Sorted sorted;
+  sorted.byEntry.resize(catalogue_.size());
+  for (const SensorPtr& sensor : raw) {
+    if (sensor->isValidValue()) {
+      sortOut(sensor, sorted);
+    }
+  }
+  SensorList named;
+  named.reserve(raw.size());
+  appendExact(sorted.byEntry, named);
+  appendPatternHits(std::move(sorted.patternHits), named);
+  named.insert(named.end(), sorted.unknown.begin(), sorted.unknown.end());
   return named;
 }
 
-// Whatever an entry does not take by its exact key is left to the patterns, and what those do not
-// fit is unknown, so one look-up decides where a raw sensor belongs.
-SensorNaming::Sorted SensorNaming::sortOut(std::span<const RawSensor> raw) const {
-  Sorted sorted;
-  sorted.firstWithExactKey.assign(lastEntryOfKey_.size(), kNone);
-  sorted.unknown.reserve(raw.size());
-  for (Position position = 0; position < raw.size(); ++position) {
-    if (!raw[position].prototype->isValidValue(raw[position].value)) {
-      continue;
-    }
-    const KeyMatch match = index_.find(*raw[position].key);
-    if (match.exact != kNone && sorted.firstWithExactKey[match.exact] == kNone) {
-      sorted.firstWithExactKey[match.exact] = position;
-    } else if (match.pattern != kNone) {
-      sorted.patternHits.push_back({match.pattern, position});
-    } else {
-      sorted.unknown.push_back(position);
-    }
-  }
-  std::sort(sorted.patternHits.begin(), sorted.patternHits.end());
-  return sorted;
-}
-
-void SensorNaming::addExact(const Sorted& sorted, std::vector<NamedSensor>& named) const {
-  for (const Position key : exactKeyOfEntry_) {
-    const Position position = sorted.firstWithExactKey[key];
-    if (position == kNone) {
-      continue;
-    }
-    const Sensor& known = *catalogue_[lastEntryOfKey_[key]];
-    named.push_back({position, lastEntryOfKey_[key], 0, known.average, known.group});
-  }
-}
-
-void SensorNaming::addPatterns(const Sorted& sorted, std::vector<NamedSensor>& named) const {
-  Position previousEntry = kNone;
-  std::uint32_t number = 0;
-  for (const PatternHit& hit : sorted.patternHits) {
-    const Position entry = hit.pattern / kIndices;
-    number = entry == previousEntry ? number + 1 : 1;
-    previousEntry = entry;
-    const Sensor& known = *catalogue_[entry];
-    named.push_back({hit.raw, entry, number, known.average, known.group});
-  }
-}
-
-void SensorNaming::copyTo(Sensor& record, const RawSensor& raw, const NamedSensor& named) const {
-  if (named.entry == NamedSensor::kNoEntry) {
-    raw.copyTo(record);
+// Entries take sensors before patterns do, and a sensor that neither takes is unknown, so one
+// look-up decides where a raw sensor belongs.
+void SensorNaming::sortOut(const SensorPtr& sensor, Sorted& sorted) const {
+  const auto found = matches_.find(sensor->key);
+  if (found == matches_.end()) {
+    sorted.unknown.push_back(sensor);
     return;
   }
-  const Sensor& known = *catalogue_[named.entry];
-  if (named.number == 0) {
-    raw.copyTo(record, known.name, known.fullName);
+  const auto& [entries, pattern] = found->second;
+  if (!entries.empty() && sorted.byEntry[entries.front()] == nullptr) {
+    for (const std::size_t entry : entries) {
+      sorted.byEntry[entry] = sensor;
+    }
+  } else if (pattern) {
+    sorted.patternHits.push_back({*pattern, sensor});
   } else {
-    replacePercent(known.name, named.number, record.name);
-    raw.copyTo(record, record.name, record.name);
+    sorted.unknown.push_back(sensor);
   }
-  record.group = named.group;
-  record.average = named.average;
+}
+
+void SensorNaming::appendExact(const SensorList& byEntry, SensorList& named) const {
+  for (std::size_t entry = 0; entry < catalogue_.size(); ++entry) {
+    if (const SensorPtr& sensor = byEntry[entry]) {
+      const Sensor& known = *catalogue_[entry];
+      setNames(*sensor, known.name, known.fullName, known);
+      named.push_back(sensor);
+    }
+  }
+}
+
+void SensorNaming::appendPatternHits(std::vector<PatternHit> hits, SensorList& named) const {
+  std::ranges::stable_sort(hits, {}, &PatternHit::pattern);
+  int number = 0;
+  const Sensor* previous = nullptr;
+  for (const auto& [pattern, sensor] : hits) {
+    const Sensor& known = *catalogue_[pattern.entry];
+    number = &known == previous ? number + 1 : 1;
+    previous = &known;
+    // The full name is the same text, not made from the entry's full name.
+    const std::string name = withNumber(known.name, number);
+    setNames(*sensor, name, name, known);
+    named.push_back(sensor);
+  }
 }
 
 }  // namespace kelvora

@@ -35,6 +35,7 @@
 #include "KelvoraCore/PropertyListValue.h"
 #include "KelvoraCore/SMC.h"
 #include "KelvoraCore/SMCRecords.h"
+#include "KelvoraCore/SMCText.h"
 #include "KelvoraCore/SMCWrapper.h"
 #include "KelvoraCore/Sensor.h"
 #include "KelvoraCore/SensorController.h"

@@ -6,42 +6,48 @@
 #include "KelvoraCore/SMCRecords.h"
 
 // The System Management Controller by its own protocol: 80-byte records that are exchanged with the
-// user client of the `AppleSMC` service. There is one connection per process, shared by all
-// callers. Any thread may call these functions; nothing here allocates.
-// Statuses are IOKit's, 0 is success.
+// user client of the `AppleSMC` service. These functions use one connection, that of the process to
+// the current platform. Any thread may call them; none allocates. Statuses are IOKit's, 0 is
+// success; nothing but what SMCOpen says of itself is printed or logged.
 
 namespace kelvora {
 
 extern "C" {
 
-/// Connects to the first `AppleSMC` service of the current platform: 0, or 1 on any failure, which
-/// is also printed to standard output. A connection that was open before is not closed. After a
-/// failure there is no valid connection: every other call fails with a status of IOKit's.
+/// Connects to the first `AppleSMC` service of the current platform. Returns 0, or 1 on any failure
+/// after printing it to standard output: "Error: no SMC found". Does not close a connection that
+/// was open before, so reads that other threads have under way end well. After a failure there is
+/// no valid connection: every other call fails with an IOKit status.
 KELVORA_EXPORT std::uint32_t SMCOpen();
 
-/// Closes the connection; IOServiceClose's status.
+/// Closes the connection and returns the status of IOServiceClose.
 KELVORA_EXPORT std::uint32_t SMCClose();
 
-/// One IOConnectCallStructMethod on the connection; its status. The SMC's commands have selector 2.
+/// Calls IOConnectCallStructMethod once on the connection and returns its status. The SMC's
+/// commands use the selector SMCSelector.
 KELVORA_EXPORT std::uint32_t SMCCall(std::uint32_t selector, const SMCParamRecord* input,
                                      SMCParamRecord* output);
 
-/// Fills size, type and attributes of a key, without contacting the SMC when they are cached. A key
-/// that the SMC does not know answers success and size 0, and is cached like any other. On failure
-/// `keyInfo` stays as it was and nothing is cached.
+/// Fills `dataSize`, `dataType` and `dataAttributes` of `keyInfo`, e.g. 2, "sp78" packed and 0xd0;
+/// its `key` is not written. The information of the first 100 keys is cached, so a later call for
+/// one of them does not contact the SMC. A key that the SMC does not know gives success and size 0,
+/// and is cached like any other. On failure `keyInfo` stays as it was and nothing is cached.
 KELVORA_EXPORT std::uint32_t SMCGetKeyInfo(std::uint32_t packedKey, SMCKeyInfo* keyInfo);
 
-/// Reads a key by its first four bytes (a shorter text is padded with NUL). The SMC's result byte
-/// is not examined: an unknown key gives success and size 0. On failure the record holds what was
-/// learned before: the key, and its size and type when only the payload could not be read.
+/// Reads a key by its first four bytes (a shorter text is padded with NUL) and copies all 32
+/// payload bytes of the reply. The SMC's result byte is not examined: an unknown key gives success
+/// and size 0. On failure the record holds the key, and its size and type if those were read; the
+/// payload is zero.
 KELVORA_EXPORT std::uint32_t SMCReadKey(const char* keyText, SMCValueRecord* valueOut);
 
 /// Reads the key at a position of the SMC's key table, counted from 0: name, size, type and
-/// payload. 0xe00002bc (kIOReturnError) when there is no such position; then nothing is read.
+/// payload. Returns 0xe00002bc (kIOReturnError) without reading a key when the reply has a result
+/// other than SMCResultSuccess, as beyond the end of the table.
 KELVORA_EXPORT std::uint32_t SMCReadKeyByIndex(std::uint32_t index, SMCValueRecord* valueOut);
 
-/// Writes a record's 32 bytes to its key; needs root on a live Mac. 0xe00002bc, without writing,
-/// when the record's size is not exactly the key's own.
+/// Writes a record's 32 bytes to its key; needs root on a live Mac. Returns 0xe00002bc, without
+/// writing, when the record's size is not exactly the key's own. The SMC's result byte is not
+/// examined.
 KELVORA_EXPORT std::uint32_t SMCWriteKey(SMCValueRecord value);
 
 /// A record's payload as a number by its type and size: "sp78" bytes ff 80 are -0.5, "{pwm" bytes
@@ -50,14 +56,14 @@ KELVORA_EXPORT std::uint32_t SMCWriteKey(SMCValueRecord value);
 /// is unknown. "ui8 ", "ui16" and "ui32" are taken at any size, modulo 2^32 and at most 32 bytes.
 KELVORA_EXPORT float SMCConvertValueToNumber(SMCValueRecord value);
 
-/// The first `size` bytes as a big-endian integer modulo 2^32. With base 16 each byte is extended
-/// by its sign before it is shifted (ff 01 is 4294967041), with any other it is not (65281). 0 for
-/// a size below 1.
+/// The first `size` bytes as a big-endian integer modulo 2^32. With base 16, and no other, each
+/// byte is extended by its sign before it is shifted: ff 01 is 4294967041 for base 16 and 65281 for
+/// base 10. 0 for a size below 1.
 KELVORA_EXPORT std::uint32_t SMCConvertStringToNumber(const std::uint8_t* bytes, std::int32_t size,
                                                       std::int32_t base);
 
-/// Writes the four bytes of a packed key or type and a NUL; `textOut` has room for five. Answers
-/// the count of characters, 4.
+/// Writes the four bytes of a packed key or type and a NUL to `textOut`, which has space for five:
+/// 0x54433050 gives "TC0P". Returns the count of characters, 4.
 KELVORA_EXPORT std::int32_t SMCConvertNumberToString(char* textOut, std::uint32_t packed);
 
 /// Unsigned big-endian fixed point, exact only for two fraction bits: 0f a2 is 1000.5 for "fpe2".

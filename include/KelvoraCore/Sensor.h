@@ -51,6 +51,9 @@ enum SensorPlatform : std::uint64_t {
   SensorPlatformM2Ultra = 256,
 };
 
+/// The mask of a sensor that may exist on every family.
+inline constexpr std::uint64_t SensorPlatformEvery = 511;
+
 /// Where a sensor's value comes from.
 enum SensorSourceType : std::uint64_t {
   SensorSourceSMC = 0,
@@ -60,12 +63,12 @@ enum SensorSourceType : std::uint64_t {
 
 struct Sensor;
 
-/// Sensors are records with identity: the same record may stand in a list twice.
+/// Sensors are records with identity: a list may hold the same record twice.
 using SensorPtr = std::shared_ptr<Sensor>;
 using SensorList = std::vector<SensorPtr>;
 
-/// One sensor and its latest reading, or one entry of the catalogue (without a value). A record
-/// that a reader delivers belongs to its caller; no thread guards it.
+/// One sensor and its latest reading, or one entry of the catalogue (without a value). The caller
+/// that gets a record from a reader owns it. A record has no lock: one thread at a time.
 struct KELVORA_EXPORT Sensor {
   /// An SMC key ("TC0P"), a fan index ("0"), a HID product name ("gas gauge battery"), a computed
   /// key ("AverageCPU") or, in the catalogue, a key pattern ("TC%C").
@@ -81,6 +84,8 @@ struct KELVORA_EXPORT Sensor {
   std::uint64_t sourceType = SensorSourceSMC;  ///< a SensorSourceType
   bool average = false;  ///< an input of its group's average and hottest value
 
+  // The factories return a new record that the caller owns. Any thread.
+
   /// A record of exactly these fields.
   static SensorPtr instanceWithKey(std::string key, std::string name, std::string fullName,
                                    double value, double minLimitValue, double maxLimitValue,
@@ -94,13 +99,11 @@ struct KELVORA_EXPORT Sensor {
   static SensorPtr hidSensorWithKey(std::string key, std::string name, std::uint64_t type,
                                     std::uint64_t group, std::uint64_t platform, bool average);
 
-  /// Whether the value is plausible for the type. A temperature lies above the lower and up to the
-  /// upper limit; a fan always is; a voltage is not 0 and at most 300; a current is above 0 and at
-  /// most 100; a power is above 0. A value that is not a number is plausible for types 0 to 4;
-  /// nothing is for other types.
+  /// Whether the value is plausible for the type. A temperature must be above the lower limit and
+  /// at most the upper limit, a voltage other than 0 and at most 300, a current above 0 and at most
+  /// 100, a power above 0. Every fan speed is plausible. A value that is not a number is plausible
+  /// for the types 0 to 4, and no value is for any other type.
   bool isValidValue() const;
-  /// Whether another value would be.
-  bool isValidValue(double candidate) const;
 };
 
 }  // namespace kelvora

@@ -33,7 +33,7 @@ std::unique_ptr<Platform> macWith(std::vector<RecordedHIDService> services) {
   return recordedPlatform(std::move(machine));
 }
 
-// Services that write down how they are asked.
+// Services that record the calls they receive.
 class ScriptedService : public platform::HIDService {
  public:
   explicit ScriptedService(std::vector<std::string>& log) : log_(log) {}
@@ -91,11 +91,11 @@ TEST(AppleSiliconSensors, AsksForPageUsageProductAndTheFirstFieldOfOneEvent) {
   auto& hid = wrapPort<ForwardingHIDEventSystem>(platform->ports().hid);
   std::vector<std::string> log;
   hid.onCreateClient = [&] { return std::make_unique<ScriptedClient>(log, 1); };
-  EXPECT_TRUE(AppleSiliconSensors(65280, 5, 15, platform->hid()));
+  EXPECT_TRUE(AppleSiliconSensors(65280, 5, 15, *platform));
   EXPECT_THAT(log, ElementsAre("PrimaryUsage=5", "PrimaryUsagePage=65280", "property Product",
                                "event 15 0 0", "field 983040"));
   log.clear();
-  EXPECT_TRUE(AppleSiliconSensors(65288, 3, 25, platform->hid()));
+  EXPECT_TRUE(AppleSiliconSensors(65288, 3, 25, *platform));
   EXPECT_THAT(log, ElementsAre("PrimaryUsage=3", "PrimaryUsagePage=65288", "property Product",
                                "event 25 0 0", "field 1638400"));
   EXPECT_EQ(hid.createdClients, 2);
@@ -103,13 +103,13 @@ TEST(AppleSiliconSensors, AsksForPageUsageProductAndTheFirstFieldOfOneEvent) {
 
 TEST(AppleSiliconSensors, IsNoneWhenNoServiceMatchesOrThereIsNoClient) {
   const auto platform = macWith({temperature("PMU tdie1", 40)});
-  EXPECT_EQ(AppleSiliconSensors(65280, 6, 15, platform->hid()), std::nullopt);
+  EXPECT_EQ(AppleSiliconSensors(65280, 6, 15, *platform), std::nullopt);
   auto& hid = wrapPort<ForwardingHIDEventSystem>(platform->ports().hid);
   std::vector<std::string> log;
   hid.onCreateClient = [&] { return std::make_unique<ScriptedClient>(log, 0); };
-  EXPECT_EQ(AppleSiliconSensors(65280, 5, 15, platform->hid()), std::nullopt);
+  EXPECT_EQ(AppleSiliconSensors(65280, 5, 15, *platform), std::nullopt);
   hid.onCreateClient = [] { return nullptr; };
-  EXPECT_EQ(AppleSiliconSensors(65280, 5, 15, platform->hid()), std::nullopt);
+  EXPECT_EQ(AppleSiliconSensors(65280, 5, 15, *platform), std::nullopt);
 }
 
 TEST(AppleSiliconSensors, ReadsTheCurrentPlatformByDefault) {
@@ -123,13 +123,13 @@ TEST(AppleSiliconSensors, ReadsTheCurrentPlatformByDefault) {
 TEST(AppleSiliconSensors, KeepsTheLaterOfTwoServicesWithOneName) {
   const auto platform = macWith(
       {temperature("gas gauge", 30), temperature("other", 1), temperature("gas gauge", 20)});
-  EXPECT_THAT(AppleSiliconSensors(65280, 5, 15, platform->hid()),
+  EXPECT_THAT(AppleSiliconSensors(65280, 5, 15, *platform),
               Optional(ElementsAre(Pair("gas gauge", 20.0), Pair("other", 1.0))));
 }
 
 TEST(AppleSiliconSensors, SkipsServicesWithoutANameOrAnEvent) {
   const auto platform = macWith({temperature(std::nullopt, 30), {0xff00, 5, "no event", {}}});
-  EXPECT_THAT(AppleSiliconSensors(65280, 5, 15, platform->hid()), Optional(IsEmpty()));
+  EXPECT_THAT(AppleSiliconSensors(65280, 5, 15, *platform), Optional(IsEmpty()));
 }
 
 TEST(HIDWrapper, ReadsTemperaturesAndVoltagesEachByItsOwnUsage) {
@@ -139,7 +139,7 @@ TEST(HIDWrapper, ReadsTemperaturesAndVoltagesEachByItsOwnUsage) {
   EXPECT_THAT(wrapper.getSensorsDictByType(2), Optional(ElementsAre(Pair("buck0", 0.75))));
 }
 
-TEST(HIDWrapper, AnswersOtherTypesWithoutTouchingTheEventSystem) {
+TEST(HIDWrapper, ReturnsNoneForOtherTypesWithoutUsingTheEventSystem) {
   const auto platform = macWith({temperature("PMU tdie1", 41.25)});
   auto& hid = wrapPort<ForwardingHIDEventSystem>(platform->ports().hid);
   const HIDWrapper wrapper(*platform);
@@ -185,6 +185,23 @@ TEST(HIDWrapper, GivesTemperaturesLimitsThatHold110ButNot0) {
     }
   }
   EXPECT_THAT(valid, ElementsAre("at 110"));
+}
+
+TEST(HIDWrapper, ListsReadingsOfZero) {
+  const auto platform = macWith({temperature("cold", 0), voltage("off", 0)});
+  const HIDWrapper wrapper(*platform);
+  EXPECT_EQ(wrapper.getAllSensors().size(), 2U);
+  EXPECT_EQ(wrapper.getSensorValueByKey("cold", 0), 0.0);
+  EXPECT_EQ(wrapper.getSensorValueByKey("off", 2), 0.0);
+}
+
+TEST(HIDWrapper, OfTwoPlatformsEachReadsItsOwnServices) {
+  const auto first = macWith({temperature("PMU tdie1", 41.25)});
+  const auto second = macWith({temperature("PMU tdie1", 52.5)});
+  const HIDWrapper firstWrapper(*first);
+  const HIDWrapper secondWrapper(*second);
+  EXPECT_EQ(firstWrapper.getSensorValueByKey("PMU tdie1", 0), 41.25);
+  EXPECT_EQ(secondWrapper.getSensorValueByKey("PMU tdie1", 0), 52.5);
 }
 
 TEST(HIDWrapper, FindsAProductByItsExactNameAndReadsAfresh) {

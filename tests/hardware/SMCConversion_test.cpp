@@ -10,7 +10,6 @@
 
 #include "KelvoraCore/SMC.h"
 
-#include "hardware/SMCText.h"
 #include "hardware/SMCTypes.h"
 
 namespace kelvora::testing {
@@ -88,7 +87,7 @@ TEST(SMCWordTypeTable, HasTheTypesOfThisTestOnceEach) {
   }
   std::set<std::uint32_t> inTest;
   for (const WordRow& row : kRows) {
-    inTest.insert(smcCode(row.type));
+    inTest.insert(SMCPackedKey(row.type));
   }
   EXPECT_EQ(kSMCWordTypes.size(), 21U);
   EXPECT_EQ(inTable.size(), 21U);
@@ -202,7 +201,7 @@ TEST(SMCConvertNumberToString, WritesFourCharactersAndANUL) {
   char text[5] = {'x', 'x', 'x', 'x', 'x'};
   EXPECT_EQ(SMCConvertNumberToString(text, 0x54433050), 4);
   EXPECT_STREQ(text, "TC0P");
-  EXPECT_EQ(SMCConvertNumberToString(text, smcCode("ui8 ")), 4);
+  EXPECT_EQ(SMCConvertNumberToString(text, SMCPackedKey("ui8 ")), 4);
   EXPECT_STREQ(text, "ui8 ");
 }
 
@@ -227,23 +226,6 @@ TEST(StrToF, IsZeroOutsideItsRanges) {
   EXPECT_EQ(_strtof(bytes, 0, 2), 0.0F);
   EXPECT_EQ(_strtof(bytes, 2, -1), 0.0F);
   EXPECT_EQ(_strtof(bytes, 2, 9), 0.0F);
-}
-
-TEST(SMCText, TakesEachByteForTheCharacterOfItsCode) {
-  EXPECT_EQ(textFromSMC("T\xb0\xffx"), "T\u00b0\u00ffx");
-  EXPECT_EQ(textFromSMC(std::string_view("TC\0P", 4)), "TC");
-}
-
-TEST(SMCText, TurnsAKeysTextBackIntoFourBytes) {
-  const auto bytes = [](std::string_view text) {
-    const SMCKeyText key = smcKeyFromText(text);
-    return std::string(key.data(), key.size());
-  };
-  EXPECT_EQ(bytes("TC0PX"), std::string("TC0P\0", 5));
-  EXPECT_EQ(bytes("T"), std::string("T\0\0\0\0", 5));
-  EXPECT_EQ(bytes("\u00b0\u00ff\u0100\U0001f600x"), std::string("\xb0\xff??\0", 5));
-  EXPECT_EQ(bytes("\U0001f600ab\U0001f600c"), std::string("?ab?\0", 5));
-  EXPECT_EQ(bytes("a\x80"), std::string("a?\0\0\0", 5));
 }
 
 }  // namespace

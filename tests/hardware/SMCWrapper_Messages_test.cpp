@@ -59,7 +59,7 @@ TEST(SMCWrapper, ReportsASizeThatNoRealKeyHasAsASignedNumber) {
   ForwardingSMC& smc = installSMC({});
   smc.setOverride([](const SMCCallRecord&, ForwardingSMC::Output output) {
     SMCParamRecord reply;
-    reply.keyInfo = {0xffffffff, packedKey("hex_"), 0, {}};
+    reply.keyInfo = {0xffffffff, SMCPackedKey("hex_"), 0, {}};
     std::memcpy(output.data(), &reply, sizeof reply);
     return std::optional<platform::KernelStatus>(0);
   });
@@ -80,7 +80,7 @@ TEST(SMCWrapper, ReportsATextKeyWithoutBytesAsFailedReadButReadsANumberKeyWithou
   EXPECT_EQ(wrapper.rawValueByKey("Nope"), 0.0);
 }
 
-TEST(SMCWrapper, TellsNobodyWhenTheDelegateIsGone) {
+TEST(SMCWrapper, ReportsToNobodyWhenTheDelegateIsGone) {
   installSMC(smallMac());
   SMCWrapper wrapper;
   auto messages = std::make_shared<Messages>();

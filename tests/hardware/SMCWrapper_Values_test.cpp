@@ -20,14 +20,14 @@ TEST(SMCWrapper, ReadsKeysUnderTheirFirstFourCharacters) {
   EXPECT_EQ(wrapper.rawValueByKey("TC0P and more"), 40.5);
   EXPECT_EQ(wrapper.rawStringValueByKey("F0IDx"), "Leftside");
   wrapper.rawValueByKey("TC");
-  EXPECT_EQ(smc.calls().back().key, packedKey("TC\0\0"));
+  EXPECT_EQ(smc.calls().back().key, SMCPackedKey("TC\0\0"));
 }
 
 TEST(SMCWrapper, ReadsAFanForTypeOneAndAKeyForAnyOther) {
   ForwardingSMC& smc = installSMC(smallMac());
   SMCWrapper wrapper;
   EXPECT_EQ(wrapper.getSensorValueByKey("1", 1), 2016.0);
-  EXPECT_EQ(smc.calls().back().key, packedKey("F1Ac"));
+  EXPECT_EQ(smc.calls().back().key, SMCPackedKey("F1Ac"));
   EXPECT_EQ(wrapper.getSensorValueByKey("TC0P", 0), 40.5);
   EXPECT_EQ(wrapper.getSensorValueByKey("VC0C", 99), 1.0);
   EXPECT_EQ(wrapper.getSensorValueByKey("TX0x", 0), std::nullopt);
@@ -47,11 +47,11 @@ TEST(SMCWrapper, NamesFanTwelveByTheCharacterC) {
                                    smcKey("FCMn", "fpe2", {0, 4}), smcKey("FCMx", "fpe2", {0, 8})});
   SMCWrapper wrapper;
   EXPECT_EQ(wrapper.speedOfFan(12), 2000.0);
-  EXPECT_EQ(smc.calls().back().key, packedKey("FCAc"));
+  EXPECT_EQ(smc.calls().back().key, SMCPackedKey("FCAc"));
   EXPECT_EQ(wrapper.safeMinimumSpeedOfFan(12), 1.0);
   EXPECT_EQ(wrapper.safeMaximumSpeedOfFan(12), 2.0);
   wrapper.speedOfFan(19);
-  EXPECT_EQ(smc.calls().back().key, packedKey("FJAc"));
+  EXPECT_EQ(smc.calls().back().key, SMCPackedKey("FJAc"));
 }
 
 TEST(SMCWrapper, ReadsNothingForAFanThatTheAlphabetDoesNotName) {
@@ -117,7 +117,7 @@ TEST(SMCWrapper, ReadsNoMoreThan32BytesOfATextThatClaimsMore) {
   ForwardingSMC& smc = installSMC({});
   smc.setOverride([](const SMCCallRecord&, ForwardingSMC::Output output) {
     SMCParamRecord reply;
-    reply.keyInfo = {200, packedKey("ch8*"), 0, {}};
+    reply.keyInfo = {200, SMCPackedKey("ch8*"), 0, {}};
     std::fill(std::begin(reply.bytes), std::end(reply.bytes), std::uint8_t{'x'});
     std::memcpy(output.data(), &reply, sizeof reply);
     return std::optional<platform::KernelStatus>(0);

@@ -15,7 +15,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-// A platform with an installed tool that ends as it is told.
+// A platform with an installed tool that ends with a scripted outcome.
 class SMCWrapperWrites : public ::testing::Test {
  protected:
   SMCWrapperWrites() : platform_(installRecordedPlatform(platform::RecordedMachine{})) {

@@ -25,7 +25,7 @@ TEST(SMCWrapper, OpensTheConnectionAndClosesItWithItsEnd) {
   EXPECT_EQ(smc.openConnections(), 0);
 }
 
-TEST(SMCWrapper, StandsAlsoWithoutAnSMCAndAnswersNothing) {
+TEST(SMCWrapper, WithoutAnSMCReadsNothing) {
   installRecordedPlatform(platform::RecordedMachine{});
   ::testing::internal::CaptureStdout();
   SMCWrapper wrapper;
@@ -154,6 +154,19 @@ TEST(SMCWrapper, SkipsPositionsThatCannotBeReadWithoutAMessage) {
   EXPECT_THAT(messages->all, IsEmpty());
 }
 
+TEST(SMCWrapper, SkipsAKeyWhosePayloadCannotBeReadWithoutAMessage) {
+  ForwardingSMC& smc = installSMC(smallMac());
+  SMCWrapper wrapper;
+  const auto messages = std::make_shared<Messages>();
+  wrapper.setDelegate(messages);
+  smc.setOverride([](const SMCCallRecord& call, ForwardingSMC::Output) {
+    const bool fails = call.command == SMCCommandReadBytes && call.key == SMCPackedKey("TC0P");
+    return fails ? std::optional(platform::kIOReturnError) : std::nullopt;
+  });
+  EXPECT_THAT(wrapper.getAllSensorKeys(), ElementsAre("IC0C", "PC0C", "VC0C"));
+  EXPECT_THAT(messages->all, IsEmpty());
+}
+
 TEST(SMCWrapper, ReadsNoFurtherThanTheKeyCount) {
   std::vector<RecordedSMCKey> keys = smallMac();
   keys[0] = smcKey("#KEY", "ui32", {0, 0, 0, 13});
@@ -172,7 +185,7 @@ TEST(SMCWrapper, GivesUpAfter65536PositionsWithoutAKey) {
   EXPECT_EQ(smc.count(8), 16 + 65536);
 }
 
-TEST(SMCWrapper, GoesOnWhileAKeyStandsAmongTheNext65536Positions) {
+TEST(SMCWrapper, GoesOnWhileOneOfTheNext65536PositionsHasAKey) {
   ForwardingSMC& smc = installSMC(
       {smcKey("#KEY", "ui32", {0, 2, 0xbf, 0x21}), smcKey("TC0P", "sp78", {0x28, 0x80})});
   smc.setOverride([](const SMCCallRecord& call,
@@ -184,7 +197,7 @@ TEST(SMCWrapper, GoesOnWhileAKeyStandsAmongTheNext65536Positions) {
       return platform::kIOReturnError;
     }
     SMCParamRecord reply;
-    reply.key = packedKey("TC0P");
+    reply.key = SMCPackedKey("TC0P");
     std::memcpy(output.data(), &reply, sizeof reply);
     return 0;
   });
@@ -198,8 +211,8 @@ TEST(SMCWrapper, GivesUpAfterAMillionPositionsWhenEveryOneAnswers) {
   std::uint32_t asked = 0;
   smc.setOverride([&](const SMCCallRecord& call, ForwardingSMC::Output output) {
     SMCParamRecord reply;
-    reply.key = packedKey("B0AV");
-    reply.keyInfo = {4, packedKey("flt "), 0, {}};
+    reply.key = SMCPackedKey("B0AV");
+    reply.keyInfo = {4, SMCPackedKey("flt "), 0, {}};
     const float claimed = std::numeric_limits<float>::infinity();
     std::memcpy(reply.bytes, &claimed, sizeof claimed);
     std::memcpy(output.data(), &reply, sizeof reply);
@@ -228,7 +241,8 @@ TEST(SMCWrapper, LeavesOutAndReportsASensorThatCannotBeReadAnyMore) {
   wrapper.getAllSensors();
   EXPECT_THAT(messages->all, IsEmpty());
   smc.setOverride([](const SMCCallRecord& call, ForwardingSMC::Output) {
-    return call.key == packedKey("PC0C") ? std::optional(platform::kIOReturnError) : std::nullopt;
+    return call.key == SMCPackedKey("PC0C") ? std::optional(platform::kIOReturnError)
+                                            : std::nullopt;
   });
   const SensorList sensors = wrapper.getAllSensors();
   ASSERT_EQ(sensors.size(), 5U);
@@ -256,19 +270,20 @@ TEST(SMCWrapper, KeepsARecordForWhoeverHoldsIt) {
   EXPECT_EQ(held->key, "VC0C");
 }
 
-TEST(SMCWrapper, NothingOfAReadingThatWasLetGoIsLeftInTheNext) {
-  installSMC(smallMac());
+TEST(SMCWrapper, GivesAKeyNoValueOfTheKeyBeforeIt) {
+  ForwardingSMC& smc = installSMC(smallMac());
   SMCWrapper wrapper;
-  SensorList reading = wrapper.getAllSensors();
-  const std::vector<std::string> expected = described(reading);
-  const Sensor* const place = reading.back().get();
-  for (const SensorPtr& sensor : reading) {
-    *sensor = Sensor{"other", "other", "other", -5, -6, -7, 99, 98, 97, 96, true};
-  }
-  reading.clear();
-  reading = wrapper.getAllSensors();
-  EXPECT_EQ(described(reading), expected);
-  EXPECT_EQ(reading.back().get(), place);
+  wrapper.setCachedAllSensorKeys({"TC0P", "VC0C"});
+  wrapper.getAllSensors();
+  smc.setOverride([](const SMCCallRecord& call, ForwardingSMC::Output) {
+    // Succeeds without filling in the reply.
+    return call.key == SMCPackedKey("VC0C") ? std::optional<platform::KernelStatus>(0)
+                                            : std::nullopt;
+  });
+  const SensorList sensors = wrapper.getAllSensors();
+  ASSERT_EQ(sensors.size(), 4U);
+  EXPECT_EQ(sensors[2]->value, 40.5);
+  EXPECT_EQ(sensors[3]->value, 0.0);
 }
 
 TEST(SMCWrapper, ReadsTheKeysThatItsListWasReplacedWithAndSkipsThoseThatAreNoSensors) {
@@ -284,7 +299,7 @@ TEST(SMCWrapper, ReadsTheKeysThatItsListWasReplacedWithAndSkipsThoseThatAreNoSen
   EXPECT_EQ(wrapper.getAllSensorKeys().size(), 4U);
 }
 
-// Replaces the list of keys when it hears of a failure.
+// Replaces the list of keys when it receives a failure.
 class Replacing : public SMCWrapperDelegate {
  public:
   Replacing(SMCWrapper& wrapper, std::vector<std::string> keys)
@@ -298,7 +313,7 @@ class Replacing : public SMCWrapperDelegate {
   std::vector<std::string> keys_;
 };
 
-TEST(SMCWrapper, AListThatADelegateReplacesServesTheNextReading) {
+TEST(SMCWrapper, AListThatADelegateReplacesIsUsedFromTheNextReadingOn) {
   installSMC(smallMac());
   SMCWrapper wrapper;
   for (const std::vector<std::string>& replacement :

@@ -15,7 +15,6 @@
 
 #include "KelvoraCore/SMC.h"
 
-#include "hardware/SMCReading.h"
 #include "tests/hardware/SMCKeys.h"
 
 namespace kelvora::testing {
@@ -26,7 +25,7 @@ using platform::KernelStatus;
 using platform::kIOReturnError;
 using ::testing::ElementsAre;
 
-// Writes down what it is asked, and answers what it is told to.
+// Records what it is asked and gives scripted answers.
 class ScriptedSMC : public platform::SMCUserClient {
  public:
   KernelStatus matchingServices(const char* serviceClass, IOObject& iterator) override {
@@ -170,8 +169,8 @@ TEST(SMCCall, SendsEightyBytesWithTheSelectorOfTheCaller) {
 TEST(SMCRequests, CarryOnlyTheFieldsOfTheirCommand) {
   ScriptedSMC& smc = ScriptedSMC::install();
   ASSERT_EQ(SMCOpen(), 0U);
-  smc.reply.key = packedKey("TC0P");
-  smc.reply.keyInfo = {2, packedKey("sp78"), 0xd0, {}};
+  smc.reply.key = SMCPackedKey("TC0P");
+  smc.reply.keyInfo = {2, SMCPackedKey("sp78"), 0xd0, {}};
   SMCValueRecord value;
   ASSERT_EQ(SMCReadKeyByIndex(258, &value), 0U);
   value.bytes[31] = 0xee;
@@ -181,9 +180,9 @@ TEST(SMCRequests, CarryOnlyTheFieldsOfTheirCommand) {
   expected[0].command = 8;
   expected[0].data32 = 258;
   expected[1].command = 9;
-  expected[1].key = packedKey("TC0P");
+  expected[1].key = SMCPackedKey("TC0P");
   expected[2].command = 5;
-  expected[2].key = packedKey("TC0P");
+  expected[2].key = SMCPackedKey("TC0P");
   expected[2].keyInfo.dataSize = 2;
   expected[3] = expected[2];
   expected[4] = expected[2];
@@ -196,32 +195,21 @@ TEST(SMCRequests, CarryOnlyTheFieldsOfTheirCommand) {
   EXPECT_EQ(smc.log.back(), "call 33 selector 2 80/80");
 }
 
-TEST(SMCExchange, LeavesNothingOfOneKeyInTheCallsForTheNext) {
-  ScriptedSMC& smc = ScriptedSMC::install();
+// An SMC driver that succeeds without filling in the reply.
+TEST(SMCRequests, AReplyThatIsNotFilledInCarriesNothingOfAnEarlierKey) {
+  ForwardingSMC& smc = installSMC({smcKey("TC0P", "sp78", {0x28, 0x80})});
   ASSERT_EQ(SMCOpen(), 0U);
-  SMCExchange exchange;
-  std::vector<SMCParamRecord> expected;
-  for (const auto& [key, size] : {std::pair(packedKey("TC0P"), 2U), {packedKey("TC1P"), 4U}}) {
-    smc.reply.key = key;
-    smc.reply.keyInfo = {size, packedKey("sp78"), 0xd0, {}};
-    smc.reply.result = 132;
-    std::ranges::fill(smc.reply.bytes, static_cast<std::uint8_t>(0xe0 + size));
-    SMCKeyInfo info;
-    ASSERT_EQ(smcReadPayload(key, info, exchange), 0U);
-    EXPECT_EQ(info.dataSize, size);
-    EXPECT_EQ(exchange.reply.bytes[31], 0xe0 + size);
-    SMCParamRecord request;
-    request.key = key;
-    request.command = 9;
-    expected.push_back(request);
-    request.command = 5;
-    request.keyInfo.dataSize = size;
-    expected.push_back(request);
-  }
-  ASSERT_EQ(smc.requests.size(), expected.size());
-  for (std::size_t i = 0; i < expected.size(); ++i) {
-    EXPECT_EQ(bytesOf(smc.requests[i]), bytesOf(expected[i])) << "call " << i;
-  }
+  SMCValueRecord value;
+  ASSERT_EQ(SMCReadKey("TC0P", &value), 0U);
+  ASSERT_EQ(value.bytes[0], 0x28);
+  smc.setOverride(
+      [](const SMCCallRecord&, ForwardingSMC::Output) { return std::optional<KernelStatus>(0); });
+  ASSERT_EQ(SMCReadKey("TC1P", &value), 0U);
+  EXPECT_EQ(value.dataSize, 0U);
+  EXPECT_THAT(value.bytes, ::testing::Each(0));
+  ASSERT_EQ(SMCReadKey("TC0P", &value), 0U);
+  EXPECT_EQ(value.dataSize, 2U) << "cached";
+  EXPECT_THAT(value.bytes, ::testing::Each(0));
 }
 
 }  // namespace

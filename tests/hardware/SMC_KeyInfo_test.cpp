@@ -10,7 +10,6 @@
 
 #include "KelvoraCore/SMC.h"
 
-#include "hardware/SMCKeyInfoCache.h"
 #include "tests/hardware/SMCKeys.h"
 
 namespace kelvora::testing {
@@ -26,9 +25,9 @@ TEST(SMCKeyInfo, IsAnsweredFromTheSMCOnceAndFromTheCacheThereafter) {
   ASSERT_EQ(SMCOpen(), 0U);
   for (int i = 0; i < 2; ++i) {
     SMCKeyInfo info;
-    ASSERT_EQ(SMCGetKeyInfo(packedKey("TC0P"), &info), 0U);
+    ASSERT_EQ(SMCGetKeyInfo(SMCPackedKey("TC0P"), &info), 0U);
     EXPECT_EQ(info.dataSize, 2U);
-    EXPECT_EQ(info.dataType, packedKey("sp78"));
+    EXPECT_EQ(info.dataType, SMCPackedKey("sp78"));
     EXPECT_EQ(info.dataAttributes, 0xd0);
   }
   EXPECT_THAT(commands(smc), ElementsAre(9));
@@ -39,9 +38,9 @@ TEST(SMCKeyInfo, OfAKeyThatTheSMCDoesNotKnowHasSizeZeroAndIsCached) {
   ASSERT_EQ(SMCOpen(), 0U);
   SMCKeyInfo info;
   info.dataSize = 4;
-  ASSERT_EQ(SMCGetKeyInfo(packedKey("Nope"), &info), 0U);
+  ASSERT_EQ(SMCGetKeyInfo(SMCPackedKey("Nope"), &info), 0U);
   EXPECT_EQ(info.dataSize, 0U);
-  ASSERT_EQ(SMCGetKeyInfo(packedKey("Nope"), &info), 0U);
+  ASSERT_EQ(SMCGetKeyInfo(SMCPackedKey("Nope"), &info), 0U);
   EXPECT_EQ(smc.count(9), 1);
 }
 
@@ -51,12 +50,22 @@ TEST(SMCKeyInfo, ThatCannotBeHadChangesNothingAndIsAskedForAgain) {
   smc.failNth(1, 0xe00002d8);
   SMCKeyInfo info;
   info.dataSize = 77;
-  EXPECT_EQ(SMCGetKeyInfo(packedKey("TC0P"), &info), 0xe00002d8);
+  EXPECT_EQ(SMCGetKeyInfo(SMCPackedKey("TC0P"), &info), 0xe00002d8);
   EXPECT_EQ(info.dataSize, 77U);
-  EXPECT_EQ(SMCKeyInfoCacheAccess().count(), 0);
-  EXPECT_EQ(SMCGetKeyInfo(packedKey("TC0P"), &info), 0U);
+  EXPECT_EQ(SMCGetKeyInfo(SMCPackedKey("TC0P"), &info), 0U);
   EXPECT_EQ(info.dataSize, 2U);
   EXPECT_EQ(smc.count(9), 2);
+}
+
+TEST(SMCKeyInfo, LeavesTheKeyOfTheRecordAlone) {
+  installSMC({smcKey("TC0P", "sp78", {0, 0})});
+  ASSERT_EQ(SMCOpen(), 0U);
+  for (int i = 0; i < 2; ++i) {
+    SMCKeyInfo info;
+    info.key = 77;
+    ASSERT_EQ(SMCGetKeyInfo(SMCPackedKey("TC0P"), &info), 0U);
+    EXPECT_EQ(info.key, 77U) << (i == 0 ? "from the SMC" : "from the cache");
+  }
 }
 
 TEST(SMCKeyInfo, ASecondReadOfAKeyIssuesOnlyTheReadCommand) {
@@ -72,20 +81,18 @@ std::string numberedKey(int number) {
   return {'T', static_cast<char>('a' + number / 26), static_cast<char>('a' + number % 26), 'x'};
 }
 
-TEST(SMCKeyInfo, OfThe101stKeyIsAskedForOnEveryReadAndTheCountStays100) {
+TEST(SMCKeyInfo, OfThe101stKeyIsAskedForOnEveryReadAndOfTheFirst100Never) {
   ForwardingSMC& smc = installSMC({});
   ASSERT_EQ(SMCOpen(), 0U);
   SMCValueRecord value;
   for (int i = 0; i < 100; ++i) {
     ASSERT_EQ(SMCReadKey(numberedKey(i).c_str(), &value), 0U);
-    EXPECT_EQ(SMCKeyInfoCacheAccess().count(), i + 1);
   }
   smc.forgetCalls();
   for (int i = 0; i < 3; ++i) {
     ASSERT_EQ(SMCReadKey(numberedKey(100).c_str(), &value), 0U);
   }
   EXPECT_THAT(commands(smc), ElementsAre(9, 5, 9, 5, 9, 5));
-  EXPECT_EQ(SMCKeyInfoCacheAccess().count(), 100);
 
   smc.forgetCalls();
   for (int i = 0; i < 100; ++i) {
@@ -95,35 +102,13 @@ TEST(SMCKeyInfo, OfThe101stKeyIsAskedForOnEveryReadAndTheCountStays100) {
 }
 
 TEST(SMCKeyInfo, OfTheKeyOfFourNULsIsNotTakenForAnEmptyPlaceOfTheCache) {
-  ForwardingSMC& smc = installSMC({smcKey("\0\0\0\0", "ui8 ", {1})});
+  ForwardingSMC& smc = installSMC({smcKey("", "ui8 ", {1})});
   ASSERT_EQ(SMCOpen(), 0U);
   SMCKeyInfo info;
-  ASSERT_EQ(SMCGetKeyInfo(packedKey("TC0P"), &info), 0U);
+  ASSERT_EQ(SMCGetKeyInfo(SMCPackedKey("TC0P"), &info), 0U);
   ASSERT_EQ(SMCGetKeyInfo(0, &info), 0U);
   EXPECT_EQ(info.dataSize, 1U);
   EXPECT_EQ(smc.count(9), 2);
-}
-
-// Keys whose place would be the last one of the cache's index: all but the first stand elsewhere.
-TEST(SMCKeyInfo, OfKeysThatSpreadToOnePlaceIsKeptForEach) {
-  constexpr char kKeys[][5] = {"TmBx", "Toux", "To9x", "Tq0x", "TIUx", "TKLx", "TMCx", "TQ1x"};
-  std::vector<platform::RecordedSMCKey> keys;
-  std::uint8_t attributes = 0;
-  for (const char(&key)[5] : kKeys) {
-    keys.push_back(smcKey(key, "ui8 ", {0}));
-    keys.back().attributes = ++attributes;
-  }
-  ForwardingSMC& smc = installSMC(keys);
-  ASSERT_EQ(SMCOpen(), 0U);
-  for (int round = 0; round < 2; ++round) {
-    for (const platform::RecordedSMCKey& key : keys) {
-      SMCKeyInfo info;
-      ASSERT_EQ(SMCGetKeyInfo(key.key, &info), 0U);
-      EXPECT_EQ(info.dataAttributes, key.attributes);
-    }
-  }
-  EXPECT_EQ(smc.count(9), static_cast<int>(keys.size()));
-  EXPECT_EQ(SMCKeyInfoCacheAccess().count(), static_cast<int>(keys.size()));
 }
 
 TEST(SMCKeyInfo, IsAskedForByOneThreadAtATime) {
@@ -157,7 +142,6 @@ TEST(SMCKeyInfo, IsAskedForByOneThreadAtATime) {
   }
   EXPECT_EQ(mostAtOnce, 1);
   EXPECT_EQ(smc.count(9), 80) << "a key that two threads miss at once is asked for once";
-  EXPECT_EQ(SMCKeyInfoCacheAccess().count(), 80);
 }
 
 }  // namespace

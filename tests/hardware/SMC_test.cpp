@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -51,8 +52,8 @@ TEST(SMCReadKey, TakesTheFirstFourBytesAndPadsAShorterKeyWithNUL) {
   EXPECT_STREQ(value.key, "TB");
   ASSERT_EQ(SMCReadKey("", &value), 0U);
   const auto calls = smc.calls();
-  EXPECT_EQ(calls[0].key, packedKey("TC0P"));
-  EXPECT_EQ(calls[2].key, packedKey("TB\0\0"));
+  EXPECT_EQ(calls[0].key, SMCPackedKey("TC0P"));
+  EXPECT_EQ(calls[2].key, SMCPackedKey("TB\0\0"));
   EXPECT_EQ(calls[4].key, 0U);
 }
 
@@ -107,13 +108,33 @@ TEST(SMCReadKey, DoesNotExamineTheResultByte) {
   EXPECT_EQ(value.bytes[0], 0x28);
 }
 
+TEST(SMCReadKey, CopiesAll32BytesOfTheReply) {
+  ForwardingSMC& smc = installSMC({});
+  ASSERT_EQ(SMCOpen(), 0U);
+  smc.setOverride([](const SMCCallRecord& call, ForwardingSMC::Output output) {
+    SMCParamRecord reply;
+    if (call.command == SMCCommandGetKeyInfo) {
+      reply.keyInfo = {2, SMCPackedKey("sp78"), 0, {}};
+    }
+    std::iota(std::begin(reply.bytes), std::end(reply.bytes), std::uint8_t{1});
+    std::memcpy(output.data(), &reply, sizeof reply);
+    return std::optional<KernelStatus>(0);
+  });
+  SMCValueRecord value;
+  ASSERT_EQ(SMCReadKey("TC0P", &value), 0U);
+  EXPECT_EQ(value.dataSize, 2U);
+  for (int i = 0; i < 32; ++i) {
+    EXPECT_EQ(value.bytes[i], i + 1);
+  }
+}
+
 TEST(SMCReadKey, CopesWithAKeyThatClaimsMoreBytesThanARecordHolds) {
   ForwardingSMC& smc = installSMC({});
   ASSERT_EQ(SMCOpen(), 0U);
   smc.setOverride([](const SMCCallRecord& call, ForwardingSMC::Output output) {
     SMCParamRecord reply;
     if (call.command == 9) {
-      reply.keyInfo = {200, packedKey("ui8 "), 0, {}};
+      reply.keyInfo = {200, SMCPackedKey("ui8 "), 0, {}};
     }
     std::fill(std::begin(reply.bytes), std::end(reply.bytes), std::uint8_t{1});
     std::memcpy(output.data(), &reply, sizeof reply);
@@ -137,12 +158,29 @@ TEST(SMCReadKeyByIndex, DeliversNameSizeTypeAndBytesOfThePosition) {
   EXPECT_THAT(commands(smc), ElementsAre(8, 9, 5));
 }
 
-TEST(SMCReadKeyByIndex, WithAResultByteAnswersTheGeneralErrorAndReadsNothing) {
+TEST(SMCReadKeyByIndex, WithAResultByteReturnsTheGeneralErrorAndReadsNothing) {
   ForwardingSMC& smc = installSMC({});
   ASSERT_EQ(SMCOpen(), 0U);
   SMCValueRecord value;
   EXPECT_EQ(SMCReadKeyByIndex(0, &value), 0xe00002bc);
   EXPECT_THAT(commands(smc), ElementsAre(8));
+}
+
+TEST(SMCReadKeyByIndex, FailsOnEveryResultByteButZero) {
+  ForwardingSMC& smc = installSMC({smcKey("TC0P", "sp78", {0x28, 0x80})});
+  ASSERT_EQ(SMCOpen(), 0U);
+  for (const int result : {1, 131, 133, 255}) {
+    smc.setOverride([result](const SMCCallRecord&, ForwardingSMC::Output output) {
+      SMCParamRecord reply;
+      reply.key = SMCPackedKey("TC0P");
+      reply.result = static_cast<std::uint8_t>(result);
+      std::memcpy(output.data(), &reply, sizeof reply);
+      return std::optional<KernelStatus>(0);
+    });
+    SMCValueRecord value;
+    EXPECT_EQ(SMCReadKeyByIndex(0, &value), 0xe00002bc) << result;
+  }
+  EXPECT_EQ(smc.count(), 4) << "no key is read";
 }
 
 TEST(SMCReadKeyByIndex, PassesTheStatusOfAFailedCallOn) {
@@ -156,7 +194,7 @@ TEST(SMCReadKeyByIndex, PassesTheStatusOfAFailedCallOn) {
 }
 
 TEST(SMCReadKeyByIndex, ReadsAKeyThatNoTextCanName) {
-  platform::RecordedSMCKey key = smcKey("T\0\0x", "ui8 ", {9});
+  platform::RecordedSMCKey key = smcKey(std::string_view("T\0\0x", 4), "ui8 ", {9});
   ForwardingSMC& smc = installSMC({key});
   ASSERT_EQ(SMCOpen(), 0U);
   SMCValueRecord value;
@@ -181,7 +219,7 @@ TEST(SMCWriteKey, ReadsTheKeyAndThenWritesItsBytes) {
   EXPECT_THAT(commands(smc), ElementsAre(9, 5, 6));
   const auto writes = dynamic_cast<platform::RecordedSMC&>(smc.behind()).writes();
   ASSERT_EQ(writes.size(), 1U);
-  EXPECT_EQ(writes[0].key, packedKey("F0Tg"));
+  EXPECT_EQ(writes[0].key, SMCPackedKey("F0Tg"));
   EXPECT_THAT(writes[0].bytes, ElementsAre(std::byte{0x0f}, std::byte{0xa0}));
 }
 
@@ -192,6 +230,23 @@ TEST(SMCWriteKey, OfAnotherSizeThanTheKeysIsRefusedWithoutAWriteCommand) {
     EXPECT_EQ(SMCWriteKey(fanTarget(size)), 0xe00002bc);
     EXPECT_EQ(smc.count(6), 0) << size;
   }
+}
+
+TEST(SMCWriteKey, DoesNotExamineTheResultByte) {
+  ForwardingSMC& smc = installSMC({smcKey("F0Tg", "fpe2", {0, 0})});
+  ASSERT_EQ(SMCOpen(), 0U);
+  smc.setOverride(
+      [](const SMCCallRecord& call, ForwardingSMC::Output output) -> std::optional<KernelStatus> {
+        if (call.command != SMCCommandWriteBytes) {
+          return std::nullopt;
+        }
+        SMCParamRecord reply;
+        reply.result = SMCResultWrongSize;
+        std::memcpy(output.data(), &reply, sizeof reply);
+        return 0;
+      });
+  EXPECT_EQ(SMCWriteKey(fanTarget(2)), 0U);
+  EXPECT_EQ(smc.count(SMCCommandWriteBytes), 1);
 }
 
 TEST(SMCWriteKey, PassesTheStatusesOfItsReadAndOfItsWriteOn) {

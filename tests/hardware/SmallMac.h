@@ -12,7 +12,7 @@
 
 namespace kelvora::testing {
 
-/// A delegate that keeps what it is told.
+/// A delegate that keeps the messages it receives.
 class Messages : public SMCWrapperDelegate {
  public:
   void smcReadValueFailedWithError(const std::string& message) override { all.push_back(message); }

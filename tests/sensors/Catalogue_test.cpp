@@ -184,7 +184,7 @@ TEST(Catalogue, APatternHasANameWithANumber) {
   }
 }
 
-TEST(Catalogue, TheFirstLetterOfAnSMCKeyTellsItsType) {
+TEST(Catalogue, TheFirstLetterOfAnSMCKeyDeterminesItsType) {
   const std::map<char, std::uint64_t> types = {{'T', SensorTypeTemperature},
                                                {'V', SensorTypeVoltage},
                                                {'I', SensorTypeCurrent},

@@ -7,10 +7,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "hardware/RawReading.h"
-#include "sensors/GroupOrder.h"
-#include "sensors/SensorNaming.h"
-
 namespace kelvora {
 namespace {
 
@@ -72,7 +68,7 @@ TEST(ComputedSensors, OnlyFlaggedTemperaturesOfTheGroupCount) {
                   .empty());
 }
 
-TEST(ComputedSensors, ARecordThatStandsTwiceCountsTwice) {
+TEST(ComputedSensors, ARecordThatIsInTheListTwiceCountsTwice) {
   const SensorPtr twice = core(30);
   EXPECT_EQ(computedValue("AverageCPU", SensorTypeTemperature, {twice, core(60), twice}), 40);
 }
@@ -122,7 +118,7 @@ TEST(ComputedSensors, OfTwoStoppedFansTheFirstIsTheFastest) {
   EXPECT_FALSE(fastest.average);
 }
 
-TEST(ComputedSensors, TheFirstFanStandsWhateverItsSpeedUntilAFasterOneComes) {
+TEST(ComputedSensors, TheFirstFanIsTheFastestWhateverItsSpeedUntilAFasterOneComes) {
   EXPECT_EQ(computedSensors({fan("0", -5), fan("1", -7)}).at(0)->value, -5);
   EXPECT_EQ(computedSensors({fan("0", 10), fan("1", 20), fan("2", 15)}).at(0)->value, 20);
   EXPECT_EQ(computedValue("FastestFan", SensorTypeFan, {fan("0", -5), fan("1", -7)}), 0);
@@ -142,39 +138,6 @@ TEST(ComputedSensors, AnyOtherKeyOrTypeIsZero) {
   EXPECT_EQ(computedValue("averagecpu", SensorTypeTemperature, reading), 0);
   EXPECT_EQ(computedValue("AverageCPU", SensorTypePower, reading), 0);
   EXPECT_EQ(computedValue("", SensorTypeFan, reading), 0);
-}
-
-TEST(ComputedSensors, AReadingWithoutRecordsGetsThemAsFurtherSensors) {
-  const SensorPtr core =
-      Sensor::instanceWithKey("TC0P", "TC0P", "TC0P", 0, 0, 110, 0, 0, 511, 0, false);
-  RawReading raw;
-  raw.add({&core->key, core.get(), 40});
-  raw.add({&core->key, core.get(), 50});
-  std::vector<NamedSensor> reading = {
-      {.raw = 1, .entry = 7, .average = true, .group = SensorGroupGPU},
-      {.raw = 0, .group = SensorGroupCPU},
-  };
-  addComputedSensors(raw, reading);
-  ASSERT_EQ(reading.size(), 4U);
-  EXPECT_EQ(reading[2].raw, 2U);
-  EXPECT_EQ(reading[2].entry, NamedSensor::kNoEntry);
-  EXPECT_EQ(reading[2].group, SensorGroupGPU);
-  EXPECT_EQ(*raw.sensors()[2].key, "AverageGPU");
-  EXPECT_EQ(raw.sensors()[2].value, 50);
-  EXPECT_EQ(*raw.sensors()[reading[3].raw].key, "HottestGPU");
-}
-
-TEST(GroupOrder, UngroupedSensorsComeAfterEveryGroupAndOthersKeepTheirOrder) {
-  std::vector<NamedSensor> sensors;
-  for (const std::uint64_t group : {0, 4, 1, 11, 0, 4, 1}) {
-    sensors.push_back({.raw = static_cast<std::uint32_t>(sensors.size()), .group = group});
-  }
-  sortByGroup(sensors);
-  std::vector<std::uint32_t> order;
-  for (const NamedSensor& sensor : sensors) {
-    order.push_back(sensor.raw);
-  }
-  EXPECT_THAT(order, ElementsAre(2, 6, 1, 5, 3, 0, 4));
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // One reading of each recorded Mac, against its expected report and against the reference.
-// KELVORA_REWRITE_EXPECTATIONS=1 writes the expected reports anew.
+// KELVORA_REWRITE_EXPECTATIONS=1 rewrites the expected reports.
 
 #include <algorithm>
 #include <cctype>
@@ -80,7 +80,7 @@ TEST_P(Machines, AReadingIsTheExpectedReport) {
   const char* rewrite = std::getenv("KELVORA_REWRITE_EXPECTATIONS");
   if (rewrite != nullptr && std::string(rewrite) == "1") {
     std::ofstream(expectationFile()) << actual;
-    FAIL() << "wrote " << expectationFile() << " anew: look at the difference, then test without "
+    FAIL() << "wrote " << expectationFile() << " again: look at the difference, then test without "
            << "KELVORA_REWRITE_EXPECTATIONS";
   }
   std::ifstream file(expectationFile());

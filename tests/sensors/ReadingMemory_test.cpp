@@ -1,5 +1,6 @@
-// What a reading allocates.
+// What a reading allocates, and what a host keeps with one record of it.
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -10,8 +11,6 @@
 
 #include "KelvoraCore/SensorController.h"
 
-#include "platforms/recorded/RecordedSMC.h"
-#include "ports/Ports.h"
 #include "tests/sensors/SmallMacs.h"
 #include "tests/support/CountedAllocations.h"
 #include "tests/support/RecordedMachines.h"
@@ -20,7 +19,7 @@ namespace kelvora::testing {
 namespace {
 
 // Sensors with names of the catalogue, with numbers in them and without any.
-std::unique_ptr<platform::SMCUserClient> smcOf(int unknownKeys) {
+std::unique_ptr<Platform> macOf(int unknownKeys) {
   std::vector<platform::RecordedSMCKey> keys;
   for (const SensorPtr& known : SensorController::getDefaultSMCSensors()) {
     if (known->type != SensorTypeTemperature) {
@@ -35,7 +34,7 @@ std::unique_ptr<platform::SMCUserClient> smcOf(int unknownKeys) {
   for (int i = 0; i < unknownKeys; ++i) {
     keys.push_back(temperature("T" + std::to_string(100 + i), 40));
   }
-  return std::make_unique<platform::RecordedSMC>(mac(std::move(keys)).smcKeys);
+  return recordedPlatform(mac(std::move(keys)));
 }
 
 struct Reading {
@@ -43,28 +42,36 @@ struct Reading {
   std::size_t allocations;
 };
 
-// The third: the first enumerates, the second may still grow what it uses again.
-Reading laterReading(SensorController& controller) {
-  controller.getAllSensors();
+// The second: the first enumerates the keys.
+Reading laterReading(Platform& platform) {
+  SensorController controller(platform);
   controller.getAllSensors();
   const std::size_t before = allocations();
   const SensorList sensors = controller.getAllSensors();
   return {sensors.size(), allocations() - before};
 }
 
-TEST(ReadingMemory, ALaterReadingAllocatesAHandfulOfListsHoweverManySensors) {
-  Platform& platform = installRecordedPlatform(platform::RecordedMachine{});
-  std::vector<Reading> readings;
-  for (const int unknownKeys : {0, 800}) {
-    platform.ports().smc = smcOf(unknownKeys);
-    SensorController controller(platform);
-    readings.push_back(laterReading(controller));
-  }
-  ASSERT_GT(readings[0].sensors, 100U);
-  ASSERT_GT(readings[1].sensors, readings[0].sensors + 700);
-  EXPECT_GT(readings[0].allocations, 0U) << "nothing is counted";
-  EXPECT_LE(readings[0].allocations, 50U);
-  EXPECT_EQ(readings[1].allocations, readings[0].allocations);
+TEST(ReadingMemory, AFurtherSensorCostsOneAllocation) {
+  constexpr int kFurther = 800;
+  const Reading few = laterReading(*macOf(0));
+  const Reading many = laterReading(*macOf(kFurther));
+  ASSERT_GT(few.sensors, 100U);
+  ASSERT_EQ(many.sensors, few.sensors + kFurther);
+  EXPECT_GE(few.allocations, few.sensors) << "nothing is counted";
+  EXPECT_GE(many.allocations, few.allocations + kFurther);
+  EXPECT_LE(many.allocations, few.allocations + kFurther + 32) << "lists that grow";
+}
+
+TEST(ReadingMemory, ARecordThatAHostKeepsKeepsNoOther) {
+  const auto platform = macOf(10);
+  SensorController controller(*platform);
+  SensorList reading = controller.getAllSensors();
+  const SensorPtr kept = reading[reading.size() / 2];
+  std::vector<std::weak_ptr<Sensor>> all(reading.begin(), reading.end());
+  reading.clear();
+  const auto alive = std::ranges::count_if(all, [](const auto& each) { return !each.expired(); });
+  EXPECT_EQ(alive, 1);
+  EXPECT_EQ(kept.use_count(), 1);
 }
 
 }  // namespace

@@ -5,11 +5,11 @@
 
 #include "KelvoraCore/Sensor.h"
 
-/// How a reading comes about, written down scan by scan and as slowly as that is, to check the
-/// library's indexed way against. Shares nothing with it but the record.
+/// A reading written down scan by scan, slowly, to check the library's look-up table against. It
+/// shares nothing with the library but the record.
 namespace kelvora::reference {
 
-/// Names the records of `raw` in place; answers those that belong to the reading.
+/// Names the records of `raw` in place; returns those that belong to the reading.
 SensorList nameSensors(const SensorList& catalogue, const SensorList& raw);
 
 double computedValue(const std::string& key, std::uint64_t type, const SensorList& sensors);

@@ -69,7 +69,7 @@ class FailingSMC : public ::testing::Test {
     controller.getAllSensors();
     smc_.setOverride([](const SMCCallRecord& call,
                         std::span<std::byte>) -> std::optional<platform::KernelStatus> {
-      if (call.key == packedKey("TC0P")) {
+      if (call.key == SMCPackedKey("TC0P")) {
         return platform::kIOReturnError;
       }
       return std::nullopt;

@@ -136,7 +136,7 @@ TEST(SensorController, ReadsEachKeyOfASmallSMCWithOneCallAfterTheFirstReading) {
     EXPECT_EQ(call.command, 5);
     read.push_back(call.key);
   }
-  const auto key = [](const char(&text)[5]) { return packedKey(text); };
+  const auto key = SMCPackedKey;
   EXPECT_THAT(read, ElementsAre(key("FNum"), key("F0ID"), key("F0ID"), key("F0Ac"), key("F0Mn"),
                                 key("F0Mx"), key("TC0P"), key("TB0T"), key("VBAT")));
 }

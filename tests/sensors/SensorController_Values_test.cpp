@@ -22,7 +22,7 @@ TEST(SensorController, LooksUpSMCValuesByKeyAndFansByIndex) {
   SensorController controller(platform);
   EXPECT_EQ(controller.getSensorValueByKey("TC0P", SensorTypeTemperature, SensorSourceSMC, {}), 41);
   EXPECT_EQ(controller.getSensorValueByKey("1", SensorTypeFan, SensorSourceSMC, {}), 2048);
-  // The SMC tells size 0 for a key that it does not have, which is the value 0.
+  // The SMC reports size 0 for a key that it does not have, which is the value 0.
   EXPECT_EQ(controller.getSensorValueByKey("TQQQ", SensorTypeTemperature, SensorSourceSMC, {}), 0);
 }
 

@@ -83,7 +83,7 @@ TEST(SensorController, OnAnM2TheSameKeysAreOtherCores) {
   EXPECT_EQ(find(sensors, "Tp01")->name, "CPU Performance Core 1");
 }
 
-TEST(SensorController, OnAnUnknownFamilyTheWholeCatalogueAppliesAndARecordCanStandTwice) {
+TEST(SensorController, OnAnUnknownFamilyTheWholeCatalogueAppliesAndARecordCanBeListedTwice) {
   Platform& platform =
       installRecordedPlatform(mac({temperature("Tp05", 60), temperature("Tp0T", 30)}, "Apple X9"));
   SensorController controller(platform);
@@ -112,7 +112,7 @@ TEST(SensorController, WithoutADedicatedGPUThePlaceholderVanishes) {
   }
 }
 
-TEST(SensorController, TheDedicatedGPUStandsInTheNames) {
+TEST(SensorController, TheNamesContainTheDedicatedGPU) {
   Platform& platform = installRecordedPlatform("MacBookPro15,1");
   const ZDSystemDevice device(platform);
   SensorController controller(platform, device);
@@ -138,6 +138,52 @@ TEST(SensorController, LoadingTheCatalogueAgainForgetsChangesToIt) {
   controller.loadDefaultSensors();
   EXPECT_EQ(controller.getAllSensors().front()->name, "CPU Proximity");
   EXPECT_EQ(controller.defaultSMCSensors().size(), 174U);
+  EXPECT_EQ(controller.defaultHIDSensors().size(), 11U);
+}
+
+TEST(SensorController, TheArchitectureDecidesWhetherHIDIsReadWhateverTheFamily) {
+  auto unknownFamily = mac({temperature("TC0P", 40)}, "VirtualApple @ 2.50GHz");
+  unknownFamily.architecture = Architecture::kAppleSilicon;
+  unknownFamily.hid = {hidTemperature("PMU tdie1", 30)};
+  const auto virtualMac = recordedPlatform(unknownFamily);
+  SensorController controller(*virtualMac);
+  EXPECT_NE(controller.hid(), nullptr);
+  EXPECT_NE(find(controller.getAllSensors(), "PMU tdie1"), nullptr);
+
+  auto intelBuild = mac({temperature("TC0P", 40)}, "Apple M1");
+  intelBuild.architecture = Architecture::kIntel;
+  intelBuild.hid = {hidTemperature("PMU tdie1", 30)};
+  const auto translated = recordedPlatform(intelBuild);
+  SensorController intelController(*translated);
+  EXPECT_EQ(intelController.hid(), nullptr);
+  EXPECT_EQ(find(intelController.getAllSensors(), "PMU tdie1"), nullptr);
+}
+
+TEST(SensorController, OnIntelAsksTheRegistryForGraphicsAndNothingElse) {
+  const auto platform = recordedPlatform(recordedMachine("MacBookPro15,1"));
+  auto& registry = wrapPort<ForwardingIORegistry>(platform->ports().registry);
+  auto& children = wrapPort<ForwardingChildProcesses>(platform->ports().childProcesses);
+  const SensorController controller(*platform);
+  EXPECT_EQ(controller.dedicatedGPUName(), "AMD Radeon Pro 560X");
+  EXPECT_THAT(registry.classes, ElementsAre("IOPCIDevice"));
+  EXPECT_TRUE(children.requests.empty());
+}
+
+TEST(SensorController, OnAppleSiliconRunsTheSystemProfilerForGraphicsOnly) {
+  const auto platform = recordedPlatform(recordedMachine("Macmini9,1"));
+  auto& children = wrapPort<ForwardingChildProcesses>(platform->ports().childProcesses);
+  const SensorController controller(*platform);
+  ASSERT_EQ(children.requests.size(), 1U);
+  EXPECT_THAT(children.requests[0].arguments, ElementsAre("SPDisplaysDataType", "-json"));
+}
+
+TEST(SensorController, TakesFamilyAndGraphicsFromTheInventoryThatItIsGiven) {
+  const auto intel = recordedPlatform(recordedMachine("MacBookPro15,1"));
+  const ZDSystemDevice device(*intel);
+  const auto other = recordedPlatform(mac({temperature("TG0P", 40)}, "Apple M1"));
+  SensorController controller(*other, device);
+  EXPECT_EQ(controller.defaultSMCSensors().size(), 174U);
+  EXPECT_EQ(find(controller.getAllSensors(), "TG0P")->name, "GPU AMD Proximity");
 }
 
 TEST(SensorController, ThreadsShareOneController) {

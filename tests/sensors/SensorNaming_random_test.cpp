@@ -16,9 +16,7 @@
 #include "KelvoraCore/Sensor.h"
 
 #include "ReferenceNaming.h"
-#include "hardware/RawReading.h"
 #include "sensors/ComputedSensors.h"
-#include "sensors/GroupOrder.h"
 #include "sensors/SensorNaming.h"
 
 namespace kelvora {
@@ -75,7 +73,7 @@ class RandomMachine {
     return result;
   }
 
-  // A key at random, one of the catalogue as it stands, or what its pattern gives for an index that
+  // A key at random, one of the catalogue unchanged, or what its pattern gives for an index that
   // may lie just beyond the last one.
   std::string rawKey() {
     if (keys_.empty() || below(4) == 0) {
@@ -142,22 +140,9 @@ std::string describe(const SensorList& list, const SensorList& raw) {
   return text.str();
 }
 
-// The records of `raw` are at once what was read and what is made of it.
-SensorList namedByTheLibrary(const SensorList& catalogue, const SensorList& raw) {
-  RawReading read;
-  for (const SensorPtr& sensor : raw) {
-    read.add({&sensor->key, sensor.get(), sensor->value});
-  }
-  const SensorNaming naming(catalogue);
-  std::vector<NamedSensor> named = naming.name(read.sensors());
-  addComputedSensors(read, named);
-  sortByGroup(named);
-  SensorList reading;
-  for (const NamedSensor& sensor : named) {
-    reading.push_back(sensor.raw < raw.size() ? raw[sensor.raw] : std::make_shared<Sensor>());
-    naming.copyTo(*reading.back(), read.sensors()[sensor.raw], sensor);
-  }
-  return reading;
+SensorList withComputed(SensorList named, const SensorList& computed) {
+  named.insert(named.end(), computed.begin(), computed.end());
+  return named;
 }
 
 TEST(SensorNamingRandom, NamesLikeTheReferenceOnRandomMachines) {
@@ -169,8 +154,11 @@ TEST(SensorNamingRandom, NamesLikeTheReferenceOnRandomMachines) {
     const SensorList catalogue = machine.catalogue();
     const SensorList raw = machine.raw();
     const SensorList rawOfReference = deepCopy(raw);
-    const SensorList expected = reference::reading(deepCopy(catalogue), rawOfReference);
-    const SensorList reading = namedByTheLibrary(catalogue, raw);
+    const SensorList expectedNames = reference::nameSensors(deepCopy(catalogue), rawOfReference);
+    const SensorList expected =
+        withComputed(expectedNames, reference::computedSensors(expectedNames));
+    const SensorList names = SensorNaming(catalogue).name(raw);
+    const SensorList reading = withComputed(names, computedSensors(names));
     ASSERT_EQ(describe(reading, raw), describe(expected, rawOfReference)) << "seed " << seed;
     ASSERT_EQ(describe(raw, raw), describe(rawOfReference, rawOfReference)) << "seed " << seed;
     sensors += reading.size();

@@ -5,8 +5,7 @@
 #include <string_view>
 
 #include "KelvoraCore/SMC.h"
-
-#include "hardware/SMCText.h"
+#include "KelvoraCore/SMCText.h"
 
 namespace kelvora::tool {
 
@@ -26,14 +25,6 @@ std::uint32_t keyCount() {
   return count > 0 ? static_cast<std::uint32_t>(std::min(count, kMost)) : 0;
 }
 
-std::uint32_t packed(const SMCValueRecord& record) {
-  std::uint32_t key = 0;
-  for (int i = 0; i < 4; ++i) {
-    key = key << 8U | static_cast<unsigned char>(record.key[i]);
-  }
-  return key;
-}
-
 SMCKeyEntry entryOf(std::uint32_t index, const SMCValueRecord& record) {
   SMCKeyEntry entry;
   entry.index = index;
@@ -41,7 +32,7 @@ SMCKeyEntry entryOf(std::uint32_t index, const SMCValueRecord& record) {
   entry.type = textFromSMC(std::string_view(record.dataType, 4));
   entry.size = record.dataSize;
   SMCKeyInfo info;
-  if (SMCGetKeyInfo(packed(record), &info) == 0) {
+  if (SMCGetKeyInfo(SMCPackedKey({record.key, 4}), &info) == 0) {
     entry.attributes = info.dataAttributes;
   }
   entry.bytes.assign(record.bytes,
