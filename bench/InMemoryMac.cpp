@@ -1,7 +1,6 @@
 #include "InMemoryMac.h"
 
 #include <cstring>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -11,6 +10,7 @@
 #include "KelvoraCore/SensorController.h"
 
 #include "platforms/recorded/RecordedPlatform.h"
+#include "platforms/recorded/RecordedSMC.h"
 
 namespace kelvora::bench {
 
@@ -20,19 +20,11 @@ constexpr int kSensorsPerPattern = 8;
 constexpr std::string_view kCharacters =
     "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 
-std::uint32_t packed(std::string_view text) {
-  std::uint32_t code = 0;
-  for (const char character : text) {
-    code = code << 8 | static_cast<unsigned char>(character);
-  }
-  return code;
-}
-
 platform::RecordedSMCKey recorded(std::string_view key, std::string_view type,
                                   std::initializer_list<unsigned> bytes) {
   platform::RecordedSMCKey result;
-  result.key = packed(key);
-  result.type = packed(type);
+  result.key = SMCPackedKey(key);
+  result.type = SMCPackedKey(type);
   for (const unsigned byte : bytes) {
     result.bytes.push_back(static_cast<std::byte>(byte));
   }
@@ -109,33 +101,6 @@ std::vector<platform::RecordedSMCKey> fanKeys(char fan) {
           recorded(key("Mx"), "fpe2", {0x60, 0xe0})};
 }
 
-// Forwards to a recorded SMC and keeps what it is asked.
-class CallRecorder : public platform::RecordedSMC {
- public:
-  explicit CallRecorder(const std::vector<platform::RecordedSMCKey>& keys) : RecordedSMC(keys) {
-    for (const platform::RecordedSMCKey& key : keys) {
-      types_[key.key] = key.type;
-    }
-  }
-
-  platform::KernelStatus callStructMethod(platform::IOObject connection, std::uint32_t selector,
-                                          std::span<const std::byte> input,
-                                          std::span<std::byte> output) override {
-    Call call;
-    std::memcpy(&call.request, input.data(), sizeof call.request);
-    call.dataType = types_[call.request.key];
-    calls.push_back(call);
-    return RecordedSMC::callStructMethod(connection, selector, input, output);
-  }
-
-  std::vector<Call> calls;
-
- private:
-  std::map<std::uint32_t, std::uint32_t> types_;
-};
-
-}  // namespace
-
 std::vector<platform::RecordedSMCKey> smcKeys(std::size_t sensorKeys) {
   std::vector<platform::RecordedSMCKey> keys;
   const std::size_t count = 2 + 2 * fanKeys('0').size() + sensorKeys;
@@ -155,38 +120,43 @@ std::vector<platform::RecordedSMCKey> smcKeys(std::size_t sensorKeys) {
   return keys;
 }
 
-Platform& currentPlatform() {
-  static Platform& installed = []() -> Platform& {
-    platform::RecordedMachine machine;
-    machine.title = "Mac in memory";
-    for (const char character : std::string_view("Intel(R) Core(TM) i7\0", 21)) {
-      machine.sysctl["machdep.cpu.brand_string"].push_back(static_cast<std::byte>(character));
-    }
-    Platform::install(platform::makeRecordedPlatform(std::move(machine)));
-    return Platform::current();
-  }();
-  return installed;
+// A recorded SMC that keeps the requests it receives.
+class CallRecorder : public platform::RecordedSMC {
+ public:
+  using RecordedSMC::RecordedSMC;
+
+  platform::KernelStatus callStructMethod(platform::IOObject connection, std::uint32_t selector,
+                                          std::span<const std::byte> input,
+                                          std::span<std::byte> output) override {
+    std::memcpy(&requests.emplace_back(), input.data(), sizeof(SMCParamRecord));
+    return RecordedSMC::callStructMethod(connection, selector, input, output);
+  }
+
+  std::vector<SMCParamRecord> requests;
+};
+
+}  // namespace
+
+std::unique_ptr<Platform> macInMemory(std::size_t sensorKeys) {
+  platform::RecordedMachine machine;
+  machine.title = "Mac in memory";
+  for (const char character : std::string_view("Intel(R) Core(TM) i7\0", 21)) {
+    machine.sysctl["machdep.cpu.brand_string"].push_back(static_cast<std::byte>(character));
+  }
+  machine.smcKeys = smcKeys(sensorKeys);
+  return platform::makeRecordedPlatform(std::move(machine));
 }
 
-const ZDSystemDevice& device() {
-  static const ZDSystemDevice device(currentPlatform());
-  return device;
-}
-
-platform::SMCUserClient& installSMC(std::unique_ptr<platform::SMCUserClient> smc) {
-  currentPlatform().ports().smc = std::move(smc);
-  return currentPlatform().smc();
-}
-
-std::vector<Call> callsOfAReading(std::size_t sensorKeys) {
+std::vector<SMCParamRecord> callsOfAReading(std::size_t sensorKeys) {
+  const std::unique_ptr<Platform> mac = macInMemory(sensorKeys);
   auto recorder = std::make_unique<CallRecorder>(smcKeys(sensorKeys));
   CallRecorder& recorded = *recorder;
-  installSMC(std::move(recorder));
-  SensorController controller(currentPlatform(), device());
+  mac->ports().smc = std::move(recorder);
+  SensorController controller(*mac);
   controller.getAllSensors();
-  recorded.calls.clear();
+  recorded.requests.clear();
   controller.getAllSensors();
-  return recorded.calls;
+  return recorded.requests;
 }
 
 }  // namespace kelvora::bench

@@ -35,7 +35,7 @@ double RatioReporter::median(const std::string& benchmark) const {
 
 void RatioReporter::Finalize() {
   std::ostream& out = GetOutputStream();
-  out << "\nRatios of medians\n" << std::fixed << std::setprecision(2);
+  out << "\nRatios of medians\n" << std::fixed << std::setprecision(3);
   for (const Goal& goal : goals_) {
     const double yardstick = median(goal.yardstick);
     if (yardstick == 0 || median(goal.benchmark) == 0) {
