@@ -185,7 +185,9 @@ TEST(SMCConvertStringToNumber, ExtendsTheSignOfEachByteForBase16Only) {
   const std::uint8_t bytes[] = {0xff, 0x01};
   EXPECT_EQ(SMCConvertStringToNumber(bytes, 2, 10), 65281U);
   EXPECT_EQ(SMCConvertStringToNumber(bytes, 2, 16), 4294967041U);
-  EXPECT_EQ(SMCConvertStringToNumber(bytes, 2, 0), 65281U);
+  for (const int base : {-16, 0, 2, 15, 17, 32, 116}) {
+    EXPECT_EQ(SMCConvertStringToNumber(bytes, 2, base), 65281U) << base;
+  }
   const std::uint8_t last[] = {0x01, 0xff};
   EXPECT_EQ(SMCConvertStringToNumber(last, 2, 16), 255U) << "256 - 1";
 }
