@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <string_view>
 
 #include "KelvoraCore/SMC.h"
 
@@ -9,9 +8,13 @@
 
 namespace kelvora {
 
-using namespace std::string_view_literals;
-
 namespace {
+
+constexpr std::uint32_t kTypeUI8 = SMCPackedKey("ui8 ");
+constexpr std::uint32_t kTypeUI16 = SMCPackedKey("ui16");
+constexpr std::uint32_t kTypeUI32 = SMCPackedKey("ui32");
+constexpr std::uint32_t kTypeSI8 = SMCPackedKey("si8 ");
+constexpr std::uint32_t kTypeFloat = SMCPackedKey("flt ");
 
 constexpr float kUnknown = -1.0F;
 
@@ -27,27 +30,30 @@ float wordToNumber(std::uint32_t type, std::uint16_t word) {
 
 }  // namespace
 
+// A packed type has no fifth byte: a record's must be the NUL that ends the text.
 float SMCConvertValueToNumber(SMCValueRecord value) {
   if (value.dataSize == 0) {
     return 0.0F;
   }
-  const std::string_view type(value.dataType, sizeof value.dataType);
-  if (type == "ui8 \0"sv || type == "ui16\0"sv || type == "ui32\0"sv) {
+  if (value.dataType[4] != '\0') {
+    return kUnknown;
+  }
+  const std::uint32_t type = SMCPackedKey({value.dataType, 4});
+  if (type == kTypeUI8 || type == kTypeUI16 || type == kTypeUI32) {
     const auto size = std::min<std::uint32_t>(value.dataSize, sizeof value.bytes);
     return static_cast<float>(
         SMCConvertStringToNumber(value.bytes, static_cast<std::int32_t>(size), 10));
   }
-  if (value.dataSize == 4 && type == "flt \0"sv) {
+  if (value.dataSize == 4 && type == kTypeFloat) {
     float number = 0;
     std::memcpy(&number, value.bytes, sizeof number);
     return number;
   }
-  if (value.dataSize == 1 && type == "si8 \0"sv) {
+  if (value.dataSize == 1 && type == kTypeSI8) {
     return static_cast<float>(static_cast<std::int8_t>(value.bytes[0]));
   }
-  if (value.dataSize == 2 && type.back() == '\0') {
-    return wordToNumber(SMCPackedKey(type),
-                        static_cast<std::uint16_t>(value.bytes[0] << 8 | value.bytes[1]));
+  if (value.dataSize == 2) {
+    return wordToNumber(type, static_cast<std::uint16_t>(value.bytes[0] << 8 | value.bytes[1]));
   }
   return kUnknown;
 }

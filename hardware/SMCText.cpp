@@ -1,5 +1,6 @@
 #include "KelvoraCore/SMCText.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "KelvoraCore/SMCRecords.h"
@@ -11,6 +12,8 @@ namespace kelvora {
 namespace {
 
 constexpr std::size_t kMostBytes = 16;  // four characters of at most four bytes
+
+bool isASCII(char character) { return static_cast<unsigned char>(character) < 0x80; }
 
 }  // namespace
 
@@ -34,6 +37,9 @@ std::string textFromSMC(std::string_view bytes) {
 // Well-formed UTF-8 has the characters up to U+00FF as the lead bytes 0xc2 and 0xc3 with one more
 // byte; those above have higher lead bytes.
 std::uint32_t packedKeyFromText(std::string_view text) {
+  if (std::ranges::all_of(text.substr(0, 4), isASCII)) {
+    return SMCPackedKey(text);  // nearly every key
+  }
   std::string key;
   unsigned lead = 0;
   for (const char character : validUTF8(text.substr(0, kMostBytes))) {

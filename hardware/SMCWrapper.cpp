@@ -126,6 +126,7 @@ SensorList SMCWrapper::getAllSensors() {
   getAllSensorKeys();
   // A delegate that receives a failure may replace the list: this reading keeps its own.
   const auto keys = sensorKeys_;
+  sensors.reserve(sensors.size() + keys->size());
   for (const std::string& key : *keys) {
     const KeyKind* const kind = kindOfKey(key);
     if (kind == nullptr) {

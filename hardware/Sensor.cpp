@@ -8,9 +8,19 @@ SensorPtr Sensor::instanceWithKey(std::string key, std::string name, std::string
                                   double value, double minLimitValue, double maxLimitValue,
                                   std::uint64_t type, std::uint64_t group, std::uint64_t platform,
                                   std::uint64_t sourceType, bool average) {
-  return std::make_shared<Sensor>(Sensor{std::move(key), std::move(name), std::move(fullName),
-                                         value, minLimitValue, maxLimitValue, type, group, platform,
-                                         sourceType, average});
+  auto sensor = std::make_shared<Sensor>();
+  sensor->key = std::move(key);
+  sensor->name = std::move(name);
+  sensor->fullName = std::move(fullName);
+  sensor->value = value;
+  sensor->minLimitValue = minLimitValue;
+  sensor->maxLimitValue = maxLimitValue;
+  sensor->type = type;
+  sensor->group = group;
+  sensor->platform = platform;
+  sensor->sourceType = sourceType;
+  sensor->average = average;
+  return sensor;
 }
 
 SensorPtr Sensor::instanceWithKey(std::string key, std::string name, std::uint64_t type,

@@ -11,7 +11,7 @@ namespace kelvora {
 /// A sensor that some Mac is known to have.
 struct CatalogueEntry {
   std::string_view key;  ///< "TC0P", a pattern ("TC%C") or a HID product name ("gas gauge battery")
-  std::string_view name;  ///< "CPU Proximity"; "%" stands for the running number
+  std::string_view name;  ///< "CPU Proximity"; the running number replaces "%"
 };
 
 /// Neighbouring entries of the catalogue that have all but key and name in common.

@@ -33,8 +33,8 @@ void append(SensorList& list, const SensorList& more) {
 }
 
 // Sensors without a group come last.
-std::uint64_t rank(const SensorPtr& sensor) {
-  return sensor->group == SensorGroupNone ? UINT64_MAX : sensor->group;
+std::uint64_t rank(const Sensor& sensor) {
+  return sensor.group == SensorGroupNone ? UINT64_MAX : sensor.group;
 }
 
 std::optional<std::string> unlessEmpty(const std::optional<std::string>& text) {
@@ -124,7 +124,7 @@ SensorList SensorController::getAllSensors() {
   }
   SensorList reading = naming_->name(raw);
   append(reading, buildComputedSensorsInSensors(reading));
-  std::ranges::stable_sort(reading, {}, rank);
+  std::ranges::stable_sort(reading, {}, [](const SensorPtr& sensor) { return rank(*sensor); });
   return reading;
 }
 

@@ -1,6 +1,7 @@
 #include "sensors/SensorNaming.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace kelvora {
@@ -61,7 +62,7 @@ SensorList SensorNaming::name(const SensorList& raw) const {
   named.reserve(raw.size());
   appendExact(sorted.byEntry, named);
   appendPatternHits(std::move(sorted.patternHits), named);
-  named.insert(named.end(), sorted.unknown.begin(), sorted.unknown.end());
+  std::ranges::move(sorted.unknown, std::back_inserter(named));
   return named;
 }
 

@@ -27,7 +27,7 @@ class SensorNaming {
   SensorList name(const SensorList& raw) const;
 
  private:
-  // A position of the catalogue and the index that the "%" of its key stands for.
+  // A position of the catalogue and the index that replaces the "%" of its key.
   struct Pattern {
     std::size_t entry;
     int index;
