@@ -83,6 +83,37 @@ std::vector<ManagedValue> EntityDescription::defaultValues() const {
   return values;
 }
 
+std::string recentIndexName(const EntityDescription& entity) { return entity.name + "__recent"; }
+
+std::string indexName(const EntityDescription& entity, const Index& index) {
+  std::string name = entity.name;
+  for (const std::size_t column : index.columns) {
+    if (entity.columns[column].kind != ColumnKind::kOrder) {
+      name += "_" + entity.columns[column].name;
+    }
+  }
+  return name;
+}
+
+std::vector<Index> allIndexes(const EntityDescription& entity) {
+  std::vector<Index> indexes = entity.indexes;
+  for (std::size_t i = 0; i < entity.columns.size(); ++i) {
+    const Column& column = entity.columns[i];
+    const bool covered = std::any_of(indexes.begin(), indexes.end(), [i](const Index& index) {
+      return index.columns.front() == i;
+    });
+    if (column.kind == ColumnKind::kToOne && !covered) {
+      Index index;
+      index.columns.push_back(i);
+      if (column.orderColumn) {
+        index.columns.push_back(*column.orderColumn);
+      }
+      indexes.push_back(index);
+    }
+  }
+  return indexes;
+}
+
 ManagedObjectModel::ManagedObjectModel(std::vector<EntityDescription> entities)
     : entities_(std::move(entities)) {}
 

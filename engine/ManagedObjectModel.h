@@ -1,11 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "KelvoraCore/ManagedValue.h"
@@ -21,6 +22,17 @@ enum class AttributeType : std::uint8_t {
   kInt64,
   kBoolean,
 };
+
+/// By the names that a model file uses.
+inline constexpr std::array<std::pair<std::string_view, AttributeType>, 7> kAttributeTypeNames{{
+    {"String", AttributeType::kString},
+    {"Date", AttributeType::kDate},
+    {"Binary", AttributeType::kBinary},
+    {"Double", AttributeType::kDouble},
+    {"Int16", AttributeType::kInt16},
+    {"Int64", AttributeType::kInt64},
+    {"Boolean", AttributeType::kBoolean},
+}};
 
 enum class DeleteRule : std::uint8_t { kNullify, kCascade };
 
@@ -69,13 +81,22 @@ class EntityDescription {
 
   std::optional<std::size_t> columnNamed(std::string_view name) const;
   std::optional<std::size_t> toManyNamed(std::string_view name) const;
-  /// The index in batches, of which an entity has at most one; null when it has none.
+  /// The index in batches; null when there is none. An entity has at most one.
   const Index* batchedIndex() const;
   std::vector<ManagedValue> defaultValues() const;
 
   /// Column of each name that the entity's class registered with; filled when classes are bound.
   std::vector<std::optional<std::size_t>> classColumns;
 };
+
+/// The indexes of an entity's table: those of the model, and one for each to-one relationship
+/// without.
+std::vector<Index> allIndexes(const EntityDescription& entity);
+/// Name of an index in the file, e.g. "Sensor_key".
+std::string indexName(const EntityDescription& entity, const Index& index);
+/// Name of the index that lists the rows of an entity that are not yet entered in its batched
+/// index.
+std::string recentIndexName(const EntityDescription& entity);
 
 /// The entities of a store. Immutable once it is in use; any thread.
 class ManagedObjectModel {
@@ -84,15 +105,15 @@ class ManagedObjectModel {
   const std::vector<EntityDescription>& entities() const { return entities_; }
   std::vector<EntityDescription>& entities() { return entities_; }
   const EntityDescription& entity(std::size_t number) const { return entities_[number]; }
-  /// Null when there is none.
+  /// Null when there is no such entity.
   const EntityDescription* entityNamed(std::string_view name) const;
 
  private:
   std::vector<EntityDescription> entities_;
 };
 
-/// Whether a file written with `older` opens with `newer`: everything stored has the same name and
-/// type there. Defaults, optionality, delete rules and indexes may differ.
+/// Whether a file that was written with `older` opens with `newer`: every stored property has the
+/// same name and type there. Defaults, optionality, delete rules and indexes may differ.
 bool isAdditiveChange(const ManagedObjectModel& older, const ManagedObjectModel& newer);
 
 /// The value as an attribute of a type holds it: nil for any, whole numbers for Double too, 0 and 1

@@ -1,7 +1,8 @@
 #include "engine/ModelFile.h"
 
-#include <array>
+#include <algorithm>
 #include <fstream>
+#include <limits>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -15,36 +16,17 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::array<std::pair<std::string_view, AttributeType>, 7> kTypeNames{{
-    {"String", AttributeType::kString},
-    {"Date", AttributeType::kDate},
-    {"Binary", AttributeType::kBinary},
-    {"Double", AttributeType::kDouble},
-    {"Int16", AttributeType::kInt16},
-    {"Int64", AttributeType::kInt64},
-    {"Boolean", AttributeType::kBoolean},
-}};
-
 constexpr std::size_t kMostColumns = 64;
 
 [[noreturn]] void refuse(const std::string& what) { throw std::runtime_error(what); }
 
 AttributeType typeNamed(const std::string& name) {
-  for (const auto& [known, type] : kTypeNames) {
+  for (const auto& [known, type] : kAttributeTypeNames) {
     if (known == name) {
       return type;
     }
   }
   refuse("unknown attribute type \"" + name + "\"");
-}
-
-std::string nameOf(AttributeType type) {
-  for (const auto& [name, known] : kTypeNames) {
-    if (known == type) {
-      return std::string(name);
-    }
-  }
-  return {};
 }
 
 DeleteRule ruleNamed(const std::string& name) {
@@ -57,16 +39,54 @@ DeleteRule ruleNamed(const std::string& name) {
   return DeleteRule::kNullify;
 }
 
-// Names become SQL identifiers and key paths; a leading underscore is the engine's own.
+// A member that is a list; empty when it is absent.
+const Json& listIn(const Json& item, const char* key) {
+  static const Json kNone = Json::array();
+  const auto found = item.find(key);
+  if (found != item.end() && !found->is_array()) {
+    refuse("\"" + std::string(key) + "\" is not a list");
+  }
+  return found == item.end() ? kNone : *found;
+}
+
+// As SQLite compares names.
+std::string lowerCase(std::string name) {
+  std::transform(name.begin(), name.end(), name.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return name;
+}
+
+// Names become SQL identifiers and key paths; a leading underscore is the engine's own, and
+// "sqlite_" that of SQLite.
 std::string checkedName(const Json& item) {
   auto name = item.at("name").get<std::string>();
   const bool plain = !name.empty() && name.find_first_not_of(
                                           "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
                                           "0123456789_") == std::string::npos;
-  if (!plain || name[0] == '_' || (name[0] >= '0' && name[0] <= '9')) {
+  if (!plain || name[0] == '_' || (name[0] >= '0' && name[0] <= '9') ||
+      lowerCase(name).starts_with("sqlite_")) {
     refuse("not a name: \"" + name + "\"");
   }
   return name;
+}
+
+ManagedValue valueOf(const Json& json) {
+  if (json.is_boolean()) {
+    return json.get<bool>();
+  }
+  if (json.is_number()) {
+    // A whole number beyond the widest attribute is a decimal one, which only Double takes.
+    const bool beyond = json.is_number_unsigned() &&
+                        json.get<std::uint64_t>() > std::numeric_limits<std::int64_t>::max();
+    return json.is_number_integer() && !beyond ? ManagedValue(json.get<std::int64_t>())
+                                               : ManagedValue(json.get<double>());
+  }
+  auto text = json.get<std::string>();
+  if (text.find('\0') != std::string::npos) {
+    refuse("a default with a zero byte");
+  }
+  return text;
 }
 
 ManagedValue defaultOf(const Json& attribute, AttributeType type) {
@@ -74,17 +94,7 @@ ManagedValue defaultOf(const Json& attribute, AttributeType type) {
   if (found == attribute.end() || found->is_null()) {
     return {};
   }
-  ManagedValue value;
-  if (found->is_boolean()) {
-    value = found->get<bool>();
-  } else if (found->is_number_integer()) {
-    value = found->get<std::int64_t>();
-  } else if (found->is_number()) {
-    value = found->get<double>();
-  } else {
-    value = found->get<std::string>();
-  }
-  auto typed = valueOfType(type, std::move(value));
+  auto typed = valueOfType(type, valueOf(*found));
   if (!typed) {
     refuse("the default of \"" + attribute.at("name").get<std::string>() + "\" is of another type");
   }
@@ -196,132 +206,120 @@ void addToMany(Draft& draft, std::size_t entity) {
   }
 }
 
+std::size_t batchRowsOf(const Json& item) {
+  constexpr std::size_t kMostRows = 1000000000;
+  const auto found = item.find("batchRows");
+  if (found == item.end()) {
+    return 0;
+  }
+  if (!found->is_number_unsigned() || found->get<std::size_t>() > kMostRows) {
+    refuse("\"batchRows\" is not a number of rows");
+  }
+  return found->get<std::size_t>();
+}
+
 Index indexFrom(const EntityDescription& entity, const Json& item) {
   Index index;
-  const Json& names = item.is_object() ? item.at("columns") : item;
-  for (const Json& name : names) {
-    const auto column = entity.columnNamed(name.get<std::string>());
-    if (!column) {
-      refuse("no property \"" + name.get<std::string>() + "\" to index");
+  for (const Json& element : item.is_array() ? item : listIn(item, "columns")) {
+    const auto name = element.get<std::string>();
+    const auto column = entity.columnNamed(name);
+    if (!column || entity.columns[*column].kind == ColumnKind::kOrder) {
+      refuse("no property \"" + name + "\" to index");
     }
     index.columns.push_back(*column);
     if (const auto order = entity.columns[*column].orderColumn) {
       index.columns.push_back(*order);
     }
   }
-  index.batchRows = item.is_object() ? item.value("batchRows", std::size_t{0}) : 0;
-  if (index.columns.empty() ||
-      (index.batchRows != 0 && entity.columns[index.columns[0]].kind != ColumnKind::kToOne)) {
-    refuse("an index in batches begins with a to-one relationship");
+  index.batchRows = item.is_array() ? 0 : batchRowsOf(item);
+  if (index.columns.empty()) {
+    refuse("an index without columns in \"" + entity.name + "\"");
+  }
+  if (index.batchRows != 0 && (entity.batchedIndex() != nullptr ||
+                               entity.columns[index.columns[0]].kind != ColumnKind::kToOne)) {
+    refuse("one index in batches at most, and it begins with a to-one relationship");
   }
   return index;
 }
 
-void checkNamesDiffer(const Draft& draft) {
-  std::set<std::string> entities;
+// A set of names that refuses one that SQLite takes for another.
+class DistinctNames {
+ public:
+  void add(const std::string& name) {
+    if (!names_.insert(lowerCase(name)).second) {
+      refuse("the name \"" + name + "\" exists twice");
+    }
+  }
+
+ private:
+  std::set<std::string> names_;
+};
+
+void checkPropertyNames(const Draft& draft) {
   for (const EntityDescription& entity : draft.entities) {
-    std::set<std::string> properties;
-    bool differ = entities.insert(entity.name).second;
+    DistinctNames names;
     for (const Column& column : entity.columns) {
-      differ = differ && properties.insert(column.name).second;
+      names.add(column.name);
     }
     for (const Relationship& relationship : draft.relationships[entity.number]) {
-      differ = differ && (!relationship.toMany || properties.insert(relationship.name).second);
-    }
-    if (!differ) {
-      refuse("a name stands twice in or beside \"" + entity.name + "\"");
+      if (relationship.toMany) {
+        names.add(relationship.name);
+      }
     }
   }
 }
 
-std::shared_ptr<ManagedObjectModel> modelFromJson(const Json& json) {
+// Tables and indexes share the names of a file.
+void checkTableNames(const std::vector<EntityDescription>& entities) {
+  DistinctNames names;
+  for (const EntityDescription& entity : entities) {
+    names.add(entity.name);
+    for (const Index& index : allIndexes(entity)) {
+      names.add(indexName(entity, index));
+    }
+    if (entity.batchedIndex() != nullptr) {
+      names.add(recentIndexName(entity));
+    }
+  }
+}
+
+Draft draftFrom(const Json& entities) {
   Draft draft;
-  for (const Json& item : json.at("entities")) {
+  for (const Json& item : entities) {
     EntityDescription entity;
     entity.name = checkedName(item);
     entity.className = item.value("class", entity.name);
     entity.number = draft.entities.size();
-    for (const Json& attribute : item.value("attributes", Json::array())) {
+    for (const Json& attribute : listIn(item, "attributes")) {
       entity.columns.push_back(attributeFrom(attribute));
     }
     draft.relationships.emplace_back();
-    for (const Json& relationship : item.value("relationships", Json::array())) {
+    for (const Json& relationship : listIn(item, "relationships")) {
       draft.relationships.back().push_back(relationshipFrom(relationship));
     }
     draft.entities.push_back(std::move(entity));
   }
+  return draft;
+}
+
+std::shared_ptr<ManagedObjectModel> modelFromJson(const Json& json) {
+  json.at("entities");
+  const Json& items = listIn(json, "entities");
+  Draft draft = draftFrom(items);
   for (std::size_t entity = 0; entity < draft.entities.size(); ++entity) {
     addToOneColumns(draft, entity);
   }
-  checkNamesDiffer(draft);
+  checkPropertyNames(draft);
   for (std::size_t entity = 0; entity < draft.entities.size(); ++entity) {
     addToMany(draft, entity);
   }
-  std::size_t number = 0;
-  for (const Json& item : json.at("entities")) {
-    EntityDescription& entity = draft.entities[number++];
-    for (const Json& index : item.value("indexes", Json::array())) {
+  for (EntityDescription& entity : draft.entities) {
+    for (const Json& index : listIn(items[entity.number], "indexes")) {
       entity.indexes.push_back(indexFrom(entity, index));
     }
   }
+  checkTableNames(draft.entities);
   return std::make_shared<ManagedObjectModel>(std::move(draft.entities));
-}
-
-Json defaultAsJson(const ManagedValue& value) {
-  return std::visit(
-      [](const auto& held) -> Json {
-        using T = std::decay_t<decltype(held)>;
-        if constexpr (std::is_same_v<T, bool> || std::is_same_v<T, std::int64_t> ||
-                      std::is_same_v<T, double> || std::is_same_v<T, std::string>) {
-          return held;
-        } else {
-          return nullptr;
-        }
-      },
-      value);
-}
-
-Json entityAsJson(const ManagedObjectModel& model, const EntityDescription& entity) {
-  Json attributes = Json::array();
-  Json relationships = Json::array();
-  for (const Column& column : entity.columns) {
-    if (column.kind == ColumnKind::kAttribute) {
-      attributes.push_back({{"name", column.name},
-                            {"type", nameOf(column.type)},
-                            {"optional", column.optional},
-                            {"default", defaultAsJson(column.defaultValue)}});
-    } else if (column.kind == ColumnKind::kToOne) {
-      const EntityDescription& destination = model.entity(column.destination);
-      relationships.push_back({{"name", column.name},
-                               {"destination", destination.name},
-                               {"inverse", destination.toMany[column.inverse.value()].name}});
-    }
-  }
-  for (const ToMany& toMany : entity.toMany) {
-    const EntityDescription& destination = model.entity(toMany.destination);
-    relationships.push_back(
-        {{"name", toMany.name},
-         {"destination", destination.name},
-         {"inverse", destination.columns[toMany.inverseColumn].name},
-         {"toMany", true},
-         {"ordered", toMany.ordered},
-         {"deleteRule", toMany.deleteRule == DeleteRule::kCascade ? "cascade" : "nullify"}});
-  }
-  Json indexes = Json::array();
-  for (const Index& index : entity.indexes) {
-    Json names = Json::array();
-    for (const std::size_t column : index.columns) {
-      if (entity.columns[column].kind != ColumnKind::kOrder) {
-        names.push_back(entity.columns[column].name);
-      }
-    }
-    indexes.push_back({{"columns", names}, {"batchRows", index.batchRows}});
-  }
-  return {{"name", entity.name},
-          {"class", entity.className},
-          {"attributes", attributes},
-          {"relationships", relationships},
-          {"indexes", indexes}};
 }
 
 }  // namespace
@@ -345,14 +343,6 @@ std::shared_ptr<ManagedObjectModel> modelFromFile(const std::string& path, std::
     *problem = "cannot read " + path;
   }
   return file ? modelFromText(text.str(), problem) : nullptr;
-}
-
-std::string textFromModel(const ManagedObjectModel& model) {
-  Json entities = Json::array();
-  for (const EntityDescription& entity : model.entities()) {
-    entities.push_back(entityAsJson(model, entity));
-  }
-  return Json{{"entities", entities}}.dump();
 }
 
 }  // namespace kelvora::engine

@@ -14,7 +14,7 @@ namespace kelvora::engine {
 
 namespace {
 
-// "KVos": marks the file as one of this engine, so that no other database is taken for one.
+// "KVos": marks the file as one of this engine, so that no other database is mistaken for one.
 constexpr std::int64_t kApplicationID = 0x4B566F73;
 
 std::string columnType(const Column& column) {
@@ -173,21 +173,37 @@ void writeModel(StoreFile& file, const std::string& text) {
   insert.step();
 }
 
-void checkOpens(const std::string& stored, const ManagedObjectModel& model) {
-  const auto older = modelFromText(stored);
+// The model that wrote the file, if the program's can open it.
+std::shared_ptr<const ManagedObjectModel> olderModel(const std::string& stored,
+                                                     const ManagedObjectModel& model) {
+  auto older = modelFromText(stored);
   if (!older || !isAdditiveChange(*older, model)) {
     throw IncompatibleStore("the file was written with another model");
+  }
+  return older;
+}
+
+// What may have been nil gets its default where it must not be nil any more.
+void fillRequired(StoreFile& file, const EntityDescription& was, const EntityDescription& is) {
+  for (const Column& column : is.columns) {
+    const auto before = was.columnNamed(column.name);
+    const bool hasDefault = !std::holds_alternative<std::monostate>(column.defaultValue);
+    if (before && was.columns[*before].optional && !column.optional && hasDefault) {
+      file.execute("UPDATE " + quoted(is.name) + " SET " + quoted(column.name) + " = " +
+                   literal(column.defaultValue) + " WHERE " + quoted(column.name) + " IS NULL");
+    }
   }
 }
 
 void bringUpToDate(StoreFile& file, const ManagedObjectModel& model, const std::string& text) {
   WriteTransaction transaction(file);
+  std::shared_ptr<const ManagedObjectModel> older;
   if (isEmptyFile(file)) {
     file.execute("PRAGMA application_id=" + std::to_string(kApplicationID));
     file.execute("CREATE TABLE _store (name TEXT PRIMARY KEY, value) WITHOUT ROWID");
     file.execute("CREATE TABLE _counters (name TEXT PRIMARY KEY, value) WITHOUT ROWID");
   } else {
-    checkOpens(storedModel(file), model);
+    older = olderModel(storedModel(file), model);
   }
   for (const EntityDescription& entity : model.entities()) {
     const std::set<std::string> present = columnsOf(file, entity.name);
@@ -195,6 +211,10 @@ void bringUpToDate(StoreFile& file, const ManagedObjectModel& model, const std::
       createTable(file, entity);
     } else {
       addMissingColumns(file, entity, present);
+    }
+    const auto* was = older == nullptr ? nullptr : older->entityNamed(entity.name);
+    if (was != nullptr) {
+      fillRequired(file, *was, entity);
     }
     updateIndexes(file, entity);
   }
@@ -206,37 +226,6 @@ void bringUpToDate(StoreFile& file, const ManagedObjectModel& model, const std::
 
 std::string quoted(const std::string& name) { return "\"" + name + "\""; }
 
-std::string recentIndexName(const EntityDescription& entity) { return entity.name + "__recent"; }
-
-std::string indexName(const EntityDescription& entity, const Index& index) {
-  std::string name = entity.name;
-  for (const std::size_t column : index.columns) {
-    if (entity.columns[column].kind != ColumnKind::kOrder) {
-      name += "_" + entity.columns[column].name;
-    }
-  }
-  return name;
-}
-
-std::vector<Index> allIndexes(const EntityDescription& entity) {
-  std::vector<Index> indexes = entity.indexes;
-  for (std::size_t i = 0; i < entity.columns.size(); ++i) {
-    const Column& column = entity.columns[i];
-    const bool covered = std::any_of(indexes.begin(), indexes.end(), [i](const Index& index) {
-      return index.columns.front() == i;
-    });
-    if (column.kind == ColumnKind::kToOne && !covered) {
-      Index index;
-      index.columns.push_back(i);
-      if (column.orderColumn) {
-        index.columns.push_back(*column.orderColumn);
-      }
-      indexes.push_back(index);
-    }
-  }
-  return indexes;
-}
-
 void prepareSchema(StoreFile& file, const ManagedObjectModel& model) {
   const std::string text = textFromModel(model);
   if (!isEmptyFile(file)) {
@@ -244,7 +233,7 @@ void prepareSchema(StoreFile& file, const ManagedObjectModel& model) {
     if (stored == text) {
       return;
     }
-    checkOpens(stored, model);
+    olderModel(stored, model);
   }
   bringUpToDate(file, model, text);
 }

@@ -9,6 +9,21 @@ std::string entity(const std::string& inside) {
   return R"({"entities": [{"name": "A", )" + inside + "}]}";
 }
 
+// An entity with an ordered relationship to itself.
+std::string related(const std::string& inside) {
+  return entity(R"("attributes": [{"name": "x", "type": "Int16"}], "relationships": [
+      {"name": "many", "destination": "A", "inverse": "one", "toMany": true, "ordered": true},
+      {"name": "one", "destination": "A", "inverse": "many"}], )" +
+                inside);
+}
+
+TEST(ManagedObjectModel, AWholeDefaultBeyondTheWidestIntegerIsADecimalNumber) {
+  const auto model = modelFromText(entity(R"("attributes": [{"name": "x", "type": "Double",
+                                "default": 18446744073709551615}])"));
+  ASSERT_NE(model, nullptr);
+  EXPECT_EQ(model->entity(0).columns[0].defaultValue, ManagedValue(18446744073709551616.0));
+}
+
 TEST(ManagedObjectModel, ATextOfAModelReadsBackAsTheSameModel) {
   const auto model = modelFromFile(KELVORA_TEST_DATA "/../store/Database.momd");
   ASSERT_NE(model, nullptr);
@@ -26,7 +41,7 @@ TEST(ManagedObjectModel, ContradictionsAreRefusedWithWhatIsWrong) {
       {entity(R"("attributes": [{"name": "x\"; DROP", "type": "String"}])"), "not a name"},
       {entity(R"("attributes": [{"name": "x", "type": "Int16", "default": 40000}])"), "default"},
       {entity(R"("attributes": [{"name": "x", "type": "Int16"}, {"name": "x", "type": "Int16"}])"),
-       "stands twice"},
+       "exists twice"},
       {entity(R"("indexes": [["x"]])"), "no property"},
       {entity(R"("relationships": [{"name": "r", "destination": "B", "inverse": "s"}])"),
        "no entity"},
@@ -39,6 +54,34 @@ TEST(ManagedObjectModel, ContradictionsAreRefusedWithWhatIsWrong) {
       {entity(R"("attributes": [{"name": "x", "type": "Int16"}],
                  "indexes": [{"columns": ["x"], "batchRows": 10}])"),
        "in batches"},
+      {entity(R"("attributes": {"a": {"name": "x", "type": "Int16"}})"), "not a list"},
+      {entity(R"("relationships": "r")"), "not a list"},
+      {entity(R"("indexes": {"x": ["x"]})"), "not a list"},
+      {R"({"entities": {"a": {"name": "A"}}})", "not a list"},
+      {entity(R"("attributes": [{"name": "x", "type": "Int16"}], "indexes": [{"columns": "x"}])"),
+       "not a list"},
+      {entity(R"("attributes": [{"name": "x", "type": "Int16"}], "indexes": ["x"])"),
+       "without columns"},
+      {entity(R"("indexes": [[]])"), "without columns"},
+      {related(R"("indexes": [["_one_order"]])"), "no property \"_one_order\""},
+      {related(R"("indexes": [{"columns": ["one"], "batchRows": -1}])"), "number of rows"},
+      {related(R"("indexes": [{"columns": ["one"], "batchRows": 1.5}])"), "number of rows"},
+      {related(R"("indexes": [{"columns": ["one"], "batchRows": 5},
+                              {"columns": ["one", "x"], "batchRows": 5}])"),
+       "one index in batches"},
+      {related(R"("indexes": [["x"], ["x"]])"), "\"A_x\" exists twice"},
+      {R"({"entities": [{"name": "T"}, {"name": "t"}]})", "\"t\" exists twice"},
+      {R"({"entities": [{"name": "A", "attributes": [{"name": "x", "type": "Int16"}],
+                         "indexes": [["x"]]}, {"name": "a_X"}]})",
+       "\"a_X\" exists twice"},
+      {R"({"entities": [{"name": "SQLite_x"}]})", "not a name"},
+      {entity(R"("attributes": [{"name": "x", "type": "Int16"}, {"name": "X", "type": "Int16"}])"),
+       "exists twice"},
+      {entity(R"("attributes": [{"name": "x", "type": "Int64",
+                                 "default": 18446744073709551615}])"),
+       "default"},
+      {entity(R"("attributes": [{"name": "x", "type": "String", "default": "a\u0000b"}])"),
+       "zero byte"},
   };
   for (const auto& [text, expected] : cases) {
     std::string problem;
