@@ -19,7 +19,7 @@ ContextState::Unsaved ContextState::unsaved() const {
       }
     }
   }
-  // Inserted rows in the order of their ids lie one behind the other in the file.
+  // In the order of their ids, new rows are neighbours in the file.
   std::sort(unsaved.objects.begin(), unsaved.objects.end(),
             [](const auto& a, const auto& b) { return a->id_ < b->id_; });
   for (const ManagedObjectPtr& object : unsaved.objects) {
@@ -75,6 +75,12 @@ std::optional<std::string> ContextState::saveToParent() {
   if (all.changes.empty()) {
     return std::nullopt;
   }
+  // Refused here: in the parent it would fail every save, and nobody there could mend it.
+  for (const RowChange& change : all.changes) {
+    if (auto missing = missingValue(change)) {
+      return missing;
+    }
+  }
   bool taken = false;
   parent_->queue().performAndWait([&] {
     taken = !parent_->closed_;
@@ -89,7 +95,7 @@ std::optional<std::string> ContextState::saveToParent() {
   return std::nullopt;
 }
 
-// Deletions last, as in the file: what left an object before it was deleted does not go with it.
+// Deletions last, as in the file: what left an object before its deletion is not deleted with it.
 void ContextState::absorb(const std::vector<RowChange>& changes) {
   for (const RowChange& change : changes) {
     if (change.kind != RowChange::Kind::kDelete) {

@@ -1,25 +1,19 @@
 #include "engine/PersistentStoreCoordinator.h"
 
 #include <exception>
-#include <random>
 #include <stdexcept>
 #include <utility>
 
 #include <SQLiteCpp/Exception.h>
 
-#include "engine/Schema.h"
+#include "engine/StoreOpening.h"
 
 namespace kelvora::engine {
 
 namespace {
 
-// An id is the number of its session in the upper half and a count in the lower one, so that rows
-// that are inserted together lie together.
-constexpr int kSessionShift = 32;
-constexpr std::int64_t kMostIDsOfSession = std::int64_t{1} << kSessionShift;
-
-// What a fetch is but for the values of its arguments. Empty when one is a list, whose length is
-// part of the statement.
+// Identifies a fetch without the values of its arguments. Empty when an argument is a list, whose
+// length is part of the statement.
 std::string planKey(const FetchRequest& request) {
   std::string key;
   const auto add = [&key](std::uint64_t value) {
@@ -79,16 +73,31 @@ ManagedObjectPtr PersistentStoreCoordinator::makeObject(ManagedObject::Origin or
 std::optional<std::string> PersistentStoreCoordinator::addStore(const std::string& path,
                                                                 int busyTimeoutMs) {
   const std::lock_guard lock(mutex_);
+  path_ = path;
+  busyTimeoutMs_ = busyTimeoutMs;
+  open(busyTimeoutMs);
+  return file_ == nullptr ? std::optional(problem_) : std::nullopt;
+}
+
+void PersistentStoreCoordinator::open(int waitMs) {
   try {
-    auto file = std::make_unique<StoreFile>(path, busyTimeoutMs);
-    prepareSchema(*file, *model_);
+    auto file = openStore(path_, *model_, waitMs);
+    file->setBusyTimeout(busyTimeoutMs_);
+    saver_ = std::make_unique<SaveTransaction>(*file, *model_);
     file_ = std::move(file);
-    saver_ = std::make_unique<SaveTransaction>(*file_, *model_);
     noteVersion();
-    return std::nullopt;
   } catch (const std::exception& error) {
-    return error.what();
+    problem_ = error.what();
+    isLocked_ = isLockFailure(error);
   }
+}
+
+// Null when there is no store.
+StoreFile* PersistentStoreCoordinator::openFile() {
+  if (file_ == nullptr && isLocked_) {
+    open(0);
+  }
+  return file_.get();
 }
 
 bool PersistentStoreCoordinator::hasStore() const {
@@ -99,8 +108,8 @@ bool PersistentStoreCoordinator::hasStore() const {
 std::shared_ptr<const PersistentStoreCoordinator::Plan> PersistentStoreCoordinator::makePlan(
     const FetchRequest& request) {
   FetchSQL sql;
-  if (request.predicate == nullptr) {
-    sql = fetchSQL(*model_, *request.entity, nullptr, request.order, request.firstOnly);
+  if (request.predicate == nullptr || request.resolved != nullptr) {
+    sql = fetchSQL(*model_, *request.entity, request.resolved, request.order, request.firstOnly);
   } else {
     const ResolvedPredicate resolved = resolve(*request.predicate, *model_, *request.entity);
     sql = fetchSQL(*model_, *request.entity, &resolved, request.order, request.firstOnly);
@@ -115,7 +124,7 @@ std::shared_ptr<const PersistentStoreCoordinator::Plan> PersistentStoreCoordinat
 std::shared_ptr<const PersistentStoreCoordinator::Plan> PersistentStoreCoordinator::planOf(
     const FetchRequest& request) {
   constexpr std::size_t kMostPlans = 200;
-  const std::string key = planKey(request);
+  const std::string key = request.resolved == nullptr ? planKey(request) : std::string();
   if (key.empty()) {
     return makePlan(request);
   }
@@ -142,7 +151,7 @@ void PersistentStoreCoordinator::run(PreparedStatement& statement, const EntityD
 
 bool PersistentStoreCoordinator::fetch(const FetchRequest& request, const RowVisitor& visit) {
   const std::lock_guard lock(mutex_);
-  if (file_ == nullptr) {
+  if (openFile() == nullptr) {
     return false;
   }
   try {
@@ -170,7 +179,7 @@ PersistentStoreCoordinator::RowResult PersistentStoreCoordinator::visitByID(
     const std::string& sql, const EntityDescription& entity, std::int64_t id,
     const RowVisitor& visit) {
   const std::lock_guard lock(mutex_);
-  if (file_ == nullptr) {
+  if (openFile() == nullptr) {
     return RowResult::kFailed;
   }
   try {
@@ -199,41 +208,17 @@ bool PersistentStoreCoordinator::members(const EntityDescription& entity, std::s
 
 SaveOutcome PersistentStoreCoordinator::save(const std::vector<RowChange>& changes) {
   const std::lock_guard lock(mutex_);
-  if (file_ == nullptr) {
-    throw std::runtime_error("there is no store");
+  if (openFile() == nullptr) {
+    throw std::runtime_error("there is no store: " + problem_);
   }
   SaveOutcome outcome = saver_->run(changes);
   noteVersion();
   return outcome;
 }
 
-// Numbered in the file, so that two processes never share one. Where the file cannot be written
-// now, a number that is never counted up to.
-std::int64_t PersistentStoreCoordinator::newSession() {
-  if (file_ != nullptr) {
-    try {
-      WriteTransaction transaction(*file_);
-      const std::int64_t session = readCounter(*file_, "session") + 1;
-      writeCounter(*file_, "session", session);
-      transaction.commit();
-      noteVersion();
-      return session;
-    } catch (const std::exception&) {
-      // The save will report it.
-    }
-  }
-  constexpr std::int64_t kFirstUncounted = std::int64_t{1} << 30;
-  std::random_device random;
-  return kFirstUncounted + static_cast<std::int64_t>(random() % kFirstUncounted);
-}
-
 std::int64_t PersistentStoreCoordinator::nextObjectID() {
   const std::lock_guard lock(mutex_);
-  if (session_ == 0 || idsOfSession_ + 1 >= kMostIDsOfSession) {
-    session_ = newSession();
-    idsOfSession_ = 0;
-  }
-  return (session_ << kSessionShift) + ++idsOfSession_;
+  return ids_.next(file_.get());
 }
 
 std::uint64_t PersistentStoreCoordinator::version() {
@@ -244,7 +229,7 @@ std::uint64_t PersistentStoreCoordinator::version() {
   try {
     version_.store(file_->currentVersion(), std::memory_order_relaxed);
   } catch (const std::exception&) {
-    // The file cannot be read now: what was read stands.
+    // The file cannot be read now: values that were read stay in use.
   }
   return seenVersion();
 }

@@ -17,6 +17,7 @@
 
 #include "engine/FetchSQL.h"
 #include "engine/ManagedObjectModel.h"
+#include "engine/ObjectIDs.h"
 #include "engine/SaveTransaction.h"
 #include "engine/StoreFile.h"
 
@@ -31,7 +32,7 @@ struct EntityClass {
 /// By the class names of the model; entities whose class is missing get plain ManagedObjects.
 using EntityClasses = std::map<std::string, EntityClass>;
 
-/// The row that a fetch stands on. Valid during the visit only.
+/// The current row of a fetch. Valid during the visit only.
 class RowCursor {
  public:
   RowCursor(const PreparedStatement& statement, const EntityDescription& entity)
@@ -49,12 +50,13 @@ class RowCursor {
 struct FetchRequest {
   const EntityDescription* entity = nullptr;
   const Predicate* predicate = nullptr;
+  const ResolvedPredicate* resolved = nullptr;  ///< instead of `predicate`; without arguments
   std::optional<FetchOrder> order;
   bool firstOnly = false;
 };
 
-/// Owns the model and the store file, and is the only way to the file: every context of a store
-/// reads and saves through it. Any thread; one at a time has the file.
+/// Owns the model and the store file. Every context of a store reads and saves through it. Any
+/// thread; one at a time uses the file.
 class PersistentStoreCoordinator {
  public:
   using RowVisitor = std::function<void(const RowCursor&)>;
@@ -64,18 +66,21 @@ class PersistentStoreCoordinator {
   const ManagedObjectModel& model() const { return *model_; }
   ManagedObjectPtr makeObject(ManagedObject::Origin origin) const;
 
-  /// Opens the file at a path as the store, creating or migrating it. None on success, else what
-  /// is wrong; then there is no store.
+  /// Opens the file at a path as the store, creating or migrating it; waits for other programs'
+  /// locks up to the busy time-out. Returns none on success, else what is wrong; then there is no
+  /// store and every save fails with that reason. Where a lock outlasted the time-out, each later
+  /// access tries once more without waiting.
   std::optional<std::string> addStore(const std::string& path, int busyTimeoutMs);
   bool hasStore() const;
 
-  /// Visits the rows of a fetch in its order. False when there is no store or it fails. The visitor
-  /// runs while the file is held: it must not come back here.
+  /// Visits the rows of a fetch in its order. Returns false when there is no store or it fails. The
+  /// visitor runs under the lock of the coordinator and must not call it.
   bool fetch(const FetchRequest& request, const RowVisitor& visit);
   enum class RowResult : std::uint8_t { kFound, kMissing, kFailed };
-  /// Visits the row of an id.
+  /// Visits the row with an id.
   RowResult row(const EntityDescription& entity, std::int64_t id, const RowVisitor& visit);
-  /// Visits the rows whose to-one column leads to an object, in no order. False when it fails.
+  /// Visits the rows whose to-one column leads to an object, in no order. Returns false when it
+  /// fails.
   bool members(const EntityDescription& entity, std::size_t column, std::int64_t owner,
                const RowVisitor& visit);
 
@@ -83,15 +88,16 @@ class PersistentStoreCoordinator {
   /// is in the file.
   SaveOutcome save(const std::vector<RowChange>& changes);
 
-  /// An id that no other object of this file has or had, also across processes.
+  /// An id that no other object of this file has or had, also across processes. Never waits for
+  /// another program.
   std::int64_t nextObjectID();
 
-  /// Changes with every commit to the file by any process; looks at the file.
+  /// A number that grows with every commit to the file by any process; looks at the file.
   std::uint64_t version();
-  /// The same as of the last access.
+  /// The same number as of the last access.
   std::uint64_t seenVersion() const { return version_.load(std::memory_order_relaxed); }
 
-  /// How often rows were asked of the file so far, for tests.
+  /// How many statements have read rows so far, for tests.
   std::uint64_t reads() const { return reads_.load(std::memory_order_relaxed); }
 
  private:
@@ -107,7 +113,8 @@ class PersistentStoreCoordinator {
   void run(PreparedStatement& statement, const EntityDescription& entity, const RowVisitor& visit);
   RowResult visitByID(const std::string& sql, const EntityDescription& entity, std::int64_t id,
                       const RowVisitor& visit);
-  std::int64_t newSession();
+  void open(int waitMs);
+  StoreFile* openFile();
   void noteVersion() { version_.store(file_->seenVersion(), std::memory_order_relaxed); }
 
   std::shared_ptr<ManagedObjectModel> model_;
@@ -116,11 +123,14 @@ class PersistentStoreCoordinator {
   std::vector<std::string> rowTexts_;
 
   mutable std::mutex mutex_;  // guards what follows
+  std::string path_;
+  int busyTimeoutMs_ = 0;
+  std::string problem_ = "no file was opened";  // while there is no store
+  bool isLocked_ = false;                       // the reason is another program's lock
   std::unique_ptr<StoreFile> file_;
   std::unique_ptr<SaveTransaction> saver_;
   std::unordered_map<std::string, std::shared_ptr<const Plan>> plans_;
-  std::int64_t session_ = 0;
-  std::int64_t idsOfSession_ = 0;
+  ObjectIDs ids_;
   std::atomic<std::uint64_t> version_{0};
   std::atomic<std::uint64_t> reads_{0};
 };

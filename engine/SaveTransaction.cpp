@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "engine/FetchSQL.h"
+#include "engine/ObjectIDs.h"
 #include "engine/Schema.h"
 
 namespace kelvora::engine {
@@ -37,18 +38,20 @@ std::string updateSQL(const EntityDescription& entity, std::uint64_t columns) {
   return sql + " WHERE _id = ?1";
 }
 
-void checkRequired(const RowChange& change) {
+}  // namespace
+
+std::optional<std::string> missingValue(const RowChange& change) {
   for (std::size_t i = 0; i < change.entity->columns.size(); ++i) {
     const Column& column = change.entity->columns[i];
     const bool written = change.kind == RowChange::Kind::kInsert || (change.columns >> i & 1) != 0;
-    if (written && !column.optional && column.kind == ColumnKind::kAttribute &&
+    if (change.values != nullptr && written && !column.optional &&
+        column.kind == ColumnKind::kAttribute &&
         std::holds_alternative<std::monostate>((*change.values)[i])) {
-      throw std::runtime_error(column.name + " of " + change.entity->name + " is required");
+      return column.name + " of " + change.entity->name + " is required";
     }
   }
+  return std::nullopt;
 }
-
-}  // namespace
 
 SaveTransaction::SaveTransaction(StoreFile& file, const ManagedObjectModel& model)
     : file_(file), model_(model), statements_(model.entities().size()) {}
@@ -62,6 +65,7 @@ SaveOutcome SaveTransaction::run(const std::vector<RowChange>& changes) {
   if (file_.hasMoved()) {
     throw std::runtime_error("the store file was deleted or replaced");
   }
+  noteBlocks(file_, changes);
   placeProvisional(changes);
   for (const RowChange& change : changes) {
     if (change.kind == RowChange::Kind::kInsert) {
@@ -120,10 +124,12 @@ void SaveTransaction::write(std::size_t number, const RowChange& change) {
   if (change.kind == RowChange::Kind::kDelete) {
     return;
   }
-  checkRequired(change);
+  if (const auto missing = missingValue(change)) {
+    throw std::runtime_error(*missing);
+  }
   if (!checkTargets(number, change)) {
     outcome_.gone.push_back(number);
-    deleteRow(*change.entity, change.id);  // also of a new one: others may lead to it already
+    deleteRow(*change.entity, change.id);  // also a new one: others may lead to it already
     return;
   }
   if (change.kind == RowChange::Kind::kInsert) {
@@ -213,7 +219,7 @@ bool SaveTransaction::rowExists(const EntityDescription& entity, std::int64_t id
   return exists;
 }
 
-// With the rows that lead to it, also those that this process never saw.
+// Also deletes or releases the rows that lead to it, even those that this process never saw.
 void SaveTransaction::deleteRow(const EntityDescription& entity, std::int64_t id) {
   std::vector<Row> doomed{{&entity, id}};
   while (!doomed.empty()) {
@@ -270,7 +276,7 @@ std::int64_t SaveTransaction::recentRows(const EntityDescription& entity) {
 void SaveTransaction::enterBatches() {
   for (const auto& [number, count] : inserted_) {
     const EntityDescription& entity = model_.entity(number);
-    // A count taken now knows the rows of this save already.
+    // A count that is taken now includes the rows of this save.
     const bool counted = recentRows_.contains(number);
     std::int64_t recent = recentRows(entity) + (counted ? count : 0);
     if (recent >= static_cast<std::int64_t>(entity.batchedIndex()->batchRows)) {

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -17,9 +18,8 @@
 
 namespace kelvora::engine {
 
-/// Places in ordered relationships are whole numbers with room between them. An object that is
-/// appended takes a provisional place, above every other, until the save that knows all places that
-/// were given before gives it its own.
+/// Places in ordered relationships are whole numbers with gaps between them. An appended object
+/// gets a provisional place above all others. The save, which knows all places in use, replaces it.
 inline constexpr std::int64_t kFirstProvisionalOrder = std::int64_t{1} << 62;
 inline constexpr std::int64_t kOrderGap = std::int64_t{1} << 20;
 
@@ -32,6 +32,9 @@ struct RowChange {
   const std::vector<ManagedValue>* values = nullptr;  ///< one per column; null for a deletion
 };
 
+/// What is wrong when a change leaves nil where the model requires a value; none when all is well.
+std::optional<std::string> missingValue(const RowChange& change);
+
 struct SaveOutcome {
   struct Placed {
     std::size_t change;
@@ -42,13 +45,14 @@ struct SaveOutcome {
   std::vector<std::size_t> gone;  ///< changes whose row another program deleted
 };
 
-/// Writes the changes of one save. Whatever else happens meanwhile in other processes, afterwards
-/// no relationship leads to a row that is not there.
+/// Writes the changes of one save. Whatever other processes did meanwhile, afterwards no
+/// relationship leads to a missing row.
 class SaveTransaction {
  public:
   SaveTransaction(StoreFile& file, const ManagedObjectModel& model);
 
-  /// One transaction for all; throws std::exception when it fails, and then has changed nothing.
+  /// Writes all changes in one transaction. Throws std::exception when that fails, and then has
+  /// changed nothing.
   /// Deletions come after the other changes; otherwise the order is that of the list.
   SaveOutcome run(const std::vector<RowChange>& changes);
 

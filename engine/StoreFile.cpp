@@ -1,9 +1,5 @@
 #include "engine/StoreFile.h"
 
-#include <chrono>
-#include <functional>
-#include <thread>
-
 #include <SQLiteCpp/Exception.h>
 #include <sqlite3.h>
 
@@ -15,24 +11,15 @@ namespace {
 
 constexpr std::size_t kMostStatements = 200;
 
-// Small pages: a save of one new row for each of many owners touches one index page per owner when
-// a batch is entered, and writes these pages whole.
+// Small pages: when a batch is entered, one index page of each owner changes, and pages are written
+// whole.
 constexpr const char* kPageSize = "PRAGMA page_size=1024";
 
-// Taking the file into write-ahead logging does not wait for other connections by itself.
-void retryWhileBusy(int timeoutMs, const std::function<void()>& work) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-  while (true) {
-    try {
-      work();
-      return;
-    } catch (const SQLite::Exception& error) {
-      if (error.getErrorCode() != SQLITE_BUSY || std::chrono::steady_clock::now() > deadline) {
-        throw;
-      }
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
+bool isWritable(const std::string& path) {
+  sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
+  int writable = 0;
+  return files->xAccess(files, path.c_str(), SQLITE_ACCESS_READWRITE, &writable) == SQLITE_OK &&
+         writable != 0;
 }
 
 }  // namespace
@@ -40,19 +27,21 @@ void retryWhileBusy(int timeoutMs, const std::function<void()>& work) {
 StoreFile::StoreFile(const std::string& path, int busyTimeoutMs)
     : database_(path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOMUTEX,
                 busyTimeoutMs) {
-  configure(busyTimeoutMs);
+  // SQLite opens a file for reading only when it does not open for writing, be it for a moment.
+  if (sqlite3_db_readonly(database_.getHandle(), "main") == 1 && isWritable(path)) {
+    throw SQLite::Exception("the file opened for reading only", SQLITE_CANTOPEN);
+  }
+  configure();
 }
 
-void StoreFile::configure(int busyTimeoutMs) {
+void StoreFile::configure() {
   registerTextFunctions(database_);
-  retryWhileBusy(busyTimeoutMs, [this] {
-    database_.exec(kPageSize);
-    database_.exec("PRAGMA journal_mode=WAL");
-  });
-  // A commit survives the death of the process at any moment; a power cut may take the last ones,
+  database_.exec(kPageSize);
+  database_.exec("PRAGMA journal_mode=WAL");
+  // A commit survives the end of the process at any moment. A power cut may lose the last commits,
   // never the file.
   database_.exec("PRAGMA synchronous=NORMAL");
-  // 16 MB: pages that several saves change are copied into the file once.
+  // 16 MB: a page that several saves change is then copied into the file once.
   database_.exec("PRAGMA wal_autocheckpoint=16384");
   database_.exec("PRAGMA cache_size=-16384");
   database_.exec("PRAGMA temp_store=MEMORY");

@@ -16,25 +16,28 @@ namespace kelvora::engine {
 /// SQLite::Exception. One thread at a time.
 class StoreFile {
  public:
-  /// Opens the file, creating it where there is none.
+  /// Opens the file, creating it if it is absent. Programs call openStore(), which tries again.
   StoreFile(const std::string& path, int busyTimeoutMs);
 
+  /// How long statements wait for another program's lock.
+  void setBusyTimeout(int milliseconds) { database_.setBusyTimeout(milliseconds); }
+
   void execute(const std::string& sql);
-  /// The statement of a text, compiled once.
+  /// The compiled statement of a text; compiled on first use and kept.
   std::shared_ptr<PreparedStatement> statement(const std::string& sql);
 
-  /// Changes with every commit of any connection, as far as the last transaction here has seen.
+  /// A number that grows with every commit of any connection, as of the last transaction here.
   std::uint32_t seenVersion();
-  /// The same, after a look at the file.
+  /// The same number as of now; looks at the file.
   std::uint32_t currentVersion();
 
-  /// Whether the path leads to another file by now, or to none: what is written here is lost.
+  /// Whether the path now leads to another file or to none, so that what is written here is lost.
   bool hasMoved();
 
   SQLite::Database& database() { return database_; }
 
  private:
-  void configure(int busyTimeoutMs);
+  void configure();
 
   SQLite::Database database_;
   std::unordered_map<std::string, std::shared_ptr<PreparedStatement>> statements_;

@@ -51,7 +51,7 @@ TEST_F(ManagedObjectContextTest, ObjectsWithUnsavedChangesStayAndOthersGoWithThe
   EXPECT_TRUE(store->getSensorByKey("TC0P")->isUpdated());
 }
 
-TEST_F(ManagedObjectContextTest, ManyObjectsFetchedAndLetGoLeaveNothingBehind) {
+TEST_F(ManagedObjectContextTest, ManyObjectsFetchedAndReleasedLeaveNothingBehind) {
   for (int i = 0; i < 1000; ++i) {
     store->createGraphPoint();
   }
@@ -147,7 +147,7 @@ TEST_F(ManagedObjectContextTest, TheMembersOfAnOwnerAreSortedAcrossTheBatchesOfT
   }
 }
 
-TEST_F(ManagedObjectContextTest, FetchesOfWhatIsNotThereAnswerNone) {
+TEST_F(ManagedObjectContextTest, FetchesWithUnknownNamesReturnNone) {
   EXPECT_EQ(view->objectsOf("Nothing"), std::nullopt);
   EXPECT_EQ(view->objectsOf("Sensor", Predicate("colour = 1")), std::nullopt);
   EXPECT_EQ(view->objectsOf("Sensor", std::nullopt, SortDescriptor{"colour"}), std::nullopt);
@@ -214,19 +214,52 @@ TEST_F(ManagedObjectContextTest, SavingRecursivelyWithoutChangesDoesNotSaveThePa
   EXPECT_FALSE(view->hasChanges());
 }
 
-TEST_F(ManagedObjectContextTest, AFailedSaveIsLoggedStopsTheChainAndRollsNothingBack) {
-  store->viewContext();
+TEST_F(ManagedObjectContextTest, AMissingValueFailsTheSaveOfTheContextThatMadeIt) {
   const auto child = store->newContext();
-  sensor("a", child)->setAttribute("value", ManagedValue());
+  const auto mine = sensor("a", child);
+  mine->setAttribute("value", ManagedValue());
+  ::testing::internal::CaptureStderr();
+  child->saveRecursively();
+  EXPECT_THAT(::testing::internal::GetCapturedStderr(),
+              HasSubstr("Save error: value of Sensor is required"));
+  EXPECT_TRUE(child->hasChanges());
+  EXPECT_FALSE(view->hasChanges());
+  sensor("b", view);
+  store->saveViewContext();
+  EXPECT_EQ(testing::keysOf(makeStore()->allSensors().value()), std::vector<std::string>{"b"});
+  mine->setValue(1);
+  child->saveRecursively();
+  EXPECT_EQ(makeStore()->getSensorByKey("a")->value(), 1);
+}
+
+TEST_F(ManagedObjectContextTest, AnUpdateToNothingOfARequiredValueIsRefusedInTheChild) {
+  sensor("a", view)->setValue(1);
+  store->saveViewContext();
+  const auto child = store->newContext();
+  const auto mine = store->getSensorByKey("a", child);
+  mine->setAttribute("value", ManagedValue());
+  EXPECT_EQ(child->save(), "value of Sensor is required");
+  EXPECT_EQ(store->getSensorByKey("a")->value(), 1);
+  child->deleteObject(mine);
+  EXPECT_EQ(child->save(), std::nullopt);
+  EXPECT_EQ(store->getSensorByKey("a"), nullptr);
+}
+
+TEST_F(ManagedObjectContextTest, AFailedSaveIsLoggedStopsTheChainAndRollsNothingBack) {
+  sensor("a", view)->setAttribute("value", ManagedValue());
+  const auto child = store->newContext();
+  sensor("b", child);
   ::testing::internal::CaptureStderr();
   child->saveRecursively();
   EXPECT_THAT(::testing::internal::GetCapturedStderr(),
               HasSubstr("Save error: value of Sensor is required"));
   EXPECT_FALSE(child->hasChanges());
   EXPECT_TRUE(view->hasChanges());
+  EXPECT_EQ(makeStore()->allSensors()->size(), 0U);
   store->getSensorByKey("a")->setValue(1);
   store->saveViewContext();
   EXPECT_EQ(makeStore()->getSensorByKey("a")->value(), 1);
+  EXPECT_EQ(makeStore()->allSensors()->size(), 2U);
 }
 
 TEST_F(ManagedObjectContextTest, ASaveWritesOnlyChangedProperties) {

@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include <SQLiteCpp/Database.h>
 
 #include "tests/support/StoreFixture.h"
@@ -83,7 +85,7 @@ TEST_F(MigrationTest, ANewerFileLeavesTheCoordinatorWithoutAStore) {
   EXPECT_EQ(context->objectsOf("Sensor"), std::nullopt);
   context->insertNewObject("Sensor");
   EXPECT_EQ(context->objectsOf("Sensor"), std::nullopt);
-  EXPECT_EQ(context->save(), "there is no store");
+  EXPECT_EQ(context->save(), "there is no store: the file was written with another model");
   EXPECT_TRUE(open(kNew)->hasStore());
 }
 
@@ -135,6 +137,47 @@ TEST_F(MigrationTest, OnlyANumberThatMustBeThereReadsAsNotANumberWithoutAValue) 
   writeWith(kNumbers);
   const auto context = contextOn(open(kNumbers));
   EXPECT_EQ(context->objectOf("Sensor", std::nullopt)->attribute("maybe"), ManagedValue());
+}
+
+TEST_F(MigrationTest, WhatMustBeThereNowHasItsDefaultWhereItWasNil) {
+  const auto model = [](const char* more) {
+    return R"({"entities": [{"name": "Sensor", "attributes": [{"name": "key", "type": "String"},)"
+           R"({"name": "value", "type": "Double", "default": -1.5)" +
+           std::string(more) + R"(}, {"name": "count", "type": "Int64", "default": 4)" + more +
+           R"(}, {"name": "bare", "type": "Int64")" + more + "}]}]}";
+  };
+  {
+    const auto context = contextOn(open(model("").c_str()));
+    const auto set = context->insertNewObject("Sensor");
+    set->setAttribute("value", ManagedValue(2.5));
+    const auto bare = context->insertNewObject("Sensor");
+    bare->setAttribute("value", ManagedValue());
+    bare->setAttribute("count", ManagedValue());
+    ASSERT_EQ(context->save(), std::nullopt);
+  }
+  const auto required = model(R"(, "optional": false)");
+  const auto sensors = contextOn(open(required.c_str()))->objectsOf("Sensor").value();
+  ASSERT_EQ(sensors.size(), 2U);
+  EXPECT_EQ(sensors[0]->attribute("value"), ManagedValue(2.5));
+  EXPECT_EQ(sensors[0]->attribute("count"), ManagedValue(std::int64_t{4}));
+  EXPECT_EQ(sensors[1]->attribute("value"), ManagedValue(-1.5));
+  EXPECT_EQ(sensors[1]->attribute("count"), ManagedValue(std::int64_t{4}));
+  EXPECT_EQ(sensors[1]->attribute("bare"), ManagedValue());
+}
+
+TEST_F(MigrationTest, ANotANumberThatWasRequiredAlreadyStays) {
+  constexpr const char* kRequired = R"({"entities": [{"name": "Sensor", "attributes": [
+    {"name": "value", "type": "Double", "optional": false, "default": 1}]}]})";
+  constexpr const char* kLater = R"({"entities": [{"name": "Sensor", "attributes": [
+    {"name": "value", "type": "Double", "optional": false, "default": 1},
+    {"name": "key", "type": "String"}]}]})";
+  {
+    const auto context = contextOn(open(kRequired));
+    context->insertNewObject("Sensor")->setAttribute("value", ManagedValue(std::nan("")));
+    ASSERT_EQ(context->save(), std::nullopt);
+  }
+  const auto sensor = contextOn(open(kLater))->objectOf("Sensor", std::nullopt);
+  EXPECT_TRUE(std::isnan(std::get<double>(sensor->attribute("value"))));
 }
 }  // namespace
 }  // namespace kelvora

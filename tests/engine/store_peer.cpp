@@ -1,4 +1,4 @@
-// Another program on the same store file. XDG_DATA_HOME says where it lies.
+// Another program on the same store file. XDG_DATA_HOME says where it is.
 //   store_peer count KEY TIMES LEDGER   sets the value of a sensor to 1…TIMES and adds a point,
 //                                       one save each, and writes "KEY i" to the ledger after it
 //   store_peer follow STOPFILE          reads until the file exists; values never go back
@@ -6,6 +6,7 @@
 //   store_peer probe [UID [BYTES]]      as a user, with a limit on file sizes: reads and saves once
 //   store_peer set KEY VALUE            gives a sensor a value and saves
 //   store_peer hold PATH                holds the write lock until its standard input ends
+//   store_peer own PATH                 the same with the whole file, which nobody can read then
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -93,9 +94,10 @@ int set(const std::string& key, double value) {
   return store.viewContext()->hasChanges() ? 7 : 0;
 }
 
-int hold(const char* path) {
+int hold(const char* path, const char* mode) {
   SQLite::Database database(path, SQLite::OPEN_READWRITE);
-  database.exec("BEGIN IMMEDIATE");
+  database.exec(std::string("PRAGMA locking_mode=") + mode);
+  database.exec("BEGIN IMMEDIATE; PRAGMA user_version=1");
   std::printf("locked\n");
   std::fflush(stdout);
   std::getchar();
@@ -129,8 +131,8 @@ int main(int argc, char** argv) {
   if (mode == "set" && argc == 4) {
     return set(argv[2], std::atof(argv[3]));
   }
-  if (mode == "hold" && argc == 3) {
-    return hold(argv[2]);
+  if ((mode == "hold" || mode == "own") && argc == 3) {
+    return hold(argv[2], mode == "own" ? "EXCLUSIVE" : "NORMAL");
   }
   if (mode == "probe") {
     limit(argc, argv);

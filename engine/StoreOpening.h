@@ -1,0 +1,20 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "engine/ManagedObjectModel.h"
+#include "engine/StoreFile.h"
+
+namespace kelvora::engine {
+
+/// Opens the store file at `path` with the tables of a model, creating or migrating it. Waits for
+/// other programs' locks up to the busy time-out, and tries again after other failures for a
+/// quarter of a second at most. Throws IncompatibleStore at once, else the last SQLite::Exception.
+std::unique_ptr<StoreFile> openStore(const std::string& path, const ManagedObjectModel& model,
+                                     int busyTimeoutMs);
+
+/// Whether a failure means that another program has the file locked.
+bool isLockFailure(const std::exception& failure);
+
+}  // namespace kelvora::engine

@@ -1,0 +1,173 @@
+#include <thread>
+
+#include <SQLiteCpp/Database.h>
+
+#include "tests/engine/Peer.h"
+#include "tests/engine/StatementHook.h"
+#include "tests/engine/SystemFaults.h"
+#include "tests/support/StoreFixture.h"
+
+namespace kelvora {
+namespace {
+
+using engine::PersistentStoreCoordinator;
+using ::testing::HasSubstr;
+using testing::Peer;
+
+constexpr const char* kOld = R"({"entities": [
+  {"name": "Sensor", "attributes": [{"name": "key", "type": "String"}]}]})";
+constexpr const char* kNew = R"({"entities": [
+  {"name": "Sensor", "attributes": [{"name": "key", "type": "String"},
+    {"name": "count", "type": "Int64", "default": 7}], "indexes": [["key"]]}]})";
+
+class StoreOpeningTest : public testing::StoreFixture {
+ protected:
+  StoreOpeningTest() { std::filesystem::create_directories(folder()); }
+  std::shared_ptr<PersistentStoreCoordinator> open(const char* model, int busyTimeoutMs = 5000) {
+    auto coordinator = std::make_shared<PersistentStoreCoordinator>(engine::modelFromText(model),
+                                                                    engine::EntityClasses());
+    coordinator->addStore(storePath(), busyTimeoutMs);
+    return coordinator;
+  }
+  static ManagedObjectContextPtr contextOn(
+      const std::shared_ptr<PersistentStoreCoordinator>& coordinator) {
+    return makeContext(coordinator, nullptr, std::make_unique<engine::PrivateContextQueue>());
+  }
+  void insertWith(const std::shared_ptr<PersistentStoreCoordinator>& coordinator) {
+    const auto context = contextOn(coordinator);
+    context->insertNewObject("Sensor")->setAttribute("key", ManagedValue(std::string("TC0P")));
+    EXPECT_EQ(context->save(), std::nullopt);
+  }
+  std::string pragma(const std::string& name) {
+    return SQLite::Database(storePath()).execAndGet("PRAGMA " + name).getString();
+  }
+  void deleteFiles() const {
+    for (const char* end : {"", "-shm", "-wal", "-journal"}) {
+      std::filesystem::remove(storePath() + end);
+    }
+  }
+};
+
+TEST_F(StoreOpeningTest, AnyOneFailingCallWhileTheFileIsCreatedStillGivesAStore) {
+  testing::SystemFaults faults;
+  open(kNew);
+  const int calls = faults.made();
+  ASSERT_GT(calls, 20);
+  for (int number = 1; number <= calls; ++number) {
+    deleteFiles();
+    faults.failCall(number);
+    const auto coordinator = open(kNew);
+    faults.failCall(0);
+    ASSERT_TRUE(coordinator->hasStore()) << number;
+    insertWith(coordinator);
+    EXPECT_EQ(contextOn(open(kNew))->objectsOf("Sensor")->size(), 1U) << number;
+    EXPECT_EQ(pragma("page_size"), "1024") << number;
+    EXPECT_EQ(pragma("journal_mode"), "wal") << number;
+    EXPECT_EQ(pragma("integrity_check"), "ok") << number;
+  }
+}
+
+TEST_F(StoreOpeningTest, AnyOneFailingCallWhileTheFileIsMigratedStillGivesAStore) {
+  testing::SystemFaults faults;
+  for (int number = 1;; ++number) {
+    deleteFiles();
+    insertWith(open(kOld));
+    faults.failCall(number);
+    const auto coordinator = open(kNew);
+    const int calls = faults.made();
+    faults.failCall(0);
+    ASSERT_TRUE(coordinator->hasStore()) << number;
+    const auto sensors = contextOn(coordinator)->objectsOf("Sensor").value();
+    ASSERT_EQ(sensors.size(), 1U) << number;
+    EXPECT_EQ(sensors[0]->attribute("count"), ManagedValue(std::int64_t{7})) << number;
+    if (number > calls) {
+      break;
+    }
+  }
+}
+
+TEST_F(StoreOpeningTest, AnyOneFailingCallWhileAnExistingFileIsOpenedGivesAStoreThatSaves) {
+  insertWith(open(kNew));
+  testing::SystemFaults faults;
+  open(kNew);
+  const int calls = faults.made();
+  for (int number = 1; number <= calls; ++number) {
+    faults.failCall(number);
+    const auto coordinator = open(kNew);
+    faults.failCall(0);
+    ASSERT_TRUE(coordinator->hasStore()) << number;
+    insertWith(coordinator);
+  }
+  EXPECT_EQ(contextOn(open(kNew))->objectsOf("Sensor")->size(),
+            static_cast<std::size_t>(calls) + 1);
+}
+
+TEST_F(StoreOpeningTest, AMigrationWaitsForAnotherProgramsLock) {
+  insertWith(open(kOld));
+  testing::StatementHook hook;
+  Peer holder({"hold", storePath()});
+  ASSERT_EQ(holder.line(), "locked");
+  std::thread release;
+  hook.once("BEGIN IMMEDIATE", [&] { release = std::thread([&] { holder.endInput(); }); });
+  EXPECT_TRUE(open(kNew)->hasStore());
+  ASSERT_TRUE(release.joinable());
+  release.join();
+  EXPECT_EQ(holder.wait(), 0);
+}
+
+TEST_F(StoreOpeningTest, OpeningWaitsForAProgramThatHasTheWholeFile) {
+  insertWith(open(kOld));
+  testing::StatementHook hook;
+  Peer holder({"own", storePath()});
+  ASSERT_EQ(holder.line(), "locked");
+  std::thread release;
+  hook.once("page_size", [&] { release = std::thread([&] { holder.endInput(); }); });
+  EXPECT_TRUE(open(kOld)->hasStore());
+  ASSERT_TRUE(release.joinable());
+  release.join();
+  EXPECT_EQ(holder.wait(), 0);
+}
+
+TEST_F(StoreOpeningTest, AMigrationThatALockOutlastsIsDoneOnALaterAccess) {
+  insertWith(open(kOld));
+  Peer holder({"hold", storePath()});
+  ASSERT_EQ(holder.line(), "locked");
+  const auto coordinator = open(kNew, 50);
+  EXPECT_FALSE(coordinator->hasStore());
+  const auto context = contextOn(coordinator);
+  EXPECT_EQ(context->objectsOf("Sensor"), std::nullopt);
+  const auto sensor = context->insertNewObject("Sensor");
+  EXPECT_THAT(context->save().value(), HasSubstr("there is no store: database is locked"));
+  holder.endInput();
+  EXPECT_EQ(holder.wait(), 0);
+  EXPECT_EQ(context->save(), std::nullopt);
+  EXPECT_EQ(context->objectsOf("Sensor")->size(), 2U);
+  EXPECT_EQ(contextOn(open(kNew))->objectsOf("Sensor")->size(), 2U);
+}
+
+TEST_F(StoreOpeningTest, ALaterSaveNamesWhyThereIsNoStore) {
+  const auto reasonOf = [this] {
+    const auto context = contextOn(open(kOld, 50));
+    context->insertNewObject("Sensor");
+    return context->save().value_or("");
+  };
+  std::filesystem::create_directories(storePath());
+  EXPECT_EQ(reasonOf(), "there is no store: unable to open database file");
+  std::filesystem::remove(storePath());
+  std::ofstream(storePath()) << std::string(5000, 'x');
+  EXPECT_EQ(reasonOf(), "there is no store: file is not a database");
+  std::filesystem::remove(storePath());
+  insertWith(open(kNew));
+  EXPECT_EQ(reasonOf(), "there is no store: the file was written with another model");
+}
+
+TEST_F(StoreOpeningTest, ACoordinatorWithoutAFileSaysSo) {
+  const auto coordinator = std::make_shared<PersistentStoreCoordinator>(engine::modelFromText(kOld),
+                                                                        engine::EntityClasses());
+  const auto context = contextOn(coordinator);
+  context->insertNewObject("Sensor");
+  EXPECT_EQ(context->save(), "there is no store: no file was opened");
+}
+
+}  // namespace
+}  // namespace kelvora
