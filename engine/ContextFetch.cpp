@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <exception>
+#include <unordered_set>
 #include <utility>
 
 #include "engine/ContextState.h"
@@ -31,6 +32,11 @@ class ObjectSource : public PropertySource {
   ManagedObjectPtr object_;
 };
 
+void eraseAll(const ContextState::Objects& unwanted, ContextState::Objects& objects) {
+  const std::unordered_set<ManagedObjectPtr> all(unwanted.begin(), unwanted.end());
+  std::erase_if(objects, [&](const auto& object) { return all.contains(object); });
+}
+
 // What the order of a fetch leads to.
 std::optional<FetchOrder> resolvedOrder(const SortDescriptor& sort, const ManagedObjectModel& model,
                                         const EntityDescription& entity) {
@@ -59,12 +65,49 @@ void ContextState::addDirtyRows(DirtyRows& rows, std::size_t entity) const {
   rows.add(pending_[entity]);
 }
 
-bool ContextState::isDirty(std::size_t entity) const {
-  if (parent_ != nullptr && parent_->isDirty(entity)) {
-    return true;
+// Those of an entity whose value of one of these columns is not the file's. Inserted ones are left
+// out: no row of the file leads to them.
+std::vector<std::int64_t> ContextState::touchedObjects(std::size_t entity,
+                                                       std::uint64_t columns) const {
+  std::vector<std::int64_t> ids;
+  if (parent_ != nullptr) {
+    ids = parent_->touchedObjects(entity, columns);
   }
   const std::lock_guard lock(mutex_);
-  return !pending_[entity].empty();
+  for (const auto& [id, object] : pending_[entity].changed) {
+    if (object->status_ == Status::kUpdated && (object->changed_ & columns) != 0) {
+      ids.push_back(id);
+    }
+  }
+  for (const auto& [id, object] : pending_[entity].deleted) {
+    ids.push_back(id);
+  }
+  return ids;
+}
+
+// Holds for the rows of the file that unsaved changes of other objects affect; none when there are
+// none.
+std::optional<ResolvedPredicate> ContextState::leadsToTouched(const EntityDescription& entity,
+                                                              const ColumnsByPath& columns) const {
+  constexpr std::size_t kMostObjects = 10000;
+  ResolvedPredicate any;
+  any.kind = NodeKind::kOr;
+  std::size_t objects = 0;
+  for (const auto& [path, read] : columns) {
+    const EntityDescription* at = &entity;
+    for (const std::size_t step : path) {
+      at = &model().entity(at->columns[step].destination);
+    }
+    const std::vector<std::int64_t> ids = touchedObjects(at->number, read);
+    objects += ids.size();
+    if (!ids.empty()) {
+      any.children.push_back(leadsTo(path, ids));
+    }
+  }
+  if (objects > kMostObjects) {
+    return ResolvedPredicate();  // more than a statement takes: every row
+  }
+  return any.children.empty() ? std::nullopt : std::optional(std::move(any));
 }
 
 ManagedObjectPtr ContextState::objectOfRow(const EntityDescription& entity, const RowCursor& row,
@@ -89,53 +132,69 @@ std::optional<ContextState::Objects> ContextState::fetchClean(const FetchRequest
   return done ? std::optional(std::move(objects)) : std::nullopt;
 }
 
-bool ContextState::anyDirty(const std::vector<std::size_t>& entities) const {
-  return std::any_of(entities.begin(), entities.end(),
-                     [this](std::size_t number) { return isDirty(number); });
-}
-
-// The store answers for the rows that nobody here has touched; the others are judged in memory.
+// SQL judges the rows that unsaved changes cannot affect. The others are judged in memory: those
+// that are changed themselves, and those that lead to a changed object whose values are read.
 std::optional<ContextState::Objects> ContextState::fetchDirty(const FetchRequest& request,
                                                               std::uint64_t parents) {
-  std::optional<ResolvedPredicate> resolved;
-  if (request.predicate != nullptr) {
-    resolved = resolve(*request.predicate, model(), *request.entity);
-  }
   const EntityDescription& entity = *request.entity;
-  const bool judgesAll = resolved && anyDirty(entitiesOnPaths(*resolved, model(), entity));
-  const bool sortsAll =
-      request.order && anyDirty(entitiesOnPath(request.order->path, model(), entity));
+  std::optional<ResolvedPredicate> resolved;
+  std::optional<ResolvedPredicate> affected;
+  if (request.predicate != nullptr) {
+    resolved = resolve(*request.predicate, model(), entity);
+    affected = leadsToTouched(entity, columnsBehind(*resolved));
+  }
   const DirtyRows dirty = dirtyRows(entity.number);
-  if (dirty.empty() && !judgesAll && !sortsAll) {
+  if (dirty.empty() && !affected && !isOrderTouched(request)) {
     return fetchClean(request, parents);
   }
+  Objects toJudge;
+  FetchRequest behind;
+  behind.entity = &entity;
+  behind.resolved = affected ? &*affected : nullptr;
   FetchRequest stored = request;
   stored.firstOnly = false;
-  stored.predicate = judgesAll ? nullptr : request.predicate;
   Objects objects;
-  const bool done = coordinator_->fetch(stored, [&](const RowCursor& row) {
+  if ((affected && !addRows(behind, dirty, parents, toJudge)) ||
+      !addRows(stored, dirty, parents, objects)) {
+    return std::nullopt;
+  }
+  eraseAll(toJudge, objects);
+  for (const std::int64_t id : dirty.live()) {
+    toJudge.push_back(object(entity, id));
+  }
+  judge(resolved ? &*resolved : nullptr, toJudge, objects);
+  sortObjects(request.order, objects);
+  return objects;
+}
+
+bool ContextState::isOrderTouched(const FetchRequest& request) const {
+  ColumnsByPath columns;
+  if (request.order) {
+    addColumnsBehind(request.order->path, request.order->column, columns);
+  }
+  return leadsToTouched(*request.entity, columns).has_value();
+}
+
+// Adds the candidates that match, with the unsaved values of the context and its parents.
+void ContextState::judge(const ResolvedPredicate* predicate, const Objects& candidates,
+                         Objects& objects) {
+  for (const ManagedObjectPtr& candidate : candidates) {
+    willRead(*candidate);
+    if (isLive(*candidate) &&
+        (predicate == nullptr || holds(*predicate, ObjectSource(*this, candidate)))) {
+      objects.push_back(candidate);
+    }
+  }
+}
+
+// Adds the objects of a fetch from the file that are not changed themselves.
+bool ContextState::addRows(const FetchRequest& request, const DirtyRows& dirty,
+                           std::uint64_t parents, Objects& objects) {
+  return coordinator_->fetch(request, [&](const RowCursor& row) {
     if (!dirty.contains(row.id())) {
       objects.push_back(objectOfRow(*request.entity, row, parents));
     }
   });
-  if (!done) {
-    return std::nullopt;
-  }
-  Objects unjudged;
-  if (judgesAll) {
-    unjudged.swap(objects);
-  }
-  for (const std::int64_t id : dirty.live()) {
-    unjudged.push_back(object(*request.entity, id));
-  }
-  for (const ManagedObjectPtr& candidate : unjudged) {
-    willRead(*candidate);
-    if (isLive(*candidate) && (!resolved || holds(*resolved, ObjectSource(*this, candidate)))) {
-      objects.push_back(candidate);
-    }
-  }
-  sortObjects(request.order, objects);
-  return objects;
 }
 
 void ContextState::sortObjects(const std::optional<FetchOrder>& order, Objects& objects) {

@@ -67,7 +67,7 @@ PrivateContextQueue::PrivateContextQueue() : turns_(std::make_shared<Turns>()) {
 
 PrivateContextQueue::~PrivateContextQueue() {
   if (later_ != nullptr && turns_->isMine()) {
-    // The last user was work on the queue itself, which cannot wait for its own end.
+    // The last user was work on this queue, which cannot wait for its own end.
     std::thread([queue = std::move(later_)]() mutable { queue.reset(); }).detach();
   }
 }
@@ -86,7 +86,7 @@ void PrivateContextQueue::perform(std::function<void()> work) {
     later_ = std::make_unique<KVSerialQueue>("Managed Object Context");
   }
   later_->async([turns = turns_, turn = turns_->take(), work = std::move(work)]() mutable {
-    // What the work holds goes while it is still its turn.
+    // What the work holds is released within its turn.
     turns->run(turn, [&] {
       work();
       work = nullptr;

@@ -16,7 +16,7 @@ class MainQueue;
 
 namespace kelvora::engine {
 
-/// Where the work of a context runs, one piece at a time. Any thread.
+/// Runs the work of a context, one piece at a time. Any thread.
 class ContextQueue {
  public:
   virtual ~ContextQueue() = default;
@@ -34,8 +34,8 @@ class MainContextQueue : public ContextQueue {
   platform::MainQueue& queue_;
 };
 
-/// Work takes turns in the order it was asked for. What is waited for runs on the thread that
-/// waits, so that a context costs a thread only when something is to run later.
+/// Runs work in the order of the calls. Work that is waited for runs on the thread that waits, so
+/// that a context needs a thread of its own only for work that runs later.
 class PrivateContextQueue : public ContextQueue {
  public:
   PrivateContextQueue();
@@ -60,7 +60,7 @@ class PrivateContextQueue : public ContextQueue {
   };
 
   std::shared_ptr<Turns> turns_;
-  std::mutex mutex_;  // keeps turns and queued work in the same order
+  std::mutex mutex_;  // so that turns and queued work have the same order
   std::unique_ptr<KVSerialQueue> later_;
 };
 

@@ -50,7 +50,7 @@ ManagedObjectPtr ContextState::insert(std::string_view entityName) {
   return made;
 }
 
-// A damaged file may give one id to rows of several entities.
+// By entity, since a damaged file may have one id in several tables.
 ManagedObjectPtr ContextState::registered(const EntityDescription& entity, std::int64_t id) const {
   const std::lock_guard lock(mutex_);
   const auto& known = registry_[entity.number];
@@ -85,7 +85,7 @@ void ContextState::forget(const ManagedObject& object) {
   const std::lock_guard lock(mutex_);
   auto& known = registry_[object.entity_->number];
   const auto found = known.find(object.id_);
-  // A row that was asked for again meanwhile has a new object already.
+  // The row may have a new object already.
   if (found != known.end() && found->second.address == &object) {
     known.erase(found);
   }
@@ -161,7 +161,7 @@ void ContextState::load(ManagedObject& object) {
   using RowResult = PersistentStoreCoordinator::RowResult;
   const std::uint64_t parents = parentChanges();
   const std::uint64_t before = stamp(parents);
-  // Before the row: what a parent saves in between is then in one of the two.
+  // Before the row: what a parent saves in between is then in at least one of the two.
   const Overlay overlay = overlayOf(*object.entity_, object.id_);
   RowResult result = RowResult::kMissing;
   if (!overlay.deleted) {

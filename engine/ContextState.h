@@ -24,10 +24,10 @@
 
 namespace kelvora::engine {
 
-/// What a context is made of; shared with its objects, so that an object outlives its context
-/// without harm. Used on the context's queue, with two exceptions that `mutex_` guards: objects end
-/// on any thread, and children read the unsaved changes. The mutex is a leaf: nothing else is
-/// locked and no object is dropped while it is held.
+/// The state of a context. Its objects share it, so that an object may outlive its context. Used on
+/// the context's queue, with two exceptions that `mutex_` guards: objects end on any thread, and
+/// children read the unsaved changes. The mutex is a leaf: while it is held, nothing else is locked
+/// and no object is dropped.
 class ContextState : public std::enable_shared_from_this<ContextState> {
  public:
   using Objects = std::vector<ManagedObjectPtr>;
@@ -41,7 +41,7 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   double stalenessInterval() const { return stalenessSeconds_.load(); }
   void setStalenessInterval(double seconds) { stalenessSeconds_.store(seconds); }
   std::weak_ptr<ManagedObjectContext> facade;  ///< set once, before the first object
-  /// Drops the unsaved changes; from now on objects only answer what they have.
+  /// Drops the unsaved changes. From now on objects only return the values that they have.
   void close();
 
   // Objects of the context (ContextState.cpp).
@@ -59,10 +59,10 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   void write(ManagedObject& object, std::size_t column, ManagedValue value);
   static const std::vector<std::optional<std::size_t>>& classColumns(const ManagedObject& object);
 
-  // Relationships (ContextRelationships.cpp).
+  // Relationships (ContextRelationships.cpp, ContextMembers.cpp, ContextDeletion.cpp).
   ManagedObjectPtr related(ManagedObject& object, std::size_t column);
-  // What changes one answers false, and changes nothing, for an object of another entity or store,
-  // or one that this context does not see.
+  // The functions that change one return false, and change nothing, for an object of another entity
+  // or store, or one that this context does not see.
   bool setRelated(ManagedObject& object, std::size_t column, const ManagedObjectPtr& target);
   Objects members(ManagedObject& owner, std::size_t toMany);
   bool addMember(ManagedObject& owner, std::size_t toMany, const ManagedObjectPtr& member);
@@ -76,7 +76,7 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   std::optional<Objects> fetch(std::string_view entity, const Predicate* predicate,
                                const SortDescriptor* sort, bool firstOnly);
 
-  // Saves (ContextSave.cpp). Answers what went wrong.
+  // Saves (ContextSave.cpp). Returns what went wrong.
   std::optional<std::string> save();
   void saveThisAndParents();
 
@@ -86,7 +86,7 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
     const ManagedObject* address;
     std::weak_ptr<ManagedObject> object;
   };
-  /// What the parents have unsaved of a row, from the root down.
+  /// The unsaved values that the parents have of a row, from the root down.
   struct Overlay {
     bool inserted = false;
     bool deleted = false;
@@ -115,7 +115,7 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   void addToOverlay(Overlay& overlay, const EntityDescription& entity, std::int64_t id) const;
   void markChanged(ManagedObject& object, std::size_t column, ManagedValue value);
   bool chainHasChanges() const;
-  bool isDirty(std::size_t entity) const;
+  std::vector<std::int64_t> touchedObjects(std::size_t entity, std::uint64_t columns) const;
   DirtyRows dirtyRows(std::size_t entity) const;
   void addDirtyRows(DirtyRows& rows, std::size_t entity) const;
   ManagedObjectPtr objectOfRow(const EntityDescription& entity, const RowCursor& row,
@@ -144,7 +144,12 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
 
   std::optional<Objects> fetchClean(const FetchRequest& request, std::uint64_t parents);
   std::optional<Objects> fetchDirty(const FetchRequest& request, std::uint64_t parents);
-  bool anyDirty(const std::vector<std::size_t>& entities) const;
+  std::optional<ResolvedPredicate> leadsToTouched(const EntityDescription& entity,
+                                                  const ColumnsByPath& columns) const;
+  bool isOrderTouched(const FetchRequest& request) const;
+  bool addRows(const FetchRequest& request, const DirtyRows& dirty, std::uint64_t parents,
+               Objects& objects);
+  void judge(const ResolvedPredicate* predicate, const Objects& candidates, Objects& objects);
   void sortObjects(const std::optional<FetchOrder>& order, Objects& objects);
 
   Unsaved unsaved() const;

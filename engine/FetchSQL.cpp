@@ -21,8 +21,8 @@ class Writer {
   Writer(const ManagedObjectModel& model, const EntityDescription& entity)
       : model_(model), entity_(entity) {}
 
-  // SQL's third truth value never leaves a comparison: where its negation is asked for, a
-  // comparison that is unknown counts as not holding, as it does in memory.
+  // SQL's third truth value never leaves a comparison. Where the negation is needed, an unknown
+  // comparison counts as false, as it does in memory.
   std::string condition(const ResolvedPredicate& predicate, bool negated) {
     switch (predicate.kind) {
       case NodeKind::kTrue:
@@ -100,7 +100,7 @@ class Writer {
     std::string text = operand(left) + " IN (";
     bool first = true;
     for (const ResolvedExpression& element : list.operands) {
-      // Only a plain value is known not to be NULL before the run.
+      // Only for a plain value is it known now whether it is NULL.
       if (element.kind == Kind::kValue && !element.argument &&
           std::holds_alternative<std::monostate>(element.value)) {
         takesNil = true;
@@ -168,19 +168,25 @@ std::string columnList(const EntityDescription& entity) {
   return list;
 }
 
-// A fetch that asks for the members of one owner can use the batched index, but only when told
-// apart into entered and recent rows.
+// A fetch for the members of one owner can use the batched index, but only when it reads the
+// entered and the recent rows separately.
 bool asksForOwner(const ResolvedPredicate& predicate, std::size_t column) {
+  const auto childAsks = [column](const auto& child) { return asksForOwner(child, column); };
+  const auto& children = predicate.children;
   if (predicate.kind == NodeKind::kAnd) {
-    return std::any_of(predicate.children.begin(), predicate.children.end(),
-                       [column](const auto& child) { return asksForOwner(child, column); });
+    return std::any_of(children.begin(), children.end(), childAsks);
   }
-  if (predicate.kind != NodeKind::kCompare || predicate.comparison != Comparison::kEqual) {
+  if (predicate.kind == NodeKind::kOr) {
+    return std::all_of(children.begin(), children.end(), childAsks);
+  }
+  if (predicate.kind != NodeKind::kCompare) {
     return false;
   }
   const ResolvedExpression& left = predicate.sides[0];
-  return left.kind == Kind::kProperty && left.path.empty() && left.column == column &&
-         predicate.sides[1].kind == Kind::kValue;
+  const bool isOwner = left.kind == Kind::kProperty && left.path.empty() && left.column == column;
+  const bool isOneValue =
+      predicate.comparison == Comparison::kEqual && predicate.sides[1].kind == Kind::kValue;
+  return isOwner && (isOneValue || predicate.comparison == Comparison::kIn);
 }
 
 std::string membersOf(const EntityDescription& entity, std::size_t column,
@@ -196,8 +202,8 @@ std::string membersOf(const EntityDescription& entity, std::size_t column,
          quoted(recentIndexName(entity)) + owner + " AND t._recent = 1";
 }
 
-// By the place of a result column, since that also orders what UNION puts together: the id is the
-// first one, then come the entity's own, then what only the order asks for.
+// By the number of a result column, which also orders a UNION. The id is the first, then come the
+// entity's columns, then the one that only the order needs.
 std::string orderClause(const EntityDescription& entity, const std::optional<FetchOrder>& order) {
   if (!order) {
     return " ORDER BY 1";

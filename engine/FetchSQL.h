@@ -10,7 +10,7 @@
 
 namespace kelvora::engine {
 
-/// A value for a parameter of a fetch: of an argument of its predicate, or fixed.
+/// A value for a parameter of a fetch: that of an argument of its predicate, or a fixed one.
 struct FetchParameter {
   std::optional<std::size_t> argument;
   ManagedValue value;
@@ -37,7 +37,7 @@ FetchSQL fetchSQL(const ManagedObjectModel& model, const EntityDescription& enti
 std::string rowSQL(const EntityDescription& entity);
 
 /// The SELECT of the rows whose to-one column leads to parameter 1, unordered. For a column with an
-/// index in batches the entered and the recent rows are each read through their own index.
+/// index in batches it reads the entered and the recent rows each through their own index.
 std::string membersSQL(const EntityDescription& entity, std::size_t column);
 
 /// The same with only the id as a column.

@@ -10,7 +10,7 @@
 
 namespace kelvora::engine {
 
-/// What a predicate is judged on.
+/// The values that a predicate reads.
 class PropertySource {
  public:
   virtual ~PropertySource() = default;
@@ -20,7 +20,7 @@ class PropertySource {
   virtual ManagedValue property(const std::vector<std::size_t>& path, std::size_t column) const = 0;
 };
 
-/// Whether the predicate holds; the same answer as SQL gives for the stored row.
+/// Whether the predicate holds; the same result as SQL has for the stored row.
 bool holds(const ResolvedPredicate& predicate, const PropertySource& source);
 
 /// Negative, 0 or positive, as SQLite orders two values of one class: nil first, numbers exactly

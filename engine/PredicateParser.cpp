@@ -138,7 +138,7 @@ class Parser {
     return node;
   }
 
-  // The first condition may have been read already, to tell what a parenthesis is.
+  // The caller may have parsed the first condition already, to find out what a parenthesis is.
   PredicateNode disjunction(std::optional<PredicateNode> first = {}) {
     std::vector<PredicateNode> children;
     children.push_back(conjunction(std::move(first)));
@@ -186,10 +186,10 @@ class Parser {
                                  : comparison(std::move(*expression));
   }
 
-  // "(a & b) = c" and "(a = b)" begin alike: what follows the first operand tells them apart.
+  // "(a & b) = c" and "(a = b)" begin alike. They differ in what follows the first operand.
   using Group = std::variant<PredicateNode, Expression>;
 
-  // What stands after an opening parenthesis, with the closing one.
+  // The content of a parenthesis after the opening one, and the closing one.
   Group group() {
     const Nesting nesting(*this);
     std::optional<PredicateNode> first;

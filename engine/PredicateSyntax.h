@@ -12,7 +12,7 @@
 
 namespace kelvora::engine {
 
-// A predicate's format text, parsed: the same for every set of arguments.
+// The parsed format text of a predicate. It does not depend on the arguments.
 
 enum class ExpressionKind : std::uint8_t {
   kConstant,

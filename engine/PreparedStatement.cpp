@@ -21,7 +21,7 @@ ManagedDate dateOf(std::int64_t nanosecondsSince1970) {
       std::chrono::nanoseconds(nanosecondsSince1970)));
 }
 
-// SQLite keeps a not-a-number as NULL. Where NULL cannot mean anything else, it comes back as one.
+// SQLite stores a not-a-number as NULL. In a required attribute NULL can mean nothing else.
 ManagedValue valueOfNull(const Column& property) {
   const bool wasNumber = property.kind == ColumnKind::kAttribute &&
                          property.type == AttributeType::kDouble && !property.optional;

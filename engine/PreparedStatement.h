@@ -16,9 +16,9 @@ class Database;
 
 namespace kelvora::engine {
 
-/// A compiled SQL statement that is run many times. Unlike the statement class of SQLiteCpp it
-/// reads a column without taking a shared handle for it, which is most of the cost of a row here.
-/// Belongs to its connection's thread; every failure throws SQLite::Exception.
+/// A compiled SQL statement that runs many times. Unlike the statement class of SQLiteCpp it reads
+/// a column without a shared handle, which would be most of the cost of a row here. Used on the
+/// thread of its connection; every failure throws SQLite::Exception.
 class PreparedStatement {
  public:
   PreparedStatement(SQLite::Database& database, const std::string& sql);
@@ -26,7 +26,8 @@ class PreparedStatement {
   PreparedStatement(const PreparedStatement&) = delete;
   PreparedStatement& operator=(const PreparedStatement&) = delete;
 
-  /// Parameters count from 1. Text and bytes are not copied: they outlive the run.
+  /// Parameters count from 1. Text and bytes are not copied: the caller keeps them until the run
+  /// ends.
   void bind(int parameter, const ManagedValue& value);
   void bind(int parameter, std::int64_t number);
   /// True while there is a row.

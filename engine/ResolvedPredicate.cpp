@@ -149,7 +149,8 @@ class Resolver {
     to.kind = from.kind == ExpressionKind::kBitAnd ? Kind::kBitAnd : Kind::kBitOr;
     to.valueClass = ValueClass::kNumber;
     to.whole = std::all_of(to.operands.begin(), to.operands.end(), [](const auto& operand) {
-      return operand.whole || operand.valueClass == ValueClass::kNil;
+      const bool isNil = operand.valueClass == ValueClass::kNil && operand.kind != Kind::kList;
+      return operand.whole || isNil;
     });
     if (!to.whole) {
       throw PredicateError("bit operators take whole numbers", from.position);
@@ -173,15 +174,21 @@ class Resolver {
     if (from.comparison == Comparison::kBetween && right.operands.size() != 2) {
       throw PredicateError("BETWEEN takes two values", from.position);
     }
-    checkClass(from, left, right);
-    for (const ResolvedExpression& element : right.kind == Kind::kList ? right.operands : kNone) {
+    if (right.kind != Kind::kList) {
+      checkClass(from, left, right);
+      return;
+    }
+    for (const ResolvedExpression& element : right.operands) {
+      if (element.kind == Kind::kList) {
+        throw PredicateError("a list in a list", from.position);
+      }
       checkClass(from, left, element);
     }
   }
 
   static void checkClass(const PredicateNode& from, const ResolvedExpression& left,
                          const ResolvedExpression& right) {
-    bool fits = comparable(left.valueClass, right.valueClass) && right.kind != Kind::kList;
+    bool fits = comparable(left.valueClass, right.valueClass);
     const auto is = [&](ValueClass valueClass) {
       return left.valueClass == valueClass || right.valueClass == valueClass;
     };
@@ -192,34 +199,29 @@ class Resolver {
                from.comparison != Comparison::kIn) {
       fits = fits && !is(ValueClass::kData) && !is(ValueClass::kObject);
     }
-    if (!fits && right.kind != Kind::kList) {
+    if (!fits) {
       throw PredicateError("these cannot be compared", from.position);
     }
   }
-
-  static inline const std::vector<ResolvedExpression> kNone;
 
   const Predicate& predicate_;
   const ManagedObjectModel& model_;
   const EntityDescription& entity_;
 };
 
-void addEntities(const ResolvedExpression& expression, const ManagedObjectModel& model,
-                 const EntityDescription& entity, std::vector<std::size_t>& entities) {
-  const std::vector<std::size_t> onPath = entitiesOnPath(expression.path, model, entity);
-  entities.insert(entities.end(), onPath.begin(), onPath.end());
+void collectColumns(const ResolvedExpression& expression, ColumnsByPath& columns) {
+  addColumnsBehind(expression.path, expression.column, columns);
   for (const ResolvedExpression& operand : expression.operands) {
-    addEntities(operand, model, entity, entities);
+    collectColumns(operand, columns);
   }
 }
 
-void addEntities(const ResolvedPredicate& predicate, const ManagedObjectModel& model,
-                 const EntityDescription& entity, std::vector<std::size_t>& entities) {
+void collectColumns(const ResolvedPredicate& predicate, ColumnsByPath& columns) {
   for (const ResolvedPredicate& child : predicate.children) {
-    addEntities(child, model, entity, entities);
+    collectColumns(child, columns);
   }
   for (const ResolvedExpression& side : predicate.sides) {
-    addEntities(side, model, entity, entities);
+    collectColumns(side, columns);
   }
 }
 
@@ -275,24 +277,41 @@ ManagedValue comparableValue(ManagedValue value) {
   return number != nullptr && std::isnan(*number) ? ManagedValue() : value;
 }
 
-std::vector<std::size_t> entitiesOnPaths(const ResolvedPredicate& predicate,
-                                         const ManagedObjectModel& model,
-                                         const EntityDescription& entity) {
-  std::vector<std::size_t> entities;
-  addEntities(predicate, model, entity, entities);
-  return entities;
+void addColumnsBehind(const std::vector<std::size_t>& path, std::size_t column,
+                      ColumnsByPath& columns) {
+  for (std::size_t step = 1; step <= path.size(); ++step) {
+    const std::size_t read = step == path.size() ? column : path[step];
+    columns[{path.begin(), path.begin() + static_cast<std::ptrdiff_t>(step)}] |= std::uint64_t{1}
+                                                                                 << read;
+  }
 }
 
-std::vector<std::size_t> entitiesOnPath(const std::vector<std::size_t>& path,
-                                        const ManagedObjectModel& model,
-                                        const EntityDescription& entity) {
-  std::vector<std::size_t> entities;
-  const EntityDescription* at = &entity;
-  for (const std::size_t column : path) {
-    entities.push_back(at->columns[column].destination);
-    at = &model.entity(entities.back());
+ColumnsByPath columnsBehind(const ResolvedPredicate& predicate) {
+  ColumnsByPath columns;
+  collectColumns(predicate, columns);
+  return columns;
+}
+
+ResolvedPredicate leadsTo(const std::vector<std::size_t>& path,
+                          const std::vector<std::int64_t>& ids) {
+  ResolvedExpression reference;
+  reference.kind = Kind::kProperty;
+  reference.valueClass = ValueClass::kObject;
+  reference.path.assign(path.begin(), path.end() - 1);
+  reference.column = path.back();
+  ResolvedExpression list;
+  list.kind = Kind::kList;
+  for (const std::int64_t id : ids) {
+    ResolvedExpression element;
+    element.valueClass = ValueClass::kObject;
+    element.value = id;
+    list.operands.push_back(std::move(element));
   }
-  return entities;
+  ResolvedPredicate predicate;
+  predicate.kind = NodeKind::kCompare;
+  predicate.comparison = Comparison::kIn;
+  predicate.sides = {std::move(reference), std::move(list)};
+  return predicate;
 }
 
 }  // namespace kelvora::engine

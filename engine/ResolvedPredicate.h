@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -13,7 +14,7 @@
 
 namespace kelvora::engine {
 
-/// What can be compared with what; nil with everything.
+/// Values are comparable within a class, and nil with everything.
 enum class ValueClass : std::uint8_t { kNil, kNumber, kText, kDate, kData, kObject };
 
 /// An operand whose names are columns and whose placeholders are values.
@@ -23,7 +24,7 @@ struct ResolvedExpression {
   ValueClass valueClass = ValueClass::kNil;
   bool whole = false;                   ///< a number that bit operators take
   ManagedValue value;                   ///< booleans as whole numbers, objects as ids
-  std::optional<std::size_t> argument;  ///< where the value comes from
+  std::optional<std::size_t> argument;  ///< the argument that gives the value
   std::vector<std::size_t> path;        ///< to-one columns, one entity after the other
   std::size_t column = 0;               ///< of the entity at the end of the path
   std::vector<ResolvedExpression> operands;
@@ -52,12 +53,18 @@ ManagedValue comparableValue(ManagedValue value);
 ResolvedExpression resolveKeyPath(std::string_view keyPath, const ManagedObjectModel& model,
                                   const EntityDescription& entity, std::size_t position = 0);
 
-/// Entities other than the fetched one whose values decide.
-std::vector<std::size_t> entitiesOnPaths(const ResolvedPredicate& predicate,
-                                         const ManagedObjectModel& model,
-                                         const EntityDescription& entity);
-std::vector<std::size_t> entitiesOnPath(const std::vector<std::size_t>& path,
-                                        const ManagedObjectModel& model,
-                                        const EntityDescription& entity);
+/// The columns that are read of objects behind to-one relationships, one bit each, by the path from
+/// the fetched entity to the objects.
+using ColumnsByPath = std::map<std::vector<std::size_t>, std::uint64_t>;
+
+/// Adds what a property reads of the objects on its path.
+void addColumnsBehind(const std::vector<std::size_t>& path, std::size_t column,
+                      ColumnsByPath& columns);
+/// The same of a whole predicate.
+ColumnsByPath columnsBehind(const ResolvedPredicate& predicate);
+
+/// Holds for the rows whose path leads to one of these objects.
+ResolvedPredicate leadsTo(const std::vector<std::size_t>& path,
+                          const std::vector<std::int64_t>& ids);
 
 }  // namespace kelvora::engine

@@ -11,7 +11,7 @@
 namespace kelvora::engine {
 
 /// The objects of one entity that a context has changed since its last save, by id. Deleted ones
-/// stand apart, so that the others are found without looking through a large deletion.
+/// are separate, so that a search for the others does not pass through a large deletion.
 struct UnsavedObjects {
   using ByID = std::unordered_map<std::int64_t, ManagedObjectPtr>;
 
@@ -24,9 +24,9 @@ struct UnsavedObjects {
   const ManagedObject* find(std::int64_t id) const;
 };
 
-/// The rows of one entity that the file does not tell the truth about: a context or one of its
-/// parents has changed them. The parents' are those of the moment when this was made, before the
-/// file is read; the context's own, of which there may be very many, are looked up where they are.
+/// The rows of one entity that a context or one of its parents has changed, so that the file does
+/// not have their current values. Those of the parents are copied when this is made, before the
+/// file is read. The context's own, of which there may be very many, are not copied.
 class DirtyRows {
  public:
   /// `mutex` guards `own`, which is changed from elsewhere only when the context ends.

@@ -24,7 +24,7 @@ constexpr const char* kModel = R"({"entities": [
    "relationships": [{"name": "box", "destination": "Box", "inverse": "things"},
                      {"name": "spareBox", "destination": "Box", "inverse": "spares"}]}]})";
 
-// Values that lie near each other, so that comparisons are decided by the rules and not by chance.
+// Values near each other, so that the rules decide comparisons and not chance.
 class Generator {
  public:
   explicit Generator(unsigned seed) : random_(seed) {}
@@ -135,8 +135,8 @@ class Generator {
   std::mt19937 random_;
 };
 
-// Three contexts on the same values: one that has nothing unsaved and so asks SQL, one that has
-// touched every thing and so judges all of them in memory, and one that has touched the boxes.
+// Three contexts on the same values: one without unsaved changes, which asks SQL, one that has
+// touched every thing and judges all of them in memory, and one that has touched the boxes.
 class PredicateAgreementTest : public testing::StoreFixture {
  protected:
   PredicateAgreementTest() {
@@ -184,6 +184,21 @@ class PredicateAgreementTest : public testing::StoreFixture {
     }
     return objects;
   }
+  // A value, a relationship and a deletion behind key paths and of the fetched objects.
+  void changeSome(ManagedObjectContext& context) {
+    const auto boxes = context.objectsOf("Box").value();
+    boxes[generator.below(boxes.size())]->setAttribute("size", generator.whole());
+    boxes[generator.below(boxes.size())]->setAttribute("label", generator.text());
+    const auto things = context.objectsOf("Thing").value();
+    const auto anyThing = [&] { return things[generator.below(things.size())]; };
+    anyThing()->setAttribute("whole", generator.whole());
+    anyThing()->setRelated("box", boxes[generator.below(boxes.size())]);
+    context.deleteObject(anyThing());
+    context.deleteObject(boxes[generator.below(boxes.size())]);
+    const auto made = context.insertNewObject("Thing");
+    made->setAttribute("text", generator.text());
+    made->setRelated("spareBox", context.insertNewObject("Box"));
+  }
   std::optional<SortDescriptor> order() {
     const auto key =
         generator.oneOf<const char*>({"", "whole", "real", "text", "flag", "day", "bytes",
@@ -213,6 +228,36 @@ class PredicateAgreementTest : public testing::StoreFixture {
   std::vector<ManagedObjectPtr> touchedThings;
   std::vector<ManagedObjectPtr> touchedBoxes;
 };
+
+struct Asked {
+  Predicate predicate;
+  std::optional<SortDescriptor> by;
+};
+
+TEST_F(PredicateAgreementTest, UnsavedChangesOfSomeObjectsMatchAsTheyDoOnceSaved) {
+  SCOPED_TRACE(testing::seedNote(seed));
+  std::vector<Asked> asked;
+  for (int i = 0; i < 1000; ++i) {
+    std::vector<PredicateArgument> arguments;
+    const std::string format = generator.predicate(arguments, 3);
+    asked.push_back({Predicate(format, arguments), order()});
+  }
+  const auto parent = saved->newChild();
+  const auto child = parent->newChild();
+  changeSome(*parent);
+  changeSome(*child);
+  std::vector<std::optional<std::vector<std::int64_t>>> unsaved;
+  unsaved.reserve(asked.size());
+  for (const Asked& one : asked) {
+    unsaved.push_back(ids(child->objectsOf("Thing", one.predicate, one.by)));
+  }
+  child->saveThisAndParentContexts();
+  ASSERT_FALSE(saved->hasChanges());
+  for (std::size_t i = 0; i < asked.size(); ++i) {
+    ASSERT_EQ(ids(saved->objectsOf("Thing", asked[i].predicate, asked[i].by)), unsaved[i])
+        << asked[i].predicate.format();
+  }
+}
 
 TEST_F(PredicateAgreementTest, StoredRowsAndObjectsInMemoryAreJudgedAndOrderedAlike) {
   SCOPED_TRACE(testing::seedNote(seed));

@@ -84,7 +84,22 @@ TEST_F(PredicateTest, TestsBits) {
   EXPECT_THAT(match("(platform | 1) = 5"), ElementsAre("bare"));
 }
 
-TEST_F(PredicateTest, ParenthesesStandAroundOperandsAndConditionsToAnyDepth) {
+TEST_F(PredicateTest, ListsAreNoOperandsOfBitsAndNoElementsOfLists) {
+  for (const char* format :
+       {"{}&{}=8", "{1} | {2} = 3", "platform & {1} = 1", "nil & {} = nil", "platform IN {{}}",
+        "platform IN {1, {2}}", "platform BETWEEN {{1}, 2}", "{} = {}", "{1} = 1", "platform = {1}",
+        "platform IN 1", "{} IN {}", "{} CONTAINS 'a'"}) {
+    EXPECT_THAT(match(format), ElementsAre("<none>")) << format;
+  }
+  const PredicateArgument::List list{1};
+  EXPECT_THAT(match("platform & %@ = 1", {list}), ElementsAre("<none>"));
+  EXPECT_THAT(match("platform IN {%@, 2}", {list}), ElementsAre("<none>"));
+  EXPECT_THAT(match("platform IN %@", {PredicateArgument::List{PredicateArgument(list)}}),
+              ElementsAre("<none>"));
+  EXPECT_THAT(match("nil & platform = nil").size(), 4);
+}
+
+TEST_F(PredicateTest, ParenthesesEncloseOperandsAndConditionsToAnyDepth) {
   EXPECT_THAT(match("((value)) == 70"), ElementsAre("TG0P"));
   EXPECT_THAT(match("((platform & 1)) != 0"), ElementsAre("TC0P", "0"));
   EXPECT_THAT(match("((platform & 3) | 8) = (((9)))"), ElementsAre("TC0P"));
@@ -127,7 +142,7 @@ TEST_F(PredicateTest, TestsMembership) {
   EXPECT_THAT(match("category = %@", {sensor->category()}), ElementsAre("0"));
 }
 
-TEST_F(PredicateTest, OneTextServesArgumentsOfEveryKind) {
+TEST_F(PredicateTest, OneTextTakesArgumentsOfEveryKind) {
   EXPECT_THAT(match("name == %@", {"gpu"}), ElementsAre("TG0P"));
   EXPECT_THAT(match("name == %@", {nullptr}), ElementsAre("bare"));
   EXPECT_THAT(match("name == %@", {1}), ElementsAre("<none>"));
@@ -151,6 +166,18 @@ TEST_F(PredicateTest, ANumberSignLeadsANameThatIsAKeyword) {
 TEST_F(PredicateTest, AHostilePatternEndsWithoutAMatch) {
   EXPECT_FALSE(engine::textMatches(engine::TextOperation::kMatches, {},
                                    std::string(2000, 'a') + "b", "(a+)+"));
+}
+
+TEST_F(PredicateTest, APatternIsGivenUpAfterSoManySteps) {
+  const auto matches = [](std::size_t length) {
+    return engine::textMatches(engine::TextOperation::kMatches, {}, std::string(length, 'a'),
+                               "(a+)+b|a*");
+  };
+  EXPECT_TRUE(matches(10));
+  // Some millions of steps before the second alternative would match.
+  EXPECT_FALSE(matches(20));
+  EXPECT_TRUE(engine::textMatches(engine::TextOperation::kMatches, {},
+                                  std::string(1000, 'a') + "b" + std::string(1000, 'c'), ".*b.*c"));
 }
 
 TEST_F(PredicateTest, ValuesNeverBecomePartOfTheStatement) {
