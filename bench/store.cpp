@@ -283,7 +283,7 @@ void printMemory() {
   const auto objects = fixture.store->viewContext()->state()->registeredObjects();
   const double before = used();
   const std::size_t fetched = fetch();
-  std::printf("\nMemory: %zu points fetched and let go\n", fetched);
+  std::printf("\nMemory: %zu points fetched and released\n", fetched);
   std::printf("  allocated before %.0f KB, after %.0f KB; objects before %zu, after %zu\n", before,
               used(), objects, fixture.store->viewContext()->state()->registeredObjects());
 }

@@ -1,4 +1,4 @@
-// The relationships of all entities stand together: each leads from one entity to another and back.
+// The relationships of all entities are in one file, since each leads from one to another and back.
 #include "KelvoraCore/KVCategory.h"
 #include "KelvoraCore/KVFanCondition.h"
 #include "KelvoraCore/KVFanSet.h"

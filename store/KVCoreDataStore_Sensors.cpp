@@ -85,8 +85,8 @@ KVCoreDataStore::Sensors KVCoreDataStore::tempSensors() {
   return tempSensorsInContext(viewContext());
 }
 
-// Not by a predicate like the fans: the category's own list, in its order and with what is
-// computed.
+// The category's own list and not a predicate as for the fans: in the order of the category, and
+// with the computed sensors.
 KVCoreDataStore::Sensors KVCoreDataStore::tempSensorsInContext(
     const ManagedObjectContextPtr& context) {
   const KVCategoryPtr category =

@@ -9,8 +9,8 @@
 
 namespace kelvora {
 
-/// The objects of a fetch as objects of their class; objects of another class, which a foreign
-/// model may name for the entity, are left out.
+/// The objects of a fetch as objects of their class. Leaves out objects of another class, which a
+/// foreign model may name for the entity.
 template <typename T>
 std::vector<std::shared_ptr<T>> typedObjects(const std::vector<ManagedObjectPtr>& objects) {
   std::vector<std::shared_ptr<T>> typed;

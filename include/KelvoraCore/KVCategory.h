@@ -23,21 +23,24 @@ class KELVORA_EXPORT KVCategory : public ManagedObject {
   /// The attributes by name, as the model has them.
   static const std::vector<std::string>& attributeNames();
 
-  /// Name it is looked up by, e.g. "Temperature"; empty when not set.
+  /// The name that looks it up, e.g. "Temperature"; empty when not set.
   std::string name() const;
   void setName(std::string value);
 
-  /// The SensorType of its sensors.
+  /// The SensorType of its sensors, e.g. 0 for temperatures.
   std::int16_t type() const;
   void setType(std::int16_t value);
 
   /// Its sensors in their order. A sensor is in one category at most.
   std::vector<KVSensorPtr> sensors() const;
   void setSensors(const std::vector<KVSensorPtr>& objects);
-  /// Appends; costs the same however many there are.
+
+  /// Appends a sensor, moving it from its place or its former category. The cost does not grow with
+  /// the number of sensors. Ignores null and a sensor of another store.
   void addToSensors(const KVSensorPtr& object);
+  /// The sensor itself stays in the store. Ignores one of another category.
   void removeFromSensors(const KVSensorPtr& object);
-  /// Inserts or moves so that the object then has this index.
+  /// Inserts or moves a sensor so that it then has this index, at most the count of the others.
   void insertIntoSensors(const KVSensorPtr& object, std::size_t index);
 };
 

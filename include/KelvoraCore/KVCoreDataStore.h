@@ -28,20 +28,23 @@ class Platform;
 
 /// The persistent store of the product: categories, sensors with their history, fan sets and fan
 /// conditions, in the file "Database.sqlite" of the application group's folder, which the programs
-/// of the product share. Nothing is opened before it is asked for; what was opened stays until the
-/// store ends.
+/// of the product share. Model, coordinator and view context are made on first use and kept until
+/// the store ends.
 ///
-/// Operations without a context use the view context: main thread only. Those with one belong on
-/// that context's queue; a null context answers nothing. Lists are none when there is no store or
-/// the fetch fails, empty when nothing matches. New objects are unsaved.
+/// Functions without a context argument use the view context: main thread only. Call the others on
+/// the queue of the context; with a null context they return null or none. Lists are none when
+/// there is no store or the fetch fails, and empty when nothing matches. New objects are unsaved.
+/// Failures are not logged, except those of saves.
 class KELVORA_EXPORT KVCoreDataStore {
  public:
+  /// What a test or a bench may choose.
   struct Options {
-    int busyTimeoutMs = 5000;  ///< how long a save waits for another program's
+    int busyTimeoutMs = 5000;  ///< how long opening and saving wait for another program's lock
   };
 
-  /// `stalenessInterval` in seconds: -1 keeps values once read, 0 always shows what any program
-  /// last saved.
+  /// Opens nothing. `stalenessInterval` is in seconds: -1 keeps values as first read, 0 always
+  /// shows what any program last saved. The platform, by default the current one, must outlive the
+  /// store.
   explicit KVCoreDataStore(double stalenessInterval);
   KVCoreDataStore(double stalenessInterval, Platform& platform);
   KVCoreDataStore(double stalenessInterval, Platform& platform, Options options);
@@ -49,56 +52,67 @@ class KELVORA_EXPORT KVCoreDataStore {
   KVCoreDataStore(const KVCoreDataStore&) = delete;
   KVCoreDataStore& operator=(const KVCoreDataStore&) = delete;
 
+  /// As given at creation, in seconds.
   double stalenessInterval() const { return stalenessInterval_; }
 
-  /// The root context; null when the program carries no readable model.
+  /// The root context, whose changes win over the file's, property by property. Null when the main
+  /// bundle has no readable model.
   ManagedObjectContextPtr viewContext();
   /// A child of the view context on a private queue; the caller owns it. Without a model it is a
-  /// context that answers nothing. Any thread.
+  /// context without objects. Any thread.
   ManagedObjectContextPtr newContext();
   /// Saves the view context when it has changes; a failure is logged as "Save error: …". Any thread
   /// that may wait for the main queue.
   void saveViewContext();
-  /// Later, on the main queue, lets every object of the view context read again. Any thread.
+  /// Later, on the main queue, makes every object of the view context read again. Any thread.
   void refreshAllObjectsInViewContext();
 
   /// The model of the main bundle's "Database.momd"; null when it is missing or broken.
   std::shared_ptr<const engine::ManagedObjectModel> managedObjectModel();
-  /// Null without a model. A file that cannot be opened leaves it without a store, unreported.
+  /// Null without a model. Opening waits for other programs' locks up to the busy time-out. A file
+  /// that cannot be opened leaves the coordinator without a store, which is not reported: fetches
+  /// then return none and saves fail with "Save error: there is no store: …" and the reason.
   std::shared_ptr<engine::PersistentStoreCoordinator> persistentStoreCoordinator();
   /// The folder of the store file, e.g. "/home/anna/.local/share/group.com.kelvora"; empty when the
   /// system gives none.
   std::string applicationDocumentsDirectory();
 
   // Categories.
-  /// The category of that name, else a new one of type 0.
+  /// The category of that name, e.g. "Temperature", else a new one of type 0.
   KVCategoryPtr createOrUpdateCategoryWithName(std::string_view name,
                                                const ManagedObjectContextPtr& context);
+
+  /// The first category that matches; null when there is none.
   KVCategoryPtr getCategoryWithName(std::string_view name);
   KVCategoryPtr getCategoryWithType(std::int64_t type);
   KVCategoryPtr categoryWhere(const Predicate& predicate);
   KVCategoryPtr categoryWhere(const Predicate& predicate, const ManagedObjectContextPtr& context);
+
   using Categories = std::optional<std::vector<KVCategoryPtr>>;
-  /// By ascending type.
+  /// Every category by ascending type.
   Categories allCategories();
-  /// Those that have sensors.
+  /// The same without those that have no sensors.
   Categories allValidCategories();
 
   // Sensors.
-  /// The sensor with that key, else a new one with only the key set.
+  /// The sensor with that key, e.g. "TC0P", else a new one with only the key set.
   KVSensorPtr createSensorWithKey(std::string_view key, const ManagedObjectContextPtr& context);
-  /// A sensor that the user asks for with the texts "key" and "name" and the number "category_type"
-  /// (a SensorType): the sensor with that key, unchanged, else a new custom one of that name,
-  /// without category and value. Null, and nothing is made, without a key or a name or for a fan
-  /// (type 1).
+  /// A sensor that the user defines by the texts "key" and "name" and the number "category_type" (a
+  /// SensorType). Returns the sensor with that key, unchanged, else a new custom one of that name
+  /// without category and value. Returns null and makes nothing without a key or a name, or for a
+  /// fan (type 1).
   KVSensorPtr createSensorWithCustomInfo(const PropertyListValue::Dictionary& info);
+
+  /// The first sensor that matches; null when there is none.
   KVSensorPtr getSensorByKey(std::string_view key);
   KVSensorPtr getSensorByKey(std::string_view key, const ManagedObjectContextPtr& context);
   KVSensorPtr sensorWhere(const Predicate& predicate, const ManagedObjectContextPtr& context);
+
   using Sensors = std::optional<std::vector<KVSensorPtr>>;
+  /// Every sensor, by creation.
   Sensors allSensors();
   Sensors allSensorsInContext(const ManagedObjectContextPtr& context);
-  /// Fans without the computed ones.
+  /// Fans without the computed fastest fan.
   Sensors fanSensors();
   Sensors fanSensorsInContext(const ManagedObjectContextPtr& context);
   /// The sensors of the temperature category in its order, computed ones included; none when there
@@ -107,7 +121,7 @@ class KELVORA_EXPORT KVCoreDataStore {
   Sensors tempSensorsInContext(const ManagedObjectContextPtr& context);
 
   // Graph points.
-  /// An empty point; its fields and its sensor are the caller's to set.
+  /// A new point without values and sensor.
   KVGraphPointPtr createGraphPoint();
   KVGraphPointPtr createGraphPointInContext(const ManagedObjectContextPtr& context);
 

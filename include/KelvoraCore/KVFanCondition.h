@@ -27,27 +27,27 @@ class KELVORA_EXPORT KVFanCondition : public ManagedObject {
   bool active() const;
   void setActive(bool value);
 
-  /// The battery state that it asks for, in the codes of the fan controller.
+  /// The battery state that it requires, in the codes of the fan controller.
   std::int16_t batteryState() const;
   void setBatteryState(std::int16_t value);
 
-  /// None when not set.
+  /// When it was made; none when not set.
   std::optional<ManagedDate> created() const;
   void setCreated(ManagedDate value);
 
-  /// Key of the watched sensor.
+  /// Key of the sensor that it watches, e.g. "TC0P"; empty when not set.
   std::string sensorKey() const;
   void setSensorKey(std::string value);
 
-  /// Value from which it holds, in the sensor's raw unit.
+  /// The condition holds from this value on, in the sensor's raw unit.
   double threshold() const;
   void setThreshold(double value);
 
-  /// Whether it asks for an external display.
+  /// Whether it requires an external display.
   bool externalDisplayConnected() const;
   void setExternalDisplayConnected(bool value);
 
-  /// The set that it applies.
+  /// The set that it applies; null when it has none.
   KVFanSetPtr fanSet() const;
   void setFanSet(const KVFanSetPtr& object);
 };

@@ -23,15 +23,15 @@ class KELVORA_EXPORT KVFanSet : public ManagedObject {
   /// The attributes by name, as the model has them.
   static const std::vector<std::string>& attributeNames();
 
-  /// Its id, e.g. "1700000000"; empty when not set.
+  /// Its identifier, e.g. "1700000000"; empty when not set.
   std::string identifier() const;
   void setIdentifier(std::string value);
 
-  /// What the user calls it.
+  /// The name that the user gave it; empty when not set.
   std::string name() const;
   void setName(std::string value);
 
-  /// None when not set.
+  /// When it was made; none when not set.
   std::optional<ManagedDate> created() const;
   void setCreated(ManagedDate value);
 
@@ -39,11 +39,13 @@ class KELVORA_EXPORT KVFanSet : public ManagedObject {
   std::optional<ManagedData> value() const;
   void setValue(ManagedData value);
 
-  /// The conditions that apply it, by creation; they go with the set.
+  /// The conditions that apply it, by creation. Deleting the set deletes them.
   std::vector<KVFanConditionPtr> fanConditions() const;
   void setFanConditions(const std::vector<KVFanConditionPtr>& objects);
-  /// Appends; costs the same however many there are.
+
+  /// Adds a condition, taking it from its former set.
   void addToFanConditions(const KVFanConditionPtr& object);
+  /// The condition itself stays in the store, without a set.
   void removeFromFanConditions(const KVFanConditionPtr& object);
 };
 

@@ -34,7 +34,8 @@ class KELVORA_EXPORT KVGraphPoint : public ManagedObject {
   std::int16_t timeRange() const;
   void setTimeRange(std::int16_t value);
 
-  /// The owner; setting it makes the point the last of its history.
+  /// The sensor that it belongs to; null when it has none. Setting another one makes the point the
+  /// last of that sensor's history.
   KVSensorPtr sensor() const;
   void setSensor(const KVSensorPtr& object);
 };

@@ -16,8 +16,9 @@ using KVCategoryPtr = std::shared_ptr<KVCategory>;
 class KVGraphPoint;
 using KVGraphPointPtr = std::shared_ptr<KVGraphPoint>;
 
-/// A stored sensor: what is known of it and what was last read. Ownership and threads as of
-/// ManagedObject. Numbers that were never set are 0, texts empty.
+/// A stored sensor: its names, its limits, its last value and its history. Ownership and threads as
+/// of ManagedObject. Numbers that were never set are 0 unless said
+/// otherwise, texts empty.
 class KELVORA_EXPORT KVSensor : public ManagedObject {
  public:
   using ManagedObject::ManagedObject;
@@ -29,7 +30,7 @@ class KELVORA_EXPORT KVSensor : public ManagedObject {
   std::string key() const;
   void setKey(std::string value);
 
-  /// Short display name.
+  /// Short display name, e.g. "CPU Proximity".
   std::string name() const;
   void setName(std::string value);
 
@@ -45,7 +46,7 @@ class KELVORA_EXPORT KVSensor : public ManagedObject {
   double minValue() const;
   void setMinValue(double value);
 
-  /// Upper limit.
+  /// Upper limit of its range, in the same unit.
   double maxValue() const;
   void setMaxValue(double value);
 
@@ -69,7 +70,7 @@ class KELVORA_EXPORT KVSensor : public ManagedObject {
   std::int16_t platform() const;
   void setPlatform(std::int16_t value);
 
-  /// Whether it counts toward the averages of its group.
+  /// Whether it counts toward the CPU or GPU average.
   bool average() const;
   void setAverage(bool value);
 
@@ -77,17 +78,19 @@ class KELVORA_EXPORT KVSensor : public ManagedObject {
   bool isCustom() const;
   void setIsCustom(bool value);
 
-  /// Null for a sensor without; setting it makes the sensor the last of the category.
+  /// Null when it has none. Setting another category makes the sensor the last of that category.
   KVCategoryPtr category() const;
   void setCategory(const KVCategoryPtr& object);
 
-  /// Its history in stored order; the points go with the sensor.
+  /// Its history in stored order. Deleting the sensor deletes the points.
   std::vector<KVGraphPointPtr> graphPoints() const;
   void setGraphPoints(const std::vector<KVGraphPointPtr>& objects);
-  /// Appends; costs the same however many there are.
+
+  /// Appends a point. The cost does not grow with the length of the history.
   void addToGraphPoints(const KVGraphPointPtr& object);
+  /// The point itself stays in the store, without a sensor.
   void removeFromGraphPoints(const KVGraphPointPtr& object);
-  /// Inserts or moves so that the object then has this index.
+  /// Inserts or moves a point so that it then has this index, at most the count of the others.
   void insertIntoGraphPoints(const KVGraphPointPtr& object, std::size_t index);
 };
 

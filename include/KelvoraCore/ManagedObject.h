@@ -24,17 +24,21 @@ class ContextState;
 class EntityDescription;
 }  // namespace engine
 
-/// One row of the store as one context sees it: within a context a row is always the same object,
+/// One row of the store as one context sees it. Within a context a row is always the same object,
 /// for as long as somebody holds it. A shared handle: the context keeps objects with unsaved
 /// changes alive and forgets the others with their last user.
 ///
-/// Values are read from the store on first access. They stay as read, or follow what any program
-/// last committed, by the staleness interval of the context; unsaved values of this context and of
-/// its parents always show. An object whose row another program deleted keeps answering what it
-/// last knew, and no relationship leads to it any more.
+/// Values are read from the store on first access. The staleness interval of the context says
+/// whether they then stay as read or follow what any program last committed. Unsaved values of this
+/// context always show; those of its parents show as far as the staleness interval lets them.
 ///
-/// Use an object only on the queue of its context. Its handle may be dropped on any thread. When
-/// the context is gone, the object keeps the values it has and saves nothing.
+/// An object whose row another program deleted keeps the values that it last read, and no
+/// relationship leads to it any more. The same holds for an object of a child whose row the parent
+/// deleted: the child may still change it, but the deletion wins, and the save drops the change
+/// without an error.
+///
+/// Use an object only on the queue of its context. Its handle may be dropped on any thread. After
+/// the end of the context the object keeps the values it has and saves nothing. Nothing here logs.
 class KELVORA_EXPORT ManagedObject : public std::enable_shared_from_this<ManagedObject> {
  public:
   /// What a context makes an object from.
@@ -44,58 +48,65 @@ class KELVORA_EXPORT ManagedObject : public std::enable_shared_from_this<Managed
     std::int64_t id;
   };
 
+  /// For contexts, which make the objects; see ManagedObjectContext::insertNewObject.
   explicit ManagedObject(Origin origin);
   virtual ~ManagedObject();
   ManagedObject(const ManagedObject&) = delete;
   ManagedObject& operator=(const ManagedObject&) = delete;
 
-  /// Identity of the row in its file; the same in every context and process, given at insertion and
-  /// never used again. Never 0.
+  /// Identity of the row in its file, e.g. 8796109799425. The same in every context and process,
+  /// given at insertion and never used again. Positive.
   std::int64_t objectID() const { return id_; }
   /// E.g. "Sensor".
   const std::string& entityName() const;
-  /// Null when the context is gone.
+  /// Null after the end of the context.
   ManagedObjectContextPtr managedObjectContext() const;
 
+  // The state of the object; exactly one of inserted, updated and deleted while it has changes.
   bool isInserted() const { return status_ == Status::kInserted; }  ///< not saved yet
   bool isUpdated() const { return status_ == Status::kUpdated; }    ///< saved, with unsaved changes
   bool isDeleted() const { return status_ == Status::kDeleted; }    ///< deleted in this context
-  bool hasChanges() const { return status_ != Status::kClean; }
+  bool hasChanges() const { return status_ != Status::kClean; }     ///< any of these
   bool isFault() const { return !loaded_; }  ///< nothing read from the store yet
 
-  /// The value of an attribute by its name; nil also when there is no such attribute.
+  /// The value of an attribute by its name, e.g. 61.5 for "value". Nil also when there is no such
+  /// attribute, or when the row was never read and cannot be read now.
   ManagedValue attribute(std::string_view name) const;
-  /// False, and nothing is set, when there is no such attribute or the value is of another type.
-  /// nil is allowed for every attribute here; a save refuses it where the model does.
+  /// Sets an attribute in memory. Returns false, and sets nothing, when there is no such attribute
+  /// or the value is of another type. Nil is allowed for every attribute here; a save refuses it
+  /// where the model does. Setting the value that the object shows changes nothing; with a
+  /// staleness interval other than 0 that may be an outdated value.
   bool setAttribute(std::string_view name, ManagedValue value);
 
-  // What changes a relationship answers false, and changes nothing, when there is no such
-  // relationship, this object is deleted, or the other one is missing, deleted, not visible to this
-  // context or of another entity or store than the relationship's.
+  // The functions that change a relationship return false, and change nothing, when there is no
+  // such relationship, this object is deleted, or the other one is missing, deleted, not visible to
+  // this context or of another entity or store than the relationship's.
 
   /// The object at the end of a to-one relationship; null when there is none.
   ManagedObjectPtr related(std::string_view relationship) const;
-  /// Sets a to-one relationship (null clears it); as a new member of an ordered relationship the
+  /// Sets a to-one relationship; null clears it. As a new member of an ordered relationship the
   /// object comes last.
   bool setRelated(std::string_view relationship, const ManagedObjectPtr& object);
 
-  /// The members of a to-many relationship, in their order, or by creation when it has none.
+  /// The members of a to-many relationship, in their order, or by creation when it has none. Empty
+  /// also when there is no such relationship or the store cannot be read.
   std::vector<ManagedObjectPtr> members(std::string_view relationship) const;
   std::size_t countOfMembers(std::string_view relationship) const;
-  /// Appends an object; one that is a member already moves to the end of an ordered relationship.
-  /// Costs the same however many members there are, and reads none of them.
+  /// Appends an object. One that is a member already moves to the end of an ordered relationship.
+  /// Reads no other member, so that the cost does not grow with their number.
   bool addMember(std::string_view relationship, const ManagedObjectPtr& object);
   /// Inserts or moves an object so that it then has this index (at most the count of the others).
   bool insertMember(std::string_view relationship, const ManagedObjectPtr& object,
                     std::size_t index);
-  /// Leaves the object itself in the store; false when it was no member.
+  /// Ends the membership; the object itself stays in the store. False also for one that was no
+  /// member.
   bool removeMember(std::string_view relationship, const ManagedObjectPtr& object);
-  /// Makes these objects the members, in this order; those that cannot be are left out.
+  /// Makes these objects the members, in this order. Leaves out those that cannot be members.
   bool setMembers(std::string_view relationship, const std::vector<ManagedObjectPtr>& objects);
 
  protected:
-  // Typed access by the place of a name in the list that a class registers itself with. A name that
-  // the model lacks, or has with another type, reads as nil and ignores writes.
+  // Typed access by the index of a name in attributeNames() of the class. A name that the model
+  // lacks, or has with another type, reads as nil and ignores writes.
   ManagedValue valueAt(std::size_t name) const;
   void setValueAt(std::size_t name, ManagedValue value);
   double doubleAt(std::size_t name) const;         ///< nil is 0
@@ -103,13 +114,15 @@ class KELVORA_EXPORT ManagedObject : public std::enable_shared_from_this<Managed
   bool booleanAt(std::size_t name) const;          ///< nil is false
   std::string textAt(std::size_t name) const;      ///< nil is empty
   void setTextAt(std::size_t name, std::string text);
-  /// None for nil.
+  /// None for nil and for a value of another type.
   template <typename T>
   std::optional<T> valueAs(std::size_t name) const {
     const ManagedValue value = valueAt(name);
     const T* held = std::get_if<T>(&value);
     return held == nullptr ? std::nullopt : std::optional<T>(*held);
   }
+
+  // Relationships as objects of their class; those of another class are left out.
   template <typename T>
   std::shared_ptr<T> relatedAs(std::string_view relationship) const {
     return std::dynamic_pointer_cast<T>(related(relationship));
@@ -146,7 +159,7 @@ class KELVORA_EXPORT ManagedObject : public std::enable_shared_from_this<Managed
   bool loaded_ = false;
   bool gone_ = false;          // the row is not in the store any more
   std::uint64_t changed_ = 0;  // one bit per column
-  std::uint64_t stamp_ = 0;    // of the state of the store that the values are from
+  std::uint64_t stamp_ = 0;    // the state of store and parents that the values are from
   double loadedAtSeconds_ = 0;
   std::vector<ManagedValue> values_;            // one per column of the entity
   mutable std::unique_ptr<Members[]> members_;  // one per to-many relationship, once asked for

@@ -25,6 +25,7 @@ struct PredicateNode;
 /// What is wrong with a predicate, and where in its format text.
 class KELVORA_EXPORT PredicateError : public std::invalid_argument {
  public:
+  /// Its what() is e.g. "expected a comparison at 4".
   PredicateError(const std::string& what, std::size_t position);
   /// Byte offset into the format text, 0 to its length.
   std::size_t position() const { return position_; }
@@ -39,6 +40,7 @@ class KELVORA_EXPORT PredicateArgument {
   using List = std::vector<PredicateArgument>;
   using Storage = std::variant<ManagedValue, std::shared_ptr<ManagedObject>, List>;
 
+  /// Nil, a truth value, a number, text in UTF-8, a date, or bytes.
   PredicateArgument(std::nullptr_t) : storage_(std::in_place_type<ManagedValue>) {}
   PredicateArgument(bool value) : storage_(std::in_place_type<ManagedValue>, value) {}
   template <std::integral T>
@@ -65,13 +67,14 @@ class KELVORA_EXPORT PredicateArgument {
   /// The values of an IN list.
   PredicateArgument(List values) : storage_(std::move(values)) {}
 
+  /// For the engine.
   const Storage& storage() const { return storage_; }
 
  private:
   Storage storage_;
 };
 
-/// A condition on stored objects, given as a format text with placeholders:
+/// A condition on stored objects, made from a format text with placeholders:
 ///
 ///     Predicate("category.type = %d && sourceType != %d", {1, 2})
 ///
@@ -82,18 +85,19 @@ class KELVORA_EXPORT PredicateArgument {
 /// relationships, SELF, whole and decimal numbers, 'text' or "text" with backslash escapes,
 /// TRUE/YES, FALSE/NO, nil/NULL, and a & b and a | b of whole numbers. Keywords in any case.
 /// Placeholders: %@ any value, list or object, %d %i %u (with h, l, ll, q) a whole number, %f %g a
-/// decimal number, %K a key path, %% a per cent sign in a key path or text.
+/// decimal number, %K a key path. Inside quotes a per cent sign is a character like any other.
 ///
 /// nil is a value: `a = nil` asks for it, `a != 5` holds for it, and an ordering or text comparison
 /// with it never holds. A not-a-number counts as nil. The same objects match whether they are saved
-/// or not. Texts compare by their UTF-8 bytes. A plain value; any thread.
+/// or not. Texts compare by their UTF-8 bytes. A MATCHES or LIKE that takes more than some 100,000
+/// steps for one text does not match it. A plain value; any thread.
 class KELVORA_EXPORT Predicate {
  public:
   /// Throws PredicateError when the text is malformed or the arguments do not fit its placeholders.
-  /// Names are checked by the fetch, since only it knows the entity.
+  /// Names and types are checked by the fetch, since only it knows the entity.
   explicit Predicate(std::string_view format, std::vector<PredicateArgument> arguments = {});
 
-  /// The format text that it was made from.
+  /// The format text and the arguments that it was made from.
   const std::string& format() const;
   const std::vector<PredicateArgument>& arguments() const { return arguments_; }
   /// For the engine: the parsed text, shared by every predicate of the same text.

@@ -81,7 +81,7 @@ TEST_F(DamagedStoreTest, PlacesAtTheEndOfTheNumbersKeepTheOrder) {
   }
 }
 
-TEST_F(DamagedStoreTest, MembersOnceReadStandWhileTheFileCannotBeRead) {
+TEST_F(DamagedStoreTest, AListOnceReadStaysWhileTheFileCannotBeRead) {
   for (const double staleness : {-1.0, 0.0}) {
     const auto store = makeStore(staleness);
     const auto category = store->getCategoryWithType(0);

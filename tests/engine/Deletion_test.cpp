@@ -135,7 +135,7 @@ TEST_F(DeletionTest, WhatAChildMovedAwayBeforeDeletingTheOwnerStays) {
   EXPECT_EQ(reader->getSensorByKey("heir")->graphPoints().size(), 1U);
 }
 
-TEST_F(DeletionTest, ADeletedOwnerAnswersNoMembers) {
+TEST_F(DeletionTest, ADeletedOwnerHasNoMembers) {
   const auto category = addCategory(*store, "Temperature", 0);
   const auto sensor = addSensor(*store, "TC0P", category);
   store->createGraphPoint()->setSensor(sensor);
@@ -149,7 +149,7 @@ TEST_F(DeletionTest, ADeletedOwnerAnswersNoMembers) {
   EXPECT_THAT(makeStore()->allSensors().value(), IsEmpty());
 }
 
-TEST_F(DeletionTest, ADeletedObjectStillAnswersItsValues) {
+TEST_F(DeletionTest, ADeletedObjectKeepsItsValues) {
   const auto child = store->newContext();
   const auto childs = store->createSensorWithKey("TC0P", child);
   child->saveRecursively();
@@ -159,7 +159,7 @@ TEST_F(DeletionTest, ADeletedObjectStillAnswersItsValues) {
   EXPECT_EQ(fault->attribute("key"), ManagedValue(std::string("TC0P")));
 }
 
-TEST_F(DeletionTest, AnObjectOfAnotherContextStandsForItsRow) {
+TEST_F(DeletionTest, DeletingAnObjectOfAnotherContextDeletesItsRow) {
   const auto sensor = store->createSensorWithKey("TC0P", view);
   store->saveViewContext();
   const auto child = store->newContext();

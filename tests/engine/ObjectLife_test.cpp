@@ -68,7 +68,7 @@ TEST_F(ObjectLifeTest, AChildOfAContextThatIsGoneKeepsItsChangesAndSavesNoFurthe
   EXPECT_TRUE(view->hasChanges());
 }
 
-// An object whose end asks for the same row, so that a new one stands before the old one has gone.
+// An object whose end fetches the same row, so that a new one exists before the old one has ended.
 class Lingering : public ManagedObject {
  public:
   explicit Lingering(Origin origin) : ManagedObject(std::move(origin)) {}

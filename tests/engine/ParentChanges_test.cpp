@@ -9,8 +9,8 @@ using ::testing::IsEmpty;
 
 constexpr const char* kReadsSensors = "FROM \"Sensor\"";
 
-// A parent changes while its child reads the file. The child may answer with the state before or
-// after the change, but the next read must show the change.
+// A parent changes while its child reads the file. The child may return the state before or after
+// the change, but the next read must show the change.
 class ParentChangesTest : public testing::StoreFixture {
  protected:
   ParentChangesTest() {

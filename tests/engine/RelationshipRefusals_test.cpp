@@ -100,7 +100,7 @@ TEST_F(RelationshipRefusalsTest, AssigningMembersLeavesOutWhatCannotBeOne) {
   EXPECT_THAT(category->sensors(), IsEmpty());
 }
 
-TEST_F(RelationshipRefusalsTest, WhatIsTakenIsAnsweredWithTrue) {
+TEST_F(RelationshipRefusalsTest, AChangeThatIsMadeReturnsTrue) {
   const auto second = store->createSensorWithKey("second", view);
   EXPECT_TRUE(category->addMember("sensors", second));
   EXPECT_TRUE(category->insertMember("sensors", second, 0));

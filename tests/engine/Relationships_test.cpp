@@ -235,7 +235,7 @@ TEST_F(RelationshipsTest, WhatAChildAppendedFirstComesFirstInMemoryAsInTheFile) 
   EXPECT_THAT(reopened(), ElementsAre("a", "b", "c"));
 }
 
-TEST_F(RelationshipsTest, SettingWhatStandsIsNoChange) {
+TEST_F(RelationshipsTest, SettingTheSameAgainIsNoChange) {
   const auto a = sensor("a");
   category->setSensors({a, sensor("b")});
   store->saveViewContext();

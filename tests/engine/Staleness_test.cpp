@@ -60,7 +60,7 @@ TEST_F(StalenessTest, EveryReadShowsWhatAnotherProgramCommittedAlsoOfHeldObjects
   EXPECT_EQ(sensor->category(), nullptr);
 }
 
-TEST_F(StalenessTest, UnsavedChangesStandWhileTheOtherPropertiesFollow) {
+TEST_F(StalenessTest, UnsavedChangesStayWhileTheOtherPropertiesFollow) {
   const auto reader = makeStore(0);
   const auto sensor = reader->getSensorByKey("a");
   sensor->setValue(10);
@@ -152,7 +152,7 @@ TEST_F(StalenessTest, AListFollowsTheFileThoughItsMembersAreHeld) {
   EXPECT_EQ(category->sensors().size(), 2U);
 }
 
-TEST_F(StalenessTest, AChildsOwnChangesStandOverWhatItsParentInsertedAndChanges) {
+TEST_F(StalenessTest, AChildsOwnChangesWinOverWhatItsParentInsertedAndChanges) {
   const auto reader = makeStore(0);
   const auto mine = reader->createSensorWithKey("new", reader->viewContext());
   const auto child = reader->newContext();

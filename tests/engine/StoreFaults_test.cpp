@@ -91,7 +91,7 @@ TEST_F(StoreFaultsTest, ATruncatedFileNeverCrashes) {
   }
 }
 
-TEST_F(StoreFaultsTest, ABrokenPageInTheMiddleAnswersNoneOrFails) {
+TEST_F(StoreFaultsTest, ABrokenPageInTheMiddleGivesNoneOrFails) {
   fillStore();
   const auto size = std::filesystem::file_size(storePath());
   for (std::uintmax_t offset = 1024; offset + 1024 <= size; offset += 1024) {

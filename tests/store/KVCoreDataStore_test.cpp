@@ -257,7 +257,7 @@ TEST_F(KVCoreDataStoreTest, WithoutAGroupContainerThereIsNoStore) {
 class KVCoreDataStoreWithoutModel : public KVCoreDataStoreTest,
                                     public ::testing::WithParamInterface<const char*> {};
 
-TEST_P(KVCoreDataStoreWithoutModel, AnswersNothing) {
+TEST_P(KVCoreDataStoreWithoutModel, ReturnsNothing) {
   std::optional<std::string> path;
   if (GetParam() != nullptr) {
     path = home + "/broken.momd";
