@@ -21,11 +21,41 @@ Current& currentPlatform() {
   return *current;
 }
 
+bool hasSMC(platform::SMCUserClient& smc) {
+  platform::IOObject iterator = 0;
+  if (smc.matchingServices("AppleSMC", iterator) != platform::kKernelSuccess) {
+    return false;
+  }
+  const platform::IOObject service = smc.nextService(iterator);
+  smc.release(iterator);
+  if (service != 0) {
+    smc.release(service);
+  }
+  return service != 0;
+}
+
+bool hasHIDTemperatures(platform::HIDEventSystem& hid) {
+  const auto client = hid.createClient();
+  if (client == nullptr) {
+    return false;
+  }
+  client->setMatching({{"PrimaryUsagePage", 0xff00}, {"PrimaryUsage", 5}});
+  const auto services = client->copyServices();
+  return services.has_value() && !services->empty();
+}
+
 }  // namespace
 
 const char* architectureName(Architecture architecture) {
   return architecture == Architecture::kAppleSilicon ? "arm64" : "x86_64";
 }
+
+MachineFileError::MachineFileError(const std::string& file, const std::string& place,
+                                   const std::string& fault)
+    : std::runtime_error(file + ": " + (place.empty() ? "" : place + ": ") + fault),
+      file_(file),
+      place_(place),
+      fault_(fault) {}
 
 Platform::Platform(PlatformIdentity identity, platform::Ports ports)
     : identity_(std::move(identity)), ports_(std::make_unique<platform::Ports>(std::move(ports))) {}
@@ -36,7 +66,7 @@ Platform& Platform::current() {
   Current& current = currentPlatform();
   const std::lock_guard lock(current.mutex);
   if (current.platform == nullptr) {
-    current.platform = live().release();
+    current.platform = initial().release();
   }
   return *current.platform;
 }
@@ -55,6 +85,8 @@ bool Platform::isCurrent() const {
   const std::lock_guard lock(current.mutex);
   return current.platform == this;
 }
+
+bool Platform::hasSensorHardware() const { return hasSMC(smc()) || hasHIDTemperatures(hid()); }
 
 platform::SMCUserClient& Platform::smc() const { return *ports_->smc; }
 platform::HIDEventSystem& Platform::hid() const { return *ports_->hid; }

@@ -1,8 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
+#include <stdexcept>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "KelvoraCore/Export.h"
 
@@ -34,27 +39,91 @@ KELVORA_EXPORT const char* architectureName(Architecture architecture);
 
 /// What a platform says of itself.
 struct KELVORA_EXPORT PlatformIdentity {
-  std::string title;  ///< shown with every reading, e.g. "MacBook Pro 15-inch 2018"
+  std::string title;  ///< shown with every reading, e.g. "MacBook Pro 15-inch 2018"; UTF-8
   bool isLive = false;
   Architecture architecture = Architecture::kIntel;
 };
 
-/// The machine that the library works on: this computer or a recorded Mac. The process has one
-/// current platform, the live one unless another is installed before the first use. A class that
-/// takes a platform keeps a reference, so the platform must outlive its objects. Any thread.
+/// A recorded Mac that comes with the program or with the installation of the library.
+struct KELVORA_EXPORT RecordedMac {
+  std::string name;   ///< the Mac's model identifier, e.g. "iMac19,1"
+  std::string path;   ///< of its machine file
+  std::string title;  ///< e.g. "iMac 27-inch 2019"; UTF-8
+  std::string notes;  ///< what is special about it; may be empty; UTF-8
+  Architecture architecture = Architecture::kIntel;
+};
+
+/// A machine file that cannot be used, or a machine that does not exist. `what()` is one line: the
+/// file, the place in it and the fault, e.g. "mac.json: /smc/keys/3/bytes: 'zz' is not
+/// hexadecimal".
+class KELVORA_EXPORT MachineFileError : public std::runtime_error {
+ public:
+  /// `place` may be empty.
+  MachineFileError(const std::string& file, const std::string& place, const std::string& fault);
+
+  /// The file, or the name that was given for it, e.g. "mac.json".
+  const std::string& file() const { return file_; }
+  /// A JSON pointer ("/smc/keys/3/bytes"; "/" is the whole file), or "line 3, column 7" where the
+  /// file is not JSON; empty where the fault is not in the file.
+  const std::string& place() const { return place_; }
+  /// E.g. "'zz' is not hexadecimal".
+  const std::string& fault() const { return fault_; }
+
+ private:
+  std::string file_;
+  std::string place_;
+  std::string fault_;
+};
+
+/// The machine that the library works on: this computer or a recorded Mac. A class that takes a
+/// platform keeps a reference, so the platform must outlive its objects. Any thread, unless an
+/// operation says otherwise.
+///
+/// The process has one current platform: the one that was installed before the first use, else the
+/// recorded Mac that the environment variable KELVORA_MACHINE names, else this computer.
+///
+/// A recorded Mac has recorded hardware and system facts. Its files, settings, notices, resources
+/// and main queue are those of this computer.
 class KELVORA_EXPORT Platform {
  public:
-  /// This computer: the system that the library was built for. Never null.
+  /// This computer: the system that the library was built for. Never null. Throws std::system_error
+  /// where the system has no descriptors left; so do the operations that make a recorded Mac.
   static std::unique_ptr<Platform> live();
 
-  /// The process's platform, created on first use and never destroyed.
+  // Recorded Macs. All throw MachineFileError, and log nothing. `host` is the live platform whose
+  // files, settings, notices and main queue the recorded Mac uses; without one a new live platform
+  // is made. It is used up even by an operation that throws.
+
+  /// The recorded Mac that `machine` names: a name of `recordedMacs()` in any case ("imac19,1"),
+  /// else a machine file.
+  static std::unique_ptr<Platform> recorded(std::string_view machine,
+                                            std::unique_ptr<Platform> host = nullptr);
+  /// The recorded Mac of a machine file. The file may be a pipe; it is read to its end.
+  static std::unique_ptr<Platform> recordedFromFile(const std::string& path,
+                                                    std::unique_ptr<Platform> host = nullptr);
+  /// The recorded Mac of a machine file's bytes. In errors `name` is the file.
+  static std::unique_ptr<Platform> recordedFromBytes(std::span<const std::byte> bytes,
+                                                     const std::string& name,
+                                                     std::unique_ptr<Platform> host = nullptr);
+  /// The recorded Macs in the folder "machines" of the program's resources, sorted by name; empty
+  /// when there are none. Each file is read: throws MachineFileError for the first bad one.
+  static std::vector<RecordedMac> recordedMacs();
+
+  /// The recorded Mac that the environment variable KELVORA_MACHINE names, as `recorded` takes it.
+  /// Null when the variable is unset or empty, and in a program with raised rights (set-user-id,
+  /// say), which ignores it. Throws MachineFileError; its text starts with "KELVORA_MACHINE: ".
+  static std::unique_ptr<Platform> fromEnvironment();
+
+  /// The process's platform, created on first use and never destroyed. When `fromEnvironment`
+  /// throws, its text is logged, and the platform is a recorded Mac without any hardware, whose
+  /// title is that text; never this computer.
   static Platform& current();
   /// Makes `platform` the current one. Throws std::logic_error once a platform is current.
   static void install(std::unique_ptr<Platform> platform);
   /// Whether this is the process's current platform. Creates none.
   bool isCurrent() const;
 
-  /// A platform of the library's own ports; every member of `ports` is set.
+  /// A platform of the library's own ports; every member of `ports` must be set.
   Platform(PlatformIdentity identity, platform::Ports ports);
   ~Platform();
   Platform(const Platform&) = delete;
@@ -64,10 +133,14 @@ class KELVORA_EXPORT Platform {
   const std::string& title() const { return identity_.title; }
   /// Whether readings come from this computer's hardware, not from a recording.
   bool isLive() const { return identity_.isLive; }
+  /// Which of the library's two builds reads this machine.
   Architecture architecture() const { return identity_.architecture; }
+  /// Whether the machine has an SMC or HID temperature sensors, so that a reading can find
+  /// anything. Asks the hardware each time; logs nothing.
+  bool hasSensorHardware() const;
 
   // The ports, one for each capability of the system, for the library's own classes. Their
-  // interfaces are not installed.
+  // interfaces are not installed. Owned by the platform.
 
   platform::SMCUserClient& smc() const;
   platform::HIDEventSystem& hid() const;
@@ -87,6 +160,8 @@ class KELVORA_EXPORT Platform {
   platform::Ports& ports() { return *ports_; }
 
  private:
+  static std::unique_ptr<Platform> initial();
+
   PlatformIdentity identity_;
   std::unique_ptr<platform::Ports> ports_;
 };

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,12 +18,7 @@
 
 namespace kelvora::platform {
 
-/// A machine file that cannot be used. The text is one line: the file, the place in it and the
-/// fault, e.g. "mac.json: /smc/keys/3/bytes: 'zz' is not hexadecimal".
-class MachineFileError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+using kelvora::MachineFileError;
 
 /// One SMC key as recorded.
 struct RecordedSMCKey {

@@ -10,8 +10,9 @@
 
 namespace kelvora::platform {
 
-std::unique_ptr<Platform> makeRecordedPlatform(RecordedMachine machine) {
-  Ports ports = std::move(Platform::live()->ports());
+std::unique_ptr<Platform> makeRecordedPlatform(RecordedMachine machine,
+                                               std::unique_ptr<Platform> host) {
+  Ports ports = std::move((host ? std::move(host) : Platform::live())->ports());
   PlatformIdentity identity{machine.title, false, machine.architecture};
   ports.systemFacts = std::make_unique<RecordedSystemFacts>(machine);
   ports.smc = std::make_unique<RecordedSMC>(std::move(machine.smcKeys));

@@ -53,7 +53,7 @@ std::string JSONPlace::pointer() const {
 
 void JSONPlace::refuse(const std::string& fault) const {
   const std::string place = pointer();
-  throw MachineFileError(file_ + ": " + (place.empty() ? "/" : place) + ": " + fault);
+  throw MachineFileError(file_, place.empty() ? "/" : place, fault);
 }
 
 const std::string& JSONPlace::text() const {

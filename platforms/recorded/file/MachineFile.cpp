@@ -54,15 +54,15 @@ std::string lineAndColumn(std::string_view json, std::size_t byte) {
 
 nlohmann::json parsedJSON(std::string_view json, const std::string& name) {
   if (deepestNesting(json) > kDeepestNesting) {
-    throw MachineFileError(name + ": /: is nested deeper than " + std::to_string(kDeepestNesting) +
-                           " levels");
+    throw MachineFileError(name, "/",
+                           "is nested deeper than " + std::to_string(kDeepestNesting) + " levels");
   }
   try {
     return nlohmann::json::parse(json);
   } catch (const nlohmann::json::parse_error& error) {
-    throw MachineFileError(name + ": " + lineAndColumn(json, error.byte) + ": is not JSON");
+    throw MachineFileError(name, lineAndColumn(json, error.byte), "is not JSON");
   } catch (const nlohmann::json::exception&) {
-    throw MachineFileError(name + ": /: holds a number that is too large");
+    throw MachineFileError(name, "/", "holds a number that is too large");
   }
 }
 
@@ -111,7 +111,7 @@ void readSystem(const JSONPlace& root, RecordedMachine& machine) {
 }
 
 [[noreturn]] void refuseUnreadable(const std::string& path, int error) {
-  throw MachineFileError(path + ": cannot be read: " + std::generic_category().message(error));
+  throw MachineFileError(path, "", "cannot be read: " + std::generic_category().message(error));
 }
 
 }  // namespace
@@ -138,7 +138,7 @@ RecordedMachine readMachineFile(const std::string& path) {
   while (const std::size_t count = file.read(block)) {
     json.append(block.data(), count);
     if (json.size() > kLargestFileBytes) {
-      throw MachineFileError(path + ": /: is larger than 64 MB");
+      throw MachineFileError(path, "/", "is larger than 64 MB");
     }
   }
   // A folder opens like a file, and fails only when it is read.
