@@ -1,21 +1,18 @@
 // A menu-bar program in a terminal: it shows a temperature, takes a sample at the user's interval,
-// and shows the text anew when another program changes a setting. It ends with its input.
-#include <cmath>
+// and shows the text again when another program changes a setting. Ctrl-C ends it.
+#include <chrono>
 #include <cstdio>
 #include <string>
 
-#include <poll.h>
-#include <unistd.h>
-
-#include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/KVThemeManager.h"
 #include "KelvoraCore/KVValueConverter.h"
 #include "KelvoraCore/KVViewController.h"
+#include "KelvoraCore/StopSignal.h"
 
 namespace {
 
-using kelvora::KVMainQueue;
+using Clock = std::chrono::steady_clock;
 using kelvora::KVSettings;
 using kelvora::KVValueConverter;
 
@@ -41,26 +38,20 @@ class MenuScreen : public kelvora::KVViewController {
   double celsius_ = -1;
 };
 
-int untilNextSampleMs() {
-  return static_cast<int>(std::lround(KVSettings::shared().updateInterval() * 1000));
+Clock::time_point nextSample() {
+  const std::chrono::duration<double> interval(KVSettings::shared().updateInterval());
+  return Clock::now() + std::chrono::duration_cast<Clock::duration>(interval);
 }
 
 }  // namespace
 
 int main() {
+  kelvora::StopSignal stop;
   kelvora::KVThemeManager::sharedInstance().setIsMenuApp(true);
   MenuScreen screen;
   screen.viewDidLoad();
-  screen.sample();
-  while (true) {
-    pollfd waiting[] = {{KVMainQueue::descriptor(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
-    const int ready = poll(waiting, 2, untilNextSampleMs());
-    if (waiting[1].revents != 0) {
-      return 0;
-    }
-    if (ready == 0) {
-      screen.sample();
-    }
-    KVMainQueue::runPending();
-  }
+  do {
+    screen.sample();
+  } while (stop.runUntil(nextSample()));  // notices arrive here
+  return 0;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 namespace kelvora::platform {
@@ -13,11 +14,13 @@ class MainQueue {
   /// Whether the calling thread is the main thread.
   virtual bool isMainThread() const = 0;
   /// Runs what is queued now, on the main thread; work that it queues waits for the next call.
-  /// Answers how many ran. A system whose own loop drains the queue answers 0.
+  /// Returns how many ran; 0 on a system whose own loop drains the queue.
   virtual int runPending() = 0;
   /// A descriptor that is readable while work is queued, for the host's poll loop; -1 where the
   /// system's own loop drains the queue. Owned by the queue.
   virtual int descriptor() const = 0;
+  /// Blocks until work is queued or `deadline` has passed; may return earlier. Main thread only.
+  virtual void waitForWork(std::chrono::steady_clock::time_point deadline) = 0;
 };
 
 }  // namespace kelvora::platform

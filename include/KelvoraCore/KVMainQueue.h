@@ -1,25 +1,34 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 #include "KelvoraCore/Export.h"
 
 namespace kelvora {
 
-/// The main queue of a host whose system has no main loop that drains it: notices, and completions
-/// of what runs elsewhere, wait in it for the main thread. The main thread is the one that first
-/// calls an operation of this class or of the library. The queue is the current platform's.
+/// The current platform's queue of work for the main thread: notices, and completions of what runs
+/// elsewhere. The main thread is the one that first calls an operation of this class or of the
+/// library. On macOS the system's run loop drains the queue; elsewhere the host does, in one of
+/// two ways: it waits in `runUntil` (or in `StopSignal::runUntil`), or it polls `descriptor()` in a
+/// loop of its own and calls `runPending()`.
 class KELVORA_EXPORT KVMainQueue {
  public:
-  /// A descriptor for the host's poll loop, readable while work is queued; -1 where the system's
-  /// own loop drains the queue. Owned by the library.
-  static int descriptor();
+  /// Runs work as it comes, until `deadline`. What is queued already runs even if the deadline has
+  /// passed; work that keeps coming does not postpone the end. Only on the main thread; on another
+  /// it runs nothing and returns at once.
+  static void runUntil(std::chrono::steady_clock::time_point deadline);
 
-  /// Runs what is queued now and answers how many pieces ran; what they queue waits for the next
-  /// call. Only on the main thread; on another it runs nothing.
+  /// Runs what is queued now and returns how many pieces ran; work that they queue waits for the
+  /// next call. What a piece throws leaves the call, and the rest stays queued. Only on the main
+  /// thread; on another it runs nothing and returns 0.
   static int runPending();
 
-  /// Queues work for the main thread. Any thread.
+  /// A descriptor for the host's own poll loop, readable while work is queued; -1 where the
+  /// system's loop drains the queue. Owned by the library.
+  static int descriptor();
+
+  /// Queues work for the main thread, in order. Never runs it at once. Any thread.
   static void async(std::function<void()> work);
 };
 

@@ -8,9 +8,9 @@ namespace kelvora {
 
 /// A program's standard output, kept apart from the library's messages. Creating one takes over
 /// descriptor 1: what else the process prints there goes to standard error from then on, so that a
-/// report stays whole. Standard descriptors that were closed lead to nowhere from then on; a report
-/// to a closed one cannot be written. One per process, on the main thread, before anything is
-/// printed or opened.
+/// report stays whole. Standard descriptors that were closed are opened on /dev/null, so that no
+/// file takes their numbers. One per process, on the main thread, before anything is printed or
+/// opened.
 class KELVORA_EXPORT StandardOutput {
  public:
   StandardOutput();
@@ -18,10 +18,13 @@ class KELVORA_EXPORT StandardOutput {
   StandardOutput(const StandardOutput&) = delete;
   StandardOutput& operator=(const StandardOutput&) = delete;
 
-  /// Writes all of `text`; false when it could not be written (a full disk, say).
+  /// Writes all of `text` and blocks until the system has taken it. False when it could not be
+  /// written: the disk is full, say, or the program was started with its output closed. Logs
+  /// nothing.
   bool write(std::string_view text);
+  /// Whether a person's terminal shows the output.
   bool isTerminal() const;
-  /// Width of the terminal in columns, e.g. 80; 0 when it is no terminal or has no width.
+  /// Width of the terminal in columns, e.g. 80; 0 when it is not a terminal or has no width.
   int columns() const;
 
  private:

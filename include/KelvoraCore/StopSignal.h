@@ -1,12 +1,14 @@
 #pragma once
 
+#include <chrono>
+
 #include "KelvoraCore/Export.h"
 
 namespace kelvora {
 
-/// The user's wish that a program which runs on should end: an interrupt from the terminal or a
-/// request to terminate. While an object stands these no longer end the process; afterwards they do
-/// what they did before. One per process at a time; used by one thread.
+/// Waits for a request to end the program: SIGINT (Ctrl-C in a terminal) or SIGTERM. While an
+/// object exists these signals do not end the process; afterwards they do what they did before. At
+/// most one object per process at a time; used by one thread.
 class KELVORA_EXPORT StopSignal {
  public:
   /// Throws std::system_error where the system has no descriptors left.
@@ -15,9 +17,19 @@ class KELVORA_EXPORT StopSignal {
   StopSignal(const StopSignal&) = delete;
   StopSignal& operator=(const StopSignal&) = delete;
 
-  /// Blocks until `descriptor` is readable; false once the program is to stop, which goes before
-  /// what is readable. A negative descriptor waits for the stop alone.
+  /// Runs the main queue's work as it comes, as `KVMainQueue::runUntil` does. Returns true at the
+  /// deadline, or false once the program is to stop: work that is still queued then stays queued.
+  /// Called again after a stop it returns false at once. Only on the main thread.
+  bool runUntil(std::chrono::steady_clock::time_point deadline);
+  /// The same without a deadline: returns once the program is to stop.
+  void run();
+
+  /// Blocks until `descriptor` is readable; false once the program is to stop, even if the
+  /// descriptor is readable too. A negative descriptor waits for the stop alone.
   bool waitUntilReadable(int descriptor);
+
+ private:
+  bool waitUntilReadable(int descriptor, std::chrono::steady_clock::time_point deadline);
 };
 
 }  // namespace kelvora

@@ -10,6 +10,9 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "platforms/posix/PollTimeout.h"
+#include "ports/Ports.h"
+
 namespace kelvora {
 
 namespace {
@@ -62,11 +65,34 @@ StopSignal::~StopSignal() {
 }
 
 bool StopSignal::waitUntilReadable(int descriptor) {
+  return waitUntilReadable(descriptor, std::chrono::steady_clock::time_point::max());
+}
+
+bool StopSignal::waitUntilReadable(int descriptor, std::chrono::steady_clock::time_point deadline) {
   std::array<pollfd, 2> waiting{{{ends[0], POLLIN, 0}, {descriptor, POLLIN, 0}}};
-  // A signal ends the wait early; its byte is found the next time round.
-  while (poll(waiting.data(), waiting.size(), -1) < 0 && errno == EINTR) {
-  }
+  int ready = 0;
+  do {
+    ready = poll(waiting.data(), waiting.size(), platform::pollTimeoutMs(deadline));
+    // A signal ends the wait early; its byte is found the next time round.
+  } while ((ready < 0 && errno == EINTR) ||
+           (ready == 0 && std::chrono::steady_clock::now() < deadline));
   return waiting[0].revents == 0;
+}
+
+bool StopSignal::runUntil(std::chrono::steady_clock::time_point deadline) {
+  platform::MainQueue& queue = Platform::current().mainQueue();
+  do {
+    if (!waitUntilReadable(queue.descriptor(), deadline)) {
+      return false;
+    }
+    queue.runPending();
+  } while (std::chrono::steady_clock::now() < deadline);
+  return true;
+}
+
+void StopSignal::run() {
+  while (runUntil(std::chrono::steady_clock::time_point::max())) {
+  }
 }
 
 }  // namespace kelvora

@@ -5,7 +5,10 @@
 #include <system_error>
 #include <utility>
 
+#include <poll.h>
 #include <sys/eventfd.h>
+
+#include "platforms/posix/PollTimeout.h"
 
 namespace kelvora::platform {
 
@@ -24,6 +27,11 @@ void LinuxMainQueue::async(std::function<void()> work) {
 }
 
 bool LinuxMainQueue::isMainThread() const { return std::this_thread::get_id() == mainThread_; }
+
+void LinuxMainQueue::waitForWork(std::chrono::steady_clock::time_point deadline) {
+  pollfd waiting{event_.get(), POLLIN, 0};
+  poll(&waiting, 1, pollTimeoutMs(deadline));
+}
 
 int LinuxMainQueue::runPending() {
   if (!isMainThread()) {

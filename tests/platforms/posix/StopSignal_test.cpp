@@ -1,10 +1,14 @@
 #include "KelvoraCore/StopSignal.h"
 
 #include <array>
+#include <chrono>
 #include <csignal>
+#include <functional>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
+
+#include "KelvoraCore/KVMainQueue.h"
 
 namespace kelvora::platform {
 namespace {
@@ -39,6 +43,35 @@ TEST_F(StopSignalTest, AStopGoesBeforeWhatIsReadableAndStays) {
     EXPECT_FALSE(stop.waitUntilReadable(descriptor()));
     EXPECT_FALSE(stop.waitUntilReadable(-1));
   }
+}
+
+TEST(StopSignalMainQueue, WorkRunsAsItComesUntilTheDeadline) {
+  StopSignal stop;
+  int ran = 0;
+  KVMainQueue::async([&] { ++ran; });
+  EXPECT_TRUE(stop.runUntil(std::chrono::steady_clock::now()));
+  EXPECT_EQ(ran, 1);
+  bool goesOn = true;
+  std::function<void()> again = [&] {
+    ++ran;
+    if (goesOn) {
+      KVMainQueue::async(again);
+    }
+  };
+  again();
+  EXPECT_TRUE(stop.runUntil(std::chrono::steady_clock::now() + std::chrono::milliseconds(20)));
+  EXPECT_GE(ran, 3) << "work that keeps coming does not postpone the deadline";
+  goesOn = false;
+  KVMainQueue::runPending();
+}
+
+TEST(StopSignalMainQueue, AStopEndsTheWaitAndLeavesWorkQueued) {
+  StopSignal stop;
+  KVMainQueue::async([] { raise(SIGTERM); });
+  stop.run();
+  KVMainQueue::async([] {});
+  EXPECT_FALSE(stop.runUntil(std::chrono::steady_clock::time_point::max()));
+  EXPECT_EQ(KVMainQueue::runPending(), 1);
 }
 
 TEST_F(StopSignalTest, AnEarlierStopDoesNotReachALaterObject) {
