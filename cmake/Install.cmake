@@ -12,13 +12,23 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/KelvoraCore DESTINATION ${CMAKE_
 install(EXPORT KelvoraCore NAMESPACE Kelvora:: FILE KelvoraCoreTargets.cmake
   DESTINATION ${package_folder})
 
+# What the library reads at run time; Resources.cmake copies it beside a program.
+set(KELVORA_RESOURCES ${CMAKE_INSTALL_DATADIR}/KelvoraCore)
+install(FILES ${PROJECT_SOURCE_DIR}/store/Database.momd DESTINATION ${KELVORA_RESOURCES})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/presentation/lproj/ DESTINATION ${KELVORA_RESOURCES}
+  FILES_MATCHING PATTERN Localizable.strings)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/machines DESTINATION ${KELVORA_RESOURCES}
+  FILES_MATCHING PATTERN "*.json")
+
 get_target_property(library_type KelvoraCore TYPE)
 configure_package_config_file(cmake/KelvoraCoreConfig.cmake.in
-  ${package_files}/KelvoraCoreConfig.cmake INSTALL_DESTINATION ${package_folder})
+  ${package_files}/KelvoraCoreConfig.cmake INSTALL_DESTINATION ${package_folder}
+  PATH_VARS KELVORA_RESOURCES)
 write_basic_package_version_file(${package_files}/KelvoraCoreConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
 install(FILES ${package_files}/KelvoraCoreConfig.cmake
   ${package_files}/KelvoraCoreConfigVersion.cmake ${PROJECT_SOURCE_DIR}/cmake/Dependencies.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/Resources.cmake
   DESTINATION ${package_folder})
 
 # A static library is linked with everything that it calls, a shared one brings it along.

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <utility>
 
+#include "base/Log.h"
 #include "platforms/linux/processes/ApplicationBundle.h"
 #include "platforms/linux/system/LinuxFiles.h"
 
@@ -16,20 +17,18 @@ namespace {
 
 constexpr const char* kDevelopmentLanguage = "en";
 constexpr std::string_view kLocalizationSuffix = ".lproj";
+constexpr const char* kLibraryName = "KelvoraCore";
 
 std::string runningExecutable() {
   std::error_code error;
   return std::filesystem::read_symlink("/proc/self/exe", error).string();
 }
 
-std::string resourceFolderOf(const std::filesystem::path& executable) {
+std::vector<std::string> resourceFoldersOf(const std::filesystem::path& executable) {
   const std::filesystem::path folder = executable.parent_path();
-  const std::filesystem::path beside = folder / "Resources";
-  std::error_code error;
-  if (std::filesystem::is_directory(beside, error)) {
-    return beside.string();
-  }
-  return (folder.parent_path() / "share" / executable.filename()).string();
+  const std::filesystem::path share = folder.parent_path() / "share";
+  return {(folder / "Resources").string(), (share / executable.filename()).string(),
+          (share / kLibraryName).string()};
 }
 
 std::string environmentText(const char* name) {
@@ -60,7 +59,7 @@ std::vector<std::string> environmentLanguages() {
   return languages;
 }
 
-// Codes that a locale name may stand for, the closest first: "pt_BR.UTF-8" gives "pt-BR", "pt_BR"
+// Codes that a locale name may mean, the closest first: "pt_BR.UTF-8" gives "pt-BR", "pt_BR"
 // and "pt".
 std::vector<std::string> candidates(std::string name) {
   name = name.substr(0, name.find_first_of(".@"));
@@ -116,28 +115,57 @@ LinuxMainBundle::LinuxMainBundle() : LinuxMainBundle(runningExecutable()) {}
 
 LinuxMainBundle::LinuxMainBundle(std::string executablePath)
     : executablePath_(std::move(executablePath)),
-      resourceFolder_(resourceFolderOf(executablePath_)) {}
+      resourceFolders_(resourceFoldersOf(executablePath_)) {}
 
 std::string LinuxMainBundle::executablePath() { return executablePath_; }
 
 std::optional<std::string> LinuxMainBundle::resourcePath(std::string_view name,
                                                          std::string_view type) {
-  std::string path = resourceFolder_ + "/" + std::string(name);
-  if (!type.empty()) {
-    path += "." + std::string(type);
-  }
-  if (name.empty() || !LinuxFiles().exists(path)) {
+  if (name.empty()) {
     return std::nullopt;
   }
-  return path;
+  std::string file(name);
+  if (!type.empty()) {
+    file.append(".").append(type);
+  }
+  for (const std::string& folder : resourceFolders_) {
+    std::string path = std::string(folder).append("/").append(file);
+    if (LinuxFiles().exists(path)) {
+      return path;
+    }
+  }
+  if (!type.empty()) {
+    logMissing(file, std::string(type));
+  }
+  return std::nullopt;
+}
+
+std::vector<std::string> LinuxMainBundle::resourceFolders() { return resourceFolders_; }
+
+// Every look-up would repeat it: a language table is asked for each text.
+void LinuxMainBundle::logMissing(const std::string& resource, const std::string& type) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!missingTypes_.insert(type).second) {
+      return;
+    }
+  }
+  std::string folders;
+  for (const std::string& folder : resourceFolders_) {
+    folders += (folders.empty() ? "" : ", ") + folder;
+  }
+  log("KelvoraCore: no " + resource + " in " + folders +
+      " (the CMake function kelvora_add_resources puts it there)");
 }
 
 std::vector<std::string> LinuxMainBundle::preferredLocalizations() {
   std::vector<std::string> available;
-  for (const std::string& entry :
-       LinuxFiles().list(resourceFolder_).value_or(std::vector<std::string>{})) {
-    if (entry.ends_with(kLocalizationSuffix)) {
-      available.push_back(entry.substr(0, entry.size() - kLocalizationSuffix.size()));
+  for (const std::string& folder : resourceFolders_) {
+    const auto entries = LinuxFiles().list(folder);
+    for (const std::string& entry : entries.value_or(std::vector<std::string>{})) {
+      if (entry.ends_with(kLocalizationSuffix)) {
+        available.push_back(entry.substr(0, entry.size() - kLocalizationSuffix.size()));
+      }
     }
   }
   return matchedLocalizations(environmentLanguages(), available);

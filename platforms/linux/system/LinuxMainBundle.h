@@ -1,12 +1,18 @@
 #pragma once
 
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
 #include "ports/MainBundle.h"
 
 namespace kelvora::platform {
 
-/// The program's resources: the folder "Resources" beside the executable (in a build tree), else
-/// "../share/<name of the executable>" (installed). Localisations are the folders named
-/// "<code>.lproj" in it.
+/// The program's resources. Each is looked for in three folders, in this order: "Resources" beside
+/// the executable (a build tree, or a program that carries its own), "../share/<name of the
+/// executable>" (an installed program's own), "../share/KelvoraCore" (the library's, for a program
+/// in the same installation). Localisations are the folders named "<code>.lproj" in them.
 class LinuxMainBundle : public MainBundle {
  public:
   /// The running program's.
@@ -16,6 +22,7 @@ class LinuxMainBundle : public MainBundle {
 
   std::string executablePath() override;
   std::optional<std::string> resourcePath(std::string_view name, std::string_view type) override;
+  std::vector<std::string> resourceFolders() override;
   /// From the environment, as gettext reads it: LANGUAGE, LC_ALL, LC_MESSAGES, LANG, then "en".
   std::vector<std::string> preferredLocalizations() override;
   /// Of the application at the path, or with an empty path of the one whose program this is.
@@ -23,8 +30,12 @@ class LinuxMainBundle : public MainBundle {
       const std::string& bundlePath) override;
 
  private:
+  void logMissing(const std::string& resource, const std::string& type);
+
   std::string executablePath_;
-  std::string resourceFolder_;
+  std::vector<std::string> resourceFolders_;
+  std::mutex mutex_;
+  std::set<std::string> missingTypes_;  // logged already
 };
 
 /// The localisations out of `available` that the user wants, in the user's order, the development

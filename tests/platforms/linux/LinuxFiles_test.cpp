@@ -115,7 +115,7 @@ TEST(LinuxMainBundle, KnowsTheRunningExecutable) {
             "platforms_tests");
 }
 
-TEST(LinuxMainBundle, ResourcesStandBesideTheExecutable) {
+TEST(LinuxMainBundle, ResourcesBesideTheExecutableGoBeforeInstalledOnes) {
   const TemporaryFolder folder;
   folder.write("bin/Resources/Database.momd", "");
   folder.write("share/kelvora/Database.momd", "");
@@ -128,12 +128,48 @@ TEST(LinuxMainBundle, ResourcesStandBesideTheExecutable) {
   EXPECT_EQ(bundle.resourcePath("", ""), std::nullopt);
 }
 
-TEST(LinuxMainBundle, ResourcesOfAnInstalledProgramStandUnderShare) {
+TEST(LinuxMainBundle, AResourceIsTheProgramsOwnBeforeItIsTheLibrarys) {
   const TemporaryFolder folder;
-  folder.write("share/kelvora/Database.momd", "");
-  LinuxMainBundle bundle(folder.path() + "/bin/kelvora");
-  EXPECT_EQ(bundle.resourcePath("Database", "momd"),
-            folder.path() + "/share/kelvora/Database.momd");
+  const std::string library = folder.write("share/KelvoraCore/Database.momd", "");
+  LinuxMainBundle bundle(folder.path() + "/bin/host");
+  EXPECT_EQ(bundle.resourcePath("Database", "momd"), library);
+  const std::string own = folder.write("share/host/Database.momd", "");
+  EXPECT_EQ(bundle.resourcePath("Database", "momd"), own);
+  folder.write("bin/Resources/Icon.png", "");
+  EXPECT_EQ(bundle.resourcePath("Database", "momd"), own)
+      << "each resource is looked for by itself";
+  const std::string beside = folder.write("bin/Resources/Database.momd", "");
+  EXPECT_EQ(bundle.resourcePath("Database", "momd"), beside);
+  EXPECT_EQ(bundle.resourceFolders(),
+            (Texts{folder.path("bin/Resources"), folder.path("share/host"),
+                   folder.path("share/KelvoraCore")}));
+}
+
+TEST(LinuxMainBundle, TheFirstMissingResourceOfEachKindIsLoggedWithWhereItWasLookedFor) {
+  LinuxMainBundle bundle("/nowhere/bin/host");
+  ::testing::internal::CaptureStderr();
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(bundle.resourcePath("Database", "momd"), std::nullopt);
+    EXPECT_EQ(bundle.resourcePath("de", "lproj"), std::nullopt);
+    EXPECT_EQ(bundle.resourcePath("fr", "lproj"), std::nullopt);
+    EXPECT_EQ(bundle.resourcePath("machines", ""), std::nullopt);
+  }
+  const std::string where =
+      " in /nowhere/bin/Resources, /nowhere/share/host, /nowhere/share/KelvoraCore (the CMake "
+      "function kelvora_add_resources puts it there)\n";
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "KelvoraCore: no Database.momd" + where + "KelvoraCore: no de.lproj" + where);
+}
+
+TEST(LinuxMainBundle, LocalisationsAreThoseOfEveryFolder) {
+  const TemporaryFolder folder;
+  folder.write("share/KelvoraCore/de.lproj/Localizable.strings", "");
+  folder.write("share/host/pt.lproj/Localizable.strings", "");
+  LinuxMainBundle bundle(folder.path() + "/bin/host");
+  clearLanguages();
+  setenv("LANG", "de_DE.UTF-8", 1);
+  setenv("LANGUAGE", "pt:de", 1);
+  EXPECT_EQ(bundle.preferredLocalizations(), (Texts{"pt", "de"}));
 }
 
 TEST(LinuxMainBundle, LocalisationsFollowTheEnvironment) {
