@@ -2,18 +2,13 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
 
-#include "KelvoraCore/PropertyListValue.h"
+#include "KelvoraCore/NotificationObserver.h"
 
 namespace kelvora::platform {
 
-struct Notification {
-  std::string name;
-  std::optional<std::string> object;  ///< the sender text, none for most
-  std::optional<PropertyListValue::Dictionary> userInfo;
-};
+using kelvora::Notification;
 
 /// What becomes of notifications while the observing application is suspended.
 enum class SuspensionBehavior : std::uint8_t { kDefault, kCoalesce };

@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <string_view>
 
+#include "KelvoraCore/KVApplicationGroup.h"
+
 #include "ports/Ports.h"
 
 namespace kelvora {
@@ -46,6 +48,12 @@ Path KVUtils::applicationSupportPath(Platform& platform) {
     platform.files().createFolder(path);
   }
   return path;
+}
+
+Path KVUtils::groupContainerPath() { return groupContainerPath(Platform::current()); }
+
+Path KVUtils::groupContainerPath(Platform& platform) {
+  return platform.files().groupContainer(kApplicationGroupIdentifier);
 }
 
 Path KVUtils::smcExeSrcPath() { return smcExeSrcPath(Platform::current()); }

@@ -13,11 +13,23 @@ constexpr std::uint32_t kGrantedMode = 06555;
 bool KVUtils::isSMCPermissionGranted() { return isSMCPermissionGranted(Platform::current()); }
 
 bool KVUtils::isSMCPermissionGranted(Platform& platform) {
-  const auto tool = smcExePath(platform);
-  const auto attributes = tool ? platform.files().attributes(*tool) : std::nullopt;
-  return attributes && attributes->ownerAccountName == "root" &&
-         attributes->groupOwnerAccountName == "admin" &&
-         attributes->posixPermissions == kGrantedMode;
+  const auto tool = smcExeOwnership(platform);
+  return tool && tool->owner == "root" && tool->group == "admin" &&
+         tool->permissions == kGrantedMode;
+}
+
+std::optional<KVFileOwnership> KVUtils::smcExeOwnership() {
+  return smcExeOwnership(Platform::current());
+}
+
+std::optional<KVFileOwnership> KVUtils::smcExeOwnership(Platform& platform) {
+  const auto path = smcExePath(platform);
+  const auto attributes = path ? platform.files().attributes(*path) : std::nullopt;
+  if (!attributes) {
+    return std::nullopt;
+  }
+  return KVFileOwnership{attributes->ownerAccountName, attributes->groupOwnerAccountName,
+                         attributes->posixPermissions};
 }
 
 }  // namespace kelvora

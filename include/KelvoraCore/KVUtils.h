@@ -12,6 +12,13 @@ namespace kelvora {
 
 class Platform;
 
+/// Who owns a file and who may use it.
+struct KELVORA_EXPORT KVFileOwnership {
+  std::string owner;              ///< account name, e.g. "root"; empty when the account is unknown
+  std::string group;              ///< e.g. "admin"; empty likewise
+  std::uint32_t permissions = 0;  ///< the twelve permission bits, e.g. 06555
+};
+
 /// Where the product's programs and files are. The operations without a platform use the current
 /// one.
 ///
@@ -27,6 +34,12 @@ class KELVORA_EXPORT KVUtils {
   /// not told); none when the system has no support folder. So are the three paths in it.
   static std::optional<std::string> applicationSupportPath();
   static std::optional<std::string> applicationSupportPath(Platform& platform);
+
+  /// The folder that the product's programs share, which holds their stored objects:
+  /// "/home/anna/.local/share/group.com.kelvora" (on Linux), created when it is missing; none when
+  /// the system has none or it cannot be created.
+  static std::optional<std::string> groupContainerPath();
+  static std::optional<std::string> groupContainerPath(Platform& platform);
 
   /// The privileged tool: ".../Kelvora SMC".
   static std::optional<std::string> smcExeSrcPath();
@@ -95,6 +108,10 @@ class KELVORA_EXPORT KVUtils {
   /// False also when it is not installed.
   static bool isSMCPermissionGranted();
   static bool isSMCPermissionGranted(Platform& platform);
+  /// Owner and permissions of the installed privileged tool (`smcExePath`), for a host that
+  /// explains why its permission is missing; none when it is not installed or may not be looked at.
+  static std::optional<KVFileOwnership> smcExeOwnership();
+  static std::optional<KVFileOwnership> smcExeOwnership(Platform& platform);
 
   /// Whether some active display is not built in.
   static bool isExternalDisplayConnected();

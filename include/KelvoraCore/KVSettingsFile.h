@@ -1,0 +1,25 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "KelvoraCore/Export.h"
+#include "KelvoraCore/Platform.h"
+
+namespace kelvora {
+
+/// The file in which a system keeps the settings, and whether it can be used.
+struct KELVORA_EXPORT KVSettingsFile {
+  std::string path;  ///< e.g. "/home/anna/.config/group.com.kelvora/Settings.plist"
+  bool exists = false;
+  /// Why the settings in it cannot be read, e.g. "not a property list"; empty when they can be, or
+  /// when the file does not exist.
+  std::string fault;
+};
+
+/// The file behind `KVSettings`, read now and left as it is; none where the system keeps settings
+/// in a place of its own (macOS). Without the file every setting has its default. Logs nothing. Any
+/// thread.
+KELVORA_EXPORT std::optional<KVSettingsFile> settingsFile(Platform& platform = Platform::current());
+
+}  // namespace kelvora

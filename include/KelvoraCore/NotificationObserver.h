@@ -1,0 +1,51 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "KelvoraCore/Export.h"
+#include "KelvoraCore/Platform.h"
+#include "KelvoraCore/PropertyListValue.h"
+
+namespace kelvora {
+
+/// A notice as it was posted.
+struct KELVORA_EXPORT Notification {
+  std::string name;                   ///< e.g. "KVDataManagerSettingsDidChangeNotification"
+  std::optional<std::string> object;  ///< the sender's text; none for most
+  /// E.g. {"KVShowHIDSensorsKey": true}.
+  std::optional<PropertyListValue::Dictionary> userInfo;
+};
+
+/// Hears the notices of one name, until its end. It hears both kinds: those that any program of the
+/// user's session posted on the distributed notification centre, and those that this process posted
+/// on its own centre. Every notice of the library has a constant for its name:
+/// KVSetting.h (settings), KVThemeManager.h (theme), SensorController.h (failed readings).
+class KELVORA_EXPORT NotificationObserver {
+ public:
+  using Handler = std::function<void(const Notification&)>;
+
+  /// Calls `handler` on the main thread, from the main queue, once for each notice that is posted
+  /// from now on: a host that does not run its main queue hears nothing. What `handler` throws
+  /// leaves `KVMainQueue::runPending`. Any thread.
+  NotificationObserver(const std::string& name, Handler handler,
+                       Platform& platform = Platform::current());
+  /// On the main thread: the handler is not called again, also not for notices that were posted
+  /// before; the handler itself may end its observer. On another thread a call that has begun goes
+  /// on.
+  ~NotificationObserver();
+  NotificationObserver(NotificationObserver&& other) noexcept;
+  NotificationObserver& operator=(NotificationObserver&& other) noexcept;
+
+  /// Whether notices travel between programs. False where the system has no bus for them (on Linux
+  /// without a D-Bus session bus): notices then stay within this process. Any thread.
+  static bool reachesOtherPrograms(Platform& platform = Platform::current());
+
+ private:
+  class Observation;
+  std::unique_ptr<Observation> observation_;
+};
+
+}  // namespace kelvora

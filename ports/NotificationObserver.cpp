@@ -1,0 +1,72 @@
+#include "KelvoraCore/NotificationObserver.h"
+
+#include <atomic>
+#include <utility>
+
+#include "ports/Ports.h"
+
+namespace kelvora {
+
+namespace {
+
+// The handler outlives its observer while a call is under way or queued.
+struct Hearing {
+  NotificationObserver::Handler handler;
+  std::atomic<bool> goesOn{true};
+};
+
+void hear(const std::shared_ptr<Hearing>& hearing, const Notification& notification) {
+  if (hearing->goesOn) {
+    hearing->handler(notification);
+  }
+}
+
+}  // namespace
+
+class NotificationObserver::Observation {
+ public:
+  Observation(const std::string& name, Handler handler, Platform& platform)
+      : centres_(platform.notificationCentres()) {
+    hearing_->handler = std::move(handler);
+    distributed_ =
+        centres_.distributed().addObserver(name, platform::SuspensionBehavior::kDefault,
+                                           [hearing = hearing_](const Notification& notification) {
+                                             // A handler may end this observation, and this lambda.
+                                             const std::shared_ptr<Hearing> kept = hearing;
+                                             hear(kept, notification);
+                                           });
+    inProcess_ = centres_.inProcess().addObserver(
+        name, platform::SuspensionBehavior::kDefault,
+        [hearing = hearing_, &queue = platform.mainQueue()](const Notification& notification) {
+          queue.async([hearing, notification] { hear(hearing, notification); });
+        });
+  }
+  ~Observation() {
+    hearing_->goesOn = false;
+    centres_.distributed().removeObserver(distributed_);
+    centres_.inProcess().removeObserver(inProcess_);
+  }
+  Observation(const Observation&) = delete;
+  Observation& operator=(const Observation&) = delete;
+
+ private:
+  platform::NotificationCentres& centres_;
+  std::shared_ptr<Hearing> hearing_ = std::make_shared<Hearing>();
+  platform::ObserverToken distributed_ = 0;
+  platform::ObserverToken inProcess_ = 0;
+};
+
+NotificationObserver::NotificationObserver(const std::string& name, Handler handler,
+                                           Platform& platform)
+    : observation_(std::make_unique<Observation>(name, std::move(handler), platform)) {}
+
+NotificationObserver::~NotificationObserver() = default;
+NotificationObserver::NotificationObserver(NotificationObserver&& other) noexcept = default;
+NotificationObserver& NotificationObserver::operator=(NotificationObserver&& other) noexcept =
+    default;
+
+bool NotificationObserver::reachesOtherPrograms(Platform& platform) {
+  return platform.notificationCentres().reachesOtherProcesses();
+}
+
+}  // namespace kelvora
