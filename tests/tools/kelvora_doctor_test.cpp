@@ -103,7 +103,7 @@ TEST_F(KelvoraDoctor, OnANarrowTerminalAdviceIsBrokenAtItsBlanks) {
               HasSubstr(indent + "log in to a desktop session, or start the programs under dbus"));
 }
 
-TEST_F(KelvoraDoctor, WhatStandsIsWell) {
+TEST_F(KelvoraDoctor, WhatExistsIsWell) {
   const SessionBus bus;
   home_.write("data/group.com.kelvora/Database.sqlite", "");
   home_.write(kSettingsFile, kEmptySettings);
@@ -163,7 +163,7 @@ TEST_F(KelvoraDoctor, LeavesNothingInTheFoldersThatItTries) {
   EXPECT_FALSE(std::filesystem::exists(home_.path("config")));
 }
 
-TEST_F(KelvoraDoctor, AMachineThatTellsNothingIsBroken) {
+TEST_F(KelvoraDoctor, AMachineThatReportsNothingIsBroken) {
   const std::string machine = home_.write(
       "bare.json",
       R"({"format": "kelvora-machine", "version": 1, "architecture": "arm64", "title": "Bare"})");

@@ -25,7 +25,7 @@ std::string expectation(const std::string& file) {
 void expectAsKept(const std::string& file, const std::string& actual) {
   if (std::getenv("KELVORA_REWRITE_EXPECTATIONS") != nullptr) {
     std::ofstream(std::string(KELVORA_TEST_DATA "/machines/") + file, std::ios::binary) << actual;
-    FAIL() << file << " was written anew: read it, then run without the switch";
+    FAIL() << file << " was written again: read it, then run without the switch";
   }
   EXPECT_EQ(actual, expectation(file)) << "in " << file;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -105,6 +106,75 @@ TEST_F(KelvoraSensors, StayRawInJSONWhateverTheUserChose) {
   ASSERT_NE(found, report["sensors"].end());
   EXPECT_EQ((*found)["value"], 45.5);
   EXPECT_EQ((*found)["name"], "CPU Proximity");
+}
+
+// Keys of the sensors that a call of `sensors` shows of the iMac.
+std::vector<std::string> shownKeys(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), {"--machine", "iMac19,1", "sensors", "--json"});
+  const auto report = nlohmann::json::parse(runKelvora(arguments).standardOutput);
+  std::vector<std::string> keys;
+  for (const auto& sensor : report["sensors"]) {
+    keys.push_back(sensor["key"]);
+  }
+  return keys;
+}
+
+TEST(SensorFilters, KeysChooseSensorsInTheOrderOfAReading) {
+  EXPECT_EQ(shownKeys({"TG0P", "TC0P"}), (std::vector<std::string>{"TC0P", "TG0P"}));
+  const ProgramResult text = runKelvora({"sensors", "TC0P", "--machine", "iMac19,1"});
+  EXPECT_EQ(text.status, 0);
+  EXPECT_THAT(text.standardOutput, ContainsRegex("^iMac 27-inch 2019 \\(recorded\\)\n\nCPU\n"
+                                                 "  CPU Proximity[^\n]+TC0P\n$"));
+}
+
+TEST(SensorFilters, GroupAndTypeMustBothFit) {
+  const auto all = shownKeys({});
+  const auto group = shownKeys({"--group", "gpu"});
+  const auto type = shownKeys({"--type", "temperature"});
+  const auto both = shownKeys({"--group", "gpu", "--type", "temperature"});
+  ASSERT_FALSE(both.empty());
+  EXPECT_LT(both.size(), group.size());
+  EXPECT_LT(group.size(), all.size());
+  std::vector<std::string> expected;
+  for (const std::string& key : group) {
+    if (std::ranges::find(type, key) != type.end()) {
+      expected.push_back(key);
+    }
+  }
+  EXPECT_EQ(both, expected);
+  EXPECT_TRUE(shownKeys({"--group", "fan", "--type", "voltage"}).empty());
+}
+
+TEST(SensorFilters, EveryGroupAndEveryTypeTogetherAreTheWholeReading) {
+  const std::size_t all = shownKeys({}).size();
+  std::size_t ofGroups = 0;
+  for (const char* group : {"cpu", "gpu", "memory", "mainboard", "airflow", "storage", "drivebay",
+                            "battery", "power", "display", "fan", "unknown"}) {
+    ofGroups += shownKeys({"--group", group}).size();
+  }
+  EXPECT_EQ(ofGroups, all);
+  std::size_t ofTypes = 0;
+  for (const char* type : {"temperature", "fan", "voltage", "current", "power"}) {
+    ofTypes += shownKeys({"--type", type}).size();
+  }
+  EXPECT_EQ(ofTypes, all);
+}
+
+TEST(SensorFilters, AKeyWithoutASensorIsNamedAfterTheReport) {
+  const ProgramResult result = runKelvora({"sensors", "TC0P", "XXXX", "--machine", "iMac19,1"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.standardOutput, HasSubstr("TC0P\n"));
+  EXPECT_THAT(result.standardError, HasSubstr("kelvora: XXXX: no sensor has this key\n"));
+}
+
+TEST(SensorFilters, AnUnknownGroupOrTypeIsRefusedWithTheKnownOnes) {
+  const ProgramResult group = runKelvora({"sensors", "--group", "fans"});
+  EXPECT_EQ(group.status, 2);
+  EXPECT_THAT(group.standardError, HasSubstr("--group: takes cpu, gpu, memory, mainboard, airflow, "
+                                             "storage, drivebay, battery, power, display, fan or "
+                                             "unknown"));
+  EXPECT_THAT(runKelvora({"sensors", "--type", "heat"}).standardError,
+              HasSubstr("--type: takes temperature, fan, voltage, current or power"));
 }
 
 }  // namespace

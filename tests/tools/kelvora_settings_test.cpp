@@ -150,7 +150,9 @@ TEST_F(KelvoraSettings, AWrongValueIsRefusedWithTheAllowedOnesAndNothingIsWritte
   expectRefused(settings({"set", "fanControlMode", "2 "}),
                 "fanControlMode takes a whole number, not \"2 \"");
   expectRefused(settings({"set", "appLaunchCount", "9223372036854775808"}),
-                "appLaunchCount takes a whole number, not \"9223372036854775808\"");
+                "appLaunchCount takes a whole number from 0, not \"9223372036854775808\"");
+  expectRefused(settings({"set", "appLaunchCount", "-1"}),
+                "appLaunchCount takes a whole number from 0, not \"-1\"");
   expectRefused(settings({"set", "currentLanguage", "pt"}),
                 "currentLanguage takes en, fr, de, es, tr, vi, zh-Hans or zh-Hant, not \"pt\"");
   expectRefused(settings({"set", "mainSensor", "\xff"}),
@@ -178,8 +180,10 @@ TEST_F(KelvoraSettings, ArchivedDataIsShownAsItsSizeAndCannotBeSet) {
 
 TEST_F(KelvoraSettings, WrongNamesAndWordsAreOneLineAndStatusTwo) {
   for (const char* command : {"get", "unset"}) {
-    expectRefused(settings({command, "KVTempUnitCelsius"}),
-                  "KVTempUnitCelsius: no such setting ('kelvora settings' lists them)");
+    expectRefused(
+        settings({command, "KVTempUnitCelsius"}),
+        "KVTempUnitCelsius: no such setting; did you mean tempUnitCelsius? ('kelvora settings' "
+        "lists them)");
   }
   expectRefused(settings({"set", "nothing", "1"}),
                 "nothing: no such setting ('kelvora settings' lists them)");

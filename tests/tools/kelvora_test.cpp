@@ -71,7 +71,7 @@ TEST(Kelvora, HelpOfTheProgramAndOfEveryCommandShowsAnExample) {
 TEST(Kelvora, WrongUsageIsOneLineAndStatusTwo) {
   expectUsageError(runKelvora({}), "a command is needed");
   expectUsageError(runKelvora({"sensor"}), "sensor");
-  expectUsageError(runKelvora({"sensors", "keys"}), "keys");
+  expectUsageError(runKelvora({"keys", "sensors"}), "sensors");
   expectUsageError(runKelvora({"sensors", "--jason"}), "--jason");
   expectUsageError(runKelvora({"sensors", "--machine"}), "--machine");
   expectUsageError(runKelvora({"sensors", "--machine", ""}), "--machine");
@@ -84,6 +84,71 @@ TEST(Kelvora, WrongUsagePointsAtTheHelpOfTheCommandThatWasNamed) {
   expectUsageError(runKelvora({"settings", "frob"}), "(see kelvora settings --help)");
   expectUsageError(runKelvora({"settings", "set", "tempUnitCelsius"}),
                    "(see kelvora settings set --help)");
+}
+
+TEST(Kelvora, AWordThatIsNoCommandIsAnsweredWithTheNearestOne) {
+  expectUsageError(runKelvora({"sensrs"}), "sensrs: no such command; did you mean sensors? (see");
+  expectUsageError(runKelvora({"esnsors"}), "did you mean sensors?");
+  expectUsageError(runKelvora({"docto"}), "did you mean doctor?");
+  expectUsageError(runKelvora({"settings", "ste"}),
+                   "did you mean set? (see kelvora settings --help)");
+  expectUsageError(runKelvora({"settings", "wathc", "--json"}), "did you mean watch?");
+  expectUsageError(runKelvora({"frobnicate"}), "frobnicate: no such command (see kelvora --help)");
+  expectUsageError(runKelvora({""}), ": no such command (see kelvora --help)");
+}
+
+TEST(Kelvora, TheMachineMayBeNamedBeforeTheCommand) {
+  const std::string after = runKelvora({"sensors", "--machine", "iMac19,1"}).standardOutput;
+  EXPECT_EQ(runKelvora({"--machine", "iMac19,1", "sensors"}).standardOutput, after);
+  expectUsageError(runKelvora({"--machine", "iMac19,1", "machines"}),
+                   "machines takes no --machine");
+  expectUsageError(runKelvora({"--machine", "iMac19,1", "settings", "get", "mainSensor"}),
+                   "get takes no --machine");
+  expectUsageError(runKelvora({"--machine", "iMac19,1", "keys", "--machine", "Macmini8,1"}),
+                   "--machine is given twice");
+  expectUsageError(runKelvora({"--machine", "", "sensors"}), "needs a file or a name");
+  expectUsageError(runKelvora({"--machine", "iMac19,1"}), "a command is needed");
+}
+
+TEST(Kelvora, TheCaseOfAMachinesNameDoesNotMatter) {
+  EXPECT_EQ(firstLine(runKelvora({"sensors", "--machine", "IMAC19,1"}).standardOutput),
+            "iMac 27-inch 2019 (recorded)");
+}
+
+class MachineOfTheEnvironment : public ::testing::Test {
+ protected:
+  static ProgramResult run(const std::vector<std::string>& arguments, const std::string& machine) {
+    return runKelvora(arguments, {{"KELVORA_MACHINE", machine}});
+  }
+};
+
+TEST_F(MachineOfTheEnvironment, IsTheOneThatIsShown) {
+  for (const char* command : {"sensors", "keys", "inventory"}) {
+    EXPECT_EQ(firstLine(run({command}, "iMac19,1").standardOutput), "iMac 27-inch 2019 (recorded)");
+  }
+  EXPECT_EQ(firstLine(run({"sensors"}, "").standardOutput),
+            firstLine(runKelvora({"sensors"}).standardOutput));
+}
+
+TEST_F(MachineOfTheEnvironment, GivesWayToTheOption) {
+  for (const char* other : {"Macmini9,1", "nothing"}) {
+    EXPECT_EQ(firstLine(run({"sensors", "--machine", "iMac19,1"}, other).standardOutput),
+              "iMac 27-inch 2019 (recorded)");
+  }
+}
+
+TEST_F(MachineOfTheEnvironment, IsRefusedWhenItIsBadByEveryCommandThatUsesIt) {
+  for (const std::vector<std::string>& arguments :
+       std::vector<std::vector<std::string>>{{"sensors"},
+                                             {"keys", "--json"},
+                                             {"inventory"},
+                                             {"doctor"},
+                                             {"settings"},
+                                             {"settings", "get", "updateFrequency"}}) {
+    expectUsageError(run(arguments, "iMac99"),
+                     "KELVORA_MACHINE: iMac99: neither a file nor a recorded Mac");
+  }
+  EXPECT_EQ(run({"machines"}, "iMac99").status, 0) << "it lists what there is";
 }
 
 TEST(Kelvora, AnUnknownMachineIsNamed) {
@@ -138,7 +203,7 @@ TEST(Kelvora, NothingReadIsStatusOneAndTheReportStaysValid) {
   EXPECT_TRUE(json::parse(inventory.standardOutput)["inventory"]["diskInfo"].is_null());
 }
 
-TEST(Kelvora, TheInventoryTellsEachKindOfCoreByItself) {
+TEST(Kelvora, TheInventoryCountsEachKindOfCoreByItself) {
   const MachineText machine(
       R"({"format": "kelvora-machine", "version": 1, "architecture": "arm64", "title": "T",
           "sysctl": {"machdep.cpu.brand_string": "Apple M1 Pro"},
@@ -152,7 +217,7 @@ TEST(Kelvora, TheInventoryTellsEachKindOfCoreByItself) {
   EXPECT_EQ(cpu["coreList"], json::array());
 }
 
-TEST(Kelvora, AListThatTheMachineDoesNotTellIsNoEmptyList) {
+TEST(Kelvora, AListThatTheMachineDoesNotReportIsNotAnEmptyList) {
   const MachineText machine(
       R"({"format": "kelvora-machine", "version": 1, "architecture": "arm64", "title": "T",
           "sysctl": {"machdep.cpu.brand_string": "Apple M1 Pro"}})");
@@ -228,7 +293,7 @@ TEST(Kelvora, OnANarrowTerminalKeysGetLinesOfTheirOwnBeforeNamesGiveWay) {
   EXPECT_THAT(reading(10), HasSubstr("\n  CPU Perform…   20°C\n")) << "names keep twelve columns";
 }
 
-TEST(Kelvora, OnANarrowTerminalRemarksStandBesideTheirKeysBeforeTheyGoBelow) {
+TEST(Kelvora, OnANarrowTerminalRemarksAreBesideTheirKeysBeforeTheyGoBelow) {
   const auto reading = [](unsigned short columns) {
     return runInTerminal(KELVORA_PROGRAM, {"sensors", "--machine", "MacBookPro15,1"}, columns,
                          {{"NO_COLOR", "1"}})

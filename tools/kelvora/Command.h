@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "KelvoraCore/StandardOutput.h"
 
@@ -16,10 +17,13 @@ enum ExitStatus : int {
 
 /// What a command was called with.
 struct Options {
-  std::string machine;  ///< name or file of a recorded Mac; empty: this computer
+  std::string machine;  ///< name or file of a recorded Mac; empty when none was given
   bool json = false;
+  std::vector<std::string> keys;  ///< of the sensors to show, e.g. {"TC0P"}; empty for all
+  std::string group;  ///< of the sensors to show, a name of `sensorGroupNames()`; or empty
+  std::string type;   ///< of the sensors to show, a name of `sensorTypeNames()`; or empty
   std::string name;   ///< of a setting, e.g. "tempUnitCelsius"
-  std::string value;  ///< what to set it to, as it was spelt
+  std::string value;  ///< what to set it to, as it was written
 };
 
 /// Ends a command with one line on standard error.
@@ -30,7 +34,11 @@ class CommandError : public std::runtime_error {
   ExitStatus status;
 };
 
-// The commands. Each writes its report to `output` and answers the exit status; each throws
+/// What `sensors` can be asked for: {"cpu", "gpu", …} and {"temperature", "fan", …}.
+std::vector<std::string> sensorGroupNames();
+std::vector<std::string> sensorTypeNames();
+
+// The commands. Each writes its report to `output` and returns the exit status; each throws
 // CommandError when it cannot.
 int runSensors(const Options& options, StandardOutput& output);
 int runKeys(const Options& options, StandardOutput& output);

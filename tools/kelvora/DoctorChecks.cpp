@@ -7,39 +7,48 @@
 #include <system_error>
 
 #include "KelvoraCore/KVApplicationGroup.h"
+#include "KelvoraCore/KVSettingsFile.h"
 #include "KelvoraCore/KVUtils.h"
+#include "KelvoraCore/NotificationObserver.h"
 #include "KelvoraCore/Sensor.h"
 #include "KelvoraCore/SensorController.h"
-
-#include "base/PropertyListFile.h"
 
 namespace kelvora::tool {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr char kStoreFile[] = "Database.sqlite";
 
 // Whether entries can be made in a folder, found out by making one.
-bool isWritable(Platform& platform, const std::string& folder) {
-  const std::string probe = folder + "/.kelvora-doctor";
-  return platform.files().createFolder(probe) && platform.files().remove(probe);
+bool isWritable(const fs::path& folder) {
+  const fs::path probe = folder / ".kelvora-doctor";
+  std::error_code error;
+  fs::create_directories(probe, error);
+  return !error && fs::remove(probe, error);
 }
 
-// The closest folder above a path that stands.
-std::string standingFolderAbove(Platform& platform, const std::string& path) {
-  std::filesystem::path folder = std::filesystem::path(path).parent_path();
-  while (!platform.files().exists(folder.string()) && folder.has_relative_path()) {
+bool pathExists(const fs::path& path) {
+  std::error_code error;
+  return fs::exists(path, error);
+}
+
+// The closest folder above a path that exists.
+fs::path existingFolderAbove(const fs::path& path) {
+  fs::path folder = path.parent_path();
+  while (!pathExists(folder) && folder.has_relative_path()) {
     folder = folder.parent_path();
   }
-  return folder.string();
+  return folder;
 }
 
-Check folderCheck(Platform& platform, const char* name, const std::optional<std::string>& folder) {
+Check folderCheck(const char* name, const std::optional<std::string>& folder) {
   if (!folder) {
     return {name, CheckState::kBroken, "none",
             "give the user a home folder (HOME) that can be written"};
   }
-  if (!isWritable(platform, *folder)) {
+  if (!isWritable(*folder)) {
     return {name, CheckState::kBroken, *folder + ": cannot be written",
             "make it a folder that belongs to the user"};
   }
@@ -47,15 +56,14 @@ Check folderCheck(Platform& platform, const char* name, const std::optional<std:
 }
 
 Check supportFolder(const MachineChoice& machine) {
-  return folderCheck(machine.platform, "application support",
-                     KVUtils::applicationSupportPath(machine.platform));
+  return folderCheck("application support", KVUtils::applicationSupportPath(machine.platform));
 }
 
 // Only the log file of readings goes there, so its absence breaks nothing.
 Check documentsFolder(const MachineChoice& machine) {
   constexpr char kName[] = "documents";
   const auto folder = KVUtils::documentsPath(machine.platform);
-  if (!folder || !machine.platform.files().exists(*folder)) {
+  if (!folder || !pathExists(*folder)) {
     return {kName, CheckState::kHint, folder ? *folder + ": missing" : "none",
             "create it, or choose where the log file goes with 'kelvora settings set "
             "fileLoggingPath'"};
@@ -64,54 +72,39 @@ Check documentsFolder(const MachineChoice& machine) {
 }
 
 Check groupContainer(const MachineChoice& machine) {
-  return folderCheck(machine.platform, "group container",
-                     machine.platform.files().groupContainer(kApplicationGroupIdentifier));
-}
-
-std::string faultOfSettings(const std::string& file) {
-  // Opening a pipe, say, would wait for whoever writes to it.
-  if (std::error_code error; !std::filesystem::is_regular_file(file, error)) {
-    return "not a file";
-  }
-  const PropertyListReading reading = readPropertyListFile(file);
-  if (!reading.value) {
-    return reading.failure;
-  }
-  return reading.value->as<PropertyListValue::Dictionary>() == nullptr ? "not a dictionary" : "";
+  return folderCheck("group container", KVUtils::groupContainerPath(machine.platform));
 }
 
 Check suite(const MachineChoice& machine) {
   constexpr char kName[] = "settings";
-  Platform& platform = machine.platform;
-  const auto file = platform.userDefaults().fileOfSuite(kApplicationGroupIdentifier);
+  const auto file = settingsFile(machine.platform);
   if (!file) {
     return {kName, CheckState::kOK, std::string(kApplicationGroupIdentifier) + " (the system's)",
             ""};
   }
-  if (!isWritable(platform, standingFolderAbove(platform, *file))) {
-    return {kName, CheckState::kBroken, *file + ": cannot be written",
+  if (!isWritable(existingFolderAbove(file->path))) {
+    return {kName, CheckState::kBroken, file->path + ": cannot be written",
             "make its folder one that belongs to the user (XDG_CONFIG_HOME)"};
   }
-  if (!platform.files().exists(*file)) {
-    return {kName, CheckState::kOK, *file + ": none yet, so defaults count", ""};
+  if (!file->exists) {
+    return {kName, CheckState::kOK, file->path + ": none yet, so defaults count", ""};
   }
-  const std::string fault = faultOfSettings(*file);
-  if (!fault.empty()) {
-    return {kName, CheckState::kBroken, *file + ": " + fault,
+  if (!file->fault.empty()) {
+    return {kName, CheckState::kBroken, file->path + ": " + file->fault,
             "put a good copy in its place; else the next change starts anew and keeps this one "
             "beside"};
   }
-  return {kName, CheckState::kOK, *file, ""};
+  return {kName, CheckState::kOK, file->path, ""};
 }
 
 Check storeFile(const MachineChoice& machine) {
   constexpr char kName[] = "store";
-  const auto folder = machine.platform.files().groupContainer(kApplicationGroupIdentifier);
+  const auto folder = KVUtils::groupContainerPath(machine.platform);
   if (!folder) {
     return {kName, CheckState::kBroken, "none", "see the group container"};
   }
   const std::string file = *folder + "/" + kStoreFile;
-  if (!machine.platform.files().exists(file)) {
+  if (!pathExists(file)) {
     return {kName, CheckState::kHint, file + ": none yet",
             "nothing: a program that records readings creates it"};
   }
@@ -120,29 +113,28 @@ Check storeFile(const MachineChoice& machine) {
 
 Check sessionBus(const MachineChoice& machine) {
   constexpr char kName[] = "session bus";
-  if (!machine.platform.notificationCentres().reachesOtherProcesses()) {
+  if (!NotificationObserver::reachesOtherPrograms(machine.platform)) {
     return {kName, CheckState::kHint, "none: a change of a setting is not told to other programs",
             "log in to a desktop session, or start the programs under dbus-run-session"};
   }
   return {kName, CheckState::kOK, "reaches the other programs", ""};
 }
 
-std::string toolFinding(const std::string& path, const platform::FileAttributes& attributes) {
+std::string toolFinding(const std::string& path, const KVFileOwnership& ownership) {
   char mode[16];
-  std::snprintf(mode, sizeof mode, "%04o", attributes.posixPermissions);
-  return path + ": " + attributes.ownerAccountName + ":" + attributes.groupOwnerAccountName + ", " +
-         mode;
+  std::snprintf(mode, sizeof mode, "%04o", ownership.permissions);
+  return path + ": " + ownership.owner + ":" + ownership.group + ", " + mode;
 }
 
 Check privilegedTool(const MachineChoice& machine) {
   constexpr char kName[] = "privileged tool";
   const auto path = KVUtils::smcExePath(machine.platform);
-  const auto attributes = path ? machine.platform.files().attributes(*path) : std::nullopt;
-  if (!attributes) {
+  const auto ownership = KVUtils::smcExeOwnership(machine.platform);
+  if (!path || !ownership) {
     return {kName, CheckState::kHint, path.value_or("none") + ": not installed",
             "nothing to read sensors; to control fans, let the application install it"};
   }
-  const std::string finding = toolFinding(*path, *attributes);
+  const std::string finding = toolFinding(*path, *ownership);
   if (!KVUtils::isSMCPermissionGranted(machine.platform)) {
     return {kName, CheckState::kHint, finding,
             "to control fans, let the application ask for its permission (root:admin, 6555)"};

@@ -14,11 +14,11 @@ enum class CheckState : std::uint8_t {
   kBroken,  ///< does not work until something is done
 };
 
-/// One thing that the programs need, as it was found.
+/// One thing that the programs need, and the state that it is in.
 struct Check {
   std::string name;  ///< e.g. "session bus"
   CheckState state = CheckState::kOK;
-  std::string finding;  ///< e.g. a path and what stands there
+  std::string finding;  ///< e.g. a path and what is there
   std::string advice;   ///< what to do about it; empty when all is well
 };
 

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/DoctorChecks.h"
 #include "tools/kelvora/Report.h"
@@ -15,7 +17,7 @@ namespace {
 
 constexpr std::size_t kStateWidth = 8;
 constexpr std::size_t kNameWidth = 21;
-// Below this the texts stand under their check's name.
+// In a narrower column a text goes below its check's name.
 constexpr std::size_t kLeastTextWidth = 24;
 
 const char* stateName(CheckState state) {

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "KelvoraCore/ZDSystemDevice.h"
 
 #include "tools/kelvora/Command.h"
@@ -143,7 +145,7 @@ std::string rendered(const Json& inventory, const Style& style) {
   return text;
 }
 
-// A system that tells none of these tells nothing.
+// A system that reports none of these reports nothing.
 bool isEmpty(const ZDSystemDevice& device) {
   return device.modelInfo().modelId.empty() && device.cpuInfo().brand == "Unknown" &&
          device.hostName().empty() && device.osInfo().version == ZDOSVersion() &&

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SMCKeyList.h"

@@ -1,32 +1,26 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
-#include "ports/Ports.h"
+#include "KelvoraCore/Platform.h"
 
 namespace kelvora::tool {
 
-/// The recording that stands in where there is no Apple hardware.
+/// The recording that is shown where there is no Apple hardware.
 inline constexpr char kDefaultMachine[] = "MacBookPro15,1";
-
-/// A recorded Mac that this program carries.
-struct CarriedMachine {
-  std::string name;  ///< its model identifier, e.g. "iMac19,1"
-  std::string path;
-};
 
 struct MachineChoice {
   Platform& platform;
-  bool isStandIn = false;  ///< no machine was asked for and this computer is no Mac
+  bool isStandIn = false;  ///< no machine was asked for and this computer is not a Mac
 };
 
-/// The recorded Macs in the program's resources, sorted by name.
-std::vector<CarriedMachine> carriedMachines(Platform& live);
-
-/// Installs the platform that `machine` names (a carried machine, else a file; empty: this
-/// computer, or the default recording where it has no Apple hardware) as the current one. Throws
-/// CommandError (wrong usage) for an unknown name or a bad file.
+/// Installs a machine as the current platform: the recorded Mac that `machine` names; where that is
+/// empty, the one of the environment, else this computer, else (without Apple hardware) the default
+/// recording. Throws CommandError (wrong usage) for an unknown name or a bad file.
 MachineChoice chooseMachine(const std::string& machine);
+
+/// Installs the recorded Mac of the environment, if it names one, for commands that read no
+/// hardware. Throws CommandError (wrong usage).
+void useMachineOfEnvironment();
 
 }  // namespace kelvora::tool

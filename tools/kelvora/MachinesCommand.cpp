@@ -1,9 +1,11 @@
 #include <string>
 #include <vector>
 
-#include "platforms/recorded/file/MachineFile.h"
+#include <nlohmann/json.hpp>
+
+#include "KelvoraCore/Platform.h"
+
 #include "tools/kelvora/Command.h"
-#include "tools/kelvora/MachineChoice.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/Text.h"
 
@@ -11,10 +13,10 @@ namespace kelvora::tool {
 
 namespace {
 
-platform::RecordedMachine recordedMachine(const CarriedMachine& machine) {
+std::vector<RecordedMac> recordedMacs() {
   try {
-    return platform::readMachineFile(machine.path);
-  } catch (const platform::MachineFileError& error) {
+    return Platform::recordedMacs();
+  } catch (const MachineFileError& error) {
     throw CommandError(kExitUsage, error.what());
   }
 }
@@ -22,23 +24,21 @@ platform::RecordedMachine recordedMachine(const CarriedMachine& machine) {
 }  // namespace
 
 int runMachines(const Options& options, StandardOutput& output) {
-  const auto live = Platform::live();
-  const std::vector<CarriedMachine> machines = carriedMachines(*live);
-  if (machines.empty()) {
+  const std::vector<RecordedMac> macs = recordedMacs();
+  if (macs.empty()) {
     throw CommandError(kExitNothingRead, "this program carries no recorded Macs");
   }
   const Style style(output);
   Json list = Json::array();
   std::string text;
-  for (const CarriedMachine& machine : machines) {
-    const platform::RecordedMachine recorded = recordedMachine(machine);
-    const char* architecture = architectureName(recorded.architecture);
-    list.push_back({{"name", machine.name},
-                    {"title", recorded.title},
+  for (const RecordedMac& mac : macs) {
+    const char* architecture = architectureName(mac.architecture);
+    list.push_back({{"name", mac.name},
+                    {"title", mac.title},
                     {"architecture", architecture},
-                    {"notes", recorded.notes},
-                    {"path", machine.path}});
-    text += style.heading(fitted(machine.name, 16)) + fitted(printable(recorded.title), 26) +
+                    {"notes", mac.notes},
+                    {"path", mac.path}});
+    text += style.heading(fitted(mac.name, 16)) + fitted(printable(mac.title), 26) +
             style.faint(architecture) + "\n";
   }
   if (options.json) {

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include <nlohmann/json.hpp>
+
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Text.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include "KelvoraCore/StandardOutput.h"
 
@@ -11,7 +11,8 @@
 
 namespace kelvora::tool {
 
-/// Members in the order they were written.
+/// Members in the order they were written. A source that makes or reads one includes
+/// <nlohmann/json.hpp>, which is slow to compile.
 using Json = nlohmann::ordered_json;
 
 /// A number of a report: null when it is not finite, which JSON cannot hold.

@@ -19,12 +19,13 @@ struct SMCKeyEntry {
 };
 
 struct SMCKeyList {
-  std::uint32_t count = 0;       ///< what the SMC says of itself ("#KEY")
+  std::uint32_t count = 0;       ///< what the SMC reports ("#KEY")
   std::uint32_t unreadable = 0;  ///< indices below `count` that gave no key
   std::vector<SMCKeyEntry> entries;
 };
 
-/// Every key by index. An SMC that cannot be opened gives an empty list.
+/// Reads every key of the current platform's SMC by index; an empty list when the SMC cannot be
+/// opened.
 SMCKeyList readSMCKeys();
 
 }  // namespace kelvora::tool

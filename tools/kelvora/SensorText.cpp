@@ -18,7 +18,7 @@ constexpr char kNoValue[] = "–";
 constexpr std::int64_t kPercentage = 1;
 constexpr bool kShortForm = false;
 
-// Formats of labels by sensor type; "%@" stands for the name.
+// Formats of labels by sensor type; "%@" is the place of the name.
 constexpr std::array<std::string_view, 5> kLabelKeys{"Temp-%@", "", "Voltage-%@", "Current-%@",
                                                      "Power-%@"};
 constexpr std::string_view kPlaceholder = "%@";
@@ -41,7 +41,7 @@ std::optional<double> shownValue(const Sensor& sensor, KVSettings& settings) {
   if (!std::isfinite(sensor.value) || sensor.type >= kLabelKeys.size()) {
     return std::nullopt;
   }
-  const bool isReading = sensor.value >= 0;  // what is none must stay below 0
+  const bool isReading = sensor.value >= 0;  // a value that means "no reading" must stay below 0
   if (isReading && sensor.type == SensorTypeTemperature) {
     return KVValueConverter::convertedTemp(sensor.value, settings);
   }

@@ -3,16 +3,15 @@
 #include <string>
 
 #include "KelvoraCore/KVSettings.h"
+#include "KelvoraCore/Platform.h"
 #include "KelvoraCore/Sensor.h"
-
-#include "ports/Ports.h"
 
 namespace kelvora::tool {
 
-/// A reading in the user's unit: "46°C", "114°F", "1200rpm", "12.31V". A fan whose speeds are shown
-/// as percentages gives the place in its range, "75%", from 0 to 100. "–" for what is not finite,
-/// for a fan without a range to be a percentage of, and for a type without a unit; "-" for a value
-/// below 0, which stands for no reading.
+/// A reading in the user's unit: "46°C", "114°F", "1200rpm", "12.31V". Where the user wants fan
+/// speeds as percentages: the place in the fan's range, e.g. "75%", from 0 to 100. "–" for a value
+/// that is not finite, for a percentage of a fan without a range, and for a type without a unit;
+/// "-" for a value below 0, which means that there is no reading.
 std::string valueText(const Sensor& sensor, KVSettings& settings);
 
 /// A fan's limits, always in revolutions: "2160rpm to 5927rpm".

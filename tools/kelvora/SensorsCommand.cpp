@@ -4,6 +4,8 @@
 #include <string_view>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/Sensor.h"
 #include "KelvoraCore/SensorController.h"
@@ -31,21 +33,55 @@ class ListeningController : public SensorController {
 struct GroupRow {
   std::uint64_t group;
   const char* heading;
+  const char* name;  ///< as --group takes it
 };
 
 constexpr GroupRow kGroups[] = {
-    {SensorGroupCPU, "CPU"},
-    {SensorGroupGPU, "GPU"},
-    {SensorGroupMemory, "Memory"},
-    {SensorGroupMainboard, "Mainboard and chipset"},
-    {SensorGroupAirflow, "Airflow and wireless"},
-    {SensorGroupStorage, "Storage"},
-    {SensorGroupDriveBay, "Drive bays"},
-    {SensorGroupBattery, "Battery"},
-    {SensorGroupPowerSupply, "Power supply and power management"},
-    {SensorGroupDisplay, "Display"},
-    {SensorGroupFan, "Fans"},
+    {SensorGroupCPU, "CPU", "cpu"},
+    {SensorGroupGPU, "GPU", "gpu"},
+    {SensorGroupMemory, "Memory", "memory"},
+    {SensorGroupMainboard, "Mainboard and chipset", "mainboard"},
+    {SensorGroupAirflow, "Airflow and wireless", "airflow"},
+    {SensorGroupStorage, "Storage", "storage"},
+    {SensorGroupDriveBay, "Drive bays", "drivebay"},
+    {SensorGroupBattery, "Battery", "battery"},
+    {SensorGroupPowerSupply, "Power supply and power management", "power"},
+    {SensorGroupDisplay, "Display", "display"},
+    {SensorGroupFan, "Fans", "fan"},
 };
+
+constexpr char kUnknownGroup[] = "unknown";
+
+struct TypeRow {
+  std::uint64_t type;
+  const char* name;  ///< as --type takes it
+};
+
+constexpr TypeRow kTypes[] = {
+    {SensorTypeTemperature, "temperature"},
+    {SensorTypeFan, "fan"},
+    {SensorTypeVoltage, "voltage"},
+    {SensorTypeCurrent, "current"},
+    {SensorTypePower, "power"},
+};
+
+std::string groupNameOf(std::uint64_t group) {
+  const auto* row = std::ranges::find(kGroups, group, &GroupRow::group);
+  return row == std::end(kGroups) ? kUnknownGroup : row->name;
+}
+
+std::string typeNameOf(std::uint64_t type) {
+  const auto* row = std::ranges::find(kTypes, type, &TypeRow::type);
+  return row == std::end(kTypes) ? "" : row->name;
+}
+
+// Whether the options ask for a sensor: every filter that was given fits.
+bool isWanted(const Sensor& sensor, const Options& options) {
+  return (options.keys.empty() ||
+          std::ranges::find(options.keys, sensor.key) != options.keys.end()) &&
+         (options.group.empty() || options.group == groupNameOf(sensor.group)) &&
+         (options.type.empty() || options.type == typeNameOf(sensor.type));
+}
 
 std::string headingOf(std::uint64_t group) {
   const auto* row = std::ranges::find(kGroups, group, &GroupRow::group);
@@ -70,9 +106,9 @@ struct Line {
   std::string remark;
 };
 
-/// The columns of a reading in a terminal of some width; 0 is as wide as it takes. Names are what a
-/// reader looks for: they give way last, after key and remark of a line that is too long have got a
-/// line of their own.
+/// The columns of a reading in a terminal of some width; 0 is a terminal without a limit. Names are
+/// what a reader looks for, so they are cut last: before that, key and remark of a line that is too
+/// long get a line of their own.
 struct Columns {
   Columns(const std::vector<Line>& lines, std::size_t terminalWidth) : terminal(terminalWidth) {
     for (const Line& line : lines) {
@@ -87,7 +123,7 @@ struct Columns {
       name = std::max(std::min(name, kLeastName), terminal > rest ? terminal - rest : 0);
     }
   }
-  bool haveRoomAfterValue(std::string_view text) const {
+  bool fitsAfterValue(std::string_view text) const {
     return terminal == 0 || kIndent + name + kGap + value + kGap + displayWidth(text) <= terminal;
   }
   static constexpr std::size_t kIndent = 2;
@@ -105,11 +141,11 @@ std::string keyAndRemark(const Line& line, const Columns& columns, const Style& 
   const std::string remark = line.remark.empty() ? "" : gap + line.remark;
   const std::string aligned =
       line.remark.empty() ? line.key : fitted(line.key, columns.key) + remark;
-  if (columns.haveRoomAfterValue(aligned)) {
+  if (columns.fitsAfterValue(aligned)) {
     return gap + style.faint(aligned);
   }
   const std::string close = line.key + remark;
-  return (columns.haveRoomAfterValue(close) ? gap : "\n    ") + style.faint(close);
+  return (columns.fitsAfterValue(close) ? gap : "\n    ") + style.faint(close);
 }
 
 std::string rendered(const Line& line, const Columns& columns, const Style& style) {
@@ -167,12 +203,40 @@ Json jsonSensor(const Sensor& sensor) {
           {"average", sensor.average}};
 }
 
+void requireEveryKey(const Options& options, const SensorList& sensors) {
+  for (const std::string& key : options.keys) {
+    if (std::ranges::find(sensors, key, [](const SensorPtr& sensor) { return sensor->key; }) ==
+        sensors.end()) {
+      throw CommandError(kExitNothingRead, key + ": no sensor has this key");
+    }
+  }
+}
+
 }  // namespace
+
+std::vector<std::string> sensorGroupNames() {
+  std::vector<std::string> names;
+  for (const GroupRow& row : kGroups) {
+    names.emplace_back(row.name);
+  }
+  names.emplace_back(kUnknownGroup);
+  return names;
+}
+
+std::vector<std::string> sensorTypeNames() {
+  std::vector<std::string> names;
+  for (const TypeRow& row : kTypes) {
+    names.emplace_back(row.name);
+  }
+  return names;
+}
 
 int runSensors(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
   ListeningController controller;
-  const SensorList sensors = controller.getAllSensors();
+  SensorList sensors = controller.getAllSensors();
+  const bool nothingRead = sensors.empty();
+  std::erase_if(sensors, [&](const SensorPtr& sensor) { return !isWanted(*sensor, options); });
   if (options.json) {
     Json list = Json::array();
     for (const SensorPtr& sensor : sensors) {
@@ -184,9 +248,10 @@ int runSensors(const Options& options, StandardOutput& output) {
   } else {
     writeReading(output, machine, sensors, controller.failures);
   }
-  if (sensors.empty()) {
+  if (nothingRead) {
     throw CommandError(kExitNothingRead, machine.platform.title() + ": no sensor could be read");
   }
+  requireEveryKey(options, sensors);
   return kExitSuccess;
 }
 

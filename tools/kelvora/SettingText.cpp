@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <span>
 #include <system_error>
 #include <utility>
 #include <variant>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "KelvoraCore/KVSettings.h"
 
-#include "base/UTF8Text.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -46,15 +46,8 @@ std::vector<std::string> choicesOf(const KVSetting& setting) {
   return {};
 }
 
-// "0, 1 or 2"
-std::string enumerated(std::span<const std::string> choices) {
-  std::string text;
-  for (std::size_t i = 0; i < choices.size(); ++i) {
-    const bool isLast = i + 1 == choices.size();
-    text += (i == 0 ? "" : isLast ? " or " : ", ") + choices[i];
-  }
-  return text;
-}
+// The other whole numbers are the hosts' own.
+bool isCount(const KVSetting& setting) { return setting.id == KVSettingID::kAppLaunchCount; }
 
 struct JSONOfValue {
   Json operator()(bool value) const { return value; }
@@ -88,9 +81,9 @@ std::optional<PropertyListValue> parsedInteger(std::string_view text) {
   return isWhole ? std::optional<PropertyListValue>(number) : std::nullopt;
 }
 
-// A property list ends a text at its first NUL.
+// A text in a property list ends at its first NUL.
 bool isStorable(std::string_view text) {
-  return validUTF8(text) == text && text.find('\0') == std::string_view::npos;
+  return isUTF8(text) && text.find('\0') == std::string_view::npos;
 }
 
 std::optional<PropertyListValue> parsedText(const std::string& text) {
@@ -173,7 +166,7 @@ std::string allowedValues(const KVSetting& setting) {
   }
   switch (setting.type) {
     case KVSettingType::kInteger:
-      return "a whole number";
+      return isCount(setting) ? "a whole number from 0" : "a whole number";
     case KVSettingType::kText:
       return "a text in UTF-8";
     case KVSettingType::kTextList:
@@ -190,7 +183,9 @@ std::optional<PropertyListValue> parsedSetting(const KVSetting& setting, std::st
   if (!choices.empty() && std::ranges::find(choices, text) == choices.end()) {
     return std::nullopt;
   }
-  return parsed(setting.type, text);
+  auto value = parsed(setting.type, text);
+  const auto* number = value ? value->as<std::int64_t>() : nullptr;
+  return number != nullptr && *number < 0 && isCount(setting) ? std::nullopt : value;
 }
 
 }  // namespace kelvora::tool

@@ -15,13 +15,13 @@ namespace kelvora::tool {
 Json jsonValue(const PropertyListValue& value);
 
 /// A value for a person: "true", "2", a text as it is, lists as JSON, "1234 bytes"; "none" where
-/// there is nothing. Fit for a terminal.
+/// there is no value. Without control characters.
 std::string settingText(const std::optional<PropertyListValue>& value);
 
 /// What a setting may be set to, e.g. "true or false", "0, 1 or 2", "a whole number".
 std::string allowedValues(const KVSetting& setting);
 
-/// The value that a person spelt for a setting; none when it is not an allowed one.
+/// The value of a setting that a person wrote as `text`; none when the setting does not allow it.
 std::optional<PropertyListValue> parsedSetting(const KVSetting& setting, std::string_view text);
 
 }  // namespace kelvora::tool

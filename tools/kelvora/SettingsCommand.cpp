@@ -5,10 +5,13 @@
 #include <string_view>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSettings.h"
 
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/NearName.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SettingText.h"
 #include "tools/kelvora/Text.h"
@@ -43,9 +46,14 @@ Json jsonSetting(const KVSetting& setting, const SettingState& state) {
 const KVSetting& settingNamed(const std::string& name) {
   const KVSetting* setting = settingOfProperty(name);
   if (setting == nullptr) {
-    throw CommandError(kExitUsage, printable(name) +
-                                       ": no such setting ('kelvora settings' lists "
-                                       "them)");
+    std::vector<std::string> names;
+    for (const KVSetting& known : allSettings()) {
+      names.emplace_back(known.property);
+    }
+    const auto near = nearName(name, names);
+    throw CommandError(kExitUsage, printable(name) + ": no such setting" +
+                                       (near ? "; did you mean " + *near + "?" : "") +
+                                       " ('kelvora settings' lists them)");
   }
   return *setting;
 }

@@ -1,18 +1,18 @@
 #include <chrono>
-#include <functional>
+#include <cstdio>
 #include <set>
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "KelvoraCore/KVExtension.h"
-#include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSetting.h"
 #include "KelvoraCore/KVThemeManager.h"
+#include "KelvoraCore/NotificationObserver.h"
 #include "KelvoraCore/SensorController.h"
 #include "KelvoraCore/StopSignal.h"
 
-#include "base/Log.h"
-#include "ports/Ports.h"
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SettingText.h"
@@ -34,7 +34,7 @@ std::set<std::string> noticeNames() {
   return names;
 }
 
-Json jsonNotice(const platform::Notification& notice) {
+Json jsonNotice(const Notification& notice) {
   const auto now = std::chrono::system_clock::now();
   return {{"time", KVExtension::dateFormatter().stringFromDate(now, kMoment)},
           {"name", notice.name},
@@ -42,7 +42,7 @@ Json jsonNotice(const platform::Notification& notice) {
           {"userInfo", notice.userInfo ? jsonValue(*notice.userInfo) : Json(nullptr)}};
 }
 
-std::string lineOf(const platform::Notification& notice, const Options& options) {
+std::string lineOf(const Notification& notice, const Options& options) {
   const Json json = jsonNotice(notice);
   if (options.json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
@@ -52,46 +52,28 @@ std::string lineOf(const platform::Notification& notice, const Options& options)
   return json["time"].get<std::string>() + "  " + notice.name + object + userInfo + "\n";
 }
 
-/// Hears every notice while it stands.
-class NoticeObservation {
- public:
-  NoticeObservation(platform::NotificationCentre& centre,
-                    const std::function<void(const platform::Notification&)>& handler)
-      : centre_(centre) {
-    for (const std::string& name : noticeNames()) {
-      tokens_.push_back(centre_.addObserver(name, platform::SuspensionBehavior::kDefault, handler));
-    }
+std::vector<NotificationObserver> observersOfEveryNotice(
+    const NotificationObserver::Handler& handler) {
+  std::vector<NotificationObserver> observers;
+  for (const std::string& name : noticeNames()) {
+    observers.emplace_back(name, handler);
   }
-  ~NoticeObservation() {
-    for (const platform::ObserverToken token : tokens_) {
-      centre_.removeObserver(token);
-    }
-  }
-  NoticeObservation(const NoticeObservation&) = delete;
-  NoticeObservation& operator=(const NoticeObservation&) = delete;
-
- private:
-  platform::NotificationCentre& centre_;
-  std::vector<platform::ObserverToken> tokens_;
-};
+  return observers;
+}
 
 }  // namespace
 
 int runSettingsWatch(const Options& options, StandardOutput& output) {
   StopSignal stop;
-  platform::NotificationCentres& centres = Platform::current().notificationCentres();
-  if (!centres.reachesOtherProcesses()) {
+  if (!NotificationObserver::reachesOtherPrograms()) {
     throw CommandError(
         kExitNothingRead,
         "no session bus: no other program can be heard ('kelvora doctor' says more)");
   }
-  const NoticeObservation observation(
-      centres.distributed(),
-      [&](const platform::Notification& notice) { writeText(output, lineOf(notice, options)); });
-  log("kelvora: watching the settings; an interrupt (Ctrl-C) ends it");
-  while (stop.waitUntilReadable(KVMainQueue::descriptor())) {
-    KVMainQueue::runPending();
-  }
+  const auto observers = observersOfEveryNotice(
+      [&](const Notification& notification) { writeText(output, lineOf(notification, options)); });
+  std::fputs("kelvora: watching the settings; an interrupt (Ctrl-C) ends it\n", stderr);
+  stop.run();
   return kExitSuccess;
 }
 

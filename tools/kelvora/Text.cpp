@@ -19,12 +19,15 @@ std::size_t widthOf(UChar32 character) {
   return eastAsian == U_EA_WIDE || eastAsian == U_EA_FULLWIDTH ? 2 : 1;
 }
 
-// Calls visit(character, its UTF-8) for each character until it answers false. What is no UTF-8
-// comes as U+FFFD.
+icu::UnicodeString decoded(std::string_view text) {
+  return icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
+}
+
+// Calls visit(character, its UTF-8) for each character until it returns false. A byte that is not
+// UTF-8 comes as U+FFFD.
 template <typename Visit>
 void forEachCharacter(std::string_view text, Visit visit) {
-  const icu::UnicodeString characters =
-      icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
+  const icu::UnicodeString characters = decoded(text);
   for (std::int32_t i = 0; i < characters.length(); i = characters.moveIndex32(i, 1)) {
     const UChar32 character = characters.char32At(i);
     std::string bytes;
@@ -46,6 +49,11 @@ std::string printable(std::string_view text) {
     return true;
   });
   return result;
+}
+
+bool isUTF8(std::string_view text) {
+  std::string valid;
+  return decoded(text).toUTF8String(valid) == text;
 }
 
 std::size_t displayWidth(std::string_view text) {
@@ -94,6 +102,15 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
     }
   }
   return lines;
+}
+
+std::string enumerated(std::span<const std::string> words) {
+  std::string text;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    const bool isLast = i + 1 == words.size();
+    text += (i == 0 ? "" : isLast ? " or " : ", ") + words[i];
+  }
+  return text;
 }
 
 }  // namespace kelvora::tool

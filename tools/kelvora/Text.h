@@ -1,15 +1,18 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace kelvora::tool {
 
-/// `text` (UTF-8) fit for a terminal: control characters, which a machine's own texts may hold,
-/// become "?".
+/// `text` (UTF-8) for a terminal: control characters, which a machine's texts may hold, become "?".
 std::string printable(std::string_view text);
+
+/// Whether `text` is UTF-8 throughout.
+bool isUTF8(std::string_view text);
 
 /// Columns that a terminal gives to `text`: wide characters count 2, combining ones 0.
 std::size_t displayWidth(std::string_view text);
@@ -17,11 +20,14 @@ std::size_t displayWidth(std::string_view text);
 /// `text` in exactly `width` columns: filled with blanks, or cut with an ellipsis.
 std::string fitted(std::string_view text, std::size_t width);
 
-/// `text` at the right end of `width` columns; a longer one stays whole.
+/// `text` at the right end of `width` columns; a longer text stays whole.
 std::string rightAligned(std::string_view text, std::size_t width);
 
 /// `text` broken at its blanks into lines of at most `width` columns; a longer word stays whole.
-/// Width 0 is as wide as it takes. At least one line.
+/// Width 0 is one line. Never empty.
 std::vector<std::string> wrapped(std::string_view text, std::size_t width);
+
+/// The words as one text: "0, 1 or 2".
+std::string enumerated(std::span<const std::string> words);
 
 }  // namespace kelvora::tool
