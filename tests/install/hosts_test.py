@@ -7,6 +7,7 @@ import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import unittest
@@ -27,6 +28,22 @@ def run(*command, env=None, check=True, **options):
     if check and done.returncode != 0:
         raise AssertionError(f"{command}: status {done.returncode}\n{done.stdout}")
     return done.stdout
+
+
+def run_until_stopped(program, env):
+    """The output of a program that ends with SIGINT, which it gets once it handles the signal."""
+    child = subprocess.Popen([str(program)], text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                             stdin=subprocess.DEVNULL, env={**os.environ, **env})
+    interrupt = 1 << (signal.SIGINT - 1)
+    while child.poll() is None:
+        masks = re.findall(r"Sig(?:Blk|Cgt):\s*(\w+)", pathlib.Path(f"/proc/{child.pid}/status").read_text())
+        if any(int(mask, 16) & interrupt for mask in masks):
+            child.send_signal(signal.SIGINT)
+            break
+    output = child.communicate(timeout=60)[0]
+    if child.returncode != 0:
+        raise AssertionError(f"{program}: status {child.returncode}\n{output}")
+    return output
 
 
 def blocks(document):
@@ -225,7 +242,8 @@ class Documents(Hosts):
                       "-D", f"CMAKE_CXX_FLAGS={' '.join(HOST_FLAGS)}")
             run("cmake", "--build", folder / "build")
             name = re.search(r"add_executable\((\w+)", lines).group(1)
-            output = run(folder / "build" / name, env=environment())
+            runs_on = "StopSignal" in printed[index][1]
+            output = (run_until_stopped if runs_on else run)(folder / "build" / name, env=environment())
             following = printed[index + 1] if index + 1 < len(printed) else ("", "")
             if following[0] == "text":
                 self.assertEqual(output, following[1])
