@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include <SQLiteCpp/Exception.h>
@@ -21,8 +23,21 @@ using std::chrono::milliseconds;
 constexpr int kMostFaults = 25;
 constexpr milliseconds kPause{10};
 
+// A new file is its owner's alone; SQLite gives the files beside it the same mode. Failures show
+// when SQLite opens the file.
+void createPrivate(const std::string& path) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  if (fs::exists(path, error) || error) {
+    return;
+  }
+  std::ofstream(path, std::ios::app);
+  fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write, error);
+}
+
 std::unique_ptr<StoreFile> openOnce(const std::string& path, const ManagedObjectModel& model,
                                     milliseconds busyTimeout) {
+  createPrivate(path);
   auto file = std::make_unique<StoreFile>(path, static_cast<int>(busyTimeout.count()));
   prepareSchema(*file, model);
   return file;

@@ -161,6 +161,25 @@ TEST_F(StoreOpeningTest, ALaterSaveNamesWhyThereIsNoStore) {
   EXPECT_EQ(reasonOf(), "there is no store: the file was written with another model");
 }
 
+TEST_F(StoreOpeningTest, ANewFileIsItsOwnersAlone) {
+  namespace fs = std::filesystem;
+  const auto coordinator = open(kNew);
+  insertWith(coordinator);
+  for (const char* end : {"", "-shm", "-wal"}) {
+    EXPECT_EQ(fs::status(storePath() + end).permissions(),
+              fs::perms::owner_read | fs::perms::owner_write)
+        << end;
+  }
+}
+
+TEST_F(StoreOpeningTest, TheModeOfAnExistingFileStays) {
+  namespace fs = std::filesystem;
+  insertWith(open(kNew));
+  fs::permissions(storePath(), fs::perms(0640));
+  insertWith(open(kNew));
+  EXPECT_EQ(fs::status(storePath()).permissions(), fs::perms(0640));
+}
+
 TEST_F(StoreOpeningTest, ACoordinatorWithoutAFileSaysSo) {
   const auto coordinator = std::make_shared<PersistentStoreCoordinator>(engine::modelFromText(kOld),
                                                                         engine::EntityClasses());
