@@ -222,9 +222,10 @@ INSTANTIATE_TEST_SUITE_P(
                       BadText{"key = 'x", 6}, BadText{"(key = 1", 8}, BadText{"key = 1)", 7},
                       BadText{"key ~ 1", 4}, BadText{"key = 1 AND", 11}, BadText{"key = %z", 6},
                       BadText{"a BETWEEN {1}", 10}, BadText{"a..b = 1", 0}, BadText{"a = 1.2.3", 4},
-                      BadText{"a =[x] 'b'", 4}, BadText{"a IN {1, 2", 10}, BadText{"a <[c] 'b'", 4},
-                      BadText{"((a)", 4}, BadText{"((a)) = 1)", 9}, BadText{"((a = 1) = 1)", 9},
-                      BadText{"()", 1}, BadText{"@count = 1", 0}, BadText{"((a) b = 1)", 5},
+                      BadText{"a = 1-2", 5}, BadText{"a = 1e-", 4}, BadText{"a =[x] 'b'", 4},
+                      BadText{"a IN {1, 2", 10}, BadText{"a <[c] 'b'", 4}, BadText{"((a)", 4},
+                      BadText{"((a)) = 1)", 9}, BadText{"((a = 1) = 1)", 9}, BadText{"()", 1},
+                      BadText{"@count = 1", 0}, BadText{"((a) b = 1)", 5},
                       BadText{"(a + 1) = 2", 3}));
 
 TEST(Predicate, NestingIsBounded) {
