@@ -11,41 +11,33 @@
 
 #include "platforms/recorded/RecordedPlatform.h"
 #include "platforms/recorded/RecordedSMC.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora::bench {
 
 namespace {
 
+using testing::smcKey;
+
 constexpr int kSensorsPerPattern = 8;
 constexpr std::string_view kCharacters =
     "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 
-platform::RecordedSMCKey recorded(std::string_view key, std::string_view type,
-                                  std::initializer_list<unsigned> bytes) {
-  platform::RecordedSMCKey result;
-  result.key = SMCPackedKey(key);
-  result.type = SMCPackedKey(type);
-  for (const unsigned byte : bytes) {
-    result.bytes.push_back(static_cast<std::byte>(byte));
-  }
-  return result;
-}
-
 // Around 40 in the unit of the key's first letter, in types that Macs use for it.
 platform::RecordedSMCKey sensorKey(const std::string& key, std::size_t index) {
-  const auto low = static_cast<unsigned>(index % 256);
+  const auto low = static_cast<int>(index % 256);
   if (index % 4 == 3) {
-    return recorded(key, "flt ", {0x00, low, 0x20, 0x42});
+    return smcKey(key, "flt ", {0x00, low, 0x20, 0x42});
   }
   switch (key[0]) {
     case 'T':
-      return recorded(key, "sp78", {0x28, low});
+      return smcKey(key, "sp78", {0x28, low});
     case 'V':
-      return recorded(key, "sp3c", {0x28, low});
+      return smcKey(key, "sp3c", {0x28, low});
     case 'I':
-      return recorded(key, "sp5a", {0x28, low});
+      return smcKey(key, "sp5a", {0x28, low});
     default:
-      return recorded(key, "sp96", {0x28, low});
+      return smcKey(key, "sp96", {0x28, low});
   }
 }
 
@@ -96,18 +88,15 @@ class KeyNames {
 
 std::vector<platform::RecordedSMCKey> fanKeys(char fan) {
   const auto key = [fan](const char* suffix) { return std::string("F") + fan + suffix; };
-  return {recorded(key("ID"), "{fds", {'L', 'e', 'f', 't'}),
-          recorded(key("Ac"), "fpe2", {0x21, 0xc0}), recorded(key("Mn"), "fpe2", {0x1f, 0x40}),
-          recorded(key("Mx"), "fpe2", {0x60, 0xe0})};
+  return {smcKey(key("ID"), "{fds", {'L', 'e', 'f', 't'}), smcKey(key("Ac"), "fpe2", {0x21, 0xc0}),
+          smcKey(key("Mn"), "fpe2", {0x1f, 0x40}), smcKey(key("Mx"), "fpe2", {0x60, 0xe0})};
 }
 
 std::vector<platform::RecordedSMCKey> smcKeys(std::size_t sensorKeys) {
   std::vector<platform::RecordedSMCKey> keys;
   const std::size_t count = 2 + 2 * fanKeys('0').size() + sensorKeys;
-  keys.push_back(
-      recorded("#KEY", "ui32",
-               {0, 0, static_cast<unsigned>(count / 256), static_cast<unsigned>(count % 256)}));
-  keys.push_back(recorded("FNum", "ui8 ", {2}));
+  keys.push_back(testing::keyCount(count));
+  keys.push_back(smcKey("FNum", "ui8 ", {2}));
   for (const char fan : {'0', '1'}) {
     for (platform::RecordedSMCKey& key : fanKeys(fan)) {
       keys.push_back(std::move(key));

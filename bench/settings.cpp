@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -19,6 +18,8 @@
 #include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/KVViewController.h"
+
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -146,11 +147,8 @@ void measureGetters(const std::string& file) {
 }  // namespace
 
 int main() {
-  std::string folder = (std::filesystem::temp_directory_path() / "kelvora-XXXXXX").string();
-  if (mkdtemp(folder.data()) == nullptr) {
-    return 1;
-  }
-  setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+  const kelvora::testing::TemporaryFolder folder;
+  setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
   std::array<int, 2> toChild = {};
   std::array<int, 2> toParent = {};
   if (pipe(toChild.data()) != 0 || pipe(toParent.data()) != 0) {
@@ -161,9 +159,8 @@ int main() {
     close(toChild[1]);
     listen(toParent[1], toChild[0]);
   }
-  measureNotices(folder, toChild[1], toParent[0]);
+  measureNotices(folder.path(), toChild[1], toParent[0]);
   close(toChild[1]);
   waitpid(child, nullptr, 0);
-  measureGetters(folder + "/group.com.kelvora/Settings.plist");
-  std::filesystem::remove_all(folder);
+  measureGetters(folder.path("group.com.kelvora/Settings.plist"));
 }

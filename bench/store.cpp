@@ -22,6 +22,7 @@
 #include "engine/PreparedStatement.h"
 #include "engine/StoreFile.h"
 #include "ports/Ports.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::bench {
 namespace {
@@ -42,13 +43,12 @@ class Fixture {
   ~Fixture() {
     store.reset();
     raw.reset();
-    std::error_code error;
-    std::filesystem::remove_all(home, error);
   }
 
   KVSensorPtr sensor(int number) { return store->getSensorByKey(keyOf(number)); }
 
-  std::string home;
+  const testing::TemporaryFolder folder;
+  const std::string home = folder.path();
   std::unique_ptr<KVCoreDataStore> store;
   std::unique_ptr<engine::StoreFile> raw;
   std::vector<KVSensorPtr> sensors;
@@ -56,10 +56,6 @@ class Fixture {
 
  private:
   Fixture() {
-    home = (std::filesystem::temp_directory_path() / "kelvora-bench-XXXXXX").string();
-    if (::mkdtemp(home.data()) == nullptr) {
-      std::abort();
-    }
     ::setenv("XDG_DATA_HOME", home.c_str(), 1);
     store = std::make_unique<KVCoreDataStore>(-1);
     const auto view = store->viewContext();

@@ -46,7 +46,7 @@ class StoreFaultsTest : public testing::StoreFixture {
     fs::copy_file(built.parent_path() / "Resources/Database.momd",
                   copy.parent_path() / "Resources/Database.momd");
     Peer peer({"probe", "65534"}, copy.string());
-    const std::string output = peer.all();
+    const std::string output = peer.everything();
     EXPECT_EQ(peer.wait(), 0);
     return output;
   }
@@ -132,7 +132,7 @@ TEST_F(StoreFaultsTest, AFullDiskFailsTheSaveAndLeavesTheFileAsItWas) {
   fillStore();
   // A process whose files may not grow meets the same error as on a full disk.
   Peer peer({"probe", "0", "60000"});
-  const std::string output = peer.all();
+  const std::string output = peer.everything();
   EXPECT_EQ(peer.wait(), 0);
   EXPECT_THAT(output, HasSubstr("Save error: "));
   EXPECT_THAT(output, HasSubstr("unsaved yes"));
@@ -144,7 +144,7 @@ TEST_F(StoreFaultsTest, AFullDiskFailsTheSaveAndLeavesTheFileAsItWas) {
 TEST_F(StoreFaultsTest, WithoutFaultsTheSameProbeSaves) {
   fillStore();
   Peer peer({"probe"});
-  const std::string output = peer.all();
+  const std::string output = peer.everything();
   EXPECT_THAT(output, HasSubstr("sensors 200"));
   EXPECT_THAT(output, HasSubstr("unsaved no"));
   EXPECT_THAT(output, Not(HasSubstr("Save error")));

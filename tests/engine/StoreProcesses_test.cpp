@@ -73,7 +73,8 @@ TEST_F(StoreProcessesTest, EverySaveThatReturnedSurvivesAKillAtAnyMoment) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 10000));
-    writer.kill();
+    writer.signal(SIGKILL);
+    writer.wait();
     const auto store = makeStore();
     const auto sensor = store->getSensorByKey("endless");
     ASSERT_NE(sensor, nullptr);
@@ -94,7 +95,7 @@ TEST_F(StoreProcessesTest,
   store->createSensorWithKey("before", store->viewContext());
   store->saveViewContext();
   Peer holder({"hold", storePath()});
-  ASSERT_EQ(holder.line(), "locked");
+  ASSERT_EQ(holder.nextLine(), "locked");
   store->createSensorWithKey("a", store->viewContext());
   ::testing::internal::CaptureStderr();
   store->saveViewContext();
@@ -127,7 +128,7 @@ TEST_F(StoreProcessesTest, ObjectsMadeWhileTheFileIsLockedHaveIdsOfTheirOwn) {
   first->viewContext();
   second->viewContext();
   Peer holder({"hold", storePath()});
-  ASSERT_EQ(holder.line(), "locked");
+  ASSERT_EQ(holder.nextLine(), "locked");
   const auto a = first->createSensorWithKey("a", first->viewContext());
   const auto b = second->createSensorWithKey("b", second->viewContext());
   EXPECT_NE(a->objectID(), b->objectID());

@@ -5,8 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/RunProgram.h"
-#include "tests/support/RunningProgram.h"
+#include "tests/support/ChildProgram.h"
 #include "tests/support/SessionBus.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -20,7 +19,7 @@ class TwoHosts : public ::testing::Test {
   TwoHosts() { setenv("XDG_CONFIG_HOME", folder_.path("config").c_str(), 1); }
 
   // Samples may be shown between: the interval is the user's.
-  static std::string nextSettingsLine(RunningProgram& menu) {
+  static std::string nextSettingsLine(ChildProgram& menu) {
     std::string line = menu.nextLine();
     while (line.starts_with("sample: ")) {
       line = menu.nextLine();
@@ -34,7 +33,7 @@ class TwoHosts : public ::testing::Test {
 };
 
 TEST_F(TwoHosts, AChangeInOneIsShownByTheOtherBecauseOfTheNotice) {
-  RunningProgram menu(KELVORA_EXAMPLE_MENU, {});
+  ChildProgram menu(KELVORA_EXAMPLE_MENU, {});
   ASSERT_EQ(menu.nextLine(), "sample: 46°C");
   ASSERT_EQ(runMain("fahrenheit"), 0);
   EXPECT_EQ(nextSettingsLine(menu), "settings: 114°F");
@@ -46,7 +45,7 @@ TEST_F(TwoHosts, AChangeInOneIsShownByTheOtherBecauseOfTheNotice) {
 
 // Each notice comes long before the next sample; a wait that began again with each would never end.
 TEST_F(TwoHosts, NoticesDoNotPostponeTheNextSample) {
-  RunningProgram menu(KELVORA_EXAMPLE_MENU, {});
+  ChildProgram menu(KELVORA_EXAMPLE_MENU, {});
   ASSERT_EQ(menu.nextLine(), "sample: 46°C");
   constexpr int kMostChanges = 10'000;
   int changes = 0;
@@ -60,7 +59,7 @@ TEST_F(TwoHosts, NoticesDoNotPostponeTheNextSample) {
 }
 
 TEST_F(TwoHosts, AnInterruptEndsTheMenu) {
-  RunningProgram menu(KELVORA_EXAMPLE_MENU, {});
+  ChildProgram menu(KELVORA_EXAMPLE_MENU, {});
   ASSERT_EQ(menu.nextLine(), "sample: 46°C");
   menu.signal(SIGINT);
   EXPECT_EQ(menu.wait(), 0);

@@ -11,9 +11,9 @@
 #include "KelvoraCore/SMC.h"
 #include "KelvoraCore/SMCWrapper.h"
 
-#include "tests/hardware/SMCKeys.h"
 #include "tests/support/ForwardingPorts.h"
 #include "tests/support/ForwardingSMC.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
 namespace {

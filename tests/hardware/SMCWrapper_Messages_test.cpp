@@ -3,7 +3,9 @@
 
 #include "KelvoraCore/SMCWrapper.h"
 
-#include "tests/hardware/SmallMac.h"
+#include "tests/hardware/Messages.h"
+#include "tests/support/ForwardingSMC.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
 namespace {
@@ -11,7 +13,7 @@ namespace {
 using ::testing::ElementsAre;
 
 TEST(SMCWrapper, ReportsAReadThatFailed) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   const auto messages = std::make_shared<Messages>();
   wrapper.setDelegate(messages);
@@ -81,7 +83,7 @@ TEST(SMCWrapper, ReportsATextKeyWithoutBytesAsFailedReadButReadsANumberKeyWithou
 }
 
 TEST(SMCWrapper, ReportsToNobodyWhenTheDelegateIsGone) {
-  installSMC(smallMac());
+  installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   auto messages = std::make_shared<Messages>();
   wrapper.setDelegate(messages);
@@ -93,7 +95,7 @@ TEST(SMCWrapper, ReportsToNobodyWhenTheDelegateIsGone) {
 }
 
 TEST(SMCWrapper, ForgetsADelegateWithItsToken) {
-  installSMC(smallMac());
+  installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   Messages messages;
   auto token = std::make_shared<int>();
@@ -105,7 +107,7 @@ TEST(SMCWrapper, ForgetsADelegateWithItsToken) {
 }
 
 TEST(SMCWrapper, AcceptsADelegateThatListensToNothing) {
-  installSMC(smallMac());
+  installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   const auto silent = std::make_shared<SMCWrapperDelegate>();
   wrapper.setDelegate(silent);

@@ -6,7 +6,9 @@
 
 #include "KelvoraCore/SMCWrapper.h"
 
-#include "tests/hardware/SmallMac.h"
+#include "tests/hardware/Messages.h"
+#include "tests/support/ForwardingSMC.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
 namespace {
@@ -15,7 +17,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 TEST(SMCWrapper, ReadsKeysUnderTheirFirstFourCharacters) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   EXPECT_EQ(wrapper.rawValueByKey("TC0P and more"), 40.5);
   EXPECT_EQ(wrapper.rawStringValueByKey("F0IDx"), "Leftside");
@@ -24,7 +26,7 @@ TEST(SMCWrapper, ReadsKeysUnderTheirFirstFourCharacters) {
 }
 
 TEST(SMCWrapper, ReadsAFanForTypeOneAndAKeyForAnyOther) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   EXPECT_EQ(wrapper.getSensorValueByKey("1", 1), 2016.0);
   EXPECT_EQ(smc.calls().back().key, SMCPackedKey("F1Ac"));
@@ -55,7 +57,7 @@ TEST(SMCWrapper, NamesFanTwelveByTheCharacterC) {
 }
 
 TEST(SMCWrapper, ReadsNothingForAFanThatTheAlphabetDoesNotName) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   for (const std::int64_t fan :
        {std::int64_t{-1}, std::int64_t{20}, std::numeric_limits<std::int64_t>::min()}) {
@@ -69,7 +71,7 @@ TEST(SMCWrapper, ReadsNothingForAFanThatTheAlphabetDoesNotName) {
 }
 
 TEST(SMCWrapper, NumbersFansWithoutANameFromOne) {
-  installSMC(smallMac());
+  installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   EXPECT_EQ(wrapper.descriptionOfFan(0), "Leftside");
   EXPECT_EQ(wrapper.descriptionOfFan(1), "Fan 2") << "only blanks";

@@ -6,7 +6,7 @@
 #include "KelvoraCore/KVUtils.h"
 #include "KelvoraCore/SMCWrapper.h"
 
-#include "tests/hardware/SmallMac.h"
+#include "tests/hardware/Messages.h"
 #include "tests/support/ScriptedChildProcesses.h"
 
 namespace kelvora::testing {

@@ -7,7 +7,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/hardware/SmallMac.h"
+#include "tests/hardware/Messages.h"
+#include "tests/support/ForwardingSMC.h"
+#include "tests/support/SensorLists.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
 namespace {
@@ -41,7 +44,7 @@ TEST(SMCWrapper, WithoutAnSMCReadsNothing) {
 }
 
 TEST(SMCWrapper, ListsFansAndThenSensorKeysWithTheLimitsOfTheirKind) {
-  installSMC(smallMac());
+  installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   EXPECT_THAT(described(wrapper.getAllSensors()),
               ElementsAre("0|Leftside|Leftside|200000|120000|600000|1|11|511|0|plain",
@@ -53,7 +56,7 @@ TEST(SMCWrapper, ListsFansAndThenSensorKeysWithTheLimitsOfTheirKind) {
 }
 
 TEST(SMCWrapper, MakesExactlyTheCallsOfAFirstReading) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   wrapper.getAllSensors();
   std::vector<std::string> expected{"9 FNum", "5 FNum"};
@@ -67,7 +70,7 @@ TEST(SMCWrapper, MakesExactlyTheCallsOfAFirstReading) {
   std::set<std::string> known{"FNum", "#KEY", "F0ID", "F0Ac", "F0Mn",
                               "F0Mx", "F1ID", "F1Ac", "F1Mn", "F1Mx"};
   int index = 0;
-  for (const RecordedSMCKey& key : smallMac()) {
+  for (const RecordedSMCKey& key : twoFansAndSensors()) {
     char text[5];
     SMCConvertNumberToString(text, key.key);
     expected.push_back("8 #" + std::to_string(index++));
@@ -81,7 +84,7 @@ TEST(SMCWrapper, MakesExactlyTheCallsOfAFirstReading) {
 }
 
 TEST(SMCWrapper, ReadsEachCachedKeyWithOneCallLater) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   wrapper.getAllSensors();
   smc.forgetCalls();
@@ -108,7 +111,7 @@ TEST(SMCWrapper, ReadsEachUncachedKeyWithTwoCallsLater) {
 }
 
 TEST(SMCWrapper, EnumeratesOnceAndKeepsKeysWhoseTypeIsKnown) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   EXPECT_THAT(wrapper.cachedAllSensorKeys(), IsEmpty());
   EXPECT_THAT(wrapper.getAllSensorKeys(), ElementsAre("IC0C", "PC0C", "TC0P", "VC0C"));
@@ -133,7 +136,7 @@ TEST(SMCWrapper, ComparesAKeysFirstCharacterByCase) {
 }
 
 TEST(SMCWrapper, EnumeratesAgainWhileNothingWasFound) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   smc.failNth(1);
   EXPECT_THAT(wrapper.getAllSensorKeys(), IsEmpty());
@@ -142,7 +145,7 @@ TEST(SMCWrapper, EnumeratesAgainWhileNothingWasFound) {
 }
 
 TEST(SMCWrapper, SkipsPositionsThatCannotBeReadWithoutAMessage) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   const auto messages = std::make_shared<Messages>();
   wrapper.setDelegate(messages);
@@ -155,7 +158,7 @@ TEST(SMCWrapper, SkipsPositionsThatCannotBeReadWithoutAMessage) {
 }
 
 TEST(SMCWrapper, SkipsAKeyWhosePayloadCannotBeReadWithoutAMessage) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   const auto messages = std::make_shared<Messages>();
   wrapper.setDelegate(messages);
@@ -168,7 +171,7 @@ TEST(SMCWrapper, SkipsAKeyWhosePayloadCannotBeReadWithoutAMessage) {
 }
 
 TEST(SMCWrapper, ReadsNoFurtherThanTheKeyCount) {
-  std::vector<RecordedSMCKey> keys = smallMac();
+  std::vector<RecordedSMCKey> keys = twoFansAndSensors();
   keys[0] = smcKey("#KEY", "ui32", {0, 0, 0, 13});
   ForwardingSMC& smc = installSMC(keys);
   SMCWrapper wrapper;
@@ -177,7 +180,7 @@ TEST(SMCWrapper, ReadsNoFurtherThanTheKeyCount) {
 }
 
 TEST(SMCWrapper, GivesUpAfter65536PositionsWithoutAKey) {
-  std::vector<RecordedSMCKey> keys = smallMac();
+  std::vector<RecordedSMCKey> keys = twoFansAndSensors();
   keys[0] = smcKey("#KEY", "ui32", {0xff, 0xff, 0xff, 0xff});
   ForwardingSMC& smc = installSMC(keys);
   SMCWrapper wrapper;
@@ -234,7 +237,7 @@ TEST(SMCWrapper, TakesAKeyCountThatIsNoNumberOrNegativeForNone) {
 }
 
 TEST(SMCWrapper, LeavesOutAndReportsASensorThatCannotBeReadAnyMore) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   const auto messages = std::make_shared<Messages>();
   wrapper.setDelegate(messages);
@@ -251,7 +254,7 @@ TEST(SMCWrapper, LeavesOutAndReportsASensorThatCannotBeReadAnyMore) {
 }
 
 TEST(SMCWrapper, MakesNewRecordsForEveryReading) {
-  installSMC(smallMac());
+  installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   const SensorList first = wrapper.getAllSensors();
   const SensorList second = wrapper.getAllSensors();
@@ -261,7 +264,7 @@ TEST(SMCWrapper, MakesNewRecordsForEveryReading) {
 }
 
 TEST(SMCWrapper, KeepsARecordForWhoeverHoldsIt) {
-  installSMC(smallMac());
+  installSMC(twoFansAndSensors());
   SensorPtr held;
   {
     SMCWrapper wrapper;
@@ -271,7 +274,7 @@ TEST(SMCWrapper, KeepsARecordForWhoeverHoldsIt) {
 }
 
 TEST(SMCWrapper, GivesAKeyNoValueOfTheKeyBeforeIt) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   wrapper.setCachedAllSensorKeys({"TC0P", "VC0C"});
   wrapper.getAllSensors();
@@ -287,7 +290,7 @@ TEST(SMCWrapper, GivesAKeyNoValueOfTheKeyBeforeIt) {
 }
 
 TEST(SMCWrapper, ReadsTheKeysThatItsListWasReplacedWithAndSkipsThoseThatAreNoSensors) {
-  ForwardingSMC& smc = installSMC(smallMac());
+  ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   wrapper.setCachedAllSensorKeys({"TC0P", "B0AV", "VC0C"});
   const SensorList sensors = wrapper.getAllSensors();
@@ -314,7 +317,7 @@ class Replacing : public SMCWrapperDelegate {
 };
 
 TEST(SMCWrapper, AListThatADelegateReplacesIsUsedFromTheNextReadingOn) {
-  installSMC(smallMac());
+  installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   for (const std::vector<std::string>& replacement :
        {std::vector<std::string>(100, "VC0C"), std::vector<std::string>{}}) {

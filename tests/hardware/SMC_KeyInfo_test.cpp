@@ -10,7 +10,8 @@
 
 #include "KelvoraCore/SMC.h"
 
-#include "tests/hardware/SMCKeys.h"
+#include "tests/support/ForwardingSMC.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
 namespace {

@@ -9,8 +9,8 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include "tests/support/ChildProgram.h"
 #include "tests/support/RecordedMachines.h"
-#include "tests/support/RunProgram.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::testing {

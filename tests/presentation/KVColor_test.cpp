@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
@@ -42,7 +42,7 @@ TEST(KVColor, ThePaletteIsTheProducts) {
 }
 
 TEST(KVColor, TheBoxBackgroundFollowsTheThemeAtTheMomentOfTheCall) {
-  const testing::SomeMac mac;
+  const testing::TestMac mac;
   EXPECT_EQ(KVColor::appBoxBackgroundColor(*mac.platform), rgb(255, 255, 255));
   mac.setInterfaceStyle("Dark");
   EXPECT_EQ(KVColor::appBoxBackgroundColor(*mac.platform), rgb(30, 30, 30));

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
@@ -12,7 +12,7 @@ class Error : public ::testing::Test {
   KVError error(std::int64_t code) {
     return KVError::errorWithCode(code, mac_.settings, *mac_.platform);
   }
-  testing::SomeMac mac_;
+  testing::TestMac mac_;
 };
 
 TEST_F(Error, EachCodeHasItsMessageInTheCurrentLanguage) {

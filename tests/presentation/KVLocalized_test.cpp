@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
@@ -28,7 +28,7 @@ class Localized : public ::testing::Test {
     return localizedStringForKey(key, language, *mac_.platform);
   }
 
-  testing::SomeMac mac_;
+  testing::TestMac mac_;
 };
 
 TEST_F(Localized, TheChosenLanguageDecidesFromTheNextCallOn) {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
@@ -17,7 +17,7 @@ class Theme : public ::testing::Test {
   }
   const auto& posts() { return mac_.centres.distributedCentre.posts; }
 
-  testing::SomeMac mac_;
+  testing::TestMac mac_;
 };
 
 TEST_F(Theme, OnlyTheTextDarkIsDark) {

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
@@ -22,7 +22,7 @@ class Converter : public ::testing::Test {
     return KVValueConverter::unitStringFromCategoryType(type, shortForm, mac_.settings);
   }
 
-  testing::SomeMac mac_;
+  testing::TestMac mac_;
 };
 
 TEST_F(Converter, ANegativeValueIsADashInEveryCategory) {

@@ -7,7 +7,7 @@
 
 #include "KelvoraCore/KVThemeManager.h"
 
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
@@ -38,7 +38,7 @@ class ViewController : public ::testing::Test {
                                                             true);
   }
 
-  testing::SomeMac mac_;
+  testing::TestMac mac_;
   Hooks hooks_;
 };
 

@@ -15,7 +15,7 @@
 #include "platforms/linux/processes/LinuxWorkspace.h"
 #include "platforms/linux/system/LinuxMainBundle.h"
 #include "tests/support/MainQueueLoop.h"
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
@@ -94,7 +94,7 @@ class Applications : public ::testing::Test {
   }
 
   testing::TemporaryFolder folder_;
-  testing::SomeMac mac_;
+  testing::TestMac mac_;
   std::optional<std::string> error_;
 };
 

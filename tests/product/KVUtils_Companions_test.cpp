@@ -8,7 +8,7 @@
 #include "KelvoraCore/KVBundleIdentifiers.h"
 #include "KelvoraCore/KVUtils.h"
 
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
@@ -57,7 +57,7 @@ class Companions : public ::testing::Test {
     return platform;
   }
 
-  testing::SomeMac mac_;
+  testing::TestMac mac_;
   ListedApplications* workspace_ = nullptr;
   std::string app_ = mac_.resources.path("Menu.app");
 };

@@ -2,7 +2,7 @@
 
 #include "KelvoraCore/KVUtils.h"
 
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
@@ -11,7 +11,7 @@ constexpr platform::Display kBuiltIn{true, 1680, 1050};
 constexpr platform::Display kExternal{false, 2560, 1440};
 
 TEST(KVUtilsDisplays, AnyActiveDisplayThatIsNotBuiltInIsExternal) {
-  const testing::SomeMac mac;
+  const testing::TestMac mac;
   auto& facts =
       testing::wrapPort<testing::ForwardingSystemFacts>(mac.platform->ports().systemFacts);
   struct Case {

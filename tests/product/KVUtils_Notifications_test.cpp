@@ -2,13 +2,13 @@
 
 #include "KelvoraCore/KVUtils.h"
 
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
 
 TEST(KVUtilsNotifications, ABroadcastIsPostedLaterWithoutASenderForImmediateDelivery) {
-  const testing::SomeMac mac;
+  const testing::TestMac mac;
   const auto& posts = mac.centres.distributedCentre.posts;
   KVUtils::broadcastNotification("plain", *mac.platform);
   KVUtils::broadcastNotification("full", {{"KVFanValueTypeKey", 1}}, *mac.platform);

@@ -5,7 +5,7 @@
 
 #include "KelvoraCore/KVUtils.h"
 
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
@@ -13,7 +13,7 @@ namespace {
 using Attributes = std::optional<platform::FileAttributes>;
 
 TEST(KVUtilsPrivilegedTool, IsGrantedExactlyAsRootAndAdminWithMode6555) {
-  const testing::SomeMac mac;
+  const testing::TestMac mac;
   auto& files = testing::wrapPort<testing::ForwardingFiles>(mac.platform->ports().files);
   files.onApplicationSupportFolder = [&] { return mac.resources.path("Support"); };
   struct Case {
@@ -36,7 +36,7 @@ TEST(KVUtilsPrivilegedTool, IsGrantedExactlyAsRootAndAdminWithMode6555) {
 }
 
 TEST(KVUtilsPrivilegedTool, IsNotGrantedWithoutASupportFolder) {
-  const testing::SomeMac mac;
+  const testing::TestMac mac;
   auto& files = testing::wrapPort<testing::ForwardingFiles>(mac.platform->ports().files);
   files.onApplicationSupportFolder = [] { return std::nullopt; };
   files.onAttributes = [](const std::string&) -> Attributes { return {{"root", "admin", 06555}}; };

@@ -11,9 +11,10 @@
 
 #include "KelvoraCore/SensorController.h"
 
-#include "tests/sensors/SmallMacs.h"
 #include "tests/support/CountedAllocations.h"
 #include "tests/support/RecordedMachines.h"
+#include "tests/support/SensorLists.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
 namespace {

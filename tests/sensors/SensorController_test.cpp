@@ -10,9 +10,10 @@
 #include <gtest/gtest.h>
 
 #include "ports/Ports.h"
-#include "tests/sensors/SmallMacs.h"
 #include "tests/support/ForwardingPorts.h"
 #include "tests/support/RecordedMachines.h"
+#include "tests/support/SensorLists.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
 namespace {

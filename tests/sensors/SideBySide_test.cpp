@@ -12,9 +12,10 @@
 
 #include "KelvoraCore/SensorController.h"
 
-#include "tests/sensors/SmallMacs.h"
 #include "tests/support/ForwardingSMC.h"
 #include "tests/support/RecordedMachines.h"
+#include "tests/support/SensorLists.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
 namespace {

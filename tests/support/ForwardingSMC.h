@@ -5,12 +5,15 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
+#include "KelvoraCore/SMC.h"
+
 #include "ports/Ports.h"
 #include "ports/SMCUserClient.h"
-#include "tests/support/SMCKeys.h"
+#include "tests/support/RecordedMachines.h"
 
 namespace kelvora::testing {
 
@@ -147,5 +150,34 @@ class ForwardingSMC : public platform::SMCUserClient {
   Override override_;
   int openConnections_ = 0;
 };
+
+/// Installs a Mac whose SMC holds exactly these keys, and watches its calls.
+inline ForwardingSMC& installSMC(std::vector<platform::RecordedSMCKey> keys) {
+  platform::RecordedMachine machine;
+  machine.title = "Test Mac";
+  machine.smcKeys = std::move(keys);
+  return ForwardingSMC::wrap(installRecordedPlatform(std::move(machine)));
+}
+
+/// Commands of the calls so far, in order.
+inline std::vector<int> commands(const ForwardingSMC& smc) {
+  std::vector<int> result;
+  for (const SMCCallRecord& call : smc.calls()) {
+    result.push_back(call.command);
+  }
+  return result;
+}
+
+/// "9 TC0P", "8 #3" and so on: command and key, or command and index, of the calls so far.
+inline std::vector<std::string> calls(const ForwardingSMC& smc) {
+  std::vector<std::string> texts;
+  for (const SMCCallRecord& call : smc.calls()) {
+    char key[5];
+    SMCConvertNumberToString(key, call.key);
+    texts.push_back(std::to_string(call.command) + " " +
+                    (call.command == 8 ? "#" + std::to_string(call.data32) : key));
+  }
+  return texts;
+}
 
 }  // namespace kelvora::testing

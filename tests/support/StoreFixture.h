@@ -19,6 +19,7 @@
 #include "engine/PersistentStoreCoordinator.h"
 #include "ports/Ports.h"
 #include "tests/support/ForwardingPorts.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::testing {
 
@@ -26,14 +27,8 @@ namespace kelvora::testing {
 class StoreFixture : public ::testing::Test {
  protected:
   StoreFixture() {
-    std::string path = ::testing::TempDir() + "kelvora-store-XXXXXX";
-    home = ::mkdtemp(path.data());
     ::setenv("XDG_DATA_HOME", home.c_str(), 1);
     platform = Platform::live();
-  }
-  ~StoreFixture() override {
-    std::error_code error;
-    std::filesystem::remove_all(home, error);
   }
 
   std::string folder() const { return home + "/" + kApplicationGroupIdentifier; }
@@ -55,7 +50,8 @@ class StoreFixture : public ::testing::Test {
     return sensor;
   }
 
-  std::string home;
+  TemporaryFolder temporary;
+  const std::string home = temporary.path();
   std::unique_ptr<Platform> platform;
 };
 

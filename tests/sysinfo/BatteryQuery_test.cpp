@@ -4,7 +4,8 @@
 
 #include "KelvoraCore/Sensor.h"
 
-#include "tests/sysinfo/InventoryMachine.h"
+#include "tests/support/RecordedMachines.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora {
 namespace {

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/ForwardingPorts.h"
-#include "tests/sysinfo/InventoryMachine.h"
 
 namespace kelvora {
 namespace {

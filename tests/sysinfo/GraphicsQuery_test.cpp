@@ -7,8 +7,9 @@
 #include "KelvoraCore/Sensor.h"
 
 #include "tests/support/ForwardingPorts.h"
+#include "tests/support/RecordedMachines.h"
 #include "tests/support/ScriptedChildProcesses.h"
-#include "tests/sysinfo/InventoryMachine.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora {
 namespace {

@@ -8,7 +8,8 @@
 #include <unicode/locid.h>
 
 #include "tests/support/ForwardingPorts.h"
-#include "tests/sysinfo/InventoryMachine.h"
+#include "tests/support/RecordedMachines.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora {
 namespace {

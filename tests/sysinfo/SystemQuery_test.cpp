@@ -5,7 +5,8 @@
 #include <gtest/gtest.h>
 #include <unicode/locid.h>
 
-#include "tests/sysinfo/InventoryMachine.h"
+#include "tests/support/RecordedMachines.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora {
 namespace {

@@ -10,7 +10,7 @@
 #include <unicode/locid.h>
 
 #include "tests/support/ForwardingPorts.h"
-#include "tests/sysinfo/InventoryMachine.h"
+#include "tests/support/RecordedMachines.h"
 
 namespace kelvora {
 namespace {

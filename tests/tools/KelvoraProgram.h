@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/RunProgram.h"
+#include "tests/support/ChildProgram.h"
 
 namespace kelvora::testing {
 

@@ -14,7 +14,7 @@
 #include "KelvoraCore/KVSetting.h"
 
 #include "ports/Ports.h"
-#include "tests/support/RunningProgram.h"
+#include "tests/support/ChildProgram.h"
 #include "tests/support/SessionBus.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/tools/KelvoraProgram.h"
@@ -227,7 +227,7 @@ TEST_F(KelvoraSettings, WatchHearsEachChangeOfAnotherProgramAndStopsWhenAsked) {
   const SessionBus bus;
   for (const int signal : {SIGTERM, SIGINT}) {
     settings({"unset", "currentLanguage"});
-    RunningProgram watch(KELVORA_PROGRAM, {"settings", "watch", "--json"});
+    ChildProgram watch(KELVORA_PROGRAM, {"settings", "watch", "--json"});
     EXPECT_THAT(watch.nextErrorLine(), HasSubstr("watching the settings"));
     set("tempUnitCelsius", "false");
     set("fanValueType", "1");
@@ -257,7 +257,7 @@ TEST_F(KelvoraSettings, WatchHearsEachChangeOfAnotherProgramAndStopsWhenAsked) {
 
 TEST_F(KelvoraSettings, WatchWritesALineOfTextForANotice) {
   const SessionBus bus;
-  RunningProgram watch(KELVORA_PROGRAM, {"settings", "watch"});
+  ChildProgram watch(KELVORA_PROGRAM, {"settings", "watch"});
   watch.nextErrorLine();
   set("showComputedSensors", "false");
   EXPECT_THAT(watch.nextLine(),
@@ -283,7 +283,7 @@ TEST_F(KelvoraSettings, WatchHearsEveryNoticeOfTheLibraryAndNoOther) {
                                           "KVThemeDidChangeNotification",
                                           "SensorControllerDidFailNotification"};
   const SessionBus bus;
-  RunningProgram watch(KELVORA_PROGRAM, {"settings", "watch", "--json"});
+  ChildProgram watch(KELVORA_PROGRAM, {"settings", "watch", "--json"});
   watch.nextErrorLine();
   const auto program = Platform::live();
   for (const std::string& name : names) {
@@ -302,8 +302,8 @@ TEST_F(KelvoraSettings, WatchHearsEveryNoticeOfTheLibraryAndNoOther) {
 
 TEST_F(KelvoraSettings, WatchShowsTheMessageOfAFailedRead) {
   const SessionBus bus;
-  RunningProgram text(KELVORA_PROGRAM, {"settings", "watch"});
-  RunningProgram objects(KELVORA_PROGRAM, {"settings", "watch", "--json"});
+  ChildProgram text(KELVORA_PROGRAM, {"settings", "watch"});
+  ChildProgram objects(KELVORA_PROGRAM, {"settings", "watch", "--json"});
   text.nextErrorLine();
   objects.nextErrorLine();
   const auto program = Platform::live();

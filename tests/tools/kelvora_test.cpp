@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tests/support/TemporaryFolder.h"
 #include "tests/tools/KelvoraProgram.h"
 
 namespace kelvora::testing {
@@ -21,23 +22,17 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
 
+// A machine file of a test's own.
 class MachineText {
  public:
-  explicit MachineText(const std::string& text, const std::string& name = "machine.json") {
-    folder_ = std::filesystem::temp_directory_path() /
-              ("kelvora-" + std::to_string(reinterpret_cast<std::uintptr_t>(this)) + "-" +
-               ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::create_directories(folder_);
-    path = (folder_ / name).string();
-    std::ofstream(path) << text;
-  }
-  ~MachineText() { std::filesystem::remove_all(folder_); }
-  MachineText(const MachineText&) = delete;
-  MachineText& operator=(const MachineText&) = delete;
-  std::string path;
+  explicit MachineText(const std::string& text, const std::string& name = "machine.json")
+      : path(folder_.write(name, text)) {}
 
  private:
-  std::filesystem::path folder_;
+  TemporaryFolder folder_;
+
+ public:
+  const std::string path;
 };
 
 std::string machineWithKeys(const std::string& keys) {

@@ -17,8 +17,8 @@ namespace kelvora::testing {
 
 /// A Mac for tests that do not care which: settings in memory, notices in the process, resources in
 /// a scratch folder ("de.lproj/Localizable.strings" and so on), English preferred.
-struct SomeMac {
-  SomeMac() {
+struct TestMac {
+  TestMac() {
     bundle.localizations = {{"en"}};
     bundle.onResourcePath = [this](std::string_view name, std::string_view type) {
       const std::string path = resources.path(std::string(name) + "." + std::string(type));
