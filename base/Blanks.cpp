@@ -24,7 +24,7 @@ bool isBlankOrLineEnd(UChar32 character) {
          character == kNextLine || character == kLineSeparator || character == kParagraphSeparator;
 }
 
-// The character that begins at `index`, which moves behind it; negative where the bytes are none.
+// The character that begins at `index`, which moves behind it. Negative if the bytes are not UTF-8.
 UChar32 nextCharacter(std::string_view text, std::size_t& index) {
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
   UChar32 character = 0;
@@ -74,15 +74,6 @@ std::string withSingleBlanks(std::string_view text) {
     }
   }
   return result;
-}
-
-bool isValidUTF8(std::string_view text) {
-  for (std::size_t index = 0; index < text.size();) {
-    if (nextCharacter(text, index) < 0) {
-      return false;
-    }
-  }
-  return true;
 }
 
 }  // namespace kelvora

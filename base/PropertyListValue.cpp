@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <locale>
+#include <sstream>
 #include <string_view>
-
-#include <locale.h>
-#include <stdlib.h>
 
 namespace kelvora {
 
@@ -89,13 +88,21 @@ std::size_t decimalExtent(std::string_view text) {
   return end;
 }
 
+// The value of a decimal number, in whatever locale the program runs. A number that is too large
+// is infinite; the stream alone would give the largest finite one.
+double decimalValue(std::string_view number) {
+  using Limits = std::numeric_limits<double>;
+  std::istringstream stream{std::string(number)};
+  stream.imbue(std::locale::classic());
+  double value = 0;
+  stream >> value;
+  return stream.fail() && value == Limits::max() ? Limits::infinity() : value;
+}
+
 double leadingDouble(std::string_view text) {
-  // The program may run in a locale with a decimal comma.
-  static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
   text = withoutLeadingBlanks(text);
   const bool isNegative = takeSign(text);
-  const std::string number(text.substr(0, decimalExtent(text)));
-  const double value = number.empty() ? 0 : strtod_l(number.c_str(), nullptr, locale);
+  const double value = decimalValue(text.substr(0, decimalExtent(text)));
   return isNegative ? -value : value;
 }
 

@@ -1,21 +1,31 @@
 #include "base/UTF8Text.h"
 
-#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 
 #include <unicode/unistr.h>
+#include <unicode/utf8.h>
 
 namespace kelvora {
 
-std::string validUTF8(std::string_view text) {
-  const bool ascii = std::all_of(text.begin(), text.end(),
-                                 [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-  std::string valid;
-  if (ascii) {
-    valid = text;
-  } else {
-    icu::UnicodeString::fromUTF8(text).toUTF8String(valid);
+bool isValidUTF8(std::string_view text) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  for (std::size_t index = 0; index < text.size();) {
+    UChar32 character = 0;
+    U8_NEXT(bytes, index, text.size(), character);
+    if (character < 0) {
+      return false;
+    }
   }
-  return valid;
+  return true;
+}
+
+std::string validUTF8(std::string_view text) {
+  if (isValidUTF8(text)) {
+    return std::string(text);
+  }
+  std::string valid;
+  return icu::UnicodeString::fromUTF8(text).toUTF8String(valid);
 }
 
 }  // namespace kelvora

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/Blanks.h"
+#include "base/UTF8Text.h"
 #include "sysinfo/DisplaysReport.h"
 #include "sysinfo/HardwareReport.h"
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "base/Blanks.h"
+#include "base/UTF8Text.h"
 #include "presentation/StringsTable.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

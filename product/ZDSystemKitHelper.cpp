@@ -2,31 +2,16 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
-#include <limits>
 #include <span>
-#include <string_view>
-
-#include <unicode/ustring.h>
 
 #include "base/Log.h"
+#include "base/UTF8Text.h"
 #include "ports/ChildProcesses.h"
 #include "ports/Ports.h"
 
 namespace kelvora {
 
 namespace {
-
-// A trial conversion: ICU counts lengths in 32 bits, and no report of a tool is longer.
-bool isUTF8(std::string_view text) {
-  if (text.size() > std::numeric_limits<std::int32_t>::max()) {
-    return false;
-  }
-  UErrorCode status = U_ZERO_ERROR;
-  std::int32_t length = 0;
-  u_strFromUTF8(nullptr, 0, &length, text.data(), static_cast<std::int32_t>(text.size()), &status);
-  return status != U_INVALID_CHAR_FOUND;
-}
 
 std::string readToEnd(platform::ChildProcess& child) {
   std::string output;
@@ -59,7 +44,7 @@ std::optional<std::string> ZDSystemKitHelper::processWithPath(
     return std::nullopt;
   }
   std::string output = readToEnd(*launch.child);
-  if (output.empty() || !isUTF8(output)) {
+  if (output.empty() || !isValidUTF8(output)) {
     return std::nullopt;
   }
   launch.child->closeStandardOutput();

@@ -2,37 +2,19 @@
 
 #include <cstddef>
 
+#include "base/JSONNesting.h"
+
 namespace kelvora {
 
 namespace {
 
+// Checked before parsing, so that a text of nothing but brackets costs no memory.
 constexpr std::size_t kMaximumDepth = 512;
-
-// Told before parsing, so that a text of nothing but brackets costs no memory.
-bool nestsTooDeep(std::string_view text) {
-  std::size_t depth = 0;
-  bool inText = false;
-  for (std::size_t index = 0; index < text.size(); ++index) {
-    const char character = text[index];
-    if (inText && character == '\\') {
-      ++index;
-    } else if (character == '"') {
-      inText = !inText;
-    } else if (!inText && (character == '[' || character == '{')) {
-      if (++depth > kMaximumDepth) {
-        return true;
-      }
-    } else if (!inText && (character == ']' || character == '}') && depth > 0) {
-      --depth;
-    }
-  }
-  return false;
-}
 
 }  // namespace
 
 std::optional<nlohmann::json> parsedReport(std::string_view text) {
-  if (nestsTooDeep(text)) {
+  if (deepestNesting(text) > kMaximumDepth) {
     return std::nullopt;
   }
   auto report = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);

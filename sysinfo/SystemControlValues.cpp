@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "base/Blanks.h"
+#include "base/UTF8Text.h"
 #include "ports/Ports.h"
 #include "ports/SystemControls.h"
 

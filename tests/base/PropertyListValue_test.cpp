@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <limits>
+#include <locale>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -53,6 +55,30 @@ TEST(PropertyListValue, DoubleOfATextIsItsLeadingDecimalNumber) {
   EXPECT_EQ(PropertyListValue(".").doubleValue(), 0);
   EXPECT_EQ(PropertyListValue("1e999").doubleValue(), HUGE_VAL);
   EXPECT_EQ(PropertyListValue("1e-999").doubleValue(), 0);
+}
+
+TEST(PropertyListValue, DoubleOfATextIsTheNearestNumber) {
+  EXPECT_EQ(PropertyListValue("0.1").doubleValue(), 0.1);
+  EXPECT_EQ(PropertyListValue("2.2250738585072011e-308").doubleValue(), 2.2250738585072011e-308);
+  EXPECT_EQ(PropertyListValue("5e-324").doubleValue(), 5e-324);
+  EXPECT_EQ(PropertyListValue("1.7976931348623157e308").doubleValue(), 1.7976931348623157e308);
+  EXPECT_EQ(PropertyListValue("-1e309").doubleValue(), -HUGE_VAL);
+  EXPECT_EQ(PropertyListValue(std::string(400, '9')).doubleValue(), HUGE_VAL);
+  EXPECT_EQ(PropertyListValue("9007199254740993").doubleValue(), 9007199254740992);
+  EXPECT_TRUE(std::signbit(PropertyListValue("-0").doubleValue()));
+}
+
+TEST(PropertyListValue, DoubleOfATextIsTheSameInALocaleWithADecimalComma) {
+  struct DecimalComma : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const std::locale before =
+      std::locale::global(std::locale(std::locale::classic(), new DecimalComma));
+  const double value = PropertyListValue("1234.5").doubleValue();
+  std::locale::global(before);
+  EXPECT_EQ(value, 1234.5);
 }
 
 TEST(PropertyListValue, DoubleOfNumbers) {

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/InputFile.h"
+#include "base/JSONNesting.h"
 #include "platforms/recorded/file/JSONPlace.h"
 #include "platforms/recorded/file/MachineFileParts.h"
 
@@ -16,32 +17,7 @@ namespace {
 constexpr int kNewestVersion = 1;
 // Far above any recording; keeps hostile files from exhausting memory or the stack.
 constexpr std::size_t kLargestFileBytes = std::size_t{64} << 20;
-constexpr int kDeepestNesting = 128;
-
-// Brackets outside texts; whether the rest is JSON is the parser's to say.
-int deepestNesting(std::string_view json) {
-  int depth = 0;
-  int deepest = 0;
-  bool isInText = false;
-  for (std::size_t i = 0; i < json.size(); ++i) {
-    const char character = json[i];
-    if (isInText) {
-      if (character == '\\') {
-        ++i;
-      }
-      if (character == '"') {
-        isInText = false;
-      }
-    } else if (character == '"') {
-      isInText = true;
-    } else if (character == '{' || character == '[') {
-      deepest = std::max(deepest, ++depth);
-    } else if (character == '}' || character == ']') {
-      --depth;
-    }
-  }
-  return deepest;
-}
+constexpr std::size_t kDeepestNesting = 128;
 
 std::string lineAndColumn(std::string_view json, std::size_t byte) {
   const std::string_view before = json.substr(0, byte == 0 ? 0 : byte - 1);
