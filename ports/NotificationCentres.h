@@ -21,15 +21,23 @@ using ObserverToken = std::uint64_t;
 class NotificationCentre {
  public:
   virtual ~NotificationCentre() = default;
+  /// Calls `handler` for each later notification of a name, e.g.
+  /// "AppleInterfaceThemeChangedNotification", until the observer is removed. Returns the token
+  /// that removes it.
   virtual ObserverToken addObserver(const std::string& name, SuspensionBehavior behavior,
                                     std::function<void(const Notification&)> handler) = 0;
-  /// After it returns on the main thread the handler is not called again.
+  /// After it returns on the main thread the handler is not called again, also not for what was
+  /// posted before. An unknown token is ignored.
   virtual void removeObserver(ObserverToken token) = 0;
+  /// Sends a notification to every observer of its name, also those of this process, once each.
+  /// `deliverImmediately` also reaches suspended applications at once. Does not wait for observers
+  /// of a distributed centre; what was posted before a normal exit of the process reaches them.
   virtual void post(const Notification& notification, bool deliverImmediately) = 0;
 };
 
-/// The two centres of a process. The distributed one reaches every program of the user's session;
-/// where the system offers none, it reaches only this process.
+/// The two centres of a process. The distributed one reaches every program of the user's session,
+/// and only this process while the system has no bus between programs. The centres live as long as
+/// this object. Any thread.
 class NotificationCentres {
  public:
   virtual ~NotificationCentres() = default;

@@ -19,6 +19,13 @@ struct KELVORA_EXPORT Notification {
   std::optional<PropertyListValue::Dictionary> userInfo;
 };
 
+/// Posted in this process when notices stop to travel between programs, e.g. because the session
+/// bus has ended, and when they do again. Its user info has `KVReachesOtherProgramsKey`: a truth
+/// value, whether other programs are reached now.
+inline constexpr char KVNotificationReachDidChangeNotification[] =
+    "KVNotificationReachDidChangeNotification";
+inline constexpr char KVReachesOtherProgramsKey[] = "KVReachesOtherProgramsKey";
+
 /// Hears the notices of one name, until its end. It hears both kinds: those that any program of the
 /// user's session posted on the distributed notification centre, and those that this process posted
 /// on its own centre. Every notice of the library has a constant for its name:

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/Log.h"
+
 namespace kelvora::platform {
 
 namespace {
@@ -11,8 +13,13 @@ constexpr const char* kThemeChanged = "AppleInterfaceThemeChangedNotification";
 }  // namespace
 
 DBusNotificationCentre::DBusNotificationCentre(MainQueue& queue,
-                                               std::shared_ptr<DesktopColourScheme> scheme)
-    : scheme_(std::move(scheme)), observers_(&queue) {}
+                                               std::shared_ptr<DesktopColourScheme> scheme,
+                                               std::function<void(bool)> reachChanged)
+    : scheme_(std::move(scheme)),
+      reachChanged_(std::move(reachChanged)),
+      observers_(&queue),
+      membership_([this](const Notification& heard) { observers_.post(heard, true); },
+                  [this](bool isJoined) { membershipChanged(isJoined); }) {}
 
 void DBusNotificationCentre::schemeIs(std::uint32_t value) {
   if (scheme_->exchange(value) != value) {
@@ -20,28 +27,43 @@ void DBusNotificationCentre::schemeIs(std::uint32_t value) {
   }
 }
 
-NotificationBus* DBusNotificationCentre::bus() {
-  std::call_once(connectOnce_, [this] {
-    bus_ =
-        NotificationBus::open([this](const Notification& heard) { observers_.post(heard, true); });
-  });
-  return bus_.get();
+void DBusNotificationCentre::askForScheme() {
+  auto portal = ColourSchemePortal::open([this](std::uint32_t value) { schemeIs(value); });
+  const std::lock_guard lock(portalMutex_);
+  portal_.swap(portal);
 }
 
-bool DBusNotificationCentre::isConnected() {
-  const NotificationBus* connection = bus();
-  return connection != nullptr && connection->isConnected();
+// The portal's connection went with the bus.
+void DBusNotificationCentre::membershipChanged(bool isJoined) {
+  log(isJoined ? "session bus: other programs are heard again"
+               : "session bus: cut off, other programs are not heard");
+  bool isThemeObserved = false;
+  {
+    const std::lock_guard lock(portalMutex_);
+    isThemeObserved = isThemeObserved_;
+  }
+  if (isJoined && isThemeObserved) {
+    askForScheme();
+  }
+  if (reachChanged_) {
+    reachChanged_(isJoined);
+  }
 }
+
+bool DBusNotificationCentre::isConnected() { return membership_.bus() != nullptr; }
 
 ObserverToken DBusNotificationCentre::addObserver(
     const std::string& name, SuspensionBehavior behavior,
     std::function<void(const Notification&)> handler) {
-  bus();
+  membership_.bus();
   const ObserverToken token = observers_.addObserver(name, behavior, std::move(handler));
+  bool isFirst = false;
   if (name == kThemeChanged) {
-    std::call_once(askOnce_, [this] {
-      portal_ = ColourSchemePortal::open([this](std::uint32_t value) { schemeIs(value); });
-    });
+    const std::lock_guard lock(portalMutex_);
+    isFirst = !std::exchange(isThemeObserved_, true);
+  }
+  if (isFirst) {
+    askForScheme();
   }
   return token;
 }
@@ -51,7 +73,8 @@ void DBusNotificationCentre::removeObserver(ObserverToken token) {
 }
 
 void DBusNotificationCentre::post(const Notification& notification, bool deliverImmediately) {
-  if (!isConnected() || !bus()->post(notification)) {
+  const auto bus = membership_.bus();
+  if (bus == nullptr || !bus->post(notification)) {
     observers_.post(notification, deliverImmediately);
   }
 }

@@ -14,7 +14,7 @@ class DesktopColourScheme {
   static constexpr std::uint32_t kLight = 2;
 
   std::uint32_t value() const { return value_; }
-  /// Takes a new value and answers the one before.
+  /// Sets a new value and returns the one before.
   std::uint32_t exchange(std::uint32_t value) { return value_.exchange(value); }
 
  private:

@@ -19,8 +19,8 @@ class LinuxNotificationCentres : public NotificationCentres {
   bool reachesOtherProcesses() const override;
 
  private:
-  mutable DBusNotificationCentre distributed_;  // asking connects it
   InProcessNotificationCentre inProcess_;
+  mutable DBusNotificationCentre distributed_;  // asking connects it; its threads use inProcess_
 };
 
 }  // namespace kelvora::platform

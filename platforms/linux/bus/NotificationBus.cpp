@@ -41,7 +41,7 @@ Notification notificationIn(sdbus::Message& message) {
 }  // namespace
 
 struct NotificationBus::Connection {
-  explicit Connection(std::function<void(const Notification&)> given)
+  Connection(std::function<void(const Notification&)> given, std::function<void()> ended)
       : received(std::move(given)), object(sdbus::createObject(loop.connection(), kPath)) {
     loop.connection().addMatch(
         kPostedMatch,
@@ -49,7 +49,10 @@ struct NotificationBus::Connection {
           guardedFromBus([&] { received(notificationIn(message)); });
         },
         sdbus::floating_slot);
-    loop.start([this] { connected = false; });
+    loop.start([this, ended = std::move(ended)] {
+      connected = false;
+      ended();
+    });
   }
   ~Connection() { loop.stop(); }
 
@@ -61,10 +64,10 @@ struct NotificationBus::Connection {
 };
 
 std::unique_ptr<NotificationBus> NotificationBus::open(
-    std::function<void(const Notification&)> received) {
+    std::function<void(const Notification&)> received, std::function<void()> ended) {
   try {
     return std::unique_ptr<NotificationBus>(
-        new NotificationBus(std::make_unique<Connection>(std::move(received))));
+        new NotificationBus(std::make_unique<Connection>(std::move(received), std::move(ended))));
   } catch (const sdbus::Error&) {
     return nullptr;
   }
@@ -77,7 +80,7 @@ NotificationBus::~NotificationBus() = default;
 
 bool NotificationBus::isConnected() const { return connection_->connected; }
 
-bool NotificationBus::post(const Notification& notification) {
+void NotificationBus::send(const Notification& notification) {
   std::vector<std::string> object;
   if (notification.object) {
     object.push_back(validUTF8(*notification.object));
@@ -87,10 +90,14 @@ bool NotificationBus::post(const Notification& notification) {
     userInfo.push_back(variantsOf(*notification.userInfo));
   }
   const std::lock_guard lock(connection_->sending);
+  sdbus::Signal signal = connection_->object->createSignal(kInterface, kMember);
+  signal << validUTF8(notification.name) << object << userInfo;
+  connection_->object->emitSignal(signal);
+}
+
+bool NotificationBus::post(const Notification& notification) {
   try {
-    sdbus::Signal signal = connection_->object->createSignal(kInterface, kMember);
-    signal << validUTF8(notification.name) << object << userInfo;
-    connection_->object->emitSignal(signal);
+    send(notification);
   } catch (const sdbus::Error&) {
     return false;
   }

@@ -15,14 +15,18 @@ namespace kelvora::platform {
 /// own signals too.
 class NotificationBus {
  public:
-  /// Connects to the session bus; null when there is none. `received` is called on the bus's own
-  /// thread until the end of the object.
-  static std::unique_ptr<NotificationBus> open(std::function<void(const Notification&)> received);
+  /// Connects to the session bus; null if there is none. `received` is called on the bus's own
+  /// thread until the end of the object; `ended` once on that thread, when the bus has closed the
+  /// connection or the object ends.
+  static std::unique_ptr<NotificationBus> open(std::function<void(const Notification&)> received,
+                                               std::function<void()> ended);
+  /// Hands to the bus what was posted before, as `SessionBusLoop::stop` does.
   ~NotificationBus();
   NotificationBus(const NotificationBus&) = delete;
   NotificationBus& operator=(const NotificationBus&) = delete;
 
-  /// Sends a notification; false when the bus is gone. Any thread.
+  /// Sends a notification. False if the bus is gone, or refuses it: one that nests deeper than 32
+  /// levels, or is larger than 128 MB. Any thread.
   bool post(const Notification& notification);
 
   /// Whether the bus has not closed the connection.
@@ -31,6 +35,7 @@ class NotificationBus {
  private:
   struct Connection;
   explicit NotificationBus(std::unique_ptr<Connection> connection);
+  void send(const Notification& notification);
 
   std::unique_ptr<Connection> connection_;
 };

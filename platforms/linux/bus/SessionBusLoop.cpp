@@ -1,51 +1,25 @@
 #include "platforms/linux/bus/SessionBusLoop.h"
 
-#include <cstdlib>
-#include <mutex>
-#include <set>
+#include <chrono>
 #include <utility>
 
+#include <poll.h>
 #include <sdbus-c++/sdbus-c++.h>
+#include <sys/socket.h>
 
 namespace kelvora::platform {
 
 namespace {
 
-// Ends the loops of all connections when the process exits: a platform that lives for the process
-// is never destroyed, and its loop would go on while the bus library's own objects go away.
-class OpenLoops {
- public:
-  static OpenLoops& all() {
-    static OpenLoops& loops = *new OpenLoops();
-    return loops;
-  }
+using Clock = std::chrono::steady_clock;
 
-  void add(SessionBusLoop* loop) {
-    const std::lock_guard lock(mutex_);
-    loops_.insert(loop);
-  }
-  void remove(SessionBusLoop* loop) {
-    const std::lock_guard lock(mutex_);
-    loops_.erase(loop);
-  }
+constexpr std::chrono::milliseconds kLongestStall(2'000);
+constexpr std::chrono::seconds kLongestFarewell(10);
 
- private:
-  OpenLoops() {
-    // The bus library makes the connection behind its variants with the first of them. It must
-    // stand before this is registered, so that it goes after the loops have ended.
-    const sdbus::Variant first;
-    std::atexit([] { all().stopAll(); });
-  }
-  void stopAll() {
-    const std::lock_guard lock(mutex_);
-    for (SessionBusLoop* loop : loops_) {
-      loop->stop();
-    }
-  }
-
-  std::mutex mutex_;
-  std::set<SessionBusLoop*> loops_;
-};
+bool takesMore(int bus) {
+  pollfd waiting{bus, POLLOUT, 0};
+  return poll(&waiting, 1, static_cast<int>(kLongestStall.count())) > 0;
+}
 
 }  // namespace
 
@@ -60,12 +34,11 @@ void guardedFromBus(const std::function<void()>& work) {
 SessionBusLoop::SessionBusLoop() : connection_(sdbus::createSessionBusConnection()) {}
 
 SessionBusLoop::~SessionBusLoop() {
-  OpenLoops::all().remove(this);
+  exitWork_.reset();
   stop();
 }
 
 void SessionBusLoop::start(std::function<void()> ended) {
-  OpenLoops& loops = OpenLoops::all();
   thread_ = std::thread([this, ended = std::move(ended)] {
     // The loop ends with an error when the bus goes away.
     guardedFromBus([this] { connection_->enterEventLoop(); });
@@ -73,13 +46,28 @@ void SessionBusLoop::start(std::function<void()> ended) {
       ended();
     }
   });
-  loops.add(this);
+  exitWork_.emplace([this] { stop(); });
 }
 
 void SessionBusLoop::stop() {
   if (thread_.joinable()) {
     guardedFromBus([this] { connection_->leaveEventLoop(); });
     thread_.join();
+    guardedFromBus([this] { sendWhatIsQueued(); });
+  }
+}
+
+// The library asks for POLLOUT as long as something is queued. Closing a connection with something
+// queued would wait for the bus without end, so the socket of a bus that takes nothing is shut.
+void SessionBusLoop::sendWhatIsQueued() {
+  const auto end = Clock::now() + kLongestFarewell;
+  for (auto socket = connection_->getEventLoopPollData(); (socket.events & POLLOUT) != 0;
+       socket = connection_->getEventLoopPollData()) {
+    if (Clock::now() > end || !takesMore(socket.fd)) {
+      shutdown(socket.fd, SHUT_RDWR);
+      return;
+    }
+    connection_->processPendingRequest();
   }
 }
 

@@ -2,7 +2,10 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <thread>
+
+#include "platforms/linux/bus/ExitWork.h"
 
 namespace sdbus {
 class IConnection;
@@ -17,9 +20,9 @@ namespace kelvora::platform {
 /// sent.
 class SessionBusLoop {
  public:
-  /// Connects. Throws sdbus::Error where there is no session bus.
+  /// Connects. Throws sdbus::Error if there is no session bus.
   SessionBusLoop();
-  /// Ends the thread first.
+  /// As `stop`.
   ~SessionBusLoop();
   SessionBusLoop(const SessionBusLoop&) = delete;
   SessionBusLoop& operator=(const SessionBusLoop&) = delete;
@@ -27,19 +30,23 @@ class SessionBusLoop {
   sdbus::IConnection& connection() { return *connection_; }
 
   /// Starts the thread, once. It ends with the object, at the exit of the process, or when the bus
-  /// goes away; then `ended` is called on it, where given.
+  /// goes away; then it calls `ended`, if given.
   void start(std::function<void()> ended = nullptr);
 
-  /// Ends the thread and waits for it.
+  /// Ends the thread and hands to the bus what was sent before. Gives up when the bus takes nothing
+  /// for two seconds, and after ten seconds. Not on the thread itself.
   void stop();
 
  private:
+  void sendWhatIsQueued();
+
   std::unique_ptr<sdbus::IConnection> connection_;
   std::thread thread_;
+  std::optional<ExitWork> exitWork_;
 };
 
 /// Runs a handler of a message: nothing may be thrown through the C library that calls it, and a
-/// message of another shape is nobody's.
+/// message of another shape is ignored.
 void guardedFromBus(const std::function<void()>& work);
 
 }  // namespace kelvora::platform

@@ -1,11 +1,16 @@
 #include "platforms/linux/bus/DBusNotificationCentre.h"
 
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <sdbus-c++/sdbus-c++.h>
 
+#include "platforms/linux/bus/LinuxNotificationCentres.h"
 #include "platforms/linux/system/LinuxMainQueue.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/MainQueueLoop.h"
@@ -168,6 +173,165 @@ TEST(DBusNotificationCentre, WhenTheBusGoesAwayNoticesStayInTheProcess) {
   EXPECT_EQ(program.heard.size(), 1U);
 }
 
+TEST(DBusNotificationCentre, ABusThatComesBackIsJoinedAgain) {
+  testing::SessionBus bus;
+  Program program;
+  program.observe(kSettingsChanged);
+  ASSERT_TRUE(program.catchUp());
+  for (std::size_t round = 1; round <= 2; ++round) {
+    bus.end();
+    ASSERT_TRUE(runUntil(program.queue, [&] { return !program.centre.isConnected(); }));
+    bus.begin();
+    ASSERT_TRUE(runUntil(program.queue, [&] { return program.centre.isConnected(); }));
+    Program other;
+    other.centre.post(named(kSettingsChanged), true);
+    ASSERT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == round; }));
+  }
+}
+
+TEST(DBusNotificationCentre, ABusThatAppearsAfterTheStartIsJoined) {
+  testing::SessionBus bus(testing::SessionBus::Start::kLater);
+  Program program;
+  program.observe(kSettingsChanged);
+  EXPECT_FALSE(program.centre.isConnected());
+  bus.begin();
+  ASSERT_TRUE(runUntil(program.queue, [&] { return program.centre.isConnected(); }));
+  Program other;
+  other.centre.post(named(kSettingsChanged), true);
+  EXPECT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == 1; }));
+}
+
+TEST(DBusNotificationCentre, TheProcessHearsWhenOthersAreNotReachedAndWhenTheyAreAgain) {
+  testing::SessionBus bus;
+  LinuxMainQueue queue;
+  LinuxNotificationCentres centres(queue, std::make_shared<DesktopColourScheme>());
+  std::mutex mutex;
+  std::vector<bool> reached;
+  centres.inProcess().addObserver(
+      KVNotificationReachDidChangeNotification, SuspensionBehavior::kDefault,
+      [&](const Notification& notice) {
+        const std::lock_guard lock(mutex);
+        reached.push_back(notice.userInfo->at(KVReachesOtherProgramsKey).boolValue());
+      });
+  const auto hasHeard = [&](const std::vector<bool>& expected) {
+    return runUntil(queue, [&] {
+      const std::lock_guard lock(mutex);
+      return reached == expected;
+    });
+  };
+  EXPECT_TRUE(centres.reachesOtherProcesses());
+  EXPECT_TRUE(hasHeard({}));
+  ::testing::internal::CaptureStderr();
+  bus.end();
+  EXPECT_TRUE(hasHeard({false}));
+  EXPECT_FALSE(centres.reachesOtherProcesses());
+  bus.begin();
+  EXPECT_TRUE(hasHeard({false, true}));
+  EXPECT_TRUE(centres.reachesOtherProcesses());
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "session bus: cut off, other programs are not heard\n"
+            "session bus: other programs are heard again\n");
+}
+
+// Posts as many notices as the bus cannot take at once.
+void postBurst(Program& program, int count) {
+  const std::string text(1024, 'x');
+  for (int number = 0; number < count; ++number) {
+    program.centre.post({kSettingsChanged, text, std::nullopt}, true);
+  }
+}
+
+TEST(DBusNotificationCentre, WhatWasPostedBeforeANormalExitIsHeard) {
+  constexpr int kNotices = 10'000;
+  testing::SessionBus bus;
+  std::array<int, 2> go = {};
+  ASSERT_EQ(pipe(go.data()), 0);
+  ChildWork sender([&] {
+    char byte = 0;
+    if (read(go[0], &byte, 1) != 1) {
+      return 1;
+    }
+    postBurst(*new Program, kNotices);  // lives for the process
+    std::exit(0);
+  });
+  Program program;
+  program.observe(kSettingsChanged);
+  ASSERT_EQ(write(go[1], "g", 1), 1);
+  EXPECT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == kNotices; }))
+      << program.heard.size();
+  EXPECT_EQ(sender.wait(), 0);
+}
+
+// Joins the bus, which its parent then ends and starts again, and exits.
+[[noreturn]] void joinTwiceAndExit(int ready, const std::string& errors) {
+  auto& queue = *new LinuxMainQueue;  // all of it lives for the process
+  auto& centres = *new LinuxNotificationCentres(queue, std::make_shared<DesktopColourScheme>());
+  std::atomic<int> changes = 0;
+  centres.inProcess().addObserver(KVNotificationReachDidChangeNotification,
+                                  SuspensionBehavior::kDefault,
+                                  [&](const Notification&) { ++changes; });
+  if (!centres.reachesOtherProcesses() || write(ready, "r", 1) != 1 ||
+      !runUntil(queue, [&] { return changes == 2; })) {
+    std::exit(1);
+  }
+  dup2(open(errors.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDERR_FILENO);
+  std::exit(0);
+}
+
+TEST(DBusNotificationCentre, LeavingTheBusAtTheExitIsNotBeingCutOff) {
+  const testing::TemporaryFolder folder;
+  testing::SessionBus bus;
+  std::array<int, 2> ready = {};
+  ASSERT_EQ(pipe(ready.data()), 0);
+  ChildWork program([&]() -> int { joinTwiceAndExit(ready[1], folder.path("error")); });
+  char byte = 0;
+  ASSERT_EQ(read(ready[0], &byte, 1), 1);
+  bus.end();
+  bus.begin();
+  EXPECT_EQ(program.wait(), 0);
+  EXPECT_EQ(folder.read("error"), "");
+}
+
+TEST(DBusNotificationCentre, WhatWasPostedBeforeTheEndOfACentreIsHeard) {
+  constexpr int kNotices = 10'000;
+  testing::SessionBus bus;
+  Program program;
+  program.observe(kSettingsChanged);
+  {
+    Program sender;
+    postBurst(sender, kNotices);
+  }
+  EXPECT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == kNotices; }))
+      << program.heard.size();
+}
+
+TEST(DBusNotificationCentre, ABusThatTakesNothingDoesNotHoldUpTheExit) {
+  testing::SessionBus bus;
+  ChildWork sender([&]() -> int {
+    auto* const program = new Program;
+    program->catchUp();
+    bus.freeze();
+    postBurst(*program, 2'000);
+    std::exit(0);
+  });
+  EXPECT_EQ(sender.wait(), 0);
+}
+
+TEST(DBusNotificationCentre, ANoticeThatTheBusRefusesStaysInTheProcess) {
+  testing::SessionBus bus;
+  Program program;
+  program.observe(kSettingsChanged);
+  PropertyListValue deep = 1;
+  for (int level = 0; level < 100; ++level) {
+    deep = Array{deep};
+  }
+  program.centre.post({kSettingsChanged, std::nullopt, Dictionary{{"deep", deep}}}, true);
+  ASSERT_TRUE(program.catchUp());
+  ASSERT_EQ(program.heard.size(), 1U);
+  EXPECT_EQ(program.heard[0].userInfo->at("deep"), deep);
+  EXPECT_TRUE(program.centre.isConnected());
+}
+
 TEST(DBusNotificationCentre, WhatIsQueuedEndsWithItsCentre) {
   LinuxMainQueue queue;
   int heard = 0;
@@ -285,6 +449,23 @@ TEST(DBusNotificationCentre, ADarkDesktopIsLearntWhenTheThemeIsFirstObserved) {
   program.observe(kThemeChanged);
   ASSERT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == 1; }));
   EXPECT_EQ(program.scheme->value(), DesktopColourScheme::kDark);
+}
+
+TEST(DBusNotificationCentre, TheThemeIsAskedForAgainWhenTheBusIsBack) {
+  testing::SessionBus bus;
+  Program program;
+  program.observe(kThemeChanged);
+  ASSERT_TRUE(program.catchUp());
+  bus.end();
+  ASSERT_TRUE(runUntil(program.queue, [&] { return !program.centre.isConnected(); }));
+  bus.begin();
+  Desktop desktop(DesktopColourScheme::kLight);
+  ASSERT_TRUE(runUntil(program.queue, [&] { return program.centre.isConnected(); }));
+  desktop.change("org.freedesktop.appearance", "color-scheme", DesktopColourScheme::kDark);
+  EXPECT_TRUE(runUntil(program.queue, [&] {
+    desktop.change("org.freedesktop.appearance", "color-scheme", DesktopColourScheme::kDark);
+    return program.scheme->value() == DesktopColourScheme::kDark;
+  }));
 }
 
 }  // namespace
