@@ -15,19 +15,26 @@ struct RunningApplication {
   std::string localizedName;     ///< e.g. "Safari"
 };
 
-/// Applications: AppKit's workspace. Any thread; completions arrive on a thread of the system's.
+/// Applications: AppKit's workspace. Any thread; completions run on a thread of the system.
 class Workspace {
  public:
   virtual ~Workspace() = default;
-  /// Launches the application with a bundle identifier, without waiting; false when none is known.
+  /// Launches the application with a bundle identifier; one that runs is activated instead. Returns
+  /// as soon as it has started, without waiting for it to be ready. False if no application has
+  /// this identifier, or it cannot be started; not logged.
   virtual bool launchApplication(std::string_view bundleIdentifier) = 0;
-  /// Opens the application at a path with a default configuration and then calls `completion` with
-  /// none, or with what went wrong.
+  /// Opens the application at a path, e.g. "/Applications/Kelvora.app", with a default
+  /// configuration; one that runs from this path is activated instead. Returns at once, and later
+  /// calls `completion`, which may be empty, with none or with what went wrong, e.g. "Permission
+  /// denied".
   virtual void openApplication(
       std::string_view path,
       std::function<void(std::optional<std::string> failure)> completion) = 0;
+  /// The applications that this user runs, in the system's order; processes of other users are not
+  /// listed.
   virtual std::vector<RunningApplication> runningApplications() = 0;
-  /// Asks an application to end: politely, or at once when `force`. False when it has gone already.
+  /// Asks an application to end, or ends it at once if `force`. Does not wait. False if it has
+  /// ended already.
   virtual bool terminate(const RunningApplication& application, bool force) = 0;
 };
 

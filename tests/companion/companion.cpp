@@ -1,5 +1,6 @@
 // A tiny application for the tests of what starts and stops companions. It writes "report" beside
-// itself, with a line for each descriptor it got, its process, session and folder, and then waits;
+// itself, with a line for each descriptor it got, its process, session and folder, and the signals
+// that it blocks and ignores, and then waits;
 // a file "stubborn" beside it makes it ignore polite requests to end.
 #include <csignal>
 #include <filesystem>
@@ -26,6 +27,12 @@ int main() {
   report += "process " + std::to_string(getpid()) + "\n";
   report += "session " + std::to_string(getsid(0)) + "\n";
   report += "folder " + fs::current_path().string() + "\n";
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("SigBlk:") || line.starts_with("SigIgn:")) {
+      report += line + "\n";
+    }
+  }
   std::ofstream(folder / "report.new") << report;
   fs::rename(folder / "report.new", folder / "report");
   for (int second = 0; second < 300; ++second) {  // ends at last, also when a test forgot it

@@ -7,7 +7,7 @@
 
 namespace kelvora::platform {
 
-/// An application: a folder with an information dictionary, "Info.plist", and a program. Both stand
+/// An application: a folder with an information dictionary, "Info.plist", and a program. Both are
 /// in the folder itself, or as on macOS in its "Contents" and "Contents/MacOS".
 struct ApplicationBundle {
   std::string path;  ///< e.g. "/home/anna/.local/share/Kelvora/Kelvora Menu.app"
@@ -20,10 +20,10 @@ struct ApplicationBundle {
   std::string name() const;
 };
 
-/// The application at a path; none when there is no information dictionary.
+/// The application at a path; none if there is no information dictionary.
 std::optional<ApplicationBundle> applicationAt(const std::string& path);
 
-/// The application whose program an executable is; none when it is no application's.
+/// The application that has this executable; none if no application has it.
 std::optional<ApplicationBundle> applicationOfExecutable(const std::string& executablePath);
 
 }  // namespace kelvora::platform

@@ -40,7 +40,7 @@ void standOnItsOwn() {
   close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
 }
 
-void tell(int report, int error) {
+void reportError(int report, int error) {
   const ssize_t ignored = write(report, &error, sizeof error);
   static_cast<void>(ignored);
 }
@@ -53,9 +53,9 @@ void tell(int report, int error) {
     standOnItsOwn();
     std::array<char*, 2> arguments{const_cast<char*>(path), nullptr};
     execv(path, arguments.data());
-    tell(report, errno);
+    reportError(report, errno);
   } else if (program < 0) {
-    tell(report, errno);
+    reportError(report, errno);
   }
   _exit(0);
 }

@@ -7,11 +7,13 @@
 #include <system_error>
 #include <utility>
 
-#include <sys/stat.h>
-#include <unistd.h>
+#include <fcntl.h>
+#include <sys/file.h>
 
 #include "platforms/linux/processes/ApplicationBundle.h"
 #include "platforms/linux/processes/DetachedLaunch.h"
+#include "platforms/linux/processes/RunningExecutable.h"
+#include "platforms/posix/FileDescriptor.h"
 
 namespace kelvora::platform {
 
@@ -19,27 +21,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kDeleted = " (deleted)";
-
-// The executable of a process of this user; empty for others, kernel threads and the dead. An
-// application that is replaced on disk while it runs keeps its old program: it still counts.
-std::string executableOf(std::int64_t pid) {
-  const std::string folder = "/proc/" + std::to_string(pid);
-  struct stat facts = {};
-  if (stat(folder.c_str(), &facts) != 0 || facts.st_uid != getuid()) {
-    return {};
-  }
-  std::error_code error;
-  std::string path = fs::read_symlink(folder + "/exe", error).string();
-  if (path.ends_with(kDeleted)) {
-    path.resize(path.size() - kDeleted.size());
-  }
-  return path;
-}
-
 std::optional<RunningApplication> runningApplication(std::int64_t pid) {
-  const std::string executable = executableOf(pid);
-  const auto bundle = executable.empty() ? std::nullopt : applicationOfExecutable(executable);
+  const auto bundle = applicationOfProcess(pid);
   if (!bundle) {
     return std::nullopt;
   }
@@ -54,10 +37,38 @@ std::optional<std::int64_t> pidOf(const fs::path& entry) {
                                                                              : std::nullopt;
 }
 
-std::optional<std::string> open(const std::string& path) {
-  const auto bundle = applicationAt(path);
+template <typename Visit>
+void visitProcesses(Visit visit) {
+  std::error_code error;
+  for (fs::directory_iterator entry("/proc", error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (const auto pid = pidOf(entry->path())) {
+      visit(*pid);
+    }
+  }
+}
+
+bool isRunning(const ApplicationBundle& bundle) {
+  bool found = false;
+  visitProcesses([&](std::int64_t pid) {
+    const auto running = found ? std::nullopt : applicationOfProcess(pid);
+    std::error_code error;
+    found = found || (running && fs::equivalent(running->path, bundle.path, error));
+  });
+  return found;
+}
+
+// Two programs that open one application at the same time start it once: the second finds it
+// running. None on success, also if it ran already.
+std::optional<std::string> open(const std::optional<ApplicationBundle>& bundle,
+                                const std::string& path) {
   if (!bundle || bundle->executablePath.empty()) {
     return "no application at " + path;
+  }
+  const FileDescriptor folder(::open(bundle->path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  flock(folder.get(), LOCK_EX);
+  if (isRunning(*bundle)) {
+    return std::nullopt;
   }
   const int error = launchDetached(bundle->executablePath);
   return error == 0 ? std::nullopt : std::optional(std::generic_category().message(error));
@@ -74,8 +85,7 @@ bool LinuxWorkspace::launchApplication(std::string_view bundleIdentifier) {
          entry.increment(error)) {
       const auto bundle = applicationAt(entry->path().string());
       if (bundle && bundle->text("CFBundleIdentifier") == bundleIdentifier) {
-        openApplication(bundle->path, nullptr);
-        return true;
+        return !open(bundle, bundle->path);
       }
     }
   }
@@ -84,24 +94,21 @@ bool LinuxWorkspace::launchApplication(std::string_view bundleIdentifier) {
 
 void LinuxWorkspace::openApplication(
     std::string_view path, std::function<void(std::optional<std::string> failure)> completion) {
-  queue_.async([application = std::string(path), told = std::move(completion)] {
-    auto failure = open(application);
-    if (told) {
-      told(std::move(failure));
+  queue_.async([application = std::string(path), completion = std::move(completion)] {
+    auto failure = open(applicationAt(application), application);
+    if (completion) {
+      completion(std::move(failure));
     }
   });
 }
 
 std::vector<RunningApplication> LinuxWorkspace::runningApplications() {
   std::vector<RunningApplication> applications;
-  std::error_code error;
-  for (fs::directory_iterator entry("/proc", error), end; !error && entry != end;
-       entry.increment(error)) {
-    const auto pid = pidOf(entry->path());
-    if (auto application = pid ? runningApplication(*pid) : std::nullopt) {
+  visitProcesses([&](std::int64_t pid) {
+    if (auto application = runningApplication(pid)) {
       applications.push_back(std::move(*application));
     }
-  }
+  });
   std::sort(applications.begin(), applications.end(),
             [](const auto& a, const auto& b) { return a.pid < b.pid; });
   return applications;

@@ -9,11 +9,11 @@
 
 namespace kelvora::platform {
 
-/// Applications as folders with an information dictionary; the running ones are this user's
-/// processes whose executable is an application's program.
+/// Applications are folders with an information dictionary. The running ones are this user's
+/// processes that run an application's executable; activating one that runs does nothing.
 class LinuxWorkspace : public Workspace {
  public:
-  /// Applications are found by their identifier in `folders`, the first match counts.
+  /// Looks for applications by identifier in `folders`; the first match counts.
   explicit LinuxWorkspace(std::vector<std::string> folders);
 
   bool launchApplication(std::string_view bundleIdentifier) override;

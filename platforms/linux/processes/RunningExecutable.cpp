@@ -1,0 +1,126 @@
+#include "platforms/linux/processes/RunningExecutable.h"
+
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platforms/linux/system/TextFile.h"
+
+namespace kelvora::platform {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view kDeleted = " (deleted)";
+
+// A process as /proc describes it.
+struct Process {
+  fs::path folder;  ///< e.g. "/proc/4711"
+  std::string program;
+  std::vector<std::string> words;  ///< its command line
+};
+
+bool isThisUsers(const fs::path& folder) {
+  struct stat facts = {};
+  return stat(folder.c_str(), &facts) == 0 && facts.st_uid == getuid();
+}
+
+std::string programOf(const fs::path& folder) {
+  std::error_code error;
+  std::string path = fs::read_symlink(folder / "exe", error).string();
+  if (path.ends_with(kDeleted)) {
+    path.resize(path.size() - kDeleted.size());
+  }
+  return path;
+}
+
+// The first three words: more are not looked at.
+std::vector<std::string> wordsOf(const fs::path& folder) {
+  std::istringstream line(readFile(folder / "cmdline").value_or(""));
+  std::vector<std::string> words;
+  for (std::string word; words.size() < 3 && std::getline(line, word, '\0');) {
+    words.push_back(word);
+  }
+  return words;
+}
+
+// Words of a command line may be relative to the folder of the process.
+std::string absolute(const Process& process, const std::string& word) {
+  std::error_code error;
+  const fs::path folder = fs::read_symlink(process.folder / "cwd", error);
+  return (folder / word).lexically_normal().string();
+}
+
+bool isSameFile(const std::string& path, const std::string& program) {
+  std::error_code error;
+  return fs::canonical(path, error).string() == program;
+}
+
+// The words after "#!" of a script; none for another file.
+std::vector<std::string> interpreterOf(const std::string& script) {
+  const std::string first = readLine(script).value_or("");
+  std::vector<std::string> words;
+  if (first.starts_with("#!")) {
+    std::istringstream line(first.substr(2));
+    for (std::string word; line >> word;) {
+      words.push_back(word);
+    }
+  }
+  return words;
+}
+
+// "#!/usr/bin/env python3" runs env for a moment and then python3, whose first word is that name.
+bool interprets(const Process& process, const std::string& script) {
+  const std::vector<std::string> interpreter = interpreterOf(script);
+  if (interpreter.empty() || isSameFile(interpreter.front(), process.program)) {
+    return !interpreter.empty();
+  }
+  return interpreter.size() > 1 && fs::path(interpreter.front()).filename() == "env" &&
+         fs::path(process.words.front()).filename() == interpreter[1];
+}
+
+std::optional<ApplicationBundle> linkedApplication(const Process& process) {
+  const auto bundle = applicationOfExecutable(absolute(process, process.words.front()));
+  return bundle && isSameFile(bundle->executablePath, process.program) ? bundle : std::nullopt;
+}
+
+// The kernel puts the interpreter, and its one argument if there is one, before a script's path.
+std::optional<ApplicationBundle> interpretedApplication(const Process& process) {
+  for (std::size_t i = 1; i < process.words.size(); ++i) {
+    const auto bundle = applicationOfExecutable(absolute(process, process.words[i]));
+    if (bundle && interprets(process, bundle->executablePath)) {
+      return bundle;
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<ApplicationBundle> applicationOfProcess(std::int64_t pid) {
+  Process process{fs::path("/proc") / std::to_string(pid), "", {}};
+  if (!isThisUsers(process.folder)) {
+    return std::nullopt;
+  }
+  process.program = programOf(process.folder);
+  if (process.program.empty()) {
+    return std::nullopt;
+  }
+  if (auto bundle = applicationOfExecutable(process.program)) {
+    return bundle;
+  }
+  process.words = wordsOf(process.folder);
+  if (process.words.empty()) {
+    return std::nullopt;
+  }
+  auto linked = linkedApplication(process);
+  return linked ? linked : interpretedApplication(process);
+}
+
+}  // namespace kelvora::platform
