@@ -1,12 +1,22 @@
 #include "platforms/linux/smc/AppleSMCFiles.h"
 
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <thread>
+
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
-#include "platforms/linux/system/TextFile.h"
-#include "platforms/posix/FileDescriptor.h"
-
 namespace kelvora::platform {
+
+namespace {
+
+constexpr int kLockAttempts = 1000;
+constexpr std::chrono::milliseconds kLockPause(1);
+
+}  // namespace
 
 bool AppleSMCFiles::exist() const { return access(path("key_count").c_str(), F_OK) == 0; }
 
@@ -14,18 +24,51 @@ bool AppleSMCFiles::mayChooseKeys() const {
   return access(path("key_at_index").c_str(), W_OK) == 0;
 }
 
-std::optional<std::string> AppleSMCFiles::read(const std::string& name) const {
-  return readFile(path(name));
+// The kernel makes a file's content when it is read from its beginning; no file is larger than the
+// buffer.
+std::optional<std::string> AppleSMCFiles::read(const std::string& name) {
+  std::array<char, 4096> content;
+  ssize_t count = -1;
+  do {
+    count = pread(opened(name).get(), content.data(), content.size(), 0);
+  } while (count < 0 && errno == EINTR);
+  if (count < 0) {
+    open_.erase(name);  // a driver that was loaded again has other files of the same names
+    return std::nullopt;
+  }
+  return std::string(content.data(), static_cast<std::size_t>(count));
 }
 
-bool AppleSMCFiles::chooseKey(unsigned index) {
-  const FileDescriptor file(open(path("key_at_index").c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
-  if (!file.isOpen()) {
-    return false;
-  }
-  const std::string text = std::to_string(index) + "\n";
+bool AppleSMCFiles::chooseKey(unsigned chosen) {
+  const std::string text = std::to_string(chosen) + "\n";
   // The driver takes an index in one write.
-  return ::write(file.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
+  return pwrite(index().get(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
+}
+
+void AppleSMCFiles::lock() {
+  for (int attempt = 0; attempt < kLockAttempts; ++attempt) {
+    if (flock(index().get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
+      return;
+    }
+    std::this_thread::sleep_for(kLockPause);
+  }
+}
+
+void AppleSMCFiles::unlock() { flock(index().get(), LOCK_UN); }
+
+const FileDescriptor& AppleSMCFiles::opened(const std::string& name) {
+  FileDescriptor& file = open_[name];
+  if (!file.isOpen()) {
+    file = FileDescriptor(open(path(name).c_str(), O_RDONLY | O_CLOEXEC));
+  }
+  return file;
+}
+
+const FileDescriptor& AppleSMCFiles::index() {
+  if (!index_.isOpen()) {
+    index_ = FileDescriptor(open(path("key_at_index").c_str(), O_WRONLY | O_CLOEXEC));
+  }
+  return index_;
 }
 
 }  // namespace kelvora::platform

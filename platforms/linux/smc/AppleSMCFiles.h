@@ -1,26 +1,44 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 
+#include "platforms/posix/FileDescriptor.h"
+
 namespace kelvora::platform {
 
-/// The files of the kernel's applesmc driver. Writing an index to "key_at_index" chooses the key
-/// that "key_at_index_name", "_type", "_data_length" and "_data" then tell of.
+/// The files of the kernel's applesmc driver. Everybody may read "tempN_input", "fanN_input" and
+/// the like. "key_at_index" is one variable of the whole computer that only root may write: it
+/// chooses the key that "key_at_index_name", "_type", "_data_length" and "_data" describe. One
+/// thread at a time.
 class AppleSMCFiles {
  public:
-  /// `folder` is the driver's device folder.
+  /// `folder` is the driver's device folder, e.g. "/sys/devices/platform/applesmc.768".
   explicit AppleSMCFiles(std::string folder) : folder_(std::move(folder)) {}
   virtual ~AppleSMCFiles() = default;
+
   virtual bool exist() const;
   /// Whether this user may choose keys.
   virtual bool mayChooseKeys() const;
-  virtual std::optional<std::string> read(const std::string& name) const;
+  /// The content of a file now, e.g. "42250\n" for "temp1_input"; none if it cannot be read. The
+  /// file stays open: reading it again costs one system call.
+  virtual std::optional<std::string> read(const std::string& name);
+  /// Writes "key_at_index".
   virtual bool chooseKey(unsigned index);
+  /// Keeps other programs that lock from choosing keys. Waits at most a second for them, and goes
+  /// on without the lock then.
+  virtual void lock();
+  virtual void unlock();
 
  private:
   std::string path(const std::string& name) const { return folder_ + "/" + name; }
+  const FileDescriptor& opened(const std::string& name);
+  const FileDescriptor& index();
+
   std::string folder_;
+  std::map<std::string, FileDescriptor> open_;
+  FileDescriptor index_;
 };
 
 }  // namespace kelvora::platform

@@ -1,27 +1,22 @@
 #include "platforms/linux/smc/LinuxSMC.h"
 
-#include <charconv>
-#include <string_view>
 #include <utility>
+
+#include "base/Log.h"
 
 namespace kelvora::platform {
 
 namespace {
 
-std::uint32_t decimal(const std::optional<std::string>& text) {
-  std::uint32_t number = 0;
-  if (text) {
-    std::from_chars(text->data(), text->data() + text->size(), number);
-  }
-  return number;
-}
+constexpr std::uint32_t kKeyCountName = SMCPackedKey("#KEY");
+constexpr std::uint32_t kKeyCountType = SMCPackedKey("ui32");
 
-// The driver prints the characters up to a NUL, then a line end; the missing ones were NUL.
-std::uint32_t packed(std::string_view line) {
-  if (line.ends_with('\n')) {
-    line.remove_suffix(1);
+std::vector<std::byte> bigEndian(std::uint32_t number) {
+  std::vector<std::byte> bytes;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    bytes.push_back(static_cast<std::byte>(number >> shift & 0xff));
   }
-  return SMCPackedKey(line);
+  return bytes;
 }
 
 }  // namespace
@@ -31,7 +26,10 @@ LinuxSMC::LinuxSMC(std::unique_ptr<AppleSMCFiles> files) : files_(std::move(file
 bool LinuxSMC::hasService() const { return files_->exist(); }
 
 KernelStatus LinuxSMC::mayOpen() const {
-  return files_->mayChooseKeys() ? kKernelSuccess : kIOReturnNotPermitted;
+  if (!files_->mayChooseKeys() && !std::exchange(hasSaidWhatIsMissing_, true)) {
+    log("applesmc: temperatures and fans only; root also reads voltages, currents and powers");
+  }
+  return kKernelSuccess;
 }
 
 KernelStatus LinuxSMC::perform(const SMCParamRecord& request, SMCParamRecord& reply) {
@@ -39,61 +37,90 @@ KernelStatus LinuxSMC::perform(const SMCParamRecord& request, SMCParamRecord& re
   if (command == SMCCommandWriteBytes) {
     return kIOReturnNotPermitted;
   }
+  if (!sensors_) {
+    listKeys();
+  }
   if (command == SMCCommandKeyAtIndex) {
-    if (const auto key = keyAt(request.data32)) {
-      reply.key = *key;
-    } else {
-      reply.result = SMCResultKeyNotFound;
-    }
+    answerKeyAt(request.data32, reply);
     return kKernelSuccess;
   }
   if (command != SMCCommandReadBytes && command != SMCCommandGetKeyInfo) {
     return kIOReturnBadArgument;
   }
-  const auto found = keys().find(request.key);
-  if (found == keys().end()) {
+  const Key* key = keyNamed(request.key);
+  if (key == nullptr) {
     reply.result = SMCResultKeyNotFound;
   } else if (command == SMCCommandReadBytes) {
-    readPayload(found->second, reply);
+    answerRead(*key, reply);
   } else {
-    reply.keyInfo = {found->second.dataSize, found->second.type, 0, {}};
+    reply.keyInfo = {key->description.dataSize, key->description.type, 0, {}};
   }
   return kKernelSuccess;
 }
 
-const std::map<std::uint32_t, LinuxSMC::Key>& LinuxSMC::keys() {
-  if (keys_) {
-    return *keys_;
+void LinuxSMC::listKeys() {
+  sensors_.emplace(*files_);
+  if (files_->mayChooseKeys()) {
+    listEveryKey();
+  } else {
+    listSensors();
   }
-  keys_.emplace();
-  const std::uint32_t count = decimal(files_->read("key_count"));
-  for (unsigned index = 0; index < count; ++index) {
-    const auto key = keyAt(index);
-    const auto type = files_->read("key_at_index_type");
-    if (!key || !type) {
-      continue;
+  for (std::size_t i = 0; i < list_.size(); ++i) {
+    if (list_[i]) {
+      byName_.emplace(list_[i]->description.name, i);
     }
-    keys_->emplace(*key,
-                   Key{index, packed(*type), decimal(files_->read("key_at_index_data_length"))});
   }
-  return *keys_;
 }
 
-std::optional<std::uint32_t> LinuxSMC::keyAt(unsigned index) {
-  if (!files_->chooseKey(index)) {
-    return std::nullopt;
+void LinuxSMC::listEveryKey() {
+  const std::uint32_t count = driverKeys_.count();
+  for (unsigned index = 0; index < count; ++index) {
+    const auto description = driverKeys_.keyAt(index);
+    list_.push_back(description ? std::optional(Key{*description, index}) : std::nullopt);
   }
-  const auto name = files_->read("key_at_index_name");
-  if (!name) {
-    return std::nullopt;
-  }
-  return packed(*name);
 }
 
-void LinuxSMC::readPayload(const Key& key, SMCParamRecord& reply) {
-  const auto data = files_->chooseKey(key.index) ? files_->read("key_at_index_data") : std::nullopt;
-  if (data) {
-    setPayload(reply, std::as_bytes(std::span(*data)));
+void LinuxSMC::listSensors() {
+  list_.push_back(Key{{kKeyCountName, kKeyCountType, 4}, std::nullopt});
+  for (const DriverSensors::Key& key : sensors_->keys()) {
+    list_.push_back(Key{{key.name, key.type, key.dataSize}, std::nullopt});
+  }
+}
+
+const LinuxSMC::Key* LinuxSMC::keyNamed(std::uint32_t name) const {
+  const auto found = byName_.find(name);
+  return found == byName_.end() ? nullptr : &*list_[found->second];
+}
+
+void LinuxSMC::answerKeyAt(unsigned index, SMCParamRecord& reply) const {
+  if (index < list_.size() && list_[index]) {
+    reply.key = list_[index]->description.name;
+  } else {
+    reply.result = SMCResultKeyNotFound;
+  }
+}
+
+// What has a file of its own is read from it: nobody else can change what that file is about.
+std::optional<std::vector<std::byte>> LinuxSMC::payloadOf(const Key& key) {
+  if (auto payload = sensors_->payload(key.description.name, key.description.type)) {
+    return payload;
+  }
+  if (key.index) {
+    if (const auto data = driverKeys_.dataAt(*key.index)) {
+      const auto bytes = std::as_bytes(std::span(*data));
+      return std::vector(bytes.begin(), bytes.end());
+    }
+    return std::nullopt;
+  }
+  if (key.description.name == kKeyCountName) {
+    return bigEndian(static_cast<std::uint32_t>(list_.size()));
+  }
+  return std::nullopt;
+}
+
+void LinuxSMC::answerRead(const Key& key, SMCParamRecord& reply) {
+  if (const auto payload = payloadOf(key)) {
+    setPayload(reply, *payload);
   } else {
     reply.result = SMCResultNotReadable;
   }

@@ -3,17 +3,19 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <string>
+#include <vector>
 
 #include "platforms/linux/smc/AppleSMCFiles.h"
+#include "platforms/linux/smc/DriverKeys.h"
+#include "platforms/linux/smc/DriverSensors.h"
 #include "platforms/shared/SoftwareSMC.h"
 
 namespace kelvora::platform {
 
-/// The SMC of a Mac that runs Linux, through the kernel's applesmc driver. The driver lets only
-/// root choose a key, so for anyone else opening the service answers kIOReturnNotPermitted. The
-/// driver tells no attributes (0 here) and takes no writes: command 6 answers
-/// kIOReturnNotPermitted.
+/// The SMC of a Mac that runs Linux, through the kernel's applesmc driver. Temperatures and fans
+/// are read from the driver's own files for them, by any user. Every other key is there for root
+/// only; for anyone else one line in the log says so when the service is first opened. The driver
+/// knows no attributes (0 here) and takes no writes: command 6 answers kIOReturnNotPermitted.
 class LinuxSMC : public SoftwareSMC {
  public:
   static constexpr const char* kDriverFolder = "/sys/devices/platform/applesmc.768";
@@ -28,17 +30,25 @@ class LinuxSMC : public SoftwareSMC {
 
  private:
   struct Key {
-    unsigned index = 0;
-    std::uint32_t type = 0;
-    std::uint32_t dataSize = 0;
+    DriverKey description;
+    std::optional<unsigned> index;  ///< in the driver's list; only root has it
   };
 
-  const std::map<std::uint32_t, Key>& keys();
-  std::optional<std::uint32_t> keyAt(unsigned index);
-  void readPayload(const Key& key, SMCParamRecord& reply);
+  void listKeys();
+  void listEveryKey();
+  void listSensors();
+  const Key* keyNamed(std::uint32_t name) const;
+  std::optional<std::vector<std::byte>> payloadOf(const Key& key);
+  void answerKeyAt(unsigned index, SMCParamRecord& reply) const;
+  void answerRead(const Key& key, SMCParamRecord& reply);
 
   std::unique_ptr<AppleSMCFiles> files_;
-  std::optional<std::map<std::uint32_t, Key>> keys_;  // listed at the first question about a key
+  DriverKeys driverKeys_{*files_};
+  // Made at the first call.
+  std::optional<DriverSensors> sensors_;
+  std::vector<std::optional<Key>> list_;         // by index; none for one that cannot be read
+  std::map<std::uint32_t, std::size_t> byName_;  // the first of a name counts
+  mutable bool hasSaidWhatIsMissing_ = false;
 };
 
 }  // namespace kelvora::platform

@@ -1,12 +1,18 @@
 #include "platforms/linux/smc/LinuxSMC.h"
 
+#include <filesystem>
+#include <map>
+#include <mutex>
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
 
-#include "tests/support/ForwardingSMC.h"
 #include "tests/support/SMCConnection.h"
+#include "tests/support/SmallMac.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::testing {
@@ -22,7 +28,7 @@ struct DriverKey {
   std::optional<std::string> data;  // none: reading it fails
 };
 
-// Answers as the driver's files do: each tells of the key that was chosen last.
+// Answers as the driver's files do: each describes the key that was chosen last.
 class ScriptedFiles : public AppleSMCFiles {
  public:
   explicit ScriptedFiles(std::vector<DriverKey> keys, bool mayChoose = true)
@@ -30,16 +36,29 @@ class ScriptedFiles : public AppleSMCFiles {
   bool exist() const override { return true; }
   bool mayChooseKeys() const override { return mayChoose_; }
   bool chooseKey(unsigned index) override {
-    if (index >= keys_.size()) {
+    ++choices;
+    if (index >= keys_.size() || !isLocked) {
       return false;
     }
     chosen_ = index;
     return true;
   }
-  std::optional<std::string> read(const std::string& name) const override {
+  void lock() override { isLocked = true; }
+  void unlock() override { isLocked = false; }
+  std::optional<std::string> read(const std::string& name) override {
+    if (const auto found = own.find(name); found != own.end()) {
+      return found->second;
+    }
+    if (disturbances > 0 && name == "key_at_index") {
+      --disturbances;
+      chosen_ = (chosen_ + 1) % static_cast<unsigned>(keys_.size());
+    }
     const DriverKey& key = keys_.at(chosen_);
     if (name == "key_count") {
       return std::to_string(keys_.size()) + "\n";
+    }
+    if (name == "key_at_index") {
+      return std::to_string(chosen_) + "\n";
     }
     if (name == "key_at_index_name") {
       return key.name + "\n";
@@ -52,6 +71,11 @@ class ScriptedFiles : public AppleSMCFiles {
     }
     return name == "key_at_index_data" ? key.data : std::nullopt;
   }
+
+  std::map<std::string, std::string> own;  // files of temperatures and fans
+  int disturbances = 0;                    // how often another program chooses a key in between
+  int choices = 0;
+  bool isLocked = false;
 
  private:
   std::vector<DriverKey> keys_;
@@ -97,11 +121,121 @@ TEST(LinuxSMC, WritesAreNotPermitted) {
   EXPECT_EQ(connection.call(6, SMCPackedKey("TC0P"), 2).status, kIOReturnNotPermitted);
 }
 
-TEST(LinuxSMC, OpeningNeedsTheRightToChooseKeys) {
-  LinuxSMC smc(std::make_unique<ScriptedFiles>(kKeys, false));
+// The files of a Mac with one fan and two temperatures, of which one is negative.
+std::unique_ptr<ScriptedFiles> filesWithSensors(bool isRoot) {
+  auto files = std::make_unique<ScriptedFiles>(kKeys, isRoot);
+  files->own = {
+      {"fan1_label", "Left side  \n"}, {"fan1_input", "2000\n"},  {"fan1_min", "1200\n"},
+      {"fan1_max", "6000\n"},          {"fan1_output", "2001\n"}, {"temp1_label", "TC0P\n"},
+      {"temp1_input", "42250\n"},      {"temp2_label", "TB0T\n"}, {"temp2_input", "-1750\n"}};
+  return files;
+}
+
+std::vector<int> payloadBytes(const SMCConnection::Reply& reply, std::size_t count) {
+  std::vector<int> bytes;
+  for (std::size_t i = 0; i < count; ++i) {
+    bytes.push_back(std::to_integer<int>(reply.payload[i]));
+  }
+  return bytes;
+}
+
+TEST(LinuxSMC, AnyUserReadsTemperaturesAndFansFromTheirOwnFiles) {
+  auto owned = filesWithSensors(false);
+  ScriptedFiles& files = *owned;
+  LinuxSMC smc(std::move(owned));
+  ::testing::internal::CaptureStderr();
   SMCConnection connection(smc);
-  EXPECT_EQ(connection.openStatus, kIOReturnNotPermitted);
-  EXPECT_EQ(connection.call(8, 0).status, platform::kIOReturnNotOpen);
+  SMCConnection second(smc);
+  EXPECT_EQ(
+      ::testing::internal::GetCapturedStderr(),
+      "applesmc: temperatures and fans only; root also reads voltages, currents and powers\n");
+  ASSERT_EQ(connection.openStatus, 0U);
+  std::vector<std::uint32_t> names;
+  for (std::uint32_t index = 0; connection.call(8, 0, 0, index).result == 0; ++index) {
+    names.push_back(connection.call(8, 0, 0, index).key);
+  }
+  const std::vector<std::uint32_t> expected{
+      SMCPackedKey("#KEY"), SMCPackedKey("FNum"), SMCPackedKey("F0ID"), SMCPackedKey("F0Ac"),
+      SMCPackedKey("F0Mn"), SMCPackedKey("F0Mx"), SMCPackedKey("F0Sf"), SMCPackedKey("F0Tg"),
+      SMCPackedKey("TC0P"), SMCPackedKey("TB0T")};
+  EXPECT_EQ(names, expected);
+  EXPECT_EQ(connection.call(8, 0, 0, 10).result, 132);
+  const auto read = [&](const char* key, std::size_t size) {
+    return payloadBytes(connection.call(5, SMCPackedKey(key)), size);
+  };
+  EXPECT_EQ(read("#KEY", 4), (std::vector{0, 0, 0, 10}));
+  EXPECT_EQ(read("FNum", 1), (std::vector{1}));
+  EXPECT_EQ(read("F0Ac", 2), (std::vector{0x1f, 0x40}));
+  EXPECT_EQ(read("F0Mx", 2), (std::vector{0x5d, 0xc0}));
+  EXPECT_EQ(read("F0Tg", 2), (std::vector{0x1f, 0x44}));
+  EXPECT_EQ(read("F0ID", 16), (std::vector<int>{0, 0, 0, 0, 'L', 'e', 'f', 't', ' ', 's', 'i', 'd',
+                                                'e', ' ', ' ', 0}));
+  EXPECT_EQ(read("TC0P", 2), (std::vector{0x2a, 0x40}));
+  EXPECT_EQ(read("TB0T", 2), (std::vector{0xfe, 0x40}));
+  EXPECT_EQ(connection.call(9, SMCPackedKey("TC0P")).dataType, SMCPackedKey("sp78"));
+  EXPECT_EQ(connection.call(9, SMCPackedKey("TC0P")).dataSize, 2U);
+  EXPECT_EQ(connection.call(5, SMCPackedKey("F0Sf")).result, 133);  // there is no such file
+  EXPECT_EQ(connection.call(5, SMCPackedKey("VC0C")).result, 132);
+  EXPECT_EQ(files.choices, 0);
+}
+
+TEST(LinuxSMC, AValueThatItsTypeCannotHoldIsUnreadable) {
+  auto files = filesWithSensors(false);
+  files->own["temp1_input"] = "128000\n";
+  files->own["fan1_input"] = "-1\n";
+  files->own["fan1_max"] = "16384\n";
+  LinuxSMC smc(std::move(files));
+  SMCConnection connection(smc);
+  for (const char* key : {"TC0P", "F0Ac", "F0Mx"}) {
+    EXPECT_EQ(connection.call(5, SMCPackedKey(key)).result, 133) << key;
+  }
+}
+
+TEST(LinuxSMC, RootReadsTemperaturesWithoutChoosingTheirKeys) {
+  auto owned = filesWithSensors(true);
+  ScriptedFiles& files = *owned;
+  LinuxSMC smc(std::move(owned));
+  SMCConnection connection(smc);
+  connection.call(9, SMCPackedKey("TC0P"));
+  const int choices = files.choices;
+  EXPECT_EQ(payloadBytes(connection.call(5, SMCPackedKey("TC0P"), 2), 2),
+            (std::vector{0x2a, 0x40}));
+  EXPECT_EQ(files.choices, choices);
+  EXPECT_FALSE(files.isLocked);
+}
+
+TEST(LinuxSMC, ASpeedTakesTheTypeThatTheSMCSays) {
+  auto files = std::make_unique<ScriptedFiles>(
+      std::vector<DriverKey>{{"F0Ac", "flt ", std::string("\0\0\0\0", 4)}});
+  files->own = {{"fan1_input", "2000\n"}};
+  LinuxSMC smc(std::move(files));
+  SMCConnection connection(smc);
+  EXPECT_EQ(payloadBytes(connection.call(5, SMCPackedKey("F0Ac"), 4), 4),
+            (std::vector{0, 0, 0xfa, 0x44}));
+}
+
+TEST(LinuxSMC, AReadThatAnotherProgramDisturbedIsTriedAgain) {
+  auto owned = std::make_unique<ScriptedFiles>(kKeys);
+  ScriptedFiles& files = *owned;
+  LinuxSMC smc(std::move(owned));
+  SMCConnection connection(smc);
+  files.disturbances = 5;  // while the keys are listed
+  EXPECT_EQ(connection.call(9, SMCPackedKey("TC0P")).dataSize, 2U);
+  EXPECT_EQ(connection.call(8, 0, 0, 0).key, SMCPackedKey("#KEY"));
+  files.disturbances = 5;
+  EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).payload[1], std::byte{0x20});
+  EXPECT_EQ(files.disturbances, 0);
+}
+
+TEST(LinuxSMC, AReadThatIsAlwaysDisturbedFailsAndNeverGivesAnothersValue) {
+  auto owned = std::make_unique<ScriptedFiles>(kKeys);
+  ScriptedFiles& files = *owned;
+  LinuxSMC smc(std::move(owned));
+  SMCConnection connection(smc);
+  connection.call(9, SMCPackedKey("TC0P"));
+  files.disturbances = 1'000'000;
+  EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).result, 133);
+  EXPECT_FALSE(files.isLocked);
 }
 
 TEST(LinuxSMC, ThereIsNoServiceWithoutTheDriversFolder) {
@@ -111,10 +245,10 @@ TEST(LinuxSMC, ThereIsNoServiceWithoutTheDriversFolder) {
   EXPECT_EQ(smc.nextService(iterator), 0U);
 }
 
-TEST(LinuxSMC, ReadsTheFilesOfAFolder) {
+TEST(LinuxSMC, ReadsTheFilesOfAFolderAndKeepsThemOpen) {
   const TemporaryFolder folder;
   folder.write("key_count", "1\n");
-  const std::string index = folder.write("key_at_index", "0\n");
+  folder.write("key_at_index", "0\n");
   folder.write("key_at_index_name", "TC0P\n");
   folder.write("key_at_index_type", "sp78\n");
   folder.write("key_at_index_data_length", "2\n");
@@ -124,11 +258,41 @@ TEST(LinuxSMC, ReadsTheFilesOfAFolder) {
   ASSERT_EQ(connection.openStatus, 0U);
   EXPECT_EQ(connection.call(9, SMCPackedKey("TC0P")).dataSize, 2U);
   EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).payload[1], std::byte{0x20});
-  connection.call(8, 0, 0, 7);
-  std::ifstream chosen(index);
-  std::string text;
-  chosen >> text;
-  EXPECT_EQ(text, "7");
+  folder.write("key_at_index_data", "\x26\x40");
+  EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).payload[1], std::byte{0x40});
+  const auto descriptors = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                         std::filesystem::directory_iterator());
+  };
+  const auto before = descriptors();
+  connection.call(5, SMCPackedKey("TC0P"), 2);
+  EXPECT_EQ(descriptors(), before);
+  EXPECT_GE(before, 9);  // three standard ones and the six files
+}
+
+TEST(AppleSMCFiles, AChosenIndexIsWrittenAndAFileThatIsGoneIsNotRead) {
+  const TemporaryFolder folder;
+  folder.write("key_at_index", "0\n");
+  AppleSMCFiles files(folder.path());
+  EXPECT_TRUE(files.mayChooseKeys());
+  EXPECT_FALSE(files.exist());
+  EXPECT_TRUE(files.chooseKey(17));
+  EXPECT_EQ(files.read("key_at_index"), "17\n");
+  EXPECT_EQ(files.read("temp1_input"), std::nullopt);
+  folder.write("temp1_input", "1000\n");
+  EXPECT_EQ(files.read("temp1_input"), "1000\n");
+}
+
+TEST(AppleSMCFiles, OneProgramAtATimeHoldsTheLock) {
+  const TemporaryFolder folder;
+  folder.write("key_at_index", "0\n");
+  AppleSMCFiles files(folder.path());
+  const std::lock_guard lock(files);
+  const int other = open(folder.path("key_at_index").c_str(), O_RDWR | O_CLOEXEC);
+  EXPECT_NE(flock(other, LOCK_EX | LOCK_NB), 0);
+  files.unlock();
+  EXPECT_EQ(flock(other, LOCK_EX | LOCK_NB), 0);
+  close(other);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "tests/support/ForwardingSMC.h"
 #include "tests/support/SMCConnection.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
 namespace {

@@ -1,0 +1,68 @@
+#include "platforms/linux/smc/DriverKeys.h"
+
+#include <charconv>
+#include <mutex>
+#include <string_view>
+
+#include "KelvoraCore/SMCRecords.h"
+
+namespace kelvora::platform {
+
+namespace {
+
+constexpr int kAttempts = 100;
+
+}  // namespace
+
+std::int64_t decimalNumber(const std::optional<std::string>& content) {
+  std::int64_t number = 0;
+  if (content) {
+    std::from_chars(content->data(), content->data() + content->size(), number);
+  }
+  return number;
+}
+
+std::uint32_t packedLine(std::string_view line) {
+  if (line.ends_with('\n')) {
+    line.remove_suffix(1);
+  }
+  return SMCPackedKey(line);
+}
+
+template <typename Result, typename Read>
+std::optional<Result> DriverKeys::readUndisturbed(unsigned index, Read read) {
+  const std::lock_guard lock(files_);
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    if (!files_.chooseKey(index)) {
+      return std::nullopt;
+    }
+    std::optional<Result> result = read();
+    if (decimalNumber(files_.read("key_at_index")) == index) {
+      return result;
+    }
+  }
+  return std::nullopt;
+}
+
+std::uint32_t DriverKeys::count() {
+  return static_cast<std::uint32_t>(decimalNumber(files_.read("key_count")));
+}
+
+std::optional<DriverKey> DriverKeys::keyAt(unsigned index) {
+  return readUndisturbed<DriverKey>(index, [this]() -> std::optional<DriverKey> {
+    const auto name = files_.read("key_at_index_name");
+    const auto type = files_.read("key_at_index_type");
+    const auto size = files_.read("key_at_index_data_length");
+    if (!name || !type || !size) {
+      return std::nullopt;
+    }
+    return DriverKey{packedLine(*name), packedLine(*type),
+                     static_cast<std::uint32_t>(decimalNumber(size))};
+  });
+}
+
+std::optional<std::string> DriverKeys::dataAt(unsigned index) {
+  return readUndisturbed<std::string>(index, [this] { return files_.read("key_at_index_data"); });
+}
+
+}  // namespace kelvora::platform

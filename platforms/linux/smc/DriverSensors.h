@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platforms/linux/smc/AppleSMCFiles.h"
+
+namespace kelvora::platform {
+
+/// The temperatures and fans that the driver offers in files of their own, as SMC keys: "TC0P" is
+/// in the "tempN_input" whose "tempN_label" is this key, "F0Ac", "F0Mn", "F0Mx", "F0Sf" and "F0Tg"
+/// are in "fan1_input", "_min", "_max", "_safe" and "_output", "F0ID" is "fan1_label".
+class DriverSensors {
+ public:
+  struct Key {
+    std::uint32_t name = 0;      ///< packed
+    std::uint32_t type = 0;      ///< that the value has unless the SMC says another: "sp78"
+    std::uint32_t dataSize = 0;  ///< of that type
+  };
+
+  /// Finds the files. `files` outlives the object.
+  explicit DriverSensors(AppleSMCFiles& files);
+
+  /// Every key: "FNum", those of the fans, the temperatures.
+  const std::vector<Key>& keys() const { return keys_; }
+
+  /// The value of a key in the form of a type; none if the key has no file, the file cannot be read
+  /// or its number has no such form.
+  std::optional<std::vector<std::byte>> payload(std::uint32_t name, std::uint32_t type);
+
+ private:
+  enum class Content : std::uint8_t { kFanCount, kText, kNumber, kThousandths };
+  struct Source {
+    std::string file;
+    Content content = Content::kNumber;
+  };
+
+  void addFans();
+  void addFan(int number);
+  void addTemperatures();
+  void add(const Key& key, Source source);
+
+  AppleSMCFiles& files_;
+  std::vector<Key> keys_;
+  std::map<std::uint32_t, Source> sources_;
+  unsigned fanCount_ = 0;
+};
+
+}  // namespace kelvora::platform
