@@ -18,7 +18,7 @@ ZDBatteryInfo queryBattery(platform::IORegistry& registry, std::uint64_t family)
     return value ? value->integerValue() : 0;
   };
   info.cycleCount = number("CycleCount");
-  // Apple silicon tells percent under the name that Intel Macs use for the capacity.
+  // Apple silicon has a percentage under the name that Intel Macs use for the capacity.
   info.maxCapacity = number(family == SensorPlatformIntel ? "MaxCapacity" : "AppleRawMaxCapacity");
   info.designedCapacity = number("DesignCapacity");
   return info;

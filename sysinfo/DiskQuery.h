@@ -10,7 +10,7 @@ namespace platform {
 class SystemFacts;
 }
 
-/// The disk of the root volume; none when it is removable or cannot be described. Logged only when
+/// The disk of the root volume; none if it is removable or cannot be described. Logged only when
 /// the system lists no volume at all.
 std::optional<ZDDiskInfo> queryDisk(platform::SystemFacts& facts);
 

@@ -9,9 +9,9 @@
 
 namespace kelvora {
 
-/// What a report of the graphics processors told.
+/// The facts in a report of the graphics processors.
 struct DisplaysReport {
-  std::optional<std::vector<ZDGPUInfo>> gpuInfos;  ///< none when the report cannot be used
+  std::optional<std::vector<ZDGPUInfo>> gpuInfos;  ///< none if the report cannot be used
   std::optional<std::string> failure;  ///< why, when values are not of the expected kind
 };
 

@@ -4,12 +4,12 @@
 #include <string>
 
 #include "KelvoraCore/Sensor.h"
-#include "KelvoraCore/ZDSystemKitHelper.h"
 
 #include "base/Log.h"
 #include "ports/Ports.h"
 #include "sysinfo/DisplaysReport.h"
 #include "sysinfo/RegistryValues.h"
+#include "sysinfo/SystemProfiler.h"
 
 namespace kelvora {
 
@@ -18,9 +18,8 @@ namespace {
 // Tested in this order: the name of an AMD Radeon contains both.
 constexpr const char* kDedicatedNames[] = {"NVIDIA", "AMD", "Radeon"};
 
-std::optional<std::vector<ZDGPUInfo>> reportedGraphics(platform::ChildProcesses& children) {
-  const auto text = ZDSystemKitHelper::processWithPath("/usr/sbin/system_profiler",
-                                                       {"SPDisplaysDataType", "-json"}, children);
+std::optional<std::vector<ZDGPUInfo>> reportedGraphics(Platform& platform) {
+  const auto text = systemProfilerReport(platform, "SPDisplaysDataType");
   if (!text) {
     return std::nullopt;
   }
@@ -76,7 +75,7 @@ std::vector<ZDGPUInfo> registeredGraphics(platform::IORegistry& registry) {
 std::optional<std::vector<ZDGPUInfo>> queryGraphics(Platform& platform, std::uint64_t family) {
   const bool isAppleSilicon = family != SensorPlatformIntel && family != 0;
   if (isAppleSilicon) {
-    return reportedGraphics(platform.childProcesses());
+    return reportedGraphics(platform);
   }
   return registeredGraphics(platform.registry());
 }

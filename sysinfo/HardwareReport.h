@@ -6,7 +6,7 @@
 
 namespace kelvora {
 
-/// What a hardware report told of the machine; what it did not tell is none.
+/// The facts in a hardware report. What it lacks is none.
 struct HardwareReport {
   std::optional<std::string> modelNumber;
   std::optional<std::string> serial;
@@ -15,7 +15,7 @@ struct HardwareReport {
 };
 
 /// Reads what `system_profiler SPHardwareDataType -json` printed. A text that is not JSON, or has
-/// values of other kinds than such a report, tells nothing there; nothing is logged.
+/// values of other kinds, lacks what they would hold; nothing is logged.
 HardwareReport parseHardwareReport(std::string_view text);
 
 }  // namespace kelvora

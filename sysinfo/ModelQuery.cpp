@@ -7,12 +7,11 @@
 
 #include <unicode/calendar.h>
 
-#include "KelvoraCore/ZDSystemKitHelper.h"
-
 #include "ports/Ports.h"
 #include "sysinfo/HardwareReport.h"
 #include "sysinfo/ModelCatalogue.h"
 #include "sysinfo/SystemControlValues.h"
+#include "sysinfo/SystemProfiler.h"
 
 namespace kelvora {
 
@@ -31,9 +30,8 @@ constexpr FamilyPrefix kFamilyPrefixes[] = {
     {"Xserve", ZDModelFamilyXserve},
 };
 
-HardwareReport hardwareReport(platform::ChildProcesses& children) {
-  const auto text = ZDSystemKitHelper::processWithPath("/usr/sbin/system_profiler",
-                                                       {"SPHardwareDataType", "-json"}, children);
+HardwareReport hardwareReport(Platform& platform) {
+  const auto text = systemProfilerReport(platform, "SPHardwareDataType");
   return text ? parseHardwareReport(*text) : HardwareReport{};
 }
 
@@ -83,7 +81,7 @@ std::int64_t yearInCurrentCalendar(std::chrono::system_clock::time_point date) {
 
 ZDModelInfo queryModel(Platform& platform) {
   const std::string identifier = sysctlNSStringForKey("hw.model", platform.systemControls());
-  const HardwareReport report = hardwareReport(platform.childProcesses());
+  const HardwareReport report = hardwareReport(platform);
   const std::int64_t byteOrder = sysctlNumberForKey("hw.byteorder", platform.systemControls());
   const CatalogueModel* known = catalogueModel(identifier);
   ZDModelInfo info = known != nullptr ? modelRecord(*known) : unknownModel(identifier, report);

@@ -61,8 +61,7 @@ void fillCores(ZDCPUInfo& info, const std::optional<CPUCoresInfo>& cores) {
 
 }  // namespace
 
-ZDCPUInfo queryProcessor(platform::SystemControls& controls,
-                         const std::optional<CPUCoresInfo>& cores) {
+ZDCPUInfo queryProcessor(platform::SystemControls& controls, platform::IORegistry& registry) {
   const auto number = [&](const char* key) { return sysctlNumberForKey(key, controls); };
   ZDCPUInfo info;
   info.brand = cleanedBrand(sysctlNSStringForKey("machdep.cpu.brand_string", controls));
@@ -74,7 +73,7 @@ ZDCPUInfo queryProcessor(platform::SystemControls& controls,
   info.cpuCount = packages == 0 ? 1 : static_cast<std::uint64_t>(packages);
   info.coreCount = knownCount(number("machdep.cpu.core_count"));
   info.threadCount = knownCount(number("machdep.cpu.thread_count"));
-  fillCores(info, cores);
+  fillCores(info, queryCores(registry));
   info.frequency = scaled(number("hw.cpufrequency"), kHertzPerGigahertz);
   info.l2Cache = scaled(number("hw.l2cachesize"), kBytesPerMebibyte);
   info.l3Cache = scaled(number("hw.l3cachesize"), kBytesPerMebibyte);

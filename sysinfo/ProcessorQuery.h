@@ -14,15 +14,14 @@ class IORegistry;
 class SystemControls;
 }  // namespace platform
 
-/// The processor by the system controls; `cores` is what `queryCores` answered.
-ZDCPUInfo queryProcessor(platform::SystemControls& controls,
-                         const std::optional<CPUCoresInfo>& cores);
+/// The processor by the system controls and the device tree.
+ZDCPUInfo queryProcessor(platform::SystemControls& controls, platform::IORegistry& registry);
 
-/// The cores by the nodes of the device tree; none when the registry does not answer.
+/// The cores by the nodes of the device tree; none if the registry query fails.
 std::optional<CPUCoresInfo> queryCores(platform::IORegistry& registry);
 
-/// The processor family of a brand, as one SensorPlatform bit: "Apple M1 Pro" gives 4; 0 when the
-/// brand names none.
+/// The processor family of a brand, as one SensorPlatform bit: "Apple M1 Pro" gives 4; 0 if the
+/// brand names no family.
 std::uint64_t processorFamily(std::string_view brand);
 
 }  // namespace kelvora

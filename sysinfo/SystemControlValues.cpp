@@ -45,6 +45,11 @@ std::string sysctlNSStringForKey(const char* key, platform::SystemControls& cont
   return isValidUTF8(text) ? text : "";
 }
 
+bool isMacOS(platform::SystemControls& controls) {
+  const std::string kernel = sysctlNSStringForKey(kKernelName, controls);
+  return kernel.empty() || kernel == "Darwin";
+}
+
 std::int64_t sysctlNumberForKey(const char* key, platform::SystemControls& controls) {
   const std::string bytes = bytesForKey(key, controls);
   switch (bytes.size()) {

@@ -25,12 +25,16 @@ std::string buildOf(std::string_view text) {
 
 }  // namespace
 
-ZDOSInfo queryOS(platform::SystemFacts& facts) {
+ZDOSInfo queryOS(platform::SystemControls& controls, platform::SystemFacts& facts) {
   ZDOSInfo info;
+  const std::string text = facts.osVersionText();
+  if (!isMacOS(controls)) {
+    info.system = text.empty() ? sysctlNSStringForKey(kKernelName, controls) : text;
+  }
   if (const auto version = facts.osVersion()) {
     info.version = {version->major, version->minor, version->patch};
   }
-  info.build = buildOf(facts.osVersionText());
+  info.build = buildOf(text);
   return info;
 }
 

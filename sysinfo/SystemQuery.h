@@ -10,10 +10,10 @@ class SystemControls;
 class SystemFacts;
 }  // namespace platform
 
-/// The running system's version and build.
-ZDOSInfo queryOS(platform::SystemFacts& facts);
+/// The running system's name, version and build.
+ZDOSInfo queryOS(platform::SystemControls& controls, platform::SystemFacts& facts);
 
-/// The installed memory, formatted for display; "Zero KB" when the system does not tell.
+/// The installed memory, formatted for display; "Zero KB" if the system does not report it.
 ZDMemoryInfo queryMemory(platform::SystemControls& controls);
 
 }  // namespace kelvora

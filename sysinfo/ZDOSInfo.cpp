@@ -27,6 +27,9 @@ std::string ZDOSInfo::versionString() const {
 }
 
 std::string ZDOSInfo::name() const {
+  if (system != "macOS") {
+    return system;
+  }
   for (const Release& release : kReleases) {
     if (version.major == release.major && version.minor == release.minor.value_or(version.minor)) {
       return release.name;

@@ -36,7 +36,7 @@ void ZDSystemDevice::getSystemInfo() { hostName_ = platform_.systemFacts().local
 ZDModelInfo ZDSystemDevice::getModelInfo() const { return queryModel(platform_); }
 
 ZDCPUInfo ZDSystemDevice::getCPUInfo() const {
-  return queryProcessor(platform_.systemControls(), getCPUCoresInfo());
+  return queryProcessor(platform_.systemControls(), platform_.registry());
 }
 
 std::optional<CPUCoresInfo> ZDSystemDevice::getCPUCoresInfo() const {
@@ -55,7 +55,9 @@ std::optional<ZDDiskInfo> ZDSystemDevice::getDiskInfo() const {
   return queryDisk(platform_.systemFacts());
 }
 
-ZDOSInfo ZDSystemDevice::getOSInfo() const { return queryOS(platform_.systemFacts()); }
+ZDOSInfo ZDSystemDevice::getOSInfo() const {
+  return queryOS(platform_.systemControls(), platform_.systemFacts());
+}
 
 ZDMemoryInfo ZDSystemDevice::getMemoryInfo() const {
   return queryMemory(platform_.systemControls());

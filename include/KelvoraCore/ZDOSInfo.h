@@ -17,12 +17,14 @@ struct KELVORA_EXPORT ZDOSVersion {
 
 /// The operating system.
 struct KELVORA_EXPORT ZDOSInfo {
-  ZDOSVersion version;  ///< all 0 when the system does not tell
-  std::string build;    ///< "22F66" or "Unknown"
+  ZDOSVersion version;           ///< all 0 if the system does not report one
+  std::string build;             ///< "22F66" or "Unknown"
+  std::string system = "macOS";  ///< or another system, e.g. "Debian GNU/Linux 12 (bookworm)"
 
   /// "13.4.0"
   std::string versionString() const;
-  /// The release's name, "High Sierra" (10.13) to "Ventura" (13); every other release is "Unknown".
+  /// The release's name, "High Sierra" (10.13) to "Ventura" (13); every other release of macOS is
+  /// "Unknown". For another system, `system`.
   std::string name() const;
 };
 

@@ -33,9 +33,9 @@ constexpr Architecture kArchitecture = Architecture::kIntel;
 
 void addHardware(Ports& ports) {
   ports.smc = std::make_unique<LinuxSMC>();
-  // Linux has neither: both answer like a recording of nothing.
+  // Linux has neither: there are no HID sensors, and the registry has no services.
   ports.hid = std::make_unique<RecordedHID>(std::nullopt);
-  ports.registry = std::make_unique<RecordedRegistry>(std::nullopt);
+  ports.registry = std::make_unique<RecordedRegistry>(RecordedRegistry::Services());
 }
 
 // Where the product's applications are installed, and where they are carried.

@@ -48,6 +48,13 @@ TEST(BatteryQuery, MissingPropertiesAreZeroAndOthersConvert) {
   EXPECT_EQ(battery.designedCapacity, 0);
 }
 
+TEST(BatteryQuery, AnAbsentDesignedCapacityIsZeroWhateverTheMaximumIs) {
+  const auto battery = batteryOf({entry("b", {{"MaxCapacity", 4382}})}, 1);
+  EXPECT_EQ(battery.maxCapacity, 4382);
+  EXPECT_EQ(battery.designedCapacity, 0);
+  EXPECT_EQ(battery.health(), 0);
+}
+
 TEST(BatteryQuery, AMacWithoutBatteryOrRegistryHasZeros) {
   EXPECT_EQ(batteryOf({}, 1).cycleCount, 0);
   const auto platform = testing::recordedPlatform({});

@@ -72,6 +72,14 @@ TEST(DiskQuery, ADiskThatCannotBeDescribedOrIsRemovableIsNone) {
   EXPECT_FALSE(diskOf({"/"}, removable).disk);
 }
 
+TEST(DiskQuery, ASizeOfZeroIsASize) {
+  DiskDescription empty = kDescription;
+  empty.mediaSizeBytes = 0;
+  const auto answer = diskOf({"/"}, empty);
+  ASSERT_TRUE(answer.disk);
+  EXPECT_EQ(answer.disk->size, 0);
+}
+
 TEST(DiskQuery, AbsentTextsAreEmptyAndAnAbsentSizeIsNone) {
   const auto answer = diskOf({"/"}, DiskDescription{});
   ASSERT_TRUE(answer.disk);

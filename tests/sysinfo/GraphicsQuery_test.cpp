@@ -62,6 +62,13 @@ TEST(GraphicsQuery, DedicatedNamesAreTestedInTheirOrderAndCase) {
   EXPECT_EQ(infos->at(2).shortModelName, std::nullopt);
 }
 
+TEST(GraphicsQuery, ADedicatedNameCountsAnywhereInTheModel) {
+  const auto infos = registered({device("ATI Radeon HD 4670"), device("Apple AMD")});
+  ASSERT_EQ(infos->size(), 2U);
+  EXPECT_EQ(infos->at(0), dedicated("ATI Radeon HD 4670", "Radeon"));
+  EXPECT_EQ(infos->at(1), dedicated("Apple AMD", "AMD"));
+}
+
 TEST(GraphicsQuery, DevicesWithoutAModelTextAreSkipped) {
   const auto infos =
       registered({entry("a", {}), entry("b", {{"model", "AMD as a text"}}), device(""),

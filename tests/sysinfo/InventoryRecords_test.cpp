@@ -25,6 +25,8 @@ std::int64_t healthOf(std::int64_t maxCapacity, std::int64_t designedCapacity) {
 TEST(ZDBatteryInfo, HealthIsTheCutPercentageOfTheDesign) {
   EXPECT_EQ(healthOf(4500, 5000), 90);
   EXPECT_EQ(healthOf(2999, 3000), 99);
+  EXPECT_EQ(healthOf(29, 100), 29);  // 0.29 of a hundred is a little less
+  EXPECT_EQ(healthOf(16'777'217, 16'777'217 * std::int64_t{100}), 1);
   EXPECT_EQ(healthOf(0, 5000), 0);
 }
 

@@ -6,10 +6,13 @@
 
 #include <gtest/gtest.h>
 #include <unicode/locid.h>
+#include <unicode/timezone.h>
 
+#include "platforms/linux/system/LinuxSystemControls.h"
 #include "tests/support/ForwardingPorts.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/SmallMac.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora {
 namespace {
@@ -73,6 +76,32 @@ TEST(ModelQuery, TheYearIsThatOfTheUsersCalendarAndNotOfItsWeek) {
   EXPECT_EQ(yearInCurrentCalendar(noon), 2024);
   icu::Locale::setDefault(icu::Locale("th_TH"), status);
   EXPECT_EQ(yearInCurrentCalendar(noon), 2567);
+}
+
+// Half an hour before the year ends in Greenwich.
+TEST(ModelQuery, TheYearIsThatOfTheUsersTimeZone) {
+  using namespace std::chrono;
+  const sys_time<minutes> late = sys_days(year(2024) / December / 31) + hours(23) + minutes(30);
+  UErrorCode status = U_ZERO_ERROR;
+  icu::Locale::setDefault(icu::Locale("en_US"), status);
+  icu::TimeZone::adoptDefault(icu::TimeZone::createTimeZone("Pacific/Auckland"));
+  EXPECT_EQ(yearInCurrentCalendar(late), 2025);
+  icu::TimeZone::adoptDefault(icu::TimeZone::createTimeZone("America/New_York"));
+  EXPECT_EQ(yearInCurrentCalendar(late), 2024);
+}
+
+TEST(ModelQuery, AMacThatRunsLinuxIsNamedByItsFirmwareWithoutToolsOfMacOS) {
+  const testing::TemporaryFolder root;
+  root.write("sys/class/dmi/id/product_name", "Macmini8,1\n");
+  const auto platform = testing::recordedPlatform({});
+  platform->ports().systemControls = std::make_unique<platform::LinuxSystemControls>(root.path());
+  const auto& children =
+      testing::wrapPort<testing::ForwardingChildProcesses>(platform->ports().childProcesses);
+  const ZDModelInfo info = queryModel(*platform);
+  EXPECT_EQ(info.modelId, "Macmini8,1");
+  EXPECT_EQ(info.name, "Mac mini");
+  EXPECT_EQ(info.serial, std::nullopt);
+  EXPECT_TRUE(children.requests.empty());
 }
 
 TEST(ModelQuery, AnUnknownIdentifierHasNoFamilyAndTheMacBookIcon) {

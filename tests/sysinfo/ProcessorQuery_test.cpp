@@ -1,5 +1,6 @@
 #include "sysinfo/ProcessorQuery.h"
 
+#include <cerrno>
 #include <limits>
 #include <string>
 
@@ -27,7 +28,7 @@ constexpr std::uint64_t kAllBits = std::numeric_limits<std::uint64_t>::max();
 
 ZDCPUInfo processorOf(RecordedMachine machine) {
   const auto platform = testing::recordedPlatform(std::move(machine));
-  return queryProcessor(platform->systemControls(), queryCores(platform->registry()));
+  return queryProcessor(platform->systemControls(), platform->registry());
 }
 
 std::string brandOf(std::string_view brand) { return processorOf(machineWithBrand(brand)).brand; }
@@ -224,16 +225,62 @@ TEST(CoreQuery, ALaterCoresNodeReplacesTheCounts) {
   EXPECT_EQ(cores->pCores, 8);
 }
 
+TEST(CoreQuery, ALaterCoresNodeWithoutACountKeepsTheEarlierOne) {
+  const auto cores = coresOf({entry("cpus", {{"e-core-count", data({"\x04\0\0\0", 4})},
+                                             {"p-core-count", data({"\x08\0\0\0", 4})}}),
+                              entry("cpus", {{"e-core-count", data({"\x02\0\0\0", 4})}}),
+                              entry("cpus", {{"p-core-count", 6}})});
+  EXPECT_EQ(cores->eCores, 2);
+  EXPECT_EQ(cores->pCores, 8);
+}
+
 TEST(CoreQuery, TheCountsOfBothKindsGoToTheProcessor) {
-  CPUCoresInfo cores;
-  cores.eCores = 2;
-  cores.pCores = 8;
-  cores.coreList = {{5, "cpu5", CPUCoreTypePerformance}};
-  const auto platform = testing::recordedPlatform(machineWithControls({}));
-  const ZDCPUInfo info = queryProcessor(platform->systemControls(), cores);
+  RecordedMachine machine = machineWithControls({});
+  auto tree = entry("device-tree", {});
+  tree.children = {
+      entry("cpu5", {{"cpu-id", data({"\x05\0\0\0", 4})}, {"cluster-type", data("P")}}),
+      entry("cpus", {{"e-core-count", data({"\x02\0\0\0", 4})},
+                     {"p-core-count", data({"\x08\0\0\0", 4})}})};
+  machine.registry->emplace_back("AppleARMPE", std::move(tree));
+  const ZDCPUInfo info = processorOf(std::move(machine));
   EXPECT_EQ(info.eCoreCount, 2U);
   EXPECT_EQ(info.pCoreCount, 8U);
-  EXPECT_EQ(info.coreList, cores.coreList);
+  const std::vector<CPUCoreInfo> expected = {{5, "cpu5", CPUCoreTypePerformance}};
+  EXPECT_EQ(info.coreList, expected);
+}
+
+TEST(ProcessorQuery, TheDeviceTreeIsReadBetweenTheCountsAndTheScales) {
+  std::vector<std::string> queries;
+  testing::ForwardingSystemControls controls(nullptr);
+  controls.onByName = [&](const char* name, void*, std::size_t*) {
+    queries.emplace_back(name);
+    return ENOENT;
+  };
+  testing::ForwardingIORegistry registry(nullptr);
+  registry.onMatchingServices = [&](std::string_view serviceClass) {
+    queries.emplace_back(serviceClass);
+    return testing::ForwardingIORegistry::Entries();
+  };
+  queryProcessor(controls, registry);
+  const std::vector<std::string> expected = {
+      "machdep.cpu.brand_string", "machdep.cpu.vendor", "hw.packages",     "machdep.cpu.core_count",
+      "machdep.cpu.thread_count", "AppleARMPE",         "hw.cpufrequency", "hw.l2cachesize",
+      "hw.l3cachesize",           "hw.cputype"};
+  EXPECT_EQ(queries, expected);
+}
+
+TEST(ProcessorQuery, ValuesBelowZeroAreThoseOfTheSystem) {
+  const ZDCPUInfo info =
+      processorOf(machineWithControls({{"hw.packages", int32ControlBytes(-2)},
+                                       {"machdep.cpu.core_count", int32ControlBytes(-3)},
+                                       {"machdep.cpu.thread_count", int64ControlBytes(-4)},
+                                       {"hw.cpufrequency", int64ControlBytes(-2'000'000'000)},
+                                       {"hw.l2cachesize", int32ControlBytes(-1'048'576)}}));
+  EXPECT_EQ(info.cpuCount, kAllBits - 1);
+  EXPECT_EQ(info.coreCount, kAllBits - 2);
+  EXPECT_EQ(info.threadCount, kAllBits - 3);
+  EXPECT_EQ(info.frequency, -2.0);
+  EXPECT_EQ(info.l2Cache, -1.0);
 }
 
 // An entry that may not tell its name, or its properties, as one that goes away does.

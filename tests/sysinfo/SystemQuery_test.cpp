@@ -16,7 +16,7 @@ ZDOSInfo systemOf(std::optional<platform::OSVersion> version, const std::string&
   machine.osVersion = version;
   machine.osText = text;
   const auto platform = testing::recordedPlatform(std::move(machine));
-  return queryOS(platform->systemFacts());
+  return queryOS(platform->systemControls(), platform->systemFacts());
 }
 
 std::string buildOf(const std::string& text) { return systemOf(std::nullopt, text).build; }
@@ -40,6 +40,25 @@ TEST(SystemQuery, TheVersionIsTheSystemsOrZeros) {
 
 TEST(SystemQuery, Version14IsUnknown) {
   EXPECT_EQ(systemOf(platform::OSVersion{14, 0, 0}, "").name(), "Unknown");
+}
+
+// A recorded computer whose kernel has this name, with the version 12.0.0.
+ZDOSInfo systemWithKernel(const std::string& kernel, const std::string& text) {
+  platform::RecordedMachine machine =
+      testing::machineWithControls({{"kern.ostype", platform::textControlBytes(kernel)}});
+  machine.osVersion = platform::OSVersion{12, 0, 0};
+  machine.osText = text;
+  const auto platform = testing::recordedPlatform(std::move(machine));
+  return queryOS(platform->systemControls(), platform->systemFacts());
+}
+
+TEST(SystemQuery, AnotherSystemThanMacOSHasItsOwnName) {
+  const ZDOSInfo debian = systemWithKernel("Linux", "Debian GNU/Linux 12 (bookworm)");
+  EXPECT_EQ(debian.name(), "Debian GNU/Linux 12 (bookworm)");
+  EXPECT_EQ(debian.versionString(), "12.0.0");
+  EXPECT_EQ(debian.build, "bookworm");
+  EXPECT_EQ(systemWithKernel("Linux", "").name(), "Linux");
+  EXPECT_EQ(systemWithKernel("Darwin", "Version 12.0 (Build 21A)").name(), "Monterey");
 }
 
 std::string memoryOf(const testing::Controls& controls) {

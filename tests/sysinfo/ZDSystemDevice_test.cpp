@@ -260,5 +260,17 @@ TEST_F(ZDSystemDeviceTest, TheMacMiniM1HasFourEfficiencyAndFourPerformanceCores)
   EXPECT_EQ(ZDSystemDevice(*platform).cpuInfo().coreList, expected);
 }
 
+TEST(ZDSystemDevice, TheComputerOfTheTestHasNothingThatOnlyAMacHas) {
+  const auto platform = Platform::live();
+  ::testing::internal::CaptureStderr();
+  const ZDSystemDevice device(*platform);
+  const std::string logged = ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(logged.find("system_profiler"), std::string::npos) << logged;
+  EXPECT_EQ(device.cpuInfo().eCoreCount, 0U);
+  EXPECT_EQ(device.cpuInfo().pCoreCount, 0U);
+  EXPECT_EQ(device.osInfo().name(), platform->systemFacts().osVersionText());
+  EXPECT_EQ(device.modelInfo().serial, std::nullopt);
+}
+
 }  // namespace
 }  // namespace kelvora

@@ -112,6 +112,7 @@ void addProcessors(Values& values, const std::string& root) {
 Values valuesOf(const std::string& root) {
   Values values;
   addText(values, "hw.model", readLine(root + "/sys/class/dmi/id/product_name").value_or(""));
+  addText(values, "kern.ostype", "Linux");
   addProcessors(values, root);
   const auto memory = memorySizesOf(readFile(root + "/proc/meminfo").value_or(""));
   if (const auto total = memory.find("MemTotal"); total != memory.end()) {
