@@ -4,13 +4,15 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "platforms/linux/system/ProcText.h"
+#include "platforms/linux/system/TextFile.h"
 
 namespace kelvora::platform {
 
@@ -131,10 +133,12 @@ std::optional<std::string> LinuxFiles::documentsFolder() {
   if (home.empty()) {
     return std::nullopt;
   }
-  std::ifstream file(baseFolder("XDG_CONFIG_HOME", "/.config").value_or("") + "/user-dirs.dirs");
+  const std::string content =
+      readFile(baseFolder("XDG_CONFIG_HOME", "/.config").value_or("") + "/user-dirs.dirs")
+          .value_or("");
   std::string folder = home + "/Documents";
-  for (std::string line; std::getline(file, line);) {
-    if (const auto value = documentsLineValue(line, home); !value.empty()) {
+  for (const std::string_view line : linesOf(content)) {
+    if (const auto value = documentsLineValue(std::string(line), home); !value.empty()) {
       folder = value;
     }
   }
