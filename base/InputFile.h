@@ -7,7 +7,7 @@
 namespace kelvora {
 
 /// A file that is read from its beginning. A named pipe that nobody writes to is opened at once and
-/// ends at once. Errors are the system's (errno), 0 for none.
+/// ends at once. One thread at a time.
 class InputFile {
  public:
   explicit InputFile(const std::string& path);
@@ -15,9 +15,10 @@ class InputFile {
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  /// Reads up to `buffer.size()` bytes: how many, 0 at the end and when `error` tells of one.
+  /// Reads up to `buffer.size()` bytes. Returns how many; 0 at the end of the file and after an
+  /// error.
   std::size_t read(std::span<char> buffer);
-  /// What went wrong when the file was opened or last read.
+  /// The system's error number of opening the file or of the last read; 0 for none.
   int error() const { return error_; }
 
  private:

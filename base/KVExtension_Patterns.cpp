@@ -47,7 +47,7 @@ std::string replacedMatches(std::string_view text, std::string_view pattern, std
 
 bool isDigit(char16_t character) { return character >= u'0' && character <= u'9'; }
 
-// The platform takes "$" before anything but a digit as it stands, ICU takes it as an error.
+// macOS takes "$" before anything but a digit as that character; to ICU it is an error.
 icu::UnicodeString withLoneDollarsEscaped(const icu::UnicodeString& replacement) {
   icu::UnicodeString result;
   for (std::int32_t index = 0; index < replacement.length(); ++index) {

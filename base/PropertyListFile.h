@@ -19,7 +19,7 @@ struct PropertyListReading {
 
 enum class PropertyListFormat : std::uint8_t { kBinary, kXML };
 
-/// Reads a binary or an XML property list; which of the two is told by the bytes. Refuses what is
+/// Reads a binary or an XML property list; the bytes show which of the two. Refuses what is
 /// neither, what is cut short, what nests deeper than 100 levels, and archive references (UIDs),
 /// which only a keyed archive holds. Never throws on foreign bytes. Any thread.
 PropertyListReading parsePropertyList(std::span<const std::byte> bytes);
@@ -28,7 +28,7 @@ PropertyListReading parsePropertyList(std::span<const std::byte> bytes);
 /// directory".
 PropertyListReading readPropertyListFile(const std::string& path);
 
-/// The bytes of a property list. Text that is not UTF-8 is written with U+FFFD in its place; a text
+/// Returns the bytes of a property list. What is not UTF-8 in a text is written as U+FFFD; a text
 /// ends at its first NUL. Instants keep microseconds, from 1933 to 2069.
 std::vector<std::byte> serializePropertyList(const PropertyListValue& value,
                                              PropertyListFormat format);

@@ -1,4 +1,4 @@
-// Machine files from anywhere: each is refused with one line, or answers through every port.
+// Machine files from anywhere: each is refused with one line, or all its ports work.
 #include <cstddef>
 #include <cstdint>
 #include <string_view>

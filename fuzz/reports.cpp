@@ -1,4 +1,4 @@
-// The reports of the system profiler: whatever a child prints, the parsers answer valid texts.
+// The reports of the system profiler: whatever a child prints, the parsers return valid texts.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -29,11 +29,11 @@ class ChildProcess {
   /// Closes the reading end of the captured standard output.
   virtual void closeStandardOutput() = 0;
   /// Blocks until the child exits: its exit status (0 to 255), or 128 plus the signal that ended
-  /// it. Further calls answer the same at once.
+  /// it. Further calls return the same at once.
   virtual int waitUntilExit() = 0;
 };
 
-/// A launch's outcome: a child, or the reason why there is none.
+/// The outcome of a launch: a child, or the reason why there is none.
 struct ChildLaunch {
   std::unique_ptr<ChildProcess> child;  ///< null when the launch failed
   std::string failure;                  ///< e.g. "No such file or directory"; empty on success
@@ -44,6 +44,8 @@ struct ChildLaunch {
 class ChildProcesses {
  public:
   virtual ~ChildProcesses() = default;
+  /// Starts a program without waiting for it. A launch that fails, e.g. of a file that does not
+  /// exist, has no child but a failure text; it is not logged.
   virtual ChildLaunch launch(const ChildRequest& request) = 0;
 };
 

@@ -13,26 +13,35 @@ struct FileAttributes {
   std::uint32_t posixPermissions = 0;  ///< the twelve permission bits, e.g. 06555
 };
 
-/// The file manager, and the folders that the system gives a user. Paths are UTF-8. Any thread.
+/// The file manager, and the folders that the system gives a user. Paths are UTF-8. Failures are
+/// not logged. Any thread.
 class Files {
  public:
   virtual ~Files() = default;
-  /// Follows symbolic links.
+  /// Whether a file or folder exists at `path`. Follows symbolic links: false for a dangling one.
   virtual bool exists(const std::string& path) = 0;
-  /// Copies a file with its permissions; false when it cannot, also when `to` exists already.
+  /// Copies a file with its permissions. False on any failure, and if `to` exists already.
   virtual bool copy(const std::string& from, const std::string& to) = 0;
-  /// None when the file is missing or may not be looked at.
+  /// Owner, group and permissions of a file; those of a symbolic link are its own. None if the file
+  /// is missing or this user may not see it.
   virtual std::optional<FileAttributes> attributes(const std::string& path) = 0;
-  /// Entry names of a folder, without recursion, sorted; none when it cannot be listed.
+  /// Names of the entries of a folder, sorted, without those of its folders; none if it cannot be
+  /// listed.
   virtual std::optional<std::vector<std::string>> list(const std::string& folder) = 0;
+  /// Removes a file, or a folder with everything in it. False if there is none, or something in it
+  /// cannot be removed.
   virtual bool remove(const std::string& path) = 0;
-  /// Creates a folder with its parents; true also when it stands already.
+  /// Creates a folder and its parents. Returns whether the folder exists afterwards, so true also
+  /// for one that existed.
   virtual bool createFolder(const std::string& path) = 0;
-  /// The user's documents folder, e.g. "/Users/anna/Documents"; none when the system has none.
+  /// The user's documents folder, e.g. "/Users/anna/Documents"; none if the system has none. The
+  /// folder need not exist.
   virtual std::optional<std::string> documentsFolder() = 0;
-  /// The user's application-support folder, e.g. "/Users/anna/Library/Application Support".
+  /// The user's application-support folder, e.g. "/Users/anna/Library/Application Support"; none if
+  /// the system has none. The folder need not exist.
   virtual std::optional<std::string> applicationSupportFolder() = 0;
-  /// The folder that the programs of an application group share; none when there is none.
+  /// The folder that the programs of an application group share, e.g. of "group.com.kelvora"; none
+  /// if the system has none. The folder need not exist.
   virtual std::optional<std::string> groupContainer(const std::string& groupIdentifier) = 0;
 };
 

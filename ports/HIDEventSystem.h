@@ -23,10 +23,11 @@ class HIDEvent {
 class HIDService {
  public:
   virtual ~HIDService() = default;
-  /// IOHIDServiceClientCopyProperty for a text property, e.g. "Product"; none when it is absent or
+  /// IOHIDServiceClientCopyProperty for a text property, e.g. "Product"; none if it is absent or
   /// no text. UTF-8.
   virtual std::optional<std::string> copyProperty(std::string_view name) const = 0;
-  /// IOHIDServiceClientCopyEvent; null when the service has no such event now. Owned by the caller.
+  /// IOHIDServiceClientCopyEvent; null if the service has no such event now. The
+  /// caller owns the event.
   virtual std::unique_ptr<HIDEvent> copyEvent(std::int64_t type, std::int32_t options,
                                               std::int64_t timestamp) const = 0;
 };
@@ -37,7 +38,7 @@ class HIDEventSystemClient {
   virtual ~HIDEventSystemClient() = default;
   /// IOHIDEventSystemClientSetMatching, e.g. {"PrimaryUsagePage": 65280, "PrimaryUsage": 5}.
   virtual void setMatching(const std::map<std::string, std::int32_t>& matching) = 0;
-  /// IOHIDEventSystemClientCopyServices: the matching services in the system's order, or none when
+  /// IOHIDEventSystemClientCopyServices: the matching services in the system's order, or none if
   /// the system lists none. Services may be used only while the client lives.
   virtual std::optional<std::vector<std::unique_ptr<HIDService>>> copyServices() = 0;
 };

@@ -39,8 +39,8 @@ struct InterfaceCounters {
   std::uint64_t sentBytes = 0;
 };
 
-/// The counters behind the live usage of the machine. Every query answers none when the system
-/// cannot tell. Any thread.
+/// The counters behind the live usage of the computer. A query returns none if the system does not
+/// know; that is not logged. Any thread.
 class HostStatistics {
  public:
   virtual ~HostStatistics() = default;
@@ -50,11 +50,11 @@ class HostStatistics {
   virtual std::optional<MemoryPages> memoryPages() = 0;
   /// Bytes per page, e.g. 16384.
   virtual std::optional<std::uint32_t> pageSizeBytes() = 0;
-  /// Seconds since start-up, without time asleep.
+  /// Seconds since the computer started, without the time that it slept.
   virtual double uptimeSeconds() = 0;
   /// Size and free space of the file system at `path`, e.g. "/".
   virtual std::optional<FileSystemSize> fileSystemSize(std::string_view path) = 0;
-  /// Every interface, loopback included; none when the query fails.
+  /// Every network interface, loopback included; none if the query fails.
   virtual std::optional<std::vector<InterfaceCounters>> interfaceCounters() = 0;
 };
 

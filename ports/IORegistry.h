@@ -14,24 +14,24 @@ namespace kelvora::platform {
 class RegistryEntry {
  public:
   virtual ~RegistryEntry() = default;
-  /// IORegistryEntryGetName, e.g. "cpu0"; none when the registry does not answer.
+  /// IORegistryEntryGetName, e.g. "cpu0"; none if the entry is gone.
   virtual std::optional<std::string> name() const = 0;
   /// IORegistryEntryCreateCFProperties: the whole property dictionary, or none on failure.
   virtual std::optional<PropertyListValue::Dictionary> properties() const = 0;
-  /// IORegistryEntryCreateCFProperty: one property, or none.
+  /// IORegistryEntryCreateCFProperty: one property, e.g. "CycleCount"; none if it is absent.
   virtual std::optional<PropertyListValue> property(std::string_view key) const = 0;
-  /// IORegistryEntryGetChildIterator in a plane ("IOService"): the children in order; empty when
-  /// there are none or the iterator cannot be had.
+  /// IORegistryEntryGetChildIterator in a plane ("IOService"): the children in order; empty if
+  /// there are none or the call fails.
   virtual std::vector<std::unique_ptr<RegistryEntry>> children(std::string_view plane) const = 0;
 };
 
-/// The I/O registry: the system's tree of devices and drivers.
+/// The I/O registry: the system's tree of devices and drivers. Failures are not logged. Any thread.
 class IORegistry {
  public:
   virtual ~IORegistry() = default;
   /// IOServiceGetMatchingServices with IOServiceMatching(`serviceClass`), e.g. "IOPCIDevice": every
-  /// service in the registry's order (an empty list when the class has none), or none when the
-  /// query itself fails.
+  /// service in the registry's order; an empty list if there is no such service, none if the query
+  /// itself fails. The caller owns the entries; they may outlive the registry object.
   virtual std::optional<std::vector<std::unique_ptr<RegistryEntry>>> matchingServices(
       std::string_view serviceClass) = 0;
 };

@@ -14,7 +14,7 @@ struct OSVersion {
   std::int64_t patch = 0;
 };
 
-/// What DiskArbitration tells of a disk; an absent member was not told.
+/// DiskArbitration's description of a disk. A member is none if the description lacks it.
 struct DiskDescription {
   std::optional<std::string> mediaName;    ///< e.g. "APPLE SSD AP0512M Media"
   std::optional<std::string> deviceModel;  ///< may carry blanks at its ends
@@ -29,11 +29,12 @@ struct Display {
   double height = 0;
 };
 
-/// Facts of the running system that Foundation, DiskArbitration and CoreGraphics tell. Any thread.
+/// Facts of the running system from Foundation, DiskArbitration and CoreGraphics. A text is empty
+/// if the system does not report it. Nothing is logged. Any thread.
 class SystemFacts {
  public:
   virtual ~SystemFacts() = default;
-  /// NSProcessInfo's operatingSystemVersion; none when it cannot be had.
+  /// NSProcessInfo's operatingSystemVersion, e.g. 13.4.0; none if it is not available.
   virtual std::optional<OSVersion> osVersion() = 0;
   /// NSProcessInfo's operatingSystemVersionString, e.g. "Version 13.4 (Build 22F66)".
   virtual std::string osVersionText() = 0;
@@ -47,8 +48,8 @@ class SystemFacts {
   virtual std::string primaryHostAddress() = 0;
   /// Paths of the mounted volumes in the system's order, e.g. {"/", "/Volumes/Backup"}.
   virtual std::vector<std::string> mountedVolumePaths() = 0;
-  /// DADiskCopyDescription of the disk that holds the volume at `path`; none when there is no disk
-  /// or no description.
+  /// DADiskCopyDescription of the disk that holds the volume at `path`; none if there is no
+  /// disk or no description.
   virtual std::optional<DiskDescription> diskDescription(std::string_view path) = 0;
   /// The active displays, the main one first; at most 32.
   virtual std::vector<Display> activeDisplays() = 0;

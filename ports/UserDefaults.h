@@ -21,16 +21,16 @@ class UserDefaultsSuite {
   virtual bool synchronize() = 0;
 };
 
-/// Opens suites, and answers from the user's global settings.
+/// Opens suites, and reads the user's global settings. Any thread.
 class UserDefaults {
  public:
   virtual ~UserDefaults() = default;
   /// The suite of a group, e.g. "group.com.kelvora"; never null.
   virtual std::unique_ptr<UserDefaultsSuite> suite(const std::string& name) = 0;
-  /// The file behind a suite, e.g. "/home/anna/.config/group.com.kelvora/Settings.plist", whether
-  /// or not it stands; none where a suite is no file that programs may look at.
+  /// The file behind a suite, e.g. "/home/anna/.config/group.com.kelvora/Settings.plist", even if
+  /// it does not exist; none if the system keeps suites elsewhere.
   virtual std::optional<std::string> fileOfSuite(const std::string&) { return std::nullopt; }
-  /// A value of the global domain, e.g. "AppleInterfaceStyle"; none when unset.
+  /// A value of the global domain, e.g. "AppleInterfaceStyle"; none if it is not set.
   virtual std::optional<PropertyListValue> globalObject(std::string_view key) = 0;
 };
 

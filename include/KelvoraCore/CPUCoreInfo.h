@@ -24,7 +24,7 @@ struct KELVORA_EXPORT CPUCoreInfo {
   friend bool operator==(const CPUCoreInfo&, const CPUCoreInfo&) = default;
 };
 
-/// What the I/O registry's device tree tells of the cores. Counts that it does not tell are none.
+/// The cores in the I/O registry's device tree. A count that the tree lacks is none.
 struct KELVORA_EXPORT CPUCoresInfo {
   std::vector<CPUCoreInfo> coreList;  ///< in the registry's order; empty on an Intel Mac
   std::optional<std::int32_t> pCores;

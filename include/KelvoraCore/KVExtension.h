@@ -22,10 +22,10 @@ KELVORA_EXPORT std::string replace(std::string_view text, std::string_view what,
                                    std::optional<std::string_view> with);
 
 /// Without the blanks at its ends (space separators of Unicode and tabs, but no line breaks), and
-/// with one blank where two or more stood in a row: "  a    b  " gives "a b".
+/// with one blank for each run of blanks: "  a    b  " gives "a b".
 KELVORA_EXPORT std::string trimWhitespace(std::string_view text);
 
-/// With one blank where two or more stood in a row; the ends stay: "  a    b  " gives " a b ".
+/// With one blank for each run of blanks; the ends are not trimmed: "  a    b  " gives " a b ".
 KELVORA_EXPORT std::string condenseWhitespace(std::string_view text);
 
 /// The name without any "%@", trimmed by `trimWhitespace`: "Core %@ Temp " gives "Core Temp".
@@ -44,7 +44,7 @@ KELVORA_EXPORT std::string getPattern(std::string_view text, std::string_view pa
 /// With every match removed; case counts.
 KELVORA_EXPORT std::string trimPattern(std::string_view text, std::string_view pattern);
 
-/// With every match replaced, whatever its case, by a template in which "$1" stands for the first
+/// With every match replaced, whatever its case, by a template in which "$1" is the first
 /// group and a backslash takes the next character as it is: ("Apple M1", "Apple ", "") gives "M1".
 /// A template that names a group which the pattern has not leaves the text as it is.
 KELVORA_EXPORT std::string removedRegexMatchesWithPattern(std::string_view text,

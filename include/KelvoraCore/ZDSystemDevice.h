@@ -19,7 +19,7 @@ namespace kelvora {
 class Platform;
 
 /// The inventory of the Mac that the library runs on: gathered once, when it is created, then only
-/// read, by any thread. No query reports an error: what the system does not tell is the default
+/// read, by any thread. No query reports an error: what the system does not report is the default
 /// that the field names.
 class KELVORA_EXPORT ZDSystemDevice {
  public:
@@ -36,29 +36,30 @@ class KELVORA_EXPORT ZDSystemDevice {
   const std::string& hostName() const { return hostName_; }  ///< e.g. "Anna's MacBook Pro"
   const ZDModelInfo& modelInfo() const { return modelInfo_; }
   const ZDCPUInfo& cpuInfo() const { return cpuInfo_; }
-  /// In the order of discovery; none when an Apple-silicon Mac gives no usable report.
+  /// In the order of discovery; none if an Apple-silicon Mac gives no usable report.
   const std::optional<std::vector<ZDGPUInfo>>& gpuInfos() const { return gpuInfos_; }
   const ZDBatteryInfo& batteryInfo() const { return batteryInfo_; }
   const std::optional<ZDDiskInfo>& diskInfo() const { return diskInfo_; }
   const ZDOSInfo& osInfo() const { return osInfo_; }
   const ZDMemoryInfo& memoryInfo() const { return memoryInfo_; }
 
-  // The queries behind the fields. Each asks the system anew; only `getSystemInfo` changes a field.
+  // The queries behind the fields. Each asks the system again; only `getSystemInfo` changes a
+  // field.
 
   /// Reads the host name into its field.
   void getSystemInfo();
   /// The catalogue's record of this Mac, or one made from the system's hardware report.
   ZDModelInfo getModelInfo() const;
   ZDCPUInfo getCPUInfo() const;
-  /// The cores that the I/O registry tells; none when it does not answer.
+  /// The cores in the I/O registry; none if the query fails.
   std::optional<CPUCoresInfo> getCPUCoresInfo() const;
-  /// The graphics processors: from the system profiler where the processor field tells an
-  /// Apple-silicon family, else from the I/O registry. None when the profiler gives no report; a
+  /// The graphics processors: from the system profiler if the processor field has an
+  /// Apple-silicon family, else from the I/O registry. None if the profiler gives no report; a
   /// report of an unexpected shape is logged, too.
   std::optional<std::vector<ZDGPUInfo>> getGPUInfo() const;
   /// The battery's wear; which capacity is its maximum depends on the processor field.
   ZDBatteryInfo getBatteryInfo() const;
-  /// The disk of "/"; none when it is removable or cannot be described. Logged only when the
+  /// The disk of "/"; none if it is removable or cannot be described. Logged only when the
   /// system lists no volume at all.
   std::optional<ZDDiskInfo> getDiskInfo() const;
   ZDOSInfo getOSInfo() const;

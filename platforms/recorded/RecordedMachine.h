@@ -63,7 +63,7 @@ struct RecordedStatistics {
   std::optional<std::vector<InterfaceCounters>> interfaces;
 };
 
-/// A recorded Mac: what the system's interfaces answered, at their lowest boundary.
+/// A recorded Mac: what the lowest interfaces of its system returned.
 /// docs/machine-file.md describes the file. A member that was not recorded is none.
 struct RecordedMachine {
   std::string title;

@@ -17,8 +17,8 @@ struct SMCWrite {
   std::vector<std::byte> bytes;  ///< as many as the key holds
 };
 
-/// An SMC that answers from a list of keys, with the command codes of the real one: 5 read bytes,
-/// 6 write bytes, 8 key at index, 9 key info. An unknown key or index answers status 0, result 132
+/// An SMC with the keys of a recording and the command codes of the real one: 5 read bytes,
+/// 6 write bytes, 8 key at index, 9 key info. An unknown key or index gives status 0, result 132
 /// and size 0. Of a key that is listed twice the first is read and written. Without a list there is
 /// no SMC service. Any thread.
 class RecordedSMC : public SoftwareSMC {

@@ -12,7 +12,7 @@
 
 namespace kelvora::platform {
 
-/// The counters of a recorded Mac, which stand still.
+/// The counters of a recorded Mac, which do not change.
 class RecordedHostStatistics : public HostStatistics {
  public:
   explicit RecordedHostStatistics(RecordedStatistics recorded);
@@ -29,7 +29,7 @@ class RecordedHostStatistics : public HostStatistics {
   RecordedStatistics recorded_;
 };
 
-/// What a recorded Mac told of its system, host, disks and displays.
+/// The recorded facts of a Mac's system, host, disks and displays.
 class RecordedSystemFacts : public SystemFacts {
  public:
   explicit RecordedSystemFacts(const RecordedMachine& machine);

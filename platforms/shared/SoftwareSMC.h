@@ -29,9 +29,9 @@ class SoftwareSMC : public SMCUserClient {
  protected:
   /// Whether there is an "AppleSMC" service at all.
   virtual bool hasService() const = 0;
-  /// Whether this process may open it: 0 or the status that `openService` answers.
+  /// Whether this process may open it: 0, or the status that `openService` returns.
   virtual KernelStatus mayOpen() const { return kKernelSuccess; }
-  /// Answers one call; `reply` comes zeroed. Called under the lock.
+  /// Answers one call; `reply` is zeroed. Called under the lock.
   virtual KernelStatus perform(const SMCParamRecord& request, SMCParamRecord& reply) = 0;
 
   /// Copies at most 32 bytes into the payload of a reply.

@@ -28,21 +28,21 @@ std::vector<std::byte> hostOrderBytes(T value) {
   return {bytes.begin(), bytes.end()};
 }
 
-// Copies what there is room for and fails when that is not all, as sysctl(3) does.
-int answer(std::span<const std::byte> bytes, void* value, std::size_t* size) {
+// Copies what fits and fails if that is not all, as sysctl(3) does.
+int copied(std::span<const std::byte> bytes, void* value, std::size_t* size) {
   if (size == nullptr) {
     return value == nullptr ? 0 : EFAULT;
   }
-  const std::size_t room = *size;
+  const std::size_t capacity = *size;
   if (value == nullptr) {
     *size = bytes.size();
     return 0;
   }
-  *size = std::min(room, bytes.size());
+  *size = std::min(capacity, bytes.size());
   if (*size > 0) {
     std::memcpy(value, bytes.data(), *size);
   }
-  return room < bytes.size() ? ENOMEM : 0;
+  return capacity < bytes.size() ? ENOMEM : 0;
 }
 
 // A number of 4 or 8 bytes as its low 4 bytes; empty for anything else.
@@ -64,7 +64,7 @@ SystemControlTable::SystemControlTable(Values values) : values_(std::move(values
 
 int SystemControlTable::byName(const char* name, void* value, std::size_t* size) {
   const auto found = values_.find(std::string_view(name));
-  return found == values_.end() ? ENOENT : answer(found->second, value, size);
+  return found == values_.end() ? ENOENT : copied(found->second, value, size);
 }
 
 int SystemControlTable::byNumber(std::span<const int> name, void* value, std::size_t* size) {
@@ -77,7 +77,7 @@ int SystemControlTable::byNumber(std::span<const int> name, void* value, std::si
       return ENOENT;
     }
     const auto bytes = lowFourBytes(found->second);
-    return bytes.empty() ? EINVAL : answer(bytes, value, size);
+    return bytes.empty() ? EINVAL : copied(bytes, value, size);
   }
   return ENOENT;
 }

@@ -12,7 +12,7 @@
 
 namespace kelvora::platform {
 
-/// System controls that answer from bytes already at hand. By number it knows what programs ask for
+/// System controls from a table of values. By number it knows what programs ask for
 /// by number: {6, 3}, the processors, and {6, 7}, the page size; both as 4-byte values, from
 /// "hw.ncpu" and "hw.pagesize".
 class SystemControlTable : public SystemControls {

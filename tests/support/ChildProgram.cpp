@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <pty.h>
+#include <utmp.h>
 
 #include "tests/support/TemporaryFolder.h"
 

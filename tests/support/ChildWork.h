@@ -10,9 +10,9 @@
 
 namespace kelvora::testing {
 
-/// A second process that runs `work` and exits with what it answers; for tests of what several
-/// programs do together. Start it before the test has threads of its own. Killed and reaped at the
-/// end if it still runs.
+/// A second process that runs `work` and exits with the status it returns; for tests of what
+/// several programs do together. Start it before the test has threads of its own. Killed and reaped
+/// at the end if it still runs.
 class ChildWork {
  public:
   explicit ChildWork(const std::function<int()>& work) : pid_(fork()) {

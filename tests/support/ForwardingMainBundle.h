@@ -11,7 +11,7 @@
 
 namespace kelvora::testing {
 
-/// A main bundle that forwards, but for what a test answers in its place.
+/// A main bundle that forwards, except for what a test sets.
 class ForwardingMainBundle : public platform::MainBundle {
  public:
   explicit ForwardingMainBundle(std::unique_ptr<platform::MainBundle> port)

@@ -9,12 +9,12 @@
 
 #include "ports/Ports.h"
 
-// Doubles that forward to another port. Each hook that is set answers in its place, `behind` stays
+// Doubles that forward to another port. Each hook that is set replaces an operation; `behind` stays
 // reachable for the rest. Hooks are set before the port is used by several threads.
 namespace kelvora::testing {
 
 /// Puts a Double before one of the platform's ports, e.g. `wrapPort<ForwardingFiles>(
-/// platform.ports().files)`, and answers it; the platform owns it.
+/// platform.ports().files)`, and returns it; the platform owns it.
 template <typename Double, typename Port>
 Double& wrapPort(std::unique_ptr<Port>& port) {
   auto made = std::make_unique<Double>(std::move(port));

@@ -30,14 +30,14 @@ class ForwardingSMC : public platform::SMCUserClient {
  public:
   using Input = std::span<const std::byte>;
   using Output = std::span<std::byte>;
-  /// Answers a call in place of the SMC behind, or none to let it through.
+  /// Replaces a call of the SMC behind by a status, or returns none to let it through.
   using Override =
       std::function<std::optional<platform::KernelStatus>(const SMCCallRecord&, Output)>;
 
   explicit ForwardingSMC(std::unique_ptr<platform::SMCUserClient> behind)
       : behind_(std::move(behind)) {}
 
-  /// Puts a forwarding SMC before the platform's own and answers it; the platform owns it.
+  /// Puts a forwarding SMC before the platform's own and returns it; the platform owns it.
   static ForwardingSMC& wrap(Platform& platform) {
     auto forwarding = std::make_unique<ForwardingSMC>(std::move(platform.ports().smc));
     ForwardingSMC& result = *forwarding;
@@ -45,7 +45,7 @@ class ForwardingSMC : public platform::SMCUserClient {
     return result;
   }
 
-  /// The n-th call from now (1 is the next) answers `status` without reaching the SMC.
+  /// The n-th call from now (1 is the next) returns `status` without reaching the SMC.
   void failNth(int n, platform::KernelStatus status = platform::kIOReturnError) {
     const std::lock_guard lock(mutex_);
     failures_.emplace_back(calls_.size() + static_cast<std::size_t>(n), status);
@@ -54,7 +54,7 @@ class ForwardingSMC : public platform::SMCUserClient {
     const std::lock_guard lock(mutex_);
     override_ = std::move(override);
   }
-  /// What matchingServices and openService answer; none forwards.
+  /// What matchingServices and openService return; none forwards.
   std::optional<platform::KernelStatus> matchingStatus;
   std::optional<platform::KernelStatus> openStatus;
 

@@ -12,7 +12,7 @@
 #include "platforms/shared/SystemControlTable.h"
 #include "tests/support/SMCConnection.h"
 
-// Asks every port of a recorded Mac everything it can answer: for inputs that nobody has looked at.
+// Calls every operation of every port of a recorded Mac: for inputs that nobody has looked at.
 namespace kelvora::testing {
 
 inline void walkSMC(const platform::RecordedMachine& machine) {

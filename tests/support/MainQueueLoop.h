@@ -9,7 +9,7 @@
 
 namespace kelvora::testing {
 
-/// A host's loop: runs the main queue until `done` answers true. False when that took too long for
+/// A host's loop: runs the main queue until `done` returns true. False if that takes too long for
 /// any machine.
 inline bool runUntil(platform::MainQueue& queue, const std::function<bool()>& done) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);

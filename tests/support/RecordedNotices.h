@@ -31,7 +31,7 @@ class RecordedNotices {
   RecordedNotices(const RecordedNotices&) = delete;
   RecordedNotices& operator=(const RecordedNotices&) = delete;
 
-  /// Runs the main queue dry and answers what was heard since the last call.
+  /// Runs the main queue until it is empty and returns what was heard since the last call.
   std::vector<platform::Notification> take() {
     while (platform_.mainQueue().runPending() > 0) {
     }

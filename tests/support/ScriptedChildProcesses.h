@@ -20,7 +20,7 @@ struct ScriptedOutcome {
   std::size_t largestRead = 65536;  ///< bytes per read at most, as a pipe delivers them
 };
 
-/// Children that a script plays: the script answers a request with an outcome, or with none for a
+/// Children that follow a script: it returns an outcome for each request, or none for a
 /// program that cannot be launched. For example
 /// `ScriptedChildProcesses([](const auto&) { return ScriptedOutcome{std::string(10 << 20, 'x')};
 /// })`

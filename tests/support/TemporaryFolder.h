@@ -33,7 +33,7 @@ class TemporaryFolder {
     return (std::filesystem::path(path_) / entry).string();
   }
 
-  /// Writes a file, with the folders above it, and answers its path.
+  /// Writes a file, with the folders above it, and returns its path.
   std::string write(std::string_view name, std::string_view content) const {
     const std::filesystem::path file = std::filesystem::path(path_) / name;
     std::filesystem::create_directories(file.parent_path());

@@ -44,7 +44,7 @@ fs::path blockFolder(const std::string& root, const std::string& device) {
     real = device;
   }
   fs::path folder = fs::canonical(root + "/sys/class/block/" + real.filename().string(), error);
-  // A mapped device stands on others; the first tells what disk it is on.
+  // A mapped device is made of others; the first one's disk counts.
   for (int depth = 0; !error && depth < 8; ++depth) {
     const auto below = LinuxFiles().list((folder / "slaves").string());
     if (!below || below->empty()) {

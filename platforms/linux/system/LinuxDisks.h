@@ -14,7 +14,7 @@ namespace kelvora::platform {
 /// Mount points of block devices, "/" always and first.
 std::vector<std::string> mountedVolumes(const std::string& root);
 
-/// The block device that holds the volume at `path`; none when it is on none.
+/// The block device that holds the volume at `path`; none if it is on none.
 std::optional<DiskDescription> describedDisk(const std::string& root, std::string_view path);
 
 /// Connected displays by /sys/class/drm, the built-in ones first; sizes are those of the preferred

@@ -51,7 +51,7 @@ std::optional<std::uint32_t> LinuxHostStatistics::pageSizeBytes() {
 
 double LinuxHostStatistics::uptimeSeconds() {
   constexpr double kNanosecondsPerSecond = 1e9;
-  // Unlike /proc/uptime this clock stands still while the machine sleeps.
+  // Unlike /proc/uptime this clock stops while the machine sleeps.
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
   return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / kNanosecondsPerSecond;

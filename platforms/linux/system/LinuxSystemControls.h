@@ -9,7 +9,7 @@
 namespace kelvora::platform {
 
 /// The system controls that Linux knows under other names: the model from DMI, processors from
-/// /proc/cpuinfo and /sys, installed memory from /proc/meminfo. What Linux does not tell is an
+/// /proc/cpuinfo and /sys, installed memory from /proc/meminfo. What Linux does not know is an
 /// unknown control. Everything is read once, at the first question.
 class LinuxSystemControls : public SystemControls {
  public:

@@ -147,7 +147,7 @@ std::vector<ProcessorTicks> processorTicksOf(std::string_view stat) {
     if (!isProcessorName(name)) {
       continue;
     }
-    // user nice system idle iowait irq softirq steal; older kernels tell fewer.
+    // user nice system idle iowait irq softirq steal; older kernels have fewer.
     auto ticks = numbersOf(line.substr(name.size()));
     if (!ticks || ticks->size() < 4) {
       continue;

@@ -12,15 +12,15 @@
 // Readers of the kernel's texts under /proc. A line or number that is not as expected is left out.
 namespace kelvora::platform {
 
-/// What /proc/cpuinfo tells, over all processors.
+/// The facts in /proc/cpuinfo, over all processors.
 struct ProcessorFacts {
   std::string brand;   ///< "model name", e.g. "Intel(R) Core(TM) i7-8850H CPU @ 2.60GHz"
   std::string vendor;  ///< "vendor_id", e.g. "GenuineIntel"
   std::int32_t logicalProcessors = 0;
   std::int32_t packages = 0;           ///< at least 1 when there is a processor
-  std::int32_t coresPerPackage = 0;    ///< 0: not told
-  std::int32_t threadsPerPackage = 0;  ///< 0: not told
-  double frequencyHz = 0;              ///< of the first processor now; 0: not told
+  std::int32_t coresPerPackage = 0;    ///< 0: unknown
+  std::int32_t threadsPerPackage = 0;  ///< 0: unknown
+  double frequencyHz = 0;              ///< of the first processor now; 0: unknown
 };
 ProcessorFacts processorFactsOf(std::string_view cpuinfo);
 

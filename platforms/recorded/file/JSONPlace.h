@@ -33,7 +33,7 @@ class JSONPlace {
     return static_cast<T>(integer(lowest<T>(), highest<T>()));
   }
 
-  /// Calls `visit(place)` with a member of this object, if it has it; answers whether it has.
+  /// Calls `visit(place)` with a member of this object if there is one; returns whether there is.
   template <typename Visitor>
   bool member(std::string_view name, Visitor visit) const;
   /// The same for a member that must be there.

@@ -11,7 +11,7 @@ namespace kelvora::platform {
 /// format, a version above 1, or a member of the wrong kind. Unknown members are ignored.
 RecordedMachine readMachineFile(const std::string& path);
 
-/// The same for a text; `name` stands for the file in error messages.
+/// The same for a text; error messages call it `name`.
 RecordedMachine parseMachine(std::string_view json, const std::string& name);
 
 }  // namespace kelvora::platform

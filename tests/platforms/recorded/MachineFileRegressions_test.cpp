@@ -9,7 +9,7 @@
 namespace kelvora::testing {
 namespace {
 
-// Either a machine that answers through every port, or a refusal on one line. Answers how many.
+// Either a machine whose ports all work, or a refusal on one line. Returns how many.
 int replay(const std::string& folder) {
   int files = 0;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
