@@ -93,6 +93,7 @@ void NotificationBus::send(const Notification& notification) {
   sdbus::Signal signal = connection_->object->createSignal(kInterface, kMember);
   signal << validUTF8(notification.name) << object << userInfo;
   connection_->object->emitSignal(signal);
+  connection_->loop.noteSent();
 }
 
 bool NotificationBus::post(const Notification& notification) {

@@ -1,9 +1,9 @@
 #include "platforms/linux/bus/SessionBusLoop.h"
 
 #include <chrono>
+#include <string>
 #include <utility>
 
-#include <poll.h>
 #include <sdbus-c++/sdbus-c++.h>
 #include <sys/socket.h>
 
@@ -11,15 +11,7 @@ namespace kelvora::platform {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-constexpr std::chrono::milliseconds kLongestStall(2'000);
 constexpr std::chrono::seconds kLongestFarewell(10);
-
-bool takesMore(int bus) {
-  pollfd waiting{bus, POLLOUT, 0};
-  return poll(&waiting, 1, static_cast<int>(kLongestStall.count())) > 0;
-}
 
 }  // namespace
 
@@ -53,21 +45,27 @@ void SessionBusLoop::stop() {
   if (thread_.joinable()) {
     guardedFromBus([this] { connection_->leaveEventLoop(); });
     thread_.join();
-    guardedFromBus([this] { sendWhatIsQueued(); });
+    deliverWhatWasSent();
   }
 }
 
-// The library asks for POLLOUT as long as something is queued. Closing a connection with something
-// queued would wait for the bus without end, so the socket of a bus that takes nothing is shut.
-void SessionBusLoop::sendWhatIsQueued() {
-  const auto end = Clock::now() + kLongestFarewell;
-  for (auto socket = connection_->getEventLoopPollData(); (socket.events & POLLOUT) != 0;
-       socket = connection_->getEventLoopPollData()) {
-    if (Clock::now() > end || !takesMore(socket.fd)) {
-      shutdown(socket.fd, SHUT_RDWR);
-      return;
-    }
-    connection_->processPendingRequest();
+// The bus handles the messages of a connection in order: its reply to a last one shows that it has
+// the others. Closing a connection with something queued would wait for the bus without end, so the
+// socket of a bus that does not reply is shut.
+void SessionBusLoop::deliverWhatWasSent() {
+  if (!hasSent_) {
+    return;
+  }
+  try {
+    const auto bus =
+        sdbus::createProxy(*connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus");
+    std::string id;
+    bus->callMethod("GetId")
+        .onInterface("org.freedesktop.DBus")
+        .withTimeout(kLongestFarewell)
+        .storeResultsTo(id);
+  } catch (const sdbus::Error&) {
+    shutdown(connection_->getEventLoopPollData().fd, SHUT_RDWR);
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -33,15 +34,19 @@ class SessionBusLoop {
   /// goes away; then it calls `ended`, if given.
   void start(std::function<void()> ended = nullptr);
 
-  /// Ends the thread and hands to the bus what was sent before. Gives up when the bus takes nothing
-  /// for two seconds, and after ten seconds. Not on the thread itself.
+  /// Notes that a signal was sent. Any thread.
+  void noteSent() { hasSent_ = true; }
+
+  /// Ends the thread and waits until the bus has what was sent before, at most ten seconds. Not on
+  /// the thread itself.
   void stop();
 
  private:
-  void sendWhatIsQueued();
+  void deliverWhatWasSent();
 
   std::unique_ptr<sdbus::IConnection> connection_;
   std::thread thread_;
+  std::atomic<bool> hasSent_ = false;
   std::optional<ExitWork> exitWork_;
 };
 
