@@ -1,9 +1,11 @@
 #include "platforms/linux/processes/RunningExecutable.h"
 
+#include <chrono>
 #include <filesystem>
 #include <sstream>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 #include <sys/stat.h>
@@ -40,9 +42,23 @@ std::string programOf(const fs::path& folder) {
   return path;
 }
 
+// For a moment while it starts a program has no command line.
+std::string commandLineOf(const fs::path& folder) {
+  constexpr int kAttempts = 10;
+  constexpr std::chrono::milliseconds kPause(1);
+  std::string line;
+  for (int attempt = 0; line.empty() && attempt < kAttempts; ++attempt) {
+    if (attempt > 0) {
+      std::this_thread::sleep_for(kPause);
+    }
+    line = readFile(folder / "cmdline").value_or("");
+  }
+  return line;
+}
+
 // The first three words: more are not looked at.
 std::vector<std::string> wordsOf(const fs::path& folder) {
-  std::istringstream line(readFile(folder / "cmdline").value_or(""));
+  std::istringstream line(commandLineOf(folder));
   std::vector<std::string> words;
   for (std::string word; words.size() < 3 && std::getline(line, word, '\0');) {
     words.push_back(word);
