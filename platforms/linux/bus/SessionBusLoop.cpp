@@ -65,7 +65,8 @@ void SessionBusLoop::deliverWhatWasSent() {
         .withTimeout(kLongestFarewell)
         .storeResultsTo(id);
   } catch (const sdbus::Error&) {
-    shutdown(connection_->getEventLoopPollData().fd, SHUT_RDWR);
+    // A bus that has gone has no socket any more.
+    guardedFromBus([this] { shutdown(connection_->getEventLoopPollData().fd, SHUT_RDWR); });
   }
 }
 
