@@ -54,6 +54,14 @@ TEST(ManagedObjectModel, ContradictionsAreRefusedWithWhatIsWrong) {
       {entity(R"("attributes": [{"name": "x", "type": "Int16"}],
                  "indexes": [{"columns": ["x"], "batchRows": 10}])"),
        "in batches"},
+      {entity(R"("relationships": [
+        {"name": "r", "destination": "A", "inverse": "s", "toMany": true},
+        {"name": "s", "destination": "A", "inverse": "r", "ordered": true}])"),
+       "belong to the to-many side"},
+      {entity(R"("relationships": [
+        {"name": "r", "destination": "A", "inverse": "s", "toMany": true},
+        {"name": "s", "destination": "A", "inverse": "r", "deleteRule": "cascade"}])"),
+       "belong to the to-many side"},
       {entity(R"("attributes": {"a": {"name": "x", "type": "Int16"}})"), "not a list"},
       {entity(R"("relationships": "r")"), "not a list"},
       {entity(R"("indexes": {"x": ["x"]})"), "not a list"},
