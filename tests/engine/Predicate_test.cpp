@@ -119,6 +119,7 @@ TEST_F(PredicateTest, ComparesTexts) {
   EXPECT_THAT(match("name CONTAINS 'P'"), IsEmpty());
   EXPECT_THAT(match("name CONTAINS[c] 'P'"), ElementsAre("TG0P"));
   EXPECT_THAT(match("name BEGINSWITH[cd] 'arg'"), ElementsAre("TC0P"));
+  EXPECT_THAT(match("name ENDSWITH[c] 'PU'"), ElementsAre("TG0P"));
   EXPECT_THAT(match("name =[c] 'GPU'"), ElementsAre("TG0P"));
   EXPECT_THAT(match("key LIKE 'T?0*'"), ElementsAre("TC0P", "TG0P"));
   EXPECT_THAT(match("key MATCHES 'T[A-C].+'"), ElementsAre("TC0P"));
