@@ -23,7 +23,7 @@ class MovedStoreTest : public testing::StoreFixture {
   }
   void otherProgramSets(const std::string& key, const std::string& value) {
     Peer peer({"set", key, value});
-    EXPECT_EQ(peer.all(), "");
+    EXPECT_EQ(peer.everything(), "");
     EXPECT_EQ(peer.wait(), 0);
   }
   std::string saveOutput() {

@@ -34,7 +34,7 @@ TEST_F(ObjectIDsTest, AreTakenWithoutWritingToTheFile) {
   const auto store = makeStore();
   store->viewContext();
   Peer holder({"hold", storePath()});
-  ASSERT_EQ(holder.line(), "locked");
+  ASSERT_EQ(holder.nextLine(), "locked");
   hook.once("BEGIN", [] {});
   EXPECT_NE(store->createGraphPoint()->objectID(), 0);
   EXPECT_TRUE(hook.isWaiting());

@@ -106,7 +106,7 @@ TEST_F(StoreOpeningTest, AMigrationWaitsForAnotherProgramsLock) {
   insertWith(open(kOld));
   testing::StatementHook hook;
   Peer holder({"hold", storePath()});
-  ASSERT_EQ(holder.line(), "locked");
+  ASSERT_EQ(holder.nextLine(), "locked");
   std::thread release;
   hook.once("BEGIN IMMEDIATE", [&] { release = std::thread([&] { holder.endInput(); }); });
   EXPECT_TRUE(open(kNew)->hasStore());
@@ -119,7 +119,7 @@ TEST_F(StoreOpeningTest, OpeningWaitsForAProgramThatHasTheWholeFile) {
   insertWith(open(kOld));
   testing::StatementHook hook;
   Peer holder({"own", storePath()});
-  ASSERT_EQ(holder.line(), "locked");
+  ASSERT_EQ(holder.nextLine(), "locked");
   std::thread release;
   hook.once("page_size", [&] { release = std::thread([&] { holder.endInput(); }); });
   EXPECT_TRUE(open(kOld)->hasStore());
@@ -131,7 +131,7 @@ TEST_F(StoreOpeningTest, OpeningWaitsForAProgramThatHasTheWholeFile) {
 TEST_F(StoreOpeningTest, AMigrationThatALockOutlastsIsDoneOnALaterAccess) {
   insertWith(open(kOld));
   Peer holder({"hold", storePath()});
-  ASSERT_EQ(holder.line(), "locked");
+  ASSERT_EQ(holder.nextLine(), "locked");
   const auto coordinator = open(kNew, 50);
   EXPECT_FALSE(coordinator->hasStore());
   const auto context = contextOn(coordinator);
