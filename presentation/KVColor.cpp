@@ -6,8 +6,6 @@
 
 #include "KelvoraCore/KVThemeManager.h"
 
-#include "ports/Ports.h"
-
 namespace kelvora {
 
 namespace {
@@ -35,10 +33,6 @@ KVColor KVColor::colorWithHexString(std::optional<std::string_view> text) {
   return colorOf(text ? scannedHex(*text) : 0, KVColorSpace::kCalibratedRGB);
 }
 
-KVColor KVColor::colorFromLightStyleColor(const KVColor& light, const KVColor& darkStyleColor) {
-  return colorFromLightStyleColor(light, darkStyleColor, Platform::current());
-}
-
 KVColor KVColor::colorFromLightStyleColor(const KVColor& light, const KVColor& darkStyleColor,
                                           Platform& platform) {
   return KVThemeManager::isDarkMode(platform) ? darkStyleColor : light;
@@ -49,8 +43,6 @@ KVColor KVColor::appBlueColor() { return colorOf(0x0B82FA); }
 KVColor KVColor::appGreenColor() { return colorOf(0x46D875); }
 KVColor KVColor::appOrangeColor() { return colorOf(0xFF9500); }
 KVColor KVColor::appRedColor() { return colorOf(0xFF3B30); }
-
-KVColor KVColor::appBoxBackgroundColor() { return appBoxBackgroundColor(Platform::current()); }
 
 KVColor KVColor::appBoxBackgroundColor(Platform& platform) {
   return colorFromLightStyleColor(colorOf(0xFFFFFF), colorOf(0x1E1E1E), platform);

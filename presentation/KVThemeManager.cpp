@@ -23,11 +23,9 @@ KVThemeManager::~KVThemeManager() {
 }
 
 KVThemeManager& KVThemeManager::sharedInstance() {
-  static KVThemeManager& manager = *new KVThemeManager(Platform::current());
+  static KVThemeManager& manager = *new KVThemeManager();
   return manager;
 }
-
-bool KVThemeManager::isDarkMode() { return isDarkMode(Platform::current()); }
 
 bool KVThemeManager::isDarkMode(Platform& platform) {
   return platform.userDefaults().globalObject("AppleInterfaceStyle") == PropertyListValue("Dark");

@@ -28,8 +28,6 @@ constexpr Subscription kSubscriptions[] = {
 
 }  // namespace
 
-KVViewController::KVViewController() : KVViewController(Platform::current()) {}
-
 KVViewController::KVViewController(Platform& platform) : platform_(platform) {}
 
 KVViewController::~KVViewController() { unsubscribe(); }

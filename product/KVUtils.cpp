@@ -32,11 +32,7 @@ Path inSupportFolder(Platform& platform, std::string_view program) {
 
 }  // namespace
 
-Path KVUtils::documentsPath() { return documentsPath(Platform::current()); }
-
 Path KVUtils::documentsPath(Platform& platform) { return platform.files().documentsFolder(); }
-
-Path KVUtils::applicationSupportPath() { return applicationSupportPath(Platform::current()); }
 
 Path KVUtils::applicationSupportPath(Platform& platform) {
   Path folder = platform.files().applicationSupportFolder();
@@ -50,35 +46,21 @@ Path KVUtils::applicationSupportPath(Platform& platform) {
   return path;
 }
 
-Path KVUtils::groupContainerPath() { return groupContainerPath(Platform::current()); }
-
 Path KVUtils::groupContainerPath(Platform& platform) {
   return platform.files().groupContainer(kApplicationGroupIdentifier);
 }
 
-Path KVUtils::smcExeSrcPath() { return smcExeSrcPath(Platform::current()); }
-
 Path KVUtils::smcExeSrcPath(Platform& platform) { return besideExecutable(platform, kSMCTool); }
-
-Path KVUtils::smcExePath() { return smcExePath(Platform::current()); }
 
 Path KVUtils::smcExePath(Platform& platform) { return inSupportFolder(platform, kSMCTool); }
 
-Path KVUtils::menuAppSrcPath() { return menuAppSrcPath(Platform::current()); }
-
 Path KVUtils::menuAppSrcPath(Platform& platform) { return besideExecutable(platform, kMenuApp); }
 
-Path KVUtils::menuAppPath() { return menuAppPath(Platform::current()); }
-
 Path KVUtils::menuAppPath(Platform& platform) { return inSupportFolder(platform, kMenuApp); }
-
-Path KVUtils::helperAppSrcPath() { return helperAppSrcPath(Platform::current()); }
 
 Path KVUtils::helperAppSrcPath(Platform& platform) {
   return besideExecutable(platform, kHelperApp);
 }
-
-Path KVUtils::helperAppPath() { return helperAppPath(Platform::current()); }
 
 Path KVUtils::helperAppPath(Platform& platform) { return inSupportFolder(platform, kHelperApp); }
 

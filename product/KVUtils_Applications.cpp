@@ -29,15 +29,8 @@ std::int64_t buildNumber(const std::string& bundlePath, Platform& platform) {
 
 }  // namespace
 
-void KVUtils::loadMainApp() { loadMainApp(Platform::current()); }
-
 void KVUtils::loadMainApp(Platform& platform) {
   platform.workspace().launchApplication(kMainAppBundleIdentifier);
-}
-
-void KVUtils::openApp(const std::string& bundleIdentifier, const std::string& appPath,
-                      OpenCompletion completion) {
-  openApp(bundleIdentifier, appPath, std::move(completion), Platform::current());
 }
 
 void KVUtils::openApp(const std::string& bundleIdentifier, const std::string& appPath,
@@ -57,11 +50,6 @@ void KVUtils::openApp(const std::string& bundleIdentifier, const std::string& ap
 }
 
 void KVUtils::openApp(const std::string& bundleIdentifier, const std::string& appPath,
-                      bool forceRelaunch, OpenCompletion completion) {
-  openApp(bundleIdentifier, appPath, forceRelaunch, std::move(completion), Platform::current());
-}
-
-void KVUtils::openApp(const std::string& bundleIdentifier, const std::string& appPath,
                       bool forceRelaunch, OpenCompletion completion, Platform& platform) {
   if (!forceRelaunch) {
     openApp(bundleIdentifier, appPath, std::move(completion), platform);
@@ -74,11 +62,6 @@ void KVUtils::openApp(const std::string& bundleIdentifier, const std::string& ap
 }
 
 void KVUtils::terminateApp(const std::string& bundleIdentifier, bool force,
-                           const std::function<void()>& completion) {
-  terminateApp(bundleIdentifier, force, completion, Platform::current());
-}
-
-void KVUtils::terminateApp(const std::string& bundleIdentifier, bool force,
                            const std::function<void()>& completion, Platform& platform) {
   while (isAppRunning(bundleIdentifier, platform)) {
     terminateApp(bundleIdentifier, force, platform);
@@ -88,33 +71,19 @@ void KVUtils::terminateApp(const std::string& bundleIdentifier, bool force,
   }
 }
 
-void KVUtils::terminateApp(const std::string& bundleIdentifier, bool force) {
-  terminateApp(bundleIdentifier, force, Platform::current());
-}
-
 void KVUtils::terminateApp(const std::string& bundleIdentifier, bool force, Platform& platform) {
   for (const platform::RunningApplication& instance : instancesOf(bundleIdentifier, platform)) {
     platform.workspace().terminate(instance, force);
   }
 }
 
-bool KVUtils::isAppRunning(const std::string& bundleIdentifier) {
-  return isAppRunning(bundleIdentifier, Platform::current());
-}
-
 bool KVUtils::isAppRunning(const std::string& bundleIdentifier, Platform& platform) {
   return !instancesOf(bundleIdentifier, platform).empty();
-}
-
-std::int64_t KVUtils::appBuildNumberAtPath(const std::string& path) {
-  return appBuildNumberAtPath(path, Platform::current());
 }
 
 std::int64_t KVUtils::appBuildNumberAtPath(const std::string& path, Platform& platform) {
   return path.empty() ? 0 : buildNumber(path, platform);
 }
-
-std::int64_t KVUtils::appBuildNumber() { return appBuildNumber(Platform::current()); }
 
 std::int64_t KVUtils::appBuildNumber(Platform& platform) { return buildNumber("", platform); }
 

@@ -6,17 +6,11 @@
 
 namespace kelvora {
 
-bool KVUtils::isExternalDisplayConnected() {
-  return isExternalDisplayConnected(Platform::current());
-}
-
 bool KVUtils::isExternalDisplayConnected(Platform& platform) {
   const auto displays = platform.systemFacts().activeDisplays();
   return std::any_of(displays.begin(), displays.end(),
                      [](const platform::Display& display) { return !display.builtIn; });
 }
-
-std::int64_t KVUtils::numOfDisplays() { return numOfDisplays(Platform::current()); }
 
 std::int64_t KVUtils::numOfDisplays(Platform& platform) {
   return static_cast<std::int64_t>(platform.systemFacts().activeDisplays().size());

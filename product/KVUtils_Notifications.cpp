@@ -17,17 +17,8 @@ void postLater(Platform& platform, platform::Notification notification) {
 
 }  // namespace
 
-void KVUtils::broadcastNotification(const std::string& name) {
-  broadcastNotification(name, Platform::current());
-}
-
 void KVUtils::broadcastNotification(const std::string& name, Platform& platform) {
   postLater(platform, {name, std::nullopt, std::nullopt});
-}
-
-void KVUtils::broadcastNotification(const std::string& name,
-                                    PropertyListValue::Dictionary userInfo) {
-  broadcastNotification(name, std::move(userInfo), Platform::current());
 }
 
 void KVUtils::broadcastNotification(const std::string& name, PropertyListValue::Dictionary userInfo,

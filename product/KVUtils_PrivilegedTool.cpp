@@ -10,16 +10,10 @@ constexpr std::uint32_t kGrantedMode = 06555;
 
 }  // namespace
 
-bool KVUtils::isSMCPermissionGranted() { return isSMCPermissionGranted(Platform::current()); }
-
 bool KVUtils::isSMCPermissionGranted(Platform& platform) {
   const auto tool = smcExeOwnership(platform);
   return tool && tool->owner == "root" && tool->group == "admin" &&
          tool->permissions == kGrantedMode;
-}
-
-std::optional<KVFileOwnership> KVUtils::smcExeOwnership() {
-  return smcExeOwnership(Platform::current());
 }
 
 std::optional<KVFileOwnership> KVUtils::smcExeOwnership(Platform& platform) {

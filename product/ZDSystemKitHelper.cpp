@@ -26,11 +26,6 @@ std::string readToEnd(platform::ChildProcess& child) {
 }  // namespace
 
 std::optional<std::string> ZDSystemKitHelper::processWithPath(
-    const std::string& path, const std::vector<std::string>& arguments) {
-  return processWithPath(path, arguments, Platform::current().childProcesses());
-}
-
-std::optional<std::string> ZDSystemKitHelper::processWithPath(
     const std::string& path, const std::vector<std::string>& arguments,
     platform::ChildProcesses& childProcesses) {
   platform::ChildRequest request;
@@ -39,7 +34,7 @@ std::optional<std::string> ZDSystemKitHelper::processWithPath(
   request.captureStandardOutput = true;
   const platform::ChildLaunch launch = childProcesses.launch(request);
   if (!launch.child) {
-    // The text is the same for every command: those who search logs know it.
+    // The same text for every command: people search logs for it.
     log("system_profiler SPMemoryDataType: " + launch.failure);
     return std::nullopt;
   }

@@ -5,10 +5,9 @@
 #include <string_view>
 
 #include "KelvoraCore/Export.h"
+#include "KelvoraCore/Platform.h"
 
 namespace kelvora {
-
-class Platform;
 
 /// Which of the platform's RGB spaces a colour's components are in.
 enum class KVColorSpace : std::uint8_t { kStandardRGB, kCalibratedRGB };
@@ -24,14 +23,13 @@ struct KELVORA_EXPORT KVColor {
   friend bool operator==(const KVColor&, const KVColor&) = default;
 
   /// The opaque colour of a hexadecimal number, in the calibrated space: "FF9500" and " 0xff9500"
-  /// give 255, 149, 0. Reading stops at the first character that is no digit, so "#FF9500" gives
+  /// give 255, 149, 0. Reading stops at the first character that is not a digit, so "#FF9500" gives
   /// black, as does none; a number beyond 32 bits gives white.
   static KVColor colorWithHexString(std::optional<std::string_view> text);
 
-  /// `dark` while the system is dark, else `light`; ask again after a theme change.
-  static KVColor colorFromLightStyleColor(const KVColor& light, const KVColor& darkStyleColor);
+  /// `darkStyleColor` while the system is dark, else `light`; ask again after a theme change.
   static KVColor colorFromLightStyleColor(const KVColor& light, const KVColor& darkStyleColor,
-                                          Platform& platform);
+                                          Platform& platform = Platform::current());
 
   static KVColor appLightBlueColor();  ///< 0B96F6
   static KVColor appBlueColor();       ///< 0B82FA
@@ -39,8 +37,7 @@ struct KELVORA_EXPORT KVColor {
   static KVColor appOrangeColor();     ///< FF9500
   static KVColor appRedColor();        ///< FF3B30
   /// FFFFFF, or 1E1E1E while the system is dark.
-  static KVColor appBoxBackgroundColor();
-  static KVColor appBoxBackgroundColor(Platform& platform);
+  static KVColor appBoxBackgroundColor(Platform& platform = Platform::current());
 };
 
 }  // namespace kelvora

@@ -4,35 +4,35 @@
 #include <cstdint>
 
 #include "KelvoraCore/Export.h"
+#include "KelvoraCore/Platform.h"
 
 namespace kelvora {
 
-class Platform;
-
-/// The notification by which one theme manager tells all programs of a theme change.
+/// The notification by which a theme manager announces a theme change to all programs.
 inline constexpr char KVThemeDidChangeNotification[] = "KVThemeDidChangeNotification";
 
-/// Whether the system is dark, and a notice to all programs of the product when that changes.
+/// Reports whether the system is dark, and announces it to all programs of the product when that
+/// changes.
 class KELVORA_EXPORT KVThemeManager {
  public:
-  /// Listens to the system's theme notification until its end.
-  explicit KVThemeManager(Platform& platform);
+  /// Listens to the system's theme notification until the object is destroyed.
+  explicit KVThemeManager(Platform& platform = Platform::current());
   ~KVThemeManager();
   KVThemeManager(const KVThemeManager&) = delete;
   KVThemeManager& operator=(const KVThemeManager&) = delete;
 
-  /// The process's, on the current platform, created on the first call. Any thread.
+  /// The process's manager on the current platform, created on the first call. Never destroyed.
+  /// Any thread.
   static KVThemeManager& sharedInstance();
 
   /// Whether the user's global setting "AppleInterfaceStyle" is the text "Dark". Any thread.
-  static bool isDarkMode();
-  static bool isDarkMode(Platform& platform);
+  static bool isDarkMode(Platform& platform = Platform::current());
 
   /// Posts "KVThemeDidChangeNotification" on the distributed notification centre. Called on the
   /// main thread for each theme notification of the system.
   void handleInterfaceThemeChangedNotification();
 
-  /// Whether this is the menu-bar program, as its host said; the library does not use it.
+  /// Whether this is the menu-bar program. Set by the host, not used by the library. Any thread.
   bool isMenuApp() const { return isMenuApp_; }
   void setIsMenuApp(bool isMenuApp) { isMenuApp_ = isMenuApp; }
 

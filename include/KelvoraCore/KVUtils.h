@@ -6,11 +6,10 @@
 #include <string>
 
 #include "KelvoraCore/Export.h"
+#include "KelvoraCore/Platform.h"
 #include "KelvoraCore/PropertyListValue.h"
 
 namespace kelvora {
-
-class Platform;
 
 /// Who owns a file and who may use it.
 struct KELVORA_EXPORT KVFileOwnership {
@@ -19,117 +18,100 @@ struct KELVORA_EXPORT KVFileOwnership {
   std::uint32_t permissions = 0;  ///< the twelve permission bits, e.g. 06555
 };
 
-/// Where the product's programs and files are. The operations without a platform use the current
-/// one.
+/// Where the product's programs and files are, and how a program starts, stops and notifies the
+/// other programs.
 ///
-/// The programs are carried beside the running program's executable (the paths with `Src`) and run
-/// from the support folder. A path is told whether or not something stands there. Any thread.
+/// The programs are shipped beside the running program's executable (the paths with `Src`) and run
+/// from the support folder. Each path is returned even if nothing exists there. Any thread.
 class KELVORA_EXPORT KVUtils {
  public:
   /// "/Users/anna/Documents"; none when the system has no such folder.
-  static std::optional<std::string> documentsPath();
-  static std::optional<std::string> documentsPath(Platform& platform);
+  static std::optional<std::string> documentsPath(Platform& platform = Platform::current());
 
-  /// "/Users/anna/Library/Application Support/Kelvora", created when it is missing (a failure to is
-  /// not told); none when the system has no support folder. So are the three paths in it.
-  static std::optional<std::string> applicationSupportPath();
-  static std::optional<std::string> applicationSupportPath(Platform& platform);
+  /// "/Users/anna/Library/Application Support/Kelvora", created when it is missing (a failure to
+  /// create it is ignored); none when the system has no support folder. The three paths in this
+  /// folder behave the same.
+  static std::optional<std::string> applicationSupportPath(
+      Platform& platform = Platform::current());
 
   /// The folder that the product's programs share, which holds their stored objects:
   /// "/home/anna/.local/share/group.com.kelvora" (on Linux), created when it is missing; none when
   /// the system has none or it cannot be created.
-  static std::optional<std::string> groupContainerPath();
-  static std::optional<std::string> groupContainerPath(Platform& platform);
+  static std::optional<std::string> groupContainerPath(Platform& platform = Platform::current());
 
   /// The privileged tool: ".../Kelvora SMC".
-  static std::optional<std::string> smcExeSrcPath();
-  static std::optional<std::string> smcExeSrcPath(Platform& platform);
-  static std::optional<std::string> smcExePath();
-  static std::optional<std::string> smcExePath(Platform& platform);
+  static std::optional<std::string> smcExeSrcPath(Platform& platform = Platform::current());
+  static std::optional<std::string> smcExePath(Platform& platform = Platform::current());
 
   /// The menu-bar application: ".../Kelvora Menu.app".
-  static std::optional<std::string> menuAppSrcPath();
-  static std::optional<std::string> menuAppSrcPath(Platform& platform);
-  static std::optional<std::string> menuAppPath();
-  static std::optional<std::string> menuAppPath(Platform& platform);
+  static std::optional<std::string> menuAppSrcPath(Platform& platform = Platform::current());
+  static std::optional<std::string> menuAppPath(Platform& platform = Platform::current());
 
   /// The helper application: ".../Kelvora Helper.app".
-  static std::optional<std::string> helperAppSrcPath();
-  static std::optional<std::string> helperAppSrcPath(Platform& platform);
-  static std::optional<std::string> helperAppPath();
-  static std::optional<std::string> helperAppPath(Platform& platform);
+  static std::optional<std::string> helperAppSrcPath(Platform& platform = Platform::current());
+  static std::optional<std::string> helperAppPath(Platform& platform = Platform::current());
 
-  /// What opening an application came to: whether it was opened, and what went wrong if the system
-  /// said.
+  /// The result of opening an application: whether it was opened, and the system's description of
+  /// the error if there was one.
   using OpenCompletion = std::function<void(bool opened, std::optional<std::string> error)>;
 
-  /// Asks the system to launch the main application, by its bundle identifier, without waiting.
-  static void loadMainApp();
-  static void loadMainApp(Platform& platform);
+  /// Asks the system to launch the main application by its bundle identifier.
+  static void loadMainApp(Platform& platform = Platform::current());
 
-  /// Opens the application at a path. Where there is none, and while one with the bundle identifier
-  /// runs already, `completion` is called at once, on the calling thread, with false and no error.
-  /// Otherwise it is called on the main thread when the system has answered. It may be empty.
+  /// Opens the application at a path. If nothing exists there, or an application with the bundle
+  /// identifier already runs, calls `completion` at once, on the calling thread, with false and no
+  /// error. Otherwise calls it on the main thread when the system has answered. `completion` may be
+  /// empty.
   static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
-                      OpenCompletion completion);
+                      OpenCompletion completion, Platform& platform = Platform::current());
+  /// With `forceRelaunch` ends every running instance first, and blocks until none runs.
   static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
-                      OpenCompletion completion, Platform& platform);
-  /// With `forceRelaunch` ends every running instance first, and blocks until none is left.
-  static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
-                      bool forceRelaunch, OpenCompletion completion);
-  static void openApp(const std::string& bundleIdentifier, const std::string& appPath,
-                      bool forceRelaunch, OpenCompletion completion, Platform& platform);
+                      bool forceRelaunch, OpenCompletion completion,
+                      Platform& platform = Platform::current());
 
-  /// Asks every instance of an application to end, again and again without a pause, until none is
-  /// left; then calls `completion` (it may be empty) on the calling thread. An application that
+  /// Asks every instance of an application to end, again and again without a pause, until none
+  /// runs; then calls `completion` (it may be empty) on the calling thread. An application that
   /// refuses to end blocks it for ever unless `force`.
   static void terminateApp(const std::string& bundleIdentifier, bool force,
-                           const std::function<void()>& completion);
-  static void terminateApp(const std::string& bundleIdentifier, bool force,
-                           const std::function<void()>& completion, Platform& platform);
+                           const std::function<void()>& completion,
+                           Platform& platform = Platform::current());
   /// Asks every instance once, politely or by `force`, and does not wait.
-  static void terminateApp(const std::string& bundleIdentifier, bool force);
-  static void terminateApp(const std::string& bundleIdentifier, bool force, Platform& platform);
+  static void terminateApp(const std::string& bundleIdentifier, bool force,
+                           Platform& platform = Platform::current());
 
   /// Whether at least one application with the bundle identifier runs.
-  static bool isAppRunning(const std::string& bundleIdentifier);
-  static bool isAppRunning(const std::string& bundleIdentifier, Platform& platform);
+  static bool isAppRunning(const std::string& bundleIdentifier,
+                           Platform& platform = Platform::current());
 
-  /// "CFBundleVersion" of an application as a whole number, e.g. 412; 0 where there is no
+  /// "CFBundleVersion" of the application at a path as a whole number, e.g. 412; 0 if there is no
   /// application or no version.
-  static std::int64_t appBuildNumberAtPath(const std::string& path);
-  static std::int64_t appBuildNumberAtPath(const std::string& path, Platform& platform);
-  /// The same of the running program.
-  static std::int64_t appBuildNumber();
-  static std::int64_t appBuildNumber(Platform& platform);
+  static std::int64_t appBuildNumberAtPath(const std::string& path,
+                                           Platform& platform = Platform::current());
+  /// The same for the running program.
+  static std::int64_t appBuildNumber(Platform& platform = Platform::current());
 
   /// Whether the installed privileged tool (`smcExePath`) belongs to the accounts "root" and
   /// "admin" and has exactly the mode 6555, so that whoever starts it writes to the SMC as root.
   /// False also when it is not installed.
-  static bool isSMCPermissionGranted();
-  static bool isSMCPermissionGranted(Platform& platform);
+  static bool isSMCPermissionGranted(Platform& platform = Platform::current());
+
   /// Owner and permissions of the installed privileged tool (`smcExePath`), for a host that
-  /// explains why its permission is missing; none when it is not installed or may not be looked at.
-  static std::optional<KVFileOwnership> smcExeOwnership();
-  static std::optional<KVFileOwnership> smcExeOwnership(Platform& platform);
+  /// explains why its permission is missing; none when it is not installed or may not be examined.
+  static std::optional<KVFileOwnership> smcExeOwnership(Platform& platform = Platform::current());
 
-  /// Whether some active display is not built in.
-  static bool isExternalDisplayConnected();
-  static bool isExternalDisplayConnected(Platform& platform);
+  /// Whether at least one active display is not built in.
+  static bool isExternalDisplayConnected(Platform& platform = Platform::current());
   /// How many displays are active.
-  static std::int64_t numOfDisplays();
-  static std::int64_t numOfDisplays(Platform& platform);
+  static std::int64_t numOfDisplays(Platform& platform = Platform::current());
 
-  /// Tells every program of the user's session, this one included, by a notification without a
-  /// sender object on the distributed notification centre. Posted later, from the main thread, to
-  /// be delivered at once: a host that does not run its main queue sends nothing.
-  static void broadcastNotification(const std::string& name);
-  static void broadcastNotification(const std::string& name, Platform& platform);
-  /// The same with a user info, e.g. {"KVFanValueTypeKey": 1}.
+  /// Posts a notification without a sender object on the distributed notification centre, so that
+  /// every program of the user's session hears it, this one included. The post happens later, on
+  /// the main thread: a host that does not run its main queue sends nothing.
   static void broadcastNotification(const std::string& name,
-                                    PropertyListValue::Dictionary userInfo);
+                                    Platform& platform = Platform::current());
+  /// The same with a user info, e.g. {"KVFanValueTypeKey": 1}.
   static void broadcastNotification(const std::string& name, PropertyListValue::Dictionary userInfo,
-                                    Platform& platform);
+                                    Platform& platform = Platform::current());
 };
 
 }  // namespace kelvora

@@ -6,18 +6,16 @@
 #include <vector>
 
 #include "KelvoraCore/Export.h"
+#include "KelvoraCore/Platform.h"
 
 namespace kelvora {
 
-class Platform;
-
 /// Base of a host's screens: it follows the language, the theme and the settings. The host calls
-/// `viewDidLoad` when the screen's own views stand; a subclass fills the three hooks. Everything
-/// happens on the main thread.
+/// `viewDidLoad` when the screen's own views exist; a subclass overrides the three hooks. Main
+/// thread only.
 class KELVORA_EXPORT KVViewController {
  public:
-  KVViewController();
-  explicit KVViewController(Platform& platform);
+  explicit KVViewController(Platform& platform = Platform::current());
   /// Ends all subscriptions, on both notification centres.
   virtual ~KVViewController();
   KVViewController(const KVViewController&) = delete;
@@ -27,7 +25,7 @@ class KELVORA_EXPORT KVViewController {
   /// `localizeUI`. An override calls this one first.
   virtual void viewDidLoad();
 
-  /// What the three notifications call.
+  /// Called for each of the three notifications.
   virtual void handleLanguageDidChangeNotification() { localizeUI(); }
   virtual void handleThemeDidChangeNotification() { configureUI(); }
   virtual void handleSettingsDidChangeNotification() { updateUI(); }
@@ -37,7 +35,8 @@ class KELVORA_EXPORT KVViewController {
   virtual void updateUI() {}     ///< shows the values by the current settings
 
  protected:
-  /// Listens to a notification of this process's own centre until the screen's end.
+  /// Calls `handler` for each notification of a name on the in-process centre until the screen is
+  /// destroyed.
   void observeInProcess(const std::string& name, std::function<void()> handler);
 
   Platform& platform() const { return platform_; }
