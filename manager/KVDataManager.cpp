@@ -52,8 +52,6 @@ void KVDataManager::setAppMode(std::int64_t mode) { applicationMode = mode; }
 
 void KVDataManager::setupWithAppMode(std::int64_t mode) { setAppMode(mode); }
 
-KVDataManager::KVDataManager() : KVDataManager(Platform::current()) {}
-
 KVDataManager::KVDataManager(Platform& platform)
     : KVSettings(platform),
       store_(std::make_unique<KVCoreDataStore>(
@@ -82,9 +80,9 @@ KVSensorPtr KVDataManager::mainSensor() {
   return key ? store_->getSensorByKey(*key->as<std::string>()) : nullptr;
 }
 
-void KVDataManager::setMainSensor(const KVSensorPtr& sensor) {
-  setValue(settingOf(KVSettingID::kMainSensor),
-           sensor ? std::optional<PropertyListValue>(sensor->key()) : std::nullopt);
+bool KVDataManager::setMainSensor(const KVSensorPtr& sensor) {
+  return setValue(settingOf(KVSettingID::kMainSensor),
+                  sensor ? std::optional<PropertyListValue>(sensor->key()) : std::nullopt);
 }
 
 std::optional<std::vector<std::string>> KVDataManager::texts(KVSettingID id) {
@@ -103,9 +101,9 @@ std::optional<std::vector<std::string>> KVDataManager::menuSensors() {
   return texts(KVSettingID::kMenuSensors);
 }
 
-void KVDataManager::setMenuSensors(std::optional<std::vector<std::string>> keys) {
-  setValue(settingOf(KVSettingID::kMenuSensors),
-           keys ? std::optional(listOf(*keys)) : std::nullopt);
+bool KVDataManager::setMenuSensors(std::optional<std::vector<std::string>> keys) {
+  return setValue(settingOf(KVSettingID::kMenuSensors),
+                  keys ? std::optional(listOf(*keys)) : std::nullopt);
 }
 
 std::optional<std::vector<std::string>> KVDataManager::fileLoggingSensorKeys() {
@@ -118,8 +116,8 @@ std::vector<KVDropdownItem> KVDataManager::dropdownItems() {
   return items;
 }
 
-void KVDataManager::setDropdownItems(const std::vector<KVDropdownItem>& items) {
-  setValue(settingOf(KVSettingID::kDropdownItems), listOf(items));
+bool KVDataManager::setDropdownItems(const std::vector<KVDropdownItem>& items) {
+  return setValue(settingOf(KVSettingID::kDropdownItems), listOf(items));
 }
 
 void KVDataManager::appendMissingCategories(std::vector<KVDropdownItem>& items) {

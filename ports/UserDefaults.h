@@ -9,16 +9,31 @@
 
 namespace kelvora::platform {
 
-/// A named suite of settings that several programs share. A read shows what any of them last
-/// wrote. Any thread.
+/// A named suite of settings that several programs share. Nothing waits in memory: a read returns
+/// what any program last wrote, and a write is on disk when it returns. Any thread.
 class UserDefaultsSuite {
  public:
   virtual ~UserDefaultsSuite() = default;
+
+  /// The value under a key, e.g. "KVMainSensor"; none when the key is absent or the suite is
+  /// damaged. While the suite cannot be read, the value that was read last; none before the first.
   virtual std::optional<PropertyListValue> object(std::string_view key) = 0;
-  virtual void setObject(std::string_view key, PropertyListValue value) = 0;
-  virtual void removeObject(std::string_view key) = 0;
-  /// Brings every write to disk; false when that failed (the failure is logged once).
-  virtual bool synchronize() = 0;
+
+  /// Every key and value at one moment; otherwise as `object`.
+  virtual PropertyListValue::Dictionary objects() = 0;
+
+  /// Stores a value and brings it to disk. On failure returns false, logs once until a write
+  /// succeeds, and leaves nothing that could be stored later.
+  virtual bool setObject(std::string_view key, PropertyListValue value) = 0;
+
+  /// Removes a key; otherwise as `setObject`. True also when the key was absent.
+  virtual bool removeObject(std::string_view key) = 0;
+
+  /// Stores a value only if the key is still absent at the moment of writing, and returns what the
+  /// key then holds: `value`, or what another program stored first. Returns none and stores nothing
+  /// when the suite cannot be read or written, and when it is damaged.
+  virtual std::optional<PropertyListValue> setObjectIfAbsent(std::string_view key,
+                                                             PropertyListValue value) = 0;
 };
 
 /// Opens suites, and reads the user's global settings. Any thread.
@@ -27,10 +42,10 @@ class UserDefaults {
   virtual ~UserDefaults() = default;
   /// The suite of a group, e.g. "group.com.kelvora"; never null.
   virtual std::unique_ptr<UserDefaultsSuite> suite(const std::string& name) = 0;
-  /// The file behind a suite, e.g. "/home/anna/.config/group.com.kelvora/Settings.plist", even if
-  /// it does not exist; none if the system keeps suites elsewhere.
+  /// The file of a suite, e.g. "/home/anna/.config/group.com.kelvora/Settings.plist", even if it
+  /// does not exist; none where programs have no access to the file of a suite.
   virtual std::optional<std::string> fileOfSuite(const std::string&) { return std::nullopt; }
-  /// A value of the global domain, e.g. "AppleInterfaceStyle"; none if it is not set.
+  /// A value of the global domain, e.g. "Dark" for "AppleInterfaceStyle"; none when it is not set.
   virtual std::optional<PropertyListValue> globalObject(std::string_view key) = 0;
 };
 

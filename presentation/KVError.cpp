@@ -3,9 +3,6 @@
 #include <utility>
 
 #include "KelvoraCore/KVLocalized.h"
-#include "KelvoraCore/KVSettings.h"
-
-#include "ports/Ports.h"
 
 namespace kelvora {
 
@@ -43,18 +40,10 @@ std::string KVError::localizedDescription() const {
   return found == userInfo.end() ? std::string() : found->second;
 }
 
-KVError KVError::errorWithCode(std::int64_t code, std::optional<std::string> message) {
-  return errorWithCode(code, std::move(message), KVSettings::shared(), Platform::current());
-}
-
 KVError KVError::errorWithCode(std::int64_t code, std::optional<std::string> message,
                                KVSettings& settings, Platform& platform) {
   std::string text = message ? std::move(*message) : localized(kGeneralMessage, settings, platform);
   return {KVErrorDomain, code, {{KVLocalizedDescriptionKey, std::move(text)}}};
-}
-
-KVError KVError::errorWithCode(std::int64_t code) {
-  return errorWithCode(code, KVSettings::shared(), Platform::current());
 }
 
 KVError KVError::errorWithCode(std::int64_t code, KVSettings& settings, Platform& platform) {

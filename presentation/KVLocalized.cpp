@@ -1,7 +1,5 @@
 #include "KelvoraCore/KVLocalized.h"
 
-#include "KelvoraCore/KVSettings.h"
-
 #include "ports/Ports.h"
 #include "presentation/StringsTables.h"
 
@@ -11,45 +9,45 @@ namespace {
 
 constexpr std::string_view kTableFile = "/Localizable.strings";
 
-std::optional<std::string> folderOf(std::string_view language, Platform& platform) {
-  return platform.mainBundle().resourcePath(language, "lproj");
+using TableHandle = std::shared_ptr<const StringsTable>;
+
+TableHandle tableOf(std::string_view language, Platform& platform) {
+  const auto folder = platform.mainBundle().resourcePath(language, "lproj");
+  return folder ? StringsTables::shared().tableOf(*folder + std::string(kTableFile)) : nullptr;
 }
 
-std::string textIn(const std::string& folder, std::string_view key) {
-  const auto table = StringsTables::shared().tableOf(folder + std::string(kTableFile));
-  const auto found = table->find(key);
-  return found == table->end() ? std::string(key) : found->second;
-}
-
-std::string systemText(std::string_view key, Platform& platform) {
+TableHandle systemTable(Platform& platform) {
   const auto languages = platform.mainBundle().preferredLocalizations();
-  const auto folder = languages.empty() ? std::nullopt : folderOf(languages.front(), platform);
-  return folder ? textIn(*folder, key) : std::string(key);
+  TableHandle table = languages.empty() ? nullptr : tableOf(languages.front(), platform);
+  return table ? table : std::make_shared<const StringsTable>();
+}
+
+TableHandle currentTable(KVSettings& settings, Platform& platform) {
+  const std::string language = settings.currentLanguage();
+  return language.empty() ? systemTable(platform) : tableOf(language, platform);
 }
 
 }  // namespace
 
-std::optional<std::string> localizedStringForKey(std::string_view key) {
-  return localizedStringForKey(key, KVSettings::shared(), Platform::current());
+Texts::Texts(KVSettings& settings, Platform& platform) : table_(currentTable(settings, platform)) {}
+
+std::optional<std::string> Texts::localizedStringForKey(std::string_view key) const {
+  if (table_ == nullptr) {
+    return std::nullopt;
+  }
+  const auto found = table_->find(key);
+  return found == table_->end() ? std::string(key) : found->second;
 }
 
 std::optional<std::string> localizedStringForKey(std::string_view key, KVSettings& settings,
                                                  Platform& platform) {
-  const std::string language = settings.currentLanguage();
-  return language.empty() ? systemText(key, platform)
-                          : localizedStringForKey(key, language, platform);
-}
-
-std::optional<std::string> localizedStringForKey(std::string_view key,
-                                                 std::string_view fromLanguage) {
-  return localizedStringForKey(key, fromLanguage, Platform::current());
+  return Texts(settings, platform).localizedStringForKey(key);
 }
 
 std::optional<std::string> localizedStringForKey(std::string_view key,
                                                  std::string_view fromLanguage,
                                                  Platform& platform) {
-  const auto folder = folderOf(fromLanguage, platform);
-  return folder ? std::optional(textIn(*folder, key)) : std::nullopt;
+  return Texts(tableOf(fromLanguage, platform)).localizedStringForKey(key);
 }
 
 }  // namespace kelvora::KVLocalized

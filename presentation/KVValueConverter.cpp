@@ -5,7 +5,6 @@
 #include <cmath>
 #include <limits>
 
-#include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/Sensor.h"
 
 namespace kelvora {
@@ -41,21 +40,12 @@ std::int32_t truncated(double value) {
 }  // namespace
 
 std::string KVValueConverter::fullStringFromValue(double value, std::uint32_t categoryType,
-                                                  bool shortForm) {
-  return fullStringFromValue(value, categoryType, shortForm, KVSettings::shared());
-}
-
-std::string KVValueConverter::fullStringFromValue(double value, std::uint32_t categoryType,
                                                   bool shortForm, KVSettings& settings) {
   if (value < 0.0) {
     return "-";
   }
   return stringFromValue(value, categoryType, settings) +
          unitStringFromCategoryType(categoryType, shortForm, settings).value_or("");
-}
-
-std::string KVValueConverter::stringFromValue(double value, std::uint32_t categoryType) {
-  return stringFromValue(value, categoryType, KVSettings::shared());
 }
 
 std::string KVValueConverter::stringFromValue(double value, std::uint32_t categoryType,
@@ -65,11 +55,6 @@ std::string KVValueConverter::stringFromValue(double value, std::uint32_t catego
   }
   const bool whole = categoryType == SensorTypeFan || categoryType == SensorTypeTemperature;
   return fixedText(value, whole ? 0 : 2);
-}
-
-std::optional<std::string> KVValueConverter::unitStringFromCategoryType(std::uint32_t categoryType,
-                                                                        bool shortForm) {
-  return unitStringFromCategoryType(categoryType, shortForm, KVSettings::shared());
 }
 
 std::optional<std::string> KVValueConverter::unitStringFromCategoryType(std::uint32_t categoryType,
@@ -95,10 +80,6 @@ std::optional<std::string> KVValueConverter::unitStringFromCategoryType(std::uin
     default:
       return std::nullopt;
   }
-}
-
-double KVValueConverter::convertedTemp(double celsius) {
-  return convertedTemp(celsius, KVSettings::shared());
 }
 
 double KVValueConverter::convertedTemp(double celsius, KVSettings& settings) {

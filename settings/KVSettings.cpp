@@ -33,10 +33,11 @@ std::optional<PropertyListValue> constantDefault(KVSettingDefault value) {
 
 }  // namespace
 
-KVSettings::KVSettings() : KVSettings(Platform::current()) {}
-
 KVSettings::KVSettings(Platform& platform)
-    : platform_(platform), suite_(platform.userDefaults().suite(kApplicationGroupIdentifier)) {}
+    : KVSettings(platform, platform.userDefaults().suite(kApplicationGroupIdentifier)) {}
+
+KVSettings::KVSettings(Platform& platform, std::unique_ptr<platform::UserDefaultsSuite> suite)
+    : platform_(platform), suite_(std::move(suite)) {}
 
 KVSettings::~KVSettings() = default;
 
@@ -62,10 +63,15 @@ std::optional<PropertyListValue> KVSettings::value(const KVSetting& setting) {
   }
   auto answer = defaultValue(setting);
   if (!found && answer && setting.isDefaultWrittenBack) {
-    suite_->setObject(setting.key, *answer);
-    suite_->synchronize();
+    return storedDefault(setting, *std::move(answer));
   }
   return answer;
+}
+
+// Another program may have stored a value since this one found none.
+PropertyListValue KVSettings::storedDefault(const KVSetting& setting, PropertyListValue answer) {
+  const auto held = suite_->setObjectIfAbsent(setting.key, answer);
+  return (held ? asSettingType(setting.type, *held) : std::nullopt).value_or(std::move(answer));
 }
 
 std::optional<PropertyListValue> KVSettings::defaultValue(const KVSetting& setting) {
@@ -74,20 +80,20 @@ std::optional<PropertyListValue> KVSettings::defaultValue(const KVSetting& setti
              : constantDefault(setting.defaultValue);
 }
 
-void KVSettings::setValue(const KVSetting& setting, std::optional<PropertyListValue> value) {
+bool KVSettings::setValue(const KVSetting& setting, std::optional<PropertyListValue> value) {
   if (value && !asSettingType(setting.type, *value)) {
     throw std::invalid_argument("KVSettings: a value of another type for " +
                                 std::string(setting.property));
   }
-  if (value) {
-    suite_->setObject(setting.key, *value);
-  } else {
-    suite_->removeObject(setting.key);
+  const bool written =
+      value ? suite_->setObject(setting.key, *value) : suite_->removeObject(setting.key);
+  if (written && !setting.notification.empty()) {
+    announce(setting, value);
   }
-  suite_->synchronize();
-  if (setting.notification.empty()) {
-    return;
-  }
+  return written;
+}
+
+void KVSettings::announce(const KVSetting& setting, const std::optional<PropertyListValue>& value) {
   const std::string name(setting.notification);
   if (setting.hasUserInfo && value) {
     KVUtils::broadcastNotification(name, {{std::string(setting.key), *value}}, platform_);
@@ -143,26 +149,32 @@ std::optional<std::string> KVSettings::text(KVSettingID id) {
   return text == nullptr ? std::nullopt : std::optional(*text);
 }
 
-void KVSettings::set(KVSettingID id, std::optional<PropertyListValue> value) {
-  setValue(settingOf(id), std::move(value));
+bool KVSettings::set(KVSettingID id, std::optional<PropertyListValue> value) {
+  return setValue(settingOf(id), std::move(value));
 }
 
 std::string KVSettings::currentLanguage() {
   std::string code = text(KVSettingID::kCurrentLanguage).value_or(allLanguages().front());
+  // A default that could not be stored must not keep `setCurrentLanguage` from storing it.
+  const bool isHeld = isStored(settingOf(KVSettingID::kCurrentLanguage));
   const std::lock_guard lock(languageMutex_);
-  language_ = code;
+  language_ = isHeld ? std::optional(code) : std::nullopt;
   return code;
 }
 
-void KVSettings::setCurrentLanguage(const std::string& code) {
+bool KVSettings::setCurrentLanguage(const std::string& code) {
   {
     const std::lock_guard lock(languageMutex_);
-    if (language_ == code) {
-      return;
+    if (std::exchange(language_, code) == code) {
+      return true;
     }
-    language_ = code;
   }
-  set(KVSettingID::kCurrentLanguage, code);
+  const bool written = set(KVSettingID::kCurrentLanguage, code);
+  if (!written) {
+    const std::lock_guard lock(languageMutex_);
+    language_.reset();
+  }
+  return written;
 }
 
 double KVSettings::updateInterval() {

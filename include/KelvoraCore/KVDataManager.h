@@ -16,7 +16,7 @@ namespace kelvora {
 
 /// A host posts this name, without an object, on the in-process notification centre when it has
 /// generated the sensor dataset in the store; `KVDataManager::postDidGenerateDataset` does so. The
-/// library never posts it of its own accord.
+/// library itself never posts it.
 inline constexpr char KVDataManagerDidGenerateDatasetNotification[] =
     "KVDataManagerDidGenerateDatasetNotification";
 
@@ -27,8 +27,8 @@ struct KELVORA_EXPORT KVDropdownItem {
   friend bool operator==(const KVDropdownItem&, const KVDropdownItem&) = default;
 };
 
-/// The settings together with the store: what a host reads, writes and keeps. Getters and setters
-/// as of KVSettings; those below ask the store's view context, so they belong on the main thread.
+/// The settings together with the store. Getters and setters behave as in KVSettings; those below
+/// use the store's view context, so only the main thread may call them.
 class KELVORA_EXPORT KVDataManager : public KVSettings {
  public:
   /// The process's manager on the current platform, created on the first call, in the application
@@ -39,49 +39,48 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   /// other it always shows what any program last saved. Any thread.
   static std::int64_t appMode();
   static void setAppMode(std::int64_t mode);
-  /// What a host calls once, before `shared`.
+  /// The same as `setAppMode`: a host calls it once, before `shared`.
   static void setupWithAppMode(std::int64_t mode);
 
-  KVDataManager();
-  explicit KVDataManager(Platform& platform);
+  explicit KVDataManager(Platform& platform = Platform::current());
   ~KVDataManager() override;
 
   /// The store; owned by the manager.
   KVCoreDataStore& coreDataStore() { return *store_; }
 
-  /// The sensor that stands for the machine. The first time, "TC0P" if the store has it. Null when
-  /// there is none, also when the chosen one has gone from the store; the choice then stays.
+  /// The sensor that represents the machine. The first time, "TC0P" if the store has it. Null when
+  /// no sensor is chosen, and when the chosen one is no longer in the store; the choice then stays.
   KVSensorPtr mainSensor();
-  /// Null makes the next `mainSensor` choose anew.
-  void setMainSensor(const KVSensorPtr& sensor);
+  /// Null makes the next `mainSensor` choose again. Returns whether the choice was stored.
+  bool setMainSensor(const KVSensorPtr& sensor);
 
   /// Keys of the sensors in the menu bar, in order. The first time the main sensor's; none without
   /// a main sensor.
   std::optional<std::vector<std::string>> menuSensors();
-  void setMenuSensors(std::optional<std::vector<std::string>> keys);
+  bool setMenuSensors(std::optional<std::vector<std::string>> keys);
 
-  /// Keys of the sensors that are logged to a file; none while none were chosen.
+  /// Keys of the sensors that are logged to a file; none until some are chosen.
   std::optional<std::vector<std::string>> fileLoggingSensorKeys();
 
-  /// The lines of the dropdown: what was stored, at first "main_sensor" and "fan_control", and
-  /// behind it, shown, every category of the store that is not listed yet. Lines of categories that
-  /// have gone stay.
+  /// The lines of the dropdown: the stored ones (at first "main_sensor" and "fan_control"), then
+  /// every category of the store that they do not list, shown. Lines of categories that no longer
+  /// exist stay.
   std::vector<KVDropdownItem> dropdownItems();
-  void setDropdownItems(const std::vector<KVDropdownItem>& items);
+  bool setDropdownItems(const std::vector<KVDropdownItem>& items);
 
-  /// A queue for the host's own work, labelled "com.KVDataManager.internalQueue", made on first
+  /// A queue for the host's own work, labelled "com.KVDataManager.internalQueue", created on first
   /// use. Owned by the manager, which does not use it.
   KVSerialQueue& internalQueue();
 
-  /// A mark of the host's, never stored: whether its dataset stands.
+  /// A flag for the host, never stored: whether its dataset has been generated.
   bool dataSetReady() const { return dataSetReady_; }
   void setDataSetReady(bool ready) { dataSetReady_ = ready; }
 
   /// Kept, but `updateInterval` always follows `updateFrequency`.
   void setUpdateInterval(double seconds) { updateIntervalSeconds_ = seconds; }
 
-  /// Tells this process that the dataset stands: a manager without a main sensor then takes the
-  /// first temperature sensor.
+  /// Posts KVDataManagerDidGenerateDatasetNotification in this process: a manager without a main
+  /// sensor then takes the first temperature sensor.
   static void postDidGenerateDataset();
 
  protected:

@@ -6,14 +6,12 @@
 #include <string>
 
 #include "KelvoraCore/Export.h"
+#include "KelvoraCore/KVSettings.h"
+#include "KelvoraCore/Platform.h"
 
 namespace kelvora {
 
-class KVSettings;
-
-class Platform;
-
-/// The domain of every error that the library makes.
+/// The domain of every error that the library creates.
 inline constexpr char KVErrorDomain[] = "com.kelvora.KelvoraCore.ErrorDomain";
 
 /// The one entry of an error's user information.
@@ -25,21 +23,20 @@ struct KELVORA_EXPORT KVError {
   std::int64_t code = 0;
   std::map<std::string, std::string> userInfo;
 
-  /// The message for the user.
+  /// The message for the user, e.g. "The sensor key is not valid."; empty when `userInfo` has none.
   std::string localizedDescription() const;
 
-  /// An error with a message of its own; without one, with the general message in the current
-  /// language.
-  static KVError errorWithCode(std::int64_t code, std::optional<std::string> message);
+  /// An error with the given message; with none, the general message in the current language.
   static KVError errorWithCode(std::int64_t code, std::optional<std::string> message,
-                               KVSettings& settings, Platform& platform);
+                               KVSettings& settings = KVSettings::shared(),
+                               Platform& platform = Platform::current());
 
   /// An error with the code's message in the current language: 1 a fan condition cannot be added, 2
   /// an invalid sensor key, 3 a duplicated sensor, 4 a built-in sensor cannot be removed, 5 invalid
-  /// input; any other code has the general message. Where the host has no table for the language,
-  /// the message is its key.
-  static KVError errorWithCode(std::int64_t code);
-  static KVError errorWithCode(std::int64_t code, KVSettings& settings, Platform& platform);
+  /// input; any other code has the general message. If the host has no table for the language, the
+  /// message is its key.
+  static KVError errorWithCode(std::int64_t code, KVSettings& settings = KVSettings::shared(),
+                               Platform& platform = Platform::current());
 };
 
 }  // namespace kelvora

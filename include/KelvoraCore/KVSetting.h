@@ -9,8 +9,8 @@
 
 namespace kelvora {
 
-// Names of the notices that the product's programs send each other on the distributed notification
-// centre, without a sender object.
+// Names of the notifications that the product's programs send each other on the distributed
+// notification centre, without a sender object.
 inline constexpr char KVDataManagerSettingsDidChangeNotification[] =
     "KVDataManagerSettingsDidChangeNotification";
 inline constexpr char KVDataManagerLanguageDidChangeNotification[] =
@@ -34,13 +34,13 @@ enum class KVSettingType : std::uint8_t {
   kData,      ///< bytes of an archive
 };
 
-/// What a setting is while its key is absent, or holds a value of another type.
+/// The value of a setting while its key is absent, or holds a value of another type.
 enum class KVSettingDefault : std::uint8_t {
-  kNone,  ///< nothing; every reader takes it as false
+  kNone,  ///< no value; every reader treats that as false
   kFalse,
   kTrue,
   kZero,
-  kComputed,  ///< found out when it is asked for; may be nothing
+  kComputed,  ///< computed on each read; may be none
 };
 
 /// The settings, in the order of `allSettings()`.
@@ -86,12 +86,15 @@ struct KELVORA_EXPORT KVSetting {
   bool hasUserInfo;  ///< the broadcast carries one entry, from the key to the new value
 };
 
-/// Every setting. Any thread.
+/// Every setting, in the order of KVSettingID. Valid for the process's life. Any thread.
 KELVORA_EXPORT std::span<const KVSetting> allSettings();
 
+/// The setting with an identifier. Throws std::out_of_range for a number that is not an identifier.
+/// Any thread.
 KELVORA_EXPORT const KVSetting& settingOf(KVSettingID id);
 
-/// The setting of a property, e.g. "tempUnitCelsius"; null when there is none of that name.
+/// The setting of a property, e.g. "tempUnitCelsius"; null when no setting has that name. Any
+/// thread.
 KELVORA_EXPORT const KVSetting* settingOfProperty(std::string_view property);
 
 }  // namespace kelvora

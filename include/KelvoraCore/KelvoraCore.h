@@ -24,6 +24,7 @@
 #include "KelvoraCore/KVSetting.h"
 #include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/KVSettingsFile.h"
+#include "KelvoraCore/KVSettingsSnapshot.h"
 #include "KelvoraCore/KVThemeManager.h"
 #include "KelvoraCore/KVUtils.h"
 #include "KelvoraCore/KVValueConverter.h"

@@ -17,6 +17,16 @@ struct MemoryUserDefaults::Domain {
     return found->second;
   }
 
+  PropertyListValue addIfAbsent(std::string_view key, PropertyListValue value) {
+    const std::lock_guard lock(mutex);
+    return values.try_emplace(std::string(key), std::move(value)).first->second;
+  }
+
+  PropertyListValue::Dictionary all() {
+    const std::lock_guard lock(mutex);
+    return values;
+  }
+
   void set(std::string_view key, std::optional<PropertyListValue> value) {
     const std::lock_guard lock(mutex);
     if (value) {
@@ -36,11 +46,19 @@ class Suite : public UserDefaultsSuite {
   std::optional<PropertyListValue> object(std::string_view key) override {
     return domain_->object(key);
   }
-  void setObject(std::string_view key, PropertyListValue value) override {
+  PropertyListValue::Dictionary objects() override { return domain_->all(); }
+  bool setObject(std::string_view key, PropertyListValue value) override {
     domain_->set(key, std::move(value));
+    return true;
   }
-  void removeObject(std::string_view key) override { domain_->set(key, std::nullopt); }
-  bool synchronize() override { return true; }
+  bool removeObject(std::string_view key) override {
+    domain_->set(key, std::nullopt);
+    return true;
+  }
+  std::optional<PropertyListValue> setObjectIfAbsent(std::string_view key,
+                                                     PropertyListValue value) override {
+    return domain_->addIfAbsent(key, std::move(value));
+  }
 
  private:
   std::shared_ptr<Domain> domain_;

@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "KelvoraCore/KVExtension.h"
-#include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/KVValueConverter.h"
 
 namespace kelvora::tool {
@@ -64,12 +63,12 @@ std::string limitsText(const Sensor& fan) {
   return revolutionsText(fan.minLimitValue) + " to " + revolutionsText(fan.maxLimitValue);
 }
 
-std::string labelText(const Sensor& sensor, KVSettings& settings, Platform& platform) {
+std::string labelText(const Sensor& sensor, const KVLocalized::Texts& texts) {
   const std::string_view key = sensor.type < kLabelKeys.size() ? kLabelKeys.at(sensor.type) : "";
   if (key.empty()) {
     return sensor.name;
   }
-  const auto format = KVLocalized::localizedStringForKey(key, settings, platform);
+  const auto format = texts.localizedStringForKey(key);
   return format && *format != key ? KVExtension::replace(*format, kPlaceholder, sensor.name)
                                   : sensor.name;
 }

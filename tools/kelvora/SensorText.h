@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/Platform.h"
 #include "KelvoraCore/Sensor.h"
@@ -19,6 +20,6 @@ std::string limitsText(const Sensor& fan);
 
 /// What a sensor is called in the user's language: "CPU Core 1 Temperature", "Temperatur CPU Core
 /// 1". A fan has its name alone.
-std::string labelText(const Sensor& sensor, KVSettings& settings, Platform& platform);
+std::string labelText(const Sensor& sensor, const KVLocalized::Texts& texts);
 
 }  // namespace kelvora::tool

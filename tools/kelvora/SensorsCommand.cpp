@@ -6,7 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "KelvoraCore/KVSettings.h"
+#include "KelvoraCore/KVLocalized.h"
+#include "KelvoraCore/KVSettingsSnapshot.h"
 #include "KelvoraCore/Sensor.h"
 #include "KelvoraCore/SensorController.h"
 
@@ -169,11 +170,12 @@ std::string rendered(const std::vector<Line>& lines, const Columns& columns, con
 
 void writeReading(StandardOutput& output, const MachineChoice& machine, const SensorList& sensors,
                   const std::vector<std::string>& failures) {
-  KVSettings& settings = KVSettings::shared();
+  KVSettingsSnapshot settings;
+  const KVLocalized::Texts texts(settings, machine.platform);
   std::vector<Line> lines;
   lines.reserve(sensors.size());
   for (const SensorPtr& sensor : sensors) {
-    lines.push_back({sensor->group, printable(labelText(*sensor, settings, machine.platform)),
+    lines.push_back({sensor->group, printable(labelText(*sensor, texts)),
                      valueText(*sensor, settings), printable(sensor->key), remarkOf(*sensor)});
   }
   const Style style(output);

@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "KelvoraCore/KVMainQueue.h"
-#include "KelvoraCore/KVSettings.h"
+#include "KelvoraCore/KVSettingsSnapshot.h"
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/NearName.h"
@@ -25,9 +25,7 @@ struct SettingState {
   bool isDefault = true;  ///< not stored, or stored as what it would be anyway
 };
 
-// Looking must not store defaults, as the getters of some settings do.
-SettingState stateOf(const KVSetting& setting) {
-  KVSettings& settings = KVSettings::shared();
+SettingState stateOf(const KVSetting& setting, KVSettingsSnapshot& settings) {
   const auto fallback = settings.defaultValue(setting);
   if (!settings.isStored(setting)) {
     return {fallback, true};
@@ -59,7 +57,8 @@ const KVSetting& settingNamed(const std::string& name) {
 }
 
 void writeSetting(const Options& options, const KVSetting& setting, StandardOutput& output) {
-  const SettingState state = stateOf(setting);
+  KVSettingsSnapshot settings;
+  const SettingState state = stateOf(setting, settings);
   if (options.json) {
     writeJson(output, jsonSetting(setting, state));
   } else {
@@ -124,26 +123,18 @@ void sendNotices() {
   }
 }
 
-// What other programs find, not what this one remembers.
-void requireStored(const KVSetting& setting, const std::optional<PropertyListValue>& value) {
-  KVSettings afresh;
-  const bool isAsWanted = value ? afresh.isStored(setting) && afresh.value(setting) == value
-                                : !afresh.isStored(setting);
-  if (!isAsWanted) {
-    throw CommandError(kExitNothingRead, std::string(setting.property) +
-                                             ": could not be written ('kelvora doctor' says more)");
-  }
-}
-
 void store(const KVSetting& setting, const std::optional<PropertyListValue>& value) {
   KVSettings& settings = KVSettings::shared();
   // The language is announced only when it changes.
   const bool isUnchanged = settings.isStored(setting) && settings.value(setting) == value;
-  if (setting.id != KVSettingID::kCurrentLanguage || !isUnchanged) {
-    settings.setValue(setting, value);
+  if (setting.id == KVSettingID::kCurrentLanguage && isUnchanged) {
+    return;
+  }
+  if (!settings.setValue(setting, value)) {
+    throw CommandError(kExitNothingRead, std::string(setting.property) +
+                                             ": could not be written ('kelvora doctor' says more)");
   }
   sendNotices();
-  requireStored(setting, value);
 }
 
 }  // namespace
@@ -151,8 +142,9 @@ void store(const KVSetting& setting, const std::optional<PropertyListValue>& val
 int runSettings(const Options& options, StandardOutput& output) {
   Json list = Json::array();
   std::vector<Line> lines;
+  KVSettingsSnapshot settings;
   for (const KVSetting& setting : allSettings()) {
-    const SettingState state = stateOf(setting);
+    const SettingState state = stateOf(setting, settings);
     list.push_back(jsonSetting(setting, state));
     const std::string value = settingText(state.value);
     lines.push_back(

@@ -11,12 +11,6 @@ namespace {
 
 constexpr std::string_view kInterfaceStyle = "AppleInterfaceStyle";
 
-std::optional<PropertyListValue> valueOf(const PropertyListValue::Dictionary& values,
-                                         std::string_view key) {
-  const auto found = values.find(std::string(key));
-  return found == values.end() ? std::nullopt : std::optional(found->second);
-}
-
 std::string homeFolder() {
   if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') {
     return home;
@@ -29,33 +23,30 @@ std::string homeFolder() {
 
 LinuxUserDefaultsSuite::LinuxUserDefaultsSuite(std::string path) : file_(std::move(path)) {}
 
-LinuxUserDefaultsSuite::~LinuxUserDefaultsSuite() { LinuxUserDefaultsSuite::synchronize(); }
-
 std::optional<PropertyListValue> LinuxUserDefaultsSuite::object(std::string_view key) {
   const std::lock_guard lock(mutex_);
-  if (const auto change = waiting_.find(key); change != waiting_.end()) {
-    return change->second;
-  }
-  return valueOf(file_.contents(), key);
+  return file_.value(key);
 }
 
-void LinuxUserDefaultsSuite::setObject(std::string_view key, PropertyListValue value) {
+PropertyListValue::Dictionary LinuxUserDefaultsSuite::objects() {
   const std::lock_guard lock(mutex_);
-  waiting_.insert_or_assign(std::string(key), std::move(value));
+  return file_.contents();
 }
 
-void LinuxUserDefaultsSuite::removeObject(std::string_view key) {
+bool LinuxUserDefaultsSuite::setObject(std::string_view key, PropertyListValue value) {
   const std::lock_guard lock(mutex_);
-  waiting_.insert_or_assign(std::string(key), std::nullopt);
+  return file_.write(key, value);
 }
 
-bool LinuxUserDefaultsSuite::synchronize() {
+bool LinuxUserDefaultsSuite::removeObject(std::string_view key) {
   const std::lock_guard lock(mutex_);
-  if (!waiting_.empty() && !file_.write(waiting_)) {
-    return false;
-  }
-  waiting_.clear();
-  return true;
+  return file_.write(key, std::nullopt);
+}
+
+std::optional<PropertyListValue> LinuxUserDefaultsSuite::setObjectIfAbsent(
+    std::string_view key, PropertyListValue value) {
+  const std::lock_guard lock(mutex_);
+  return file_.writeIfAbsent(key, value);
 }
 
 LinuxUserDefaults::LinuxUserDefaults(std::string folder,
@@ -74,7 +65,7 @@ std::optional<std::string> LinuxUserDefaults::fileOfSuite(const std::string& nam
 
 std::optional<PropertyListValue> LinuxUserDefaults::globalObject(std::string_view key) {
   const std::lock_guard lock(mutex_);
-  if (auto value = valueOf(global_.contents(), key)) {
+  if (auto value = global_.value(key)) {
     return value;
   }
   const bool dark = scheme_ && scheme_->value() == DesktopColourScheme::kDark;

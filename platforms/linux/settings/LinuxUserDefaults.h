@@ -12,29 +12,27 @@
 
 namespace kelvora::platform {
 
-/// A suite over one property-list file. Writes wait in memory until `synchronize`, and for the end
-/// of the object at the latest; this object answers them meanwhile. What could not be written stays
-/// waiting for the next `synchronize`.
+/// A suite over one property-list file.
 class LinuxUserDefaultsSuite : public UserDefaultsSuite {
  public:
   explicit LinuxUserDefaultsSuite(std::string path);
-  ~LinuxUserDefaultsSuite() override;
 
   std::optional<PropertyListValue> object(std::string_view key) override;
-  void setObject(std::string_view key, PropertyListValue value) override;
-  void removeObject(std::string_view key) override;
-  bool synchronize() override;
+  PropertyListValue::Dictionary objects() override;
+  bool setObject(std::string_view key, PropertyListValue value) override;
+  bool removeObject(std::string_view key) override;
+  std::optional<PropertyListValue> setObjectIfAbsent(std::string_view key,
+                                                     PropertyListValue value) override;
 
  private:
   std::mutex mutex_;
   SettingsFile file_;
-  SettingsChanges waiting_;
 };
 
 /// Settings as property-list files in the user's configuration folder: a suite is
 /// "<folder>/<suite>/Settings.plist", the global settings are "<folder>/.GlobalPreferences.plist",
-/// which the library only reads. "AppleInterfaceStyle" that is not set there follows the desktop:
-/// "Dark" while it asks for dark colours.
+/// which the library only reads. While "AppleInterfaceStyle" is not set there it follows the
+/// desktop: "Dark" while the desktop prefers dark colours.
 class LinuxUserDefaults : public UserDefaults {
  public:
   /// `folder` is the configuration folder, e.g. "/home/anna/.config"; `scheme` may be null.

@@ -1,60 +1,67 @@
 #include "platforms/linux/settings/SettingsFile.h"
 
 #include <cerrno>
+#include <ctime>
 #include <filesystem>
 #include <span>
-#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
 
 #include <fcntl.h>
-#include <sys/file.h>
 
 #include "base/Log.h"
 #include "base/PropertyListFile.h"
+#include "platforms/linux/settings/FileLock.h"
+#include "platforms/posix/NewFiles.h"
 
 namespace kelvora::platform {
 
 namespace {
 
 constexpr mode_t kFileMode = S_IRUSR | S_IWUSR;
+constexpr off_t kMostBytes = 16 << 20;
+constexpr int kMostLinks = 40;
+constexpr int kMostKeptAside = 9;
+constexpr std::chrono::milliseconds kWaitOfSetter{5000};
+constexpr std::chrono::milliseconds kWaitOfDefault{200};
 
 std::string systemText(int error) { return std::generic_category().message(error); }
 
-bool sameInstant(const timespec& a, const timespec& b) {
+bool isSame(const timespec& a, const timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
-
-// Whether the file itself, and no passing lack of memory or descriptors, is why it cannot be
-// opened.
-bool isFaultOfFile(int error) {
-  return error == EACCES || error == EPERM || error == ELOOP || error == ENXIO || error == EISDIR;
 }
 
 bool isMissing(int error) { return error == ENOENT || error == ENOTDIR; }
 
-// The whole content; none when reading fails, with the reason in errno.
+// File times have the resolution of this clock. A change within the tick of the last one may leave
+// no trace in them.
+bool isInCurrentTick(const timespec& time) {
+  timespec now = {};
+  clock_gettime(CLOCK_REALTIME_COARSE, &now);
+  return std::pair(time.tv_sec, time.tv_nsec) >= std::pair(now.tv_sec, now.tv_nsec);
+}
+
+// The whole content; none when reading fails, with the reason in errno (EFBIG: it grew too large).
 std::optional<std::vector<std::byte>> readAll(int descriptor, std::size_t expectedBytes) {
   std::vector<std::byte> bytes(expectedBytes + 1);
   std::size_t filled = 0;
-  while (true) {
+  while (filled <= kMostBytes) {
     const ssize_t count = read(descriptor, bytes.data() + filled, bytes.size() - filled);
-    if (count < 0 && errno == EINTR) {
-      continue;
-    }
-    if (count < 0) {
+    if (count < 0 && errno != EINTR) {
       return std::nullopt;
     }
-    filled += static_cast<std::size_t>(count);
     if (count == 0) {
       bytes.resize(filled);
       return bytes;
     }
+    filled += count < 0 ? 0 : static_cast<std::size_t>(count);
     if (filled == bytes.size()) {
       bytes.resize(bytes.size() * 2);
     }
   }
+  errno = EFBIG;
+  return std::nullopt;
 }
 
 bool writeAll(int descriptor, std::span<const std::byte> bytes) {
@@ -68,42 +75,30 @@ bool writeAll(int descriptor, std::span<const std::byte> bytes) {
   return true;
 }
 
-// Held until its end, or the end of the process.
-FileDescriptor lockBeside(const std::string& path) {
-  const std::string name = path + ".lock";
-  FileDescriptor lock(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kFileMode));
-  while (lock.isOpen() && flock(lock.get(), LOCK_EX) != 0) {
-    if (errno != EINTR) {
-      lock.close();
+std::string folderOf(const std::string& path) {
+  return std::filesystem::path(path).parent_path().string();
+}
+
+// Where the links end that a path leads through, even if nothing exists there.
+std::string endOfLinks(const std::string& path) {
+  std::filesystem::path end = path;
+  for (int link = 0; link < kMostLinks; ++link) {
+    std::error_code error;
+    const std::filesystem::path next = std::filesystem::read_symlink(end, error);
+    if (error) {
+      break;
     }
+    end = end.parent_path() / next;
   }
-  return lock;
+  return end.string();
 }
 
-bool bringFolderToDisk(const std::string& folder) {
-  const FileDescriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return opened.isOpen() && fsync(opened.get()) == 0;
-}
-
-bool createFolders(const std::filesystem::path& folder) {
-  std::error_code error;
-  if (folder.empty() || std::filesystem::is_directory(folder, error)) {
-    return true;
-  }
-  return createFolders(folder.parent_path()) &&
-         (mkdir(folder.c_str(), S_IRWXU) == 0 || errno == EEXIST);
-}
-
-PropertyListValue::Dictionary merged(PropertyListValue::Dictionary values,
-                                     const SettingsChanges& changes) {
-  for (const auto& [key, value] : changes) {
-    if (value) {
-      values.insert_or_assign(key, *value);
-    } else {
-      values.erase(key);
-    }
-  }
-  return values;
+bool writeNewFile(const std::string& path, std::span<const std::byte> bytes) {
+  unlink(path.c_str());  // of a writer that was killed
+  const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode));
+  return file.isOpen() && fchmod(file.get(), kFileMode) == 0 &&
+         giveToOwnerOfFolder(file.get(), path) && writeAll(file.get(), bytes) &&
+         fsync(file.get()) == 0;
 }
 
 }  // namespace
@@ -112,11 +107,11 @@ SettingsFile::SettingsFile(std::string path) : path_(std::move(path)) {}
 
 bool SettingsFile::isCurrent(const struct stat& facts) const {
   return facts_ && facts_->st_dev == facts.st_dev && facts_->st_ino == facts.st_ino &&
-         facts_->st_size == facts.st_size && sameInstant(facts_->st_mtim, facts.st_mtim) &&
-         sameInstant(facts_->st_ctim, facts.st_ctim);
+         facts_->st_size == facts.st_size && isSame(facts_->st_mtim, facts.st_mtim) &&
+         isSame(facts_->st_ctim, facts.st_ctim);
 }
 
-const PropertyListValue::Dictionary& SettingsFile::contents() {
+const SettingsFile::Values& SettingsFile::contents() {
   struct stat facts = {};
   if (stat(path_.c_str(), &facts) != 0 || !isCurrent(facts)) {
     reload();
@@ -124,113 +119,165 @@ const PropertyListValue::Dictionary& SettingsFile::contents() {
   return contents_;
 }
 
-void SettingsFile::forget(State state, const std::string& why) {
-  if (state != State::kUnavailable) {
+std::optional<PropertyListValue> SettingsFile::value(std::string_view key) {
+  const Values& values = contents();
+  const auto found = values.find(std::string(key));
+  return found == values.end() ? std::nullopt : std::optional(found->second);
+}
+
+void SettingsFile::failToRead(State state, const std::string& why) {
+  if (state != State::kUnreadable) {
     contents_.clear();
   }
   state_ = state;
-  if (!why.empty() && why != logged_) {
+  if (!why.empty() && why != readFailure_) {
     log("Settings: " + path_ + ": " + why);
   }
-  logged_ = why;
+  readFailure_ = why;
 }
 
 void SettingsFile::reload() {
   facts_.reset();
-  // Not blocking: what stands there may be a pipe.
+  // Not blocking: the path may lead to a pipe.
   open_ = FileDescriptor(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!open_.isOpen()) {
-    const int error = errno;
-    const State state = isMissing(error)       ? State::kMissing
-                        : isFaultOfFile(error) ? State::kUnusable
-                                               : State::kUnavailable;
-    forget(state, state == State::kMissing ? "" : systemText(error));
-    return;
+  if (open_.isOpen()) {
+    reloadOpenFile();
+  } else if (isMissing(errno)) {
+    failToRead(State::kMissing, "");
+  } else if (errno == ENXIO) {
+    failToRead(State::kDamaged, "not a file");
+  } else {
+    failToRead(State::kUnreadable, systemText(errno));
   }
+}
+
+void SettingsFile::reloadOpenFile() {
   struct stat facts = {};
   if (fstat(open_.get(), &facts) != 0) {
-    forget(State::kUnavailable, systemText(errno));
-    return;
-  }
-  if (!S_ISREG(facts.st_mode)) {
+    failToRead(State::kUnreadable, systemText(errno));
+  } else if (!S_ISREG(facts.st_mode)) {
     facts_ = facts;
-    forget(State::kUnusable, "not a file");
-    return;
+    failToRead(State::kDamaged, "not a file");
+  } else if (facts.st_size > kMostBytes) {
+    facts_ = facts;
+    failToRead(State::kUnreadable, "larger than 16 MB");
+  } else if (const auto bytes = readAll(open_.get(), static_cast<std::size_t>(facts.st_size))) {
+    if (!isInCurrentTick(facts.st_ctim)) {
+      facts_ = facts;
+    }
+    parse(*bytes);
+  } else {
+    failToRead(State::kUnreadable, systemText(errno));
   }
-  const auto bytes = readAll(open_.get(), static_cast<std::size_t>(facts.st_size));
-  if (!bytes) {
-    forget(State::kUnavailable, systemText(errno));
-    return;
-  }
-  facts_ = facts;
-  PropertyListReading reading = parsePropertyList(*bytes);
-  const auto* values = reading.value ? reading.value->as<PropertyListValue::Dictionary>() : nullptr;
+}
+
+void SettingsFile::parse(const std::vector<std::byte>& bytes) {
+  PropertyListReading reading = parsePropertyList(bytes);
+  const auto* values = reading.value ? reading.value->as<Values>() : nullptr;
   if (values == nullptr) {
-    forget(State::kUnusable, reading.value ? "not a dictionary" : reading.failure);
+    failToRead(State::kDamaged, reading.value ? "not a dictionary" : reading.failure);
     return;
   }
   contents_ = *values;
-  state_ = State::kUsable;
-  logged_.clear();
+  state_ = State::kReadable;
+  readFailure_.clear();
 }
 
-bool SettingsFile::fail(const std::string& what) {
-  const int error = errno;
-  if (!std::exchange(failureLogged_, true)) {
-    log("Settings: " + path_ + ": " + what + ": " + systemText(error));
+bool SettingsFile::fail(const std::string& why) {
+  if (why != writeFailure_) {
+    log("Settings: " + path_ + ": " + why);
+    writeFailure_ = why;
   }
   return false;
 }
 
+// Kept aside copies beyond the last number replace the last one.
 bool SettingsFile::keepAside() {
-  for (int number = 1; number < 1000; ++number) {
-    const std::string aside = path_ + ".unusable-" + std::to_string(number);
+  std::string aside;
+  for (int number = 1; number <= kMostKeptAside; ++number) {
+    aside = target_ + ".unusable-" + std::to_string(number);
     struct stat ignored = {};
     if (lstat(aside.c_str(), &ignored) != 0 && errno == ENOENT) {
-      return rename(path_.c_str(), aside.c_str()) == 0;
+      break;
     }
   }
-  errno = EEXIST;
-  return false;
+  return rename(target_.c_str(), aside.c_str()) == 0;
 }
 
-bool SettingsFile::replace(const PropertyListValue::Dictionary& values) {
-  const std::string next = path_ + ".new";
-  unlink(next.c_str());
-  FileDescriptor file(open(next.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode));
+bool SettingsFile::replace(const Values& values) {
+  const std::string next = target_ + ".new";
   const auto bytes = serializePropertyList(values, PropertyListFormat::kBinary);
-  const bool written = file.isOpen() && fchmod(file.get(), kFileMode) == 0 &&
-                       writeAll(file.get(), bytes) && fsync(file.get()) == 0;
-  if (!written || rename(next.c_str(), path_.c_str()) != 0) {
+  // Opened first: nothing can fail once the new file is in place.
+  const FileDescriptor folder(open(folderOf(target_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const bool replaced = folder.isOpen() && writeNewFile(next, bytes) &&
+                        (state_ != State::kDamaged || keepAside()) &&
+                        rename(next.c_str(), target_.c_str()) == 0;
+  if (!replaced) {
     const int error = errno;
     unlink(next.c_str());
-    errno = error;
-    return false;
+    return fail("it cannot be written: " + systemText(error));
   }
-  return bringFolderToDisk(std::filesystem::path(path_).parent_path());
+  fsync(folder.get());
+  return true;
 }
 
-bool SettingsFile::write(const SettingsChanges& changes) {
-  if (!createFolders(std::filesystem::path(path_).parent_path())) {
-    return fail("its folder cannot be created");
+bool SettingsFile::store(std::string_view key, const std::optional<PropertyListValue>& value) {
+  Values values = contents_;
+  if (value) {
+    values.insert_or_assign(std::string(key), *value);
+  } else {
+    values.erase(std::string(key));
   }
-  const FileDescriptor lock = lockBeside(path_);
+  const bool isUnchanged = state_ != State::kDamaged && values == contents_;
+  if (!isUnchanged && !replace(values)) {
+    return false;
+  }
+  writeFailure_.clear();
+  return true;
+}
+
+// The lock, not open on failure. While it is held, `contents_` is what the file has.
+FileDescriptor SettingsFile::beginWriting(std::chrono::milliseconds wait) {
+  target_ = endOfLinks(path_);
+  if (!createOwnedFolders(folderOf(target_))) {
+    fail("its folder cannot be created: " + systemText(errno));
+    return {};
+  }
+  FileDescriptor lock = lockFile(target_ + ".lock", wait);
   if (!lock.isOpen()) {
-    return fail("it cannot be locked");
+    fail(errno == ETIMEDOUT ? "another program keeps it locked"
+                            : "it cannot be locked: " + systemText(errno));
+    return lock;
   }
   contents();
-  if (state_ == State::kUnavailable) {
-    return fail("it cannot be read before it is written");
+  if (state_ == State::kUnreadable) {
+    fail("it cannot be read before it is written: " + readFailure_);
+    lock.close();
   }
-  if (state_ == State::kUnusable && !keepAside()) {
-    return fail("it cannot be kept under another name");
+  return lock;
+}
+
+bool SettingsFile::write(std::string_view key, const std::optional<PropertyListValue>& value) {
+  const FileDescriptor lock = beginWriting(kWaitOfSetter);
+  return lock.isOpen() && store(key, value);
+}
+
+std::optional<PropertyListValue> SettingsFile::writeIfAbsent(std::string_view key,
+                                                             const PropertyListValue& value) {
+  contents();
+  if (state_ == State::kDamaged || state_ == State::kUnreadable) {
+    return std::nullopt;
   }
-  const PropertyListValue::Dictionary values = merged(contents_, changes);
-  if (!(state_ == State::kUsable && values == contents_) && !replace(values)) {
-    return fail("it cannot be written");
+  const FileDescriptor lock =
+      beginWriting(writeFailure_.empty() ? kWaitOfDefault : std::chrono::milliseconds(0));
+  if (!lock.isOpen() || state_ == State::kDamaged) {
+    return std::nullopt;
   }
-  failureLogged_ = false;
-  return true;
+  const auto found = contents_.find(std::string(key));
+  if (found != contents_.end()) {
+    return found->second;
+  }
+  return store(key, value) ? std::optional(value) : std::nullopt;
 }
 
 }  // namespace kelvora::platform

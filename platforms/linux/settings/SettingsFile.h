@@ -1,9 +1,10 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <sys/stat.h>
 
@@ -13,49 +14,69 @@
 
 namespace kelvora::platform {
 
-/// Settings to change: a value to store under a key, or none to remove the key.
-using SettingsChanges = std::map<std::string, std::optional<PropertyListValue>, std::less<>>;
-
 /// A property-list file of settings that several programs share.
 ///
-/// Reading is a `stat` while the file is the one read last. Writing takes a lock beside the file
-/// ("Settings.plist.lock"), reads the file again, changes only what was asked, and replaces the
-/// file as a whole (written beside it, brought to disk, renamed), so that a reader finds either the
-/// old or the new one even when a writer is killed. Mode 0600, its folders 0700.
+/// Reading is a `stat` while the file is the one read last, and changes nothing. Writing takes a
+/// lock beside the file ("Settings.plist.lock"), reads the file again, changes one setting, and
+/// replaces the file as a whole (written beside it, brought to disk, renamed), so that a reader
+/// finds either the old or the new one even when a writer is killed. A symbolic link is followed:
+/// the file that it leads to is replaced. Mode 0600, new folders 0700; what root creates belongs to
+/// the owner of the folder.
 ///
-/// A file that holds no settings (damaged, of another kind, no file at all, not readable) counts as
-/// empty, is logged once, and is kept under another name ("Settings.plist.unusable-1") when the
-/// first write replaces it. One thread at a time; any number of processes and objects.
+/// A file is in one of four states:
+/// - missing: it has no settings;
+/// - readable;
+/// - unreadable (no right to read it, no descriptors, larger than 16 MB): the settings read last
+///   remain, and nothing is written;
+/// - damaged (not a property list of settings, or not a file): it counts as empty, is logged once,
+///   and the first `write` keeps it under another name ("Settings.plist.unusable-1").
+///
+/// One thread at a time; any number of processes and objects.
 class SettingsFile {
  public:
+  using Values = PropertyListValue::Dictionary;
+
   explicit SettingsFile(std::string path);
 
-  /// What the file holds now; empty when it is missing or unusable. Valid until the next call.
-  const PropertyListValue::Dictionary& contents();
+  /// The settings in the file. Valid until the next call.
+  const Values& contents();
+  /// One of them, e.g. of "KVMainSensor"; none when it is absent.
+  std::optional<PropertyListValue> value(std::string_view key);
 
-  /// Writes the changes; false when they could not be (logged once until a write succeeds).
-  bool write(const SettingsChanges& changes);
+  /// Stores a setting, or removes it with none. Waits up to 5 s for another program's lock. On
+  /// failure returns false, logs it (the same reason once until a write succeeds) and stores
+  /// nothing.
+  bool write(std::string_view key, const std::optional<PropertyListValue>& value);
 
-  const std::string& path() const { return path_; }
+  /// Stores a setting if the file has none under the key, and returns what it then has. Returns
+  /// none and stores nothing when the file is unreadable or damaged, or cannot be written. Waits up
+  /// to 0.2 s for another program's lock, and not at all after a write that failed.
+  std::optional<PropertyListValue> writeIfAbsent(std::string_view key,
+                                                 const PropertyListValue& value);
 
  private:
-  enum class State : std::uint8_t { kMissing, kUsable, kUnusable, kUnavailable };
+  enum class State : std::uint8_t { kMissing, kReadable, kUnreadable, kDamaged };
 
   bool isCurrent(const struct stat& facts) const;
   void reload();
-  void forget(State state, const std::string& why);
-  bool replace(const PropertyListValue::Dictionary& values);
+  void reloadOpenFile();
+  void parse(const std::vector<std::byte>& bytes);
+  void failToRead(State state, const std::string& why);
+  FileDescriptor beginWriting(std::chrono::milliseconds wait);
+  bool store(std::string_view key, const std::optional<PropertyListValue>& value);
+  bool replace(const Values& values);
   bool keepAside();
-  bool fail(const std::string& what);
+  bool fail(const std::string& why);
 
   std::string path_;
-  PropertyListValue::Dictionary contents_;
+  std::string target_;  // where links lead; valid while writing
+  Values contents_;
   State state_ = State::kMissing;
   // The file read last stays open, so that no later file can carry its inode number.
   FileDescriptor open_;
-  std::optional<struct stat> facts_;
-  std::string logged_;
-  bool failureLogged_ = false;
+  std::optional<struct stat> facts_;  // of the file read last
+  std::string readFailure_;           // logged last
+  std::string writeFailure_;          // logged last
 };
 
 }  // namespace kelvora::platform

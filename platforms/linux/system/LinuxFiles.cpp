@@ -13,6 +13,7 @@
 
 #include "platforms/linux/system/ProcText.h"
 #include "platforms/linux/system/TextFile.h"
+#include "platforms/posix/NewFiles.h"
 
 namespace kelvora::platform {
 
@@ -124,8 +125,7 @@ bool LinuxFiles::remove(const std::string& path) {
 
 bool LinuxFiles::createFolder(const std::string& path) {
   std::error_code error;
-  std::filesystem::create_directories(path, error);
-  return std::filesystem::is_directory(path, error);
+  return createOwnedFolders(path) && std::filesystem::is_directory(path, error);
 }
 
 std::optional<std::string> LinuxFiles::documentsFolder() {

@@ -209,7 +209,9 @@ TEST(MemoryUserDefaults, SuitesOfOneNameShareTheirValues) {
   EXPECT_EQ(other->object("key"), std::nullopt);
   two->removeObject("key");
   EXPECT_EQ(one->object("key"), std::nullopt);
-  EXPECT_TRUE(one->synchronize());
+  EXPECT_EQ(two->setObjectIfAbsent("key", 6), PropertyListValue(6));
+  EXPECT_EQ(one->setObjectIfAbsent("key", 7), PropertyListValue(6));
+  EXPECT_EQ(one->objects(), (PropertyListValue::Dictionary{{"key", 6}}));
   EXPECT_EQ(defaults.globalObject("AppleInterfaceStyle"), std::nullopt);
   defaults.setGlobalObject("AppleInterfaceStyle", "Dark");
   EXPECT_EQ(defaults.globalObject("AppleInterfaceStyle"), PropertyListValue("Dark"));

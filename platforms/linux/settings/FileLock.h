@@ -1,0 +1,16 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "platforms/posix/FileDescriptor.h"
+
+namespace kelvora::platform {
+
+/// Locks a file that exists for its lock alone, e.g. "Settings.plist.lock", and creates it if it is
+/// missing. The lock is held until the descriptor is closed, or the process ends. Not open on
+/// failure, with the reason in errno: ETIMEDOUT when another program has held the lock all of
+/// `wait` (0 tries once), ELOOP when the path is a symbolic link, which is never followed.
+FileDescriptor lockFile(const std::string& path, std::chrono::milliseconds wait);
+
+}  // namespace kelvora::platform
