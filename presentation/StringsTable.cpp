@@ -17,7 +17,7 @@ namespace kelvora {
 
 namespace {
 
-// Reads one entry after the other; the first fault ends it.
+// Reads entries in order and stops at the first error.
 class Parser {
  public:
   explicit Parser(icu::UnicodeString text) : text_(std::move(text)) {}
@@ -173,7 +173,7 @@ class Parser {
   std::string failure_;
 };
 
-// Without a byte-order mark, a zero byte beside the first character tells UTF-16.
+// Without a byte-order mark, a zero byte beside the first character means UTF-16.
 const char* encodingOf(std::span<const std::byte> bytes) {
   const auto byte = [&](std::size_t at) {
     return at < bytes.size() ? std::to_integer<int>(bytes[at]) : -1;

@@ -13,11 +13,11 @@ namespace kelvora {
 /// The tables read so far, by file; a file is read again when it has changed. Any thread.
 class StringsTables {
  public:
-  /// The process's.
+  /// The tables of the process. Never destroyed.
   static StringsTables& shared();
 
-  /// The table of a file; an empty one when there is no file, or one that is no table, which is
-  /// logged once.
+  /// The table of a file; never null. An empty one when there is no file, and when the file is not
+  /// a table, which is logged once.
   std::shared_ptr<const StringsTable> tableOf(const std::string& path);
 
  private:

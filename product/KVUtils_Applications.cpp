@@ -41,10 +41,10 @@ void KVUtils::openApp(const std::string& bundleIdentifier, const std::string& ap
     }
     return;
   }
-  platform.workspace().openApplication(appPath, [&platform, told = std::move(completion)](
+  platform.workspace().openApplication(appPath, [&platform, done = std::move(completion)](
                                                     const std::optional<std::string>& failure) {
-    if (told) {
-      platform.mainQueue().async([told, failure] { told(!failure, failure); });
+    if (done) {
+      platform.mainQueue().async([done, failure] { done(!failure, failure); });
     }
   });
 }

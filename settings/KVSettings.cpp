@@ -42,7 +42,7 @@ KVSettings::KVSettings(Platform& platform, std::unique_ptr<platform::UserDefault
 KVSettings::~KVSettings() = default;
 
 KVSettings& KVSettings::shared() {
-  // Never destroyed: other objects that live for the process may ask until its very end.
+  // Never destroyed: other objects that live as long as the process may still use it at its end.
   static KVSettings& settings = *new KVSettings();
   return settings;
 }
@@ -61,17 +61,17 @@ std::optional<PropertyListValue> KVSettings::value(const KVSetting& setting) {
       return value;
     }
   }
-  auto answer = defaultValue(setting);
-  if (!found && answer && setting.isDefaultWrittenBack) {
-    return storedDefault(setting, *std::move(answer));
+  auto fallback = defaultValue(setting);
+  if (!found && fallback && setting.isDefaultWrittenBack) {
+    return storeDefault(setting, *std::move(fallback));
   }
-  return answer;
+  return fallback;
 }
 
 // Another program may have stored a value since this one found none.
-PropertyListValue KVSettings::storedDefault(const KVSetting& setting, PropertyListValue answer) {
-  const auto held = suite_->setObjectIfAbsent(setting.key, answer);
-  return (held ? asSettingType(setting.type, *held) : std::nullopt).value_or(std::move(answer));
+PropertyListValue KVSettings::storeDefault(const KVSetting& setting, PropertyListValue fallback) {
+  const auto held = suite_->setObjectIfAbsent(setting.key, fallback);
+  return (held ? asSettingType(setting.type, *held) : std::nullopt).value_or(std::move(fallback));
 }
 
 std::optional<PropertyListValue> KVSettings::defaultValue(const KVSetting& setting) {
@@ -134,18 +134,18 @@ const std::vector<std::string>& KVSettings::allLanguages() const {
 }
 
 bool KVSettings::boolean(KVSettingID id) {
-  const auto answer = value(settingOf(id));
-  return answer && answer->boolValue();
+  const auto found = value(settingOf(id));
+  return found && found->boolValue();
 }
 
 std::int64_t KVSettings::integer(KVSettingID id) {
-  const auto answer = value(settingOf(id));
-  return answer ? answer->integerValue() : 0;
+  const auto found = value(settingOf(id));
+  return found ? found->integerValue() : 0;
 }
 
 std::optional<std::string> KVSettings::text(KVSettingID id) {
-  const auto answer = value(settingOf(id));
-  const auto* text = answer ? answer->as<std::string>() : nullptr;
+  const auto found = value(settingOf(id));
+  const auto* text = found ? found->as<std::string>() : nullptr;
   return text == nullptr ? std::nullopt : std::optional(*text);
 }
 

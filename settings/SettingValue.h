@@ -7,8 +7,8 @@
 
 namespace kelvora {
 
-/// The value as a setting of a type holds it, e.g. 1 as a boolean gives true; none when it is of
-/// another type. Texts are never taken for numbers.
+/// The value converted to the type of a setting, e.g. true for 1 as a boolean; none when it is of
+/// another type. A text never counts as a number.
 std::optional<PropertyListValue> asSettingType(KVSettingType type, const PropertyListValue& value);
 
 }  // namespace kelvora

@@ -135,7 +135,7 @@ class KELVORA_EXPORT KVSettings {
   friend class KVSettingsSnapshot;
 
   std::optional<PropertyListValue> stored(const KVSetting& setting);
-  PropertyListValue storedDefault(const KVSetting& setting, PropertyListValue answer);
+  PropertyListValue storeDefault(const KVSetting& setting, PropertyListValue fallback);
   bool boolean(KVSettingID id);
   std::int64_t integer(KVSettingID id);
   std::optional<std::string> text(KVSettingID id);

@@ -26,8 +26,8 @@ TEST(KVColor, HexadecimalTextsAreScannedAsThePlatformScans) {
   EXPECT_EQ(KVColor::colorWithHexString("123456789"), calibrated(255, 255, 255));
 }
 
-TEST(KVColor, WhatIsNoNumberIsBlack) {
-  for (const char* text : {"#FFFFFF", "", "0x", "-FF", "green", "  "}) {
+TEST(KVColor, ATextThatIsNotANumberIsBlack) {
+  for (const char* text : {"#FFFFFF", "", "0x", "0x0xFF", "-FF", "green", "  "}) {
     EXPECT_EQ(KVColor::colorWithHexString(text), calibrated(0, 0, 0)) << text;
   }
   EXPECT_EQ(KVColor::colorWithHexString(std::nullopt), calibrated(0, 0, 0));

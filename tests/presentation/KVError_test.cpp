@@ -25,8 +25,9 @@ TEST_F(Error, EachCodeHasItsMessageInTheCurrentLanguage) {
                   "\"general-error-alert-message\" = \"allgemein\";");
   mac_.settings.setCurrentLanguage("de");
   const std::vector<std::pair<std::int64_t, std::string>> messages{
-      {0, "allgemein"}, {1, "eins"}, {2, "zwei"},      {3, "drei"},
-      {4, "vier"},      {5, "fünf"}, {6, "allgemein"}, {-1, "allgemein"}};
+      {0, "allgemein"}, {1, "eins"},       {2, "zwei"},
+      {3, "drei"},      {4, "vier"},       {5, "fünf"},
+      {6, "allgemein"}, {-1, "allgemein"}, {(std::int64_t{1} << 32) + 1, "allgemein"}};
   for (const auto& [code, message] : messages) {
     const KVError made = error(code);
     EXPECT_EQ(made.domain, "com.kelvora.KelvoraCore.ErrorDomain");

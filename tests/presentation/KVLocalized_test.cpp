@@ -42,7 +42,7 @@ TEST_F(Localized, WithoutAChosenLanguageTheSystemsTableIsUsed) {
   mac_.bundle.localizations = {{"de", "en"}};
   EXPECT_EQ(text("category-fan-name"), "Lüfter");
   EXPECT_EQ(text("unknown"), "unknown");
-  mac_.bundle.localizations = {{"ja"}};
+  mac_.bundle.localizations = {{"ja", "de"}};  // only the first counts
   EXPECT_EQ(text("category-fan-name"), "category-fan-name");
   mac_.bundle.localizations = {std::vector<std::string>()};
   EXPECT_EQ(text("category-fan-name"), "category-fan-name");
@@ -69,7 +69,7 @@ TEST_F(Localized, AFolderWithoutATableGivesTheKey) {
   EXPECT_EQ(textIn("fr", "category-fan-name"), "category-fan-name");
 }
 
-TEST_F(Localized, ATableThatIsNoFileCountsAsEmptyAndIsNotWaitedFor) {
+TEST_F(Localized, ATableThatIsNotAFileCountsAsEmptyAndIsNotWaitedFor) {
   std::filesystem::create_directories(mac_.resources.path("fr.lproj"));
   ASSERT_EQ(mkfifo(mac_.resources.path("fr.lproj/Localizable.strings").c_str(), 0600), 0);
   EXPECT_EQ(textIn("fr", "category-fan-name"), "category-fan-name");
@@ -117,6 +117,32 @@ TEST_F(Localized, AChangedTableIsReadAgain) {
       mac_.resources.path("de.lproj/Localizable.strings"),
       std::filesystem::file_time_type::clock::now() + std::chrono::seconds(5));
   EXPECT_EQ(textIn("de", "category-fan-name"), "Gebläse");
+}
+
+TEST_F(Localized, AnOlderTableInPlaceOfTheOneReadIsReadAgain) {
+  EXPECT_EQ(textIn("de", "category-fan-name"), "Lüfter");
+  mac_.addStrings("de", "\"category-fan-name\" = \"Gebläse\";");
+  std::filesystem::last_write_time(
+      mac_.resources.path("de.lproj/Localizable.strings"),
+      std::filesystem::file_time_type::clock::now() - std::chrono::hours(24));
+  EXPECT_EQ(textIn("de", "category-fan-name"), "Gebläse");
+}
+
+TEST_F(Localized, TextsShowEveryChangeBeforeThemAndNoneAfterThem) {
+  mac_.settings.setCurrentLanguage("de");
+  const KVLocalized::Texts german(mac_.settings, *mac_.platform);
+  mac_.settings.setCurrentLanguage("en");
+  std::filesystem::remove_all(mac_.resources.path("de.lproj"));
+  EXPECT_EQ(german.localizedStringForKey("category-fan-name"), "Lüfter");
+  EXPECT_EQ(german.localizedStringForKey("unknown"), "unknown");
+  const KVLocalized::Texts english(mac_.settings, *mac_.platform);
+  EXPECT_EQ(english.localizedStringForKey("category-fan-name"), "Fans");
+}
+
+TEST_F(Localized, TextsOfALanguageWithoutAFolderAreNone) {
+  mac_.settings.setCurrentLanguage("tr");
+  const KVLocalized::Texts texts(mac_.settings, *mac_.platform);
+  EXPECT_FALSE(texts.localizedStringForKey("category-fan-name"));
 }
 
 }  // namespace

@@ -25,13 +25,14 @@ TEST_F(Theme, OnlyTheTextDarkIsDark) {
   mac_.setInterfaceStyle("Dark");
   EXPECT_TRUE(KVThemeManager::isDarkMode(*mac_.platform));
   for (const PropertyListValue& style :
-       {PropertyListValue("dark"), PropertyListValue("Light"), PropertyListValue(true)}) {
+       {PropertyListValue("dark"), PropertyListValue("Light"), PropertyListValue("Auto"),
+        PropertyListValue("Darker"), PropertyListValue(true)}) {
     mac_.setInterfaceStyle(style);
     EXPECT_FALSE(KVThemeManager::isDarkMode(*mac_.platform));
   }
 }
 
-TEST_F(Theme, ASystemThemeChangeTellsEveryProgramExactlyOncePerManager) {
+TEST_F(Theme, ASystemThemeChangeIsAnnouncedExactlyOncePerManager) {
   const KVThemeManager manager(*mac_.platform);
   EXPECT_TRUE(posts().empty());
   const auto& added = mac_.centres.distributedCentre.added;
@@ -48,7 +49,7 @@ TEST_F(Theme, ASystemThemeChangeTellsEveryProgramExactlyOncePerManager) {
   EXPECT_EQ(posts().size(), 3U);
 }
 
-TEST_F(Theme, WithoutAManagerNothingIsTold) {
+TEST_F(Theme, WithoutAManagerNothingIsAnnounced) {
   { const KVThemeManager gone(*mac_.platform); }
   changeSystemTheme();
   EXPECT_TRUE(posts().empty());

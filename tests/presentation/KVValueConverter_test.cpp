@@ -37,6 +37,8 @@ TEST_F(Converter, ZeroIsAReading) {
   EXPECT_EQ(full(0.0, 0), "0°C");
   EXPECT_EQ(full(0.0, 1), "0rpm");
   EXPECT_EQ(full(0.0, 2), "0.00V");
+  EXPECT_EQ(full(-0.0, 0), "-0°C");  // not below 0
+  EXPECT_EQ(full(-0.0, 2), "-0.00V");
 }
 
 TEST_F(Converter, TemperaturesAreWholeDegreesInTheUsersUnit) {
@@ -50,7 +52,7 @@ TEST_F(Converter, TemperaturesAreWholeDegreesInTheUsersUnit) {
 TEST_F(Converter, HalvesGoToTheEvenNeighbourAsTheyAreStored) {
   EXPECT_EQ(number(44.5, 0), "44");
   EXPECT_EQ(number(45.5, 0), "46");
-  EXPECT_EQ(number(2.675, 2), "2.67");  // the nearest double lies below
+  EXPECT_EQ(number(2.675, 2), "2.67");  // the nearest double is below
 }
 
 TEST_F(Converter, CelsiusIsReturnedUnchanged) {
@@ -132,7 +134,7 @@ TEST_F(Converter, TheProcessesLocaleDoesNotCount) {
   std::setlocale(LC_ALL, "C");
 }
 
-TEST(KVValueConverter, WithoutSettingsOfTheCallersItReadsTheSharedOnes) {
+TEST(KVValueConverter, WithoutGivenSettingsItReadsTheSharedOnes) {
   testing::installRecordedPlatform("Macmini8,1");
   EXPECT_EQ(KVValueConverter::fullStringFromValue(45.5, 0, false), "46°C");
   KVSettings::shared().setTempUnitCelsius(false);

@@ -110,6 +110,39 @@ TEST_F(ViewController, ADestroyedScreenHearsNothingOnEitherCentre) {
   EXPECT_EQ(mac_.centres.inProcessCentre.observing, 0);
 }
 
+TEST_F(ViewController, TheHooksOfLoadingRunWhenTheScreenIsAlreadySubscribed) {
+  struct SubscribedScreen : Screen {
+    SubscribedScreen(testing::SomeMac& mac, Hooks& hooks)
+        : Screen(*mac.platform, hooks), mac_(mac) {}
+    void configureUI() override { observing.push_back(observed()); }
+    void localizeUI() override { observing.push_back(observed()); }
+    int observed() const { return mac_.centres.distributedCentre.observing; }
+    std::vector<int> observing;
+    testing::SomeMac& mac_;
+  } screen(mac_, hooks_);
+  screen.viewDidLoad();
+  EXPECT_EQ(screen.observing, (std::vector<int>{3, 3}));
+}
+
+TEST_F(ViewController, EachNoticeCallsTheHandlerThatAScreenOverrides) {
+  struct HandlingScreen : Screen {
+    using Screen::Screen;
+    void handleLanguageDidChangeNotification() override { handled.emplace_back("language"); }
+    void handleThemeDidChangeNotification() override { handled.emplace_back("theme"); }
+    void handleSettingsDidChangeNotification() override { handled.emplace_back("settings"); }
+    Hooks handled;
+  } screen(*mac_.platform, hooks_);
+  screen.viewDidLoad();
+  take();
+  mac_.settings.setCurrentLanguage("de");
+  EXPECT_TRUE(take().empty());
+  post("KVThemeDidChangeNotification");
+  EXPECT_TRUE(take().empty());
+  mac_.settings.setTempUnitCelsius(false);
+  EXPECT_TRUE(take().empty());
+  EXPECT_EQ(screen.handled, (Hooks{"language", "theme", "settings"}));
+}
+
 TEST_F(ViewController, AScreenThatNeverLoadedEndsQuietly) {
   { const Screen screen(*mac_.platform, hooks_); }
   mac_.settings.setTempUnitCelsius(false);

@@ -105,8 +105,9 @@ TEST(LocalizationTables, NoSourceLooksUpAKeyThatTheListLacks) {
       "(Temp|Fan|Voltage|Current|Power)-%@)\"";
   const std::set<std::string> listed = libraryKeys();
   std::set<std::string> spelt;
-  for (const char* room : {"presentation", "store", "settings", "sysinfo", "sensors", "hardware"}) {
-    const fs::path folder = fs::path(KELVORA_SOURCES) / room;
+  for (const char* layer :
+       {"presentation", "store", "settings", "sysinfo", "sensors", "hardware"}) {
+    const fs::path folder = fs::path(KELVORA_SOURCES) / layer;
     if (!fs::exists(folder)) {
       continue;
     }

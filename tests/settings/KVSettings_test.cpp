@@ -120,8 +120,8 @@ TEST_P(SettingsRow, AFreshSuiteGivesTheDefaultAndHoldsItOnlyWhereItIsWrittenBack
   EXPECT_TRUE(notices_.take().empty());
 }
 
-TEST_P(SettingsRow, ASetValueIsStoredWithItsTypeUnderItsKeyAndAnsweredToEveryProgram) {
-  settings_.setValue(setting(), row().newValue);
+TEST_P(SettingsRow, ASetValueIsStoredWithItsTypeUnderItsKeyAndSeenByEveryProgram) {
+  EXPECT_TRUE(settings_.setValue(setting(), row().newValue));
   EXPECT_EQ(suite_->object(row().key), row().newValue);
   KVSettings other(*platform_);
   EXPECT_EQ(other.value(setting()), row().newValue);
@@ -194,10 +194,10 @@ TEST_F(Settings, AFreshTemperatureUnitIsCelsiusAndWrittenButTheFreshManualLinkIs
 }
 
 TEST_F(Settings, TypedAccessorsReadAndWriteTheirOwnKeys) {
-  const auto flips = [&](bool (KVSettings::*get)(), void (KVSettings::*set)(bool),
+  const auto flips = [&](bool (KVSettings::*get)(), bool (KVSettings::*set)(bool),
                          const char* key) {
     const bool before = (settings_.*get)();
-    (settings_.*set)(!before);
+    EXPECT_TRUE((settings_.*set)(!before)) << key;
     EXPECT_EQ((settings_.*get)(), !before) << key;
     EXPECT_EQ(suite_->object(key), PropertyListValue(!before)) << key;
   };
@@ -214,10 +214,10 @@ TEST_F(Settings, TypedAccessorsReadAndWriteTheirOwnKeys) {
   flips(&S::showHIDSensors, &S::setShowHIDSensors, "KVShowHIDSensorsKey");
   flips(&S::showComputedSensors, &S::setShowComputedSensors, "KVShowComputedSensorsKey");
 
-  const auto counts = [&](std::int64_t (KVSettings::*get)(), void (KVSettings::*set)(std::int64_t),
+  const auto counts = [&](std::int64_t (KVSettings::*get)(), bool (KVSettings::*set)(std::int64_t),
                           const char* key) {
     EXPECT_EQ((settings_.*get)(), 0) << key;
-    (settings_.*set)(2);
+    EXPECT_TRUE((settings_.*set)(2)) << key;
     EXPECT_EQ((settings_.*get)(), 2) << key;
     EXPECT_EQ(suite_->object(key), PropertyListValue(2)) << key;
   };
@@ -256,7 +256,7 @@ TEST_F(Settings, OpenAtLoginIsFalseWrittenBackAndCanBeCleared) {
   EXPECT_FALSE(settings_.openAtLogin());
 }
 
-TEST_F(Settings, NumbersAndBooleansStandForEachOther) {
+TEST_F(Settings, NumbersCountAsBooleansAndBooleansAsNumbers) {
   suite_->setObject("KVTempUnitCelsius", 0);
   EXPECT_FALSE(settings_.tempUnitCelsius());
   EXPECT_EQ(settings_.value(settingOf(KVSettingID::kTempUnitCelsius)), PropertyListValue(false));
@@ -309,7 +309,7 @@ TEST_F(Settings, WithoutADocumentsFolderThereIsNoLoggingPath) {
   EXPECT_FALSE(settings_.fileLoggingPath());
 }
 
-TEST_F(Settings, TheLanguagesStandInTheirOrder) {
+TEST_F(Settings, TheLanguagesHaveAFixedOrder) {
   EXPECT_EQ(settings_.allLanguages(),
             (std::vector<std::string>{"en", "fr", "de", "es", "tr", "vi", "zh-Hans", "zh-Hant"}));
 }
@@ -348,7 +348,7 @@ TEST_F(Settings, ALanguageThatThisObjectHasNotSeenIsAnnouncedEvenIfItIsStored) {
   EXPECT_EQ(notices_.take().size(), 1U);
 }
 
-// The thread sanitizer sees a missing lock; the codes are too long to stand inside a string.
+// The thread sanitizer sees a missing lock; the codes are too long for a string's own buffer.
 TEST_F(Settings, TheLanguageIsSetAndReadOnAnyThread) {
   std::vector<std::string> wrong(4);
   std::vector<std::thread> threads;

@@ -2,6 +2,8 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <string>
@@ -103,10 +105,25 @@ TEST_F(KelvoraSettings, AreColouredOnATerminalOnly) {
   EXPECT_THAT(settings().standardOutput, Not(HasSubstr("\x1b")));
 }
 
+const std::vector<std::vector<std::string>> kShowingCommands = {
+    {"sensors"}, {"sensors", "--json"}, {"inventory"}, {"keys"},
+    {"doctor"},  {"machines"},          {"settings"},  {"settings", "get", "tempUnitCelsius"}};
+
 TEST_F(KelvoraSettings, AreNotWrittenByLooking) {
-  settings();
-  settings({"get", "tempUnitCelsius"});
-  EXPECT_EQ(file(), "");
+  for (const auto& command : kShowingCommands) {
+    runKelvora(command);
+    EXPECT_TRUE(std::filesystem::is_empty(folder_.path())) << command.front();
+  }
+}
+
+TEST_F(KelvoraSettings, LookingLeavesADamagedSuiteAsItIs) {
+  folder_.write("group.com.kelvora/Settings.plist", "damaged");
+  for (const auto& command : kShowingCommands) {
+    runKelvora(command);
+    EXPECT_EQ(file(), "damaged") << command.front();
+  }
+  const std::filesystem::directory_iterator entries(folder_.path("group.com.kelvora"));
+  EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
 }
 
 TEST_F(KelvoraSettings, AreTypedSetShownAndUnset) {

@@ -1,6 +1,7 @@
 #include "platforms/linux/settings/FileLock.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <thread>
 
 #include <fcntl.h>
@@ -16,6 +17,10 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::microseconds kPause{500};
+
+std::string folderOf(const std::string& path) {
+  return std::filesystem::path(path).parent_path().string();
+}
 
 // flock() has no time limit of its own.
 bool lockUntil(int descriptor, Clock::time_point deadline) {
@@ -35,12 +40,17 @@ bool lockUntil(int descriptor, Clock::time_point deadline) {
 }  // namespace
 
 FileDescriptor lockFile(const std::string& path, std::chrono::milliseconds wait) {
+  const Clock::time_point deadline = Clock::now() + wait;
   FileDescriptor lock(
       open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
   if (!lock.isOpen()) {
     return lock;
   }
-  if (giveToOwnerOfFolder(lock.get(), path) && lockUntil(lock.get(), Clock::now() + wait)) {
+  // Who waits for the lock holds the folder's lock. So a program that releases the lock and wants
+  // it again at once comes after the one that waits.
+  const FileDescriptor queue(open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (queue.isOpen() && giveToOwnerOfFolder(lock.get(), path) && lockUntil(queue.get(), deadline) &&
+      lockUntil(lock.get(), deadline)) {
     return lock;
   }
   const int error = errno;

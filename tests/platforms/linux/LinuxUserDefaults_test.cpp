@@ -1,15 +1,17 @@
 #include "platforms/linux/settings/LinuxUserDefaults.h"
 
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "base/PropertyListFile.h"
+#include "tests/support/ResourceLimit.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::platform {
@@ -17,6 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using Dictionary = PropertyListValue::Dictionary;
+using testing::ResourceLimit;
 
 constexpr const char* kGroup = "group.com.kelvora";
 constexpr const char* kGroupFolder = "config/group.com.kelvora";
@@ -35,17 +38,26 @@ class LinuxUserDefaultsTest : public ::testing::Test {
     return stat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777U : 0;
   }
 
-  // Stores one setting, and answers what was logged meanwhile.
+  // Stores one setting, and returns what was logged meanwhile.
   std::string logOfAWrite() {
     ::testing::internal::CaptureStderr();
     const auto suite = open();
     EXPECT_FALSE(suite->object("KVAppLaunchCountKey"));
     EXPECT_FALSE(suite->object("KVMainSensor"));
-    suite->setObject("KVMainSensor", "TC0P");
-    EXPECT_TRUE(suite->synchronize());
+    EXPECT_TRUE(suite->setObject("KVMainSensor", "TC0P"));
     EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TC0P"));
     EXPECT_EQ(open()->object("KVMainSensor"), PropertyListValue("TC0P"));
     return ::testing::internal::GetCapturedStderr();
+  }
+
+  // Whether a change of the file from now on gets another change time.
+  static bool isSettled(const std::string& path) {
+    struct stat facts = {};
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    return stat(path.c_str(), &facts) == 0 &&
+           std::pair(facts.st_ctim.tv_sec, facts.st_ctim.tv_nsec) <
+               std::pair(now.tv_sec, now.tv_nsec);
   }
 
   static long linesIn(const std::string& text) {
@@ -57,52 +69,75 @@ class LinuxUserDefaultsTest : public ::testing::Test {
 
 TEST_F(LinuxUserDefaultsTest, AFreshSuiteIsEmptyAndCreatesNothing) {
   EXPECT_FALSE(open()->object("KVTempUnitCelsius"));
-  EXPECT_TRUE(open()->synchronize());
+  EXPECT_TRUE(open()->objects().empty());
   EXPECT_FALSE(fs::exists(folder_.path("config")));
 }
 
-TEST_F(LinuxUserDefaultsTest, AWriteIsSeenAtOnceByItsSuiteAndAfterTheFlushByOthers) {
+TEST_F(LinuxUserDefaultsTest, AWriteIsSeenByEveryReaderWhenItReturns) {
   const auto writer = open();
   const auto reader = open();
-  writer->setObject("KVUpdateFrequencyKey", 2);
-  EXPECT_EQ(writer->object("KVUpdateFrequencyKey"), PropertyListValue(2));
   EXPECT_FALSE(reader->object("KVUpdateFrequencyKey"));
-  ASSERT_TRUE(writer->synchronize());
+  ASSERT_TRUE(writer->setObject("KVUpdateFrequencyKey", 2));
+  EXPECT_EQ(writer->object("KVUpdateFrequencyKey"), PropertyListValue(2));
   EXPECT_EQ(reader->object("KVUpdateFrequencyKey"), PropertyListValue(2));
+  EXPECT_EQ(reader->objects(), (Dictionary{{"KVUpdateFrequencyKey", 2}}));
 }
 
 TEST_F(LinuxUserDefaultsTest, ARemovedSettingIsGoneForEveryReader) {
   const auto suite = open();
-  suite->setObject("KVMainSensor", "TC0P");
-  suite->setObject("KVOpenAtLogin", true);
-  ASSERT_TRUE(suite->synchronize());
-  suite->removeObject("KVMainSensor");
+  ASSERT_TRUE(suite->setObject("KVMainSensor", "TC0P"));
+  ASSERT_TRUE(suite->setObject("KVOpenAtLogin", true));
+  ASSERT_TRUE(suite->removeObject("KVMainSensor"));
   EXPECT_FALSE(suite->object("KVMainSensor"));
-  ASSERT_TRUE(suite->synchronize());
   EXPECT_FALSE(open()->object("KVMainSensor"));
   EXPECT_EQ(open()->object("KVOpenAtLogin"), PropertyListValue(true));
+  EXPECT_TRUE(suite->removeObject("KVMainSensor"));
 }
 
-TEST_F(LinuxUserDefaultsTest, AWriteChangesOnlyItsOwnSettings) {
+TEST_F(LinuxUserDefaultsTest, AWriteChangesOnlyItsOwnSetting) {
   const auto first = open();
   const auto second = open();
-  first->setObject("a", 1);
-  ASSERT_TRUE(first->synchronize());
+  ASSERT_TRUE(first->setObject("a", 1));
   EXPECT_EQ(second->object("a"), PropertyListValue(1));
-  first->setObject("b", 2);
-  second->setObject("c", 3);
-  ASSERT_TRUE(first->synchronize());
-  ASSERT_TRUE(second->synchronize());
+  ASSERT_TRUE(first->setObject("b", 2));
+  ASSERT_TRUE(second->setObject("c", 3));
   for (const auto* suite : {&first, &second}) {
-    EXPECT_EQ((*suite)->object("a"), PropertyListValue(1));
-    EXPECT_EQ((*suite)->object("b"), PropertyListValue(2));
-    EXPECT_EQ((*suite)->object("c"), PropertyListValue(3));
+    EXPECT_EQ((*suite)->objects(), (Dictionary{{"a", 1}, {"b", 2}, {"c", 3}}));
   }
 }
 
-TEST_F(LinuxUserDefaultsTest, WhatWasNotFlushedIsWrittenWhenTheSuiteEnds) {
-  open()->setObject("KVMainSensor", "TC0P");
-  EXPECT_EQ(open()->object("KVMainSensor"), PropertyListValue("TC0P"));
+TEST_F(LinuxUserDefaultsTest, ADefaultIsStoredOnlyIfTheKeyIsStillAbsent) {
+  const auto suite = open();
+  EXPECT_EQ(suite->setObjectIfAbsent("KVTempUnitCelsius", true), PropertyListValue(true));
+  EXPECT_EQ(open()->object("KVTempUnitCelsius"), PropertyListValue(true));
+  ASSERT_TRUE(open()->setObject("KVShowIconInMenu", false));
+  EXPECT_EQ(suite->setObjectIfAbsent("KVShowIconInMenu", true), PropertyListValue(false));
+  EXPECT_EQ(open()->object("KVShowIconInMenu"), PropertyListValue(false));
+}
+
+TEST_F(LinuxUserDefaultsTest, ARewriteInPlaceOfTheSameSizeIsNoticed) {
+  const auto reader = open();
+  folder_.write(kFile, "<plist><dict><key>digit</key><integer>0</integer></dict></plist>");
+  const std::streamoff place = folder_.read(kFile).find('0');
+  std::fstream editor(file(), std::ios::in | std::ios::out | std::ios::binary);
+  for (int round = 0; round < 2000; ++round) {
+    editor.seekp(place);
+    editor << round % 10 << std::flush;
+    ASSERT_EQ(reader->object("digit"), PropertyListValue(round % 10)) << round;
+  }
+}
+
+TEST_F(LinuxUserDefaultsTest, ARewriteThatRestoresTheModificationTimeIsNoticed) {
+  const auto reader = open();
+  folder_.write(kFile, "<plist><dict><key>digit</key><integer>0</integer></dict></plist>");
+  const timespec times[2] = {{1'000'000'000, 0}, {1'000'000'000, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, file().c_str(), times, 0), 0);
+  while (!isSettled(file())) {
+  }
+  ASSERT_EQ(reader->object("digit"), PropertyListValue(0));
+  folder_.write(kFile, "<plist><dict><key>digit</key><integer>1</integer></dict></plist>");
+  ASSERT_EQ(utimensat(AT_FDCWD, file().c_str(), times, 0), 0);
+  EXPECT_EQ(reader->object("digit"), PropertyListValue(1));
 }
 
 TEST_F(LinuxUserDefaultsTest, AReplacementOfTheSameSizeAtTheSameInstantIsNoticed) {
@@ -110,8 +145,7 @@ TEST_F(LinuxUserDefaultsTest, AReplacementOfTheSameSizeAtTheSameInstantIsNoticed
   const auto reader = open();
   struct stat first = {};
   for (int round = 0; round < 200; ++round) {
-    writer->setObject("digit", round % 10);
-    ASSERT_TRUE(writer->synchronize());
+    ASSERT_TRUE(writer->setObject("digit", round % 10));
     ASSERT_EQ(reader->object("digit"), PropertyListValue(round % 10)) << round;
     stat(file().c_str(), &first);
   }
@@ -195,64 +229,162 @@ TEST_F(LinuxUserDefaultsTest, APipeInPlaceOfTheFileIsKeptAsideAndBlocksNobody) {
   EXPECT_TRUE(fs::is_fifo(file() + ".unusable-1"));
 }
 
-TEST_F(LinuxUserDefaultsTest, AFileThatMayNotBeOpenedIsKeptAside) {
+TEST_F(LinuxUserDefaultsTest, AnUnreadableFileIsLeftAloneAndRefusesWrites) {
   fs::create_directories(folder_.path(kGroupFolder));
   ASSERT_EQ(symlink("Settings.plist", file().c_str()), 0);  // leads to itself, for root too
-  EXPECT_EQ(logOfAWrite(), "Settings: " + file() + ": Too many levels of symbolic links\n");
-  EXPECT_TRUE(fs::is_symlink(file() + ".unusable-1"));
-}
-
-TEST_F(LinuxUserDefaultsTest, ALackOfDescriptorsNeverCostsTheSettings) {
-  open()->setObject("KVMainSensor", "TC0P");
-  const auto suite = open();
-  rlimit before = {};
-  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-  const rlimit none{3, before.rlim_max};
   ::testing::internal::CaptureStderr();
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-  suite->setObject("KVOpenAtLogin", true);
-  EXPECT_FALSE(suite->synchronize());
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
-  ::testing::internal::GetCapturedStderr();
-  EXPECT_TRUE(suite->synchronize());
-  EXPECT_EQ(open()->object("KVMainSensor"), PropertyListValue("TC0P"));
-  EXPECT_EQ(open()->object("KVOpenAtLogin"), PropertyListValue(true));
+  const auto suite = open();
+  EXPECT_FALSE(suite->object("KVMainSensor"));
+  EXPECT_FALSE(suite->setObjectIfAbsent("KVMainSensor", "TC0P"));
+  EXPECT_FALSE(suite->setObject("KVMainSensor", "TC0P"));
+  EXPECT_FALSE(suite->object("KVMainSensor"));
+  const std::string log = ::testing::internal::GetCapturedStderr();
+  EXPECT_NE(log.find("Settings: " + file() + ": Too many levels of symbolic links\n"),
+            std::string::npos)
+      << log;
+  EXPECT_TRUE(fs::is_symlink(file()));
   EXPECT_FALSE(fs::exists(file() + ".unusable-1"));
 }
 
-TEST_F(LinuxUserDefaultsTest, AFullDiskLeavesTheOldFileAndTheNewValueWaits) {
-  open()->setObject("KVMainSensor", "TC0P");
-  const auto suite = open();
-  signal(SIGXFSZ, SIG_IGN);
-  rlimit before = {};
-  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-  const rlimit none{10, before.rlim_max};
+TEST_F(LinuxUserDefaultsTest, AFileOfThreeGigabytesIsNeitherReadNorReplaced) {
+  folder_.write(kFile, "<plist><dict></dict></plist>");
+  const std::uintmax_t size = 3ULL << 30;
+  fs::resize_file(file(), size);
   ::testing::internal::CaptureStderr();
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
-  suite->setObject("KVMainSensor", "TC1P");
-  const bool written = suite->synchronize();
-  const bool again = suite->synchronize();
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto suite = open();
+  EXPECT_FALSE(suite->object("KVMainSensor"));
+  EXPECT_FALSE(suite->setObjectIfAbsent("KVMainSensor", "TC0P"));
+  EXPECT_FALSE(suite->setObject("KVMainSensor", "TC0P"));
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "Settings: " + file() + ": larger than 16 MB\nSettings: " + file() +
+                ": it cannot be read before it is written: larger than 16 MB\n");
+  EXPECT_EQ(fs::file_size(file()), size);
+}
+
+TEST_F(LinuxUserDefaultsTest, ALinkIsFollowedAndItsTargetReplaced) {
+  folder_.write("dotfiles/settings",
+                "<plist><dict><key>a</key><integer>1</integer></dict></plist>");
+  fs::create_directories(folder_.path(kGroupFolder));
+  ASSERT_EQ(symlink("../../dotfiles/settings", file().c_str()), 0);
+  ASSERT_TRUE(open()->setObject("b", 2));
+  EXPECT_TRUE(fs::is_symlink(file()));
+  EXPECT_EQ(open()->objects(), (Dictionary{{"a", 1}, {"b", 2}}));
+  EXPECT_EQ(readPropertyListFile(folder_.path("dotfiles/settings")).value,
+            PropertyListValue(Dictionary{{"a", 1}, {"b", 2}}));
+}
+
+TEST_F(LinuxUserDefaultsTest, ALinkToAMissingFileCreatesIt) {
+  fs::create_directories(folder_.path(kGroupFolder));
+  ASSERT_EQ(symlink(folder_.path("dotfiles/settings").c_str(), file().c_str()), 0);
+  EXPECT_FALSE(open()->object("a"));
+  ASSERT_TRUE(open()->setObject("a", 1));
+  EXPECT_TRUE(fs::is_symlink(file()));
+  EXPECT_TRUE(fs::is_regular_file(folder_.path("dotfiles/settings")));
+}
+
+TEST_F(LinuxUserDefaultsTest, ALockThatIsALinkIsNotOpened) {
+  const std::string victim = folder_.path("victim");
+  fs::create_directories(folder_.path(kGroupFolder));
+  ASSERT_EQ(symlink(victim.c_str(), (file() + ".lock").c_str()), 0);
+  ::testing::internal::CaptureStderr();
+  EXPECT_FALSE(open()->setObject("a", 1));
+  EXPECT_NE(::testing::internal::GetCapturedStderr().find("it cannot be locked: Too many levels"),
+            std::string::npos);
+  EXPECT_FALSE(fs::exists(victim));
+  EXPECT_FALSE(fs::exists(file()));
+}
+
+TEST_F(LinuxUserDefaultsTest, PollingWhileAnEditorRewritesTheFileMovesNothing) {
+  const std::string whole =
+      "<plist><dict><key>KVMainSensor</key><string>TC0P</string></dict></plist>";
+  const auto suite = open();
+  ::testing::internal::CaptureStderr();
+  for (int round = 0; round < 100; ++round) {
+    folder_.write(kFile, whole.substr(0, whole.size() / 2));
+    EXPECT_FALSE(suite->setObjectIfAbsent("KVTempUnitCelsius", true));
+    folder_.write(kFile, whole);
+    EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TC0P"));
+  }
   ::testing::internal::GetCapturedStderr();
-  EXPECT_FALSE(written);
-  EXPECT_FALSE(again);
-  EXPECT_EQ(open()->object("KVMainSensor"), PropertyListValue("TC0P"));
-  EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TC1P"));
-  EXPECT_TRUE(suite->synchronize());
-  EXPECT_EQ(open()->object("KVMainSensor"), PropertyListValue("TC1P"));
+  EXPECT_EQ(folder_.read(kFile), whole);
+  for (const auto& entry : fs::directory_iterator(folder_.path(kGroupFolder))) {
+    EXPECT_EQ(entry.path().filename(), "Settings.plist");
+  }
+}
+
+TEST_F(LinuxUserDefaultsTest, NoMoreThanNineDamagedFilesAreKept) {
+  ::testing::internal::CaptureStderr();
+  for (int round = 1; round <= 12; ++round) {
+    folder_.write(kFile, "damaged " + std::to_string(round));
+    EXPECT_TRUE(open()->setObject("round", round));
+  }
+  ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(folder_.read(std::string(kFile) + ".unusable-1"), "damaged 1");
+  EXPECT_EQ(folder_.read(std::string(kFile) + ".unusable-9"), "damaged 12");
+  EXPECT_FALSE(fs::exists(file() + ".unusable-10"));
+  EXPECT_EQ(open()->object("round"), PropertyListValue(12));
+}
+
+TEST_F(LinuxUserDefaultsTest, ALackOfDescriptorsKeepsWhatWasReadAndStoresNothing) {
+  ASSERT_TRUE(open()->setObject("KVMainSensor", "TC0P"));
+  const auto suite = open();
+  ASSERT_EQ(suite->object("KVMainSensor"), PropertyListValue("TC0P"));
+  ASSERT_TRUE(open()->setObject("KVMainSensor", "TC1P"));
+  ::testing::internal::CaptureStderr();
+  {
+    const ResourceLimit descriptors(RLIMIT_NOFILE, 3);
+    EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TC0P"));
+    EXPECT_FALSE(suite->setObject("KVOpenAtLogin", true));
+    EXPECT_FALSE(suite->setObjectIfAbsent("KVTempUnitCelsius", true));
+  }
+  ::testing::internal::GetCapturedStderr();
+  ASSERT_TRUE(open()->setObject("KVOpenAtLogin", false));
+  ASSERT_TRUE(suite->setObject("unrelated", 1));
+  EXPECT_EQ(open()->objects(),
+            (Dictionary{{"KVMainSensor", "TC1P"}, {"KVOpenAtLogin", false}, {"unrelated", 1}}));
+  EXPECT_FALSE(fs::exists(file() + ".unusable-1"));
+}
+
+TEST_F(LinuxUserDefaultsTest, AFullDiskLeavesTheOldFileAndNothingForLater) {
+  ASSERT_TRUE(open()->setObject("KVMainSensor", "TC0P"));
+  const auto suite = open();
+  ::testing::internal::CaptureStderr();
+  {
+    const ResourceLimit fileSize(RLIMIT_FSIZE, 10);
+    EXPECT_FALSE(suite->setObject("KVMainSensor", "TC1P"));
+    EXPECT_FALSE(suite->setObject("KVMainSensor", "TC1P"));
+    EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TC0P"));
+  }
+  ::testing::internal::GetCapturedStderr();
+  EXPECT_FALSE(fs::exists(file() + ".new"));
+  ASSERT_TRUE(open()->setObject("KVMainSensor", "TC2P"));
+  EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TC2P"));
+  ASSERT_TRUE(suite->setObject("unrelated", 1));
+  EXPECT_EQ(open()->objects(), (Dictionary{{"KVMainSensor", "TC2P"}, {"unrelated", 1}}));
+}
+
+TEST_F(LinuxUserDefaultsTest, AFullDiskLeavesADamagedFileInPlace) {
+  folder_.write(kFile, "damaged");
+  ::testing::internal::CaptureStderr();
+  {
+    const ResourceLimit fileSize(RLIMIT_FSIZE, 10);
+    EXPECT_FALSE(open()->setObject("KVMainSensor", "TC1P"));
+  }
+  ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(folder_.read(kFile), "damaged");
+  EXPECT_FALSE(fs::exists(file() + ".unusable-1"));
 }
 
 TEST_F(LinuxUserDefaultsTest, AFolderThatCannotBeCreatedFailsAndIsLoggedOnce) {
   folder_.write("file", "");
   const auto suite = LinuxUserDefaults(folder_.path("file")).suite(kGroup);
   ::testing::internal::CaptureStderr();
-  suite->setObject("a", 1);
-  EXPECT_FALSE(suite->synchronize());
-  EXPECT_FALSE(suite->synchronize());
+  EXPECT_FALSE(suite->setObject("a", 1));
+  EXPECT_FALSE(suite->setObject("a", 1));
   const std::string log = ::testing::internal::GetCapturedStderr();
   EXPECT_EQ(linesIn(log), 1) << log;
   EXPECT_NE(log.find("its folder cannot be created: Not a directory"), std::string::npos) << log;
-  EXPECT_EQ(suite->object("a"), PropertyListValue(1));
+  EXPECT_FALSE(suite->object("a"));
 }
 
 TEST_F(LinuxUserDefaultsTest, GlobalSettingsComeFromTheirOwnFileAndFollowIt) {

@@ -1,6 +1,9 @@
 // Several processes on one settings file.
 #include <array>
+#include <cerrno>
 #include <chrono>
+#include <filesystem>
+#include <functional>
 #include <map>
 #include <random>
 #include <string>
@@ -9,9 +12,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "base/PropertyListFile.h"
+#include "platforms/linux/settings/FileLock.h"
 #include "platforms/linux/settings/LinuxUserDefaults.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/RandomSeed.h"
@@ -23,17 +28,24 @@ namespace {
 using testing::ChildWork;
 
 constexpr const char* kGroup = "group.com.kelvora";
-constexpr int kWrites = 1000;
+constexpr int kWrites = 300;
 
 std::string counterOf(int writer) { return "counter " + std::to_string(writer); }
 
-// Counts up in a setting of its own, with a second one that always follows it.
+// Two equal numbers in one setting: a reader that finds them different has read half a write.
+PropertyListValue pairOf(std::int64_t number) { return PropertyListValue::Array{number, number}; }
+
+// The number of a pair; -1 when its halves differ.
+std::int64_t numberIn(const PropertyListValue& pair) {
+  const auto& numbers = *pair.as<PropertyListValue::Array>();
+  return numbers.at(0) == numbers.at(1) ? numbers[0].integerValue() : -1;
+}
+
+// Counts up in a setting of its own.
 int countUp(const std::string& folder, int writer) {
   const auto suite = LinuxUserDefaults(folder).suite(kGroup);
   for (int number = 1; number <= kWrites; ++number) {
-    suite->setObject(counterOf(writer), number);
-    suite->setObject("copy of " + counterOf(writer), number);
-    if (!suite->synchronize()) {
+    if (!suite->setObject(counterOf(writer), pairOf(number))) {
       return 1;
     }
   }
@@ -57,8 +69,8 @@ int watch(const std::string& folder, int untilClosed) {
       if (found == values->end()) {
         continue;
       }
-      const std::int64_t number = found->second.integerValue();
-      if (number < last[key] || values->at("copy of " + key).integerValue() != number) {
+      const std::int64_t number = numberIn(found->second);
+      if (number < last[key]) {
         return 2;
       }
       last[key] = number;
@@ -93,7 +105,7 @@ TEST(SettingsFileProcesses, ThreeWritersLoseNothingAndReadersAlwaysSeeAWholeFile
   close(ends[0]);
   const auto suite = LinuxUserDefaults(folder.path("")).suite(kGroup);
   for (int writer = 0; writer < 3; ++writer) {
-    EXPECT_EQ(suite->object(counterOf(writer)), PropertyListValue(kWrites));
+    EXPECT_EQ(suite->object(counterOf(writer)), pairOf(kWrites));
   }
 }
 
@@ -101,8 +113,7 @@ TEST(SettingsFileProcesses, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewFile) {
   const testing::TemporaryFolder folder;
   LinuxUserDefaults defaults(folder.path(""));
   const auto suite = defaults.suite(kGroup);
-  suite->setObject("mine", "kept");
-  ASSERT_TRUE(suite->synchronize());
+  ASSERT_TRUE(suite->setObject("mine", "kept"));
   const unsigned seed = testing::randomSeed();
   SCOPED_TRACE(testing::seedNote(seed));
   std::mt19937 random(seed);
@@ -111,9 +122,7 @@ TEST(SettingsFileProcesses, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewFile) {
     ChildWork writer([&] {
       const auto own = LinuxUserDefaults(folder.path("")).suite(kGroup);
       for (std::int64_t number = last + 1;; ++number) {
-        own->setObject("number", number);
-        own->setObject("same number", number);
-        own->synchronize();
+        own->setObject("number", pairOf(number));
       }
       return 0;
     });
@@ -124,14 +133,152 @@ TEST(SettingsFileProcesses, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewFile) {
     const PropertyListReading file = readPropertyListFile(defaults.suitePath(kGroup));
     ASSERT_EQ(file.failure, "") << round;
     ASSERT_EQ(suite->object("mine"), PropertyListValue("kept")) << round;
-    const std::int64_t number = suite->object("number").value_or(0).integerValue();
-    ASSERT_EQ(suite->object("same number").value_or(0).integerValue(), number) << round;
+    const std::int64_t number = numberIn(suite->object("number").value_or(pairOf(0)));
     ASSERT_GE(number, last) << round;
     last = number;
   }
   EXPECT_GT(last, 0);
-  suite->setObject("after", true);
-  EXPECT_TRUE(suite->synchronize());
+  EXPECT_TRUE(suite->setObject("after", true));
+}
+
+TEST(SettingsFileProcesses, ThreeProgramsSetOneKeyAtOnceAndEachSucceeds) {
+  const testing::TemporaryFolder folder;
+  std::vector<ChildWork> writers;
+  for (int writer = 0; writer < 3; ++writer) {
+    writers.emplace_back([&] {
+      for (int round = 0; round < 150; ++round) {
+        if (!LinuxUserDefaults(folder.path("")).suite(kGroup)->setObject("one key", writer)) {
+          return 1;
+        }
+      }
+      return 0;
+    });
+  }
+  for (ChildWork& writer : writers) {
+    EXPECT_EQ(writer.wait(), 0);
+  }
+}
+
+TEST(SettingsFileProcesses, ADefaultNeverReplacesWhatAnotherProgramStoresMeanwhile) {
+  constexpr int kRounds = 200;
+  const testing::TemporaryFolder folder;
+  const auto suite = LinuxUserDefaults(folder.path("")).suite(kGroup);
+  ChildWork reader([&] {
+    const auto own = LinuxUserDefaults(folder.path("")).suite(kGroup);
+    for (int round = 0; round < kRounds; ++round) {
+      own->setObjectIfAbsent("setting " + std::to_string(round), "default");
+    }
+    return 0;
+  });
+  for (int round = 0; round < kRounds; ++round) {
+    EXPECT_TRUE(suite->setObject("setting " + std::to_string(round), "chosen"));
+  }
+  EXPECT_EQ(reader.wait(), 0);
+  for (int round = 0; round < kRounds; ++round) {
+    EXPECT_EQ(suite->object("setting " + std::to_string(round)), PropertyListValue("chosen"));
+  }
+}
+
+// Holds the lock of a suite's file until the end.
+class OtherLocker {
+ public:
+  explicit OtherLocker(const std::string& file) : lock_(lockFile(file + ".lock", {})) {}
+  bool isLocked() const { return lock_.isOpen(); }
+
+ private:
+  FileDescriptor lock_;
+};
+
+TEST(SettingsFileProcesses, ALockThatIsNeverReleasedFailsTheSetterAndStopsNoGetter) {
+  const testing::TemporaryFolder folder;
+  const std::string file = LinuxUserDefaults(folder.path("")).suitePath(kGroup);
+  const auto suite = LinuxUserDefaults(folder.path("")).suite(kGroup);
+  ASSERT_TRUE(suite->setObject("a", 1));
+  {
+    const OtherLocker other(file);
+    ASSERT_TRUE(other.isLocked());
+    ::testing::internal::CaptureStderr();
+    EXPECT_FALSE(suite->setObject("a", 2));
+    for (int read = 0; read < 1000; ++read) {  // with a wait each they would last for minutes
+      EXPECT_FALSE(suite->setObjectIfAbsent("b", true));
+    }
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "Settings: " + file + ": another program keeps it locked\n");
+    EXPECT_EQ(suite->object("a"), PropertyListValue(1));
+  }
+  EXPECT_EQ(suite->setObjectIfAbsent("b", true), PropertyListValue(true));
+}
+
+TEST(FileLock, IsHeldUntilItsDescriptorIsClosed) {
+  const testing::TemporaryFolder folder;
+  const std::string path = folder.path("lock");
+  FileDescriptor first = lockFile(path, {});
+  ASSERT_TRUE(first.isOpen());
+  EXPECT_FALSE(lockFile(path, std::chrono::milliseconds(1)).isOpen());
+  EXPECT_EQ(errno, ETIMEDOUT);
+  first.close();
+  EXPECT_TRUE(lockFile(path, {}).isOpen());
+}
+
+// What root does with the home folder of user 65534, and that user afterwards.
+class SettingsOfAnotherAccount : public ::testing::Test {
+ protected:
+  static constexpr uid_t kUser = 65534;
+
+  void SetUp() override {
+    if (geteuid() != 0) {
+      GTEST_SKIP() << "only root can act for another account";
+    }
+    ASSERT_EQ(chown(home_.path().c_str(), kUser, kUser), 0);
+  }
+
+  std::unique_ptr<UserDefaultsSuite> suite() const {
+    return LinuxUserDefaults(home_.path(".config")).suite(kGroup);
+  }
+
+  int asUser(const std::function<int()>& work) const {
+    return ChildWork([&] { return setuid(kUser) == 0 ? work() : 100; }).wait();
+  }
+
+  static uid_t ownerOf(const std::string& path) {
+    struct stat facts = {};
+    return lstat(path.c_str(), &facts) == 0 ? facts.st_uid : static_cast<uid_t>(-1);
+  }
+
+  testing::TemporaryFolder home_;
+};
+
+TEST_F(SettingsOfAnotherAccount, WhatRootCreatesBelongsToTheAccount) {
+  ASSERT_TRUE(suite()->setObject("root's", 1));
+  std::size_t entries = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(home_.path())) {
+    EXPECT_EQ(ownerOf(entry.path()), kUser) << entry.path();
+    ++entries;
+  }
+  EXPECT_EQ(entries, 4U);  // two folders, the file and its lock
+  EXPECT_EQ(asUser([&] {
+              const auto own = suite();
+              return own->object("root's") == PropertyListValue(1) && own->setObject("own", 2) ? 0
+                                                                                               : 1;
+            }),
+            0);
+  EXPECT_EQ(suite()->objects(), (PropertyListValue::Dictionary{{"root's", 1}, {"own", 2}}));
+}
+
+TEST_F(SettingsOfAnotherAccount, AFileThatTheAccountMayNotReadStaysAsItIs) {
+  ASSERT_TRUE(suite()->setObject("root's", 1));
+  const std::string file = LinuxUserDefaults(home_.path(".config")).suitePath(kGroup);
+  ASSERT_EQ(chown(file.c_str(), 0, 0), 0);
+  EXPECT_EQ(asUser([&] {
+              const auto own = suite();
+              const bool isUntouched = !own->object("root's") && !own->setObject("own", 2) &&
+                                       !own->setObjectIfAbsent("own", 2) && !own->object("own");
+              return isUntouched ? 0 : 1;
+            }),
+            0);
+  EXPECT_EQ(suite()->objects(), (PropertyListValue::Dictionary{{"root's", 1}}));
+  EXPECT_FALSE(std::filesystem::exists(file + ".unusable-1"));
+  EXPECT_FALSE(std::filesystem::exists(file + ".new"));
 }
 
 }  // namespace

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <functional>
+
+namespace kelvora::testing {
+
+/// How many calls that look at the file system (open, stat, access, readlink, read and their like)
+/// `work` makes in a process of its own, after `preparation` there. Counted by the kernel's
+/// tracing, so no call of any library is missed. Throws std::runtime_error where tracing is not
+/// permitted or the process fails.
+int fileCallsOf(const std::function<void()>& preparation, const std::function<void()>& work);
+
+}  // namespace kelvora::testing
