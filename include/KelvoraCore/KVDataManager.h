@@ -42,6 +42,8 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   /// The same as `setAppMode`: a host calls it once, before `shared`.
   static void setupWithAppMode(std::int64_t mode);
 
+  /// Opens settings and store of a platform, which must outlive the object. Listens to
+  /// KVDataManagerDidGenerateDatasetNotification until the object is destroyed.
   explicit KVDataManager(Platform& platform = Platform::current());
   ~KVDataManager() override;
 

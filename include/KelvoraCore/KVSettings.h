@@ -30,6 +30,7 @@ class UserDefaultsSuite;
 /// write succeeds. Any thread.
 class KELVORA_EXPORT KVSettings {
  public:
+  /// Opens the shared suite of a platform, which must outlive the object. Reads and writes nothing.
   explicit KVSettings(Platform& platform = Platform::current());
   virtual ~KVSettings();
   KVSettings(const KVSettings&) = delete;
@@ -65,6 +66,7 @@ class KELVORA_EXPORT KVSettings {
   bool didAutoBoost();
   bool setDidAutoBoost(bool boosted);
 
+  /// Whether the host writes readings to a file; false by default.
   bool fileLoggingEnabled();
   bool setFileLoggingEnabled(bool enabled);
   /// "/Users/anna/Documents/Kelvora Log.csv" by default; none when the system has no documents
@@ -76,6 +78,7 @@ class KELVORA_EXPORT KVSettings {
   std::int64_t fileLoggingResetMode();
   bool setFileLoggingResetMode(std::int64_t mode);
 
+  /// Whether the product starts when the user logs in; false by default.
   bool openAtLogin();
   /// None removes the setting: the next read gives false.
   bool setOpenAtLogin(std::optional<bool> open);
@@ -98,6 +101,7 @@ class KELVORA_EXPORT KVSettings {
   /// Seconds between samples: 2.0, 5.0 or 10.0 by `updateFrequency`; 2.0 for any other number.
   double updateInterval();
 
+  /// What the menu bar shows; both true by default.
   bool showTempInMenu();
   bool setShowTempInMenu(bool show);
   bool showIconInMenu();
@@ -120,6 +124,7 @@ class KELVORA_EXPORT KVSettings {
   bool setAppLaunchCount(std::int64_t count);
 
  protected:
+  /// Settings over another suite than the shared one.
   KVSettings(Platform& platform, std::unique_ptr<platform::UserDefaultsSuite> suite);
 
   /// The default of a setting whose default is computed; none when it has none. A subclass returns
@@ -129,6 +134,7 @@ class KELVORA_EXPORT KVSettings {
   /// Broadcasts a stored value (none: a removed key) as the setting's row says.
   virtual void announce(const KVSetting& setting, const std::optional<PropertyListValue>& value);
 
+  /// The platform given to the constructor.
   Platform& platform() const { return platform_; }
 
  private:

@@ -13,6 +13,7 @@ namespace kelvora {
 /// the start of each refresh, and pass it wherever `KVSettings&` is taken. Any thread.
 class KELVORA_EXPORT KVSettingsSnapshot : public KVSettings {
  public:
+  /// Reads the suite of `settings`, which may be destroyed afterwards.
   explicit KVSettingsSnapshot(KVSettings& settings = KVSettings::shared());
 
  protected:

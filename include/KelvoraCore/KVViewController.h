@@ -15,6 +15,7 @@ namespace kelvora {
 /// thread only.
 class KELVORA_EXPORT KVViewController {
  public:
+  /// Subscribes to nothing yet; the platform must outlive the object.
   explicit KVViewController(Platform& platform = Platform::current());
   /// Ends all subscriptions, on both notification centres.
   virtual ~KVViewController();
@@ -39,6 +40,7 @@ class KELVORA_EXPORT KVViewController {
   /// destroyed.
   void observeInProcess(const std::string& name, std::function<void()> handler);
 
+  /// The platform given to the constructor.
   Platform& platform() const { return platform_; }
 
  private:
