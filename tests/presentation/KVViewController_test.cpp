@@ -112,13 +112,13 @@ TEST_F(ViewController, ADestroyedScreenHearsNothingOnEitherCentre) {
 
 TEST_F(ViewController, TheHooksOfLoadingRunWhenTheScreenIsAlreadySubscribed) {
   struct SubscribedScreen : Screen {
-    SubscribedScreen(testing::SomeMac& mac, Hooks& hooks)
+    SubscribedScreen(testing::TestMac& mac, Hooks& hooks)
         : Screen(*mac.platform, hooks), mac_(mac) {}
     void configureUI() override { observing.push_back(observed()); }
     void localizeUI() override { observing.push_back(observed()); }
     int observed() const { return mac_.centres.distributedCentre.observing; }
     std::vector<int> observing;
-    testing::SomeMac& mac_;
+    testing::TestMac& mac_;
   } screen(mac_, hooks_);
   screen.viewDidLoad();
   EXPECT_EQ(screen.observing, (std::vector<int>{3, 3}));

@@ -1,4 +1,5 @@
 // A refresh of labels and values: what it costs in calls, and that it is never stale.
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,7 @@
 
 #include "platforms/linux/settings/LinuxUserDefaults.h"
 #include "tests/support/FileCalls.h"
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
@@ -46,19 +47,35 @@ class Refresh : public ::testing::Test {
     return shown;
   }
 
+  // Of the clock that file times have; a few milliseconds.
+  static void waitForTheNextTick() {
+    timespec start = {};
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME_COARSE, &start);
+    do {
+      clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    } while (now.tv_sec == start.tv_sec && now.tv_nsec == start.tv_nsec);
+  }
+
   // File-system calls of a refresh that is not the process's first, and of one that is.
   int callsOfARefresh(std::size_t sensors) {
     KVSettings live(*mac_.platform);
-    return testing::fileCallsOf([&] { show(1, live, *mac_.platform); },
-                                [&] { show(sensors, live, *mac_.platform); });
+    // A file that was written in the current tick of the clock is read again.
+    return testing::fileCallsOf(
+        [&] {
+          waitForTheNextTick();
+          show(1, live, *mac_.platform);
+        },
+        [&] { show(sensors, live, *mac_.platform); });
   }
   int callsOfAFirstRefresh(std::size_t sensors) {
     KVSettings live(*mac_.platform);
-    return testing::fileCallsOf([] {}, [&] { show(sensors, live, *mac_.platform); });
+    return testing::fileCallsOf([] { waitForTheNextTick(); },
+                                [&] { show(sensors, live, *mac_.platform); });
   }
 
   testing::TemporaryFolder folder_;
-  testing::SomeMac mac_;
+  testing::TestMac mac_;
 };
 
 TEST_F(Refresh, MakesAFewFileCallsHoweverManySensors) {

@@ -4,14 +4,14 @@
 
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/RecordedNotices.h"
-#include "tests/support/SomeMac.h"
+#include "tests/support/TestMac.h"
 
 namespace kelvora {
 namespace {
 
 class Snapshot : public ::testing::Test {
  protected:
-  testing::SomeMac mac_;
+  testing::TestMac mac_;
   std::unique_ptr<platform::UserDefaultsSuite> suite_ =
       mac_.platform->userDefaults().suite("group.com.kelvora");
 };

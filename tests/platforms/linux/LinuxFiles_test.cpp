@@ -114,15 +114,6 @@ TEST(LinuxFiles, TheUsersFoldersFollowTheEnvironment) {
   EXPECT_EQ(files.applicationSupportFolder(), home.path() + "/.local/share");
 }
 
-TEST(LinuxFiles, APipeInPlaceOfTheListOfFoldersIsNotWaitedFor) {
-  const TemporaryFolder home;
-  setenv("HOME", home.path().c_str(), 1);
-  unsetenv("XDG_CONFIG_HOME");
-  std::filesystem::create_directory(home.path(".config"));
-  ASSERT_EQ(mkfifo(home.path(".config/user-dirs.dirs").c_str(), 0600), 0);
-  EXPECT_EQ(LinuxFiles().documentsFolder(), home.path("Documents"));
-}
-
 TEST(LinuxMainBundle, KnowsTheRunningExecutable) {
   EXPECT_EQ(std::filesystem::path(LinuxMainBundle().executablePath()).filename(),
             "platforms_tests");
