@@ -67,8 +67,8 @@ SensorController::SensorController()
 // The two queries that a reading needs. A whole inventory would run the system profiler and ask for
 // battery and disk too.
 SensorController::SensorController(Platform& platform)
-    : SensorController(platform, queryProcessor(platform.systemControls(), std::nullopt).platform) {
-}
+    : SensorController(platform,
+                       queryProcessor(platform.systemControls(), platform.registry()).platform) {}
 
 SensorController::SensorController(Platform& platform, const ZDSystemDevice& device)
     : SensorController(platform, device.cpuInfo().platform, device.gpuInfos()) {}
