@@ -22,6 +22,9 @@ class KELVORA_EXPORT StandardOutput {
   /// written: the disk is full, say, or the program was started with its output closed. Logs
   /// nothing.
   bool write(std::string_view text);
+  /// From now on, discards what else the process prints to descriptor 1, for a report that says the
+  /// same itself; or passes it to standard error again. Standard error is not affected.
+  void discardMessages(bool discard);
   /// Whether a person's terminal shows the output.
   bool isTerminal() const;
   /// Width of the terminal in columns, e.g. 80; 0 when it is not a terminal or has no width.

@@ -59,6 +59,15 @@ bool StandardOutput::write(std::string_view text) {
   return true;
 }
 
+void StandardOutput::discardMessages(bool discard) {
+  std::fflush(stdout);
+  const int nowhere = discard ? open("/dev/null", O_WRONLY | O_CLOEXEC) : -1;
+  dup2(discard ? nowhere : STDERR_FILENO, STDOUT_FILENO);
+  if (nowhere >= 0) {
+    close(nowhere);
+  }
+}
+
 bool StandardOutput::isTerminal() const { return isatty(descriptor_) == 1; }
 
 int StandardOutput::columns() const {

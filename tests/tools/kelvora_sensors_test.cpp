@@ -15,6 +15,7 @@ namespace kelvora::testing {
 namespace {
 
 using ::testing::ContainsRegex;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -95,17 +96,57 @@ TEST_F(KelvoraSensors, AreLabelledInTheUsersLanguage) {
 }
 
 TEST_F(KelvoraSensors, StayRawInJSONWhateverTheUserChose) {
-  const std::string before = run("--json").standardOutput;
+  const auto sensors = [&] {
+    return nlohmann::json::parse(run("--json").standardOutput)["sensors"];
+  };
+  const auto before = sensors();
   choose(
       "<key>KVTempUnitCelsius</key><false/><key>KVFanValueTypeKey</key><integer>1</integer>"
       "<key>CURRENT_LANGUAGE_KEY</key><string>de</string>");
-  EXPECT_EQ(run("--json").standardOutput, before);
-  const auto report = nlohmann::json::parse(before);
+  EXPECT_EQ(sensors(), before);
   const auto found = std::ranges::find_if(
-      report["sensors"], [](const nlohmann::json& sensor) { return sensor["key"] == "TC0P"; });
-  ASSERT_NE(found, report["sensors"].end());
+      before, [](const nlohmann::json& sensor) { return sensor["key"] == "TC0P"; });
+  ASSERT_NE(found, before.end());
   EXPECT_EQ((*found)["value"], 45.5);
   EXPECT_EQ((*found)["name"], "CPU Proximity");
+}
+
+// The end of a reading of a machine with these keys, behind the sensors.
+ProgramResult readingOf(const std::string& smc, const std::string& more = "") {
+  const TemporaryFolder folder;
+  const std::string file = folder.write(
+      "machine.json",
+      R"({"format": "kelvora-machine", "version": 1, "architecture": "arm64", "title": "T")" + smc +
+          "}");
+  std::vector<std::string> arguments = {"sensors", "--machine", file};
+  if (!more.empty()) {
+    arguments.push_back(more);
+  }
+  return runKelvora(arguments);
+}
+
+constexpr char kFanWithoutName[] = R"(, "smc": {"keys": [
+  {"key": "#KEY", "type": "ui32", "bytes": "00000005"},
+  {"key": "FNum", "type": "ui8 ", "bytes": "01"},
+  {"key": "F0Ac", "type": "fpe2", "bytes": "1f40"},
+  {"key": "F0Mn", "type": "fpe2", "bytes": "0fa0"},
+  {"key": "F0Mx", "type": "fpe2", "bytes": "2ee0", "status": 1}]})";
+
+TEST(MissingKeys, AreEachNamedOnceAsNotRecorded) {
+  const std::string report = readingOf(kFanWithoutName).standardOutput;
+  EXPECT_THAT(report, HasSubstr("\n\nNot in this recording\n  F0ID\n\nNot readable\n"
+                                "  SMC read (F0Mx) failed\n"));
+  const auto json = nlohmann::json::parse(readingOf(kFanWithoutName, "--json").standardOutput);
+  EXPECT_EQ(json["notInRecording"], nlohmann::json({"F0ID"}));
+  EXPECT_THAT(json["failures"].dump(), HasSubstr("F0ID")) << "every message of the library";
+}
+
+TEST(MissingKeys, AreTheWholeSMCWhereNoneWasRecorded) {
+  const ProgramResult result = readingOf(R"(, "hid": [{"usagePage": 65280, "usage": 5,
+      "product": "PMU tdie1", "events": {"15": 44.28}}])");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.standardError, Not(HasSubstr("SMC")));
+  EXPECT_THAT(result.standardOutput, EndsWith("\n\nNot in this recording\n  SMC\n"));
 }
 
 // Keys of the sensors that a call of `sensors` shows of the iMac.

@@ -220,8 +220,6 @@ TEST(Kelvora, AListThatTheMachineDoesNotReportIsNotAnEmptyList) {
   const json inventory = json::parse(result.standardOutput)["inventory"];
   EXPECT_TRUE(inventory["cpuInfo"]["coreList"].is_null());
   EXPECT_TRUE(inventory["gpuInfos"].is_null());
-  EXPECT_THAT(runKelvora({"inventory", "--machine", machine.path}).standardOutput,
-              ::testing::ContainsRegex("\ncpuInfo.coreList +none\n"));
 }
 
 TEST(Kelvora, EveryGroupOfSensorsHasItsHeadingInItsOrder) {
@@ -248,7 +246,7 @@ TEST(Kelvora, EveryGroupOfSensorsHasItsHeadingInItsOrder) {
 }
 
 TEST(Kelvora, MessagesOfTheSMCLayerNeverMixWithTheReport) {
-  const ProgramResult result = runKelvora({"sensors", "--machine", "Macmini9,1", "--json"});
+  const ProgramResult result = runKelvora({"keys", "--machine", "Macmini9,1", "--json"});
   EXPECT_TRUE(json::accept(result.standardOutput));
   EXPECT_THAT(result.standardError, HasSubstr("Error: no SMC found"));
 }

@@ -1,7 +1,4 @@
-#include <algorithm>
 #include <optional>
-#include <string>
-#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -9,8 +6,8 @@
 #include "KelvoraCore/ZDSystemDevice.h"
 
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/InventoryText.h"
 #include "tools/kelvora/Report.h"
-#include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
@@ -107,44 +104,6 @@ Json jsonOf(const ZDSystemDevice& device) {
       {"memoryInfo", {{"physicalMemory", device.memoryInfo().physicalMemory}}}};
 }
 
-using Field = std::pair<std::string, std::string>;
-
-std::string textOf(const Json& value) {
-  if (value.is_null()) {
-    return "none";
-  }
-  return printable(value.is_string() ? value.get<std::string>() : value.dump());
-}
-
-// Every value by its path: "cpuInfo.coreList[0].name".
-void flatten(const Json& value, const std::string& path, std::vector<Field>& fields) {
-  if (value.is_object()) {
-    for (const auto& member : value.items()) {
-      flatten(member.value(), path.empty() ? member.key() : path + "." + member.key(), fields);
-    }
-  } else if (value.is_array() && !value.empty()) {
-    for (std::size_t i = 0; i < value.size(); ++i) {
-      flatten(value[i], path + "[" + std::to_string(i) + "]", fields);
-    }
-  } else {
-    fields.emplace_back(path, textOf(value));
-  }
-}
-
-std::string rendered(const Json& inventory, const Style& style) {
-  std::vector<Field> fields;
-  flatten(inventory, "", fields);
-  std::size_t width = 0;
-  for (const Field& field : fields) {
-    width = std::max(width, displayWidth(field.first));
-  }
-  std::string text;
-  for (const auto& [name, value] : fields) {
-    text += style.faint(fitted(name, width)) + "  " + value + "\n";
-  }
-  return text;
-}
-
 // A system that reports none of these reports nothing.
 bool isEmpty(const ZDSystemDevice& device) {
   return device.modelInfo().modelId.empty() && device.cpuInfo().brand == "Unknown" &&
@@ -157,12 +116,11 @@ bool isEmpty(const ZDSystemDevice& device) {
 int runInventory(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
   const ZDSystemDevice device(machine.platform);
-  const Json inventory = jsonOf(device);
   if (options.json) {
-    writeJson(output, {{"machine", jsonMachine(machine.platform)}, {"inventory", inventory}});
+    writeJson(output, {{"machine", jsonMachine(machine.platform)}, {"inventory", jsonOf(device)}});
   } else {
-    writeText(output, machineLine(machine, static_cast<std::size_t>(output.columns())) + "\n" +
-                          rendered(inventory, Style(output)));
+    writeText(output, machineLine(machine, static_cast<std::size_t>(output.columns())) +
+                          inventoryText(device, Style(output)));
   }
   if (isEmpty(device)) {
     throw CommandError(kExitNothingRead,

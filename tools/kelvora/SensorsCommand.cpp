@@ -12,6 +12,7 @@
 #include "KelvoraCore/SensorController.h"
 
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/ReadFailures.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/Text.h"
@@ -168,8 +169,17 @@ std::string rendered(const std::vector<Line>& lines, const Columns& columns, con
   return text;
 }
 
+std::string listText(const char* heading, const std::vector<std::string>& lines,
+                     const Style& style) {
+  std::string text = lines.empty() ? "" : "\n" + style.heading(heading) + "\n";
+  for (const std::string& line : lines) {
+    text += "  " + printable(line) + "\n";
+  }
+  return text;
+}
+
 void writeReading(StandardOutput& output, const MachineChoice& machine, const SensorList& sensors,
-                  const std::vector<std::string>& failures) {
+                  const ReadFailures& failures) {
   KVSettingsSnapshot settings;
   const KVLocalized::Texts texts(settings, machine.platform);
   std::vector<Line> lines;
@@ -180,15 +190,10 @@ void writeReading(StandardOutput& output, const MachineChoice& machine, const Se
   }
   const Style style(output);
   const auto terminal = static_cast<std::size_t>(output.columns());
-  std::string text =
-      machineLine(machine, terminal) + rendered(lines, Columns(lines, terminal), style);
-  if (!failures.empty()) {
-    text += "\n" + style.heading("Not readable") + "\n";
-    for (const std::string& failure : failures) {
-      text += "  " + printable(failure) + "\n";
-    }
-  }
-  writeText(output, text);
+  writeText(output, machineLine(machine, terminal) +
+                        rendered(lines, Columns(lines, terminal), style) +
+                        listText("Not in this recording", failures.notInRecording, style) +
+                        listText("Not readable", failures.messages, style));
 }
 
 Json jsonSensor(const Sensor& sensor) {
@@ -235,8 +240,11 @@ std::vector<std::string> sensorTypeNames() {
 
 int runSensors(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
+  output.discardMessages(!machine.platform.isLive());
+  const bool isSMCThere = machine.platform.isLive() || hasSMC();
   ListeningController controller;
   SensorList sensors = controller.getAllSensors();
+  const ReadFailures failures = readFailures(machine.platform, isSMCThere, controller.failures);
   const bool nothingRead = sensors.empty();
   std::erase_if(sensors, [&](const SensorPtr& sensor) { return !isWanted(*sensor, options); });
   if (options.json) {
@@ -246,9 +254,10 @@ int runSensors(const Options& options, StandardOutput& output) {
     }
     writeJson(output, {{"machine", jsonMachine(machine.platform)},
                        {"sensors", list},
-                       {"failures", controller.failures}});
+                       {"failures", controller.failures},
+                       {"notInRecording", failures.notInRecording}});
   } else {
-    writeReading(output, machine, sensors, controller.failures);
+    writeReading(output, machine, sensors, failures);
   }
   if (nothingRead) {
     throw CommandError(kExitNothingRead, machine.platform.title() + ": no sensor could be read");
