@@ -79,8 +79,12 @@ std::int64_t yearInCurrentCalendar(std::chrono::system_clock::time_point date) {
   return U_FAILURE(status) ? 0 : year;
 }
 
+std::string queryModelIdentifier(platform::SystemControls& controls) {
+  return sysctlNSStringForKey("hw.model", controls);
+}
+
 ZDModelInfo queryModel(Platform& platform) {
-  const std::string identifier = sysctlNSStringForKey("hw.model", platform.systemControls());
+  const std::string identifier = queryModelIdentifier(platform.systemControls());
   const HardwareReport report = hardwareReport(platform);
   const std::int64_t byteOrder = sysctlNumberForKey("hw.byteorder", platform.systemControls());
   const CatalogueModel* known = catalogueModel(identifier);

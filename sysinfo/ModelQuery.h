@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "KelvoraCore/ZDModelInfo.h"
@@ -9,6 +10,13 @@
 namespace kelvora {
 
 class Platform;
+
+namespace platform {
+class SystemControls;
+}
+
+/// "MacBookPro18,1"; empty when the system has none.
+std::string queryModelIdentifier(platform::SystemControls& controls);
 
 /// The catalogue's record of the machine, or one made from its hardware report and dated with the
 /// current year: a model that the catalogue does not know is taken to be a new one.

@@ -33,6 +33,10 @@ ZDSystemDevice::ZDSystemDevice(Platform& platform) : platform_(platform) {
 
 void ZDSystemDevice::getSystemInfo() { hostName_ = platform_.systemFacts().localizedHostName(); }
 
+std::string ZDSystemDevice::modelIdentifier(Platform& platform) {
+  return queryModelIdentifier(platform.systemControls());
+}
+
 ZDModelInfo ZDSystemDevice::getModelInfo() const { return queryModel(platform_); }
 
 ZDCPUInfo ZDSystemDevice::getCPUInfo() const {

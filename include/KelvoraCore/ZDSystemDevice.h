@@ -65,6 +65,10 @@ class KELVORA_EXPORT ZDSystemDevice {
   ZDOSInfo getOSInfo() const;
   ZDMemoryInfo getMemoryInfo() const;
 
+  /// The model identifier alone, e.g. "MacBookPro18,1", without an inventory; empty when the system
+  /// has none. Any thread; logs nothing.
+  static std::string modelIdentifier(Platform& platform);
+
   /// The 72 models that the library knows, by model identifier ("MacBookPro18,1").
   static std::map<std::string, ZDModelInfo> defaultModelDict();
 

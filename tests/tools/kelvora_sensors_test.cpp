@@ -108,6 +108,7 @@ TEST_F(KelvoraSensors, StayRawInJSONWhateverTheUserChose) {
       before, [](const nlohmann::json& sensor) { return sensor["key"] == "TC0P"; });
   ASSERT_NE(found, before.end());
   EXPECT_EQ((*found)["value"], 45.5);
+  EXPECT_EQ((*found)["unit"], "°C");
   EXPECT_EQ((*found)["name"], "CPU Proximity");
 }
 

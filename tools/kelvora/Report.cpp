@@ -1,9 +1,13 @@
 #include "tools/kelvora/Report.h"
 
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 
 #include <nlohmann/json.hpp>
+
+#include "KelvoraCore/KVExtension.h"
+#include "KelvoraCore/ZDSystemDevice.h"
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Text.h"
@@ -12,8 +16,15 @@ namespace kelvora::tool {
 
 Json jsonNumber(double value) { return std::isfinite(value) ? Json(value) : Json(nullptr); }
 
-Json jsonMachine(const Platform& platform) {
-  return {{"title", platform.title()},
+Json jsonMachine(Platform& platform) {
+  constexpr int kFormatVersion = 1;
+  constexpr char kMoment[] = "yyyy-MM-dd'T'HH:mm:ssxxx";
+  const std::string model = ZDSystemDevice::modelIdentifier(platform);
+  const auto now = std::chrono::system_clock::now();
+  return {{"formatVersion", kFormatVersion},
+          {"time", KVExtension::dateFormatter().stringFromDate(now, kMoment)},
+          {"title", platform.title()},
+          {"model", model.empty() ? Json(nullptr) : Json(model)},
           {"architecture", architectureName(platform.architecture())},
           {"live", platform.isLive()}};
 }

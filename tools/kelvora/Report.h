@@ -18,8 +18,9 @@ using Json = nlohmann::ordered_json;
 /// A number of a report: null when it is not finite, which JSON cannot hold.
 Json jsonNumber(double value);
 
-/// The "machine" member of every report: its title, architecture and whether it is live.
-Json jsonMachine(const Platform& platform);
+/// The "machine" member of every report of a machine, with the version of the format and the
+/// current time, e.g. "2024-03-07T14:05:09+01:00". docs/schema describes the reports.
+Json jsonMachine(Platform& platform);
 
 /// The first line of every text report: "MacBook Pro 15-inch 2018 (recorded)", and why where no
 /// machine was asked for. Broken at its blanks for a terminal of `width` columns; 0 is one line.

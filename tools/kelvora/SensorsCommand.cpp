@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,14 +58,15 @@ constexpr char kUnknownGroup[] = "unknown";
 struct TypeRow {
   std::uint64_t type;
   const char* name;  ///< as --type takes it
+  const char* unit;  ///< of a raw value, whatever the settings
 };
 
 constexpr TypeRow kTypes[] = {
-    {SensorTypeTemperature, "temperature"},
-    {SensorTypeFan, "fan"},
-    {SensorTypeVoltage, "voltage"},
-    {SensorTypeCurrent, "current"},
-    {SensorTypePower, "power"},
+    {SensorTypeTemperature, "temperature", "°C"},
+    {SensorTypeFan, "fan", "rpm"},
+    {SensorTypeVoltage, "voltage", "V"},
+    {SensorTypeCurrent, "current", "A"},
+    {SensorTypePower, "power", "W"},
 };
 
 std::string groupNameOf(std::uint64_t group) {
@@ -72,9 +74,15 @@ std::string groupNameOf(std::uint64_t group) {
   return row == std::end(kGroups) ? kUnknownGroup : row->name;
 }
 
-std::string typeNameOf(std::uint64_t type) {
+// Null for a type that is not in the table.
+const TypeRow* typeRow(std::uint64_t type) {
   const auto* row = std::ranges::find(kTypes, type, &TypeRow::type);
-  return row == std::end(kTypes) ? "" : row->name;
+  return row == std::end(kTypes) ? nullptr : row;
+}
+
+std::string typeNameOf(std::uint64_t type) {
+  const TypeRow* row = typeRow(type);
+  return row == nullptr ? "" : row->name;
 }
 
 // Whether the options ask for a sensor: every filter that was given fits.
@@ -196,18 +204,31 @@ void writeReading(StandardOutput& output, const MachineChoice& machine, const Se
                         listText("Not readable", failures.messages, style));
 }
 
-Json jsonSensor(const Sensor& sensor) {
+Json jsonSensor(const Sensor& sensor, bool isRepeated) {
+  const TypeRow* type = typeRow(sensor.type);
   return {{"key", sensor.key},
           {"name", sensor.name},
           {"fullName", sensor.fullName},
           {"value", jsonNumber(sensor.value)},
           {"minLimitValue", jsonNumber(sensor.minLimitValue)},
           {"maxLimitValue", jsonNumber(sensor.maxLimitValue)},
+          {"unit", type == nullptr ? Json(nullptr) : Json(type->unit)},
           {"type", sensor.type},
           {"group", sensor.group},
           {"platform", sensor.platform},
           {"sourceType", sensor.sourceType},
-          {"average", sensor.average}};
+          {"average", sensor.average},
+          {"isRepeated", isRepeated}};
+}
+
+Json jsonSensors(const SensorList& sensors) {
+  std::set<const Sensor*> listed;
+  Json list = Json::array();
+  for (const SensorPtr& sensor : sensors) {
+    const bool isRepeated = !listed.insert(sensor.get()).second;
+    list.push_back(jsonSensor(*sensor, isRepeated));
+  }
+  return list;
 }
 
 void requireEveryKey(const Options& options, const SensorList& sensors) {
@@ -248,12 +269,8 @@ int runSensors(const Options& options, StandardOutput& output) {
   const bool nothingRead = sensors.empty();
   std::erase_if(sensors, [&](const SensorPtr& sensor) { return !isWanted(*sensor, options); });
   if (options.json) {
-    Json list = Json::array();
-    for (const SensorPtr& sensor : sensors) {
-      list.push_back(jsonSensor(*sensor));
-    }
     writeJson(output, {{"machine", jsonMachine(machine.platform)},
-                       {"sensors", list},
+                       {"sensors", jsonSensors(sensors)},
                        {"failures", controller.failures},
                        {"notInRecording", failures.notInRecording}});
   } else {

@@ -1,0 +1,221 @@
+"""The JSON answers of kelvora against their schemas in docs/schema.
+
+Run as: schema_test.py PROGRAM MACHINES SCHEMAS
+"""
+import copy
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import jsonschema
+
+PROGRAM, MACHINES, SCHEMAS = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
+STORE = {file.name: json.loads(file.read_text()) for file in SCHEMAS.glob("*.json")}
+OF_A_MACHINE = ("sensors", "keys", "inventory", "doctor")
+
+
+def smc(*keys):
+    return {"keys": [dict(zip(("key", "type", "bytes"), key)) for key in keys]}
+
+
+def brand(text):
+    return {"machdep.cpu.brand_string": text}
+
+
+# What no Mac answers.
+HOSTILE = {
+    "nothing": {},
+    "only an architecture of Apple silicon": {"architecture": "arm64"},
+    "values that are no numbers": {
+        "smc": smc(("#KEY", "ui32", "00000003"), ("TCnn", "flt ", "0000c07f"),
+                   ("PCin", "flt ", "0000807f"))},
+    "more fans than there are names": {"smc": smc(("FNum", "ui8 ", "ff"))},
+    "a claim of four billion keys": {
+        "smc": smc(("#KEY", "ui32", "ffffffff"), ("TC0P", "sp78", "2520"))},
+    "keys of other types, sizes and bytes": {
+        "smc": smc(("#KEY", "ui32", "00000005"), ("T\u001b[2", "sp78", "2520"),
+                   ("T\u00ff\u00e9x", "sp78", ""), ("TC0P", "hex_", "ff" * 32),
+                   ("VC0C", "ui8\u0000", "80"))},
+    "reads that fail": {"smc": {"keys": [
+        {"key": "#KEY", "type": "ui32", "bytes": "00000002", "status": 5},
+        {"key": "TC0P", "type": "sp78", "bytes": "2520", "result": 133}]}},
+    "texts that control a terminal": {
+        "title": "a\n\u001b[31m\u0085", "host": {"localizedName": "\u001b[2J\u202e"},
+        "sysctl": brand("Intel\u0007") | {"hw.model": "Mac\u001bBook"}},
+    "negative and huge numbers": {
+        "sysctl": brand("Apple M9") | {
+            "machdep.cpu.core_count": {"int32": -7}, "hw.packages": {"int64": -1},
+            "hw.cpufrequency": {"int64": 9223372036854775807},
+            "hw.l2cachesize": {"int64": -9223372036854775808}},
+        "volumes": [{"path": "/", "mediaSize": 9223372036854775807, "removable": False}],
+        "os": {"version": [-1, 9223372036854775807, 0], "text": "Version ("}},
+    "batteries and graphics of other kinds": {
+        "architecture": "x86_64",
+        "registry": [
+            {"class": "AppleSmartBattery", "name": "b", "properties": {
+                "CycleCount": -1, "MaxCapacity": "many", "DesignCapacity": -5}},
+            {"class": "IOPCIDevice", "name": "g", "properties": {"model": {"data": "ff00"}}}]},
+    "HID services without names and values": {
+        "architecture": "arm64",
+        "hid": [{"usagePage": 65280, "usage": 5}, {"usagePage": 65280, "usage": 5, "product": "",
+                                                   "events": {"15": -1e308}}]},
+    "a key that two families have": {
+        "architecture": "arm64", "sysctl": brand("Apple M9"),
+        "smc": smc(("#KEY", "ui32", "00000002"), ("Tp01", "sp78", "2520"))},
+}
+
+
+def validate(answer, schema):
+    document = STORE[schema]
+    resolver = jsonschema.RefResolver(schema, document, store=STORE)
+    jsonschema.Draft202012Validator(document, resolver=resolver).validate(answer)
+
+
+def changed(answer):
+    """Answers that are wrong in one place: a member too few, too many, or of another type."""
+    def places(value, path=()):
+        yield path, value
+        members = value.items() if isinstance(value, dict) else \
+            enumerate(value[:1]) if isinstance(value, list) else ()
+        for name, member in members:
+            yield from places(member, path + (name,))
+
+    def at(copied, path):
+        for name in path:
+            copied = copied[name]
+        return copied
+
+    for path, value in places(answer):
+        if path:
+            other = copy.deepcopy(answer)
+            at(other, path[:-1])[path[-1]] = {"neither": "this"} if value != {} else 7
+            yield path, other
+        if isinstance(value, dict):
+            other = copy.deepcopy(answer)
+            at(other, path)["unforeseen"] = 1
+            yield path + ("unforeseen",), other
+            for name in value:
+                other = copy.deepcopy(answer)
+                del at(other, path)[name]
+                yield path + (name, "missing"), other
+
+
+class Answers(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.environment = {name: value for name, value in os.environ.items()
+                            if not name.startswith(("KELVORA_", "DBUS_"))}
+        self.environment |= {"HOME": str(self.folder), "LANG": "C",
+                             "XDG_CONFIG_HOME": str(self.folder / "config"),
+                             "XDG_DATA_HOME": str(self.folder / "data")}
+
+    def answer(self, *arguments):
+        ended = subprocess.run([PROGRAM, *arguments, "--json"], env=self.environment,
+                               capture_output=True, check=False)
+        self.assertIn(ended.returncode, (0, 1), ended.stderr)
+        return json.loads(ended.stdout)
+
+    def test_schemas_are_valid(self):
+        for schema in STORE.values():
+            jsonschema.Draft202012Validator.check_schema(schema)
+
+    def test_every_recorded_machine(self):
+        files = sorted(MACHINES.glob("*.json"))
+        self.assertGreater(len(files), 0)
+        for file in files:
+            for command in OF_A_MACHINE:
+                with self.subTest(machine=file.name, command=command):
+                    answer = self.answer(command, "--machine", str(file))
+                    validate(answer, command + ".json")
+                    self.assertEqual(answer["machine"]["model"], file.stem)
+
+    def test_every_hostile_machine(self):
+        for name, members in HOSTILE.items():
+            file = self.folder / "machine.json"
+            file.write_text(json.dumps({"format": "kelvora-machine", "version": 1,
+                                        "architecture": "x86_64"} | members))
+            for command in OF_A_MACHINE:
+                with self.subTest(machine=name, command=command):
+                    validate(self.answer(command, "--machine", str(file)), command + ".json")
+
+    def test_the_list_of_machines(self):
+        validate(self.answer("machines"), "machines.json")
+
+    def settings_are_valid(self):
+        settings = self.answer("settings")
+        validate(settings, "settings.json")
+        for setting in settings["settings"]:
+            validate(self.answer("settings", "get", setting["property"]), "setting.json")
+
+    def test_settings_of_a_new_user_and_after_changes(self):
+        self.settings_are_valid()
+        for name, value in (("tempUnitCelsius", "false"), ("updateFrequency", "2"),
+                            ("menuSensors", '["TC0P"]'), ("fileLoggingPath", "\u001b[31m"),
+                            ("dropdownItems", '[{"main_sensor": true}]')):
+            validate(self.answer("settings", "set", name, value), "setting.json")
+        self.settings_are_valid()
+        validate(self.answer("settings", "unset", "menuSensors"), "setting.json")
+
+    def test_settings_of_other_types(self):
+        suite = self.folder / "config/group.com.kelvora/Settings.plist"
+        suite.parent.mkdir(parents=True)
+        keys = [setting["key"] for setting in self.answer("settings")["settings"]]
+        for value in ("<real>nan</real>", "<string>\u007f</string>", "<data>AAEC</data>",
+                      "<array><integer>1</integer></array>", "<integer>-9</integer>",
+                      "<date>1970-01-01T00:00:00Z</date>", "<dict/>"):
+            suite.write_text('<?xml version="1.0" encoding="UTF-8"?><plist version="1.0"><dict>' +
+                             "".join(f"<key>{key}</key>{value}" for key in keys) +
+                             "</dict></plist>")
+            with self.subTest(value=value):
+                self.settings_are_valid()
+
+    def test_notices(self):
+        bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address"],
+                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.addCleanup(bus.communicate)
+        self.addCleanup(bus.terminate)
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
+        watch = subprocess.Popen([PROGRAM, "settings", "watch", "--json"], env=self.environment,
+                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        self.addCleanup(watch.communicate)
+        self.addCleanup(watch.terminate)
+        self.assertIn("watching", watch.stderr.readline())
+        self.answer("settings", "set", "tempUnitCelsius", "false")
+        self.answer("settings", "set", "showHIDSensors", "true")
+        notices = [json.loads(watch.stdout.readline()) for _ in range(2)]
+        for notice in notices:
+            validate(notice, "notice.json")
+        self.assertEqual(notices[1]["userInfo"], {"KVShowHIDSensorsKey": True})
+
+    # A schema that takes anything describes nothing.
+    def test_an_answer_that_is_wrong_in_one_place_is_refused(self):
+        machine = str(MACHINES / "Macmini9,1.json")
+        for command in OF_A_MACHINE:
+            for place, other in changed(self.answer(command, "--machine", machine)):
+                with self.subTest(command=command, place=place):
+                    with self.assertRaises(jsonschema.ValidationError):
+                        validate(other, command + ".json")
+
+    def test_a_sensor_with_the_unit_of_another_type_is_refused(self):
+        answer = self.answer("sensors", "--machine", str(MACHINES / "iMac19,1.json"))
+        for sensor in answer["sensors"][:1] + answer["sensors"][-1:]:
+            sensor["unit"] = "A" if sensor["unit"] != "A" else "W"
+            with self.assertRaises(jsonschema.ValidationError):
+                validate(answer, "sensors.json")
+
+    def test_a_record_that_is_listed_twice_counts_once(self):
+        file = self.folder / "machine.json"
+        file.write_text(json.dumps({"format": "kelvora-machine", "version": 1} |
+                                   HOSTILE["a key that two families have"]))
+        sensors = self.answer("sensors", "--machine", str(file))["sensors"]
+        marks = [sensor["isRepeated"] for sensor in sensors if sensor["key"] == "Tp01"]
+        self.assertEqual(marks, [False, True])
+        self.assertFalse(any(sensor["isRepeated"] for sensor in sensors if sensor["key"] != "Tp01"))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
