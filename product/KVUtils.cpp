@@ -34,20 +34,26 @@ Path inSupportFolder(Platform& platform, std::string_view program) {
 
 Path KVUtils::documentsPath(Platform& platform) { return platform.files().documentsFolder(); }
 
+Path KVUtils::applicationSupportLocation(Platform& platform) {
+  const Path folder = platform.files().applicationSupportFolder();
+  return folder ? Path(std::filesystem::path(*folder) / "Kelvora") : std::nullopt;
+}
+
 Path KVUtils::applicationSupportPath(Platform& platform) {
-  Path folder = platform.files().applicationSupportFolder();
-  if (!folder) {
-    return std::nullopt;
-  }
-  std::string path = std::filesystem::path(*folder) / "Kelvora";
-  if (!platform.files().exists(path)) {
-    platform.files().createFolder(path);
+  const Path path = applicationSupportLocation(platform);
+  if (path && !platform.files().exists(*path)) {
+    platform.files().createFolder(*path);
   }
   return path;
 }
 
-Path KVUtils::groupContainerPath(Platform& platform) {
+Path KVUtils::groupContainerLocation(Platform& platform) {
   return platform.files().groupContainer(kApplicationGroupIdentifier);
+}
+
+Path KVUtils::groupContainerPath(Platform& platform) {
+  const Path path = groupContainerLocation(platform);
+  return path && platform.files().createFolder(*path) ? path : std::nullopt;
 }
 
 Path KVUtils::smcExeSrcPath(Platform& platform) { return besideExecutable(platform, kSMCTool); }

@@ -3,12 +3,13 @@
 #include <memory>
 #include <utility>
 
-#include "KelvoraCore/KVApplicationGroup.h"
+#include "KelvoraCore/KVUtils.h"
 
 #include "engine/ContextState.h"
 #include "engine/ModelFile.h"
 #include "engine/PersistentStoreCoordinator.h"
 #include "ports/Ports.h"
+#include "store/StoreFileName.h"
 
 namespace kelvora {
 
@@ -16,7 +17,6 @@ namespace {
 
 constexpr const char* kModelName = "Database";
 constexpr const char* kModelType = "momd";
-constexpr const char* kStoreFileName = "Database.sqlite";
 
 template <typename T>
 std::pair<const std::string, engine::EntityClass> entityClass(const char* className) {
@@ -67,7 +67,7 @@ std::shared_ptr<engine::PersistentStoreCoordinator> KVCoreDataStore::persistentS
 }
 
 std::string KVCoreDataStore::applicationDocumentsDirectory() {
-  return platform_.files().groupContainer(kApplicationGroupIdentifier).value_or("");
+  return KVUtils::groupContainerPath(platform_).value_or("");
 }
 
 ManagedObjectContextPtr KVCoreDataStore::viewContext() {

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "KelvoraCore/Export.h"
 #include "KelvoraCore/Platform.h"
@@ -15,6 +16,12 @@ struct KELVORA_EXPORT KVSettingsFile {
   /// Why the settings in it cannot be read, e.g. "not a property list"; empty when they can be, or
   /// when the file does not exist.
   std::string fault;
+  /// Why no program can lock the file to write to it, e.g. "the lock beside it: Permission denied";
+  /// empty when programs can, or when there is no lock yet.
+  std::string lockFault;
+  /// Settings whose stored value is of another type, so that their default counts, by property:
+  /// {"tempUnitCelsius"}.
+  std::vector<std::string> mistyped;
 };
 
 /// The file behind `KVSettings`, read now and left as it is; none where the system keeps settings

@@ -39,6 +39,12 @@ class KELVORA_EXPORT KVUtils {
   /// the system has none or it cannot be created.
   static std::optional<std::string> groupContainerPath(Platform& platform = Platform::current());
 
+  /// The same two folders where they are or would be: nothing is created.
+  static std::optional<std::string> applicationSupportLocation(
+      Platform& platform = Platform::current());
+  static std::optional<std::string> groupContainerLocation(
+      Platform& platform = Platform::current());
+
   /// The privileged tool: ".../Kelvora SMC".
   static std::optional<std::string> smcExeSrcPath(Platform& platform = Platform::current());
   static std::optional<std::string> smcExePath(Platform& platform = Platform::current());

@@ -25,6 +25,7 @@
 #include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/KVSettingsFile.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
+#include "KelvoraCore/KVStoreFile.h"
 #include "KelvoraCore/KVThemeManager.h"
 #include "KelvoraCore/KVUtils.h"
 #include "KelvoraCore/KVValueConverter.h"

@@ -2,12 +2,14 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "tests/support/SessionBus.h"
 #include "tests/support/TemporaryFolder.h"
@@ -22,6 +24,9 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 constexpr char kSettingsFile[] = "config/group.com.kelvora/Settings.plist";
+constexpr char kStoreFile[] = "data/group.com.kelvora/Database.sqlite";
+constexpr char kMachine[] =
+    R"({"format": "kelvora-machine", "version": 1, "architecture": "x86_64", "title": "T"})";
 constexpr char kEmptySettings[] =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict/></plist>";
 
@@ -150,17 +155,100 @@ TEST_F(KelvoraDoctor, FoldersThatCannotBeMadeAreBroken) {
   setenv("XDG_CONFIG_HOME", "/dev/null/config", 1);
   setenv("XDG_DATA_HOME", "/dev/null/data", 1);
   expectCheck("application support", "broken", "/dev/null/data/Kelvora: cannot be written");
-  expectCheck("group container", "broken", "none");
-  expectCheck("store", "broken", "none");
+  expectCheck("group container", "broken", "/dev/null/data/group.com.kelvora: cannot be written");
+  expectCheck("store", "hint", "none yet");
   expectCheck("settings", "broken", "Settings.plist: cannot be written");
   EXPECT_EQ(doctor().status, 1);
 }
 
-TEST_F(KelvoraDoctor, LeavesNothingInTheFoldersThatItTries) {
+// Every entry of a folder with its content.
+std::map<std::string, std::string> entriesOf(const TemporaryFolder& folder) {
+  std::map<std::string, std::string> entries;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.path())) {
+    const std::string name = std::filesystem::relative(entry.path(), folder.path()).string();
+    entries[name] = entry.is_regular_file() ? folder.read(name) : "";
+  }
+  return entries;
+}
+
+TEST_F(KelvoraDoctor, ChangesNothing) {
+  EXPECT_EQ(doctor().status, 0);
+  EXPECT_THAT(entriesOf(home_), ::testing::IsEmpty()) << "no folder is created";
+  home_.write("data/Kelvora/.kelvora-doctor/kept", "1");
+  home_.write("data/group.com.kelvora/.kelvora-doctor", "2");
+  home_.write("Documents/.kelvora-doctor/kept", "3");
+  home_.write("config/.kelvora-doctor/kept", "4");
+  home_.write(kSettingsFile, kEmptySettings);
+  home_.write(std::string(kSettingsFile) + ".lock", "");
+  home_.write(kStoreFile, std::string(5000, 'x'));
+  const auto before = entriesOf(home_);
   doctor();
-  EXPECT_TRUE(std::filesystem::is_empty(home_.path("data/Kelvora")));
-  EXPECT_TRUE(std::filesystem::is_empty(home_.path("data/group.com.kelvora")));
-  EXPECT_FALSE(std::filesystem::exists(home_.path("config")));
+  EXPECT_EQ(entriesOf(home_), before);
+}
+
+TEST_F(KelvoraDoctor, AStoreThatCannotBeOpenedIsBroken) {
+  home_.write(kStoreFile, std::string(5000, 'x'));
+  expectCheck("store", "broken", "Database.sqlite: file is not a database");
+  EXPECT_EQ(doctor().status, 1);
+  std::filesystem::remove(home_.path(kStoreFile));
+  std::filesystem::create_directories(home_.path(kStoreFile));
+  expectCheck("store", "broken", "Database.sqlite: not a file");
+}
+
+TEST_F(KelvoraDoctor, ALockThatIsALinkOrAFolderIsBroken) {
+  home_.write(kSettingsFile, kEmptySettings);
+  const std::string lock = home_.path(kSettingsFile) + ".lock";
+  std::filesystem::create_symlink(home_.path("elsewhere"), lock);
+  expectCheck("settings", "broken", "Settings.plist: the lock beside it: not a file");
+  EXPECT_FALSE(std::filesystem::exists(home_.path("elsewhere")));
+  std::filesystem::remove(lock);
+  std::filesystem::create_directory(lock);
+  expectCheck("settings", "broken", "Settings.plist: the lock beside it: not a file");
+}
+
+TEST_F(KelvoraDoctor, ALockOfAnotherAccountIsBroken) {
+  if (getuid() != 0) {
+    GTEST_SKIP() << "only root can make a file of another account";
+  }
+  home_.write(kSettingsFile, kEmptySettings);
+  const std::string lock = home_.write(std::string(kSettingsFile) + ".lock", "");
+  chmod(lock.c_str(), 0600);
+  const ProgramResult result = runProgram(
+      "/bin/sh", {"-c",
+                  "cp \"$0\" \"$1/kelvora\" && chown -R nobody \"$1\" && chown root \"$2\" && "
+                  "exec setpriv --reuid nobody --clear-groups \"$1/kelvora\" doctor --json "
+                  "--machine \"$3\"",
+                  KELVORA_PROGRAM, home_.path(), lock, home_.write("m.json", kMachine)});
+  EXPECT_THAT(result.standardOutput, HasSubstr("the lock beside it: Permission denied"))
+      << result.standardError;
+}
+
+TEST_F(KelvoraDoctor, SettingsOfAnotherTypeAreNamed) {
+  home_.write(kSettingsFile,
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>"
+              "<key>KVTempUnitCelsius</key><string>yes</string>"
+              "<key>KVUpdateFrequencyKey</key><array/>"
+              "<key>KVFanValueTypeKey</key><true/></dict></plist>");
+  expectCheck("settings", "broken", "of another type: updateFrequency and tempUnitCelsius");
+}
+
+TEST_F(KelvoraDoctor, DocumentsThatAreAFileAreBroken) {
+  home_.write("Documents", "");
+  expectCheck("documents", "broken", "Documents is not a folder");
+}
+
+// A limit on the size of files refuses every byte, as a full disk does.
+TEST_F(KelvoraDoctor, AFullDiskIsBroken) {
+  const ProgramResult result =
+      runProgram("/bin/sh", {"-c",
+                             "( trap '' XFSZ; ulimit -f 0; exec \"$0\" doctor --machine iMac19,1 "
+                             "2>/dev/null ) | cat",
+                             KELVORA_PROGRAM});
+  for (const char* name : {"application support", "group container", "settings"}) {
+    EXPECT_THAT(result.standardOutput,
+                ContainsRegex(std::string("broken +") + name + " +[^\n]+: cannot be written"));
+  }
+  EXPECT_THAT(entriesOf(home_), ::testing::IsEmpty());
 }
 
 TEST_F(KelvoraDoctor, AMachineThatReportsNothingIsBroken) {

@@ -1,17 +1,22 @@
 #include "tools/kelvora/DoctorChecks.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
+#include <random>
 #include <system_error>
 
 #include "KelvoraCore/KVApplicationGroup.h"
 #include "KelvoraCore/KVSettingsFile.h"
+#include "KelvoraCore/KVStoreFile.h"
 #include "KelvoraCore/KVUtils.h"
 #include "KelvoraCore/NotificationObserver.h"
 #include "KelvoraCore/Sensor.h"
 #include "KelvoraCore/SensorController.h"
+
+#include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
@@ -19,19 +24,36 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kStoreFile[] = "Database.sqlite";
-
-// Whether entries can be made in a folder, found out by making one.
-bool isWritable(const fs::path& folder) {
-  const fs::path probe = folder / ".kelvora-doctor";
-  std::error_code error;
-  fs::create_directories(probe, error);
-  return !error && fs::remove(probe, error);
-}
+constexpr char kOwnFolder[] = "make it a folder that belongs to the user";
 
 bool pathExists(const fs::path& path) {
   std::error_code error;
   return fs::exists(path, error);
+}
+
+bool isFolder(const fs::path& path) {
+  std::error_code error;
+  return fs::is_directory(path, error);
+}
+
+// Tries to write a new file in a folder, and removes it again. Returns why that fails; empty when
+// it works.
+std::string faultOfWriting(const fs::path& folder) {
+  std::random_device random;
+  const fs::path probe =
+      folder / (".kelvora-doctor-" + std::to_string(random()) + "-" + std::to_string(random()));
+  std::FILE* const file = std::fopen(probe.c_str(), "wbx");  // never a file that exists
+  if (file == nullptr) {
+    return std::generic_category().message(errno);
+  }
+  const std::string content(4096, '.');
+  const bool isWritten = std::fwrite(content.data(), 1, content.size(), file) == content.size() &&
+                         std::fflush(file) == 0;
+  const int fault = errno;
+  std::fclose(file);
+  std::error_code error;
+  fs::remove(probe, error);
+  return isWritten ? "" : std::generic_category().message(fault);
 }
 
 // The closest folder above a path that exists.
@@ -43,20 +65,28 @@ fs::path existingFolderAbove(const fs::path& path) {
   return folder;
 }
 
+// Why files cannot be written in a folder, which the programs create where it is missing.
+std::string faultOfFolder(const fs::path& folder) {
+  const fs::path existing = pathExists(folder) ? folder : existingFolderAbove(folder);
+  const std::string fault =
+      isFolder(existing) ? faultOfWriting(existing) : existing.string() + " is not a folder";
+  return fault.empty() ? "" : folder.string() + ": cannot be written: " + fault;
+}
+
 Check folderCheck(const char* name, const std::optional<std::string>& folder) {
   if (!folder) {
     return {name, CheckState::kBroken, "none",
             "give the user a home folder (HOME) that can be written"};
   }
-  if (!isWritable(*folder)) {
-    return {name, CheckState::kBroken, *folder + ": cannot be written",
-            "make it a folder that belongs to the user"};
+  if (const std::string fault = faultOfFolder(*folder); !fault.empty()) {
+    return {name, CheckState::kBroken, fault, kOwnFolder};
   }
-  return {name, CheckState::kOK, *folder, ""};
+  return {name, CheckState::kOK,
+          *folder + (pathExists(*folder) ? "" : ": none yet, created when needed"), ""};
 }
 
 Check supportFolder(const MachineChoice& machine) {
-  return folderCheck("application support", KVUtils::applicationSupportPath(machine.platform));
+  return folderCheck("application support", KVUtils::applicationSupportLocation(machine.platform));
 }
 
 // Only the log file of readings goes there, so its absence breaks nothing.
@@ -68,11 +98,11 @@ Check documentsFolder(const MachineChoice& machine) {
             "create it, or choose where the log file goes with 'kelvora settings set "
             "fileLoggingPath'"};
   }
-  return {kName, CheckState::kOK, *folder, ""};
+  return folderCheck(kName, folder);
 }
 
 Check groupContainer(const MachineChoice& machine) {
-  return folderCheck("group container", KVUtils::groupContainerPath(machine.platform));
+  return folderCheck("group container", KVUtils::groupContainerLocation(machine.platform));
 }
 
 Check suite(const MachineChoice& machine) {
@@ -82,9 +112,13 @@ Check suite(const MachineChoice& machine) {
     return {kName, CheckState::kOK, std::string(kApplicationGroupIdentifier) + " (the system's)",
             ""};
   }
-  if (!isWritable(existingFolderAbove(file->path))) {
+  if (!faultOfFolder(fs::path(file->path).parent_path()).empty()) {
     return {kName, CheckState::kBroken, file->path + ": cannot be written",
             "make its folder one that belongs to the user (XDG_CONFIG_HOME)"};
+  }
+  if (!file->lockFault.empty()) {
+    return {kName, CheckState::kBroken, file->path + ": " + file->lockFault,
+            "remove the lock while no program of the product runs"};
   }
   if (!file->exists) {
     return {kName, CheckState::kOK, file->path + ": none yet, so defaults count", ""};
@@ -94,21 +128,29 @@ Check suite(const MachineChoice& machine) {
             "put a good copy in its place; else the next change starts anew and keeps this one "
             "beside"};
   }
+  if (!file->mistyped.empty()) {
+    return {kName, CheckState::kBroken,
+            file->path + ": of another type: " + enumerated(file->mistyped, " and "),
+            "'kelvora settings unset NAME' for each, so that its default is stored again"};
+  }
   return {kName, CheckState::kOK, file->path, ""};
 }
 
-Check storeFile(const MachineChoice& machine) {
+Check storeCheck(const MachineChoice& machine) {
   constexpr char kName[] = "store";
-  const auto folder = KVUtils::groupContainerPath(machine.platform);
-  if (!folder) {
+  const auto file = storeFile(machine.platform);
+  if (!file) {
     return {kName, CheckState::kBroken, "none", "see the group container"};
   }
-  const std::string file = *folder + "/" + kStoreFile;
-  if (!pathExists(file)) {
-    return {kName, CheckState::kHint, file + ": none yet",
+  if (!file->exists) {
+    return {kName, CheckState::kHint, file->path + ": none yet",
             "nothing: a program that records readings creates it"};
   }
-  return {kName, CheckState::kOK, file, ""};
+  if (!file->fault.empty()) {
+    return {kName, CheckState::kBroken, file->path + ": " + file->fault,
+            "end the programs, put a good copy in its place, or move it away to start empty"};
+  }
+  return {kName, CheckState::kOK, file->path, ""};
 }
 
 Check sessionBus(const MachineChoice& machine) {
@@ -126,13 +168,22 @@ std::string toolFinding(const std::string& path, const KVFileOwnership& ownershi
   return path + ": " + ownership.owner + ":" + ownership.group + ", " + mode;
 }
 
+Check notInstalled(const std::string& path) {
+  return {"privileged tool", CheckState::kHint, path + ": not installed",
+          "nothing to read sensors; to control fans, let the application install it"};
+}
+
 Check privilegedTool(const MachineChoice& machine) {
   constexpr char kName[] = "privileged tool";
+  // The operations below create the folder of the tool.
+  const auto folder = KVUtils::applicationSupportLocation(machine.platform);
+  if (!folder || !pathExists(*folder)) {
+    return notInstalled(folder ? *folder + "/Kelvora SMC" : "none");
+  }
   const auto path = KVUtils::smcExePath(machine.platform);
   const auto ownership = KVUtils::smcExeOwnership(machine.platform);
   if (!path || !ownership) {
-    return {kName, CheckState::kHint, path.value_or("none") + ": not installed",
-            "nothing to read sensors; to control fans, let the application install it"};
+    return notInstalled(path.value_or("none"));
   }
   const std::string finding = toolFinding(*path, *ownership);
   if (!KVUtils::isSMCPermissionGranted(machine.platform)) {
@@ -182,7 +233,7 @@ Check machineCheck(const MachineChoice& machine) {
 
 constexpr Check (*kChecks[])(const MachineChoice&) = {
     supportFolder, documentsFolder, groupContainer, suite,
-    storeFile,     sessionBus,      privilegedTool, machineCheck,
+    storeCheck,    sessionBus,      privilegedTool, machineCheck,
 };
 
 }  // namespace

@@ -22,8 +22,8 @@ struct Check {
   std::string advice;   ///< what to do about it; empty when all is well
 };
 
-/// Everything that is checked, in the order of a report. Creates the folders that the programs
-/// create when they start, and leaves the settings and the store as they are.
+/// Everything that is checked, in the order of a report. Leaves every file and folder as it is; a
+/// folder is tried with a file of a name of its own, which is removed.
 std::vector<Check> doctorChecks(const MachineChoice& machine);
 
 }  // namespace kelvora::tool

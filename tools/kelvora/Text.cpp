@@ -104,11 +104,12 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
   return lines;
 }
 
-std::string enumerated(std::span<const std::string> words) {
+std::string enumerated(std::span<const std::string> words, std::string_view last) {
   std::string text;
   for (std::size_t i = 0; i < words.size(); ++i) {
     const bool isLast = i + 1 == words.size();
-    text += (i == 0 ? "" : isLast ? " or " : ", ") + words[i];
+    text += i == 0 ? "" : isLast ? last : ", ";
+    text += words[i];
   }
   return text;
 }

@@ -28,6 +28,6 @@ std::string rightAligned(std::string_view text, std::size_t width);
 std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
 /// The words as one text: "0, 1 or 2".
-std::string enumerated(std::span<const std::string> words);
+std::string enumerated(std::span<const std::string> words, std::string_view last = " or ");
 
 }  // namespace kelvora::tool

@@ -154,11 +154,7 @@ std::optional<std::string> LinuxFiles::groupContainer(const std::string& groupId
   if (!support || groupIdentifier.empty()) {
     return std::nullopt;
   }
-  const std::string folder = *support + "/" + groupIdentifier;
-  if (!createFolder(folder)) {
-    return std::nullopt;
-  }
-  return folder;
+  return *support + "/" + groupIdentifier;
 }
 
 }  // namespace kelvora::platform

@@ -97,7 +97,7 @@ TEST(LinuxFiles, TheUsersFoldersFollowTheEnvironment) {
   EXPECT_EQ(files.applicationSupportFolder(), home.path() + "/.local/share");
   const std::string group = home.path() + "/.local/share/group.com.kelvora";
   EXPECT_EQ(files.groupContainer("group.com.kelvora"), group);
-  EXPECT_TRUE(files.exists(group));
+  EXPECT_FALSE(files.exists(group)) << "a question creates nothing";
   EXPECT_EQ(files.groupContainer(""), std::nullopt);
   home.write(".config/user-dirs.dirs",
              "# comment\nXDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\nXDG_MUSIC_DIR=\"$HOME/M\"\n");

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "KelvoraCore/Export.h"
+#include "KelvoraCore/Platform.h"
+
+namespace kelvora {
+
+/// The file of the product's stored objects, and whether it can be used.
+struct KELVORA_EXPORT KVStoreFile {
+  std::string path;  ///< e.g. "/home/anna/.local/share/group.com.kelvora/Database.sqlite"
+  bool exists = false;
+  /// Why programs cannot use it, e.g. "file is not a database" or "Permission denied"; empty when
+  /// they can, or when the file does not exist.
+  std::string fault;
+};
+
+/// The file behind `KVCoreDataStore`, opened for reading and checked page by page: a gigabyte may
+/// take seconds. Creates and changes nothing, also while programs write to the file. None when the
+/// system has no folder for it. Logs nothing. Any thread.
+KELVORA_EXPORT std::optional<KVStoreFile> storeFile(Platform& platform = Platform::current());
+
+}  // namespace kelvora

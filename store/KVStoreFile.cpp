@@ -1,0 +1,80 @@
+#include "KelvoraCore/KVStoreFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include <SQLiteCpp/Database.h>
+
+#include "KelvoraCore/KVUtils.h"
+
+#include "store/StoreFileName.h"
+
+namespace kelvora {
+
+namespace {
+
+constexpr int kBusyTimeoutMs = 5000;
+
+bool exists(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::exists(path, error);
+}
+
+// The characters that would end a path in a URI, or begin an escape.
+std::string escaped(const std::string& path) {
+  std::string text;
+  for (const char character : path) {
+    text += character == '%'   ? "%25"
+            : character == '?' ? "%3f"
+            : character == '#' ? "%23"
+                               : std::string(1, character);
+  }
+  return text;
+}
+
+// SQLite reads a write-ahead log through its index, and would create one. Without an index no
+// program has the file open, and the file is read by itself.
+std::string readOnlyURI(const std::string& path) {
+  const bool isInUse = exists(path + "-wal") && exists(path + "-shm");
+  return "file:" + escaped(path) + (isInUse ? "?mode=ro" : "?mode=ro&immutable=1");
+}
+
+std::string faultOfContent(const std::string& path) {
+  try {
+    SQLite::Database database(readOnlyURI(path), SQLite::OPEN_READONLY | SQLite::OPEN_URI,
+                              kBusyTimeoutMs);
+    const std::string result = database.execAndGet("PRAGMA quick_check(1)").getString();
+    return result == "ok" ? "" : result;
+  } catch (const SQLite::Exception& failure) {
+    return failure.what();
+  }
+}
+
+std::string faultOf(const std::string& path) {
+  // Opening a pipe, say, would wait for the other end.
+  if (std::error_code error; !std::filesystem::is_regular_file(path, error)) {
+    return "not a file";
+  }
+  std::FILE* const file = std::fopen(path.c_str(), "r+b");
+  if (file == nullptr) {
+    return std::generic_category().message(errno);
+  }
+  std::fclose(file);
+  return faultOfContent(path);
+}
+
+}  // namespace
+
+std::optional<KVStoreFile> storeFile(Platform& platform) {
+  const auto folder = KVUtils::groupContainerLocation(platform);
+  if (!folder) {
+    return std::nullopt;
+  }
+  const std::string path = *folder + "/" + kStoreFileName;
+  const bool isThere = exists(path);
+  return KVStoreFile{path, isThere, isThere ? faultOf(path) : ""};
+}
+
+}  // namespace kelvora

@@ -1,0 +1,8 @@
+#pragma once
+
+namespace kelvora {
+
+/// In the folder that the product's programs share.
+inline constexpr char kStoreFileName[] = "Database.sqlite";
+
+}  // namespace kelvora

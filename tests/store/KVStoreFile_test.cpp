@@ -1,0 +1,87 @@
+#include "KelvoraCore/KVStoreFile.h"
+
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "tests/support/StoreFixture.h"
+
+namespace kelvora::testing {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+
+class StoreFileCheck : public StoreFixture {
+ protected:
+  // Every entry of the home folder with its content.
+  std::map<std::string, std::string> snapshot() const {
+    std::map<std::string, std::string> entries;
+    for (const auto& entry : fs::recursive_directory_iterator(home)) {
+      const std::string name = fs::relative(entry.path(), home).string();
+      entries[name] = entry.is_regular_file() ? temporary.read(name) : "";
+    }
+    return entries;
+  }
+  // The fault, which is found without a trace.
+  std::string fault() const {
+    const auto before = snapshot();
+    const auto file = storeFile(*platform);
+    EXPECT_EQ(snapshot(), before);
+    EXPECT_EQ(file->path, storePath());
+    return file->fault;
+  }
+};
+
+TEST_F(StoreFileCheck, AMissingStoreHasNoFaultAndCreatesNoFolder) {
+  EXPECT_EQ(fault(), "");
+  EXPECT_FALSE(storeFile(*platform)->exists);
+}
+
+TEST_F(StoreFileCheck, AStoreIsWellWhetherItIsInUseOrNot) {
+  {
+    const auto store = makeStore();
+    addSensor(*store, "TC0P", addCategory(*store, "Temperature", 0));
+    store->saveViewContext();
+    ASSERT_TRUE(fs::exists(storePath() + "-shm"));
+    EXPECT_EQ(storeFile(*platform)->fault, "");
+  }
+  EXPECT_EQ(fault(), "");
+  EXPECT_TRUE(storeFile(*platform)->exists);
+}
+
+TEST_F(StoreFileCheck, AFileThatIsNoStoreIsAFault) {
+  const std::string name = std::string(kApplicationGroupIdentifier) + "/Database.sqlite";
+  temporary.write(name, std::string(5000, 'x'));
+  EXPECT_THAT(fault(), HasSubstr("not a database"));
+  fs::remove(storePath());
+  fs::create_directories(storePath());
+  EXPECT_EQ(fault(), "not a file");
+}
+
+TEST_F(StoreFileCheck, ADamagedPageIsAFault) {
+  {
+    const auto store = makeStore();
+    for (int i = 0; i < 200; ++i) {
+      store->createSensorWithKey("K" + std::to_string(i), store->viewContext());
+    }
+    store->saveViewContext();
+  }
+  const std::string name = std::string(kApplicationGroupIdentifier) + "/Database.sqlite";
+  std::string bytes = temporary.read(name);
+  ASSERT_GT(bytes.size(), 20'000U);
+  bytes.replace(4096, 12'000, std::string(12'000, '\x7f'));
+  temporary.write(name, bytes);
+  EXPECT_NE(fault(), "");
+}
+
+TEST_F(StoreFileCheck, APathMayHoldCharactersOfAURI) {
+  const std::string odd = home + "/a?b#c%41";
+  ::setenv("XDG_DATA_HOME", odd.c_str(), 1);
+  temporary.write(std::string("a?b#c%41/") + kApplicationGroupIdentifier + "/Database.sqlite",
+                  std::string(5000, 'x'));
+  EXPECT_THAT(storeFile(*Platform::live())->fault, HasSubstr("not a database"));
+}
+
+}  // namespace
+}  // namespace kelvora::testing
