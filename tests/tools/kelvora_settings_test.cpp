@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "KelvoraCore/KVCoreDataStore.h"
 #include "KelvoraCore/KVSetting.h"
 
 #include "ports/Ports.h"
@@ -173,7 +174,10 @@ TEST_F(KelvoraSettings, AWrongValueIsRefusedWithTheAllowedOnesAndNothingIsWritte
   expectRefused(settings({"set", "currentLanguage", "pt"}),
                 "currentLanguage takes en, fr, de, es, tr, vi, zh-Hans or zh-Hant, not \"pt\"");
   expectRefused(settings({"set", "mainSensor", "\xff"}),
-                "mainSensor takes a text in UTF-8, not \"\xef\xbf\xbd\"");
+                "mainSensor takes the key of a sensor that 'kelvora sensors' lists or the store "
+                "has, not \"\xef\xbf\xbd\"");
+  expectRefused(settings({"set", "fileLoggingPath", "\xff"}),
+                "fileLoggingPath takes a text in UTF-8, not \"\xef\xbf\xbd\"");
   for (const char* value : {"TC0P", "[\"TC0P\"", "[1]", R"(["a\u0000b"])", "{}"}) {
     EXPECT_THAT(settings({"set", "menuSensors", value}).standardError,
                 HasSubstr("menuSensors takes a JSON array of texts, e.g. [\"TC0P\"], not "));
@@ -183,6 +187,33 @@ TEST_F(KelvoraSettings, AWrongValueIsRefusedWithTheAllowedOnesAndNothingIsWritte
                 HasSubstr("dropdownItems takes a JSON array of names with true or false"));
   }
   EXPECT_EQ(file(), "");
+}
+
+TEST_F(KelvoraSettings, TheMainSensorMustBeOneThatTheMachineHas) {
+  setenv("KELVORA_MACHINE", "iMac19,1", 1);
+  for (const char* key : {"XXXX", "", "tc0p"}) {
+    EXPECT_THAT(settings({"set", "mainSensor", key}).standardError,
+                HasSubstr("mainSensor takes the key of a sensor that 'kelvora sensors' lists"));
+  }
+  EXPECT_EQ(file(), "");
+  set("mainSensor", "TC0P");
+  set("mainSensor", "AverageCPU");
+  set("menuSensors", R"(["XXXX"])");
+}
+
+TEST_F(KelvoraSettings, TheMainSensorMayBeOneThatIsStored) {
+  setenv("XDG_DATA_HOME", folder_.path("data").c_str(), 1);
+  {
+    const auto platform = Platform::live();
+    KVCoreDataStore store(0, *platform);
+    store.createSensorWithKey("ABCD", store.viewContext());
+    store.saveViewContext();
+  }
+  set("mainSensor", "ABCD");
+  EXPECT_EQ(settings({"set", "mainSensor", "XXXX"}).status, 2);
+  setenv("KELVORA_MACHINE", "iMac19,1", 1);
+  set("mainSensor", "ABCD");
+  set("mainSensor", "TC0P");
 }
 
 TEST_F(KelvoraSettings, ArchivedDataIsShownAsItsSizeAndCannotBeSet) {

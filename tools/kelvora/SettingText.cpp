@@ -12,6 +12,7 @@
 
 #include "KelvoraCore/KVSettings.h"
 
+#include "tools/kelvora/KnownSensors.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -48,6 +49,10 @@ std::vector<std::string> choicesOf(const KVSetting& setting) {
 
 // The other whole numbers are the hosts' own.
 bool isCount(const KVSetting& setting) { return setting.id == KVSettingID::kAppLaunchCount; }
+
+// The main sensor is a stored one. The other settings with keys are lists of texts, of which
+// programs skip those that they do not know.
+bool isSensor(const KVSetting& setting) { return setting.id == KVSettingID::kMainSensor; }
 
 struct JSONOfValue {
   Json operator()(bool value) const { return value; }
@@ -168,7 +173,8 @@ std::string allowedValues(const KVSetting& setting) {
     case KVSettingType::kInteger:
       return isCount(setting) ? "a whole number from 0" : "a whole number";
     case KVSettingType::kText:
-      return "a text in UTF-8";
+      return isSensor(setting) ? "the key of a sensor that 'kelvora sensors' lists or the store has"
+                               : "a text in UTF-8";
     case KVSettingType::kTextList:
       return R"(a JSON array of texts, e.g. ["TC0P"])";
     case KVSettingType::kItemList:
@@ -185,7 +191,9 @@ std::optional<PropertyListValue> parsedSetting(const KVSetting& setting, std::st
   }
   auto value = parsed(setting.type, text);
   const auto* number = value ? value->as<std::int64_t>() : nullptr;
-  return number != nullptr && *number < 0 && isCount(setting) ? std::nullopt : value;
+  const bool isRefused = (number != nullptr && *number < 0 && isCount(setting)) ||
+                         (value && isSensor(setting) && !isKnownSensor(text));
+  return isRefused ? std::nullopt : value;
 }
 
 }  // namespace kelvora::tool
