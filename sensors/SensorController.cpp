@@ -64,11 +64,10 @@ SensorList SensorController::getDefaultHIDSensors() {
 SensorController::SensorController()
     : SensorController(Platform::current(), ZDSystemDevice::device()) {}
 
-// The two queries that a reading needs. A whole inventory would run the system profiler and ask for
+// The queries that a reading needs. A whole inventory would run the system profiler and ask for
 // battery and disk too.
 SensorController::SensorController(Platform& platform)
-    : SensorController(platform,
-                       queryProcessor(platform.systemControls(), platform.registry()).platform) {}
+    : SensorController(platform, queryProcessorFamily(platform.systemControls())) {}
 
 SensorController::SensorController(Platform& platform, const ZDSystemDevice& device)
     : SensorController(platform, device.cpuInfo().platform, device.gpuInfos()) {}

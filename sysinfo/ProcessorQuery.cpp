@@ -38,6 +38,10 @@ std::string cleanedBrand(std::string brand) {
   return brand.empty() ? "Unknown" : brand;
 }
 
+std::string queryBrand(platform::SystemControls& controls) {
+  return cleanedBrand(sysctlNSStringForKey("machdep.cpu.brand_string", controls));
+}
+
 std::uint64_t knownCount(std::int64_t count) {
   return count == 0 ? ZDCPUInfo::kUnknownCount : static_cast<std::uint64_t>(count);
 }
@@ -61,10 +65,14 @@ void fillCores(ZDCPUInfo& info, const std::optional<CPUCoresInfo>& cores) {
 
 }  // namespace
 
+std::uint64_t queryProcessorFamily(platform::SystemControls& controls) {
+  return processorFamily(queryBrand(controls));
+}
+
 ZDCPUInfo queryProcessor(platform::SystemControls& controls, platform::IORegistry& registry) {
   const auto number = [&](const char* key) { return sysctlNumberForKey(key, controls); };
   ZDCPUInfo info;
-  info.brand = cleanedBrand(sysctlNSStringForKey("machdep.cpu.brand_string", controls));
+  info.brand = queryBrand(controls);
   info.vendor = sysctlNSStringForKey("machdep.cpu.vendor", controls);
   if (info.vendor.empty()) {
     info.vendor = "GenuineIntel";

@@ -17,6 +17,9 @@ class SystemControls;
 /// The processor by the system controls and the device tree.
 ZDCPUInfo queryProcessor(platform::SystemControls& controls, platform::IORegistry& registry);
 
+/// The processor family alone, for a reading: asks for the brand and nothing else.
+std::uint64_t queryProcessorFamily(platform::SystemControls& controls);
+
 /// The cores by the nodes of the device tree; none if the registry query fails.
 std::optional<CPUCoresInfo> queryCores(platform::IORegistry& registry);
 

@@ -1,6 +1,7 @@
 // The SMC of a Mac that runs Linux, through a file system that behaves like the kernel's driver.
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 
