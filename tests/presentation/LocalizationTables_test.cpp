@@ -1,4 +1,4 @@
-// The command-line host's tables against the keys that the library looks up.
+// The tables of texts against the keys that the library and the programs look up.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unicode/regex.h>
 
@@ -18,6 +19,8 @@ namespace kelvora {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 std::string contentOf(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -59,6 +62,17 @@ std::string placeholdersOf(const std::string& text) {
   return found;
 }
 
+// A key that is the English name of a fan: "Fan 1", "Fastest Fan".
+bool isNameOfFan(const std::string& key) { return key == "Fastest Fan" || key.starts_with("Fan "); }
+
+// The placeholders that the texts of a key have.
+std::string expectedPlaceholdersOf(const std::string& key) {
+  if (key.ends_with("-range")) {
+    return "%@%@";
+  }
+  return key.ends_with("-%@") ? "%@" : key.ends_with("-value") ? "%d" : "";
+}
+
 class EveryLanguage : public ::testing::TestWithParam<const char*> {};
 
 INSTANTIATE_TEST_SUITE_P(Localization, EveryLanguage,
@@ -70,15 +84,15 @@ TEST_P(EveryLanguage, HasATextForEachKeyAndNoOther) {
   for (const auto& [key, text] : tableOf(GetParam())) {
     keys.insert(key);
     EXPECT_FALSE(text.empty()) << key;
-    EXPECT_NE(text, key);
+    const bool isEnglishName = std::string(GetParam()) == "en" && isNameOfFan(key);
+    EXPECT_TRUE(text != key || isEnglishName) << key;
   }
   EXPECT_EQ(keys, libraryKeys());
 }
 
 TEST_P(EveryLanguage, KeepsThePlaceholdersOfEachFormat) {
   for (const auto& [key, text] : tableOf(GetParam())) {
-    const std::string expected = key.ends_with("-%@") ? "%@" : key.ends_with("-value") ? "%d" : "";
-    EXPECT_EQ(placeholdersOf(text), expected) << key;
+    EXPECT_EQ(placeholdersOf(text), expectedPlaceholdersOf(key)) << key;
   }
 }
 
@@ -88,25 +102,64 @@ TEST_P(EveryLanguage, SaysThingsInItsOwnWords) {
   }
   const StringsTable english = tableOf("en");
   for (const auto& [key, text] : tableOf(GetParam())) {
-    const bool sameWordInBoth = text == "Normal";
+    const bool sameWordInBoth =
+        std::set<std::string>{"Normal", "Error", "CPU", "GPU"}.contains(text);
     EXPECT_TRUE(text != english.at(key) || sameWordInBoth) << key << ": " << text;
   }
+}
+
+// A fan is "Lüfter 1", not "Lüfter Fan 1" or "Fan 1 Fan".
+TEST_P(EveryLanguage, HasAWholeNameForEachFanThatTheLibraryNames) {
+  constexpr int kMostFans = 20;
+  StringsTable table = tableOf(GetParam());
+  std::set<std::string> names;
+  for (int fan = 1; fan <= kMostFans; ++fan) {
+    const std::string& name = table["Fan " + std::to_string(fan)];
+    EXPECT_EQ(matchesOf("\\d+", name), std::vector{std::to_string(fan)}) << name;
+    names.insert(name);
+  }
+  names.insert(table["Fastest Fan"]);
+  EXPECT_EQ(names.size(), kMostFans + 1U);
+}
+
+TEST(LocalizationTables, AnEnglishFanKeepsItsName) {
+  EXPECT_EQ(tableOf("en").at("Fan-%@"), "%@");
+  EXPECT_EQ(tableOf("en").at("Fan 1"), "Fan 1");
+  EXPECT_EQ(tableOf("en").at("Fastest Fan"), "Fastest Fan");
+}
+
+// The words that careful readers of each language asked for.
+TEST(LocalizationTables, ReviewedTextsStay) {
+  EXPECT_EQ(tableOf("fr").at("overview-number-of-p-cores-value"), "%d de performance");
+  EXPECT_EQ(tableOf("fr").at("overview-number-of-e-cores-value"), "%d à haute efficacité");
+  EXPECT_EQ(tableOf("es").at("Fan-%@"), "Ventilador: %@");
+  EXPECT_EQ(tableOf("es").at("sensor-status-display-error"), "Error");
+  EXPECT_THAT(tableOf("es").at("general-error-alert-message"), HasSubstr("Inténtalo"));
+  EXPECT_EQ(tableOf("zh-Hans").at("overview-model-number-item"), "型号号码");
+  EXPECT_EQ(tableOf("zh-Hans").at("overview-model-year-item"), "型号年份");
+  EXPECT_EQ(tableOf("zh-Hans").at("invalid-sensor-key-alert-message"), "传感器键无效。");
+  EXPECT_EQ(tableOf("zh-Hant").at("overview-disk-item"), "啟動磁碟");
+  EXPECT_THAT(tableOf("tr").at("overview-dedicated-graphics-item"), Not(HasSubstr("arici")));
+  EXPECT_THAT(tableOf("vi").at("overview-model-year-item"), Not(HasSubstr("sản xuất")));
+  EXPECT_THAT(tableOf("de").at("cannot-remove-default-sensor-alert-message"),
+              HasSubstr("integriert"));
 }
 
 TEST(LocalizationTables, TheListHasEachKeyOnce) {
   EXPECT_EQ(libraryKeys().size(), localizationKeys().size());
 }
 
-// Every text literal of the library that looks like a key is in the list, and the messages of
-// errors are all spelt.
+// Every text literal that looks like a key is in the list. Messages of errors and the texts of a
+// reading are all spelt.
 TEST(LocalizationTables, NoSourceLooksUpAKeyThatTheListLacks) {
   static constexpr const char* kPattern =
-      "\"((sensor-status-display|category|overview)-[a-z-]+|[a-z-]+-alert-message|"
+      "\"((sensor-status-display|sensor-source|category|group|overview)-[a-z-]+|"
+      "[a-z-]+-(alert-message|range)|"
       "(Temp|Fan|Voltage|Current|Power)-%@)\"";
   const std::set<std::string> listed = libraryKeys();
   std::set<std::string> spelt;
   for (const char* layer :
-       {"presentation", "store", "settings", "sysinfo", "sensors", "hardware"}) {
+       {"tools", "presentation", "store", "settings", "sysinfo", "sensors", "hardware"}) {
     const fs::path folder = fs::path(KELVORA_SOURCES) / layer;
     if (!fs::exists(folder)) {
       continue;
@@ -123,7 +176,8 @@ TEST(LocalizationTables, NoSourceLooksUpAKeyThatTheListLacks) {
     }
   }
   for (const std::string& key : listed) {
-    if (key.ends_with("-alert-message")) {
+    if (key.ends_with("-alert-message") || key.ends_with("-range") || key.starts_with("group-") ||
+        key.starts_with("sensor-source-")) {
       EXPECT_TRUE(spelt.contains(key)) << key;
     }
   }

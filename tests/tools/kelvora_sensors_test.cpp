@@ -51,8 +51,9 @@ class KelvoraSensors : public ::testing::Test {
                   "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>" +
                       entries + "</dict></plist>");
   }
-  ProgramResult run(const std::string& option = "--machine") {
-    std::vector<std::string> arguments = {"sensors", "--machine", machine_};
+  ProgramResult run(const std::string& option = "--machine", const std::string& machine = "") {
+    std::vector<std::string> arguments = {"sensors", "--machine",
+                                          machine.empty() ? machine_ : machine};
     if (option == "--json") {
       arguments.push_back(option);
     }
@@ -93,6 +94,63 @@ TEST_F(KelvoraSensors, AreLabelledInTheUsersLanguage) {
   EXPECT_THAT(text(), ContainsRegex("Temperatur CPU Proximity +46°C  TC0P"));
   choose("<key>CURRENT_LANGUAGE_KEY</key><string>pt</string>");
   EXPECT_THAT(text(), ContainsRegex("  CPU Proximity +46°C  TC0P")) << "no such table";
+}
+
+TEST_F(KelvoraSensors, HaveHeadingsFansAndRemarksInTheUsersLanguage) {
+  struct Language {
+    const char* code;
+    const char* heading;
+    const char* fan;
+    const char* fastest;
+    const char* limits;
+    const char* computed;
+  };
+  for (const Language& each :
+       {Language{"en", "Fans", "Fan 1", "Fastest Fan", "1000rpm to 3000rpm", "computed"},
+        Language{"de", "Lüfter", "Lüfter 1", "Schnellster Lüfter", "1000rpm bis 3000rpm",
+                 "berechnet"},
+        Language{"fr", "Ventilateurs", "Ventilateur 1", "Ventilateur le plus rapide",
+                 "1000rpm à 3000rpm", "calculé"},
+        Language{"es", "Ventiladores", "Ventilador 1", "Ventilador más rápido", "1000rpm a 3000rpm",
+                 "calculado"},
+        Language{"tr", "Fanlar", "1\\. fan", "En hızlı fan", "1000rpm – 3000rpm", "hesaplanan"},
+        Language{"vi", "Quạt", "Quạt 1", "Quạt nhanh nhất", "1000rpm đến 3000rpm", "được tính"},
+        Language{"zh-Hans", "风扇", "风扇 1", "最快的风扇", "1000rpm 至 3000rpm", "计算值"},
+        Language{"zh-Hant", "風扇", "風扇 1", "最快的風扇", "1000rpm 至 3000rpm", "計算值"},
+        Language{"pt", "Fans", "Fan 1", "Fastest Fan", "1000rpm to 3000rpm", "computed"}}) {
+    choose(std::string("<key>CURRENT_LANGUAGE_KEY</key><string>") + each.code + "</string>");
+    const std::string report = text();
+    EXPECT_THAT(report, HasSubstr(std::string("\n\n") + each.heading + "\n")) << each.code;
+    EXPECT_THAT(report, ContainsRegex(std::string("\n  ") + each.fan + " +2000rpm  0 +" +
+                                      each.limits + "\n"))
+        << each.code;
+    EXPECT_THAT(report, ContainsRegex(std::string("\n  ") + each.fastest +
+                                      " +4000rpm  FastestFan +" + each.computed + "\n"))
+        << each.code;
+  }
+}
+
+TEST_F(KelvoraSensors, KeepTheNameThatTheMachineGivesAFan) {
+  const auto fansOf = [&](const std::string& language) {
+    choose("<key>CURRENT_LANGUAGE_KEY</key><string>" + language + "</string>");
+    return run("--machine", "iMac19,1").standardOutput;
+  };
+  EXPECT_THAT(fansOf("en"), ContainsRegex("\n\nFans\n  Main +1203rpm"));
+  EXPECT_THAT(fansOf("de"), ContainsRegex("\n\nLüfter\n  Lüfter Main +1203rpm"));
+  EXPECT_THAT(fansOf("es"), ContainsRegex("\n\nVentiladores\n  Ventilador: Main +1203rpm"));
+}
+
+TEST_F(KelvoraSensors, HaveAHeadingForEachGroupInTheUsersLanguage) {
+  choose("<key>CURRENT_LANGUAGE_KEY</key><string>de</string>");
+  const std::string report = run("--machine", "MacBookPro10,1").standardOutput;
+  std::size_t place = 0;
+  for (const char* heading : {"CPU", "GPU", "Arbeitsspeicher", "Hauptplatine und Chipsatz",
+                              "Luftstrom und WLAN", "Massenspeicher", "Batterie",
+                              "Netzteil und Energieverwaltung", "Lüfter", "Unbekannte Sensoren"}) {
+    const std::size_t found = report.find(std::string("\n\n") + heading + "\n", place);
+    ASSERT_NE(found, std::string::npos) << heading << " in" << report;
+    place = found + 1;
+  }
 }
 
 TEST_F(KelvoraSensors, StayRawInJSONWhateverTheUserChose) {

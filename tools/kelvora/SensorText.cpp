@@ -6,7 +6,6 @@
 #include <optional>
 #include <string_view>
 
-#include "KelvoraCore/KVExtension.h"
 #include "KelvoraCore/KVValueConverter.h"
 
 namespace kelvora::tool {
@@ -18,8 +17,8 @@ constexpr std::int64_t kPercentage = 1;
 constexpr bool kShortForm = false;
 
 // Formats of labels by sensor type; "%@" is the place of the name.
-constexpr std::array<std::string_view, 5> kLabelKeys{"Temp-%@", "", "Voltage-%@", "Current-%@",
-                                                     "Power-%@"};
+constexpr std::array<std::string_view, 5> kLabelKeys{"Temp-%@", "Fan-%@", "Voltage-%@",
+                                                     "Current-%@", "Power-%@"};
 constexpr std::string_view kPlaceholder = "%@";
 
 std::string revolutionsText(double speed) {
@@ -50,7 +49,19 @@ std::optional<double> shownValue(const Sensor& sensor, KVSettings& settings) {
   return sensor.value;
 }
 
+// With `text` in the first place of a name.
+std::string filled(std::string format, const std::string& text) {
+  const std::size_t place = format.find(kPlaceholder);
+  return place == std::string::npos ? format : format.replace(place, kPlaceholder.size(), text);
+}
+
 }  // namespace
+
+std::string localizedText(std::string_view key, std::string_view english,
+                          const KVLocalized::Texts& texts) {
+  const auto text = texts.localizedStringForKey(key);
+  return text && *text != key ? *text : std::string(english);
+}
 
 std::string valueText(const Sensor& sensor, KVSettings& settings) {
   const std::optional<double> value = shownValue(sensor, settings);
@@ -59,18 +70,25 @@ std::string valueText(const Sensor& sensor, KVSettings& settings) {
                : kNoValue;
 }
 
-std::string limitsText(const Sensor& fan) {
-  return revolutionsText(fan.minLimitValue) + " to " + revolutionsText(fan.maxLimitValue);
+std::string limitsText(const Sensor& fan, const KVLocalized::Texts& texts) {
+  const std::string format = localizedText("fan-limits-range", "%@ to %@", texts);
+  return filled(filled(format, revolutionsText(fan.minLimitValue)),
+                revolutionsText(fan.maxLimitValue));
 }
 
 std::string labelText(const Sensor& sensor, const KVLocalized::Texts& texts) {
-  const std::string_view key = sensor.type < kLabelKeys.size() ? kLabelKeys.at(sensor.type) : "";
-  if (key.empty()) {
+  if (sensor.type >= kLabelKeys.size()) {
     return sensor.name;
   }
-  const auto format = texts.localizedStringForKey(key);
-  return format && *format != key ? KVExtension::replace(*format, kPlaceholder, sensor.name)
-                                  : sensor.name;
+  if (sensor.type == SensorTypeFan) {
+    // "Fan 1" has a text of its own, for the format would give "Lüfter Fan 1".
+    const std::string own = localizedText(sensor.name, sensor.name, texts);
+    if (own != sensor.name) {
+      return own;
+    }
+  }
+  const std::string format = localizedText(kLabelKeys.at(sensor.type), kPlaceholder, texts);
+  return filled(format, sensor.name);
 }
 
 }  // namespace kelvora::tool

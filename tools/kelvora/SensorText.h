@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/KVSettings.h"
@@ -15,11 +16,16 @@ namespace kelvora::tool {
 /// "-" for a value below 0, which means that there is no reading.
 std::string valueText(const Sensor& sensor, KVSettings& settings);
 
-/// A fan's limits, always in revolutions: "2160rpm to 5927rpm".
-std::string limitsText(const Sensor& fan);
+/// The text of a key in the user's language; `english` where no table has a text for it.
+std::string localizedText(std::string_view key, std::string_view english,
+                          const KVLocalized::Texts& texts);
+
+/// A fan's limits in the user's language, always in revolutions: "2160rpm to 5927rpm", "2160rpm bis
+/// 5927rpm".
+std::string limitsText(const Sensor& fan, const KVLocalized::Texts& texts);
 
 /// What a sensor is called in the user's language: "CPU Core 1 Temperature", "Temperatur CPU Core
-/// 1". A fan has its name alone.
+/// 1". A fan's name may have a text of its own: "Fan 1" is "Lüfter 1".
 std::string labelText(const Sensor& sensor, const KVLocalized::Texts& texts);
 
 }  // namespace kelvora::tool

@@ -35,25 +35,27 @@ class ListeningController : public SensorController {
 
 struct GroupRow {
   std::uint64_t group;
-  const char* heading;
-  const char* name;  ///< as --group takes it
+  const char* name;        ///< as --group takes it
+  const char* headingKey;  ///< in the tables of texts
+  const char* heading;     ///< in English
 };
 
 constexpr GroupRow kGroups[] = {
-    {SensorGroupCPU, "CPU", "cpu"},
-    {SensorGroupGPU, "GPU", "gpu"},
-    {SensorGroupMemory, "Memory", "memory"},
-    {SensorGroupMainboard, "Mainboard and chipset", "mainboard"},
-    {SensorGroupAirflow, "Airflow and wireless", "airflow"},
-    {SensorGroupStorage, "Storage", "storage"},
-    {SensorGroupDriveBay, "Drive bays", "drivebay"},
-    {SensorGroupBattery, "Battery", "battery"},
-    {SensorGroupPowerSupply, "Power supply and power management", "power"},
-    {SensorGroupDisplay, "Display", "display"},
-    {SensorGroupFan, "Fans", "fan"},
+    {SensorGroupCPU, "cpu", "group-cpu-name", "CPU"},
+    {SensorGroupGPU, "gpu", "group-gpu-name", "GPU"},
+    {SensorGroupMemory, "memory", "group-memory-name", "Memory"},
+    {SensorGroupMainboard, "mainboard", "group-mainboard-name", "Mainboard and chipset"},
+    {SensorGroupAirflow, "airflow", "group-airflow-name", "Airflow and wireless"},
+    {SensorGroupStorage, "storage", "group-storage-name", "Storage"},
+    {SensorGroupDriveBay, "drivebay", "group-drivebay-name", "Drive bays"},
+    {SensorGroupBattery, "battery", "group-battery-name", "Battery"},
+    {SensorGroupPowerSupply, "power", "group-power-name", "Power supply and power management"},
+    {SensorGroupDisplay, "display", "group-display-name", "Display"},
+    {SensorGroupFan, "fan", "category-fan-name", "Fans"},
 };
 
-constexpr char kUnknownGroup[] = "unknown";
+// For a sensor of no group above.
+constexpr GroupRow kUnknownGroup{0, "unknown", "group-unknown-name", "Unknown sensors"};
 
 struct TypeRow {
   std::uint64_t type;
@@ -69,9 +71,9 @@ constexpr TypeRow kTypes[] = {
     {SensorTypePower, "power", "W"},
 };
 
-std::string groupNameOf(std::uint64_t group) {
+const GroupRow& rowOf(std::uint64_t group) {
   const auto* row = std::ranges::find(kGroups, group, &GroupRow::group);
-  return row == std::end(kGroups) ? kUnknownGroup : row->name;
+  return row == std::end(kGroups) ? kUnknownGroup : *row;
 }
 
 // Null for a type that is not in the table.
@@ -89,27 +91,27 @@ std::string typeNameOf(std::uint64_t type) {
 bool isWanted(const Sensor& sensor, const Options& options) {
   return (options.keys.empty() ||
           std::ranges::find(options.keys, sensor.key) != options.keys.end()) &&
-         (options.group.empty() || options.group == groupNameOf(sensor.group)) &&
+         (options.group.empty() || options.group == rowOf(sensor.group).name) &&
          (options.type.empty() || options.type == typeNameOf(sensor.type));
 }
 
-std::string headingOf(std::uint64_t group) {
-  const auto* row = std::ranges::find(kGroups, group, &GroupRow::group);
-  return row == std::end(kGroups) ? "Unknown sensors" : row->heading;
+std::string headingOf(std::uint64_t group, const KVLocalized::Texts& texts) {
+  const GroupRow& row = rowOf(group);
+  return localizedText(row.headingKey, row.heading, texts);
 }
 
-std::string remarkOf(const Sensor& sensor) {
+std::string remarkOf(const Sensor& sensor, const KVLocalized::Texts& texts) {
   if (sensor.sourceType == SensorSourceComputed) {
-    return "computed";
+    return localizedText("sensor-source-computed", "computed", texts);
   }
   if (sensor.type == SensorTypeFan) {
-    return limitsText(sensor);
+    return limitsText(sensor, texts);
   }
   return "";
 }
 
 struct Line {
-  std::uint64_t group;
+  std::string heading;
   std::string name;
   std::string value;
   std::string key;
@@ -168,8 +170,8 @@ std::string rendered(const std::vector<Line>& lines, const Columns& columns, con
   std::string text;
   const Line* previous = nullptr;
   for (const Line& line : lines) {
-    if (previous == nullptr || previous->group != line.group) {
-      text += "\n" + style.heading(headingOf(line.group)) + "\n";
+    if (previous == nullptr || previous->heading != line.heading) {
+      text += "\n" + style.heading(line.heading) + "\n";
     }
     previous = &line;
     text += rendered(line, columns, style);
@@ -193,8 +195,9 @@ void writeReading(StandardOutput& output, const MachineChoice& machine, const Se
   std::vector<Line> lines;
   lines.reserve(sensors.size());
   for (const SensorPtr& sensor : sensors) {
-    lines.push_back({sensor->group, printable(labelText(*sensor, texts)),
-                     valueText(*sensor, settings), printable(sensor->key), remarkOf(*sensor)});
+    lines.push_back({headingOf(sensor->group, texts), printable(labelText(*sensor, texts)),
+                     valueText(*sensor, settings), printable(sensor->key),
+                     remarkOf(*sensor, texts)});
   }
   const Style style(output);
   const auto terminal = static_cast<std::size_t>(output.columns());
@@ -247,7 +250,7 @@ std::vector<std::string> sensorGroupNames() {
   for (const GroupRow& row : kGroups) {
     names.emplace_back(row.name);
   }
-  names.emplace_back(kUnknownGroup);
+  names.emplace_back(kUnknownGroup.name);
   return names;
 }
 
