@@ -47,15 +47,19 @@ std::string replacedMatches(std::string_view text, std::string_view pattern, std
 
 bool isDigit(char16_t character) { return character >= u'0' && character <= u'9'; }
 
-// macOS takes "$" before anything but a digit as that character; to ICU it is an error.
-icu::UnicodeString withLoneDollarsEscaped(const icu::UnicodeString& replacement) {
+// macOS and ICU differ in two places: a "$" before anything but a digit is itself and not an
+// error, and "\u0041" is "u0041" and not the character of that number.
+icu::UnicodeString asICUTemplate(const icu::UnicodeString& replacement) {
   icu::UnicodeString result;
   for (std::int32_t index = 0; index < replacement.length(); ++index) {
     const char16_t character = replacement[index];
+    const char16_t next = replacement.charAt(index + 1);
     if (character == u'\\') {
-      result.append(character);
+      if (next != u'u' && next != u'U') {
+        result.append(character);
+      }
       ++index;
-    } else if (character == u'$' && !isDigit(replacement.charAt(index + 1))) {
+    } else if (character == u'$' && !isDigit(next)) {
       result.append(u'\\');
     }
     if (index < replacement.length()) {
@@ -84,7 +88,7 @@ std::string trimPattern(std::string_view text, std::string_view pattern) {
 std::string removedRegexMatchesWithPattern(std::string_view text, std::string_view pattern,
                                            std::string_view replaceWith) {
   return replacedMatches(text, pattern, UREGEX_CASE_INSENSITIVE,
-                         withLoneDollarsEscaped(decoded(replaceWith)));
+                         asICUTemplate(decoded(replaceWith)));
 }
 
 }  // namespace kelvora::KVExtension

@@ -51,15 +51,18 @@ KELVORA_EXPORT std::string removedRegexMatchesWithPattern(std::string_view text,
                                                           std::string_view pattern,
                                                           std::string_view replaceWith);
 
-/// Exactly two fraction digits and the grouping of the locale that was current at the first call:
-/// 1234.5 gives "1,234.50" in English. A missing number gives "0"; not-a-number and infinities
-/// give the locale's signs for them, "NaN" and "∞" in English.
+/// Exactly two fraction digits and the grouping of the user's locale: 1234.5 gives "1,234.50" in
+/// English. The locale is that of LC_ALL, LC_NUMERIC or LANG, the first that is set, as it was at
+/// the first call; "C", "POSIX" and none count as English. A missing number gives "0"; not-a-number
+/// and infinities give the locale's signs for them, "NaN" and "∞" in English.
 KELVORA_EXPORT std::string formattedStringFromNumber(std::optional<double> number);
 
 using Date = std::chrono::system_clock::time_point;
 
 /// Formats dates by the patterns of Unicode's date fields, with the locale "en_US_POSIX", the
-/// Gregorian calendar and the time zone that was the system's when it was created.
+/// Gregorian calendar and the time zone that was the system's when it was created: that of the
+/// environment variable TZ, which may be a rule ("CET-1CEST,M3.5.0,M10.5.0/3"), else the
+/// computer's. These are fixed formats: no variable of the locale changes them, LC_TIME neither.
 class KELVORA_EXPORT DateFormatter {
  public:
   DateFormatter();

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -115,6 +116,13 @@ TEST(KVExtensionPatterns, ATemplateRefersToGroupsByDollarAndNumber) {
   EXPECT_EQ(removedRegexMatchesWithPattern("ab", "a", "\\\\"), "\\b");
 }
 
+TEST(KVExtensionPatterns, ATemplateHasNoCharactersByNumber) {
+  EXPECT_EQ(removedRegexMatchesWithPattern("ab", "a", "\\u0041"), "u0041b");
+  EXPECT_EQ(removedRegexMatchesWithPattern("ab", "a", "\\U00000041"), "U00000041b");
+  EXPECT_EQ(removedRegexMatchesWithPattern("ab", "a", "\\\\u0041"), "\\u0041b");
+  EXPECT_EQ(removedRegexMatchesWithPattern("ab", "a", "\\u"), "ub");
+}
+
 TEST(KVExtensionPatterns, ADollarWithoutANumberStandsForItself) {
   EXPECT_EQ(removedRegexMatchesWithPattern("5 usd", " usd", "$"), "5$");
   EXPECT_EQ(removedRegexMatchesWithPattern("a", "a", "$x${y}$"), "$x${y}$");
@@ -142,14 +150,21 @@ TEST(KVExtensionPatterns, APatternThatBacktracksWithoutRoomMatchesNowhere) {
   EXPECT_EQ(getPattern(large, "(a|b)*c"), "");
 }
 
-void setLocale(const char* name) {
-  UErrorCode status = U_ZERO_ERROR;
-  icu::Locale::setDefault(icu::Locale(name), status);
-  ASSERT_TRUE(U_SUCCESS(status));
+constexpr const char* kLocaleVariables[] = {"LC_ALL", "LC_NUMERIC", "LC_TIME", "LC_MESSAGES",
+                                            "LANG"};
+
+// The environment of a user: only these variables of the locale.
+void chooseLocale(const std::map<std::string, std::string>& variables) {
+  for (const char* name : kLocaleVariables) {
+    unsetenv(name);
+  }
+  for (const auto& [name, value] : variables) {
+    setenv(name.c_str(), value.c_str(), 1);
+  }
 }
 
 TEST(KVExtensionNumber, TwoFractionDigitsGroupedInEnglish) {
-  setLocale("en_US");
+  chooseLocale({{"LANG", "en_US.UTF-8"}});
   EXPECT_EQ(formattedStringFromNumber(1234.5), "1,234.50");
   EXPECT_EQ(formattedStringFromNumber(0.0), "0.00");
   EXPECT_EQ(formattedStringFromNumber(-1234567.891), "-1,234,567.89");
@@ -157,23 +172,66 @@ TEST(KVExtensionNumber, TwoFractionDigitsGroupedInEnglish) {
 }
 
 TEST(KVExtensionNumber, TwoFractionDigitsGroupedInGerman) {
-  setLocale("de_DE");
+  chooseLocale({{"LANG", "de_DE.UTF-8"}});
   EXPECT_EQ(formattedStringFromNumber(1234.5), "1.234,50");
   EXPECT_EQ(formattedStringFromNumber(std::nullopt), "0");
 }
 
 TEST(KVExtensionNumber, TheFormatterKeepsTheLocaleOfItsFirstUse) {
-  setLocale("de_DE");
+  chooseLocale({{"LANG", "de_DE.UTF-8"}});
   formattedStringFromNumber(1.0);
-  setLocale("en_US");
+  chooseLocale({{"LANG", "en_US.UTF-8"}});
   EXPECT_EQ(formattedStringFromNumber(1234.5), "1.234,50");
 }
 
 TEST(KVExtensionNumber, NumbersThatAreNotFiniteHaveTheirSigns) {
-  setLocale("en_US");
+  chooseLocale({{"LANG", "en_US.UTF-8"}});
   EXPECT_EQ(formattedStringFromNumber(std::nan("")), "NaN");
+  EXPECT_EQ(formattedStringFromNumber(-std::nan("")), "NaN");
   EXPECT_EQ(formattedStringFromNumber(std::numeric_limits<double>::infinity()), "∞");
   EXPECT_EQ(formattedStringFromNumber(-std::numeric_limits<double>::infinity()), "-∞");
+}
+
+// One test for each: the formatter keeps the locale of its first use.
+void expectEnglishNumbers() {
+  EXPECT_EQ(formattedStringFromNumber(1234.5), "1,234.50");
+  EXPECT_EQ(formattedStringFromNumber(std::numeric_limits<double>::infinity()), "∞");
+  EXPECT_EQ(formattedStringFromNumber(std::nan("")), "NaN");
+}
+
+TEST(KVExtensionNumber, TheLocaleCIsEnglish) {
+  chooseLocale({{"LANG", "C"}});
+  expectEnglishNumbers();
+}
+
+TEST(KVExtensionNumber, TheLocaleCInUTF8IsEnglish) {
+  chooseLocale({{"LANG", "C.UTF-8"}});
+  expectEnglishNumbers();
+}
+
+TEST(KVExtensionNumber, TheLocalePOSIXIsEnglish) {
+  chooseLocale({{"LC_ALL", "POSIX"}, {"LANG", "de_DE.UTF-8"}});
+  expectEnglishNumbers();
+}
+
+TEST(KVExtensionNumber, NoLocaleIsEnglish) {
+  chooseLocale({});
+  expectEnglishNumbers();
+}
+
+TEST(KVExtensionNumber, LCNumericComesBeforeLang) {
+  chooseLocale({{"LC_NUMERIC", "de_DE.UTF-8"}, {"LC_MESSAGES", "en_US.UTF-8"}, {"LANG", "C"}});
+  EXPECT_EQ(formattedStringFromNumber(1234.5), "1.234,50");
+}
+
+TEST(KVExtensionNumber, LCAllComesBeforeLCNumeric) {
+  chooseLocale({{"LC_ALL", "de_DE"}, {"LC_NUMERIC", "en_US.UTF-8"}});
+  EXPECT_EQ(formattedStringFromNumber(1234.5), "1.234,50");
+}
+
+TEST(KVExtensionNumber, TheLanguageOfMessagesAndAnEmptyVariableDoNotCount) {
+  chooseLocale({{"LC_ALL", ""}, {"LC_MESSAGES", "en_US.UTF-8"}, {"LANG", "de_DE@euro"}});
+  EXPECT_EQ(formattedStringFromNumber(1234.5), "1.234,50");
 }
 
 // 2024-03-07 14:05:09 and three quarters of a second in Berlin.
@@ -197,8 +255,11 @@ TEST_F(KVExtensionDate, TheGraphFormatIsTwoLinesWithOneLineFeed) {
 }
 
 TEST_F(KVExtensionDate, TheLocaleOfTheUserChangesNothing) {
-  setLocale("ar_EG@calendar=islamic");
+  chooseLocale({{"LANG", "de_DE.UTF-8"}, {"LC_TIME", "ar_EG.UTF-8"}});
+  UErrorCode status = U_ZERO_ERROR;
+  icu::Locale::setDefault(icu::Locale("ar_EG@calendar=islamic"), status);
   EXPECT_EQ(dateTimeFormat(berlinAfternoon()), "2024-03-07 14:05:09");
+  EXPECT_EQ(dateFormatter().stringFromDate(berlinAfternoon(), "EEE d MMM"), "Thu 7 Mar");
 }
 
 TEST_F(KVExtensionDate, InstantsBeforeTheEpochRoundDownToTheSecond) {
@@ -219,6 +280,36 @@ TEST_F(KVExtensionDate, TheYearIsTheCalendarsAndNotThatOfTheWeek) {
 
 TEST_F(KVExtensionDate, SummerTimeCounts) {
   EXPECT_EQ(shortTimeOnlyFormat(Date(std::chrono::seconds(1'720'353'909))), "14:05");
+}
+
+// January, July and the last seconds before and after both changes of 2024.
+void expectCentralEuropeanTimes() {
+  EXPECT_EQ(dateTimeFormat(berlinAfternoon()), "2024-03-07 14:05:09");
+  EXPECT_EQ(dateTimeFormat(Date(std::chrono::seconds(1'720'353'909))), "2024-07-07 14:05:09");
+  EXPECT_EQ(timeOnlyFormat(Date(std::chrono::seconds(1'711'846'799))), "01:59:59");
+  EXPECT_EQ(timeOnlyFormat(Date(std::chrono::seconds(1'711'846'800))), "03:00:00");
+  EXPECT_EQ(timeOnlyFormat(Date(std::chrono::seconds(1'729'990'799))), "02:59:59");
+  EXPECT_EQ(timeOnlyFormat(Date(std::chrono::seconds(1'729'990'800))), "02:00:00");
+}
+
+TEST(KVExtensionTimeZone, ARuleInTZIsHonoured) {
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  expectCentralEuropeanTimes();
+}
+
+TEST(KVExtensionTimeZone, ANameBehindAColonIsHonoured) {
+  setenv("TZ", ":Europe/Berlin", 1);
+  expectCentralEuropeanTimes();
+}
+
+TEST(KVExtensionTimeZone, ARuleWithoutSummerTimeIsHonoured) {
+  setenv("TZ", "<+0545>-5:45", 1);
+  EXPECT_EQ(dateTimeFormat(berlinAfternoon()), "2024-03-07 18:50:09");
+}
+
+TEST(KVExtensionTimeZone, AnEmptyTZIsUniversalTime) {
+  setenv("TZ", "", 1);
+  EXPECT_EQ(dateTimeFormat(berlinAfternoon()), "2024-03-07 13:05:09");
 }
 
 TEST_F(KVExtensionDate, OneFormatterServesEveryPatternFromEveryThread) {
