@@ -24,10 +24,10 @@ double rounded(double count, int decimals) {
   return std::nearbyint(count * scale) / scale;
 }
 
-std::string localized(double count, int maximumDecimals) {
+std::string numberText(double count, int maximumDecimals) {
   UErrorCode status = U_ZERO_ERROR;
   std::string text;
-  icu::number::NumberFormatter::withLocale(icu::Locale::getDefault())
+  icu::number::NumberFormatter::withLocale(icu::Locale::getEnglish())
       .precision(icu::number::Precision::maxFraction(maximumDecimals))
       .formatDouble(count, status)
       .toString(status)
@@ -52,7 +52,7 @@ std::string formattedByteCount(std::uint64_t bytes, ByteCountStyle style) {
     count /= step;
     ++unit;
   }
-  return localized(count, kUnits[unit].maximumDecimals) + ' ' + kUnits[unit].name;
+  return numberText(count, kUnits[unit].maximumDecimals) + ' ' + kUnits[unit].name;
 }
 
 }  // namespace kelvora

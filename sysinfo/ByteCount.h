@@ -13,8 +13,9 @@ enum class ByteCountStyle : std::uint8_t {
 
 /// A number of bytes for display, by the rules of the platform's byte-count formatter: in the
 /// largest unit that gives at least 1, with no decimals up to KB, at most one for MB and at most
-/// two from GB on, without trailing zeros ("1.5 GB", "1 byte", "512 bytes"), digits by the current
-/// locale; 0 gives "Zero KB". Any thread.
+/// two from GB on, without trailing zeros ("1.5 GB", "1 byte", "1,023 bytes"); 0 gives "Zero KB".
+/// Words and digits are English in every language and locale: this layer knows no language, and
+/// "500,28 GB" beside "Zero KB" would be half of each. Any thread.
 std::string formattedByteCount(std::uint64_t bytes, ByteCountStyle style);
 
 }  // namespace kelvora
