@@ -6,6 +6,8 @@
 
 #include "KelvoraCore/KVThemeManager.h"
 
+#include "base/Blanks.h"
+
 namespace kelvora {
 
 namespace {
@@ -16,8 +18,7 @@ constexpr KVColor colorOf(std::uint32_t rgb, KVColorSpace space = KVColorSpace::
 }
 
 std::uint32_t scannedHex(std::string_view text) {
-  const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
-  text.remove_prefix(start == text.npos ? text.size() : start);
+  text = trimmedOfBlanksAndLineEnds(text);
   if (text.starts_with("0x") || text.starts_with("0X")) {
     text.remove_prefix(2);
   }

@@ -20,6 +20,8 @@ TEST(KVColor, HexadecimalTextsAreScannedAsThePlatformScans) {
   EXPECT_EQ(KVColor::colorWithHexString("0x1E1E1E"), calibrated(30, 30, 30));
   EXPECT_EQ(KVColor::colorWithHexString("0X1e1e1e"), calibrated(30, 30, 30));
   EXPECT_EQ(KVColor::colorWithHexString(" \t\nFF9500"), calibrated(255, 149, 0));
+  EXPECT_EQ(KVColor::colorWithHexString("\u00a0\u3000\u2028\u0085 0xFF9500"),
+            calibrated(255, 149, 0));
   EXPECT_EQ(KVColor::colorWithHexString("FF9500 and more"), calibrated(255, 149, 0));
   EXPECT_EQ(KVColor::colorWithHexString("12FF9500"), calibrated(255, 149, 0));
   EXPECT_EQ(KVColor::colorWithHexString("FF"), calibrated(0, 0, 255));
