@@ -17,8 +17,11 @@ bool isPercentage(std::uint32_t categoryType, KVSettings& settings) {
   return categoryType == SensorTypeFan && settings.fanValueType() == kPercentage;
 }
 
-// As "%.*f" in the C locale, whatever the process's locale is.
+// As "%.*f" in the C locale, whatever the process's locale is. Not-a-number has no sign.
 std::string fixedText(double value, int fractionDigits) {
+  if (std::isnan(value)) {
+    return "nan";
+  }
   std::array<char, 400> buffer{};  // the largest double has 309 digits
   const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
                                  std::chars_format::fixed, fractionDigits);

@@ -112,6 +112,8 @@ TEST_F(Converter, UnitsKeepThePercentAndDegreeSignsInShortForm) {
 
 TEST_F(Converter, AValueThatIsNotANumberIsFormattedAsOne) {
   EXPECT_EQ(full(std::numeric_limits<double>::quiet_NaN(), 0), "nan°C");
+  EXPECT_EQ(full(-std::numeric_limits<double>::quiet_NaN(), 0), "nan°C");
+  EXPECT_EQ(number(-std::numeric_limits<double>::quiet_NaN(), 4), "nan");
   EXPECT_EQ(full(std::numeric_limits<double>::infinity(), 2), "infV");
 }
 
