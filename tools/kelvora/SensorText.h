@@ -5,7 +5,6 @@
 
 #include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/KVSettings.h"
-#include "KelvoraCore/Platform.h"
 #include "KelvoraCore/Sensor.h"
 
 namespace kelvora::tool {
@@ -21,7 +20,7 @@ std::string localizedText(std::string_view key, std::string_view english,
                           const KVLocalized::Texts& texts);
 
 /// A fan's limits in the user's language, always in revolutions: "2160rpm to 5927rpm", "2160rpm bis
-/// 5927rpm".
+/// 5927rpm". "–" for a limit that is not finite or beyond any fan's speed.
 std::string limitsText(const Sensor& fan, const KVLocalized::Texts& texts);
 
 /// What a sensor is called in the user's language: "CPU Core 1 Temperature", "Temperatur CPU Core

@@ -120,12 +120,12 @@ struct Line {
 
 /// The columns of a reading in a terminal of some width; 0 is a terminal without a limit. Names are
 /// what a reader looks for, so they are cut last: before that, key and remark of a line that is too
-/// long get a line of their own.
+/// long get a line of their own. A name or value that is unusually long moves its own line only.
 struct Columns {
   Columns(const std::vector<Line>& lines, std::size_t terminalWidth) : terminal(terminalWidth) {
     for (const Line& line : lines) {
-      name = std::max(name, displayWidth(line.name));
-      value = std::max(value, displayWidth(line.value));
+      widen(name, line.name, kMostName);
+      widen(value, line.value, kMostValue);
       if (!line.remark.empty()) {
         key = std::max(key, displayWidth(line.key));
       }
@@ -135,35 +135,52 @@ struct Columns {
       name = std::max(std::min(name, kLeastName), terminal > rest ? terminal - rest : 0);
     }
   }
-  bool fitsAfterValue(std::string_view text) const {
-    return terminal == 0 || kIndent + name + kGap + value + kGap + displayWidth(text) <= terminal;
+  static void widen(std::size_t& column, std::string_view text, std::size_t most) {
+    const std::size_t width = displayWidth(text);
+    column = width > most ? column : std::max(column, width);
+  }
+  /// The width of a line's name, which is cut only where the terminal ends.
+  std::size_t nameWidth(const Line& line) const {
+    const std::size_t wanted = std::max(name, displayWidth(line.name));
+    const std::size_t rest = kIndent + kGap + std::max(value, displayWidth(line.value));
+    return terminal == 0 || wanted + rest <= terminal
+               ? wanted
+               : std::max(name, terminal > rest ? terminal - rest : 0);
   }
   static constexpr std::size_t kIndent = 2;
   static constexpr std::size_t kGap = 2;
   static constexpr std::size_t kLeastName = 12;
+  static constexpr std::size_t kMostName = 48;
+  static constexpr std::size_t kMostValue = 12;
   std::size_t terminal;
   std::size_t name = 0;
   std::size_t value = 0;
   std::size_t key = 0;  // where a remark follows
 };
 
-// After the value, with remarks one below the other where that fits; else on a line of its own.
-std::string keyAndRemark(const Line& line, const Columns& columns, const Style& style) {
+// After `start`, with remarks one below the other where that fits; else on a line of its own.
+std::string keyAndRemark(const Line& line, const std::string& start, const Columns& columns,
+                         const Style& style) {
+  const auto fits = [&](const std::string& text) {
+    return columns.terminal == 0 ||
+           displayWidth(start) + Columns::kGap + displayWidth(text) <= columns.terminal;
+  };
   const std::string gap(Columns::kGap, ' ');
   const std::string remark = line.remark.empty() ? "" : gap + line.remark;
   const std::string aligned =
       line.remark.empty() ? line.key : fitted(line.key, columns.key) + remark;
-  if (columns.fitsAfterValue(aligned)) {
+  if (fits(aligned)) {
     return gap + style.faint(aligned);
   }
   const std::string close = line.key + remark;
-  return (columns.fitsAfterValue(close) ? gap : "\n    ") + style.faint(close);
+  return (fits(close) ? gap : "\n    ") + style.faint(close);
 }
 
 std::string rendered(const Line& line, const Columns& columns, const Style& style) {
-  return std::string(Columns::kIndent, ' ') + fitted(line.name, columns.name) +
-         std::string(Columns::kGap, ' ') + rightAligned(line.value, columns.value) +
-         keyAndRemark(line, columns, style) + "\n";
+  const std::string start =
+      std::string(Columns::kIndent, ' ') + fitted(line.name, columns.nameWidth(line)) +
+      std::string(Columns::kGap, ' ') + rightAligned(line.value, columns.value);
+  return start + keyAndRemark(line, start, columns, style) + "\n";
 }
 
 std::string rendered(const std::vector<Line>& lines, const Columns& columns, const Style& style) {
