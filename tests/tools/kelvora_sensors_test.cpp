@@ -60,6 +60,15 @@ class KelvoraSensors : public ::testing::Test {
     return runKelvora(arguments, {{"XDG_CONFIG_HOME", folder_.path()}});
   }
   std::string text() { return run().standardOutput; }
+  const std::string& machine() const { return machine_; }
+  std::string folder() const { return folder_.path(); }
+  // A machine without sensors of some title.
+  std::string title(const std::string& title) {
+    return folder_.write("title.json",
+                         R"({"format": "kelvora-machine", "version": 1, "architecture": "x86_64",
+                             "title": ")" +
+                             title + R"("})");
+  }
 
  private:
   TemporaryFolder folder_;
@@ -206,6 +215,99 @@ TEST(MissingKeys, AreTheWholeSMCWhereNoneWasRecorded) {
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.standardError, Not(HasSubstr("SMC")));
   EXPECT_THAT(result.standardOutput, EndsWith("\n\nNot in this recording\n  SMC\n"));
+}
+
+TEST_F(KelvoraSensors, AreInTheCharacterSetOfTheLocale) {
+  const auto in = [&](const char* locale, const char* variable = "LC_ALL") {
+    return runKelvora({"sensors", "--machine", machine()},
+                      {{"XDG_CONFIG_HOME", folder()}, {variable, locale}})
+        .standardOutput;
+  };
+  choose("<key>CURRENT_LANGUAGE_KEY</key><string>de</string>");
+  EXPECT_THAT(in("de_DE.UTF-8"), ContainsRegex("\nLüfter\n.*")) << "UTF-8";
+  EXPECT_THAT(in("C.UTF-8"), HasSubstr(" 46°C  TC0P"));
+  EXPECT_THAT(in("de_DE"), HasSubstr(" 46°C  TC0P")) << "no character set";
+  EXPECT_THAT(in("de_DE.no-such-set"), HasSubstr(" 46°C  TC0P"));
+  EXPECT_THAT(in("de_DE.ISO-8859-15@euro"), HasSubstr(" 46\xb0"
+                                                      "C  TC0P"));
+  EXPECT_THAT(in("de_DE.ISO-8859-1"), HasSubstr("\nL\xfc"
+                                                "fter\n"));
+  EXPECT_THAT(in("C"), HasSubstr(" 46 C  TC0P"));
+  EXPECT_THAT(in("POSIX"), ContainsRegex("\nLufter\n.*")) << "letters without marks";
+  EXPECT_THAT(in("C"), ContainsRegex("  Lufter 5 +-  4 +2000rpm bis 3000rpm")) << "no reading";
+  choose("<key>CURRENT_LANGUAGE_KEY</key><string>zh-Hans</string>");
+  const std::string ascii = in("C");
+  EXPECT_TRUE(std::ranges::all_of(ascii, [](char each) { return each >= 0 && each != '\x1a'; }))
+      << ascii;
+}
+
+TEST_F(KelvoraSensors, AreUTF8InJSONWhateverTheLocale) {
+  const auto in = [&](const char* locale) {
+    return runKelvora({"sensors", "--json", "--machine", title("Mac °")},
+                      {{"XDG_CONFIG_HOME", folder()}, {"LC_ALL", locale}})
+        .standardOutput;
+  };
+  EXPECT_THAT(in("C"), HasSubstr("Mac °"));
+  EXPECT_THAT(in("de_DE.ISO-8859-1"), HasSubstr("Mac °"));
+}
+
+// A machine with one fan whose limits are little-endian single-precision numbers.
+std::string machineWithLimits(const std::string& least, const std::string& most) {
+  return R"({"format": "kelvora-machine", "version": 1, "architecture": "x86_64", "title": "T",
+             "sysctl": {"machdep.cpu.brand_string": "Intel"}, "smc": {"keys": [
+             {"key": "FNum", "type": "ui8 ", "bytes": "01"},
+             {"key": "F0Ac", "type": "fpe2", "bytes": "1f40"},
+             {"key": "F0Mn", "type": "flt ", "bytes": ")" +
+         least + R"("}, {"key": "F0Mx", "type": "flt ", "bytes": ")" + most + R"("}]}})";
+}
+
+TEST(SensorLimits, ThatAreNoSpeedAreADash) {
+  const TemporaryFolder folder;
+  const auto limits = [&](const std::string& least, const std::string& most) {
+    const std::string path = folder.write("machine.json", machineWithLimits(least, most));
+    return runKelvora({"sensors", "--machine", path}).standardOutput;
+  };
+  EXPECT_THAT(limits("0000c07f", "0000c07f"), HasSubstr("2000rpm  0  – to –\n")) << "nan";
+  EXPECT_THAT(limits("0000c0ff", "00007045"), HasSubstr("  0  – to 3840rpm\n")) << "-nan";
+  EXPECT_THAT(limits("0000807f", "000080ff"), HasSubstr("  0  – to –\n")) << "inf, -inf";
+  EXPECT_THAT(limits("ffff7f7f", "ffff7fff"), HasSubstr("  0  – to –\n")) << "largest numbers";
+}
+
+// A machine whose second sensor has a name of `length` characters.
+std::string machineWithLongName(std::size_t length) {
+  return R"({"format": "kelvora-machine", "version": 1, "architecture": "arm64", "title": "T",
+             "sysctl": {"machdep.cpu.brand_string": "Apple M1"}, "hid": [
+             {"usagePage": 65280, "usage": 5, "product": "Xy", "events": {"15": 20}},
+             {"usagePage": 65280, "usage": 5, "product": ")" +
+         std::string(length, 'z') + R"(", "events": {"15": 30}}]})";
+}
+
+TEST(SensorColumns, AnUnusuallyLongNameMovesItsOwnLineOnly) {
+  const TemporaryFolder folder;
+  const auto reading = [&](std::size_t length) {
+    const std::string path = folder.write("machine.json", machineWithLongName(length));
+    return runKelvora({"sensors", "--machine", path}).standardOutput;
+  };
+  const std::string zs(37, 'z');  // with "Temperature" behind it 49 columns
+  EXPECT_THAT(reading(37), HasSubstr("\n  Xy Temperature  20°C  Xy\n"));
+  EXPECT_THAT(reading(37), HasSubstr("\n  " + zs + " Temperature  30°C  " + zs + "\n"));
+  EXPECT_THAT(reading(36), HasSubstr("\n  Xy Temperature" + std::string(34, ' ') + "  20°C  Xy\n"))
+      << "48 columns still are a column";
+}
+
+TEST(SensorColumns, ALongNameIsCutWhereTheTerminalEnds) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("machine.json", machineWithLongName(60));
+  const auto reading = [&](unsigned short columns) {
+    return runInTerminal(KELVORA_PROGRAM, {"sensors", "--machine", path}, columns,
+                         {{"NO_COLOR", "1"}})
+        .standardOutput;
+  };
+  const std::string zs(60, 'z');
+  EXPECT_THAT(reading(80), HasSubstr("\n  " + zs + " Temperature  30°C\n    " + zs + "\n"));
+  EXPECT_THAT(reading(80), HasSubstr("\n  Xy Temperature  20°C  Xy\n"));
+  EXPECT_THAT(reading(50), HasSubstr("\n  " + std::string(41, 'z') + "…  30°C\n"));
+  EXPECT_THAT(reading(50), HasSubstr("\n  Xy Temperature  20°C  Xy\n"));
 }
 
 // Keys of the sensors that a call of `sensors` shows of the iMac.

@@ -9,6 +9,7 @@
 #include "KelvoraCore/KVExtension.h"
 #include "KelvoraCore/ZDSystemDevice.h"
 
+#include "tools/kelvora/CharacterSet.h"
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Text.h"
 
@@ -42,15 +43,24 @@ std::string machineLine(const MachineChoice& machine, std::size_t width) {
   return text;
 }
 
-void writeText(StandardOutput& output, std::string_view text) {
-  if (!output.write(text)) {
+namespace {
+
+void write(StandardOutput& output, std::string_view bytes) {
+  if (!output.write(bytes)) {
     throw CommandError(kExitNothingRead, "the report could not be written");
   }
 }
 
-// Texts are valid UTF-8 already; should one not be, the report still is.
+}  // namespace
+
+void writeText(StandardOutput& output, std::string_view text) {
+  write(output, inCharacterSetOfLocale(text));
+}
+
+// JSON is UTF-8 in every locale. Texts are valid UTF-8 already; should one not be, the report still
+// is.
 void writeJson(StandardOutput& output, const Json& report) {
-  writeText(output, report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  write(output, report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 Style::Style(const StandardOutput& output) {

@@ -26,7 +26,8 @@ Json jsonMachine(Platform& platform);
 /// machine was asked for. Broken at its blanks for a terminal of `width` columns; 0 is one line.
 std::string machineLine(const MachineChoice& machine, std::size_t width);
 
-/// Writes a report; throws CommandError when it cannot be written whole.
+/// Writes a report; throws CommandError when it cannot be written whole. Text is written in the
+/// character set of the user's locale, JSON always in UTF-8.
 void writeText(StandardOutput& output, std::string_view text);
 void writeJson(StandardOutput& output, const Json& report);
 

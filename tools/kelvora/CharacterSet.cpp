@@ -1,0 +1,86 @@
+#include "tools/kelvora/CharacterSet.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+#include <unicode/translit.h>
+#include <unicode/ucnv.h>
+#include <unicode/uniset.h>
+#include <unicode/unistr.h>
+
+namespace kelvora::tool {
+
+namespace {
+
+constexpr char kUTF8[] = "UTF-8";
+
+// Signs of the reports come first: their columns need one character for one.
+constexpr char16_t kReplacements[] = u"° > ' '; … > '~'; – > '-'; :: Latin-ASCII;";
+
+std::string localeOfCharacters() {
+  for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+    const char* name = std::getenv(variable);
+    if (name != nullptr && *name != '\0') {
+      return name;
+    }
+  }
+  return "";
+}
+
+// "de_DE.ISO-8859-15@euro" gives "ISO-8859-15".
+std::string characterSetOf(const std::string& locale) {
+  if (locale == "C" || locale == "POSIX") {
+    return "US-ASCII";
+  }
+  const std::size_t point = locale.find('.');
+  return point == std::string::npos ? kUTF8
+                                    : locale.substr(point + 1, locale.find('@') - point - 1);
+}
+
+// With replacements for the characters that `converter` cannot write.
+icu::UnicodeString replaced(icu::UnicodeString text, const UConverter& converter,
+                            UErrorCode& status) {
+  auto lacking = std::make_unique<icu::UnicodeSet>();
+  ucnv_getUnicodeSet(&converter, lacking->toUSet(), UCNV_ROUNDTRIP_SET, &status);
+  lacking->complement();
+  UParseError place;
+  const std::unique_ptr<icu::Transliterator> replacements(icu::Transliterator::createFromRules(
+      u"Kelvora", kReplacements, UTRANS_FORWARD, place, status));
+  if (U_SUCCESS(status)) {
+    replacements->adoptFilter(lacking.release());
+    replacements->transliterate(text);
+  }
+  return text;
+}
+
+std::string encoded(const icu::UnicodeString& text, UConverter& converter, UErrorCode& status) {
+  ucnv_setSubstChars(&converter, "?", 1, &status);
+  std::string bytes(static_cast<std::size_t>(UCNV_GET_MAX_BYTES_FOR_STRING(
+                        text.length(), ucnv_getMaxCharSize(&converter))),
+                    '\0');
+  const std::int32_t size =
+      text.extract(bytes.data(), static_cast<std::int32_t>(bytes.size()), &converter, status);
+  bytes.resize(U_SUCCESS(status) ? static_cast<std::size_t>(size) : 0);
+  return bytes;
+}
+
+}  // namespace
+
+std::string inCharacterSetOfLocale(std::string_view text) {
+  const std::string name = characterSetOf(localeOfCharacters());
+  if (ucnv_compareNames(name.c_str(), kUTF8) == 0) {
+    return std::string(text);
+  }
+  UErrorCode status = U_ZERO_ERROR;
+  const icu::LocalUConverterPointer converter(ucnv_open(name.c_str(), &status));
+  if (U_FAILURE(status)) {
+    return std::string(text);
+  }
+  const auto characters =
+      icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
+  std::string result = encoded(replaced(characters, *converter, status), *converter, status);
+  return U_SUCCESS(status) ? result : std::string(text);
+}
+
+}  // namespace kelvora::tool
