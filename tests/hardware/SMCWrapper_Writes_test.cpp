@@ -7,6 +7,7 @@
 #include "KelvoraCore/SMCWrapper.h"
 
 #include "tests/hardware/Messages.h"
+#include "tests/support/ForwardingPorts.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/ScriptedChildProcesses.h"
 
