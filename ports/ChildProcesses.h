@@ -11,6 +11,7 @@ namespace kelvora::platform {
 /// The platform's quality-of-service class of a child that a user is waiting for.
 inline constexpr int kQualityOfServiceUserInteractive = 33;
 
+/// What to start, and how.
 struct ChildRequest {
   std::string path;                    ///< of the executable, e.g. "/usr/sbin/system_profiler"
   std::vector<std::string> arguments;  ///< without the program's own name

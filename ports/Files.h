@@ -7,6 +7,7 @@
 
 namespace kelvora::platform {
 
+/// Who owns a file, and who may do what with it.
 struct FileAttributes {
   std::string ownerAccountName;        ///< e.g. "root"; empty when the account is unknown
   std::string groupOwnerAccountName;   ///< e.g. "admin"

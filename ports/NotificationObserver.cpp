@@ -31,9 +31,9 @@ class NotificationObserver::Observation {
     distributed_ =
         centres_.distributed().addObserver(name, platform::SuspensionBehavior::kDefault,
                                            [hearing = hearing_](const Notification& notification) {
-                                             // A handler may end this observation, and this lambda.
-                                             const std::shared_ptr<Hearing> kept = hearing;
-                                             hear(kept, notification);
+                                             // A copy, because a handler may end this
+                                             // observation and this lambda with it.
+                                             hear(std::shared_ptr(hearing), notification);
                                            });
     inProcess_ = centres_.inProcess().addObserver(
         name, platform::SuspensionBehavior::kDefault,

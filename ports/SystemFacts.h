@@ -8,6 +8,7 @@
 
 namespace kelvora::platform {
 
+/// A version of the operating system, e.g. 13, 4, 1 for "13.4.1".
 struct OSVersion {
   std::int64_t major = 0;
   std::int64_t minor = 0;

@@ -9,6 +9,7 @@
 
 namespace kelvora::platform {
 
+/// An application with a running process of this user.
 struct RunningApplication {
   std::int64_t pid = 0;
   std::string bundleIdentifier;  ///< e.g. "com.apple.Safari"

@@ -9,6 +9,7 @@
 
 namespace kelvora {
 
+/// The kind of a core, by the "cluster-type" of its node in the device tree: "E" or "P".
 enum CPUCoreType : std::int32_t {
   CPUCoreTypeUnknown = 0,
   CPUCoreTypeEfficiency = 1,

@@ -65,6 +65,7 @@ using Date = std::chrono::system_clock::time_point;
 /// computer's. These are fixed formats: no variable of the locale changes them, LC_TIME neither.
 class KELVORA_EXPORT DateFormatter {
  public:
+  /// Takes over the time zone as it is now. Never fails: an unknown zone counts as UTC.
   DateFormatter();
   ~DateFormatter();
   DateFormatter(const DateFormatter&) = delete;

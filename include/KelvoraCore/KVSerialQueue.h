@@ -20,7 +20,9 @@ class KELVORA_EXPORT KVSerialQueue {
   KVSerialQueue(const KVSerialQueue&) = delete;
   KVSerialQueue& operator=(const KVSerialQueue&) = delete;
 
-  const std::string& label() const;
+  const std::string& label() const;  ///< as given to the constructor
+  /// Queues `work` and returns at once, also on the queue itself. `work` must not throw. Any
+  /// thread.
   void async(std::function<void()> work);
   /// Runs `work` on the queue and waits for it, also for what it throws; called from the queue
   /// itself it never returns.

@@ -23,6 +23,8 @@ class KELVORA_EXPORT PropertyListValue {
   using Storage =
       std::variant<bool, std::int64_t, double, std::string, Data, Date, Array, Dictionary>;
 
+  /// A value of that kind, converted implicitly so that literals can be written in place:
+  /// `{{"unit", 1}, {"name", "CPU"}}`. Texts are UTF-8.
   PropertyListValue(bool value) : storage_(value) {}
   PropertyListValue(int value) : storage_(std::int64_t{value}) {}
   PropertyListValue(std::int64_t value) : storage_(value) {}
@@ -40,6 +42,7 @@ class KELVORA_EXPORT PropertyListValue {
     return std::get_if<T>(&storage_);
   }
 
+  /// The value with its kind, for std::visit. Owned by this value.
   const Storage& storage() const { return storage_; }
 
   /// The value as a whole number, as the system's number and text objects convert: a boolean gives

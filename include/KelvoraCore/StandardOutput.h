@@ -13,6 +13,7 @@ namespace kelvora {
 /// opened.
 class KELVORA_EXPORT StandardOutput {
  public:
+  /// Takes over descriptor 1. Never fails: without a usable descriptor every `write` returns false.
   StandardOutput();
   ~StandardOutput();
   StandardOutput(const StandardOutput&) = delete;

@@ -22,12 +22,14 @@ enum ZDModelFamily : std::int64_t {
   ZDModelFamilyMacStudio = 9,
 };
 
+/// The byte order of a processor.
 enum ZDEndianness : std::int64_t {
   ZDEndiannessLittle = 0,
   ZDEndiannessBig = 1,
   ZDEndiannessUnknown = 2,
 };
 
+/// The size of a screen in points, e.g. 1680 by 1050.
 struct KELVORA_EXPORT ZDResolution {
   double width = 0;
   double height = 0;

@@ -7,6 +7,7 @@
 
 namespace kelvora {
 
+/// A version of the operating system, e.g. 13, 4, 0 for "13.4".
 struct KELVORA_EXPORT ZDOSVersion {
   std::int64_t major = 0;
   std::int64_t minor = 0;

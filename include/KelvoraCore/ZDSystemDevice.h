@@ -33,6 +33,8 @@ class KELVORA_EXPORT ZDSystemDevice {
   /// graphics, battery, disk, operating system and memory, in this order.
   explicit ZDSystemDevice(Platform& platform);
 
+  // The fields as they were gathered. Owned by this object; they live and stay as long as it does.
+
   const std::string& hostName() const { return hostName_; }  ///< e.g. "Anna's MacBook Pro"
   const ZDModelInfo& modelInfo() const { return modelInfo_; }
   const ZDCPUInfo& cpuInfo() const { return cpuInfo_; }
