@@ -85,7 +85,7 @@ def shared_build():
     """A second build of the library, as a shared one."""
     folder = WORK / "shared-build"
     configure(SOURCE, folder, "-D", f"CMAKE_BUILD_TYPE={SETTINGS['type']}", "-D", f"CMAKE_CXX_FLAGS={SETTINGS['flags']}",
-              "-D", "BUILD_SHARED_LIBS=ON", "-D", "KELVORA_TESTS=OFF", "-D", "KELVORA_PROGRAMS=OFF")
+              "-D", "BUILD_SHARED_LIBS=ON", "-D", "KELVORA_TESTS=OFF")
     run("cmake", "--build", folder)
     return folder
 
@@ -108,7 +108,8 @@ def environment():
 class Hosts(unittest.TestCase):
     def assert_prints_sensors(self, *program, **env):
         text = run(*program, env={**environment(), **env})
-        self.assertRegex(text, r"(?m)^\d+ sensors\n$")
+        self.assertRegex(text, r"(?m)^CPU Proximity: \d")
+        self.assertRegex(text, r"\n[1-9]\d* sensors\n$")
 
     def assert_package_works(self, prefix):
         folder = fresh("package-host")
@@ -181,6 +182,10 @@ class Shared(Hosts):
 
     def test_pkg_config(self):
         self.assert_pkg_config_works(self.prefix)
+
+    def test_the_installed_program_finds_its_library(self):
+        program = self.prefix / SETTINGS["bindir"] / "kelvora"
+        self.assertIn("CPU Proximity", run(program, "sensors", "--machine", "iMac19,1"))
 
     def test_its_name_has_the_version_that_breaks_hosts(self):
         major_minor = ".".join(SETTINGS["version"].split(".")[:2])
@@ -258,10 +263,13 @@ class Documents(Hosts):
     def test_hosting(self):
         self.assert_programs_work("docs/hosting.md", 2)
 
+    def test_store(self):
+        self.assert_programs_work("docs/store.md", 1)
+
     def test_no_other_document_has_programs(self):
         for path in [*SOURCE.glob("*.md"), *SOURCE.glob("docs/*.md")]:
             name = str(path.relative_to(SOURCE))
-            if name not in {"README.md", "docs/hosting.md"}:
+            if name not in {"README.md", "docs/hosting.md", "docs/store.md"}:
                 self.assertEqual([block for block in blocks(name) if is_program(*block)], [], name)
 
 
