@@ -123,11 +123,11 @@ TEST(PropertyListFile, AKeyWithANulIsRefused) {
 TEST(PropertyListFile, AnArchiveReferenceIsRefused) {
   std::string bytes = "bplist00";
   bytes += "\x80\x01";                      // the reference
-  bytes += "\x08";                          // where it stands
+  bytes += "\x08";                          // where it is
   bytes.append(6, '\0').append(2, '\x01');  // widths of an offset and of a reference
   bytes.append(7, '\0').append(1, '\x01');  // one object
   bytes.append(8, '\0');                    // the root is the first
-  bytes.append(7, '\0').append(1, '\x0a');  // where the offsets stand
+  bytes.append(7, '\0').append(1, '\x0a');  // where the offsets are
   const PropertyListReading reading = parsePropertyList(bytesOf(bytes));
   EXPECT_EQ(reading.failure, "holds a value that is no property-list value");
 }

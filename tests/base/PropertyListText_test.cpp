@@ -20,7 +20,7 @@ std::string binaryListOf(std::string_view object) {
   const std::string header = "bplist00";
   std::string bytes = header + std::string(object);
   const auto table = static_cast<char>(bytes.size());
-  bytes += static_cast<char>(header.size());  // where the object stands
+  bytes += static_cast<char>(header.size());  // where the object is
   bytes.append(6, '\0').append(2, '\x01');    // widths of an offset and of a reference
   bytes.append(7, '\0').append(1, '\x01');    // one object
   bytes.append(8, '\0');                      // the root is the first

@@ -283,7 +283,7 @@ TEST(ProcessorQuery, ValuesBelowZeroAreThoseOfTheSystem) {
   EXPECT_EQ(info.l2Cache, -1.0);
 }
 
-// An entry that may not tell its name, or its properties, as one that goes away does.
+// An entry may have no name or no properties: a device that is removed has neither.
 class FailingEntry : public platform::RegistryEntry {
  public:
   FailingEntry(const char* name, bool hasProperties) : name_(name), hasProperties_(hasProperties) {}

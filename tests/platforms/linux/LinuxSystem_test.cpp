@@ -188,7 +188,7 @@ TEST(LinuxSystemFacts, ADiskIsDescribedByTheKernelsFolders) {
   root.write(disk + "sda2/size", "1000\n");
   root.write(disk + "sda2/uevent", "DEVNAME=sda2\nPARTNAME=Macintosh HD\n");
   const fs::path top = root.path();
-  // The volume is on a mapped device that stands on the partition.
+  // The volume is on a mapped device on top of the partition.
   fs::create_directories(top / "sys/devices/virtual/block/dm-0/slaves");
   fs::create_directories(top / "sys/class/block");
   fs::create_directory_symlink(top / "sys/devices/virtual/block/dm-0",
