@@ -31,7 +31,7 @@ void createPrivate(const std::string& path) {
   if (fs::exists(path, error) || error) {
     return;
   }
-  std::ofstream(path, std::ios::app);
+  const std::ofstream created(path, std::ios::app);
   fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write, error);
 }
 

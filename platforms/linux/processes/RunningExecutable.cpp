@@ -109,7 +109,7 @@ std::optional<ApplicationBundle> linkedApplication(const Process& process) {
 // The kernel puts the interpreter, and its one argument if there is one, before a script's path.
 std::optional<ApplicationBundle> interpretedApplication(const Process& process) {
   for (std::size_t i = 1; i < process.words.size(); ++i) {
-    const auto bundle = applicationOfExecutable(absolute(process, process.words[i]));
+    auto bundle = applicationOfExecutable(absolute(process, process.words[i]));
     if (bundle && interprets(process, bundle->executablePath)) {
       return bundle;
     }

@@ -155,20 +155,27 @@ void SettingsFile::reloadOpenFile() {
   struct stat facts = {};
   if (fstat(open_.get(), &facts) != 0) {
     failToRead(State::kUnreadable, systemText(errno));
-  } else if (!S_ISREG(facts.st_mode)) {
+    return;
+  }
+  if (!S_ISREG(facts.st_mode)) {
     facts_ = facts;
     failToRead(State::kDamaged, "not a file");
-  } else if (facts.st_size > kMostBytes) {
+    return;
+  }
+  if (facts.st_size > kMostBytes) {
     facts_ = facts;
     failToRead(State::kUnreadable, "larger than 16 MB");
-  } else if (const auto bytes = readAll(open_.get(), static_cast<std::size_t>(facts.st_size))) {
-    if (!isInCurrentTick(facts.st_ctim)) {
-      facts_ = facts;
-    }
-    parse(*bytes);
-  } else {
-    failToRead(State::kUnreadable, systemText(errno));
+    return;
   }
+  const auto bytes = readAll(open_.get(), static_cast<std::size_t>(facts.st_size));
+  if (!bytes) {
+    failToRead(State::kUnreadable, systemText(errno));
+    return;
+  }
+  if (!isInCurrentTick(facts.st_ctim)) {
+    facts_ = facts;
+  }
+  parse(*bytes);
 }
 
 void SettingsFile::parse(const std::vector<std::byte>& bytes) {

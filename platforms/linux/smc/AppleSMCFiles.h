@@ -24,8 +24,8 @@ class AppleSMCFiles {
   /// The content of a file now, e.g. "42250\n" for "temp1_input"; none if it cannot be read. The
   /// file stays open: reading it again costs one system call.
   virtual std::optional<std::string> read(const std::string& name);
-  /// Writes "key_at_index".
-  virtual bool chooseKey(unsigned index);
+  /// Writes an index to "key_at_index"; false when the driver refuses it.
+  virtual bool chooseKey(unsigned chosen);
   /// Keeps other programs that lock from choosing keys. Waits at most a second for them, and goes
   /// on without the lock then.
   virtual void lock();
