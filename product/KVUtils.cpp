@@ -40,7 +40,7 @@ Path KVUtils::applicationSupportLocation(Platform& platform) {
 }
 
 Path KVUtils::applicationSupportPath(Platform& platform) {
-  const Path path = applicationSupportLocation(platform);
+  Path path = applicationSupportLocation(platform);
   if (path && !platform.files().exists(*path)) {
     platform.files().createFolder(*path);
   }

@@ -97,7 +97,9 @@ void SensorNaming::appendExact(const SensorList& byEntry, SensorList& named) con
 }
 
 void SensorNaming::appendPatternHits(std::vector<PatternHit> hits, SensorList& named) const {
-  std::ranges::stable_sort(hits, {}, &PatternHit::pattern);
+  std::ranges::stable_sort(hits, {}, [](const PatternHit& hit) {
+    return std::pair(hit.pattern.entry, hit.pattern.index);
+  });
   int number = 0;
   const Sensor* previous = nullptr;
   for (const auto& [pattern, sensor] : hits) {

@@ -31,7 +31,6 @@ class SensorNaming {
   struct Pattern {
     std::size_t entry;
     int index;
-    friend auto operator<=>(const Pattern&, const Pattern&) = default;
   };
   // What the catalogue says about one key.
   struct Match {

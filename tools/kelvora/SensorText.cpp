@@ -85,7 +85,7 @@ std::string labelText(const Sensor& sensor, const KVLocalized::Texts& texts) {
   }
   if (sensor.type == SensorTypeFan) {
     // "Fan 1" has a text of its own, for the format would give "Lüfter Fan 1".
-    const std::string own = localizedText(sensor.name, sensor.name, texts);
+    std::string own = localizedText(sensor.name, sensor.name, texts);
     if (own != sensor.name) {
       return own;
     }
