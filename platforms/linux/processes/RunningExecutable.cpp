@@ -124,14 +124,17 @@ std::optional<ApplicationBundle> applicationOfProcess(std::int64_t pid) {
   if (!isThisUsers(process.folder)) {
     return std::nullopt;
   }
-  process.program = programOf(process.folder);
-  if (process.program.empty()) {
-    return std::nullopt;
-  }
-  if (auto bundle = applicationOfExecutable(process.program)) {
-    return bundle;
-  }
-  process.words = wordsOf(process.folder);
+  // A process that starts another program changes its program first and its command line then.
+  do {
+    process.program = programOf(process.folder);
+    if (process.program.empty()) {
+      return std::nullopt;
+    }
+    if (auto bundle = applicationOfExecutable(process.program)) {
+      return bundle;
+    }
+    process.words = wordsOf(process.folder);
+  } while (programOf(process.folder) != process.program);
   if (process.words.empty()) {
     return std::nullopt;
   }
