@@ -81,7 +81,7 @@ class EntityDescription {
 
   std::optional<std::size_t> columnNamed(std::string_view name) const;
   std::optional<std::size_t> toManyNamed(std::string_view name) const;
-  /// The index in batches; null when there is none. An entity has at most one.
+  /// The index in batches; null if the entity has no such index. An entity has at most one.
   const Index* batchedIndex() const;
   std::vector<ManagedValue> defaultValues() const;
 

@@ -25,7 +25,7 @@ struct KELVORA_EXPORT CPUCoreInfo {
   friend bool operator==(const CPUCoreInfo&, const CPUCoreInfo&) = default;
 };
 
-/// The cores in the I/O registry's device tree. A count that the tree lacks is none.
+/// The cores in the I/O registry's device tree. A count has no value if the tree lacks it.
 struct KELVORA_EXPORT CPUCoresInfo {
   std::vector<CPUCoreInfo> coreList;  ///< in the registry's order; empty on an Intel Mac
   std::optional<std::int32_t> pCores;

@@ -82,7 +82,7 @@ class KELVORA_EXPORT KVCoreDataStore {
   KVCategoryPtr createOrUpdateCategoryWithName(std::string_view name,
                                                const ManagedObjectContextPtr& context);
 
-  /// The first category that matches; null when there is none.
+  /// The first category that matches; null if no category does.
   KVCategoryPtr getCategoryWithName(std::string_view name);
   KVCategoryPtr getCategoryWithType(std::int64_t type);
   KVCategoryPtr categoryWhere(const Predicate& predicate);
@@ -103,7 +103,7 @@ class KELVORA_EXPORT KVCoreDataStore {
   /// fan (type 1).
   KVSensorPtr createSensorWithCustomInfo(const PropertyListValue::Dictionary& info);
 
-  /// The first sensor that matches; null when there is none.
+  /// The first sensor that matches; null if no sensor does.
   KVSensorPtr getSensorByKey(std::string_view key);
   KVSensorPtr getSensorByKey(std::string_view key, const ManagedObjectContextPtr& context);
   KVSensorPtr sensorWhere(const Predicate& predicate, const ManagedObjectContextPtr& context);

@@ -79,7 +79,7 @@ class KELVORA_EXPORT ManagedObjectContext
   std::optional<Objects> objectsOf(std::string_view entity,
                                    const std::optional<Predicate>& predicate,
                                    const std::optional<SortDescriptor>& sortDescriptor);
-  /// The first object of that fetch; null when there is none or the fetch fails.
+  /// The first object of that fetch; null if nothing matches or the fetch fails.
   ManagedObjectPtr objectOf(std::string_view entity, const std::optional<Predicate>& predicate);
 
   /// Writes the unsaved changes to the parent, or from the root to the file. Of a changed object

@@ -8,7 +8,7 @@
 
 namespace kelvora {
 
-/// A graphics processor. A text that the system does not report is none.
+/// A graphics processor. A text has no value if the system does not report it.
 struct KELVORA_EXPORT ZDGPUInfo {
   std::optional<std::string> modelName;  ///< "AMD Radeon Pro 5500M", "Apple M1"
   /// "NVIDIA", "AMD" or "Radeon" of a dedicated one, the model's name on Apple silicon, else none.

@@ -64,7 +64,7 @@ struct RecordedStatistics {
 };
 
 /// A recorded Mac: what the lowest interfaces of its system returned.
-/// docs/machine-file.md describes the file. A member that was not recorded is none.
+/// docs/machine-file.md describes the file. A member has no value if it was not recorded.
 struct RecordedMachine {
   std::string title;
   std::string notes;

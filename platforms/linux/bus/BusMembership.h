@@ -25,7 +25,7 @@ class BusMembership {
   BusMembership(const BusMembership&) = delete;
   BusMembership& operator=(const BusMembership&) = delete;
 
-  /// The bus, or null while there is none. The first call joins before it returns.
+  /// The bus; null while the session has no bus. The first call joins before it returns.
   std::shared_ptr<NotificationBus> bus();
 
  private:

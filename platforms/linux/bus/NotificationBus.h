@@ -15,7 +15,7 @@ namespace kelvora::platform {
 /// own signals too.
 class NotificationBus {
  public:
-  /// Connects to the session bus; null if there is none. `received` is called on the bus's own
+  /// Connects to the session bus; null without a bus. `received` is called on the bus's own
   /// thread until the end of the object; `ended` once on that thread, when the bus has closed the
   /// connection or the object ends.
   static std::unique_ptr<NotificationBus> open(std::function<void(const Notification&)> received,
