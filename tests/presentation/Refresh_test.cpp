@@ -48,8 +48,8 @@ class Refresh : public ::testing::Test {
     return shown;
   }
 
-  // Until files that were written before have times of an earlier tick; a few milliseconds. A kernel
-  // may give a file the exact time, which the coarse clock reaches with its next ticks.
+  // Until files that were written before have times of an earlier tick; a few milliseconds. A
+  // kernel may give a file the exact time, which the coarse clock reaches with its next ticks.
   static void waitForTheNextTick() {
     timespec start = {};
     timespec now = {};

@@ -1,0 +1,3 @@
+#pragma once
+
+using boolean_t = int;
