@@ -4,6 +4,11 @@
 #include <map>
 #include <string>
 
+#include <gtest/gtest.h>
+#include <fcntl.h>
+
+#include "platforms/posix/FileDescriptor.h"
+#include "tests/support/ChildWork.h"
 #include "tests/support/StoreFixture.h"
 
 namespace kelvora::testing {
@@ -48,6 +53,25 @@ TEST_F(StoreFileCheck, AStoreIsWellWhetherItIsInUseOrNot) {
   }
   EXPECT_EQ(fault(), "");
   EXPECT_TRUE(storeFile(*platform)->exists);
+}
+
+// Else another program could take the write-ahead log away from under this one.
+TEST_F(StoreFileCheck, AStoreThatThisProgramHasOpenStaysLocked) {
+  const auto store = makeStore();
+  addCategory(*store, "Temperature", 0);
+  store->saveViewContext();
+  const auto isLocked = [this] {
+    return ChildWork([this] {
+             const platform::FileDescriptor file(open(storePath().c_str(), O_RDWR));
+             struct flock probe = {};
+             probe.l_type = F_WRLCK;
+             probe.l_whence = SEEK_SET;
+             return fcntl(file.get(), F_GETLK, &probe) == 0 && probe.l_type != F_UNLCK ? 1 : 0;
+           }).wait() == 1;
+  };
+  ASSERT_TRUE(isLocked());
+  EXPECT_EQ(storeFile(*platform)->fault, "");
+  EXPECT_TRUE(isLocked());
 }
 
 TEST_F(StoreFileCheck, AFileThatIsNoStoreIsAFault) {
