@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <system_error>
 
 #include "KelvoraCore/KVApplicationGroup.h"
@@ -55,11 +56,11 @@ std::string lockFaultOf(const std::string& path) {
   if (type != fs::file_type::regular) {
     return "the lock beside it: not a file";
   }
-  std::FILE* const file = std::fopen(lock.c_str(), "r+b");
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(lock.c_str(), "r+b"),
+                                                             std::fclose);
   if (file == nullptr) {
     return "the lock beside it: " + std::generic_category().message(errno);
   }
-  std::fclose(file);
   return "";
 }
 

@@ -35,6 +35,14 @@ TEST_F(Snapshot, StoresNoDefault) {
   EXPECT_TRUE(suite_->objects().empty());
 }
 
+TEST_F(Snapshot, KeepsTheDefaultThatItShowedFirst) {
+  KVSettingsSnapshot snapshot(mac_.settings);
+  EXPECT_EQ(snapshot.currentLanguage(), "en");
+  mac_.bundle.localizations = {{"de"}};
+  EXPECT_EQ(snapshot.currentLanguage(), "en");
+  EXPECT_EQ(KVSettingsSnapshot(mac_.settings).currentLanguage(), "de");
+}
+
 TEST_F(Snapshot, KeepsWhatIsSetToItselfAndAnnouncesNothing) {
   testing::RecordedNotices notices(*mac_.platform);
   suite_->setObject("KVMainSensor", "TC0P");

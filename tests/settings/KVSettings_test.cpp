@@ -333,12 +333,12 @@ TEST_F(Settings, AChosenLanguageStaysWhateverTheUserPrefersLater) {
 }
 
 TEST_F(Settings, SettingTheSameLanguageTwiceAnnouncesItOnce) {
-  settings_.setCurrentLanguage("fr");
-  settings_.setCurrentLanguage("fr");
+  EXPECT_TRUE(settings_.setCurrentLanguage("fr"));
+  EXPECT_TRUE(settings_.setCurrentLanguage("fr"));
   EXPECT_EQ(notices_.take().size(), 1U);
   KVSettings another(*platform_);
   EXPECT_EQ(another.currentLanguage(), "fr");
-  another.setCurrentLanguage("fr");
+  EXPECT_TRUE(another.setCurrentLanguage("fr"));
   EXPECT_TRUE(notices_.take().empty());
 }
 
