@@ -1,5 +1,6 @@
 #include "KelvoraCore/KVValueConverter.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -31,13 +32,9 @@ std::string fixedText(double value, int fractionDigits) {
 // Cut toward zero; out of range gives the nearest, not-a-number 0.
 std::int32_t truncated(double value) {
   using Limits = std::numeric_limits<std::int32_t>;
-  if (std::isnan(value)) {
-    return 0;
-  }
-  if (value >= Limits::max()) {
-    return Limits::max();
-  }
-  return value <= Limits::min() ? Limits::min() : static_cast<std::int32_t>(value);
+  return std::isnan(value)
+             ? 0
+             : static_cast<std::int32_t>(std::clamp<double>(value, Limits::min(), Limits::max()));
 }
 
 }  // namespace

@@ -61,7 +61,7 @@ class Parser {
   }
 
   void skipBlanks() {
-    while (!atEnd() && failure_.empty()) {
+    while (true) {
       if (u_isUWhiteSpace(peek()) || peek() == 0xFEFF) {
         ++at_;
       } else if (startsWith(u"//")) {

@@ -64,6 +64,7 @@ TEST_F(Converter, FansShowRevolutionsOrAPercentageOfTheirRange) {
   EXPECT_EQ(full(1200.4, 1, true), "1200");
   mac_.settings.setFanValueType(1);
   EXPECT_EQ(full(0.756, 1), "75%");
+  EXPECT_EQ(full(0.29, 1), "28%");  // the nearest double is below; in single precision 29
   EXPECT_EQ(full(0.999, 1), "99%");
   EXPECT_EQ(full(1.0, 1), "100%");
   EXPECT_EQ(full(1.0, 1, true), "100%");

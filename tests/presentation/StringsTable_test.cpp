@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 namespace kelvora {
 namespace {
@@ -45,10 +46,10 @@ TEST(StringsTable, AnEscapeTakesNoMoreDigitsThanItsOwn) {
 
 TEST(StringsTable, EscapesGiveTheirCharacters) {
   const auto reading = parse(R"("a" = "1\n2\t3\"4\\5\r\a\b\f\v\'\q";
-"b" = "\U00e9\u00E9 \U4e2d \UD83C\UDF21 \101\0601"; 'c' = 'it\'s "so"';)");
+"b" = "\U00e9\u00E9 \U4e2d \UD83C\UDF21 \101\0601\75\78"; 'c' = 'it\'s "so"';)");
   EXPECT_EQ(reading.failure, "");
   EXPECT_EQ(reading.table, (StringsTable{{"a", "1\n2\t3\"4\\5\r\a\b\f\v'q"},
-                                         {"b", "éé 中 🌡 A01"},
+                                         {"b", "éé 中 🌡 A01=\a8"},
                                          {"c", "it's \"so\""}}));
 }
 
@@ -107,6 +108,17 @@ TEST(StringsTable, AFaultNamesItsLine) {
   EXPECT_EQ(parse("a = { b = c; };").failure, "line 1: a text expected");
   EXPECT_EQ(parse("a = \"b\\").failure, "line 1: a text does not end");
   EXPECT_FALSE(parse("a = ;").table);
+}
+
+// Memory that is never touched, so it costs nothing.
+TEST(StringsTable, AFileTooLargeForATextIsRefused) {
+  constexpr std::size_t kBytes = (std::size_t{1} << 30U) + 1;
+  void* const memory =
+      mmap(nullptr, kBytes, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  ASSERT_NE(memory, MAP_FAILED);
+  EXPECT_EQ(parseStringsTable(std::span(static_cast<const std::byte*>(memory), kBytes)).failure,
+            "too large");
+  munmap(memory, kBytes);
 }
 
 TEST(StringsTable, AnyBytesAreReadOrRefused) {
