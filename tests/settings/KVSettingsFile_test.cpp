@@ -23,8 +23,7 @@ constexpr const char* kLock = "group.com.kelvora/Settings.plist.lock";
 class SettingsFileCheck : public ::testing::Test {
  protected:
   SettingsFileCheck() {
-    platform_->ports().userDefaults =
-        std::make_unique<platform::LinuxUserDefaults>(folder_.path());
+    platform_->ports().userDefaults = std::make_unique<platform::LinuxUserDefaults>(folder_.path());
   }
   KVSettingsFile file() { return settingsFile(*platform_).value(); }
 

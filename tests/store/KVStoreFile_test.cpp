@@ -4,8 +4,8 @@
 #include <map>
 #include <string>
 
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 
 #include "platforms/posix/FileDescriptor.h"
 #include "tests/support/ChildWork.h"
