@@ -5,7 +5,7 @@
 
 #include <unistd.h>
 
-#include "platforms/linux/processes/LinuxChildProcesses.h"
+#include "platforms/posix/PosixChildProcesses.h"
 
 namespace kelvora::platform {
 
@@ -44,7 +44,7 @@ class Grant : public AuthorizationGrant {
 }  // namespace
 
 LinuxAuthorization::LinuxAuthorization()
-    : LinuxAuthorization(std::make_shared<LinuxChildProcesses>(), geteuid() == 0, kAskingProgram) {}
+    : LinuxAuthorization(std::make_shared<PosixChildProcesses>(), geteuid() == 0, kAskingProgram) {}
 
 LinuxAuthorization::LinuxAuthorization(std::shared_ptr<ChildProcesses> children, bool isRoot,
                                        std::string askingProgram)

@@ -12,7 +12,7 @@
 
 #include "base/Log.h"
 #include "base/PropertyListFile.h"
-#include "platforms/linux/settings/FileLock.h"
+#include "platforms/posix/FileLock.h"
 #include "platforms/posix/NewFiles.h"
 
 namespace kelvora::platform {

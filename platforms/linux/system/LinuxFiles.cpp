@@ -1,41 +1,21 @@
 #include "platforms/linux/system/LinuxFiles.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
-#include <grp.h>
 #include <pwd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platforms/linux/system/ProcText.h"
 #include "platforms/linux/system/TextFile.h"
-#include "platforms/posix/NewFiles.h"
 
 namespace kelvora::platform {
 
 namespace {
 
 constexpr std::size_t kAccountBufferBytes = 16384;
-
-std::string userName(uid_t uid) {
-  std::array<char, kAccountBufferBytes> buffer;
-  passwd record{};
-  passwd* found = nullptr;
-  getpwuid_r(uid, &record, buffer.data(), buffer.size(), &found);
-  return found == nullptr ? "" : found->pw_name;
-}
-
-std::string groupName(gid_t gid) {
-  std::array<char, kAccountBufferBytes> buffer;
-  group record{};
-  group* found = nullptr;
-  getgrgid_r(gid, &record, buffer.data(), buffer.size(), &found);
-  return found == nullptr ? "" : found->gr_name;
-}
 
 std::string accountHomeFolder() {
   std::array<char, kAccountBufferBytes> buffer;
@@ -83,49 +63,9 @@ std::string documentsLineValue(const std::string& line, const std::string& home)
 
 }  // namespace
 
-bool LinuxFiles::exists(const std::string& path) {
-  struct stat information {};
-  return stat(path.c_str(), &information) == 0;
-}
-
 bool LinuxFiles::copy(const std::string& from, const std::string& to) {
   std::error_code error;
   return std::filesystem::copy_file(from, to, std::filesystem::copy_options::none, error);
-}
-
-std::optional<FileAttributes> LinuxFiles::attributes(const std::string& path) {
-  // A link's own attributes: who owns the link decides where it leads.
-  struct stat information {};
-  if (lstat(path.c_str(), &information) != 0) {
-    return std::nullopt;
-  }
-  return FileAttributes{userName(information.st_uid), groupName(information.st_gid),
-                        information.st_mode & 07777};
-}
-
-std::optional<std::vector<std::string>> LinuxFiles::list(const std::string& folder) {
-  std::error_code error;
-  std::vector<std::string> names;
-  std::filesystem::directory_iterator entry(folder, error);
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    names.push_back(entry->path().filename().string());
-  }
-  if (error) {
-    return std::nullopt;
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
-bool LinuxFiles::remove(const std::string& path) {
-  std::error_code error;
-  const auto count = std::filesystem::remove_all(path, error);
-  return !error && count > 0;
-}
-
-bool LinuxFiles::createFolder(const std::string& path) {
-  std::error_code error;
-  return createOwnedFolders(path) && std::filesystem::is_directory(path, error);
 }
 
 std::optional<std::string> LinuxFiles::documentsFolder() {

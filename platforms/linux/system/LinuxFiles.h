@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ports/Files.h"
+#include "platforms/posix/PosixFiles.h"
 
 namespace kelvora::platform {
 
@@ -8,14 +8,9 @@ namespace kelvora::platform {
 /// of user-dirs.dirs (else "Documents" in the home folder), $XDG_DATA_HOME (else ~/.local/share)
 /// for application support, and in that one folder per application group, made when it is asked
 /// for.
-class LinuxFiles : public Files {
+class LinuxFiles : public PosixFiles {
  public:
-  bool exists(const std::string& path) override;
   bool copy(const std::string& from, const std::string& to) override;
-  std::optional<FileAttributes> attributes(const std::string& path) override;
-  std::optional<std::vector<std::string>> list(const std::string& folder) override;
-  bool remove(const std::string& path) override;
-  bool createFolder(const std::string& path) override;
   std::optional<std::string> documentsFolder() override;
   std::optional<std::string> applicationSupportFolder() override;
   std::optional<std::string> groupContainer(const std::string& groupIdentifier) override;

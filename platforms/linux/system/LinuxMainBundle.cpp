@@ -7,28 +7,19 @@
 #include <sstream>
 #include <utility>
 
-#include "base/Log.h"
 #include "platforms/linux/processes/ApplicationBundle.h"
 #include "platforms/linux/system/LinuxFiles.h"
+#include "platforms/posix/ResourceFolders.h"
 
 namespace kelvora::platform {
 
 namespace {
 
 constexpr const char* kDevelopmentLanguage = "en";
-constexpr std::string_view kLocalizationSuffix = ".lproj";
-constexpr const char* kLibraryName = "KelvoraCore";
 
 std::string runningExecutable() {
   std::error_code error;
   return std::filesystem::read_symlink("/proc/self/exe", error).string();
-}
-
-std::vector<std::string> resourceFoldersOf(const std::filesystem::path& executable) {
-  const std::filesystem::path folder = executable.parent_path();
-  const std::filesystem::path share = folder.parent_path() / "share";
-  return {(folder / "Resources").string(), (share / executable.filename()).string(),
-          (share / kLibraryName).string()};
 }
 
 std::string environmentText(const char* name) {
@@ -135,40 +126,15 @@ std::optional<std::string> LinuxMainBundle::resourcePath(std::string_view name,
     }
   }
   if (!type.empty()) {
-    logMissing(file, std::string(type));
+    missing_.log(file, type, resourceFolders_);
   }
   return std::nullopt;
 }
 
 std::vector<std::string> LinuxMainBundle::resourceFolders() { return resourceFolders_; }
 
-// Every look-up would repeat it: a language table is asked for each text.
-void LinuxMainBundle::logMissing(const std::string& resource, const std::string& type) {
-  {
-    const std::lock_guard lock(mutex_);
-    if (!missingTypes_.insert(type).second) {
-      return;
-    }
-  }
-  std::string folders;
-  for (const std::string& folder : resourceFolders_) {
-    folders += (folders.empty() ? "" : ", ") + folder;
-  }
-  log("KelvoraCore: no " + resource + " in " + folders +
-      " (the CMake function kelvora_add_resources puts it there)");
-}
-
 std::vector<std::string> LinuxMainBundle::preferredLocalizations() {
-  std::vector<std::string> available;
-  for (const std::string& folder : resourceFolders_) {
-    const auto entries = LinuxFiles().list(folder);
-    for (const std::string& entry : entries.value_or(std::vector<std::string>{})) {
-      if (entry.ends_with(kLocalizationSuffix)) {
-        available.push_back(entry.substr(0, entry.size() - kLocalizationSuffix.size()));
-      }
-    }
-  }
-  return matchedLocalizations(environmentLanguages(), available);
+  return matchedLocalizations(environmentLanguages(), localizationsIn(resourceFolders_));
 }
 
 std::optional<PropertyListValue::Dictionary> LinuxMainBundle::informationDictionary(

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
+#include "platforms/shared/MissingResources.h"
 #include "ports/MainBundle.h"
 
 namespace kelvora::platform {
@@ -30,12 +29,9 @@ class LinuxMainBundle : public MainBundle {
       const std::string& bundlePath) override;
 
  private:
-  void logMissing(const std::string& resource, const std::string& type);
-
   std::string executablePath_;
   std::vector<std::string> resourceFolders_;
-  std::mutex mutex_;
-  std::set<std::string> missingTypes_;  // logged already
+  MissingResources missing_;
 };
 
 /// The localisations out of `available` that the user wants, in the user's order, the development

@@ -16,8 +16,8 @@
 #include <unistd.h>
 
 #include "base/PropertyListFile.h"
-#include "platforms/linux/settings/FileLock.h"
 #include "platforms/linux/settings/LinuxUserDefaults.h"
+#include "platforms/posix/FileLock.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/RandomSeed.h"
 #include "tests/support/TemporaryFolder.h"

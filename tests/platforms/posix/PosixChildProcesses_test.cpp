@@ -1,4 +1,4 @@
-#include "platforms/linux/processes/LinuxChildProcesses.h"
+#include "platforms/posix/PosixChildProcesses.h"
 
 #include <array>
 #include <cerrno>
@@ -18,7 +18,7 @@ namespace {
 using platform::ChildLaunch;
 using platform::ChildProcess;
 using platform::ChildRequest;
-using platform::LinuxChildProcesses;
+using platform::PosixChildProcesses;
 
 ChildRequest shell(const std::string& script) {
   return {"/bin/sh", {"-c", script}, true, false, 0};
@@ -48,8 +48,8 @@ bool soonHasNoChildren() {
   return errno == ECHILD;
 }
 
-TEST(LinuxChildProcesses, CapturesStandardOutputAndTheExitStatus) {
-  const ChildLaunch launch = LinuxChildProcesses().launch(shell("echo \"$0 $1\"; exit 7"));
+TEST(PosixChildProcesses, CapturesStandardOutputAndTheExitStatus) {
+  const ChildLaunch launch = PosixChildProcesses().launch(shell("echo \"$0 $1\"; exit 7"));
   ASSERT_NE(launch.child, nullptr) << launch.failure;
   EXPECT_EQ(launch.failure, "");
   EXPECT_EQ(outputOf(*launch.child), "/bin/sh \n");
@@ -57,39 +57,39 @@ TEST(LinuxChildProcesses, CapturesStandardOutputAndTheExitStatus) {
   EXPECT_EQ(launch.child->waitUntilExit(), 7);
 }
 
-TEST(LinuxChildProcesses, ArgumentsArriveAsTheyAre) {
+TEST(PosixChildProcesses, ArgumentsArriveAsTheyAre) {
   ChildRequest request{"/bin/echo", {"a b", "", "$HOME", "\"q\""}, true, false, 0};
-  const ChildLaunch launch = LinuxChildProcesses().launch(request);
+  const ChildLaunch launch = PosixChildProcesses().launch(request);
   EXPECT_EQ(outputOf(*launch.child), "a b  $HOME \"q\"\n");
 }
 
-TEST(LinuxChildProcesses, ReadsMoreThanAPipeHolds) {
+TEST(PosixChildProcesses, ReadsMoreThanAPipeHolds) {
   const ChildLaunch launch =
-      LinuxChildProcesses().launch(shell("head -c 10485760 /dev/zero | tr '\\0' x"));
+      PosixChildProcesses().launch(shell("head -c 10485760 /dev/zero | tr '\\0' x"));
   EXPECT_EQ(outputOf(*launch.child).size(), 10485760U);
   EXPECT_EQ(launch.child->waitUntilExit(), 0);
 }
 
-TEST(LinuxChildProcesses, ASignalThatEndedTheChildIs128AndItsNumber) {
-  const ChildLaunch launch = LinuxChildProcesses().launch(shell("kill -9 $$"));
+TEST(PosixChildProcesses, ASignalThatEndedTheChildIs128AndItsNumber) {
+  const ChildLaunch launch = PosixChildProcesses().launch(shell("kill -9 $$"));
   EXPECT_EQ(launch.child->waitUntilExit(), 128 + SIGKILL);
 }
 
-TEST(LinuxChildProcesses, AChildThatClosesItsOutputEarlyIsStillWaitedFor) {
-  const ChildLaunch launch = LinuxChildProcesses().launch(shell("echo early; exec 1>&-; exit 3"));
+TEST(PosixChildProcesses, AChildThatClosesItsOutputEarlyIsStillWaitedFor) {
+  const ChildLaunch launch = PosixChildProcesses().launch(shell("echo early; exec 1>&-; exit 3"));
   EXPECT_EQ(outputOf(*launch.child), "early\n");
   EXPECT_EQ(launch.child->waitUntilExit(), 3);
 }
 
-TEST(LinuxChildProcesses, AChildWhoseReaderIsGoneEndsByASignal) {
+TEST(PosixChildProcesses, AChildWhoseReaderIsGoneEndsByASignal) {
   signal(SIGPIPE, SIG_IGN);  // as a host may do; the child has the system's disposition
-  const ChildLaunch launch = LinuxChildProcesses().launch({"/usr/bin/yes", {}, true, false, 0});
+  const ChildLaunch launch = PosixChildProcesses().launch({"/usr/bin/yes", {}, true, false, 0});
   launch.child->closeStandardOutput();
   EXPECT_EQ(launch.child->waitUntilExit(), 128 + SIGPIPE);
 }
 
-TEST(LinuxChildProcesses, WhatCannotBeStartedSaysWhy) {
-  LinuxChildProcesses children;
+TEST(PosixChildProcesses, WhatCannotBeStartedSaysWhy) {
+  PosixChildProcesses children;
   const ChildLaunch missing = children.launch({"/no/such/program", {}, true, false, 0});
   EXPECT_EQ(missing.child, nullptr);
   EXPECT_EQ(missing.failure, "No such file or directory");
@@ -99,25 +99,25 @@ TEST(LinuxChildProcesses, WhatCannotBeStartedSaysWhy) {
   EXPECT_TRUE(hasNoChildren());
 }
 
-TEST(LinuxChildProcesses, NoDescriptorButTheStandardOnesReachesTheChild) {
+TEST(PosixChildProcesses, NoDescriptorButTheStandardOnesReachesTheChild) {
   const int inherited = open("/dev/null", O_RDONLY);
   ASSERT_GE(dup2(inherited, 77), 0);
   ChildRequest request{"/bin/ls", {"/proc/self/fd"}, true, false, 0};
-  const ChildLaunch launch = LinuxChildProcesses().launch(request);
+  const ChildLaunch launch = PosixChildProcesses().launch(request);
   // 3 is the descriptor by which ls reads the folder.
   EXPECT_EQ(outputOf(*launch.child), "0\n1\n2\n3\n");
   close(inherited);
   close(77);
 }
 
-TEST(LinuxChildProcesses, LaunchesLeaveNoDescriptorsAndNoZombies) {
+TEST(PosixChildProcesses, LaunchesLeaveNoDescriptorsAndNoZombies) {
   const auto nextDescriptor = [] {
     const int descriptor = open("/dev/null", O_RDONLY);
     close(descriptor);
     return descriptor;
   };
   const int before = nextDescriptor();
-  LinuxChildProcesses children;
+  PosixChildProcesses children;
   for (int i = 0; i < 20; ++i) {
     // Unread and not waited for.
     const ChildLaunch launch = children.launch(shell("echo unread"));
@@ -128,7 +128,7 @@ TEST(LinuxChildProcesses, LaunchesLeaveNoDescriptorsAndNoZombies) {
   EXPECT_TRUE(soonHasNoChildren());
 }
 
-TEST(LinuxChildProcesses, AChildThatNobodyWaitsForIsNeitherWaitedForNorEnded) {
+TEST(PosixChildProcesses, AChildThatNobodyWaitsForIsNeitherWaitedForNorEnded) {
   // Runs until its standard input ends, with its output closed.
   int input[2];
   ASSERT_EQ(pipe2(input, O_CLOEXEC), 0);
@@ -136,7 +136,7 @@ TEST(LinuxChildProcesses, AChildThatNobodyWaitsForIsNeitherWaitedForNorEnded) {
   ASSERT_GE(dup2(input[0], STDIN_FILENO), 0);
   pid_t pid = 0;
   {
-    const ChildLaunch launch = LinuxChildProcesses().launch(shell("echo $$; exec 1>&-; read line"));
+    const ChildLaunch launch = PosixChildProcesses().launch(shell("echo $$; exec 1>&-; read line"));
     ASSERT_NE(launch.child, nullptr) << launch.failure;
     pid = std::stoi(outputOf(*launch.child));
   }
@@ -148,40 +148,40 @@ TEST(LinuxChildProcesses, AChildThatNobodyWaitsForIsNeitherWaitedForNorEnded) {
   EXPECT_TRUE(soonHasNoChildren());
 }
 
-TEST(LinuxChildProcesses, StandardErrorCanBeDiscarded) {
+TEST(PosixChildProcesses, StandardErrorCanBeDiscarded) {
   ::testing::internal::CaptureStderr();
   ChildRequest request = shell("echo noise >&2");
-  LinuxChildProcesses().launch(request).child->waitUntilExit();
+  PosixChildProcesses().launch(request).child->waitUntilExit();
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "noise\n");
   ::testing::internal::CaptureStderr();
   request.discardStandardError = true;
-  LinuxChildProcesses().launch(request).child->waitUntilExit();
+  PosixChildProcesses().launch(request).child->waitUntilExit();
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(LinuxChildProcesses, OutputThatIsNotCapturedGoesWhereThisProcessWrites) {
+TEST(PosixChildProcesses, OutputThatIsNotCapturedGoesWhereThisProcessWrites) {
   ChildRequest request = shell("echo through");
   request.captureStandardOutput = false;
   ::testing::internal::CaptureStdout();
-  const ChildLaunch launch = LinuxChildProcesses().launch(request);
+  const ChildLaunch launch = PosixChildProcesses().launch(request);
   std::array<std::byte, 10> buffer;
   EXPECT_EQ(launch.child->readStandardOutput(buffer), 0U);
   EXPECT_EQ(launch.child->waitUntilExit(), 0);
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), "through\n");
 }
 
-TEST(LinuxChildProcesses, AnInterruptedReadOrWaitGoesOn) {
+TEST(PosixChildProcesses, AnInterruptedReadOrWaitGoesOn) {
   struct sigaction action {};
   action.sa_handler = [](int) {};
   sigaction(SIGUSR1, &action, nullptr);  // without SA_RESTART
-  const ChildLaunch launch = LinuxChildProcesses().launch(
+  const ChildLaunch launch = PosixChildProcesses().launch(
       shell("for i in 1 2 3; do kill -USR1 $PPID; sleep 0.05; done; echo done"));
   EXPECT_EQ(outputOf(*launch.child), "done\n");
   EXPECT_EQ(launch.child->waitUntilExit(), 0);
 }
 
-TEST(LinuxChildProcesses, AChildThatWasReapedElsewhereAnswersWithoutHanging) {
-  const ChildLaunch launch = LinuxChildProcesses().launch(shell("exit 5"));
+TEST(PosixChildProcesses, AChildThatWasReapedElsewhereAnswersWithoutHanging) {
+  const ChildLaunch launch = PosixChildProcesses().launch(shell("exit 5"));
   ASSERT_GT(waitpid(-1, nullptr, 0), 0);
   EXPECT_EQ(launch.child->waitUntilExit(), 255);
 }

@@ -1,5 +1,6 @@
-#include "platforms/linux/processes/LinuxChildProcesses.h"
+#include "platforms/posix/PosixChildProcesses.h"
 
+#include <array>
 #include <cerrno>
 #include <optional>
 #include <system_error>
@@ -12,6 +13,7 @@
 #include <unistd.h>
 
 #include "platforms/posix/FileDescriptor.h"
+#include "platforms/posix/SpawnSystem.h"
 
 namespace kelvora::platform {
 
@@ -92,10 +94,9 @@ class SpawnActions {
   void discard(int descriptor) {
     note(posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", O_WRONLY, 0));
   }
-  void closeFrom(int first) { note(posix_spawn_file_actions_addclosefrom_np(&actions_, first)); }
 
   int error() const { return error_; }
-  const posix_spawn_file_actions_t* get() const { return &actions_; }
+  posix_spawn_file_actions_t& get() { return actions_; }
 
  private:
   void note(int error) {
@@ -126,7 +127,7 @@ class SpawnAttributes {
   ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }
   SpawnAttributes(const SpawnAttributes&) = delete;
   SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-  const posix_spawnattr_t* get() const { return &attributes_; }
+  posix_spawnattr_t& get() { return attributes_; }
 
  private:
   posix_spawnattr_t attributes_;
@@ -148,14 +149,29 @@ std::vector<char*> argumentPointers(ChildRequest& request) {
   return pointers;
 }
 
+ChildLaunch spawn(ChildRequest request, SpawnActions& actions, FileDescriptor output) {
+  SpawnAttributes attributes;
+  setQualityOfService(attributes.get(), request.qualityOfService);
+  int error = keepOnlyStandardDescriptors(actions.get(), attributes.get());
+  pid_t pid = 0;
+  if (error == 0) {
+    error = posix_spawn(&pid, request.path.c_str(), &actions.get(), &attributes.get(),
+                        argumentPointers(request).data(), environmentOfProcess());
+  }
+  if (error != 0) {
+    return failed(error);
+  }
+  return {std::make_unique<Child>(pid, std::move(output)), ""};
+}
+
 }  // namespace
 
-ChildLaunch LinuxChildProcesses::launch(const ChildRequest& request) {
+ChildLaunch PosixChildProcesses::launch(const ChildRequest& request) {
   Pipe pipe;
   if (request.captureStandardOutput) {
-    int ends[2] = {-1, -1};
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-      return failed(errno);
+    std::array<int, 2> ends = {-1, -1};
+    if (const int error = openPipe(ends); error != 0) {
+      return failed(error);
     }
     pipe = {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
   }
@@ -166,20 +182,10 @@ ChildLaunch LinuxChildProcesses::launch(const ChildRequest& request) {
   if (request.discardStandardError) {
     actions.discard(STDERR_FILENO);
   }
-  actions.closeFrom(STDERR_FILENO + 1);
   if (actions.error() != 0) {
     return failed(actions.error());
   }
-
-  ChildRequest copy = request;
-  const SpawnAttributes attributes;
-  pid_t pid = 0;
-  const int error = posix_spawn(&pid, copy.path.c_str(), actions.get(), attributes.get(),
-                                argumentPointers(copy).data(), environ);
-  if (error != 0) {
-    return failed(error);
-  }
-  return {std::make_unique<Child>(pid, std::move(pipe.reading)), ""};
+  return spawn(request, actions, std::move(pipe.reading));
 }
 
 }  // namespace kelvora::platform

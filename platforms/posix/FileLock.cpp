@@ -1,4 +1,4 @@
-#include "platforms/linux/settings/FileLock.h"
+#include "platforms/posix/FileLock.h"
 
 #include <cerrno>
 #include <filesystem>

@@ -1,0 +1,78 @@
+#include "platforms/posix/PosixFiles.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <system_error>
+
+#include <grp.h>
+#include <pwd.h>
+#include <sys/stat.h>
+
+#include "platforms/posix/NewFiles.h"
+
+namespace kelvora::platform {
+
+namespace {
+
+constexpr std::size_t kAccountBufferBytes = 16384;
+
+std::string userName(uid_t uid) {
+  std::array<char, kAccountBufferBytes> buffer;
+  passwd record{};
+  passwd* found = nullptr;
+  getpwuid_r(uid, &record, buffer.data(), buffer.size(), &found);
+  return found == nullptr ? "" : found->pw_name;
+}
+
+std::string groupName(gid_t gid) {
+  std::array<char, kAccountBufferBytes> buffer;
+  group record{};
+  group* found = nullptr;
+  getgrgid_r(gid, &record, buffer.data(), buffer.size(), &found);
+  return found == nullptr ? "" : found->gr_name;
+}
+
+}  // namespace
+
+bool PosixFiles::exists(const std::string& path) {
+  struct stat information {};
+  return stat(path.c_str(), &information) == 0;
+}
+
+std::optional<FileAttributes> PosixFiles::attributes(const std::string& path) {
+  // A link's own attributes: who owns the link decides where it leads.
+  struct stat information {};
+  if (lstat(path.c_str(), &information) != 0) {
+    return std::nullopt;
+  }
+  return FileAttributes{userName(information.st_uid), groupName(information.st_gid),
+                        static_cast<std::uint32_t>(information.st_mode & 07777)};
+}
+
+std::optional<std::vector<std::string>> PosixFiles::list(const std::string& folder) {
+  std::error_code error;
+  std::vector<std::string> names;
+  std::filesystem::directory_iterator entry(folder, error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    names.push_back(entry->path().filename().string());
+  }
+  if (error) {
+    return std::nullopt;
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+bool PosixFiles::remove(const std::string& path) {
+  std::error_code error;
+  const auto count = std::filesystem::remove_all(path, error);
+  return !error && count > 0;
+}
+
+bool PosixFiles::createFolder(const std::string& path) {
+  std::error_code error;
+  return createOwnedFolders(path) && std::filesystem::is_directory(path, error);
+}
+
+}  // namespace kelvora::platform
