@@ -24,9 +24,6 @@ CF_EXPORT CFStringRef CFStringCreateWithBytes(CFAllocatorRef allocator, const UI
                                               Boolean isExternal) API_AVAILABLE(macos(10.0));
 /// How many UTF-16 units a text has.
 CF_EXPORT CFIndex CFStringGetLength(CFStringRef text) API_AVAILABLE(macos(10.0));
-/// Writes a range of a text in an encoding, and returns how many UTF-16 units were converted. A
-/// null `buffer` only counts: `*used` is then the number of bytes needed. `lossByte` replaces what
-/// the encoding lacks; with 0 the conversion ends there.
-CF_EXPORT CFIndex CFStringGetBytes(CFStringRef text, CFRange range, CFStringEncoding encoding,
-                                   UInt8 lossByte, Boolean isExternal, UInt8* buffer, CFIndex size,
-                                   CFIndex* used) API_AVAILABLE(macos(10.0));
+/// Writes the UTF-16 units of a range, which must be within the text, to `buffer`.
+CF_EXPORT void CFStringGetCharacters(CFStringRef text, CFRange range, UniChar* buffer)
+    API_AVAILABLE(macos(10.0));
