@@ -15,14 +15,14 @@ constexpr std::size_t kMostStatements = 200;
 // whole.
 constexpr const char* kPageSize = "PRAGMA page_size=1024";
 
+}  // namespace
+
 bool isWritable(const std::string& path) {
   sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
   int writable = 0;
   return files->xAccess(files, path.c_str(), SQLITE_ACCESS_READWRITE, &writable) == SQLITE_OK &&
          writable != 0;
 }
-
-}  // namespace
 
 StoreFile::StoreFile(const std::string& path, int busyTimeoutMs)
     : database_(path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOMUTEX,

@@ -11,6 +11,11 @@
 
 namespace kelvora::engine {
 
+/// Whether this user may read and write a file, found without opening it: closing a file would end
+/// the locks that this process has on it, among them those of an open store. False leaves the
+/// reason in errno.
+bool isWritable(const std::string& path);
+
 /// The connection to a store file: SQLite with a write-ahead log, so that readers never wait for
 /// the writer, and a busy time-out, since one program writes at a time. Every failure throws
 /// SQLite::Exception. One thread at a time.

@@ -5,10 +5,10 @@
 #include <system_error>
 
 #include <SQLiteCpp/Database.h>
-#include <unistd.h>
 
 #include "KelvoraCore/KVUtils.h"
 
+#include "engine/StoreFile.h"
 #include "store/StoreFileName.h"
 
 namespace kelvora {
@@ -57,9 +57,7 @@ std::string faultOf(const std::string& path) {
   if (std::error_code error; !std::filesystem::is_regular_file(path, error)) {
     return "not a file";
   }
-  // Not opened to find out: closing a file ends the locks that this process has on it, among them
-  // those of a store that it has open.
-  if (access(path.c_str(), R_OK | W_OK) != 0) {
+  if (!engine::isWritable(path)) {
     return std::generic_category().message(errno);
   }
   return faultOfContent(path);

@@ -83,6 +83,22 @@ TEST_F(StoreFileCheck, AFileThatIsNoStoreIsAFault) {
   EXPECT_EQ(fault(), "not a file");
 }
 
+TEST_F(StoreFileCheck, AFileThatThisUserMayNotWriteIsAFault) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can act for another account";
+  }
+  constexpr uid_t kOther = 65534;
+  addCategory(*makeStore(), "Temperature", 0);
+  fs::permissions(storePath(), fs::perms::others_read, fs::perm_options::add);
+  for (const std::string& each : {home, folder()}) {
+    ASSERT_EQ(chown(each.c_str(), kOther, kOther), 0);
+  }
+  ChildWork other([this] {
+    return setuid(kOther) == 0 && storeFile(*platform)->fault == "Permission denied" ? 0 : 1;
+  });
+  EXPECT_EQ(other.wait(), 0);
+}
+
 TEST_F(StoreFileCheck, ADamagedPageIsAFault) {
   {
     const auto store = makeStore();
