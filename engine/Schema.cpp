@@ -152,17 +152,17 @@ void updateIndexes(StoreFile& file, const EntityDescription& entity) {
   }
 }
 
-bool isEmptyFile(StoreFile& file) {
-  PreparedStatement query(file.database(), "SELECT count(*) FROM sqlite_master");
+bool isEmptyFile(SQLite::Database& database) {
+  PreparedStatement query(database, "SELECT count(*) FROM sqlite_master");
   return query.step() && query.integer(0) == 0;
 }
 
-std::string storedModel(StoreFile& file) {
-  PreparedStatement mark(file.database(), "PRAGMA application_id");
+std::string storedModel(SQLite::Database& database) {
+  PreparedStatement mark(database, "PRAGMA application_id");
   if (!mark.step() || mark.integer(0) != kApplicationID) {
     throw IncompatibleStore("the file is not a store");
   }
-  PreparedStatement query(file.database(), "SELECT value FROM _store WHERE name = 'model'");
+  PreparedStatement query(database, "SELECT value FROM _store WHERE name = 'model'");
   return query.step() ? query.text(0) : std::string();
 }
 
@@ -198,12 +198,12 @@ void fillRequired(StoreFile& file, const EntityDescription& was, const EntityDes
 void bringUpToDate(StoreFile& file, const ManagedObjectModel& model, const std::string& text) {
   WriteTransaction transaction(file);
   std::shared_ptr<const ManagedObjectModel> older;
-  if (isEmptyFile(file)) {
+  if (isEmptyFile(file.database())) {
     file.execute("PRAGMA application_id=" + std::to_string(kApplicationID));
     file.execute("CREATE TABLE _store (name TEXT PRIMARY KEY, value) WITHOUT ROWID");
     file.execute("CREATE TABLE _counters (name TEXT PRIMARY KEY, value) WITHOUT ROWID");
   } else {
-    older = olderModel(storedModel(file), model);
+    older = olderModel(storedModel(file.database()), model);
   }
   for (const EntityDescription& entity : model.entities()) {
     const std::set<std::string> present = columnsOf(file, entity.name);
@@ -228,14 +228,20 @@ std::string quoted(const std::string& name) { return "\"" + name + "\""; }
 
 void prepareSchema(StoreFile& file, const ManagedObjectModel& model) {
   const std::string text = textFromModel(model);
-  if (!isEmptyFile(file)) {
-    const std::string stored = storedModel(file);
+  if (!isEmptyFile(file.database())) {
+    const std::string stored = storedModel(file.database());
     if (stored == text) {
       return;
     }
     olderModel(stored, model);
   }
   bringUpToDate(file, model, text);
+}
+
+void requireCompatible(SQLite::Database& database, const ManagedObjectModel& model) {
+  if (!isEmptyFile(database)) {
+    olderModel(storedModel(database), model);
+  }
 }
 
 std::int64_t readCounter(StoreFile& file, const std::string& name) {

@@ -21,6 +21,10 @@ class IncompatibleStore : public std::runtime_error {
 /// IncompatibleStore or SQLite::Exception.
 void prepareSchema(StoreFile& file, const ManagedObjectModel& model);
 
+/// Throws what `prepareSchema` would throw for an open file that was written with another model.
+/// Only reads.
+void requireCompatible(SQLite::Database& database, const ManagedObjectModel& model);
+
 /// A name in quotes, as SQL needs it for a word like "group".
 std::string quoted(const std::string& name);
 

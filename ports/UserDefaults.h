@@ -36,15 +36,25 @@ class UserDefaultsSuite {
                                                              PropertyListValue value) = 0;
 };
 
+/// The file of a suite at one moment.
+struct SuiteFile {
+  std::string path;  ///< e.g. "/home/anna/.config/group.com.kelvora/Settings.plist"
+  bool exists = false;
+  PropertyListValue::Dictionary values;  ///< what is in it; empty when it cannot be read
+  std::string fault;      ///< why it cannot be read, e.g. "not a dictionary"; else empty
+  std::string lockFault;  ///< why nothing can be stored now, e.g. "another program keeps it locked"
+};
+
 /// Opens suites, and reads the user's global settings. Any thread.
 class UserDefaults {
  public:
   virtual ~UserDefaults() = default;
   /// The suite of a group, e.g. "group.com.kelvora"; never null.
   virtual std::unique_ptr<UserDefaultsSuite> suite(const std::string& name) = 0;
-  /// The file of a suite, e.g. "/home/anna/.config/group.com.kelvora/Settings.plist", even if it
-  /// does not exist; none where programs have no access to the file of a suite.
-  virtual std::optional<std::string> fileOfSuite(const std::string&) { return std::nullopt; }
+  /// Looks at the file of a suite, e.g. of "group.com.kelvora", and tries its lock without waiting.
+  /// Creates and changes nothing, and logs nothing. None where programs have no access to the file
+  /// of a suite.
+  virtual std::optional<SuiteFile> fileOfSuite(const std::string&) { return std::nullopt; }
   /// A value of the global domain, e.g. "Dark" for "AppleInterfaceStyle"; none when it is not set.
   virtual std::optional<PropertyListValue> globalObject(std::string_view key) = 0;
 };

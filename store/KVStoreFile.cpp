@@ -1,13 +1,16 @@
 #include "KelvoraCore/KVStoreFile.h"
 
 #include <cerrno>
+#include <exception>
 #include <filesystem>
 #include <system_error>
 
 #include <SQLiteCpp/Database.h>
 
+#include "KelvoraCore/KVCoreDataStore.h"
 #include "KelvoraCore/KVUtils.h"
 
+#include "engine/Schema.h"
 #include "engine/StoreFile.h"
 #include "store/StoreFileName.h"
 
@@ -41,18 +44,26 @@ std::string readOnlyURI(const std::string& path) {
   return "file:" + escaped(path) + (isInUse ? "?mode=ro" : "?mode=ro&immutable=1");
 }
 
-std::string faultOfContent(const std::string& path) {
+std::string faultOfContent(const std::string& path, Platform& platform) {
+  const auto model = KVCoreDataStore(-1, platform).managedObjectModel();
+  if (model == nullptr) {
+    return "this program has no model of it";
+  }
   try {
     SQLite::Database database(readOnlyURI(path), SQLite::OPEN_READONLY | SQLite::OPEN_URI,
                               kBusyTimeoutMs);
     const std::string result = database.execAndGet("PRAGMA quick_check(1)").getString();
-    return result == "ok" ? "" : result;
-  } catch (const SQLite::Exception& failure) {
+    if (result != "ok") {
+      return result;
+    }
+    engine::requireCompatible(database, *model);
+    return "";
+  } catch (const std::exception& failure) {
     return failure.what();
   }
 }
 
-std::string faultOf(const std::string& path) {
+std::string faultOf(const std::string& path, Platform& platform) {
   // Opening a pipe, say, would wait for the other end.
   if (std::error_code error; !std::filesystem::is_regular_file(path, error)) {
     return "not a file";
@@ -60,7 +71,7 @@ std::string faultOf(const std::string& path) {
   if (!engine::isWritable(path)) {
     return std::generic_category().message(errno);
   }
-  return faultOfContent(path);
+  return faultOfContent(path, platform);
 }
 
 }  // namespace
@@ -72,7 +83,7 @@ std::optional<KVStoreFile> storeFile(Platform& platform) {
   }
   const std::string path = *folder + "/" + kStoreFileName;
   const bool isThere = exists(path);
-  return KVStoreFile{path, isThere, isThere ? faultOf(path) : ""};
+  return KVStoreFile{path, isThere, isThere ? faultOf(path, platform) : ""};
 }
 
 }  // namespace kelvora

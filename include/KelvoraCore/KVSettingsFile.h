@@ -16,8 +16,8 @@ struct KELVORA_EXPORT KVSettingsFile {
   /// Why the settings in it cannot be read, e.g. "not a property list"; empty when they can be, or
   /// when the file does not exist.
   std::string fault;
-  /// Why no program can lock the file to write to it, e.g. "the lock beside it: Permission denied";
-  /// empty when programs can, or when there is no lock yet.
+  /// Why no program can write to the file now, e.g. "another program keeps it locked" or "the lock
+  /// beside it: Permission denied"; empty when programs can lock it.
   std::string lockFault;
   /// Settings whose stored value is of another type, so that their default counts, by property:
   /// {"tempUnitCelsius"}.
@@ -25,8 +25,8 @@ struct KELVORA_EXPORT KVSettingsFile {
 };
 
 /// The file behind `KVSettings`, read now and left as it is; none where the system keeps settings
-/// in a place of its own (macOS). Without the file every setting has its default. Logs nothing. Any
-/// thread.
+/// in a place of its own (macOS). Without the file every setting has its default. Takes the lock
+/// for a moment if it is free, and never waits. Logs nothing. Any thread.
 KELVORA_EXPORT std::optional<KVSettingsFile> settingsFile(Platform& platform = Platform::current());
 
 }  // namespace kelvora

@@ -12,8 +12,8 @@ namespace kelvora {
 struct KELVORA_EXPORT KVStoreFile {
   std::string path;  ///< e.g. "/home/anna/.local/share/group.com.kelvora/Database.sqlite"
   bool exists = false;
-  /// Why programs cannot use it, e.g. "file is not a database" or "Permission denied"; empty when
-  /// they can, or when the file does not exist.
+  /// Why programs cannot use it, e.g. "file is not a database", "the file was written with another
+  /// model" or "Permission denied"; empty when they can, or when the file does not exist.
   std::string fault;
 };
 

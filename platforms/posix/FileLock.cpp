@@ -37,25 +37,40 @@ bool lockUntil(int descriptor, Clock::time_point deadline) {
   return true;
 }
 
+FileDescriptor openLock(const std::string& path, int flags) {
+  return FileDescriptor(
+      open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | flags, S_IRUSR | S_IWUSR));
+}
+
+// Who waits for the lock holds the folder's lock. So a program that releases the lock and wants it
+// again at once comes after the one that waits.
+bool takeLock(const FileDescriptor& lock, const std::string& path, Clock::time_point deadline) {
+  const FileDescriptor queue(open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return queue.isOpen() && lockUntil(queue.get(), deadline) && lockUntil(lock.get(), deadline);
+}
+
+void closeKeepingError(FileDescriptor& lock) {
+  const int error = errno;
+  lock.close();
+  errno = error;
+}
+
 }  // namespace
 
 FileDescriptor lockFile(const std::string& path, std::chrono::milliseconds wait) {
   const Clock::time_point deadline = Clock::now() + wait;
-  FileDescriptor lock(
-      open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
-  if (!lock.isOpen()) {
-    return lock;
+  FileDescriptor lock = openLock(path, O_CREAT);
+  if (lock.isOpen() && !(giveToOwnerOfFolder(lock.get(), path) && takeLock(lock, path, deadline))) {
+    closeKeepingError(lock);
   }
-  // Who waits for the lock holds the folder's lock. So a program that releases the lock and wants
-  // it again at once comes after the one that waits.
-  const FileDescriptor queue(open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (queue.isOpen() && giveToOwnerOfFolder(lock.get(), path) && lockUntil(queue.get(), deadline) &&
-      lockUntil(lock.get(), deadline)) {
-    return lock;
+  return lock;
+}
+
+FileDescriptor lockExistingFile(const std::string& path) {
+  FileDescriptor lock = openLock(path, 0);
+  if (lock.isOpen() && !takeLock(lock, path, Clock::now())) {
+    closeKeepingError(lock);
   }
-  const int error = errno;
-  lock.close();
-  errno = error;
   return lock;
 }
 

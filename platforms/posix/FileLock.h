@@ -7,10 +7,17 @@
 
 namespace kelvora::platform {
 
+/// What the name of a file's lock adds to its own.
+inline constexpr const char* kLockEnding = ".lock";
+
 /// Locks a file that exists for its lock alone, e.g. "Settings.plist.lock", and creates it if it is
 /// missing. The lock is held until the descriptor is closed, or the process ends. Not open on
 /// failure, with the reason in errno: ETIMEDOUT when another program has held the lock all of
 /// `wait` (0 tries once), ELOOP when the path is a symbolic link, which is never followed.
 FileDescriptor lockFile(const std::string& path, std::chrono::milliseconds wait);
+
+/// The same without waiting and without creating the file: ENOENT when it is missing. Changes
+/// nothing.
+FileDescriptor lockExistingFile(const std::string& path);
 
 }  // namespace kelvora::platform

@@ -2,13 +2,17 @@
 
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
+#include <utility>
 
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include "platforms/posix/FileDescriptor.h"
 #include "tests/support/ChildWork.h"
+#include "tests/support/ForwardingMainBundle.h"
 #include "tests/support/StoreFixture.h"
 
 namespace kelvora::testing {
@@ -97,6 +101,38 @@ TEST_F(StoreFileCheck, AFileThatThisUserMayNotWriteIsAFault) {
     return setuid(kOther) == 0 && storeFile(*platform)->fault == "Permission denied" ? 0 : 1;
   });
   EXPECT_EQ(other.wait(), 0);
+}
+
+TEST_F(StoreFileCheck, AStoreOfAnotherModelIsAFault) {
+  makeStore()->persistentStoreCoordinator();
+  const auto setModel = [&](const std::string& text) {
+    SQLite::Database database(storePath(), SQLite::OPEN_READWRITE);
+    SQLite::Statement update(database, "UPDATE _store SET value = ? WHERE name = 'model'");
+    update.bind(1, text);
+    update.exec();
+  };
+  EXPECT_EQ(fault(), "");
+  setModel(R"({"entities": []})");
+  EXPECT_EQ(fault(), "") << "an older model, to which ours only adds";
+  setModel(R"({"entities": [{"name": "KVCategory",
+                             "attributes": [{"name": "name", "type": "Double"}]}]})");
+  EXPECT_EQ(fault(), "the file was written with another model");
+  EXPECT_FALSE(makeStore()->persistentStoreCoordinator()->hasStore());
+}
+
+TEST_F(StoreFileCheck, ADatabaseOfAnotherProgramIsAFault) {
+  fs::create_directories(folder());
+  SQLite::Database(storePath(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
+      .exec("CREATE TABLE t (a)");
+  EXPECT_EQ(fault(), "the file is not a store");
+}
+
+TEST_F(StoreFileCheck, AStoreWithoutTheProgramsModelIsAFault) {
+  makeStore()->persistentStoreCoordinator();
+  auto bundle = std::make_unique<ForwardingMainBundle>(std::move(platform->ports().mainBundle));
+  bundle->onResourcePath = [](std::string_view, std::string_view) { return std::nullopt; };
+  platform->ports().mainBundle = std::move(bundle);
+  EXPECT_EQ(fault(), "this program has no model of it");
 }
 
 TEST_F(StoreFileCheck, ADamagedPageIsAFault) {

@@ -5,9 +5,12 @@
 #include <map>
 #include <string>
 
+#include <SQLiteCpp/Database.h>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -195,6 +198,11 @@ TEST_F(KelvoraDoctor, AStoreThatCannotBeOpenedIsBroken) {
   expectCheck("store", "broken", "Database.sqlite: not a file");
 }
 
+TEST_F(KelvoraDoctor, AStoreOfAnotherKindIsBroken) {
+  SQLite::Database(home_.write(kStoreFile, ""), SQLite::OPEN_READWRITE).exec("CREATE TABLE t (a)");
+  expectCheck("store", "broken", "Database.sqlite: the file is not a store");
+}
+
 TEST_F(KelvoraDoctor, ALockThatIsALinkOrAFolderIsBroken) {
   home_.write(kSettingsFile, kEmptySettings);
   const std::string lock = home_.path(kSettingsFile) + ".lock";
@@ -204,6 +212,23 @@ TEST_F(KelvoraDoctor, ALockThatIsALinkOrAFolderIsBroken) {
   std::filesystem::remove(lock);
   std::filesystem::create_directory(lock);
   expectCheck("settings", "broken", "Settings.plist: the lock beside it: not a file");
+}
+
+TEST_F(KelvoraDoctor, ALockThatAnotherProgramHoldsIsBroken) {
+  home_.write(kSettingsFile, kEmptySettings);
+  const std::string lock = home_.write(std::string(kSettingsFile) + ".lock", "");
+  const int holder = open(lock.c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(flock(holder, LOCK_EX), 0);
+  const auto before = entriesOf(home_);
+  expectCheck("settings", "broken", "Settings.plist: another program keeps it locked");
+  EXPECT_EQ(entriesOf(home_), before);
+  close(holder);
+  expectCheck("settings", "ok", "Settings.plist");
+}
+
+TEST_F(KelvoraDoctor, SettingsTooLargeForTheProgramsAreBroken) {
+  std::filesystem::resize_file(home_.write(kSettingsFile, ""), 3UL << 30U);
+  expectCheck("settings", "broken", "Settings.plist: larger than 16 MB");
 }
 
 TEST_F(KelvoraDoctor, ALockOfAnotherAccountIsBroken) {

@@ -118,7 +118,8 @@ Check suite(const MachineChoice& machine) {
   }
   if (!file->lockFault.empty()) {
     return {kName, CheckState::kBroken, file->path + ": " + file->lockFault,
-            "remove the lock while no program of the product runs"};
+            "end the program that holds it, or remove the lock while no program of the product "
+            "runs"};
   }
   if (!file->exists) {
     return {kName, CheckState::kOK, file->path + ": none yet, so defaults count", ""};

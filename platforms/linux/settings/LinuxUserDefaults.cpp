@@ -1,9 +1,13 @@
 #include "platforms/linux/settings/LinuxUserDefaults.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <system_error>
 #include <utility>
 
 #include <pwd.h>
+
+#include "platforms/linux/settings/FileLock.h"
 
 namespace kelvora::platform {
 
@@ -17,6 +21,25 @@ std::string homeFolder() {
   }
   const passwd* account = getpwuid(getuid());
   return account == nullptr ? "/" : account->pw_dir;
+}
+
+// Why a program that wants to write now would not get the lock of a settings file.
+std::string faultOfLock(const std::string& path) {
+  if (lockExistingFile(endOfLinks(path) + kLockEnding).isOpen()) {
+    return "";
+  }
+  switch (errno) {
+    case ENOENT:  // the next writer creates it
+    case ENOTDIR:
+      return "";
+    case ETIMEDOUT:
+      return "another program keeps it locked";
+    case ELOOP:
+    case EISDIR:
+      return "the lock beside it: not a file";
+    default:
+      return "the lock beside it: " + std::generic_category().message(errno);
+  }
 }
 
 }  // namespace
@@ -59,8 +82,11 @@ std::unique_ptr<UserDefaultsSuite> LinuxUserDefaults::suite(const std::string& n
   return std::make_unique<LinuxUserDefaultsSuite>(suitePath(name));
 }
 
-std::optional<std::string> LinuxUserDefaults::fileOfSuite(const std::string& name) {
-  return suitePath(name);
+std::optional<SuiteFile> LinuxUserDefaults::fileOfSuite(const std::string& name) {
+  const std::string path = suitePath(name);
+  SettingsReading reading = readSettingsFile(path);
+  return SuiteFile{path, reading.state != SettingsState::kMissing, std::move(reading.values),
+                   reading.fault, faultOfLock(path)};
 }
 
 std::optional<PropertyListValue> LinuxUserDefaults::globalObject(std::string_view key) {

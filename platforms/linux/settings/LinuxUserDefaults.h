@@ -40,7 +40,7 @@ class LinuxUserDefaults : public UserDefaults {
                              std::shared_ptr<const DesktopColourScheme> scheme = nullptr);
 
   std::unique_ptr<UserDefaultsSuite> suite(const std::string& name) override;
-  std::optional<std::string> fileOfSuite(const std::string& name) override;
+  std::optional<SuiteFile> fileOfSuite(const std::string& name) override;
   std::optional<PropertyListValue> globalObject(std::string_view key) override;
 
   /// Path of a suite's file, e.g. "/home/anna/.config/group.com.kelvora/Settings.plist".

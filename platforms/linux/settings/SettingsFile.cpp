@@ -1,7 +1,6 @@
 #include "platforms/linux/settings/SettingsFile.h"
 
 #include <cerrno>
-#include <ctime>
 #include <filesystem>
 #include <span>
 #include <system_error>
@@ -20,8 +19,6 @@ namespace kelvora::platform {
 namespace {
 
 constexpr mode_t kFileMode = S_IRUSR | S_IWUSR;
-constexpr off_t kMostBytes = 16 << 20;
-constexpr int kMostLinks = 40;
 constexpr int kMostKeptAside = 9;
 constexpr std::chrono::milliseconds kWaitOfSetter{5000};
 constexpr std::chrono::milliseconds kWaitOfDefault{200};
@@ -30,38 +27,6 @@ std::string systemText(int error) { return std::generic_category().message(error
 
 bool isSame(const timespec& a, const timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
-
-bool isMissing(int error) { return error == ENOENT || error == ENOTDIR; }
-
-// File times have the resolution of this clock. A change within the tick of the last one may leave
-// no trace in them.
-bool isInCurrentTick(const timespec& time) {
-  timespec now = {};
-  clock_gettime(CLOCK_REALTIME_COARSE, &now);
-  return std::pair(time.tv_sec, time.tv_nsec) >= std::pair(now.tv_sec, now.tv_nsec);
-}
-
-// The whole content; none when reading fails, with the reason in errno (EFBIG: it grew too large).
-std::optional<std::vector<std::byte>> readAll(int descriptor, std::size_t expectedBytes) {
-  std::vector<std::byte> bytes(expectedBytes + 1);
-  std::size_t filled = 0;
-  while (filled <= kMostBytes) {
-    const ssize_t count = read(descriptor, bytes.data() + filled, bytes.size() - filled);
-    if (count < 0 && errno != EINTR) {
-      return std::nullopt;
-    }
-    if (count == 0) {
-      bytes.resize(filled);
-      return bytes;
-    }
-    filled += count < 0 ? 0 : static_cast<std::size_t>(count);
-    if (filled == bytes.size()) {
-      bytes.resize(bytes.size() * 2);
-    }
-  }
-  errno = EFBIG;
-  return std::nullopt;
 }
 
 bool writeAll(int descriptor, std::span<const std::byte> bytes) {
@@ -77,20 +42,6 @@ bool writeAll(int descriptor, std::span<const std::byte> bytes) {
 
 std::string folderOf(const std::string& path) {
   return std::filesystem::path(path).parent_path().string();
-}
-
-// Where the links end that a path leads through, even if nothing exists there.
-std::string endOfLinks(const std::string& path) {
-  std::filesystem::path end = path;
-  for (int link = 0; link < kMostLinks; ++link) {
-    std::error_code error;
-    const std::filesystem::path next = std::filesystem::read_symlink(end, error);
-    if (error) {
-      break;
-    }
-    end = end.parent_path() / next;
-  }
-  return end.string();
 }
 
 bool writeNewFile(const std::string& path, std::span<const std::byte> bytes) {
@@ -125,69 +76,18 @@ std::optional<PropertyListValue> SettingsFile::value(std::string_view key) {
   return found == values.end() ? std::nullopt : std::optional(found->second);
 }
 
-void SettingsFile::failToRead(State state, const std::string& why) {
-  if (state != State::kUnreadable) {
-    contents_.clear();
-  }
-  state_ = state;
-  if (!why.empty() && why != readFailure_) {
-    log("Settings: " + path_ + ": " + why);
-  }
-  readFailure_ = why;
-}
-
 void SettingsFile::reload() {
-  facts_.reset();
-  // Not blocking: the path may lead to a pipe.
-  open_ = FileDescriptor(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (open_.isOpen()) {
-    reloadOpenFile();
-  } else if (isMissing(errno)) {
-    failToRead(State::kMissing, "");
-  } else if (errno == ENXIO) {
-    failToRead(State::kDamaged, "not a file");
-  } else {
-    failToRead(State::kUnreadable, systemText(errno));
+  SettingsReading reading = readSettingsFile(path_);
+  open_ = std::move(reading.file);
+  facts_ = reading.facts;
+  state_ = reading.state;
+  if (state_ != SettingsState::kUnreadable) {
+    contents_ = std::move(reading.values);
   }
-}
-
-void SettingsFile::reloadOpenFile() {
-  struct stat facts = {};
-  if (fstat(open_.get(), &facts) != 0) {
-    failToRead(State::kUnreadable, systemText(errno));
-    return;
+  if (!reading.fault.empty() && reading.fault != readFailure_) {
+    log("Settings: " + path_ + ": " + reading.fault);
   }
-  if (!S_ISREG(facts.st_mode)) {
-    facts_ = facts;
-    failToRead(State::kDamaged, "not a file");
-    return;
-  }
-  if (facts.st_size > kMostBytes) {
-    facts_ = facts;
-    failToRead(State::kUnreadable, "larger than 16 MB");
-    return;
-  }
-  const auto bytes = readAll(open_.get(), static_cast<std::size_t>(facts.st_size));
-  if (!bytes) {
-    failToRead(State::kUnreadable, systemText(errno));
-    return;
-  }
-  if (!isInCurrentTick(facts.st_ctim)) {
-    facts_ = facts;
-  }
-  parse(*bytes);
-}
-
-void SettingsFile::parse(const std::vector<std::byte>& bytes) {
-  PropertyListReading reading = parsePropertyList(bytes);
-  const auto* values = reading.value ? reading.value->as<Values>() : nullptr;
-  if (values == nullptr) {
-    failToRead(State::kDamaged, reading.value ? "not a dictionary" : reading.failure);
-    return;
-  }
-  contents_ = *values;
-  state_ = State::kReadable;
-  readFailure_.clear();
+  readFailure_ = std::move(reading.fault);
 }
 
 bool SettingsFile::fail(const std::string& why) {
@@ -217,7 +117,7 @@ bool SettingsFile::replace(const Values& values) {
   // Opened first: nothing can fail once the new file is in place.
   const FileDescriptor folder(open(folderOf(target_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   const bool replaced = folder.isOpen() && writeNewFile(next, bytes) &&
-                        (state_ != State::kDamaged || keepAside()) &&
+                        (state_ != SettingsState::kDamaged || keepAside()) &&
                         rename(next.c_str(), target_.c_str()) == 0;
   if (!replaced) {
     const int error = errno;
@@ -235,7 +135,7 @@ bool SettingsFile::store(std::string_view key, const std::optional<PropertyListV
   } else {
     values.erase(std::string(key));
   }
-  const bool isUnchanged = state_ != State::kDamaged && values == contents_;
+  const bool isUnchanged = state_ != SettingsState::kDamaged && values == contents_;
   if (!isUnchanged && !replace(values)) {
     return false;
   }
@@ -250,14 +150,14 @@ FileDescriptor SettingsFile::beginWriting(std::chrono::milliseconds wait) {
     fail("its folder cannot be created: " + systemText(errno));
     return {};
   }
-  FileDescriptor lock = lockFile(target_ + ".lock", wait);
+  FileDescriptor lock = lockFile(target_ + kLockEnding, wait);
   if (!lock.isOpen()) {
     fail(errno == ETIMEDOUT ? "another program keeps it locked"
                             : "it cannot be locked: " + systemText(errno));
     return lock;
   }
   contents();
-  if (state_ == State::kUnreadable) {
+  if (state_ == SettingsState::kUnreadable) {
     fail("it cannot be read before it is written: " + readFailure_);
     lock.close();
   }
@@ -272,12 +172,12 @@ bool SettingsFile::write(std::string_view key, const std::optional<PropertyListV
 std::optional<PropertyListValue> SettingsFile::writeIfAbsent(std::string_view key,
                                                              const PropertyListValue& value) {
   contents();
-  if (state_ == State::kDamaged || state_ == State::kUnreadable) {
+  if (state_ == SettingsState::kDamaged || state_ == SettingsState::kUnreadable) {
     return std::nullopt;
   }
   const FileDescriptor lock =
       beginWriting(writeFailure_.empty() ? kWaitOfDefault : std::chrono::milliseconds(0));
-  if (!lock.isOpen() || state_ == State::kDamaged) {
+  if (!lock.isOpen() || state_ == SettingsState::kDamaged) {
     return std::nullopt;
   }
   const auto found = contents_.find(std::string(key));

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +9,7 @@
 
 #include "KelvoraCore/PropertyListValue.h"
 
+#include "platforms/linux/settings/SettingsReading.h"
 #include "platforms/posix/FileDescriptor.h"
 
 namespace kelvora::platform {
@@ -55,13 +55,8 @@ class SettingsFile {
                                                  const PropertyListValue& value);
 
  private:
-  enum class State : std::uint8_t { kMissing, kReadable, kUnreadable, kDamaged };
-
   bool isCurrent(const struct stat& facts) const;
   void reload();
-  void reloadOpenFile();
-  void parse(const std::vector<std::byte>& bytes);
-  void failToRead(State state, const std::string& why);
   FileDescriptor beginWriting(std::chrono::milliseconds wait);
   bool store(std::string_view key, const std::optional<PropertyListValue>& value);
   bool replace(const Values& values);
@@ -71,7 +66,7 @@ class SettingsFile {
   std::string path_;
   std::string target_;  // where links lead; valid while writing
   Values contents_;
-  State state_ = State::kMissing;
+  SettingsState state_ = SettingsState::kMissing;
   // The file read last stays open, so that no later file can carry its inode number.
   FileDescriptor open_;
   std::optional<struct stat> facts_;  // of the file read last

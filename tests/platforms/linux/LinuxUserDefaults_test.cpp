@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 
 #include "base/PropertyListFile.h"
+#include "platforms/linux/settings/FileLock.h"
 #include "tests/support/ResourceLimit.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -385,6 +386,53 @@ TEST_F(LinuxUserDefaultsTest, AFolderThatCannotBeCreatedFailsAndIsLoggedOnce) {
   EXPECT_EQ(linesIn(log), 1) << log;
   EXPECT_NE(log.find("its folder cannot be created: Not a directory"), std::string::npos) << log;
   EXPECT_FALSE(suite->object("a"));
+}
+
+TEST_F(LinuxUserDefaultsTest, LookingAtTheFileOfASuiteReportsItsStateAndLogsNothing) {
+  ::testing::internal::CaptureStderr();
+  LinuxUserDefaults defaults(folder_.path("config"));
+  const auto look = [&] { return *defaults.fileOfSuite(kGroup); };
+  EXPECT_EQ(look().path, file());
+  EXPECT_FALSE(look().exists);
+  EXPECT_EQ(look().fault + look().lockFault, "");
+  EXPECT_FALSE(fs::exists(folder_.path("config")));
+  ASSERT_TRUE(open()->setObject("a", 1));
+  EXPECT_TRUE(look().exists);
+  EXPECT_EQ(look().values, (Dictionary{{"a", 1}}));
+  EXPECT_EQ(look().fault + look().lockFault, "");
+  folder_.write(kFile, "no list");
+  EXPECT_EQ(look().fault, "not a property list");
+  EXPECT_TRUE(look().values.empty());
+  fs::remove(file());
+  ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
+  EXPECT_TRUE(look().exists);
+  EXPECT_EQ(look().fault, "not a file");
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(LinuxUserDefaultsTest, TheLockOfASuiteIsTriedButNotWaitedForOrCreated) {
+  LinuxUserDefaults defaults(folder_.path("config"));
+  const auto fault = [&] { return defaults.fileOfSuite(kGroup)->lockFault; };
+  folder_.write(kFile, "<plist><dict/></plist>");
+  EXPECT_EQ(fault(), "");
+  EXPECT_FALSE(fs::exists(file() + ".lock"));
+  FileDescriptor other = lockFile(file() + ".lock", {});
+  EXPECT_EQ(fault(), "another program keeps it locked");
+  other.close();
+  EXPECT_EQ(fault(), "");
+  fs::remove(file() + ".lock");
+  fs::create_symlink(folder_.path("elsewhere"), file() + ".lock");
+  EXPECT_EQ(fault(), "the lock beside it: not a file");
+  EXPECT_FALSE(fs::exists(folder_.path("elsewhere")));
+}
+
+TEST_F(LinuxUserDefaultsTest, TheLockOfALinkedSuiteIsBesideItsTarget) {
+  const std::string target = folder_.write("elsewhere/Settings.plist", "<plist><dict/></plist>");
+  fs::create_directories(folder_.path(kGroupFolder));
+  fs::create_symlink(target, file());
+  const FileDescriptor other = lockFile(target + ".lock", {});
+  EXPECT_EQ(LinuxUserDefaults(folder_.path("config")).fileOfSuite(kGroup)->lockFault,
+            "another program keeps it locked");
 }
 
 TEST_F(LinuxUserDefaultsTest, GlobalSettingsComeFromTheirOwnFileAndFollowIt) {

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include <sys/stat.h>
+
+#include "KelvoraCore/PropertyListValue.h"
+
+#include "platforms/posix/FileDescriptor.h"
+
+namespace kelvora::platform {
+
+enum class SettingsState : std::uint8_t {
+  kMissing,     ///< it has no settings
+  kReadable,    ///< its settings are known
+  kUnreadable,  ///< e.g. no right to read it, no descriptors, larger than 16 MB
+  kDamaged,     ///< not a property list of settings, or not a file
+};
+
+/// A settings file at one moment.
+struct SettingsReading {
+  SettingsState state = SettingsState::kMissing;
+  std::string fault;                     ///< why it is unreadable or damaged; else empty
+  PropertyListValue::Dictionary values;  ///< empty unless readable
+  FileDescriptor file;                   ///< what was read; not open when it could not be opened
+  /// By which the file is known again while it does not change; none when it may change without a
+  /// trace in them, and when the reason of a failure lies elsewhere.
+  std::optional<struct stat> facts;
+};
+
+/// Reads the file at a path. Changes nothing and logs nothing.
+SettingsReading readSettingsFile(const std::string& path);
+
+/// Where the links end that a path leads through, even if nothing exists there.
+std::string endOfLinks(const std::string& path);
+
+}  // namespace kelvora::platform
