@@ -7,7 +7,7 @@
 
 #include <pwd.h>
 
-#include "platforms/linux/settings/FileLock.h"
+#include "platforms/posix/FileLock.h"
 
 namespace kelvora::platform {
 

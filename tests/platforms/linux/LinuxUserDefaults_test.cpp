@@ -11,7 +11,7 @@
 #include <sys/stat.h>
 
 #include "base/PropertyListFile.h"
-#include "platforms/linux/settings/FileLock.h"
+#include "platforms/posix/FileLock.h"
 #include "tests/support/ResourceLimit.h"
 #include "tests/support/TemporaryFolder.h"
 
