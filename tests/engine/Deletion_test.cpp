@@ -149,6 +149,23 @@ TEST_F(DeletionTest, ADeletedOwnerHasNoMembers) {
   EXPECT_THAT(makeStore()->allSensors().value(), IsEmpty());
 }
 
+TEST_F(DeletionTest, MembersThatAnotherProgramAddedLoseTheirOwnerAndNothingElse) {
+  const auto category = addCategory(*store, "Temperature", 0);
+  store->saveViewContext();
+  EXPECT_THAT(category->sensors(), IsEmpty());  // and stays so here
+  const auto other = makeStore();
+  addSensor(*other, "TC0P", other->getCategoryWithName("Temperature"), 1)->setName("CPU");
+  other->saveViewContext();
+  view->deleteObject(category);
+  EXPECT_EQ(view->save(), std::nullopt);
+  const auto reader = makeStore();
+  const auto left = reader->sensorWhere(Predicate("category = nil"), reader->viewContext());
+  ASSERT_NE(left, nullptr);
+  EXPECT_EQ(left->key(), "TC0P");
+  EXPECT_EQ(left->name(), "CPU");
+  EXPECT_EQ(left->sourceType(), 1);
+}
+
 TEST_F(DeletionTest, ADeletedObjectKeepsItsValues) {
   const auto child = store->newContext();
   const auto childs = store->createSensorWithKey("TC0P", child);

@@ -154,6 +154,18 @@ TEST_F(PredicateTest, OneTextTakesArgumentsOfEveryKind) {
   EXPECT_EQ(store->viewContext()->objectsOf("Sensor", twoMatch)->size(), 2U);
 }
 
+TEST_F(PredicateTest, APlaceholderMayNameTheLengthOfItsNumber) {
+  EXPECT_THAT(match("platform = %hd || platform = %qu", {2, 3}), ElementsAre("TG0P", "0"));
+  EXPECT_THAT(match("value < %lf && platform > %hhi && platform < %lld", {100.0, 0, 2}),
+              ElementsAre("TC0P"));
+}
+
+TEST_F(PredicateTest, ABackslashTakesTheNextCharacterAsItIsOrMakesABlank) {
+  add("quoted", "it's \"so\" \\\n\t\r", 0, 0, nullptr);
+  EXPECT_THAT(match(R"(name = 'it\'s "so" \\\n\t\r')"), ElementsAre("quoted"));
+  EXPECT_THAT(match(R"(name = "it's \"so\" \\\n\t\r")"), ElementsAre("quoted"));
+}
+
 TEST_F(PredicateTest, TheEnginesOwnColumnsAreNoAttributes) {
   EXPECT_THAT(match("_category_order > 0"), ElementsAre("<none>"));
   EXPECT_THAT(match("_id > 0"), ElementsAre("<none>"));
