@@ -78,6 +78,29 @@ TEST_F(KVUtilsPaths, CreateTheSupportFolderOnlyWhenItIsMissingAndIgnoreAFailure)
   EXPECT_THAT(created_, ElementsAre("/Users/anna/Library/Application Support/Kelvora"));
 }
 
+TEST_F(KVUtilsPaths, LeadToAGroupContainerThatExistsOrNowhere) {
+  std::optional<std::string> container = "/Users/anna/Library/Group Containers/group.com.kelvora";
+  bool isCreated = true;
+  files_.onGroupContainer = [&](const std::string& group) {
+    return group == "group.com.kelvora" ? container : std::nullopt;
+  };
+  files_.onCreateFolder = [&](const std::string& path) {
+    created_.push_back(path);
+    return isCreated;
+  };
+  EXPECT_EQ(KVUtils::groupContainerLocation(*platform_), container);
+  EXPECT_THAT(created_, IsEmpty());
+  EXPECT_EQ(KVUtils::groupContainerPath(*platform_), container);
+  EXPECT_THAT(created_, ElementsAre(container.value()));
+  isCreated = false;
+  EXPECT_EQ(KVUtils::groupContainerPath(*platform_), std::nullopt);
+  container.reset();
+  created_.clear();
+  EXPECT_EQ(KVUtils::groupContainerLocation(*platform_), std::nullopt);
+  EXPECT_EQ(KVUtils::groupContainerPath(*platform_), std::nullopt);
+  EXPECT_THAT(created_, IsEmpty());
+}
+
 TEST_F(KVUtilsPaths, AreNoneWithoutAFolderOfTheSystem) {
   supportFolder_.reset();
   exists_ = false;
@@ -95,6 +118,7 @@ TEST_F(KVUtilsPaths, AreThoseOfTheCurrentPlatformByDefault) {
   Platform::install(std::move(platform_));
   EXPECT_EQ(KVUtils::documentsPath(), KVUtils::documentsPath(platform));
   EXPECT_EQ(KVUtils::applicationSupportPath(), KVUtils::applicationSupportPath(platform));
+  EXPECT_EQ(KVUtils::groupContainerLocation(), KVUtils::groupContainerLocation(platform));
   EXPECT_EQ(KVUtils::smcExePath(), KVUtils::smcExePath(platform));
   EXPECT_EQ(KVUtils::smcExeSrcPath(), KVUtils::smcExeSrcPath(platform));
   EXPECT_EQ(KVUtils::menuAppPath(), KVUtils::menuAppPath(platform));

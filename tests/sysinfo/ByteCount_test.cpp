@@ -26,6 +26,8 @@ TEST(ByteCount, DecimalsGrowWithTheUnitAndTrailingZerosAreDropped) {
   EXPECT_EQ(formattedByteCount(1'264'000, ByteCountStyle::kDecimal), "1.3 MB");
   EXPECT_EQ(formattedByteCount(1'234'500'000, ByteCountStyle::kDecimal), "1.23 GB");
   EXPECT_EQ(formattedByteCount(1'236'000'000'000, ByteCountStyle::kDecimal), "1.24 TB");
+  EXPECT_EQ(formattedByteCount(1'236'000'000'000'000, ByteCountStyle::kDecimal), "1.24 PB");
+  EXPECT_EQ(formattedByteCount(1'236'000'000'000'000'000, ByteCountStyle::kDecimal), "1.24 EB");
   EXPECT_EQ(formattedByteCount(3 * kKibi * kKibi * kKibi / 2, ByteCountStyle::kMemory), "1.5 GB");
 }
 

@@ -1,6 +1,7 @@
 #include "KelvoraCore/ZDSystemDevice.h"
 
 #include <algorithm>
+#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -111,6 +112,16 @@ TEST_F(ZDSystemDeviceTest, TheSharedDeviceIsCreatedOnceByWhoeverComesFirst) {
   EXPECT_EQ(seen, std::vector<ZDSystemDevice*>(8, &ZDSystemDevice::device()));
   EXPECT_EQ(std::count(controls.names.begin(), controls.names.end(), "hw.model"), 2);
   EXPECT_EQ(seen.front()->modelInfo().modelId, "Macmini9,1");
+}
+
+TEST_F(ZDSystemDeviceTest, TheModelIdentifierNeedsNoInventory) {
+  const auto platform = testing::recordedPlatform(testing::recordedMachine("Macmini9,1"));
+  auto& controls =
+      testing::wrapPort<testing::ForwardingSystemControls>(platform->ports().systemControls);
+  EXPECT_EQ(ZDSystemDevice::modelIdentifier(*platform), "Macmini9,1");
+  EXPECT_EQ(std::set<std::string>(controls.names.begin(), controls.names.end()),
+            std::set<std::string>{"hw.model"});
+  EXPECT_EQ(ZDSystemDevice::modelIdentifier(*testing::recordedPlatform({})), "");
 }
 
 TEST_F(ZDSystemDeviceTest, AMachineThatAnswersNothingHasTheDefaults) {
