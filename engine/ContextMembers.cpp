@@ -8,12 +8,6 @@
 // with their changes while it is in memory.
 namespace kelvora::engine {
 
-namespace {
-
-std::int64_t orderOf(const ManagedValue& value) { return wholeNumber(value).value_or(0); }
-
-}  // namespace
-
 ManagedObject::Members& ContextState::membersCache(ManagedObject& owner, std::size_t toMany) const {
   if (owner.members_ == nullptr) {
     owner.members_ = std::make_unique<ManagedObject::Members[]>(owner.entity_->toMany.size());

@@ -13,8 +13,6 @@ namespace {
 // Orders of a damaged file may be any number. Only those between these two can have neighbours.
 constexpr std::int64_t kLowestOrder = -kFirstProvisionalOrder;
 
-std::int64_t orderOf(const ManagedValue& value) { return wholeNumber(value).value_or(0); }
-
 std::optional<std::int64_t> orderBetween(std::int64_t before, std::int64_t after) {
   if (before < kLowestOrder || after >= kFirstProvisionalOrder || before >= after ||
       after - before < 2) {

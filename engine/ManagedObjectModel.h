@@ -123,6 +123,8 @@ std::optional<ManagedValue> valueOfType(AttributeType type, ManagedValue value);
 
 /// The whole number that a value is; none for nil.
 std::optional<std::int64_t> wholeNumber(const ManagedValue& value);
+/// The value of an order column: 0 where none was stored.
+inline std::int64_t orderOf(const ManagedValue& value) { return wholeNumber(value).value_or(0); }
 /// The value of a number; nil for none.
 ManagedValue numberOrNil(std::optional<std::int64_t> number);
 

@@ -2,6 +2,9 @@
 
 #include <array>
 #include <charconv>
+#include <locale>
+#include <optional>
+#include <sstream>
 
 #include "KelvoraCore/Predicate.h"
 
@@ -19,6 +22,17 @@ bool isWordStart(char c) {
 bool isWordPart(char c) { return isWordStart(c) || isDigit(c) || c == '.'; }
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+// Not std::from_chars, which the standard library of macOS lacks for floating-point numbers.
+std::optional<double> decimalNumber(std::string_view digits) {
+  std::istringstream stream{std::string(digits)};
+  stream.imbue(std::locale::classic());
+  double value = 0;
+  stream >> value;
+  return !stream.fail() && stream.peek() == std::istringstream::traits_type::eof()
+             ? std::optional(value)
+             : std::nullopt;
+}
 
 char unescaped(char c) {
   switch (c) {
@@ -85,17 +99,16 @@ Token PredicateLexer::number() {
     }
   }
   const std::string_view digits = format_.substr(start, position_ - start);
-  const char* end = digits.data() + digits.size();
   std::int64_t integer = 0;
-  double decimal = 0;
-  if (whole && std::from_chars(digits.data(), end, integer).ec == std::errc()) {
+  if (whole &&
+      std::from_chars(digits.data(), digits.data() + digits.size(), integer).ec == std::errc()) {
     return {TokenKind::kNumber, start, {}, integer};
   }
-  const auto result = std::from_chars(digits.data(), end, decimal);
-  if (result.ec != std::errc() || result.ptr != end) {
+  const std::optional<double> decimal = decimalNumber(digits);
+  if (!decimal) {
     throw PredicateError("not a number", start);
   }
-  return {TokenKind::kNumber, start, {}, decimal};
+  return {TokenKind::kNumber, start, {}, *decimal};
 }
 
 Token PredicateLexer::text(char quote) {
