@@ -11,7 +11,7 @@ if(KELVORA_DEVELOPER)
   add_compile_options($<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-restrict>)
 
   find_program(KELVORA_MOLD mold)
-  if(KELVORA_MOLD)
+  if(KELVORA_MOLD AND NOT APPLE)
     add_link_options(-fuse-ld=mold)
   endif()
   # Two build folders share what they compile alike: the cache leaves the folder's name out of its key.
