@@ -1,0 +1,28 @@
+#!/bin/sh
+# Signs the package on a Mac: sign.sh "Developer ID Application: NAME (TEAM)"
+# With a name of notarytool's keychain profile as the second argument it is also sent to be notarised.
+set -eu
+if [ $# -lt 1 ] || [ $# -gt 2 ]; then
+  echo 'usage: sign.sh "Developer ID Application: NAME (TEAM)" [KEYCHAIN_PROFILE]' >&2
+  exit 2
+fi
+if [ "$(uname -s)" != Darwin ]; then
+  echo "sign.sh: only a Mac can sign" >&2
+  exit 1
+fi
+identity=$1
+package=$(cd "$(dirname "$0")/.." && pwd)
+
+# From the inside out: a signature covers those of what is inside.
+codesign --force --timestamp --options runtime --sign "$identity" \
+  "$package/KelvoraCore.framework/Versions/A"
+codesign --force --timestamp --options runtime --identifier com.kelvora.kelvora \
+  --entitlements "$package/signing/kelvora.entitlements" --sign "$identity" "$package/bin/kelvora"
+codesign --verify --strict --verbose=2 "$package/KelvoraCore.framework" "$package/bin/kelvora"
+
+if [ $# -eq 2 ]; then
+  archive=$(mktemp -d)/kelvora.zip
+  ditto -c -k --keepParent "$package" "$archive"
+  xcrun notarytool submit "$archive" --keychain-profile "$2" --wait
+  rm -r "$(dirname "$archive")"
+fi
