@@ -43,7 +43,7 @@ DIRECTIVE = re.compile(r"^[ \t]*#(?:[^\n]*\\\n)*[^\n]*", re.MULTILINE)
 ATTRIBUTE = re.compile(r"__attribute__\s*\(\(.*?\)\)|API_\w+\((?:[^()]|\([^()]*\))*\)")
 EXPORTED = re.compile(r'(?:\b\w+_EXPORT|extern\s+"C")\s+([^;{}]+);')
 BLOCK = re.compile(r'extern\s+"C"\s*\{(.*?)\n\}', re.DOTALL)
-CLASS = re.compile(r"@interface\s+(\w+)\s*:")
+CLASS = re.compile(r"@interface\s+(\w+)(?:<\w+>)?\s*:")
 
 
 def declared_names(text):

@@ -27,9 +27,6 @@ class KELVORA_EXPORT StopSignal {
   /// Blocks until `descriptor` is readable; false once the program is to stop, even if the
   /// descriptor is readable too. A negative descriptor waits for the stop alone.
   bool waitUntilReadable(int descriptor);
-
- private:
-  bool waitUntilReadable(int descriptor, std::chrono::steady_clock::time_point deadline);
 };
 
 }  // namespace kelvora

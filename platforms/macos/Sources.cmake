@@ -1,9 +1,29 @@
 # Those that call C interfaces of the system, also run by tests against doubles.
 set(KELVORA_MACOS_SOURCES
   CFValues.cpp
+  FileURL.cpp
+  notices/MacNotificationCentre.cpp
+  processes/MacAuthorization.cpp
+  processes/MacWorkspace.cpp
+  settings/MacUserDefaults.cpp
+  system/InterfaceMessages.cpp
+  system/KVSerialQueue.cpp
+  system/MacFiles.cpp
+  system/MacHostStatistics.cpp
+  system/MacMainBundle.cpp
+  system/MacMainQueue.cpp
+  system/MacSystemControls.cpp
+  system/MacSystemFacts.cpp
+  system/TrustedEnvironment.cpp
 )
-# Those that call classes of Cocoa, in Objective-C++: each as thin as possible, behind a header in C++.
+# Those that are only compiled for macOS: that call classes of Cocoa, in Objective-C++, each as thin as
+# possible, behind a header in C++; and that start programs.
 set(KELVORA_MACOS_COCOA_SOURCES
+  cocoa/Applications.mm
+  cocoa/HostFacts.mm
+  cocoa/Log.mm
+  cocoa/UserFolders.mm
+  processes/SpawnSystem.cpp
 )
 list(TRANSFORM KELVORA_MACOS_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)
 list(TRANSFORM KELVORA_MACOS_COCOA_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

@@ -151,7 +151,6 @@ std::vector<char*> argumentPointers(ChildRequest& request) {
 
 ChildLaunch spawn(ChildRequest request, SpawnActions& actions, FileDescriptor output) {
   SpawnAttributes attributes;
-  setQualityOfService(attributes.get(), request.qualityOfService);
   int error = keepOnlyStandardDescriptors(actions.get(), attributes.get());
   pid_t pid = 0;
   if (error == 0) {

@@ -16,10 +16,6 @@ int openPipe(std::array<int, 2>& ends);
 /// actions were added; the flags of `attributes` may grow.
 int keepOnlyStandardDescriptors(posix_spawn_file_actions_t& actions, posix_spawnattr_t& attributes);
 
-/// Gives a child a quality-of-service class, e.g. 33; 0 is the default class. Does nothing where a
-/// system has no such classes, or none for children.
-void setQualityOfService(posix_spawnattr_t& attributes, int qualityOfService);
-
 /// The environment of this process, for a child.
 char** environmentOfProcess();
 

@@ -10,7 +10,6 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include "platforms/posix/PollTimeout.h"
 #include "ports/Ports.h"
 
 namespace kelvora {
@@ -41,6 +40,11 @@ void openPipe() {
   }
 }
 
+bool isAsked() {
+  pollfd waiting{ends[0], POLLIN, 0};
+  return poll(&waiting, 1, 0) > 0;
+}
+
 }  // namespace
 
 StopSignal::StopSignal() {
@@ -65,24 +69,21 @@ StopSignal::~StopSignal() {
 }
 
 bool StopSignal::waitUntilReadable(int descriptor) {
-  return waitUntilReadable(descriptor, std::chrono::steady_clock::time_point::max());
-}
-
-bool StopSignal::waitUntilReadable(int descriptor, std::chrono::steady_clock::time_point deadline) {
   std::array<pollfd, 2> waiting{{{ends[0], POLLIN, 0}, {descriptor, POLLIN, 0}}};
-  int ready = 0;
-  do {
-    ready = poll(waiting.data(), waiting.size(), platform::pollTimeoutMs(deadline));
-    // A signal ends the wait early; its byte is found the next time round.
-  } while ((ready < 0 && errno == EINTR) ||
-           (ready == 0 && std::chrono::steady_clock::now() < deadline));
+  // A signal ends the wait early; its byte is found the next time round.
+  while (poll(waiting.data(), waiting.size(), -1) < 0 && errno == EINTR) {
+  }
   return waiting[0].revents == 0;
 }
 
 bool StopSignal::runUntil(std::chrono::steady_clock::time_point deadline) {
   platform::MainQueue& queue = Platform::current().mainQueue();
   do {
-    if (!waitUntilReadable(queue.descriptor(), deadline)) {
+    if (isAsked()) {
+      return false;
+    }
+    queue.waitForWork(deadline, ends[0]);
+    if (isAsked()) {
       return false;
     }
     queue.runPending();

@@ -13,8 +13,6 @@ int keepOnlyStandardDescriptors(posix_spawn_file_actions_t& actions, posix_spawn
   return posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
 }
 
-void setQualityOfService(posix_spawnattr_t&, int) {}
-
 char** environmentOfProcess() { return environ; }
 
 }  // namespace kelvora::platform

@@ -1,5 +1,6 @@
 #include "platforms/linux/system/LinuxMainQueue.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <system_error>
@@ -28,9 +29,9 @@ void LinuxMainQueue::async(std::function<void()> work) {
 
 bool LinuxMainQueue::isMainThread() const { return std::this_thread::get_id() == mainThread_; }
 
-void LinuxMainQueue::waitForWork(std::chrono::steady_clock::time_point deadline) {
-  pollfd waiting{event_.get(), POLLIN, 0};
-  poll(&waiting, 1, pollTimeoutMs(deadline));
+void LinuxMainQueue::waitForWork(std::chrono::steady_clock::time_point deadline, int descriptor) {
+  std::array<pollfd, 2> waiting{{{event_.get(), POLLIN, 0}, {descriptor, POLLIN, 0}}};
+  poll(waiting.data(), waiting.size(), pollTimeoutMs(deadline));
 }
 
 int LinuxMainQueue::runPending() {

@@ -17,7 +17,7 @@ class LinuxMainQueue : public MainQueue {
   LinuxMainQueue();
   void async(std::function<void()> work) override;
   bool isMainThread() const override;
-  void waitForWork(std::chrono::steady_clock::time_point deadline) override;
+  void waitForWork(std::chrono::steady_clock::time_point deadline, int descriptor) override;
   int runPending() override;
   int descriptor() const override;
 

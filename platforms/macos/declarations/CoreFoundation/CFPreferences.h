@@ -23,3 +23,10 @@ CF_EXPORT Boolean CFPreferencesAppSynchronize(CFStringRef application) API_AVAIL
 CF_EXPORT CFDictionaryRef CFPreferencesCopyMultiple(CFArrayRef keys, CFStringRef application,
                                                     CFStringRef user, CFStringRef host)
     API_AVAILABLE(macos(10.0));
+/// The value of a key in one domain; null if there is none.
+CF_EXPORT CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CFStringRef application,
+                                                   CFStringRef user, CFStringRef host)
+    API_AVAILABLE(macos(10.0));
+/// The same as CFPreferencesAppSynchronize, for one domain.
+CF_EXPORT Boolean CFPreferencesSynchronize(CFStringRef application, CFStringRef user,
+                                           CFStringRef host) API_AVAILABLE(macos(10.0));

@@ -1,0 +1,76 @@
+#include "platforms/macos/cocoa/Applications.h"
+
+#include <utility>
+
+#include <AppKit/AppKit.h>
+
+#include "platforms/macos/cocoa/Texts.h"
+
+namespace kelvora::platform::cocoa {
+
+bool launchApplication(const std::string& bundleIdentifier) {
+  @autoreleasepool {
+    NSString* identifier = foundationText(bundleIdentifier);
+    if (identifier == nil) {
+      return false;
+    }
+    NSWorkspace* workspace = NSWorkspace.sharedWorkspace;
+    NSURL* application = [workspace URLForApplicationWithBundleIdentifier:identifier];
+    if (application == nil) {
+      return false;
+    }
+    [workspace openApplicationAtURL:application
+                      configuration:[NSWorkspaceOpenConfiguration configuration]
+                  completionHandler:nil];
+    return true;
+  }
+}
+
+void openApplication(const std::string& path,
+                     std::function<void(std::optional<std::string>)> completion) {
+  @autoreleasepool {
+    NSString* text = foundationText(path);
+    const auto call = [completion = std::move(completion)](std::optional<std::string> failure) {
+      if (completion) {
+        completion(std::move(failure));
+      }
+    };
+    if (text.length == 0) {
+      call("not a path");
+      return;
+    }
+    [NSWorkspace.sharedWorkspace
+        openApplicationAtURL:[NSURL fileURLWithPath:text]
+               configuration:[NSWorkspaceOpenConfiguration configuration]
+           completionHandler:^(NSRunningApplication*, NSError* error) {
+             call(error == nil ? std::nullopt
+                               : std::optional(plainText(error.localizedDescription)));
+           }];
+  }
+}
+
+std::vector<RunningApplication> runningApplications() {
+  @autoreleasepool {
+    std::vector<RunningApplication> applications;
+    for (NSRunningApplication* application in NSWorkspace.sharedWorkspace.runningApplications) {
+      applications.push_back({application.processIdentifier,
+                              plainText(application.bundleIdentifier),
+                              plainText(application.localizedName)});
+    }
+    return applications;
+  }
+}
+
+bool terminate(const RunningApplication& application, bool force) {
+  @autoreleasepool {
+    NSRunningApplication* running = [NSRunningApplication
+        runningApplicationWithProcessIdentifier:static_cast<pid_t>(application.pid)];
+    // The process may be another application's by now.
+    if (running == nil || plainText(running.bundleIdentifier) != application.bundleIdentifier) {
+      return false;
+    }
+    return force ? [running forceTerminate] : [running terminate];
+  }
+}
+
+}  // namespace kelvora::platform::cocoa

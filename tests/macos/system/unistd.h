@@ -1,0 +1,6 @@
+#pragma once
+#pragma GCC system_header
+
+#include_next <unistd.h>
+
+extern "C" int issetugid();
