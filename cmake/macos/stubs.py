@@ -2,8 +2,8 @@
 """Writes text stubs (.tbd): what a library of macOS exports, for linking where that library is not.
 
 usage: stubs.py frameworks DECLARATIONS FOLDER
-           one framework for each folder of DECLARATIONS, with what its headers declare, and the
-           Objective-C runtime
+           one framework for each folder of DECLARATIONS whose name has a capital, with what its
+           headers declare, and the Objective-C runtime
        stubs.py library INSTALL_NAME STUB LIBRARY...
            what shared libraries of this system export, under the name of a library of macOS
        stubs.py missing PATTERN INSTALL_NAME STUB ARCHIVE
@@ -60,7 +60,7 @@ def declared_names(text):
 
 
 def write_frameworks(declarations, folder):
-    for source in sorted(path for path in declarations.iterdir() if path.is_dir()):
+    for source in sorted(path for path in declarations.iterdir() if path.is_dir() and path.name[0].isupper()):
         texts = [path.read_text(encoding="utf-8") for path in sorted(source.rglob("*.h"))]
         symbols = set().union(*(declared_names(text) for text in texts))
         classes = {name for text in texts for name in CLASS.findall(COMMENT.sub("", text))}
