@@ -74,7 +74,7 @@ TEST_F(KelvoraDoctor, NamesEachThingInOrderWithItsState) {
     names += check["name"].get<std::string>() + "; ";
   }
   EXPECT_EQ(names,
-            "application support; documents; group container; settings; store; session bus; "
+            "application support; documents; group container; settings; store; notices; "
             "privileged tool; machine; ");
   EXPECT_EQ(report["machine"]["live"], false);
 }
@@ -83,7 +83,7 @@ TEST_F(KelvoraDoctor, HintsAreNoFailure) {
   const ProgramResult result = doctor();
   EXPECT_EQ(result.status, 0) << result.standardOutput;
   EXPECT_THAT(result.standardOutput, ContainsRegex("ok +application support +/"));
-  EXPECT_THAT(result.standardOutput, ContainsRegex("hint +session bus +none: "));
+  EXPECT_THAT(result.standardOutput, ContainsRegex("hint +notices +no session bus: "));
   EXPECT_THAT(result.standardOutput, HasSubstr("dbus-run-session"));
   expectCheck("documents", "hint", "/Documents: missing");
   expectCheck("settings", "ok", "none yet, so defaults count");
@@ -102,7 +102,7 @@ TEST_F(KelvoraDoctor, OnANarrowTerminalAdviceIsBrokenAtItsBlanks) {
               HasSubstr(indent + "log in to a desktop session, or start the programs\n" + indent +
                         "under dbus-run-session\n"));
   const std::string underTheName(8, ' ');
-  EXPECT_THAT(report(40), HasSubstr("hint    session bus\n" + underTheName));
+  EXPECT_THAT(report(40), HasSubstr("hint    notices\n" + underTheName));
   EXPECT_THAT(report(40), HasSubstr(underTheName + "log in to a desktop session, or\n" +
                                     underTheName + "start the programs under\n"));
   EXPECT_THAT(report(10), HasSubstr(underTheName + "log\n" + underTheName + "in\n"))
@@ -117,7 +117,7 @@ TEST_F(KelvoraDoctor, WhatExistsIsWell) {
   home_.write(kSettingsFile, kEmptySettings);
   home_.write("Documents/a", "");
   for (const char* name : {"application support", "documents", "group container", "settings",
-                           "store", "session bus", "machine"}) {
+                           "store", "notices", "machine"}) {
     EXPECT_EQ(check(name)["state"], "ok") << name;
     EXPECT_EQ(check(name)["advice"], nullptr) << name;
   }

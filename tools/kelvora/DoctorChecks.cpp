@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -9,6 +10,7 @@
 #include <system_error>
 
 #include "KelvoraCore/KVApplicationGroup.h"
+#include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSettingsFile.h"
 #include "KelvoraCore/KVStoreFile.h"
 #include "KelvoraCore/KVUtils.h"
@@ -36,12 +38,15 @@ bool isFolder(const fs::path& path) {
   return fs::is_directory(path, error);
 }
 
+std::string unusedName(const std::string& start) {
+  std::random_device random;
+  return start + "-" + std::to_string(random()) + "-" + std::to_string(random());
+}
+
 // Tries to write a new file in a folder, and removes it again. Returns why that fails; empty when
 // it works.
 std::string faultOfWriting(const fs::path& folder) {
-  std::random_device random;
-  const fs::path probe =
-      folder / (".kelvora-doctor-" + std::to_string(random()) + "-" + std::to_string(random()));
+  const fs::path probe = folder / unusedName(".kelvora-doctor");
   std::FILE* const file = std::fopen(probe.c_str(), "wbx");  // never a file that exists
   if (file == nullptr) {
     return std::generic_category().message(errno);
@@ -154,13 +159,36 @@ Check storeCheck(const MachineChoice& machine) {
   return {kName, CheckState::kOK, file->path, ""};
 }
 
-Check sessionBus(const MachineChoice& machine) {
-  constexpr char kName[] = "session bus";
-  if (!NotificationObserver::reachesOtherPrograms(machine.platform)) {
-    return {kName, CheckState::kHint, "none: a change of a setting is not told to other programs",
+// Posts a notice that nobody else knows, and waits a little for it to come back.
+bool hearsItsOwnNotice(Platform& platform) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::seconds kLongestWay{2};
+  constexpr std::chrono::milliseconds kStep{5};
+  const std::string name = unusedName("KVDoctorNotification");
+  bool isHeard = false;
+  const NotificationObserver observer(
+      name, [&isHeard](const Notification&) { isHeard = true; }, platform);
+  KVUtils::broadcastNotification(name, platform);
+  const Clock::time_point end = Clock::now() + kLongestWay;
+  while (!isHeard && Clock::now() < end) {
+    KVMainQueue::runUntil(Clock::now() + kStep);
+  }
+  return isHeard;
+}
+
+Check notices(const MachineChoice& machine) {
+  constexpr char kName[] = "notices";
+  const bool reachesOthers = NotificationObserver::reachesOtherPrograms(machine.platform);
+  if (!hearsItsOwnNotice(machine.platform)) {
+    return {kName, CheckState::kBroken, "a notice that was posted did not come back",
+            "log out and in again, which restarts what carries notices"};
+  }
+  if (!reachesOthers) {
+    return {kName, CheckState::kHint,
+            "no session bus: a change of a setting is not told to other programs",
             "log in to a desktop session, or start the programs under dbus-run-session"};
   }
-  return {kName, CheckState::kOK, "reaches the other programs", ""};
+  return {kName, CheckState::kOK, "come back, and reach the other programs", ""};
 }
 
 std::string toolFinding(const std::string& path, const KVFileOwnership& ownership) {
@@ -234,7 +262,7 @@ Check machineCheck(const MachineChoice& machine) {
 
 constexpr Check (*kChecks[])(const MachineChoice&) = {
     supportFolder, documentsFolder, groupContainer, suite,
-    storeCheck,    sessionBus,      privilegedTool, machineCheck,
+    storeCheck,    notices,         privilegedTool, machineCheck,
 };
 
 }  // namespace

@@ -16,7 +16,7 @@ enum class CheckState : std::uint8_t {
 
 /// One thing that the programs need, and the state that it is in.
 struct Check {
-  std::string name;  ///< e.g. "session bus"
+  std::string name;  ///< e.g. "notices"
   CheckState state = CheckState::kOK;
   std::string finding;  ///< e.g. a path and what is there
   std::string advice;   ///< what to do about it; empty when all is well
