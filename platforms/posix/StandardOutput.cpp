@@ -9,6 +9,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include "platforms/posix/FileDescriptor.h"
+
 namespace kelvora {
 
 namespace {
@@ -61,11 +63,8 @@ bool StandardOutput::write(std::string_view text) {
 
 void StandardOutput::discardMessages(bool discard) {
   std::fflush(stdout);
-  const int nowhere = discard ? open("/dev/null", O_WRONLY | O_CLOEXEC) : -1;
-  dup2(discard ? nowhere : STDERR_FILENO, STDOUT_FILENO);
-  if (nowhere >= 0) {
-    close(nowhere);
-  }
+  const platform::FileDescriptor nowhere(discard ? open("/dev/null", O_WRONLY | O_CLOEXEC) : -1);
+  dup2(discard ? nowhere.get() : STDERR_FILENO, STDOUT_FILENO);
 }
 
 bool StandardOutput::isTerminal() const { return isatty(descriptor_) == 1; }

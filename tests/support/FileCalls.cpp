@@ -4,7 +4,9 @@
 #include <csignal>
 #include <cstdint>
 #include <iterator>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
@@ -40,11 +42,26 @@ constexpr std::uint64_t kFileCalls[] = {
   std::_Exit(0);
 }
 
-bool isFileCall(pid_t child) {
+struct StoringCall {
+  std::uint64_t number;
+  const char* name;
+};
+
+constexpr StoringCall kStoringCalls[] = {
+#ifdef SYS_rename
+    {SYS_rename, "rename"},
+#endif
+    {SYS_fsync, "fsync"},      {SYS_fdatasync, "fsync"},
+    {SYS_renameat2, "rename"}, {SYS_renameat, "rename"},
+};
+
+// The number of the call at which the child stopped; none when it returns from one.
+std::optional<std::uint64_t> callOf(pid_t child) {
   __ptrace_syscall_info information = {};
   const long size = ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof information, &information);
-  return size > 0 && information.op == PTRACE_SYSCALL_INFO_ENTRY &&
-         std::ranges::find(kFileCalls, information.entry.nr) != std::end(kFileCalls);
+  return size > 0 && information.op == PTRACE_SYSCALL_INFO_ENTRY
+             ? std::optional(information.entry.nr)
+             : std::nullopt;
 }
 
 // The signal that stopped the child; SIGTRAP with 0x80 for a system call. 0 when it has ended.
@@ -53,37 +70,59 @@ int nextStop(pid_t child) {
   return waitpid(child, &status, 0) == child && WIFSTOPPED(status) ? WSTOPSIG(status) : 0;
 }
 
-int countUntilStopped(pid_t child) {
+// The numbers of the calls until the child stops itself; none when it fails.
+std::optional<std::vector<std::uint64_t>> callsUntilStopped(pid_t child) {
   constexpr int kSystemCall = SIGTRAP | 0x80;
-  int count = 0;
+  std::vector<std::uint64_t> calls;
   while (true) {
     ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
     const int stop = nextStop(child);
     if (stop != kSystemCall) {
-      return stop == SIGSTOP ? count : -1;
+      return stop == SIGSTOP ? std::optional(std::move(calls)) : std::nullopt;
     }
-    count += isFileCall(child) ? 1 : 0;
+    if (const auto call = callOf(child)) {
+      calls.push_back(*call);
+    }
   }
 }
 
-}  // namespace
-
-int fileCallsOf(const std::function<void()>& preparation, const std::function<void()>& work) {
+std::vector<std::uint64_t> callsOf(const std::function<void()>& preparation,
+                                   const std::function<void()>& work) {
   const pid_t child = fork();
   if (child == 0) {
     runTraced(preparation, work);
   }
   const bool isTraced = child > 0 && nextStop(child) == SIGSTOP &&
                         ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD) == 0;
-  const int count = isTraced ? countUntilStopped(child) : -1;
+  auto calls = isTraced ? callsUntilStopped(child) : std::nullopt;
   if (child > 0) {
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
   }
-  if (count < 0) {
+  if (!calls) {
     throw std::runtime_error("a process could not be traced");
   }
-  return count;
+  return *std::move(calls);
+}
+
+}  // namespace
+
+int fileCallsOf(const std::function<void()>& preparation, const std::function<void()>& work) {
+  const auto calls = callsOf(preparation, work);
+  return static_cast<int>(std::ranges::count_if(calls, [](std::uint64_t call) {
+    return std::ranges::find(kFileCalls, call) != std::end(kFileCalls);
+  }));
+}
+
+std::vector<std::string> storingCallsOf(const std::function<void()>& work) {
+  std::vector<std::string> names;
+  for (const std::uint64_t call : callsOf([] {}, work)) {
+    const auto* const found = std::ranges::find(kStoringCalls, call, &StoringCall::number);
+    if (found != std::end(kStoringCalls)) {
+      names.emplace_back(found->name);
+    }
+  }
+  return names;
 }
 
 }  // namespace kelvora::testing

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace kelvora::testing {
 
@@ -9,5 +11,9 @@ namespace kelvora::testing {
 /// tracing, so no call of any library is missed. Throws std::runtime_error where tracing is not
 /// permitted or the process fails.
 int fileCallsOf(const std::function<void()>& preparation, const std::function<void()>& work);
+
+/// The calls by which `work`, in a process of its own, puts files on the disk ("fsync") and into
+/// their places ("rename"), in order. Throws like fileCallsOf().
+std::vector<std::string> storingCallsOf(const std::function<void()>& work);
 
 }  // namespace kelvora::testing

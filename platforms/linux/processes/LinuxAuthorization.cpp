@@ -1,6 +1,5 @@
 #include "platforms/linux/processes/LinuxAuthorization.h"
 
-#include <thread>
 #include <utility>
 
 #include <unistd.h>
@@ -25,15 +24,8 @@ class Grant : public AuthorizationGrant {
       request.arguments.insert(request.arguments.begin(), tool);
       request.path = askingProgram_;
     }
-    ChildLaunch launch = children_->launch(request);
-    if (launch.child == nullptr) {
-      return false;
-    }
-    // The caller does not wait for the tool, but someone has to, or it would stay as a zombie.
-    std::thread([children = children_, child = std::move(launch.child)] {
-      child->waitUntilExit();
-    }).detach();
-    return true;
+    // The caller does not wait for the tool, and no zombie stays of a child that is released.
+    return children_->launch(request).child != nullptr;
   }
 
  private:

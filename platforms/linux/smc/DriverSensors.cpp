@@ -42,7 +42,7 @@ std::optional<Bytes> bigEndian(double value, double least, double most) {
 Bytes littleEndianFloat(double value) {
   auto bits = std::bit_cast<std::uint32_t>(static_cast<float>(value));
   Bytes bytes;
-  for (int i = 0; i < 4; ++i, bits >>= 8) {
+  for (std::size_t i = 0; i < sizeof bits; ++i, bits >>= 8) {
     bytes.push_back(static_cast<std::byte>(bits & 0xff));
   }
   return bytes;

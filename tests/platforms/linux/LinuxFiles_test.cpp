@@ -102,7 +102,8 @@ TEST(LinuxFiles, TheUsersFoldersFollowTheEnvironment) {
   home.write(".config/user-dirs.dirs",
              "# comment\nXDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\nXDG_MUSIC_DIR=\"$HOME/M\"\n");
   EXPECT_EQ(files.documentsFolder(), home.path() + "/Dokumente");
-  home.write(".config/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"\nXDG_DOCUMENTS_DIR=\"relative\"\n");
+  home.write(".config/user-dirs.dirs",
+             "XDG_DOCUMENTS_DIR=\"\nXDG_DOCUMENTS_DIR=\"relative\"\nXDG_DOCUMENTS_DIR=\"/cut");
   EXPECT_EQ(files.documentsFolder(), home.path() + "/Documents");
   // A named pipe that nobody writes to does not hold up the question.
   std::filesystem::remove(home.path(".config/user-dirs.dirs"));

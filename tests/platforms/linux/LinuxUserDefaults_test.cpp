@@ -173,6 +173,13 @@ TEST_F(LinuxUserDefaultsTest, ASecondWriterLeavesNothingBesideTheFileAndItsLock)
   EXPECT_EQ(entries, 2U);
 }
 
+TEST_F(LinuxUserDefaultsTest, WhatAKilledWriterLeftIsInNobodysWay) {
+  folder_.write(std::string(kFile) + ".new", "half a fi");
+  EXPECT_TRUE(open()->setObject("KVMainSensor", "TC0P"));
+  EXPECT_EQ(open()->object("KVMainSensor"), PropertyListValue("TC0P"));
+  EXPECT_FALSE(fs::exists(file() + ".new"));
+}
+
 TEST_F(LinuxUserDefaultsTest, AnXMLFileWrittenByAnotherToolIsRead) {
   folder_.write(kFile,
                 "<plist version=\"1.0\"><dict><key>KVUpdateFrequencyKey</key><integer>1</integer>"

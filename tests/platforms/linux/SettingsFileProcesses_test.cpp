@@ -19,6 +19,7 @@
 #include "platforms/linux/settings/LinuxUserDefaults.h"
 #include "platforms/posix/FileLock.h"
 #include "tests/support/ChildWork.h"
+#include "tests/support/FileCalls.h"
 #include "tests/support/RandomSeed.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -139,6 +140,17 @@ TEST(SettingsFileProcesses, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewFile) {
   }
   EXPECT_GT(last, 0);
   EXPECT_TRUE(suite->setObject("after", true));
+}
+
+// Else a power cut could leave neither the old file nor the new one.
+TEST(SettingsFileProcesses, ANewFileIsOnTheDiskBeforeItTakesThePlaceOfTheOld) {
+  const testing::TemporaryFolder folder;
+  const auto suite = LinuxUserDefaults(folder.path()).suite(kGroup);
+  ASSERT_TRUE(suite->setObject("chosen", 1));
+  const std::vector<std::string> stored{"fsync", "rename", "fsync"};
+  EXPECT_EQ(testing::storingCallsOf([&] { suite->setObject("chosen", 2); }), stored);
+  EXPECT_EQ(testing::storingCallsOf([&] { suite->setObjectIfAbsent("default", 1); }), stored);
+  EXPECT_TRUE(testing::storingCallsOf([&] { suite->object("chosen"); }).empty());
 }
 
 TEST(SettingsFileProcesses, ThreeProgramsSetOneKeyAtOnceAndEachSucceeds) {

@@ -1,6 +1,7 @@
 #include "KelvoraCore/StopSignal.h"
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <functional>
@@ -84,7 +85,18 @@ TEST_F(StopSignalTest, AnEarlierStopDoesNotReachALaterObject) {
   EXPECT_TRUE(later.waitUntilReadable(descriptor()));
 }
 
+TEST_F(StopSignalTest, NoSignalChangesTheErrorOfTheCallThatItInterrupts) {
+  const StopSignal stop;
+  errno = 0;
+  constexpr int kMoreThanAPipeTakes = 70'000;
+  for (int i = 0; i < kMoreThanAPipeTakes; ++i) {
+    raise(SIGTERM);
+  }
+  EXPECT_EQ(errno, 0);
+}
+
 TEST_F(StopSignalTest, AfterwardsTheSignalsDoWhatTheyDidBefore) {
+  std::signal(SIGINT, SIG_DFL);  // a shell starts programs in the background with it ignored
   { const StopSignal stop; }
   EXPECT_EXIT(raise(SIGTERM), ::testing::KilledBySignal(SIGTERM), "");
   EXPECT_EXIT(raise(SIGINT), ::testing::KilledBySignal(SIGINT), "");

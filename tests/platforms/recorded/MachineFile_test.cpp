@@ -224,6 +224,21 @@ TEST(MachineFile, ASMCKeyIsCharactersTypeAndBytes) {
   EXPECT_TRUE(machine.smcKeys->back().bytes.empty());
 }
 
+TEST(MachineFile, AHIDServiceHasAValueForEachTypeOfEvent) {
+  const RecordedMachine machine = parseMachine(machineWith(R"("hid": [
+        {"usagePage": 65280, "usage": 5, "product": "PMU tdie1",
+         "events": {"15": 38.25, "25": 1, "32767": 2}},
+        {"usagePage": 65288, "usage": 3}])"),
+                                               "mac.json");
+  ASSERT_EQ(machine.hid->size(), 2U);
+  const auto& first = machine.hid->front();
+  EXPECT_EQ(first.usagePage, 65280);
+  EXPECT_EQ(first.usage, 5);
+  EXPECT_EQ(first.product, "PMU tdie1");
+  EXPECT_EQ(first.events, (decltype(first.events){{15, 38.25}, {25, 1}, {32767, 2}}));
+  EXPECT_TRUE(machine.hid->back().events.empty());
+}
+
 TEST(MachineFile, SystemControlsBecomeTheirBytes) {
   const RecordedMachine machine = parseMachine(
       machineWith(R"("sysctl": {"t": "ab", "i": {"int32": -2}, "u": {"int32": 4294967295},

@@ -188,6 +188,13 @@ TEST(RecordedHostStatistics, AnswersWhatTheFileTells) {
   EXPECT_EQ(statistics.uptimeSeconds(), 93784.5);
   EXPECT_TRUE(statistics.fileSystemSize("/").has_value());
   EXPECT_FALSE(statistics.fileSystemSize("/Volumes/Backup").has_value());
+  platform::RecordedStatistics recorded;
+  recorded.memory = {.free = 1, .active = 2, .inactive = 3, .wired = 4};
+  recorded.interfaces = {{.name = "en0", .receivedBytes = 5, .sentBytes = 6}};
+  platform::RecordedHostStatistics some(recorded);
+  EXPECT_EQ(some.memoryPages()->inactive, 3U);
+  ASSERT_EQ(some.interfaceCounters()->size(), 1U);
+  EXPECT_EQ(some.interfaceCounters()->front().sentBytes, 6U);
   platform::RecordedHostStatistics nothing({});
   EXPECT_EQ(nothing.uptimeSeconds(), 0);
   EXPECT_FALSE(nothing.memoryPages().has_value());

@@ -104,6 +104,22 @@ TEST(RecordedSMC, AWriteGoesIntoItsMemoryAndIsListed) {
   EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).payload[0], std::byte{9});
 }
 
+TEST(RecordedSMC, AWriteFillsAPayloadAndNoMore) {
+  constexpr std::uint32_t kPayload = sizeof SMCParamRecord::bytes;
+  RecordedSMCKey full;
+  full.key = SMCPackedKey("Full");
+  full.bytes.resize(kPayload);
+  RecordedSMCKey larger;
+  larger.key = SMCPackedKey("More");
+  larger.bytes.resize(kPayload + 1);
+  RecordedSMC smc(std::vector<RecordedSMCKey>{full, larger});
+  SMCConnection connection(smc);
+  EXPECT_EQ(connection.call(6, full.key, kPayload, 0, bytesOf({1})).result, 0);
+  EXPECT_NE(connection.call(6, larger.key, kPayload + 1, 0, bytesOf({1})).result, 0);
+  ASSERT_EQ(smc.writes().size(), 1U);
+  EXPECT_EQ(smc.writes().front().bytes.size(), kPayload);
+}
+
 TEST(RecordedSMC, AWriteOfAnotherSizeIsNotTaken) {
   RecordedSMC smc(fewKeys());
   SMCConnection connection(smc);
