@@ -70,6 +70,7 @@ TEST(LinuxSystemControls, TellsTheFactsOfDMIProcessorsAndMemory) {
   }
   LinuxSystemControls controls(root.path());
   EXPECT_EQ(textControl(controls, "hw.model"), "MacBookPro15,1");
+  EXPECT_EQ(textControl(controls, "kern.ostype"), "Linux");
   EXPECT_EQ(textControl(controls, "machdep.cpu.vendor"), "GenuineIntel");
   EXPECT_EQ(textControl(controls, "machdep.cpu.brand_string"), "Intel(R) Core(TM)");
   EXPECT_EQ(numberControl<std::int32_t>(controls, "machdep.cpu.core_count"), 1);
@@ -140,6 +141,9 @@ TEST(LinuxSystemFacts, TellsTheSystemsVersionAndHost) {
   EXPECT_EQ(facts.osVersion()->minor, 4);
   EXPECT_EQ(facts.osVersion()->patch, 0);
   EXPECT_EQ(facts.osVersionText(), "Ubuntu 22.04.3 LTS");
+  root.write("etc/os-release", "VERSION_ID=\"10.15.7\"\n");
+  EXPECT_EQ(facts.osVersion()->minor, 15);
+  EXPECT_EQ(facts.osVersion()->patch, 7);
   EXPECT_FALSE(facts.hostName().empty());
   EXPECT_EQ(facts.localizedHostName(), facts.hostName());
   root.write("etc/machine-info", "PRETTY_HOSTNAME=\"Anna's Mac\"\n");

@@ -116,6 +116,20 @@ TEST_F(LinuxUserDefaultsTest, ADefaultIsStoredOnlyIfTheKeyIsStillAbsent) {
   EXPECT_EQ(open()->object("KVShowIconInMenu"), PropertyListValue(false));
 }
 
+TEST_F(LinuxUserDefaultsTest, SettingsOfAFileThatIsGoneOrDamagedAreGone) {
+  const auto reader = open();
+  ASSERT_TRUE(reader->setObject("a", 1));
+  EXPECT_EQ(reader->object("a"), PropertyListValue(1));
+  fs::remove(file());
+  EXPECT_FALSE(reader->object("a"));
+  ASSERT_TRUE(reader->setObject("b", 2));
+  EXPECT_EQ(reader->objects(), (Dictionary{{"b", 2}}));
+  ::testing::internal::CaptureStderr();
+  folder_.write(kFile, "damaged");
+  EXPECT_TRUE(reader->objects().empty());
+  EXPECT_NE(::testing::internal::GetCapturedStderr(), "");
+}
+
 TEST_F(LinuxUserDefaultsTest, ARewriteInPlaceOfTheSameSizeIsNoticed) {
   const auto reader = open();
   folder_.write(kFile, "<plist><dict><key>digit</key><integer>0</integer></dict></plist>");
@@ -279,6 +293,22 @@ TEST_F(LinuxUserDefaultsTest, ALinkIsFollowedAndItsTargetReplaced) {
   EXPECT_EQ(open()->objects(), (Dictionary{{"a", 1}, {"b", 2}}));
   EXPECT_EQ(readPropertyListFile(folder_.path("dotfiles/settings")).value,
             PropertyListValue(Dictionary{{"a", 1}, {"b", 2}}));
+}
+
+TEST_F(LinuxUserDefaultsTest, LinksAreFollowedAsFarAsTheSystemFollowsThem) {
+  constexpr int kMostLinks = 40;
+  std::string end = folder_.write("settings", "<plist><dict/></plist>");
+  for (int link = 1; link < kMostLinks; ++link) {
+    const std::string next = folder_.path("link" + std::to_string(link));
+    fs::create_symlink(end, next);
+    end = next;
+  }
+  fs::create_directories(folder_.path(kGroupFolder));
+  fs::create_symlink(end, file());
+  ASSERT_TRUE(open()->setObject("a", 1));
+  EXPECT_TRUE(fs::is_symlink(folder_.path("link1")));
+  EXPECT_EQ(readPropertyListFile(folder_.path("settings")).value,
+            PropertyListValue(Dictionary{{"a", 1}}));
 }
 
 TEST_F(LinuxUserDefaultsTest, ALinkToAMissingFileCreatesIt) {

@@ -40,6 +40,15 @@ TEST_P(EveryRecordedMachine, TellsItsModel) {
   EXPECT_EQ(model, std::string(GetParam()) + '\0');
 }
 
+TEST(RecordedPlatform, HasTheRecordedHIDServices) {
+  const auto platform = recordedPlatform(recordedMachine("Macmini9,1"));
+  const auto client = platform->hid().createClient();
+  client->setMatching({{"PrimaryUsagePage", 65280}, {"PrimaryUsage", 5}});
+  const auto services = client->copyServices();
+  ASSERT_TRUE(services);
+  EXPECT_FALSE(services->empty());
+}
+
 INSTANTIATE_TEST_SUITE_P(, EveryRecordedMachine, ::testing::ValuesIn(kRecordedMachines));
 
 }  // namespace
