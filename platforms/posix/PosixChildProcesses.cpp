@@ -1,5 +1,6 @@
 #include "platforms/posix/PosixChildProcesses.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <optional>
@@ -64,7 +65,7 @@ class Child : public ChildProcess {
     do {
       count = read(output_.get(), buffer.data(), buffer.size());
     } while (count < 0 && errno == EINTR);
-    return count < 0 ? 0 : static_cast<std::size_t>(count);
+    return static_cast<std::size_t>(std::max<ssize_t>(count, 0));
   }
 
   void closeStandardOutput() override { output_.close(); }

@@ -18,6 +18,10 @@ TEST(Blanks, ABlankBeforeAStrayByteIsNotAtTheEnd) {
   EXPECT_EQ(trimmedOfBlanksAndLineEnds("a\n\x80\x80"), "a\n\x80\x80");
 }
 
+TEST(Blanks, BytesBeforeTheTextDoNotCount) {
+  EXPECT_EQ(trimmedOfBlanks(std::string_view("\u3000").substr(2)), "\x80");
+}
+
 TEST(Blanks, OnlyBlanksInARunBecomeOne) {
   EXPECT_EQ(withSingleBlanks("a \t  \tb"), "a \t \tb");
   EXPECT_EQ(withSingleBlanks("a\u00a0\u00a0b"), "a\u00a0\u00a0b");

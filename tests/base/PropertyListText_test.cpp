@@ -15,15 +15,16 @@ bool holdsNul(std::string_view text) {
   return propertyListTextHoldsNul(std::as_bytes(std::span(text)));
 }
 
-// A binary property list of one object.
-std::string binaryListOf(std::string_view object) {
+// A binary property list of one object, whose offset takes so many bytes.
+std::string binaryListOf(std::string_view object, char offsetWidth = 1) {
   const std::string header = "bplist00";
   std::string bytes = header + std::string(object);
   const auto table = static_cast<char>(bytes.size());
-  bytes += static_cast<char>(header.size());  // where the object is
-  bytes.append(6, '\0').append(2, '\x01');    // widths of an offset and of a reference
-  bytes.append(7, '\0').append(1, '\x01');    // one object
-  bytes.append(8, '\0');                      // the root is the first
+  bytes.append(static_cast<std::size_t>(offsetWidth - 1), '\0');
+  bytes += static_cast<char>(header.size());                       // where the object is
+  bytes.append(6, '\0').append(1, offsetWidth).append(1, '\x01');  // and the width of a reference
+  bytes.append(7, '\0').append(1, '\x01');                         // one object
+  bytes.append(8, '\0');                                           // the root is the first
   return bytes.append(7, '\0').append(1, table);
 }
 
@@ -35,6 +36,21 @@ TEST(PropertyListText, ANulAnywhereInALongTextIsSeen) {
     damaged[at] = '\0';
     EXPECT_TRUE(holdsNul(binaryListOf("\x5f\x10\x14" + damaged))) << at;
   }
+}
+
+TEST(PropertyListText, ALengthMayTakeSeveralBytes) {
+  const std::string length("\x5f\x12\x00\x00\x00\x14"sv);
+  EXPECT_FALSE(holdsNul(binaryListOf(length + std::string(20, 'a'))));
+  EXPECT_TRUE(holdsNul(binaryListOf(length + std::string(19, 'a') + '\0')));
+}
+
+TEST(PropertyListText, ATextWhoseLengthIsCutOffCountsAsNone) {
+  EXPECT_FALSE(holdsNul(binaryListOf("\x5f\x1f")));
+}
+
+TEST(PropertyListText, AnOffsetTakesEightBytesAtMost) {
+  EXPECT_TRUE(holdsNul(binaryListOf("\x51\x00"sv, 8)));
+  EXPECT_FALSE(holdsNul(binaryListOf("\x51\x00"sv, 9)));
 }
 
 TEST(PropertyListText, ZeroBytesOfTwoCharactersAreNoNul) {
