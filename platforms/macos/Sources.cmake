@@ -2,6 +2,12 @@
 set(KELVORA_MACOS_SOURCES
   CFValues.cpp
   FileURL.cpp
+  Platform_Live.cpp
+  hardware/HIDFunctions.cpp
+  hardware/MacHIDEventSystem.cpp
+  hardware/MacIORegistry.cpp
+  hardware/MacSMC.cpp
+  hardware/MatchingServices.cpp
   notices/MacNotificationCentre.cpp
   processes/MacAuthorization.cpp
   processes/MacWorkspace.cpp

@@ -35,7 +35,7 @@ std::unique_ptr<Platform> macOf(int unknownKeys) {
   for (int i = 0; i < unknownKeys; ++i) {
     keys.push_back(temperature("T" + std::to_string(100 + i), 40));
   }
-  return recordedPlatform(mac(std::move(keys)));
+  return recordedPlatform(machineWithKeys(std::move(keys)));
 }
 
 struct Reading {

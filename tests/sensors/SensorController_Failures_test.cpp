@@ -78,8 +78,8 @@ class FailingSMC : public ::testing::Test {
     EXPECT_THAT(names(controller.getAllSensors()), ElementsAre(Pair("TB0T", "Battery Max")));
   }
 
-  Platform& platform_ = installRecordedPlatform(
-      mac({smcKey("FNum", "ui8 ", {0}), temperature("TC0P", 40), temperature("TB0T", 30)}));
+  Platform& platform_ = installRecordedPlatform(machineWithKeys(
+      {smcKey("FNum", "ui8 ", {0}), temperature("TC0P", 40), temperature("TB0T", 30)}));
   ForwardingSMC& smc_ = ForwardingSMC::wrap(platform_);
   PostedNotifications& posted_ = PostedNotifications::install(platform_);
 };

@@ -28,12 +28,12 @@ using ::testing::Not;
 using ::testing::Pair;
 
 TEST(SensorController, OneFanIsNotTheFastestFan) {
-  Platform& platform = installRecordedPlatform(mac(fanKeys(1, 0x20)));
+  Platform& platform = installRecordedPlatform(machineWithKeys(fanKeys(1, 0x20)));
   EXPECT_THAT(names(SensorController(platform).getAllSensors()), ElementsAre(Pair("0", "FanA")));
 }
 
 TEST(SensorController, OfTwoStoppedFansTheFirstIsTheFastest) {
-  Platform& platform = installRecordedPlatform(mac(fanKeys(2, 0)));
+  Platform& platform = installRecordedPlatform(machineWithKeys(fanKeys(2, 0)));
   const SensorList sensors = SensorController(platform).getAllSensors();
   ASSERT_THAT(names(sensors),
               ElementsAre(Pair("0", "FanA"), Pair("1", "FanB"), Pair("FastestFan", "Fastest Fan")));
@@ -48,7 +48,7 @@ TEST(SensorController, SortsByGroupWithUnknownSensorsLast) {
   for (const char* key : {"TQQQ", "TL0P", "TB0T", "TC1C", "TM0P", "TC0C", "TAAA"}) {
     keys.push_back(temperature(key, 40));
   }
-  Platform& platform = installRecordedPlatform(mac(std::move(keys)));
+  Platform& platform = installRecordedPlatform(machineWithKeys(std::move(keys)));
   const SensorList sensors = SensorController(platform).getAllSensors();
   EXPECT_THAT(
       names(sensors),
@@ -61,16 +61,16 @@ TEST(SensorController, SortsByGroupWithUnknownSensorsLast) {
 
 TEST(SensorController, WithoutAveragedSensorsThereIsNoAverageAndNoHottest) {
   Platform& platform =
-      installRecordedPlatform(mac({temperature("TC0P", 40), temperature("TG0D", 40)}));
+      installRecordedPlatform(machineWithKeys({temperature("TC0P", 40), temperature("TG0D", 40)}));
   EXPECT_THAT(names(SensorController(platform).getAllSensors()),
               ElementsAre(Pair("TC0P", "CPU Proximity"), Pair("TG0D", "GPU Die Analog")));
 }
 
 TEST(SensorController, ImplausibleValuesNeverEnterAReading) {
   Platform& platform = installRecordedPlatform(
-      mac({temperature("TC0P", 0), temperature("TC0C", 127), temperature("TQQQ", 111),
-           smcKey("VQQQ", "sp78", {0, 0}), smcKey("IQQQ", "sp78", {0xff, 0x80}),
-           smcKey("PQQQ", "sp78", {0, 0}), temperature("TC1C", 40)}));
+      machineWithKeys({temperature("TC0P", 0), temperature("TC0C", 127), temperature("TQQQ", 111),
+                       smcKey("VQQQ", "sp78", {0, 0}), smcKey("IQQQ", "sp78", {0xff, 0x80}),
+                       smcKey("PQQQ", "sp78", {0, 0}), temperature("TC1C", 40)}));
   EXPECT_THAT(names(SensorController(platform).getAllSensors()),
               ElementsAre(Pair("TC1C", "CPU Core 1"), Pair("AverageCPU", "Average CPU"),
                           Pair("HottestCPU", "Hottest CPU")));
@@ -78,7 +78,7 @@ TEST(SensorController, ImplausibleValuesNeverEnterAReading) {
 
 TEST(SensorController, NotANumberPassesButMakesNoAverage) {
   Platform& platform = installRecordedPlatform(
-      mac({smcKey("TC0C", "flt ", {0, 0, 0xc0, 0x7f}), temperature("TC1C", 50)}));
+      machineWithKeys({smcKey("TC0C", "flt ", {0, 0, 0xc0, 0x7f}), temperature("TC1C", 50)}));
   const SensorList sensors = SensorController(platform).getAllSensors();
   EXPECT_THAT(names(sensors), ElementsAre(Pair("TC0C", "CPU Core 1"), Pair("TC1C", "CPU Core 2"),
                                           Pair("HottestCPU", "Hottest CPU")));
@@ -86,7 +86,7 @@ TEST(SensorController, NotANumberPassesButMakesNoAverage) {
 }
 
 TEST(SensorController, EachReadingIsMadeOfNewRecordsThatTheCallerOwns) {
-  Platform& platform = installRecordedPlatform(mac({temperature("TC0P", 40)}));
+  Platform& platform = installRecordedPlatform(machineWithKeys({temperature("TC0P", 40)}));
   SensorController controller(platform);
   SensorList first = controller.getAllSensors();
   const SensorList second = controller.getAllSensors();
@@ -97,15 +97,15 @@ TEST(SensorController, EachReadingIsMadeOfNewRecordsThatTheCallerOwns) {
 }
 
 TEST(SensorController, WithoutAnSMCAReadingIsEmpty) {
-  RecordedMachine machine = mac({});
+  RecordedMachine machine = machineWithKeys({});
   machine.smcKeys = std::nullopt;
   Platform& platform = installRecordedPlatform(std::move(machine));
   EXPECT_THAT(SensorController(platform).getAllSensors(), IsEmpty());
 }
 
 TEST(SensorController, SurvivesAnSMCThatClaims255Fans) {
-  Platform& platform =
-      installRecordedPlatform(mac({smcKey("FNum", "ui8 ", {255}), temperature("TC0P", 40)}));
+  Platform& platform = installRecordedPlatform(
+      machineWithKeys({smcKey("FNum", "ui8 ", {255}), temperature("TC0P", 40)}));
   const SensorList sensors = SensorController(platform).getAllSensors();
   EXPECT_THAT(names(sensors), Contains(Pair("TC0P", "CPU Proximity")));
   EXPECT_THAT(names(sensors), Contains(Pair("19", "Fan 20")));
@@ -118,7 +118,7 @@ TEST(SensorController, ReadsEachKeyOfASmallSMCWithOneCallAfterTheFirstReading) {
     keys.push_back(temperature(key, 40));
   }
   keys.push_back(smcKey("VBAT", "sp78", {0x0c, 0}));
-  Platform& platform = installRecordedPlatform(mac(std::move(keys)));
+  Platform& platform = installRecordedPlatform(machineWithKeys(std::move(keys)));
   ForwardingSMC& smc = ForwardingSMC::wrap(platform);
   SensorController controller(platform);
   EXPECT_EQ(smc.count(), 0);
@@ -150,7 +150,7 @@ TEST(SensorController, ReadsKeysBeyondTheHundredthWithTwoCalls) {
   for (int i = 0; i < kSensors; ++i) {
     keys.push_back(temperature("T" + std::to_string(100 + i), 40));
   }
-  Platform& platform = installRecordedPlatform(mac(std::move(keys)));
+  Platform& platform = installRecordedPlatform(machineWithKeys(std::move(keys)));
   ForwardingSMC& smc = ForwardingSMC::wrap(platform);
   SensorController controller(platform);
 

@@ -18,7 +18,7 @@ namespace {
 TEST(SensorController, LooksUpSMCValuesByKeyAndFansByIndex) {
   std::vector<platform::RecordedSMCKey> keys = fanKeys(2, 0x20);
   keys.push_back(temperature("TC0P", 41));
-  Platform& platform = installRecordedPlatform(mac(std::move(keys)));
+  Platform& platform = installRecordedPlatform(machineWithKeys(std::move(keys)));
   SensorController controller(platform);
   EXPECT_EQ(controller.getSensorValueByKey("TC0P", SensorTypeTemperature, SensorSourceSMC, {}), 41);
   EXPECT_EQ(controller.getSensorValueByKey("1", SensorTypeFan, SensorSourceSMC, {}), 2048);
@@ -27,7 +27,7 @@ TEST(SensorController, LooksUpSMCValuesByKeyAndFansByIndex) {
 }
 
 TEST(SensorController, LooksUpHIDValuesByProduct) {
-  auto machine = mac({}, "Apple M1");
+  auto machine = machineWithKeys({}, "Apple M1");
   machine.hid = {hidTemperature("gas gauge battery", 30.5)};
   Platform& platform = installRecordedPlatform(std::move(machine));
   SensorController controller(platform);
@@ -41,7 +41,7 @@ TEST(SensorController, LooksUpHIDValuesByProduct) {
 }
 
 TEST(SensorController, OnIntelAHIDValueIsZero) {
-  auto machine = mac({});
+  auto machine = machineWithKeys({});
   machine.hid = {hidTemperature("gas gauge battery", 30.5)};
   Platform& platform = installRecordedPlatform(std::move(machine));
   SensorController controller(platform);
@@ -49,7 +49,7 @@ TEST(SensorController, OnIntelAHIDValueIsZero) {
 }
 
 TEST(SensorController, TakesComputedValuesFromTheListThatItIsGiven) {
-  Platform& platform = installRecordedPlatform(mac({}));
+  Platform& platform = installRecordedPlatform(machineWithKeys({}));
   ForwardingSMC& smc = ForwardingSMC::wrap(platform);
   SensorController controller(platform);
   const auto sensor = [](std::uint64_t type, std::uint64_t group, double value) {
@@ -73,14 +73,14 @@ TEST(SensorController, TakesComputedValuesFromTheListThatItIsGiven) {
 }
 
 TEST(SensorController, AValueOfAnUnknownSourceIsZero) {
-  Platform& platform = installRecordedPlatform(mac({temperature("TC0P", 41)}));
+  Platform& platform = installRecordedPlatform(machineWithKeys({temperature("TC0P", 41)}));
   SensorController controller(platform);
   EXPECT_EQ(controller.getSensorValueByKey("TC0P", 0, 3, {}), 0);
   EXPECT_EQ(controller.getSensorValueByKey("TC0P", 0, UINT64_MAX, {}), 0);
 }
 
 TEST(SensorController, NamesTheTypesButNotFans) {
-  Platform& platform = installRecordedPlatform(mac({}));
+  Platform& platform = installRecordedPlatform(machineWithKeys({}));
   const SensorController controller(platform);
   EXPECT_EQ(controller.sensorTypeStringFromType(SensorTypeTemperature), "Temperature");
   EXPECT_EQ(controller.sensorTypeStringFromType(SensorTypeFan), std::nullopt);

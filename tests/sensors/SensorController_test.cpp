@@ -22,7 +22,8 @@ using ::testing::ElementsAre;
 using ::testing::Pair;
 
 TEST(SensorController, OnIntelKeepsWhatIntelHasAndReadsNoHID) {
-  auto machine = mac({temperature("Tp0P", 40), temperature("Tp05", 41), temperature("TH0x", 42)});
+  auto machine =
+      machineWithKeys({temperature("Tp0P", 40), temperature("Tp05", 41), temperature("TH0x", 42)});
   machine.hid = {hidTemperature("PMU tdie1", 30)};
   Platform& platform = installRecordedPlatform(std::move(machine));
   auto& hid = testing::wrapPort<ForwardingHIDEventSystem>(platform.ports().hid);
@@ -40,8 +41,8 @@ TEST(SensorController, OnIntelKeepsWhatIntelHasAndReadsNoHID) {
 }
 
 TEST(SensorController, OnAnM1KeepsWhatTheM1HasAndReadsHIDAfterTheSMC) {
-  auto machine =
-      mac({temperature("Tp05", 41), temperature("Tp0P", 40), temperature("TQQQ", 43)}, "Apple M1");
+  auto machine = machineWithKeys(
+      {temperature("Tp05", 41), temperature("Tp0P", 40), temperature("TQQQ", 43)}, "Apple M1");
   machine.hid = {hidTemperature("PMU tdie7", 30), hidTemperature("Unknown die", 31),
                  hidTemperature("pACC MTR Temp Sensor4", 55)};
   Platform& platform = installRecordedPlatform(std::move(machine));
@@ -66,7 +67,7 @@ TEST(SensorController, OnAnM1KeepsWhatTheM1HasAndReadsHIDAfterTheSMC) {
 }
 
 TEST(SensorController, HIDProductsAreNamedAfterTheSMCKeysOfTheirGroup) {
-  auto machine = mac({temperature("TB1T", 31), temperature("TH1A", 33)}, "Apple M1");
+  auto machine = machineWithKeys({temperature("TB1T", 31), temperature("TH1A", 33)}, "Apple M1");
   machine.hid = {hidTemperature("NAND CH0 temp", 32), hidTemperature("gas gauge battery", 30)};
   Platform& platform = installRecordedPlatform(std::move(machine));
   EXPECT_THAT(names(SensorController(platform).getAllSensors()),
@@ -75,8 +76,8 @@ TEST(SensorController, HIDProductsAreNamedAfterTheSMCKeysOfTheirGroup) {
 }
 
 TEST(SensorController, OnAnM2TheSameKeysAreOtherCores) {
-  Platform& platform =
-      installRecordedPlatform(mac({temperature("Tp05", 41), temperature("Tp01", 40)}, "Apple M2"));
+  Platform& platform = installRecordedPlatform(
+      machineWithKeys({temperature("Tp05", 41), temperature("Tp01", 40)}, "Apple M2"));
   SensorController controller(platform);
   EXPECT_EQ(controller.defaultSMCSensors().size(), 183U);
   const SensorList sensors = controller.getAllSensors();
@@ -85,8 +86,8 @@ TEST(SensorController, OnAnM2TheSameKeysAreOtherCores) {
 }
 
 TEST(SensorController, OnAnUnknownFamilyTheWholeCatalogueAppliesAndARecordCanBeListedTwice) {
-  Platform& platform =
-      installRecordedPlatform(mac({temperature("Tp05", 60), temperature("Tp0T", 30)}, "Apple X9"));
+  Platform& platform = installRecordedPlatform(
+      machineWithKeys({temperature("Tp05", 60), temperature("Tp0T", 30)}, "Apple X9"));
   SensorController controller(platform);
   EXPECT_EQ(controller.defaultSMCSensors().size(), 201U);
   const SensorList sensors = controller.getAllSensors();
@@ -100,7 +101,7 @@ TEST(SensorController, OnAnUnknownFamilyTheWholeCatalogueAppliesAndARecordCanBeL
 }
 
 TEST(SensorController, WithoutADedicatedGPUThePlaceholderVanishes) {
-  Platform& platform = installRecordedPlatform(mac({temperature("TG0P", 40)}));
+  Platform& platform = installRecordedPlatform(machineWithKeys({temperature("TG0P", 40)}));
   SensorController controller(platform);
   EXPECT_EQ(controller.dedicatedGPUName(), std::nullopt);
   EXPECT_EQ(controller.dedicatedGPUShortName(), std::nullopt);
@@ -132,7 +133,7 @@ TEST(SensorController, TheNamesContainTheDedicatedGPU) {
 }
 
 TEST(SensorController, LoadingTheCatalogueAgainForgetsChangesToIt) {
-  Platform& platform = installRecordedPlatform(mac({temperature("TC0P", 40)}));
+  Platform& platform = installRecordedPlatform(machineWithKeys({temperature("TC0P", 40)}));
   SensorController controller(platform);
   controller.defaultSMCSensors().front()->name = "Changed";
   EXPECT_EQ(controller.getAllSensors().front()->name, "Changed");
@@ -143,7 +144,7 @@ TEST(SensorController, LoadingTheCatalogueAgainForgetsChangesToIt) {
 }
 
 TEST(SensorController, TheArchitectureDecidesWhetherHIDIsReadWhateverTheFamily) {
-  auto unknownFamily = mac({temperature("TC0P", 40)}, "VirtualApple @ 2.50GHz");
+  auto unknownFamily = machineWithKeys({temperature("TC0P", 40)}, "VirtualApple @ 2.50GHz");
   unknownFamily.architecture = Architecture::kAppleSilicon;
   unknownFamily.hid = {hidTemperature("PMU tdie1", 30)};
   const auto virtualMac = recordedPlatform(unknownFamily);
@@ -151,7 +152,7 @@ TEST(SensorController, TheArchitectureDecidesWhetherHIDIsReadWhateverTheFamily) 
   EXPECT_NE(controller.hid(), nullptr);
   EXPECT_NE(find(controller.getAllSensors(), "PMU tdie1"), nullptr);
 
-  auto intelBuild = mac({temperature("TC0P", 40)}, "Apple M1");
+  auto intelBuild = machineWithKeys({temperature("TC0P", 40)}, "Apple M1");
   intelBuild.architecture = Architecture::kIntel;
   intelBuild.hid = {hidTemperature("PMU tdie1", 30)};
   const auto translated = recordedPlatform(intelBuild);
@@ -181,14 +182,14 @@ TEST(SensorController, OnAppleSiliconRunsTheSystemProfilerForGraphicsOnly) {
 TEST(SensorController, TakesFamilyAndGraphicsFromTheInventoryThatItIsGiven) {
   const auto intel = recordedPlatform(recordedMachine("MacBookPro15,1"));
   const ZDSystemDevice device(*intel);
-  const auto other = recordedPlatform(mac({temperature("TG0P", 40)}, "Apple M1"));
+  const auto other = recordedPlatform(machineWithKeys({temperature("TG0P", 40)}, "Apple M1"));
   SensorController controller(*other, device);
   EXPECT_EQ(controller.defaultSMCSensors().size(), 174U);
   EXPECT_EQ(find(controller.getAllSensors(), "TG0P")->name, "GPU AMD Proximity");
 }
 
 TEST(SensorController, ThreadsShareOneController) {
-  installRecordedPlatform(mac({temperature("TC0P", 40)}));
+  installRecordedPlatform(machineWithKeys({temperature("TC0P", 40)}));
   SensorController* seen[2] = {};
   std::thread first([&] { seen[0] = &SensorController::shared(); });
   std::thread second([&] { seen[1] = &SensorController::shared(); });

@@ -96,8 +96,8 @@ TEST(SideBySide, AControllersEndLeavesTheOtherItsConnection) {
 
 TEST(SideBySide, AControllerOfAnotherMachineLeavesTheCurrentOneAlone) {
   ForwardingSMC& current =
-      ForwardingSMC::wrap(installRecordedPlatform(mac({temperature("TC0P", 40)})));
-  const auto other = recordedPlatform(mac({temperature("TB0T", 30)}));
+      ForwardingSMC::wrap(installRecordedPlatform(machineWithKeys({temperature("TC0P", 40)})));
+  const auto other = recordedPlatform(machineWithKeys({temperature("TB0T", 30)}));
   SensorController controller(*other);
   EXPECT_THAT(names(controller.getAllSensors()), ElementsAre(Pair("TB0T", "Battery Max")));
   EXPECT_EQ(controller.getSensorValueByKey("TB0T", SensorTypeTemperature, SensorSourceSMC, {}), 30);

@@ -111,7 +111,7 @@ inline platform::RecordedMachine machineWithBrand(std::string_view brand) {
 }
 
 /// A Mac with these SMC keys and the count of them. `brand` names the processor.
-inline platform::RecordedMachine mac(
+inline platform::RecordedMachine machineWithKeys(
     std::vector<platform::RecordedSMCKey> keys,
     std::string_view brand = "Intel(R) Core(TM) i7-8850H CPU @ 2.60GHz") {
   platform::RecordedMachine machine = machineWithBrand(brand);

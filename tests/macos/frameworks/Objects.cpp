@@ -68,6 +68,11 @@ void Objects::drop(Object& object) {
   disposeIfUnused(object);
 }
 
+void Objects::handOver(Object& object) {
+  own(object);
+  drop(object);
+}
+
 void Objects::disposeIfUnused(Object& object) {
   if (object.owners_ == 0 && object.holders_ == 0 && !object.isImmortal_) {
     object.isDead_ = true;

@@ -84,6 +84,8 @@ class Objects {
   /// One more holder or one less on the side of the doubles.
   void hold(Object& object);
   void drop(Object& object);
+  /// Makes the program an owner of an object that a double holds, and ends the holding.
+  void handOver(Object& object);
 
  private:
   template <typename T, typename... Arguments>

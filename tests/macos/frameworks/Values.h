@@ -8,6 +8,8 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include "KelvoraCore/PropertyListValue.h"
+
 #include "tests/macos/frameworks/Objects.h"
 
 // The values of Core Foundation. Doubles look into the program's, and make their own.
@@ -109,5 +111,7 @@ std::optional<std::u16string> utf16(std::string_view text);
 std::optional<std::string> textArgument(const std::string& function, CFStringRef reference);
 /// A text that the program owns.
 CFStringRef newString(std::string_view text);
+/// An object of a value that the program owns.
+CFTypeRef newObject(const PropertyListValue& value);
 
 }  // namespace kelvora::testing::mac

@@ -6,7 +6,6 @@
 
 #define IOKIT_EXPORT extern "C"
 
-using IOReturn = kern_return_t;
 using IOOptionBits = UInt32;
 /// Names an object of the kernel in this task; 0 is no object.
 using io_object_t = mach_port_t;
@@ -16,18 +15,13 @@ using io_registry_entry_t = io_object_t;
 using io_service_t = io_object_t;
 
 #define IO_OBJECT_NULL (io_object_t{0})
-#define kIOServicePlane "IOService"
-
-/// Null: the port through which the kernel is reached by default.
-IOKIT_EXPORT const mach_port_t kIOMasterPortDefault API_DEPRECATED("kIOMainPortDefault",
-                                                                   macos(10.0, 12.0));
-IOKIT_EXPORT const mach_port_t kIOMainPortDefault API_AVAILABLE(macos(12.0));
+#define kNilOptions 0
 
 /// A dictionary that matches services of a class. The function that looks for them takes it over.
 IOKIT_EXPORT CFMutableDictionaryRef IOServiceMatching(const char* name)
     __attribute__((cf_returns_retained)) API_AVAILABLE(macos(10.0));
-/// Looks for services, and releases `matching` in every case. On success the iterator is the
-/// caller's, also if it is empty.
+/// Looks for services on a main port, MACH_PORT_NULL for the default one, and releases `matching`
+/// in every case. On success the iterator is the caller's, also if it is empty.
 IOKIT_EXPORT kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort,
                                                         CFDictionaryRef matching
                                                         __attribute__((cf_consumed)),
@@ -36,7 +30,6 @@ IOKIT_EXPORT kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort,
 /// The next object, which the caller releases; 0 at the end.
 IOKIT_EXPORT io_object_t IOIteratorNext(io_iterator_t iterator) API_AVAILABLE(macos(10.0));
 IOKIT_EXPORT kern_return_t IOObjectRelease(io_object_t object) API_AVAILABLE(macos(10.0));
-IOKIT_EXPORT kern_return_t IOObjectRetain(io_object_t object) API_AVAILABLE(macos(10.0));
 
 /// Opens a user client of a service for a task.
 IOKIT_EXPORT kern_return_t IOServiceOpen(io_service_t service, task_port_t task, uint32_t type,
