@@ -129,6 +129,12 @@ TEST(Platform, HasSensorHardwareWhereThereIsAnSMCOrAHIDTemperature) {
   EXPECT_TRUE(Platform::recorded("Macmini9,1")->hasSensorHardware()) << "HID services";
   EXPECT_FALSE(recordedFromText(bare(""))->hasSensorHardware());
   EXPECT_FALSE(recordedFromText(bare(R"(, "hid": [])"))->hasSensorHardware());
+  const auto hid = [](const char* service) {
+    return recordedFromText(bare(R"(, "hid": [)" + std::string(service) + "]"));
+  };
+  EXPECT_TRUE(hid(R"({"usagePage": 65280, "usage": 5})")->hasSensorHardware());
+  EXPECT_FALSE(hid(R"({"usagePage": 65280, "usage": 3})")->hasSensorHardware());
+  EXPECT_FALSE(hid(R"({"usagePage": 1, "usage": 5})")->hasSensorHardware());
 }
 
 }  // namespace
