@@ -154,7 +154,9 @@ TEST_F(MacHIDTest, AnyMissingFunctionReadsEmptyWithoutACall) {
     const auto without = macWith(functions);
     EXPECT_EQ(AppleSiliconSensors(65280, 5, 15, *without), std::nullopt);
     EXPECT_TRUE(HIDWrapper(*without).getAllSensors().empty());
-    EXPECT_FALSE(without->hid().createClient());
+    const auto client = without->hid().createClient();
+    client->setMatching({{"PrimaryUsage", 5}});
+    EXPECT_FALSE(client->copyServices().has_value());
   }
   EXPECT_TRUE(takeCalls().empty());
 }

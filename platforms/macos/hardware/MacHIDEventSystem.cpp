@@ -49,12 +49,13 @@ class Service : public HIDService {
   CFOwned<HIDServiceRef> service_;
 };
 
+// A null `client` lists nothing.
 class Client : public HIDEventSystemClient {
  public:
   Client(const HIDFunctions& functions, CFOwned<HIDClientRef> client)
       : functions_(functions), client_(std::move(client)) {}
 
-  // Without a dictionary every service would match; a client that is gone lists none.
+  // Without a dictionary every service would match.
   void setMatching(const std::map<std::string, std::int32_t>& matching) override {
     const auto dictionary =
         makeObject(PropertyListValue::Dictionary(matching.begin(), matching.end()));
@@ -95,7 +96,7 @@ class Client : public HIDEventSystemClient {
 
 std::unique_ptr<HIDEventSystemClient> MacHIDEventSystem::createClient() {
   if (!functions_.areAllFound()) {
-    return nullptr;
+    return std::make_unique<Client>(functions_, CFOwned<HIDClientRef>());
   }
   CFOwned<HIDClientRef> client(functions_.clientCreate(kCFAllocatorDefault));
   return client ? std::make_unique<Client>(functions_, std::move(client)) : nullptr;

@@ -5,8 +5,8 @@
 
 namespace kelvora::platform {
 
-/// The HID event system of this Mac. Where a function of `functions` is missing no client can be
-/// created. Any thread may create clients.
+/// The HID event system of this Mac. Where a function of `functions` is missing, clients list
+/// nothing. Any thread may create clients.
 class MacHIDEventSystem : public HIDEventSystem {
  public:
   /// `functions` must outlive this object and its clients.
