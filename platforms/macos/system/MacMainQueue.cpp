@@ -15,6 +15,14 @@ namespace {
 
 void doNothing(void*) {}
 
+// In seconds before the difference: that to the ends of time overflows as a number of nanoseconds.
+CFTimeInterval secondsUntil(std::chrono::steady_clock::time_point deadline) {
+  using Seconds = std::chrono::duration<CFTimeInterval>;
+  const Seconds end = deadline.time_since_epoch();
+  const Seconds now = std::chrono::steady_clock::now().time_since_epoch();
+  return (end - now).count();
+}
+
 // Makes the main queue run something, which ends a wait of its loop, while a descriptor is
 // readable.
 class Waking {
@@ -100,11 +108,11 @@ void MacMainQueue::async(std::function<void()> work) {
 bool MacMainQueue::isMainThread() const { return pthread_main_np() != 0; }
 
 void MacMainQueue::waitForWork(std::chrono::steady_clock::time_point deadline, int descriptor) {
-  const std::chrono::duration<CFTimeInterval> wait = deadline - std::chrono::steady_clock::now();
+  const CFTimeInterval wait = secondsUntil(deadline);
   const Waking waking(descriptor);
   const std::shared_ptr<State> state = state_;
   ++state->waits;
-  CFRunLoopRunInMode(kCFRunLoopDefaultMode, std::max(wait.count(), 0.0), true);
+  CFRunLoopRunInMode(kCFRunLoopDefaultMode, std::max(wait, 0.0), true);
   --state->waits;
   state->rethrow();
 }

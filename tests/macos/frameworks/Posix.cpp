@@ -1,0 +1,61 @@
+// What macOS has in its system library and this system has not.
+#include "tests/macos/frameworks/Posix.h"
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include <copyfile.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include "platforms/posix/SpawnSystem.h"
+#include "tests/macos/frameworks/Ledger.h"
+
+namespace {
+
+bool& hasRaisedRights() {
+  static bool raised = false;
+  return raised;
+}
+
+}  // namespace
+
+namespace kelvora::testing::mac {
+
+void setRaisedRights(bool raised) { hasRaisedRights() = raised; }
+
+}  // namespace kelvora::testing::mac
+
+using kelvora::testing::mac::Ledger;
+
+int issetugid() { return hasRaisedRights() ? 1 : 0; }
+
+int pthread_main_np() { return getpid() == gettid() ? 1 : 0; }
+
+int copyfile(const char* from, const char* to, copyfile_state_t, copyfile_flags_t flags) {
+  const bool fails = Ledger::shared().called("copyfile", from, to);
+  if (flags != (COPYFILE_ALL | COPYFILE_EXCL)) {
+    Ledger::misuse("copyfile", "the double knows only whole copies that replace nothing");
+  }
+  std::error_code error;
+  if (fails || !std::filesystem::copy_file(from, to, error)) {
+    errno = fails ? ENOSPC : error.value();
+    return -1;
+  }
+  return 0;
+}
+
+namespace kelvora::platform {
+
+int openPipe(std::array<int, 2>& ends) { return pipe2(ends.data(), O_CLOEXEC) == 0 ? 0 : errno; }
+
+int keepOnlyStandardDescriptors(posix_spawn_file_actions_t& actions, posix_spawnattr_t&) {
+  return posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+}
+
+char** environmentOfProcess() { return environ; }
+
+}  // namespace kelvora::platform
