@@ -171,6 +171,10 @@ TEST_F(PredicateTest, TheEnginesOwnColumnsAreNoAttributes) {
   EXPECT_THAT(match("_id > 0"), ElementsAre("<none>"));
 }
 
+TEST_F(PredicateTest, ANameMayHaveAnyLetter) {
+  EXPECT_THAT(match("À_ÿ.ž中 = 1"), ElementsAre("<none>"));  // no such name, but a name
+}
+
 TEST_F(PredicateTest, ANumberSignLeadsANameThatIsAKeyword) {
   EXPECT_THAT(match("#value > 65"), ElementsAre("TG0P", "0"));
   EXPECT_THAT(match("#nil = 1"), ElementsAre("<none>"));

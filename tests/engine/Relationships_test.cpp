@@ -1,5 +1,6 @@
 #include <SQLiteCpp/Database.h>
 
+#include "tests/engine/StatementHook.h"
 #include "tests/support/StoreFixture.h"
 
 namespace kelvora {
@@ -119,6 +120,24 @@ TEST_F(RelationshipsTest, AppendingReadsNoMemberHoweverManyThereAre) {
   const auto points = owner->graphPoints();
   ASSERT_EQ(points.size(), kPoints + 1U);
   EXPECT_EQ(points.back(), point);
+}
+
+TEST_F(RelationshipsTest, AnOwnerIsLookedUpOnceForAllTheMembersOfASave) {
+  const testing::StatementHook hook;
+  const auto counted = makeStore();
+  const auto sensor = counted->createSensorWithKey("TC0P", counted->viewContext());
+  counted->saveViewContext();
+  const auto rowsReadToSave = [&](int points) {
+    for (int point = 0; point < points; ++point) {
+      counted->createGraphPoint()->setSensor(sensor);
+    }
+    const std::size_t before = testing::StatementHook::rows();
+    counted->saveViewContext();
+    return testing::StatementHook::rows() - before;
+  };
+  rowsReadToSave(1);  // the first also counts the rows of the history
+  const std::size_t ofOne = rowsReadToSave(1);
+  EXPECT_EQ(rowsReadToSave(100), ofOne);
 }
 
 TEST_F(RelationshipsTest, HistoryKeepsItsOrderAcrossTheBatchesOfItsIndex) {
