@@ -1,7 +1,6 @@
 #include "platforms/linux/system/LinuxDisks.h"
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 
 #include "platforms/linux/system/LinuxFiles.h"
@@ -26,14 +25,6 @@ bool isVolume(const std::string& root, const Mount& mount) {
   std::error_code error;
   return mount.device.starts_with("/dev/") && !mount.device.starts_with("/dev/loop") &&
          fs::is_directory(root + mount.path, error);
-}
-
-std::int64_t numberOf(const std::optional<std::string>& text) {
-  std::int64_t number = 0;
-  if (text) {
-    std::from_chars(text->data(), text->data() + text->size(), number);
-  }
-  return number;
 }
 
 // The kernel's folder of a block device; a name like "/dev/mapper/root" leads to its real one.

@@ -1,6 +1,5 @@
 #include "platforms/linux/system/LinuxSystemControls.h"
 
-#include <charconv>
 #include <utility>
 
 #include <unistd.h>
@@ -37,14 +36,6 @@ void addInt64(Values& values, const char* name, std::int64_t number) {
   if (number != 0) {
     values.emplace(name, int64ControlBytes(number));
   }
-}
-
-std::int64_t numberOf(const std::optional<std::string>& text) {
-  std::int64_t number = 0;
-  if (text) {
-    std::from_chars(text->data(), text->data() + text->size(), number);
-  }
-  return number;
 }
 
 // A size like "512K" or "8M" in bytes.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 
 #include "base/InputFile.h"
 
@@ -23,6 +24,14 @@ std::optional<std::string> readLine(const std::string& path) {
     content->resize(std::min(content->find('\n'), content->size()));
   }
   return content;
+}
+
+std::int64_t numberOf(const std::optional<std::string>& text) {
+  std::int64_t number = 0;
+  if (text) {
+    std::from_chars(text->data(), text->data() + text->size(), number);
+  }
+  return number;
 }
 
 }  // namespace kelvora::platform
