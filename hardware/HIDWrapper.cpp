@@ -90,4 +90,8 @@ std::optional<double> HIDWrapper::getSensorValueByKey(std::string_view key,
   return reading == readings->end() ? std::nullopt : std::optional(reading->second);
 }
 
+std::vector<std::string> HIDWrapper::missingFunctions() const {
+  return platform_.hid().missingFunctions();
+}
+
 }  // namespace kelvora

@@ -51,6 +51,9 @@ class HIDEventSystem {
   virtual ~HIDEventSystem() = default;
   /// IOHIDEventSystemClientCreate with the default allocator; null when it cannot be created.
   virtual std::unique_ptr<HIDEventSystemClient> createClient() = 0;
+  /// Names of the system's functions that are needed here and that this version of it lacks, e.g.
+  /// {"IOHIDServiceClientCopyEvent"}; then every client lists nothing.
+  virtual std::vector<std::string> missingFunctions() { return {}; }
 };
 
 }  // namespace kelvora::platform

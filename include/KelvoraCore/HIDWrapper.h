@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "KelvoraCore/Export.h"
 #include "KelvoraCore/Platform.h"
@@ -42,6 +43,11 @@ class KELVORA_EXPORT HIDWrapper {
 
   /// The value of the product of exactly this name, e.g. 41.25 for ("PMU tdie1", 0), or none.
   std::optional<double> getSensorValueByKey(std::string_view key, std::uint64_t type) const;
+
+  /// The functions that macOS does not document, that reading HID services needs, and that this
+  /// version of it lacks, e.g. {"IOHIDServiceClientCopyEvent"}: then there are no sensors. Empty on
+  /// a recorded Mac and on other systems.
+  std::vector<std::string> missingFunctions() const;
 
  private:
   Platform& platform_;

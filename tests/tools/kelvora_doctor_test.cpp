@@ -75,7 +75,7 @@ TEST_F(KelvoraDoctor, NamesEachThingInOrderWithItsState) {
   }
   EXPECT_EQ(names,
             "application support; documents; group container; settings; store; notices; "
-            "privileged tool; machine; ");
+            "privileged tool; HID services; machine; ");
   EXPECT_EQ(report["machine"]["live"], false);
 }
 
@@ -89,8 +89,14 @@ TEST_F(KelvoraDoctor, HintsAreNoFailure) {
   expectCheck("settings", "ok", "none yet, so defaults count");
   expectCheck("store", "hint", "/data/group.com.kelvora/Database.sqlite: none yet");
   expectCheck("privileged tool", "hint", "/data/Kelvora/Kelvora SMC: not installed");
+  expectCheck("HID services", "ok", "none");
   expectCheck("machine", "ok",
               "iMac 27-inch 2019 (recorded): 162 sensors from the SMC, 2 computed");
+}
+
+TEST_F(KelvoraDoctor, SensorsOfHIDServicesAreCounted) {
+  EXPECT_THAT(runKelvora({"doctor", "--machine", "Macmini9,1"}).standardOutput,
+              ContainsRegex("ok +HID services +[1-9][0-9]* sensors\n"));
 }
 
 TEST_F(KelvoraDoctor, OnANarrowTerminalAdviceIsBrokenAtItsBlanks) {

@@ -9,6 +9,7 @@
 #include <random>
 #include <system_error>
 
+#include "KelvoraCore/HIDWrapper.h"
 #include "KelvoraCore/KVApplicationGroup.h"
 #include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSettingsFile.h"
@@ -260,9 +261,22 @@ Check machineCheck(const MachineChoice& machine) {
   return {kName, CheckState::kOK, finding, ""};
 }
 
+Check hidServices(const MachineChoice& machine) {
+  constexpr char kName[] = "HID services";
+  const HIDWrapper wrapper(machine.platform);
+  const std::vector<std::string> missing = wrapper.missingFunctions();
+  if (!missing.empty()) {
+    return {kName, CheckState::kBroken,
+            "this version of macOS lacks " + enumerated(missing, " and "),
+            "nothing here: the library has to learn this version's functions; please report it"};
+  }
+  const std::size_t count = wrapper.getAllSensors().size();
+  return {kName, CheckState::kOK, count == 0 ? "none" : std::to_string(count) + " sensors", ""};
+}
+
 constexpr Check (*kChecks[])(const MachineChoice&) = {
-    supportFolder, documentsFolder, groupContainer, suite,
-    storeCheck,    notices,         privilegedTool, machineCheck,
+    supportFolder, documentsFolder, groupContainer, suite,        storeCheck,
+    notices,       privilegedTool,  hidServices,    machineCheck,
 };
 
 }  // namespace

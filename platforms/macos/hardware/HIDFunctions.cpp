@@ -1,7 +1,5 @@
 #include "platforms/macos/hardware/HIDFunctions.h"
 
-#include <algorithm>
-
 #include <dlfcn.h>
 
 namespace kelvora::platform {
@@ -18,7 +16,9 @@ HIDFunctions::HIDFunctions(Lookup lookup) {
 template <typename Signature>
 void HIDFunctions::find(Lookup lookup, const char* name, Signature*& function) {
   function = reinterpret_cast<Signature*>(lookup(name));
-  functions_.push_back({name, function != nullptr});
+  if (function == nullptr) {
+    missing_.emplace_back(name);
+  }
 }
 
 const HIDFunctions& HIDFunctions::ofSystem() {
@@ -26,11 +26,6 @@ const HIDFunctions& HIDFunctions::ofSystem() {
   static const auto* const functions =
       new HIDFunctions([](const char* name) { return dlsym(RTLD_DEFAULT, name); });
   return *functions;
-}
-
-bool HIDFunctions::areAllFound() const {
-  return std::all_of(functions_.begin(), functions_.end(),
-                     [](const Function& function) { return function.isFound; });
 }
 
 }  // namespace kelvora::platform

@@ -22,15 +22,10 @@ class HIDFunctions {
   /// Those of this system, looked up once, on first use.
   static const HIDFunctions& ofSystem();
 
-  /// One look-up, e.g. "IOHIDEventGetFloatValue".
-  struct Function {
-    std::string name;
-    bool isFound;
-  };
-  /// What was looked up, for reports.
-  const std::vector<Function>& functions() const { return functions_; }
+  /// Names of those that were not found, e.g. {"IOHIDEventGetFloatValue"}.
+  const std::vector<std::string>& missing() const { return missing_; }
   /// Whether sensors can be read: the functions below are called only then.
-  bool areAllFound() const;
+  bool areAllFound() const { return missing_.empty(); }
 
   // Those with Create or Copy in their names return objects that the caller releases, or null.
   HIDClientRef (*clientCreate)(CFAllocatorRef allocator) = nullptr;
@@ -45,7 +40,7 @@ class HIDFunctions {
   template <typename Signature>
   void find(Lookup lookup, const char* name, Signature*& function);
 
-  std::vector<Function> functions_;
+  std::vector<std::string> missing_;
 };
 
 }  // namespace kelvora::platform

@@ -13,6 +13,7 @@ class MacHIDEventSystem : public HIDEventSystem {
   explicit MacHIDEventSystem(const HIDFunctions& functions = HIDFunctions::ofSystem())
       : functions_(functions) {}
   std::unique_ptr<HIDEventSystemClient> createClient() override;
+  std::vector<std::string> missingFunctions() override { return functions_.missing(); }
 
  private:
   const HIDFunctions& functions_;
