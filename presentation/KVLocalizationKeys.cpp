@@ -6,7 +6,7 @@ namespace kelvora {
 
 namespace {
 
-constexpr std::array<std::string_view, 80> kKeys{
+constexpr std::array<std::string_view, 86> kKeys{
     "sensor-status-display-normal-temp",
     "sensor-status-display-high-temp",
     "sensor-status-display-very-high-temp",
@@ -52,6 +52,10 @@ constexpr std::array<std::string_view, 80> kKeys{
     "Fan 19",
     "Fan 20",
     "Fastest Fan",
+    "Average CPU",
+    "Hottest CPU",
+    "Average GPU",
+    "Hottest GPU",
     "group-cpu-name",
     "group-gpu-name",
     "group-memory-name",
@@ -63,6 +67,8 @@ constexpr std::array<std::string_view, 80> kKeys{
     "group-power-name",
     "group-display-name",
     "group-unknown-name",
+    "group-not-recorded-name",
+    "group-unreadable-name",
     "sensor-source-computed",
     "fan-limits-range",
     "overview-model-id-item",

@@ -206,14 +206,26 @@ class Shared(Hosts):
 
 
 class Subproject(Hosts):
+    @staticmethod
+    def options():
+        """Packages that only programs, tests and benchmarks need do not exist here."""
+        options = ["-D", f"KELVORA_SOURCE={SOURCE}", "-D", f"HOST_SOURCE={readme_host()}"]
+        for package in ("GTest", "CLI11", "benchmark", "Python3"):
+            options += ["-D", f"CMAKE_DISABLE_FIND_PACKAGE_{package}=ON"]
+        return options
+
+    def test_fetch_content(self):
+        folder = fresh("fetch-content")
+        text = configure(HERE / "parent", folder, "-D", "HOW=FetchContent", *self.options())
+        self.assertEqual(re.findall(r"targets: (.*)", text), ["KelvoraCore"])
+        commands = run("ninja", "-C", folder, "-t", "commands", "sensors")
+        self.assertRegex(commands, r"-o sensors .*_deps/kelvoracore-build/libKelvoraCore\.a")
+
     def test_add_subdirectory(self):
         folder = WORK / "parent"
         shutil.rmtree(folder / "CMakeFiles", ignore_errors=True)
         (folder / "CMakeCache.txt").unlink(missing_ok=True)
-        # Packages that only programs, tests and benchmarks need do not exist here.
-        options = ["-D", f"KELVORA_SOURCE={SOURCE}", "-D", f"HOST_SOURCE={readme_host()}"]
-        for package in ("GTest", "CLI11", "benchmark", "Python3"):
-            options += ["-D", f"CMAKE_DISABLE_FIND_PACKAGE_{package}=ON"]
+        options = self.options()
         text = configure(HERE / "parent", folder, "-D", "CMAKE_EXPORT_COMPILE_COMMANDS=ON", *options)
         self.assertEqual(re.findall(r"targets: (.*)", text), ["KelvoraCore"])
         for entry in json.loads((folder / "compile_commands.json").read_text()):

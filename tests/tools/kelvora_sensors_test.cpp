@@ -1,6 +1,7 @@
 // What a reading looks like under the user's settings.
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -215,6 +216,25 @@ TEST(MissingKeys, AreTheWholeSMCWhereNoneWasRecorded) {
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.standardError, Not(HasSubstr("SMC")));
   EXPECT_THAT(result.standardOutput, EndsWith("\n\nNot in this recording\n  SMC\n"));
+}
+
+TEST_F(KelvoraSensors, NameWhatIsMissingInTheUsersLanguage) {
+  choose("<key>CURRENT_LANGUAGE_KEY</key><string>de</string>");
+  setenv("XDG_CONFIG_HOME", folder().c_str(), 1);
+  EXPECT_THAT(readingOf(kFanWithoutName).standardOutput,
+              HasSubstr("\n\nNicht in dieser Aufzeichnung\n  F0ID\n\nNicht lesbar\n"
+                        "  SMC read (F0Mx) failed\n"));
+}
+
+TEST_F(KelvoraSensors, NameComputedTemperaturesInTheUsersLanguage) {
+  const auto reading = [&](const std::string& language) {
+    choose("<key>CURRENT_LANGUAGE_KEY</key><string>" + language + "</string>");
+    return run("--machine", "Macmini9,1").standardOutput;
+  };
+  EXPECT_THAT(reading("en"), ContainsRegex("\n  Average CPU Temperature +21°C  AverageCPU  "));
+  EXPECT_THAT(reading("de"),
+              ContainsRegex("\n  Höchsttemperatur GPU +30°C  HottestGPU  berechnet"));
+  EXPECT_THAT(reading("zh-Hans"), ContainsRegex("\n  CPU 平均温度 +21°C  AverageCPU  计算值"));
 }
 
 TEST_F(KelvoraSensors, AreInTheCharacterSetOfTheLocale) {

@@ -88,10 +88,28 @@ TEST_F(KelvoraSettings, OnANarrowTerminalKeysGiveWayAndValuesStayWhole) {
   EXPECT_THAT(table(140), HasSubstr(" KVFanControllerAutoBoostNotificationEnabledKey  false"));
   EXPECT_THAT(table(100), HasSubstr("autoBoostNotificationEnabled  KVFanController"));
   EXPECT_THAT(table(100), HasSubstr("…  false  (default)\n"));
-  EXPECT_THAT(table(80), HasSubstr("autoBoostNotificationEnabled  false  (default)\n"));
-  EXPECT_THAT(
-      table(80),
-      HasSubstr("fileLoggingPath               /home/anna/Documents/Kelvora Log.csv  (default)\n"));
+  EXPECT_THAT(table(80), HasSubstr("autoBoostNotificationEnabled  KVFanControllerAuto"));
+  EXPECT_THAT(table(60), HasSubstr("autoBoostNotificationEnabled  false  (default)\n"));
+}
+
+TEST_F(KelvoraSettings, ALongValueMovesItsOwnLineOnly) {
+  const auto table = [](const std::string& path) {
+    set("fileLoggingPath", path);
+    return runInTerminal(KELVORA_PROGRAM, {"settings"}, 80, {{"NO_COLOR", "1"}}).standardOutput;
+  };
+  const auto others = [](std::string text) {
+    const std::size_t start = text.find("\nfileLoggingPath ");
+    return text.erase(start, text.find('\n', start + 1) - start);
+  };
+  const std::string usual = table("/a.csv");
+  EXPECT_THAT(usual, HasSubstr("\nfileLoggingPath               KVFileLoggingPathKey   /a.csv\n"));
+  const std::string path(47, 'x');
+  const std::string own = "\nfileLoggingPath               ";
+  EXPECT_THAT(table(path), HasSubstr(own + path + "\n"));
+  EXPECT_EQ(others(table(path)), others(usual));
+  const std::string shorter(34, 'x');
+  EXPECT_THAT(table(shorter), HasSubstr(own + "KVFileLogging…  " + shorter + "\n"));
+  EXPECT_EQ(others(table(shorter)), others(usual));
 }
 
 TEST_F(KelvoraSettings, AnEmptyTextIsSeenInTheListAndBareAlone) {
@@ -359,6 +377,24 @@ TEST_F(KelvoraSettings, WatchShowsTheMessageOfAFailedRead) {
   EXPECT_THAT(text.nextLine(),
               EndsWith("  SensorControllerDidFailNotification  SMC read (?) failed"));
   EXPECT_EQ(json::parse(objects.nextLine())["object"], "SMC read (\x1b) failed");
+}
+
+TEST_F(KelvoraSettings, WatchSaysWhenItIsCutOffAndWhenItHearsAgain) {
+  SessionBus bus;
+  ChildProgram watch(KELVORA_PROGRAM, {"settings", "watch", "--json"});
+  EXPECT_THAT(watch.nextErrorLine(), HasSubstr("watching the settings"));
+  for (const char* value : {"false", "true"}) {
+    bus.end();
+    EXPECT_EQ(watch.nextErrorLine(), "session bus: cut off, other programs are not heard");
+    bus.begin();
+    EXPECT_EQ(watch.nextErrorLine(), "session bus: other programs are heard again");
+    set("showHIDSensors", value);
+    EXPECT_EQ(json::parse(watch.nextLine())["userInfo"],
+              json({{"KVShowHIDSensorsKey", std::string(value) == "true"}}));
+  }
+  watch.signal(SIGTERM);
+  EXPECT_EQ(watch.wait(), 0);
+  EXPECT_EQ(watch.restOfError(), "");
 }
 
 TEST_F(KelvoraSettings, WatchWithoutABusSaysThatNothingCanBeHeard) {

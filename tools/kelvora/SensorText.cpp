@@ -83,8 +83,9 @@ std::string labelText(const Sensor& sensor, const KVLocalized::Texts& texts) {
   if (sensor.type >= kLabelKeys.size()) {
     return sensor.name;
   }
-  if (sensor.type == SensorTypeFan) {
-    // "Fan 1" has a text of its own, for the format would give "Lüfter Fan 1".
+  if (sensor.type == SensorTypeFan || sensor.sourceType == SensorSourceComputed) {
+    // What the library names has a text of its own, for the formats would give "Lüfter Fan 1" and
+    // "Temperatur Average CPU".
     std::string own = localizedText(sensor.name, sensor.name, texts);
     if (own != sensor.name) {
       return own;

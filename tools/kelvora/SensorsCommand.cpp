@@ -196,7 +196,7 @@ std::string rendered(const std::vector<Line>& lines, const Columns& columns, con
   return text;
 }
 
-std::string listText(const char* heading, const std::vector<std::string>& lines,
+std::string listText(const std::string& heading, const std::vector<std::string>& lines,
                      const Style& style) {
   std::string text = lines.empty() ? "" : "\n" + style.heading(heading) + "\n";
   for (const std::string& line : lines) {
@@ -218,10 +218,12 @@ void writeReading(StandardOutput& output, const MachineChoice& machine, const Se
   }
   const Style style(output);
   const auto terminal = static_cast<std::size_t>(output.columns());
-  writeText(output, machineLine(machine, terminal) +
-                        rendered(lines, Columns(lines, terminal), style) +
-                        listText("Not in this recording", failures.notInRecording, style) +
-                        listText("Not readable", failures.messages, style));
+  writeText(output,
+            machineLine(machine, terminal) + rendered(lines, Columns(lines, terminal), style) +
+                listText(localizedText("group-not-recorded-name", "Not in this recording", texts),
+                         failures.notInRecording, style) +
+                listText(localizedText("group-unreadable-name", "Not readable", texts),
+                         failures.messages, style));
 }
 
 Json jsonSensor(const Sensor& sensor, bool isRepeated) {

@@ -83,35 +83,46 @@ std::string_view remarkOn(const KVSetting& setting, const SettingState& state) {
   return isComputedLater ? "  (computed when asked)" : "  (default)";
 }
 
+std::size_t valueWidth(const Line& line) { return displayWidth(line.value) + line.remark.size(); }
+
 // Where a terminal is too narrow for everything, the keys give way first: they are cut, or left
 // out once too little of them could be read. 0 columns is as wide as it takes.
-std::size_t keyWidth(const std::vector<Line>& lines, std::size_t propertyWidth,
-                     std::size_t columns) {
+std::size_t fittingKeyWidth(std::size_t wanted, std::size_t others, std::size_t columns) {
   constexpr std::size_t kLeastKey = 12;
-  std::size_t key = 0;
-  std::size_t value = 0;
-  for (const Line& line : lines) {
-    key = std::max(key, displayWidth(line.key));
-    value = std::max(value, displayWidth(line.value) + line.remark.size());
-  }
-  const std::size_t others = propertyWidth + kGap + kGap + value;
-  if (columns == 0 || others + key <= columns) {
-    return key;
+  if (columns == 0 || others + wanted <= columns) {
+    return wanted;
   }
   return others + kLeastKey <= columns ? columns - others : 0;
 }
 
-std::string rendered(const std::vector<Line>& lines, std::size_t columns, const Style& style) {
-  const std::string gap(kGap, ' ');
-  std::size_t propertyWidth = 0;
-  for (const Line& line : lines) {
-    propertyWidth = std::max(propertyWidth, displayWidth(line.property));
+/// The columns of the list. A value that is unusually long narrows the key of its own line only.
+struct Columns {
+  Columns(const std::vector<Line>& lines, std::size_t terminalWidth) : terminal(terminalWidth) {
+    std::size_t value = 0;
+    for (const Line& line : lines) {
+      property = std::max(property, displayWidth(line.property));
+      key = std::max(key, displayWidth(line.key));
+      value = valueWidth(line) > kMostValue ? value : std::max(value, valueWidth(line));
+    }
+    key = fittingKeyWidth(key, property + kGap + kGap + value, terminal);
   }
-  const std::size_t width = keyWidth(lines, propertyWidth, columns);
+  std::size_t keyWidth(const Line& line) const {
+    return fittingKeyWidth(key, property + kGap + kGap + valueWidth(line), terminal);
+  }
+  static constexpr std::size_t kMostValue = 32;
+  std::size_t terminal;
+  std::size_t property = 0;
+  std::size_t key = 0;
+};
+
+std::string rendered(const std::vector<Line>& lines, std::size_t terminal, const Style& style) {
+  const std::string gap(kGap, ' ');
+  const Columns columns(lines, terminal);
   std::string text;
   for (const Line& line : lines) {
-    text += style.heading(fitted(line.property, propertyWidth)) + gap +
-            (width == 0 ? "" : style.faint(fitted(line.key, width)) + gap) + line.value +
+    const std::size_t key = columns.keyWidth(line);
+    text += style.heading(fitted(line.property, columns.property)) + gap +
+            (key == 0 ? "" : style.faint(fitted(line.key, key)) + gap) + line.value +
             (line.remark.empty() ? "" : style.faint(line.remark)) + "\n";
   }
   return text;

@@ -1,8 +1,11 @@
 #include "platforms/linux/smc/LinuxSMC.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -11,6 +14,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "tests/support/FileCalls.h"
 #include "tests/support/SMCConnection.h"
 #include "tests/support/SmallMac.h"
 #include "tests/support/TemporaryFolder.h"
@@ -268,6 +272,36 @@ TEST(LinuxSMC, ReadsTheFilesOfAFolderAndKeepsThemOpen) {
   connection.call(5, SMCPackedKey("TC0P"), 2);
   EXPECT_EQ(descriptors(), before);
   EXPECT_GE(before, 9);  // three standard ones and the six files
+}
+
+TEST(LinuxSMC, AReadingThatIsNotTheFirstIsOneFileCallForEachSensor) {
+  constexpr int kSensors = 300;
+  const TemporaryFolder folder;
+  folder.write("key_count", "300\n");
+  std::vector<std::uint32_t> names;
+  for (int number = 1; number <= kSensors; ++number) {
+    const std::string key = "T" + std::to_string(100 + number);
+    const std::string file = "temp" + std::to_string(number);
+    folder.write(file + "_label", key + "\n");
+    folder.write(file + "_input", "42250\n");
+    names.push_back(SMCPackedKey(key));
+  }
+  LinuxSMC smc(std::make_unique<AppleSMCFiles>(folder.path()));
+  const auto read = [&](SMCConnection& connection) {
+    for (const std::uint32_t name : names) {
+      if (connection.call(5, name).payload[0] != std::byte{0x2a}) {
+        std::_Exit(1);  // of the process that is counted
+      }
+    }
+  };
+  std::optional<SMCConnection> connection;
+  EXPECT_EQ(fileCallsOf(
+                [&] {
+                  connection.emplace(smc);
+                  read(*connection);
+                },
+                [&] { read(*connection); }),
+            kSensors);
 }
 
 TEST(AppleSMCFiles, AChosenIndexIsWrittenAndAFileThatIsGoneIsNotRead) {
