@@ -115,6 +115,38 @@ TEST_F(ManagedObjectContextTest, FetchesAreSortedByWhatAKeyPathLeadsTo) {
   EXPECT_THAT(sorted("category.name", false), ElementsAre("f", "g", "t", "bare"));
 }
 
+TEST_F(ManagedObjectContextTest, OrdersThatDifferInALaterStepOfTheirPathAreTwo) {
+  constexpr const char* kPairs = R"({"entities": [
+    {"name": "Node", "attributes": [{"name": "name", "type": "String"}], "relationships": [
+      {"name": "left", "destination": "Node", "inverse": "leftOf"},
+      {"name": "leftOf", "destination": "Node", "inverse": "left", "toMany": true},
+      {"name": "right", "destination": "Node", "inverse": "rightOf"},
+      {"name": "rightOf", "destination": "Node", "inverse": "right", "toMany": true}]}]})";
+  const auto coordinator = std::make_shared<engine::PersistentStoreCoordinator>(
+      engine::modelFromText(kPairs), engine::EntityClasses());
+  ASSERT_EQ(coordinator->addStore(home + "/pairs.sqlite", 1000), std::nullopt);
+  const auto context =
+      engine::makeContext(coordinator, nullptr, std::make_unique<engine::PrivateContextQueue>());
+  const auto node = [&](const char* name, const ManagedObjectPtr& left,
+                        const ManagedObjectPtr& right) {
+    ManagedObjectPtr made = context->insertNewObject("Node");
+    made->setAttribute("name", ManagedValue(std::string(name)));
+    made->setRelated("left", left);
+    made->setRelated("right", right);
+    return made;
+  };
+  const auto a = node("a", nullptr, nullptr);
+  const auto b = node("b", nullptr, nullptr);
+  const auto first = node("first", node("", a, b), nullptr);
+  const auto second = node("second", node("", b, a), nullptr);
+  ASSERT_EQ(context->save(), std::nullopt);
+  const Predicate both("left.left != nil");
+  EXPECT_THAT(context->objectsOf("Node", both, SortDescriptor{"left.left.name", true}).value(),
+              ElementsAre(first, second));
+  EXPECT_THAT(context->objectsOf("Node", both, SortDescriptor{"left.right.name", true}).value(),
+              ElementsAre(second, first));
+}
+
 TEST_F(ManagedObjectContextTest, ARelationshipIsNoOrder) {
   for (int unsaved = 0; unsaved < 2; ++unsaved) {
     for (const char* key : {"category", "category.sensors", "category._id", "name.key", "", ".",
@@ -351,7 +383,13 @@ TEST_F(ManagedObjectContextTest, AttributesByNameRefuseOtherTypes) {
   const auto object = sensor("a", view);
   EXPECT_FALSE(object->setAttribute("colour", ManagedValue(1.0)));
   EXPECT_FALSE(object->setAttribute("value", ManagedValue(std::string("hot"))));
-  EXPECT_FALSE(object->setAttribute("group", ManagedValue(std::int64_t{40000})));
+  for (const std::int64_t outside : {40000, 32768, -32769}) {
+    EXPECT_FALSE(object->setAttribute("group", ManagedValue(outside))) << outside;
+  }
+  for (const std::int64_t inside : {32767, -32768}) {
+    EXPECT_TRUE(object->setAttribute("group", ManagedValue(inside))) << inside;
+    EXPECT_EQ(object->group(), inside);
+  }
   EXPECT_TRUE(object->setAttribute("value", ManagedValue(std::int64_t{3})));
   EXPECT_EQ(object->value(), 3.0);
   EXPECT_EQ(object->attribute("colour"), ManagedValue());

@@ -85,6 +85,9 @@ TEST_F(RelationshipsTest, AssigningTheMembersSetsTheirOrder) {
   EXPECT_EQ(a->category(), nullptr);
   store->saveViewContext();
   EXPECT_THAT(reopened(), ElementsAre("c", "b"));
+  category->setSensors({c, a, b});
+  store->saveViewContext();
+  EXPECT_THAT(reopened(), ElementsAre("c", "a", "b"));
 }
 
 TEST_F(RelationshipsTest, TwoProgramsThatAppendKeepTheOrderOfTheirSaves) {
