@@ -175,11 +175,6 @@ const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
   return value == nullptr ? nullptr : referenceTo<CFTypeRef>(value);
 }
 
-CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary) {
-  const auto* found = Objects::shared().get<Dictionary>("CFDictionaryGetCount", dictionary);
-  return found == nullptr ? 0 : static_cast<CFIndex>(found->pairs.size());
-}
-
 void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction function,
                                void* context) {
   const auto* found = Objects::shared().get<Dictionary>("CFDictionaryApplyFunction", dictionary);

@@ -117,10 +117,3 @@ CFTypeID CFGetTypeID(CFTypeRef object) {
   const Object* found = Objects::shared().get("CFGetTypeID", object);
   return found == nullptr ? 0 : kelvora::testing::mac::typeID(found->kind());
 }
-
-Boolean CFEqual(CFTypeRef first, CFTypeRef second) {
-  const Object* left = Objects::shared().get("CFEqual", first);
-  const Object* right = Objects::shared().get("CFEqual", second);
-  return left != nullptr && right != nullptr && left->kind() == right->kind() &&
-         left->equals(*right);
-}

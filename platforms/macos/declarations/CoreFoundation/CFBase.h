@@ -8,8 +8,6 @@
 #define CF_EXPORT extern "C"
 
 using CFTypeID = unsigned long;
-using CFOptionFlags = unsigned long;
-using CFHashCode = unsigned long;
 using CFIndex = signed long;
 
 /// `length` items from `location` on.
@@ -25,13 +23,6 @@ using CFAllocatorRef = const struct __CFAllocator*;
 /// Any object of a kind that property lists hold.
 using CFPropertyListRef = CFTypeRef;
 
-/// What a comparison found about its first operand.
-enum CFComparisonResult : CFIndex {
-  kCFCompareLessThan = -1,
-  kCFCompareEqualTo = 0,
-  kCFCompareGreaterThan = 1
-};
-
 /// Null: the default allocator.
 CF_EXPORT const CFAllocatorRef kCFAllocatorDefault API_AVAILABLE(macos(10.0));
 
@@ -41,5 +32,3 @@ CF_EXPORT CFTypeRef CFRetain(CFTypeRef object) API_AVAILABLE(macos(10.0));
 CF_EXPORT void CFRelease(CFTypeRef object) API_AVAILABLE(macos(10.0));
 /// The kind of an object, to compare with CFStringGetTypeID() and its like.
 CF_EXPORT CFTypeID CFGetTypeID(CFTypeRef object) API_AVAILABLE(macos(10.0));
-/// Whether two objects have the same kind and content.
-CF_EXPORT Boolean CFEqual(CFTypeRef first, CFTypeRef second) API_AVAILABLE(macos(10.0));

@@ -31,7 +31,6 @@ CF_EXPORT void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const voi
 /// The value of a key, which stays the dictionary's, or null.
 CF_EXPORT const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key)
     API_AVAILABLE(macos(10.0));
-CF_EXPORT CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary) API_AVAILABLE(macos(10.0));
 
 /// Called once for each pair, in no order.
 using CFDictionaryApplierFunction = void (*)(const void* key, const void* value, void* context);
