@@ -1,6 +1,7 @@
 #include "platforms/macos/notices/MacNotificationCentre.h"
 
 #include <atomic>
+#include <bit>
 #include <cstdint>
 #include <map>
 #include <utility>
@@ -61,7 +62,7 @@ class Observers {
 };
 
 void* asPointer(ObserverToken token) {
-  return reinterpret_cast<void*>(static_cast<std::uintptr_t>(token));
+  return std::bit_cast<void*>(static_cast<std::uintptr_t>(token));
 }
 
 // On this process's own centre the object and the user info may be of any kind.

@@ -18,6 +18,7 @@ class Grant : public AuthorizationGrant {
                              const std::vector<std::string>& arguments) override {
     std::vector<std::string> copies = arguments;
     std::vector<char*> pointers;
+    pointers.reserve(copies.size() + 1);
     for (std::string& argument : copies) {
       pointers.push_back(argument.data());
     }
