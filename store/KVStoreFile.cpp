@@ -52,7 +52,7 @@ std::string faultOfContent(const std::string& path, Platform& platform) {
   try {
     SQLite::Database database(readOnlyURI(path), SQLite::OPEN_READONLY | SQLite::OPEN_URI,
                               kBusyTimeoutMs);
-    const std::string result = database.execAndGet("PRAGMA quick_check(1)").getString();
+    std::string result = database.execAndGet("PRAGMA quick_check(1)").getString();
     if (result != "ok") {
       return result;
     }
