@@ -30,9 +30,6 @@ CF_EXPORT void CFNotificationCenterAddObserver(CFNotificationCenterRef center, c
                                                const void* object,
                                                CFNotificationSuspensionBehavior suspension)
     API_AVAILABLE(macos(10.0));
-CF_EXPORT void CFNotificationCenterRemoveObserver(CFNotificationCenterRef center,
-                                                  const void* observer, CFNotificationName name,
-                                                  const void* object) API_AVAILABLE(macos(10.0));
 CF_EXPORT void CFNotificationCenterRemoveEveryObserver(CFNotificationCenterRef center,
                                                        const void* observer)
     API_AVAILABLE(macos(10.0));

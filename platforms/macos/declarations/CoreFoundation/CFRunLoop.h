@@ -23,5 +23,3 @@ CF_EXPORT CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterv
     API_AVAILABLE(macos(10.0));
 /// Ends the run of a loop, from any thread.
 CF_EXPORT void CFRunLoopStop(CFRunLoopRef loop) API_AVAILABLE(macos(10.0));
-/// Wakes a loop that waits, from any thread.
-CF_EXPORT void CFRunLoopWakeUp(CFRunLoopRef loop) API_AVAILABLE(macos(10.0));
