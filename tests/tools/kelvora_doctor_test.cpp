@@ -144,7 +144,7 @@ TEST_F(KelvoraDoctor, SettingsThatCannotBeReadAreBroken) {
     const ProgramResult result = doctor();
     EXPECT_EQ(result.status, 1) << content;
     EXPECT_THAT(result.standardOutput, ContainsRegex("broken +settings +/"));
-    EXPECT_THAT(result.standardError, EndsWith("kelvora: 1 of 8 checks failed\n"));
+    EXPECT_THAT(result.standardError, EndsWith("kelvora: 1 of 9 checks failed\n"));
     EXPECT_EQ(home_.read(kSettingsFile), content) << "left as it is";
   }
   home_.write(kSettingsFile,

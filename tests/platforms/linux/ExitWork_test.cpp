@@ -14,10 +14,11 @@ void say(std::string_view text) {
 }
 
 [[noreturn]] void exitWithWork() {
-  new ExitWork([] { say("first "); });
+  // Pointers, so that nothing destroys the work before it runs.
+  static const auto* const first = new ExitWork([] { say("first "); });
   delete new ExitWork([] { say("never "); });
-  new ExitWork([] { say("second"); });
-  std::exit(0);
+  static const auto* const second = new ExitWork([] { say("second"); });
+  std::exit(first == second ? 1 : 0);
 }
 
 // A handler that is registered before the first work runs after all work.
