@@ -1,5 +1,8 @@
 #include "platforms/macos/system/MacMainBundle.h"
 
+#include <filesystem>
+
+#include "platforms/posix/ResourceFolders.h"
 #include "tests/macos/frameworks/SystemTest.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -21,7 +24,7 @@ class MacMainBundleTest : public SystemTest {
   }
 
   const TemporaryFolder folder;
-  MacMainBundle bundle;
+  MacMainBundle bundle{folder.path("KelvoraCore.framework/Versions/A/KelvoraCore")};
 };
 
 TEST_F(MacMainBundleTest, TheExecutableIsThatOfTheBundle) {
@@ -49,7 +52,27 @@ TEST_F(MacMainBundleTest, AToolWithoutABundleFindsWhatIsInstalledWithIt) {
   EXPECT_EQ(bundle.resourcePath("Database", "momd"), own);
   EXPECT_EQ(bundle.resourceFolders(),
             (Texts{folder.path("bin"), folder.path("bin/Resources"), folder.path("share/kelvora"),
-                   folder.path("share/KelvoraCore")}));
+                   folder.path("share/KelvoraCore"),
+                   folder.path("KelvoraCore.framework/Versions/A/Resources")}));
+}
+
+TEST_F(MacMainBundleTest, WhatTheBundleLacksIsInTheFramework) {
+  const std::string framework = "KelvoraCore.framework/Versions/A/Resources/";
+  const std::string model = folder.write(framework + "Database.momd", "");
+  EXPECT_EQ(bundle.resourcePath("Database", "momd"), model);
+  folder.write(framework + "de.lproj/Localizable.strings", "");
+  Bundles::shared().languages = {"de"};
+  EXPECT_EQ(bundle.preferredLocalizations(), Texts{"de"});
+  resource("Database.momd");
+  EXPECT_EQ(bundle.resourcePath("Database", "momd"),
+            folder.path("Kelvora.app/Contents/Resources/Database.momd"));
+}
+
+TEST_F(MacMainBundleTest, AProgramWithTheStaticLibraryHasItsOwnResourcesOnly) {
+  Bundles::shared().executable = std::filesystem::read_symlink("/proc/self/exe").string();
+  Bundles::shared().resources = std::nullopt;
+  EXPECT_EQ(MacMainBundle().resourceFolders(),
+            platform::resourceFoldersOf(*Bundles::shared().executable));
 }
 
 TEST_F(MacMainBundleTest, TheFirstMissingResourceOfEachTypeIsLogged) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include "platforms/macos/CFValues.h"
@@ -56,7 +57,25 @@ std::vector<std::string> preferred(const std::vector<std::string>& codes) {
   return result;
 }
 
+// The file that this code is in: the framework's library, or a program that links the static one.
+std::string ownFile() {
+  Dl_info information = {};
+  const bool isKnown = dladdr(reinterpret_cast<const void*>(&ownFile), &information) != 0;
+  return isKnown && information.dli_fname != nullptr ? information.dli_fname : "";
+}
+
+void appendIfNew(std::vector<std::string>& list, const std::string& text) {
+  if (std::find(list.begin(), list.end(), text) == list.end()) {
+    list.push_back(text);
+  }
+}
+
 }  // namespace
+
+MacMainBundle::MacMainBundle() : MacMainBundle(ownFile()) {}
+
+MacMainBundle::MacMainBundle(const std::string& library)
+    : libraryResources_(library.substr(0, library.rfind('/') + 1) + "Resources") {}
 
 std::string MacMainBundle::executablePath() {
   const CFOwned<CFURLRef> url(CFBundleCopyExecutableURL(CFBundleGetMainBundle()));
@@ -71,7 +90,7 @@ std::optional<std::string> MacMainBundle::resourcePath(std::string_view name,
   std::string path = bundleResource(name, type);
   const std::string file = std::string(name) + (type.empty() ? "" : ".") + std::string(type);
   if (path.empty()) {
-    path = fileIn(resourceFoldersOf(executablePath()), file);
+    path = fileIn(otherFolders(), file);
   }
   if (!path.empty()) {
     return path;
@@ -82,9 +101,15 @@ std::optional<std::string> MacMainBundle::resourcePath(std::string_view name,
   return std::nullopt;
 }
 
+std::vector<std::string> MacMainBundle::otherFolders() {
+  std::vector<std::string> folders = resourceFoldersOf(executablePath());
+  appendIfNew(folders, libraryResources_);
+  return folders;
+}
+
 std::vector<std::string> MacMainBundle::resourceFolders() {
   const CFOwned<CFURLRef> url(CFBundleCopyResourcesDirectoryURL(CFBundleGetMainBundle()));
-  std::vector<std::string> folders = resourceFoldersOf(executablePath());
+  std::vector<std::string> folders = otherFolders();
   const std::string own = pathOf(url.get());
   if (!own.empty() && std::find(folders.begin(), folders.end(), own) == folders.end()) {
     folders.insert(folders.begin(), own);
@@ -96,10 +121,8 @@ std::vector<std::string> MacMainBundle::preferredLocalizations() {
   const CFOwned<CFArrayRef> own(CFBundleCopyBundleLocalizations(CFBundleGetMainBundle()));
   std::vector<std::string> codes;
   append(codes, own.get());
-  for (const std::string& code : localizationsIn(resourceFoldersOf(executablePath()))) {
-    if (std::find(codes.begin(), codes.end(), code) == codes.end()) {
-      codes.push_back(code);
-    }
+  for (const std::string& code : localizationsIn(otherFolders())) {
+    appendIfNew(codes, code);
   }
   return preferred(codes);
 }
