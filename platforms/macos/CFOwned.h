@@ -12,9 +12,9 @@ template <typename T>
 class CFOwned {
  public:
   CFOwned() = default;
-  /// Takes over what a function with Create or Copy in its name returned; null is none.
+  /// Takes over what a function with Create or Copy in its name returned, which may be null.
   explicit CFOwned(T created) : object_(created) {}
-  /// Becomes one more owner of what a function with Get in its name returned; null is none.
+  /// Becomes one more owner of what a function with Get in its name returned, which may be null.
   static CFOwned retained(T got) {
     if (got != nullptr) {
       CFRetain(got);

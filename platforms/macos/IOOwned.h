@@ -11,7 +11,7 @@ namespace kelvora::platform {
 class IOOwned {
  public:
   IOOwned() = default;
-  /// Takes over what a call of IOKit returned; 0 is none.
+  /// Takes over what a call of IOKit returned, which may be 0.
   explicit IOOwned(io_object_t object) : object_(object) {}
   IOOwned(IOOwned&& other) noexcept : object_(std::exchange(other.object_, IO_OBJECT_NULL)) {}
   IOOwned& operator=(IOOwned&& other) noexcept {

@@ -26,7 +26,7 @@ API_AVAILABLE(macos(10.0))
 @interface NSWorkspace : NSObject
 @property(class, readonly) NSWorkspace* sharedWorkspace;
 @property(readonly) NSArray<NSRunningApplication*>* runningApplications API_AVAILABLE(macos(10.6));
-/// Where the application with a bundle identifier is; nil if there is none.
+/// The address of the application with a bundle identifier, or nil.
 - (NSURL*)URLForApplicationWithBundleIdentifier:(NSString*)identifier API_AVAILABLE(macos(10.6));
 /// Opens an application, or activates it if it runs. The block, which may be nil, is called later
 /// on a thread of the system.

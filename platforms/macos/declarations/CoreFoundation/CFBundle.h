@@ -10,14 +10,14 @@ using CFBundleRef = struct __CFBundle*;
 /// The bundle of the running program, which stays the system's; also a program without a bundle has
 /// one, its folder.
 CF_EXPORT CFBundleRef CFBundleGetMainBundle() API_AVAILABLE(macos(10.0));
-/// The bundle at an address; null if there is none.
+/// The bundle at an address, or null.
 CF_EXPORT CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef url)
     API_AVAILABLE(macos(10.0));
 /// The information dictionary, which stays the bundle's; null if it has none.
 CF_EXPORT CFDictionaryRef CFBundleGetInfoDictionary(CFBundleRef bundle) API_AVAILABLE(macos(10.0));
-/// The executable; null if there is none.
+/// The executable, or null.
 CF_EXPORT CFURLRef CFBundleCopyExecutableURL(CFBundleRef bundle) API_AVAILABLE(macos(10.0));
-/// The folder of resources; null if there is none.
+/// The folder of resources, or null.
 CF_EXPORT CFURLRef CFBundleCopyResourcesDirectoryURL(CFBundleRef bundle) API_AVAILABLE(macos(10.0));
 /// A resource by name and extension (null: none), in a subfolder (null: the resource folder
 /// itself); null if it is missing.

@@ -9,7 +9,7 @@ CF_EXPORT const CFStringRef kCFPreferencesAnyApplication API_AVAILABLE(macos(10.
 CF_EXPORT const CFStringRef kCFPreferencesCurrentUser API_AVAILABLE(macos(10.0));
 CF_EXPORT const CFStringRef kCFPreferencesAnyHost API_AVAILABLE(macos(10.0));
 
-/// The value of a key as the named application sees it; null if there is none.
+/// The value of a key as the named application sees it, or null.
 CF_EXPORT CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef application)
     API_AVAILABLE(macos(10.0));
 /// Sets a value of the user's domain of an application; null removes it. Kept until it is
@@ -23,7 +23,7 @@ CF_EXPORT Boolean CFPreferencesAppSynchronize(CFStringRef application) API_AVAIL
 CF_EXPORT CFDictionaryRef CFPreferencesCopyMultiple(CFArrayRef keys, CFStringRef application,
                                                     CFStringRef user, CFStringRef host)
     API_AVAILABLE(macos(10.0));
-/// The value of a key in one domain; null if there is none.
+/// The value of a key in one domain, or null.
 CF_EXPORT CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CFStringRef application,
                                                    CFStringRef user, CFStringRef host)
     API_AVAILABLE(macos(10.0));

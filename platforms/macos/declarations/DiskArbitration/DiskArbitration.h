@@ -13,7 +13,7 @@ extern "C" const CFStringRef kDADiskDescriptionMediaRemovableKey API_AVAILABLE(m
 
 /// A connection to the disk service; null on failure.
 extern "C" DASessionRef DASessionCreate(CFAllocatorRef allocator) API_AVAILABLE(macos(10.4));
-/// The disk that holds the volume at an address; null if there is none.
+/// The disk that holds the volume at an address, or null.
 extern "C" DADiskRef DADiskCreateFromVolumePath(CFAllocatorRef allocator, DASessionRef session,
                                                 CFURLRef path) API_AVAILABLE(macos(10.7));
 /// What is known of a disk; null if nothing is.

@@ -101,7 +101,7 @@ API_AVAILABLE(macos(10.0))
                                                             options:
                                                                 (NSVolumeEnumerationOptions)options
     API_AVAILABLE(macos(10.6));
-/// The folder that an application group shares; nil if there is none.
+/// The folder that an application group shares, or nil.
 - (NSURL*)containerURLForSecurityApplicationGroupIdentifier:(NSString*)group
     API_AVAILABLE(macos(10.8));
 @end
