@@ -55,7 +55,7 @@ void KVDataManager::setupWithAppMode(std::int64_t mode) { setAppMode(mode); }
 KVDataManager::KVDataManager(Platform& platform)
     : KVSettings(platform),
       store_(std::make_unique<KVCoreDataStore>(
-          appMode() == kCachingMode ? kKeepValues : kReadAlways, platform)) {
+          appMode() == kCachingMode ? kKeepValues : kReadAlways, platform, *this)) {
   datasetObservation_ = platform.notificationCentres().inProcess().addObserver(
       KVDataManagerDidGenerateDatasetNotification, platform::SuspensionBehavior::kDefault,
       [this](const platform::Notification&) { chooseMainSensor(); });

@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/KVUtils.h"
 
 #include "engine/ContextState.h"
@@ -18,17 +19,24 @@ namespace {
 constexpr const char* kModelName = "Database";
 constexpr const char* kModelType = "momd";
 
+using Surroundings = std::shared_ptr<const KVManagedObject::Surroundings>;
+
 template <typename T>
-std::pair<const std::string, engine::EntityClass> entityClass(const char* className) {
+std::pair<const std::string, engine::EntityClass> entityClass(const char* className,
+                                                              const Surroundings& surroundings) {
   return {className,
-          {[](ManagedObject::Origin origin) { return std::make_shared<T>(std::move(origin)); },
+          {[surroundings](ManagedObject::Origin origin) {
+             return std::make_shared<T>(std::move(origin), surroundings);
+           },
            T::attributeNames()}};
 }
 
-engine::EntityClasses entityClasses() {
-  return {entityClass<KVCategory>("KVCategory"), entityClass<KVSensor>("KVSensor"),
-          entityClass<KVGraphPoint>("KVGraphPoint"), entityClass<KVFanSet>("KVFanSet"),
-          entityClass<KVFanCondition>("KVFanCondition")};
+engine::EntityClasses entityClasses(const Surroundings& surroundings) {
+  return {entityClass<KVCategory>("KVCategory", surroundings),
+          entityClass<KVSensor>("KVSensor", surroundings),
+          entityClass<KVGraphPoint>("KVGraphPoint", surroundings),
+          entityClass<KVFanSet>("KVFanSet", surroundings),
+          entityClass<KVFanCondition>("KVFanCondition", surroundings)};
 }
 
 }  // namespace
@@ -40,9 +48,20 @@ KVCoreDataStore::KVCoreDataStore(double stalenessInterval, Platform& platform)
     : KVCoreDataStore(stalenessInterval, platform, Options()) {}
 
 KVCoreDataStore::KVCoreDataStore(double stalenessInterval, Platform& platform, Options options)
-    : stalenessInterval_(stalenessInterval), platform_(platform), options_(options) {}
+    : stalenessInterval_(stalenessInterval),
+      platform_(platform),
+      options_(options),
+      ownSettings_(std::make_unique<KVSettings>(platform)),
+      surroundings_(std::make_shared<KVManagedObject::Surroundings>(
+          KVManagedObject::Surroundings{ownSettings_.get(), &platform})) {}
 
-KVCoreDataStore::~KVCoreDataStore() = default;
+KVCoreDataStore::KVCoreDataStore(double stalenessInterval, Platform& platform, KVSettings& settings)
+    : stalenessInterval_(stalenessInterval),
+      platform_(platform),
+      surroundings_(std::make_shared<KVManagedObject::Surroundings>(
+          KVManagedObject::Surroundings{&settings, &platform})) {}
+
+KVCoreDataStore::~KVCoreDataStore() { *surroundings_ = {}; }
 
 std::shared_ptr<const engine::ManagedObjectModel> KVCoreDataStore::managedObjectModel() {
   const std::lock_guard lock(mutex_);
@@ -57,7 +76,8 @@ std::shared_ptr<const engine::ManagedObjectModel> KVCoreDataStore::managedObject
 std::shared_ptr<engine::PersistentStoreCoordinator> KVCoreDataStore::persistentStoreCoordinator() {
   const std::lock_guard lock(mutex_);
   if (coordinator_ == nullptr && managedObjectModel() != nullptr) {
-    coordinator_ = std::make_shared<engine::PersistentStoreCoordinator>(model_, entityClasses());
+    coordinator_ =
+        std::make_shared<engine::PersistentStoreCoordinator>(model_, entityClasses(surroundings_));
     const std::string folder = applicationDocumentsDirectory();
     if (!folder.empty()) {
       coordinator_->addStore(folder + "/" + kStoreFileName, options_.busyTimeoutMs);

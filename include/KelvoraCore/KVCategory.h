@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "KelvoraCore/Export.h"
-#include "KelvoraCore/ManagedObject.h"
+#include "KelvoraCore/KVManagedObject.h"
 
 namespace kelvora {
 
@@ -16,9 +16,9 @@ using KVSensorPtr = std::shared_ptr<KVSensor>;
 
 /// A stored category of sensors: the list that a screen shows for one kind of sensor. Ownership and
 /// threads as of ManagedObject.
-class KELVORA_EXPORT KVCategory : public ManagedObject {
+class KELVORA_EXPORT KVCategory : public KVManagedObject {
  public:
-  using ManagedObject::ManagedObject;
+  using KVManagedObject::KVManagedObject;
   static constexpr const char* kEntityName = "Category";
   /// The attributes by name, as the model has them.
   static const std::vector<std::string>& attributeNames();

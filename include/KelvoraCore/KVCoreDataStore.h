@@ -13,6 +13,7 @@
 #include "KelvoraCore/KVFanCondition.h"
 #include "KelvoraCore/KVFanSet.h"
 #include "KelvoraCore/KVGraphPoint.h"
+#include "KelvoraCore/KVManagedObject.h"
 #include "KelvoraCore/KVSensor.h"
 #include "KelvoraCore/ManagedObjectContext.h"
 #include "KelvoraCore/Predicate.h"
@@ -24,6 +25,7 @@ namespace engine {
 class ManagedObjectModel;
 class PersistentStoreCoordinator;
 }  // namespace engine
+class KVSettings;
 class Platform;
 
 /// The persistent store of the product: categories, sensors with their history, fan sets and fan
@@ -48,6 +50,9 @@ class KELVORA_EXPORT KVCoreDataStore {
   explicit KVCoreDataStore(double stalenessInterval);
   KVCoreDataStore(double stalenessInterval, Platform& platform);
   KVCoreDataStore(double stalenessInterval, Platform& platform, Options options);
+  /// A store whose objects read these settings, which must outlive it. The other constructors open
+  /// the platform's settings for them.
+  KVCoreDataStore(double stalenessInterval, Platform& platform, KVSettings& settings);
   ~KVCoreDataStore();
   KVCoreDataStore(const KVCoreDataStore&) = delete;
   KVCoreDataStore& operator=(const KVCoreDataStore&) = delete;
@@ -129,6 +134,8 @@ class KELVORA_EXPORT KVCoreDataStore {
   const double stalenessInterval_;
   Platform& platform_;
   const Options options_;
+  std::unique_ptr<KVSettings> ownSettings_;  // null when they were given
+  std::shared_ptr<KVManagedObject::Surroundings> surroundings_;
   std::recursive_mutex mutex_;  // guards the three below, made on first use
   bool modelLoaded_ = false;
   std::shared_ptr<engine::ManagedObjectModel> model_;

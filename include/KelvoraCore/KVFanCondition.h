@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "KelvoraCore/Export.h"
-#include "KelvoraCore/ManagedObject.h"
+#include "KelvoraCore/KVManagedObject.h"
 
 namespace kelvora {
 
@@ -16,9 +16,9 @@ class KVFanSet;
 using KVFanSetPtr = std::shared_ptr<KVFanSet>;
 
 /// A stored condition under which a fan set applies. Ownership and threads as of ManagedObject.
-class KELVORA_EXPORT KVFanCondition : public ManagedObject {
+class KELVORA_EXPORT KVFanCondition : public KVManagedObject {
  public:
-  using ManagedObject::ManagedObject;
+  using KVManagedObject::KVManagedObject;
   static constexpr const char* kEntityName = "FanCondition";
   /// The attributes by name, as the model has them.
   static const std::vector<std::string>& attributeNames();

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "KelvoraCore/Export.h"
-#include "KelvoraCore/ManagedObject.h"
+#include "KelvoraCore/KVManagedObject.h"
 
 namespace kelvora {
 
@@ -16,9 +16,9 @@ class KVFanCondition;
 using KVFanConditionPtr = std::shared_ptr<KVFanCondition>;
 
 /// A stored set of fan speeds. Ownership and threads as of ManagedObject.
-class KELVORA_EXPORT KVFanSet : public ManagedObject {
+class KELVORA_EXPORT KVFanSet : public KVManagedObject {
  public:
-  using ManagedObject::ManagedObject;
+  using KVManagedObject::KVManagedObject;
   static constexpr const char* kEntityName = "FanSet";
   /// The attributes by name, as the model has them.
   static const std::vector<std::string>& attributeNames();

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "KelvoraCore/Export.h"
-#include "KelvoraCore/ManagedObject.h"
+#include "KelvoraCore/KVManagedObject.h"
 
 namespace kelvora {
 
@@ -15,9 +15,9 @@ class KVSensor;
 using KVSensorPtr = std::shared_ptr<KVSensor>;
 
 /// One point of a sensor's history. Ownership and threads as of ManagedObject.
-class KELVORA_EXPORT KVGraphPoint : public ManagedObject {
+class KELVORA_EXPORT KVGraphPoint : public KVManagedObject {
  public:
-  using ManagedObject::ManagedObject;
+  using KVManagedObject::KVManagedObject;
   static constexpr const char* kEntityName = "GraphPoint";
   /// The attributes by name, as the model has them.
   static const std::vector<std::string>& attributeNames();

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "KelvoraCore/Export.h"
-#include "KelvoraCore/ManagedObject.h"
+#include "KelvoraCore/KVManagedObject.h"
 
 namespace kelvora {
 
@@ -19,9 +19,9 @@ using KVGraphPointPtr = std::shared_ptr<KVGraphPoint>;
 /// A stored sensor: its names, its limits, its last value and its history. Ownership and threads as
 /// of ManagedObject. Numbers that were never set are 0 unless said
 /// otherwise, texts empty.
-class KELVORA_EXPORT KVSensor : public ManagedObject {
+class KELVORA_EXPORT KVSensor : public KVManagedObject {
  public:
-  using ManagedObject::ManagedObject;
+  using KVManagedObject::KVManagedObject;
   static constexpr const char* kEntityName = "Sensor";
   /// The attributes by name, as the model has them.
   static const std::vector<std::string>& attributeNames();

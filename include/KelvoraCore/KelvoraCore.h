@@ -19,6 +19,7 @@
 #include "KelvoraCore/KVLocalizationKeys.h"
 #include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/KVMainQueue.h"
+#include "KelvoraCore/KVManagedObject.h"
 #include "KelvoraCore/KVSensor.h"
 #include "KelvoraCore/KVSerialQueue.h"
 #include "KelvoraCore/KVSetting.h"
