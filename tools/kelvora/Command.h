@@ -1,7 +1,12 @@
 #pragma once
 
+#include <cstdint>
+#include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "KelvoraCore/StandardOutput.h"
@@ -15,17 +20,6 @@ enum ExitStatus : int {
   kExitUsage = 2,        ///< wrong usage or a bad machine file
 };
 
-/// What a command was called with.
-struct Options {
-  std::string machine;  ///< name or file of a recorded Mac; empty when none was given
-  bool json = false;
-  std::vector<std::string> keys;  ///< of the sensors to show, e.g. {"TC0P"}; empty for all
-  std::string group;  ///< of the sensors to show, a name of `sensorGroupNames()`; or empty
-  std::string type;   ///< of the sensors to show, a name of `sensorTypeNames()`; or empty
-  std::string name;   ///< of a setting, e.g. "tempUnitCelsius"
-  std::string value;  ///< what to set it to, as it was written
-};
-
 /// Ends a command with one line on standard error.
 class CommandError : public std::runtime_error {
  public:
@@ -34,21 +28,74 @@ class CommandError : public std::runtime_error {
   ExitStatus status;
 };
 
-/// What `sensors` can be asked for: {"cpu", "gpu", …} and {"temperature", "fan", …}.
-std::vector<std::string> sensorGroupNames();
-std::vector<std::string> sensorTypeNames();
+/// One argument of a command, besides --json and --machine.
+struct Argument {
+  enum class Kind : std::uint8_t {
+    kFlag,
+    kText,
+    kTexts,     ///< any number of texts; only in the last place
+    kNumber,    ///< e.g. "12.5"
+    kDuration,  ///< seconds, or with a unit: "90", "10m", "2h", "1d"
+  };
+  enum class Need : std::uint8_t { kOptional, kRequired };
 
-// The commands. Each writes its report to `output` and returns the exit status; each throws
-// CommandError when it cannot.
-int runSensors(const Options& options, StandardOutput& output);
-int runKeys(const Options& options, StandardOutput& output);
-int runInventory(const Options& options, StandardOutput& output);
-int runMachines(const Options& options, StandardOutput& output);
-int runDoctor(const Options& options, StandardOutput& output);
-int runSettings(const Options& options, StandardOutput& output);
-int runSettingsGet(const Options& options, StandardOutput& output);
-int runSettingsSet(const Options& options, StandardOutput& output);
-int runSettingsUnset(const Options& options, StandardOutput& output);
-int runSettingsWatch(const Options& options, StandardOutput& output);
+  std::string name;  ///< "--group" for an option, "KEY" for a word in its place
+  Kind kind = Kind::kText;
+  std::string description;
+  Need need = Need::kOptional;
+  std::string typeName = {};              ///< in the help, e.g. "FILE"; empty for the kind's own
+  std::vector<std::string> choices = {};  ///< what it takes; empty for anything
+};
+
+/// What a command was called with. An argument that was not given is empty, false or none.
+class Options {
+ public:
+  std::string machine;  ///< name or file of a recorded Mac; empty when none was given
+  bool json = false;
+
+  bool has(std::string_view name) const { return given_.contains(name); }
+  std::string text(std::string_view name) const;
+  std::vector<std::string> texts(std::string_view name) const;
+  std::optional<double> number(std::string_view name) const;
+  std::optional<double> seconds(std::string_view name) const { return number(name); }
+
+  /// For the parser: the words of an argument that was given; numbers and durations as decimal
+  /// numbers.
+  void give(const std::string& name, std::vector<std::string> words) {
+    given_.insert_or_assign(name, std::move(words));
+  }
+
+ private:
+  std::map<std::string, std::vector<std::string>, std::less<>> given_;
+};
+
+/// How a command finds its machine.
+enum class MachineUse : std::uint8_t {
+  kNone,
+  kOption,       ///< it takes --machine, and calls chooseMachine
+  kEnvironment,  ///< the machine that KELVORA_MACHINE names, else the live one
+};
+
+/// A command and its arguments.
+struct Command {
+  std::string parent = {};  ///< the command that this one belongs to; empty for the program itself
+  std::string name;
+  std::string description;
+  std::string example;  ///< one or more lines, the second and later ones indented by two blanks
+  MachineUse machine = MachineUse::kNone;
+  std::vector<Argument> arguments = {};
+  /// Writes its report to the output and returns the exit status. Throws CommandError when it
+  /// cannot.
+  int (*run)(const Options&, StandardOutput&) = nullptr;
+};
+
+// The commands; a parent comes before its own.
+std::vector<Command> sensorsCommands();
+std::vector<Command> keysCommands();
+std::vector<Command> inventoryCommands();
+std::vector<Command> machinesCommands();
+std::vector<Command> settingsCommands();
+std::vector<Command> settingsWatchCommands();
+std::vector<Command> doctorCommands();
 
 }  // namespace kelvora::tool

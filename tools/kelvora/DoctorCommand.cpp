@@ -74,8 +74,6 @@ void writeChecks(const Options& options, const MachineChoice& machine,
   }
 }
 
-}  // namespace
-
 int runDoctor(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
   output.discardMessages(!machine.platform.isLive());
@@ -87,6 +85,17 @@ int runDoctor(const Options& options, StandardOutput& output) {
                                              std::to_string(checks.size()) + " checks failed");
   }
   return kExitSuccess;
+}
+
+}  // namespace
+
+std::vector<Command> doctorCommands() {
+  return {{.name = "doctor",
+           .description = "Check what the programs need here, and say what to do about it",
+           .example = "kelvora doctor\n"
+                      "  kelvora doctor --json | jq '.checks[] | select(.state != \"ok\")'",
+           .machine = MachineUse::kOption,
+           .run = runDoctor}};
 }
 
 }  // namespace kelvora::tool

@@ -111,8 +111,6 @@ bool isEmpty(const ZDSystemDevice& device) {
          device.gpuInfos().value_or(std::vector<ZDGPUInfo>()).empty() && !device.diskInfo();
 }
 
-}  // namespace
-
 int runInventory(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
   const ZDSystemDevice device(machine.platform);
@@ -127,6 +125,16 @@ int runInventory(const Options& options, StandardOutput& output) {
                        machine.platform.title() + ": nothing of the machine could be read");
   }
   return kExitSuccess;
+}
+
+}  // namespace
+
+std::vector<Command> inventoryCommands() {
+  return {{.name = "inventory",
+           .description = "Show what the machine is made of",
+           .example = "kelvora inventory --machine ./my-mac.json",
+           .machine = MachineUse::kOption,
+           .run = runInventory}};
 }
 
 }  // namespace kelvora::tool

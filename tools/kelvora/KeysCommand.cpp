@@ -57,8 +57,6 @@ std::string unreadableText(const SMCKeyList& list) {
                                     std::to_string(list.count) + " indices could not be read.\n";
 }
 
-}  // namespace
-
 int runKeys(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
   const SMCKeyList list = readSMCKeys();
@@ -86,6 +84,16 @@ int runKeys(const Options& options, StandardOutput& output) {
     throw CommandError(kExitNothingRead, machine.platform.title() + ": no SMC key could be read");
   }
   return kExitSuccess;
+}
+
+}  // namespace
+
+std::vector<Command> keysCommands() {
+  return {{.name = "keys",
+           .description = "List every SMC key by its index",
+           .example = "kelvora keys --machine Macmini8,1",
+           .machine = MachineUse::kOption,
+           .run = runKeys}};
 }
 
 }  // namespace kelvora::tool

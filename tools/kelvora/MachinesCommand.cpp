@@ -21,8 +21,6 @@ std::vector<RecordedMac> recordedMacs() {
   }
 }
 
-}  // namespace
-
 int runMachines(const Options& options, StandardOutput& output) {
   const std::vector<RecordedMac> macs = recordedMacs();
   if (macs.empty()) {
@@ -47,6 +45,15 @@ int runMachines(const Options& options, StandardOutput& output) {
     writeText(output, text);
   }
   return kExitSuccess;
+}
+
+}  // namespace
+
+std::vector<Command> machinesCommands() {
+  return {{.name = "machines",
+           .description = "List the recorded Macs that --machine knows by name",
+           .example = "kelvora machines --json",
+           .run = runMachines}};
 }
 
 }  // namespace kelvora::tool

@@ -89,10 +89,10 @@ std::string typeNameOf(std::uint64_t type) {
 
 // Whether the options ask for a sensor: every filter that was given fits.
 bool isWanted(const Sensor& sensor, const Options& options) {
-  return (options.keys.empty() ||
-          std::ranges::find(options.keys, sensor.key) != options.keys.end()) &&
-         (options.group.empty() || options.group == rowOf(sensor.group).name) &&
-         (options.type.empty() || options.type == typeNameOf(sensor.type));
+  const std::vector<std::string> keys = options.texts("KEY");
+  return (keys.empty() || std::ranges::find(keys, sensor.key) != keys.end()) &&
+         (!options.has("--group") || options.text("--group") == rowOf(sensor.group).name) &&
+         (!options.has("--type") || options.text("--type") == typeNameOf(sensor.type));
 }
 
 std::string headingOf(std::uint64_t group, const KVLocalized::Texts& texts) {
@@ -254,15 +254,13 @@ Json jsonSensors(const SensorList& sensors) {
 }
 
 void requireEveryKey(const Options& options, const SensorList& sensors) {
-  for (const std::string& key : options.keys) {
+  for (const std::string& key : options.texts("KEY")) {
     if (std::ranges::find(sensors, key, [](const SensorPtr& sensor) { return sensor->key; }) ==
         sensors.end()) {
       throw CommandError(kExitNothingRead, key + ": no sensor has this key");
     }
   }
 }
-
-}  // namespace
 
 std::vector<std::string> sensorGroupNames() {
   std::vector<std::string> names;
@@ -303,6 +301,27 @@ int runSensors(const Options& options, StandardOutput& output) {
   }
   requireEveryKey(options, sensors);
   return kExitSuccess;
+}
+
+}  // namespace
+
+std::vector<Command> sensorsCommands() {
+  return {{.name = "sensors",
+           .description = "Take one reading of every sensor",
+           .example = "kelvora sensors --machine iMac19,1\n"
+                      "  kelvora sensors TC0P --json | jq '.sensors[].value'\n"
+                      "  kelvora sensors --group gpu --type temperature",
+           .machine = MachineUse::kOption,
+           .arguments = {{.name = "KEY",
+                          .kind = Argument::Kind::kTexts,
+                          .description = "Only the sensors with these keys, e.g. TC0P"},
+                         {.name = "--group",
+                          .description = "Only those of one kind",
+                          .choices = sensorGroupNames()},
+                         {.name = "--type",
+                          .description = "Only those of one kind",
+                          .choices = sensorTypeNames()}},
+           .run = runSensors}};
 }
 
 }  // namespace kelvora::tool

@@ -148,8 +148,6 @@ void store(const KVSetting& setting, const std::optional<PropertyListValue>& val
   sendNotices();
 }
 
-}  // namespace
-
 int runSettings(const Options& options, StandardOutput& output) {
   Json list = Json::array();
   std::vector<Line> lines;
@@ -169,32 +167,70 @@ int runSettings(const Options& options, StandardOutput& output) {
   return kExitSuccess;
 }
 
-int runSettingsGet(const Options& options, StandardOutput& output) {
-  writeSetting(options, settingNamed(options.name), output);
+int runGet(const Options& options, StandardOutput& output) {
+  writeSetting(options, settingNamed(options.text("NAME")), output);
   return kExitSuccess;
 }
 
-int runSettingsSet(const Options& options, StandardOutput& output) {
-  const KVSetting& setting = settingNamed(options.name);
+int runSet(const Options& options, StandardOutput& output) {
+  const KVSetting& setting = settingNamed(options.text("NAME"));
   if (setting.type == KVSettingType::kData) {
-    throw CommandError(kExitUsage,
-                       options.name + " cannot be set here: only the programs can write it");
+    throw CommandError(kExitUsage, std::string(setting.property) +
+                                       " cannot be set here: only the programs can write it");
   }
-  const auto value = parsedSetting(setting, options.value);
+  const auto value = parsedSetting(setting, options.text("VALUE"));
   if (!value) {
-    throw CommandError(kExitUsage, options.name + " takes " + allowedValues(setting) + ", not \"" +
-                                       printable(options.value) + "\"");
+    throw CommandError(kExitUsage, std::string(setting.property) + " takes " +
+                                       allowedValues(setting) + ", not \"" +
+                                       printable(options.text("VALUE")) + "\"");
   }
   store(setting, value);
   writeSetting(options, setting, output);
   return kExitSuccess;
 }
 
-int runSettingsUnset(const Options& options, StandardOutput& output) {
-  const KVSetting& setting = settingNamed(options.name);
+int runUnset(const Options& options, StandardOutput& output) {
+  const KVSetting& setting = settingNamed(options.text("NAME"));
   store(setting, std::nullopt);
   writeSetting(options, setting, output);
   return kExitSuccess;
+}
+
+}  // namespace
+
+std::vector<Command> settingsCommands() {
+  const Argument name{.name = "NAME",
+                      .description = "A setting that 'kelvora settings' lists",
+                      .need = Argument::Need::kRequired};
+  const Argument value{
+      .name = "VALUE", .description = "What to set it to", .need = Argument::Need::kRequired};
+  return {{.name = "settings",
+           .description = "List the settings that the programs share, or change one",
+           .example = "kelvora settings\n  kelvora settings set tempUnitCelsius false",
+           .machine = MachineUse::kEnvironment,
+           .run = runSettings},
+          {.parent = "settings",
+           .name = "get",
+           .description = "Show the value of one setting",
+           .example = "kelvora settings get updateFrequency",
+           .machine = MachineUse::kEnvironment,
+           .arguments = {name},
+           .run = runGet},
+          {.parent = "settings",
+           .name = "set",
+           .description = "Change a setting, in every program that runs",
+           .example = "kelvora settings set currentLanguage de\n"
+                      "  kelvora settings set menuSensors '[\"TC0P\", \"AverageCPU\"]'",
+           .machine = MachineUse::kEnvironment,
+           .arguments = {name, value},
+           .run = runSet},
+          {.parent = "settings",
+           .name = "unset",
+           .description = "Forget the value of a setting, so that its default counts",
+           .example = "kelvora settings unset fileLoggingPath",
+           .machine = MachineUse::kEnvironment,
+           .arguments = {name},
+           .run = runUnset}};
 }
 
 }  // namespace kelvora::tool

@@ -61,9 +61,7 @@ std::vector<NotificationObserver> observersOfEveryNotice(
   return observers;
 }
 
-}  // namespace
-
-int runSettingsWatch(const Options& options, StandardOutput& output) {
+int runWatch(const Options& options, StandardOutput& output) {
   StopSignal stop;
   if (!NotificationObserver::reachesOtherPrograms()) {
     throw CommandError(
@@ -75,6 +73,17 @@ int runSettingsWatch(const Options& options, StandardOutput& output) {
   std::fputs("kelvora: watching the settings; an interrupt (Ctrl-C) ends it\n", stderr);
   stop.run();
   return kExitSuccess;
+}
+
+}  // namespace
+
+std::vector<Command> settingsWatchCommands() {
+  return {{.parent = "settings",
+           .name = "watch",
+           .description = "Print the notices between the programs as they come, until interrupted",
+           .example = "kelvora settings watch --json",
+           .machine = MachineUse::kEnvironment,
+           .run = runWatch}};
 }
 
 }  // namespace kelvora::tool

@@ -5,8 +5,11 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <iterator>
+#include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -20,55 +23,27 @@
 
 namespace {
 
+using kelvora::tool::Argument;
+using kelvora::tool::Command;
 using kelvora::tool::CommandError;
 using kelvora::tool::kExitUsage;
+using kelvora::tool::MachineUse;
 using kelvora::tool::Options;
 
-/// What a command takes besides --json, as bits.
-enum Takes : unsigned { kNothing = 0, kMachine = 1, kName = 2, kValue = 4, kSensors = 8 };
+std::vector<Command> allCommands() {
+  using List = std::vector<Command> (*)();
+  constexpr List kLists[] = {kelvora::tool::sensorsCommands,   kelvora::tool::keysCommands,
+                             kelvora::tool::inventoryCommands, kelvora::tool::machinesCommands,
+                             kelvora::tool::settingsCommands,  kelvora::tool::settingsWatchCommands,
+                             kelvora::tool::doctorCommands};
+  std::vector<Command> commands;
+  for (const List list : kLists) {
+    std::ranges::move(list(), std::back_inserter(commands));
+  }
+  return commands;
+}
 
-struct CommandRow {
-  const char* parent;  ///< the command that this one belongs to; null for the program itself
-  const char* name;
-  const char* description;
-  const char* example;
-  unsigned takes;
-  int (*run)(const Options&, kelvora::StandardOutput&);
-};
-
-constexpr char kSettings[] = "settings";
-
-// A parent comes before its commands.
-constexpr CommandRow kCommands[] = {
-    {nullptr, "sensors", "Take one reading of every sensor",
-     "kelvora sensors --machine iMac19,1\n  kelvora sensors TC0P --json | jq '.sensors[].value'\n"
-     "  kelvora sensors --group gpu --type temperature",
-     kMachine | kSensors, kelvora::tool::runSensors},
-    {nullptr, "keys", "List every SMC key by its index", "kelvora keys --machine Macmini8,1",
-     kMachine, kelvora::tool::runKeys},
-    {nullptr, "inventory", "Show what the machine is made of",
-     "kelvora inventory --machine ./my-mac.json", kMachine, kelvora::tool::runInventory},
-    {nullptr, "machines", "List the recorded Macs that --machine knows by name",
-     "kelvora machines --json", kNothing, kelvora::tool::runMachines},
-    {nullptr, kSettings, "List the settings that the programs share, or change one",
-     "kelvora settings\n  kelvora settings set tempUnitCelsius false", kNothing,
-     kelvora::tool::runSettings},
-    {nullptr, "doctor", "Check what the programs need here, and say what to do about it",
-     "kelvora doctor\n  kelvora doctor --json | jq '.checks[] | select(.state != \"ok\")'",
-     kMachine, kelvora::tool::runDoctor},
-    {kSettings, "get", "Show the value of one setting", "kelvora settings get updateFrequency",
-     kName, kelvora::tool::runSettingsGet},
-    {kSettings, "set", "Change a setting, in every program that runs",
-     "kelvora settings set currentLanguage de\n"
-     "  kelvora settings set menuSensors '[\"TC0P\", \"AverageCPU\"]'",
-     kName | kValue, kelvora::tool::runSettingsSet},
-    {kSettings, "unset", "Forget the value of a setting, so that its default counts",
-     "kelvora settings unset fileLoggingPath", kName, kelvora::tool::runSettingsUnset},
-    {kSettings, "watch", "Print the notices between the programs as they come, until interrupted",
-     "kelvora settings watch --json", kNothing, kelvora::tool::runSettingsWatch},
-};
-
-std::string footer(const char* example) { return std::string("Example:\n  ") + example + "\n"; }
+std::string footer(const std::string& example) { return "Example:\n  " + example + "\n"; }
 
 void addMachine(CLI::App& command, std::string& machine) {
   command
@@ -80,53 +55,83 @@ void addMachine(CLI::App& command, std::string& machine) {
       });
 }
 
-void addFilter(CLI::App& command, const char* option, std::string& value,
-               const std::vector<std::string>& names) {
-  command.add_option(option, value, "Only those of one kind: " + kelvora::tool::enumerated(names))
-      ->type_name("NAME")
-      ->check([names](const std::string& name) {
-        return std::ranges::find(names, name) == names.end()
-                   ? "takes " + kelvora::tool::enumerated(names)
-                   : std::string();
-      });
+// The help and the errors call an argument by this.
+std::string typeNameOf(const Argument& argument) {
+  if (!argument.typeName.empty()) {
+    return argument.typeName;
+  }
+  switch (argument.kind) {
+    case Argument::Kind::kNumber:
+      return "NUMBER";
+    case Argument::Kind::kDuration:
+      return "DURATION";
+    default:
+      return argument.choices.empty() ? "TEXT" : "NAME";
+  }
 }
 
-void addSensorFilters(CLI::App& command, Options& options) {
-  command.add_option("KEY", options.keys, "Only the sensors with these keys, e.g. TC0P");
-  addFilter(command, "--group", options.group, kelvora::tool::sensorGroupNames());
-  addFilter(command, "--type", options.type, kelvora::tool::sensorTypeNames());
+CLI::Validator checkOf(const Argument& argument) {
+  switch (argument.kind) {
+    case Argument::Kind::kNumber:
+      return CLI::Number;
+    case Argument::Kind::kDuration:
+      return CLI::AsNumberWithUnit(
+          std::map<std::string, double>{{"s", 1}, {"m", 60}, {"h", 3600}, {"d", 86400}},
+          CLI::AsNumberWithUnit::CASE_SENSITIVE);
+    default:
+      return {[choices = argument.choices](std::string& word) {
+                return choices.empty() || std::ranges::find(choices, word) != choices.end()
+                           ? std::string()
+                           : "takes " + kelvora::tool::enumerated(choices);
+              },
+              ""};
+  }
 }
 
-CLI::App& parentOf(CLI::App& app, const CommandRow& row) {
-  return row.parent == nullptr ? app : *app.get_subcommand(row.parent);
+void addArgument(CLI::App& command, const Argument& argument, Options& options) {
+  const auto give = [&options, name = argument.name](const std::vector<std::string>& words) {
+    options.give(name, words);
+    return true;
+  };
+  if (argument.kind == Argument::Kind::kFlag) {
+    command.add_flag_callback(
+        argument.name, [give] { give({"true"}); }, argument.description);
+    return;
+  }
+  const std::string choices =
+      argument.choices.empty() ? "" : ": " + kelvora::tool::enumerated(argument.choices);
+  CLI::Option* option = command.add_option(argument.name, give, argument.description + choices);
+  option->type_name(typeNameOf(argument))
+      ->required(argument.need == Argument::Need::kRequired)
+      ->transform(checkOf(argument));
+  if (argument.kind == Argument::Kind::kTexts) {
+    option->expected(1, -1)->allow_extra_args();
+  }
 }
 
-void addCommand(CLI::App& app, const CommandRow& row, Options& options) {
-  CLI::App* command = parentOf(app, row).add_subcommand(row.name, row.description);
-  command->require_subcommand(0, 1);
-  if ((row.takes & kMachine) != 0) {
-    addMachine(*command, options.machine);
-  }
-  if ((row.takes & kSensors) != 0) {
-    addSensorFilters(*command, options);
-  }
-  if ((row.takes & kName) != 0) {
-    command->add_option("NAME", options.name, "A setting that 'kelvora settings' lists")
-        ->required();
-  }
-  if ((row.takes & kValue) != 0) {
-    command->add_option("VALUE", options.value, "What to set it to")->required();
-  }
-  command->add_flag("--json", options.json, "Print JSON");
-  command->footer(footer(row.example));
+CLI::App& parentOf(CLI::App& app, const Command& command) {
+  return command.parent.empty() ? app : *app.get_subcommand(command.parent);
 }
 
-const CommandRow& chosenRow(CLI::App& app) {
-  const CommandRow* chosen = nullptr;
-  for (const CommandRow& row : kCommands) {
-    CLI::App& parent = parentOf(app, row);
-    if (parent.parsed() && parent.got_subcommand(row.name)) {
-      chosen = &row;
+void addCommand(CLI::App& app, const Command& command, Options& options) {
+  CLI::App* added = parentOf(app, command).add_subcommand(command.name, command.description);
+  added->require_subcommand(0, 1);
+  if (command.machine == MachineUse::kOption) {
+    addMachine(*added, options.machine);
+  }
+  for (const Argument& argument : command.arguments) {
+    addArgument(*added, argument, options);
+  }
+  added->add_flag("--json", options.json, "Print JSON");
+  added->footer(footer(command.example));
+}
+
+const Command& chosen(CLI::App& app, const std::vector<Command>& commands) {
+  const Command* chosen = nullptr;
+  for (const Command& command : commands) {
+    CLI::App& parent = parentOf(app, command);
+    if (parent.parsed() && parent.got_subcommand(command.name)) {
+      chosen = &command;
     }
   }
   if (chosen == nullptr) {
@@ -136,10 +141,9 @@ const CommandRow& chosenRow(CLI::App& app) {
 }
 
 // The machine may be named before the command or after it.
-std::string machineOf(const CommandRow& row, const std::string& before, const std::string& after) {
-  if (!before.empty() && (row.takes & kMachine) == 0) {
-    throw CommandError(kExitUsage,
-                       std::string(row.name) + " takes no --machine (see kelvora --help)");
+std::string machineOf(const Command& command, const std::string& before, const std::string& after) {
+  if (!before.empty() && command.machine != MachineUse::kOption) {
+    throw CommandError(kExitUsage, command.name + " takes no --machine (see kelvora --help)");
   }
   if (!before.empty() && !after.empty()) {
     throw CommandError(kExitUsage, "--machine is given twice (see kelvora --help)");
@@ -147,14 +151,13 @@ std::string machineOf(const CommandRow& row, const std::string& before, const st
   return before.empty() ? after : before;
 }
 
-int runChosen(CLI::App& app, const std::string& machine, Options& options) {
+int run(const Command& command, const std::string& machine, Options& options) {
   kelvora::StandardOutput output;
-  const CommandRow& row = chosenRow(app);
-  options.machine = machineOf(row, machine, options.machine);
-  if (row.parent != nullptr || row.name == std::string(kSettings)) {
+  options.machine = machineOf(command, machine, options.machine);
+  if (command.machine == MachineUse::kEnvironment) {
     kelvora::tool::useMachineOfEnvironment();
   }
-  return row.run(options, output);
+  return command.run(options, output);
 }
 
 // One line, whatever the names and texts in it hold.
@@ -218,12 +221,13 @@ int main(int argc, char** argv) {
   Options options;
   std::string machine;
   addMachine(app, machine);
-  for (const CommandRow& row : kCommands) {
-    addCommand(app, row, options);
+  const std::vector<Command> commands = allCommands();
+  for (const Command& command : commands) {
+    addCommand(app, command, options);
   }
   try {
     app.parse(argc, argv);
-    return runChosen(app, machine, options);
+    return run(chosen(app, commands), machine, options);
   } catch (const CLI::ParseError& error) {
     return error.get_exit_code() == 0 ? showHelp(app, error) : refuse(app, error);
   } catch (const CommandError& error) {
