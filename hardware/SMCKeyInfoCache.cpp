@@ -1,6 +1,6 @@
 #include "hardware/SMCKeyInfoCache.h"
 
-#include <algorithm>
+#include <cwchar>
 #include <thread>
 
 namespace kelvora {
@@ -16,16 +16,15 @@ void SMCKeyInfoCache::lock() {
 void SMCKeyInfoCache::unlock() { isLocked_.store(false, std::memory_order_release); }
 
 const SMCKeyInfo* SMCKeyInfoCache::find(std::uint32_t packedKey) const {
-  const SMCKeyInfo* const end = entries_.data() + count_;
-  const SMCKeyInfo* const found =
-      std::find_if(entries_.data(), end,
-                   [packedKey](const SMCKeyInfo& entry) { return entry.key == packedKey; });
-  return found == end ? nullptr : found;
+  const wchar_t* const found = std::wmemchr(keys_.data(), static_cast<wchar_t>(packedKey), count_);
+  return found == nullptr ? nullptr : &entries_[static_cast<std::size_t>(found - keys_.data())];
 }
 
 void SMCKeyInfoCache::append(const SMCKeyInfo& entry) {
   if (count_ < entries_.size()) {
-    entries_[count_++] = entry;
+    keys_[count_] = static_cast<wchar_t>(entry.key);
+    entries_[count_] = entry;
+    ++count_;
   }
 }
 

@@ -23,7 +23,12 @@ class SMCKeyInfoCache {
   void append(const SMCKeyInfo& entry);
 
  private:
-  std::array<SMCKeyInfo, 100> entries_;
+  static constexpr std::size_t kMostEntries = 100;
+
+  // The keys of entries_, as the type whose search in the C library compares several at once.
+  std::array<wchar_t, kMostEntries> keys_;
+  static_assert(sizeof(wchar_t) == sizeof(std::uint32_t));
+  std::array<SMCKeyInfo, kMostEntries> entries_;
   std::size_t count_ = 0;
   std::atomic<bool> isLocked_ = false;
 };

@@ -112,6 +112,26 @@ TEST(SMCKeyInfo, OfTheKeyOfFourNULsIsNotTakenForAnEmptyPlaceOfTheCache) {
   EXPECT_EQ(smc.count(9), 2);
 }
 
+TEST(SMCKeyInfo, FromTheCacheIsThatOfTheKeyAlsoWhenItsBytesAreHigh) {
+  const std::vector<std::uint32_t> keys{0x80000000, 0x7fffffff, 0xffffffff, 1};
+  std::vector<platform::RecordedSMCKey> recorded;
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    recorded.push_back(smcKey("", "ui8 ", {}));
+    recorded.back().key = keys[i];
+    recorded.back().bytes.resize(i + 1);
+  }
+  ForwardingSMC& smc = installSMC(recorded);
+  ASSERT_EQ(SMCOpen(), 0U);
+  for (int round = 0; round < 2; ++round) {
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+      SMCKeyInfo info;
+      ASSERT_EQ(SMCGetKeyInfo(keys[i], &info), 0U);
+      EXPECT_EQ(info.dataSize, i + 1);
+    }
+  }
+  EXPECT_EQ(smc.count(9), 4);
+}
+
 TEST(SMCKeyInfo, IsAskedForByOneThreadAtATime) {
   ForwardingSMC& smc = installSMC({});
   ASSERT_EQ(SMCOpen(), 0U);
