@@ -47,6 +47,18 @@ const KeyKind* kindOfKey(std::string_view key) {
   return kind == std::end(kKeyKinds) ? nullptr : kind;
 }
 
+SensorPtr sensorOfKey(const std::string& key, const KeyKind& kind, double value) {
+  auto sensor = std::make_shared<Sensor>();
+  sensor->key = key;
+  sensor->name = key;
+  sensor->fullName = key;
+  sensor->value = value;
+  sensor->maxLimitValue = kind.maxLimitValue;
+  sensor->type = kind.type;
+  sensor->platform = SensorPlatformEvery;
+  return sensor;
+}
+
 // "F0Ac" for the actual speed of fan 0; none for a fan that the alphabet does not name.
 std::optional<std::string> fanKey(std::int64_t fanIndex, std::string_view suffix) {
   if (fanIndex < 0 || fanIndex >= kNameableFans) {
@@ -133,9 +145,7 @@ SensorList SMCWrapper::getAllSensors() {
       continue;
     }
     if (const std::optional<double> value = rawValueByKey(key)) {
-      sensors.push_back(Sensor::instanceWithKey(key, key, key, *value, 0, kind->maxLimitValue,
-                                                kind->type, SensorGroupNone, SensorPlatformEvery,
-                                                SensorSourceSMC, false));
+      sensors.push_back(sensorOfKey(key, *kind, *value));
     }
   }
   return sensors;
