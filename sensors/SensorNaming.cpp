@@ -1,7 +1,6 @@
 #include "sensors/SensorNaming.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace kelvora {
@@ -10,21 +9,18 @@ namespace {
 
 constexpr int kIndices = 64;  // a pattern is tried with 0 to 63
 
-std::string withNumber(const std::string& text, int number) {
-  std::string result;
-  for (const char character : text) {
-    if (character == '%') {
-      result += std::to_string(number);
-    } else {
-      result += character;
-    }
+std::string withNumber(std::string text, int number) {
+  const std::string digits = std::to_string(number);
+  for (std::size_t at = text.find('%'); at != std::string::npos; at = text.find('%', at)) {
+    text.replace(at, 1, digits);
   }
-  return result;
+  return text;
 }
 
-void setNames(Sensor& sensor, std::string name, std::string fullName, const Sensor& entry) {
-  sensor.name = std::move(name);
-  sensor.fullName = std::move(fullName);
+void setNames(Sensor& sensor, const std::string& name, const std::string& fullName,
+              const Sensor& entry) {
+  sensor.name = name;
+  sensor.fullName = fullName;
   sensor.group = entry.group;
   sensor.average = entry.average;
 }
@@ -62,7 +58,9 @@ SensorList SensorNaming::name(const SensorList& raw) const {
   named.reserve(raw.size());
   appendExact(sorted.byEntry, named);
   appendPatternHits(std::move(sorted.patternHits), named);
-  std::ranges::move(sorted.unknown, std::back_inserter(named));
+  for (const SensorPtr* sensor : sorted.unknown) {
+    named.push_back(*sensor);
+  }
   return named;
 }
 
@@ -71,27 +69,28 @@ SensorList SensorNaming::name(const SensorList& raw) const {
 void SensorNaming::sortOut(const SensorPtr& sensor, Sorted& sorted) const {
   const auto found = matches_.find(sensor->key);
   if (found == matches_.end()) {
-    sorted.unknown.push_back(sensor);
+    sorted.unknown.push_back(&sensor);
     return;
   }
   const auto& [entries, pattern] = found->second;
   if (!entries.empty() && sorted.byEntry[entries.front()] == nullptr) {
     for (const std::size_t entry : entries) {
-      sorted.byEntry[entry] = sensor;
+      sorted.byEntry[entry] = &sensor;
     }
   } else if (pattern) {
-    sorted.patternHits.push_back({*pattern, sensor});
+    sorted.patternHits.push_back({*pattern, &sensor});
   } else {
-    sorted.unknown.push_back(sensor);
+    sorted.unknown.push_back(&sensor);
   }
 }
 
-void SensorNaming::appendExact(const SensorList& byEntry, SensorList& named) const {
+void SensorNaming::appendExact(const std::vector<const SensorPtr*>& byEntry,
+                               SensorList& named) const {
   for (std::size_t entry = 0; entry < catalogue_.size(); ++entry) {
-    if (const SensorPtr& sensor = byEntry[entry]) {
+    if (const SensorPtr* sensor = byEntry[entry]) {
       const Sensor& known = *catalogue_[entry];
-      setNames(*sensor, known.name, known.fullName, known);
-      named.push_back(sensor);
+      setNames(**sensor, known.name, known.fullName, known);
+      named.push_back(*sensor);
     }
   }
 }
@@ -108,8 +107,8 @@ void SensorNaming::appendPatternHits(std::vector<PatternHit> hits, SensorList& n
     previous = &known;
     // The full name is the same text, not made from the entry's full name.
     const std::string name = withNumber(known.name, number);
-    setNames(*sensor, name, name, known);
-    named.push_back(sensor);
+    setNames(**sensor, name, name, known);
+    named.push_back(*sensor);
   }
 }
 

@@ -39,18 +39,18 @@ class SensorNaming {
   };
   struct PatternHit {
     Pattern pattern;
-    SensorPtr sensor;
+    const SensorPtr* sensor;
   };
-  // A reading's sensors by what the catalogue says about them.
+  // The sensors of a raw list by what the catalogue says about them.
   struct Sorted {
-    SensorList byEntry;  // one for each entry, null when the reading has none
+    std::vector<const SensorPtr*> byEntry;  // one for each entry, null when the list has none
     std::vector<PatternHit> patternHits;
-    SensorList unknown;
+    std::vector<const SensorPtr*> unknown;
   };
 
   void addPattern(std::size_t entry);
   void sortOut(const SensorPtr& sensor, Sorted& sorted) const;
-  void appendExact(const SensorList& byEntry, SensorList& named) const;
+  void appendExact(const std::vector<const SensorPtr*>& byEntry, SensorList& named) const;
   void appendPatternHits(std::vector<PatternHit> hits, SensorList& named) const;
 
   SensorList catalogue_;
