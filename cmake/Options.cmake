@@ -9,6 +9,10 @@ if(KELVORA_DEVELOPER)
     -Woverloaded-virtual -Wold-style-cast -Werror)
   # GCC 12 sees overlapping copies in "text" + std::string that are not there, only at -O3.
   add_compile_options($<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-restrict>)
+  # In a unity build the classes of an unnamed namespace are in an included file, where GCC warns of them.
+  if(CMAKE_UNITY_BUILD)
+    add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+  endif()
 
   find_program(KELVORA_MOLD mold)
   if(KELVORA_MOLD AND NOT APPLE)

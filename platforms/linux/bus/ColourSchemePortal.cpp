@@ -12,8 +12,8 @@ namespace kelvora::platform {
 
 namespace {
 
-constexpr const char* kPortal = "org.freedesktop.portal.Desktop";
-constexpr const char* kPath = "/org/freedesktop/portal/desktop";
+constexpr const char* kPortalName = "org.freedesktop.portal.Desktop";
+constexpr const char* kPortalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kSettings = "org.freedesktop.portal.Settings";
 constexpr const char* kAppearance = "org.freedesktop.appearance";
 constexpr const char* kColourScheme = "color-scheme";
@@ -30,7 +30,8 @@ std::uint32_t schemeIn(const sdbus::Variant& variant) {
 
 struct ColourSchemePortal::Connection {
   explicit Connection(std::function<void(std::uint32_t)> given)
-      : handler(std::move(given)), proxy(sdbus::createProxy(loop.connection(), kPortal, kPath)) {
+      : handler(std::move(given)),
+        proxy(sdbus::createProxy(loop.connection(), kPortalName, kPortalPath)) {
     loop.connection().addMatch(
         kChanged, [this](sdbus::Message& message) { changed(message); }, sdbus::floating_slot);
     proxy->callMethodAsync("Read")

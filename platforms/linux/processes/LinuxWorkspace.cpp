@@ -60,8 +60,8 @@ bool isRunning(const ApplicationBundle& bundle) {
 
 // Two programs that open one application at the same time start it once: the second finds it
 // running. None on success, also if it ran already.
-std::optional<std::string> open(const std::optional<ApplicationBundle>& bundle,
-                                const std::string& path) {
+std::optional<std::string> openBundle(const std::optional<ApplicationBundle>& bundle,
+                                      const std::string& path) {
   if (!bundle || bundle->executablePath.empty()) {
     return "no application at " + path;
   }
@@ -85,7 +85,7 @@ bool LinuxWorkspace::launchApplication(std::string_view bundleIdentifier) {
          entry.increment(error)) {
       const auto bundle = applicationAt(entry->path().string());
       if (bundle && bundle->text("CFBundleIdentifier") == bundleIdentifier) {
-        return !open(bundle, bundle->path);
+        return !openBundle(bundle, bundle->path);
       }
     }
   }
@@ -95,7 +95,7 @@ bool LinuxWorkspace::launchApplication(std::string_view bundleIdentifier) {
 void LinuxWorkspace::openApplication(
     std::string_view path, std::function<void(std::optional<std::string> failure)> completion) {
   queue_.async([application = std::string(path), completion = std::move(completion)] {
-    auto failure = open(applicationAt(application), application);
+    auto failure = openBundle(applicationAt(application), application);
     if (completion) {
       completion(std::move(failure));
     }
