@@ -8,15 +8,11 @@
 
 #include "KelvoraCore/Sensor.h"
 
+#include "presentation/FanPercentage.h"
+
 namespace kelvora {
 
 namespace {
-
-constexpr std::int64_t kPercentage = 1;
-
-bool isPercentage(std::uint32_t categoryType, KVSettings& settings) {
-  return categoryType == SensorTypeFan && settings.fanValueType() == kPercentage;
-}
 
 // As "%.*f" in the C locale, whatever the process's locale is. Not-a-number has no sign.
 std::string fixedText(double value, int fractionDigits) {
@@ -50,7 +46,7 @@ std::string KVValueConverter::fullStringFromValue(double value, std::uint32_t ca
 
 std::string KVValueConverter::stringFromValue(double value, std::uint32_t categoryType,
                                               KVSettings& settings) {
-  if (isPercentage(categoryType, settings)) {
+  if (isShownAsPercentage(categoryType, settings)) {
     return std::to_string(truncated(value * 100.0));
   }
   const bool whole = categoryType == SensorTypeFan || categoryType == SensorTypeTemperature;
@@ -67,7 +63,7 @@ std::optional<std::string> KVValueConverter::unitStringFromCategoryType(std::uin
       }
       return settings.tempUnitCelsius() ? "°C" : "°F";
     case SensorTypeFan:
-      if (isPercentage(categoryType, settings)) {
+      if (isShownAsPercentage(categoryType, settings)) {
         return "%";
       }
       return shortForm ? "" : "rpm";

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,10 @@ namespace kelvora {
 
 class KVSensor;
 using KVSensorPtr = std::shared_ptr<KVSensor>;
+class KVSettings;
+namespace KVLocalized {
+class Texts;
+}  // namespace KVLocalized
 
 /// A stored category of sensors: the list that a screen shows for one kind of sensor. Ownership and
 /// threads as of ManagedObject.
@@ -42,6 +47,23 @@ class KELVORA_EXPORT KVCategory : public KVManagedObject {
   void removeFromSensors(const KVSensorPtr& object);
   /// Inserts or moves a sensor so that it then has this index, at most the count of the others.
   void insertIntoSensors(const KVSensorPtr& object, std::size_t index);
+
+  /// The name in the user's language for the types 0 to 4, e.g. "Lüfter"; else the stored name.
+  /// Also the stored name if the host has no table for the language. A refresh passes its texts.
+  std::string localizedName() const;
+  std::string localizedName(const KVLocalized::Texts& texts) const;
+
+  /// The sensors that the display settings let through, in stored order: computed ones, HID ones
+  /// and unknown ones each by a setting of their own, all others always. Source comes first: an
+  /// unknown HID sensor follows the setting for HID sensors. A refresh passes its snapshot.
+  std::vector<KVSensorPtr> filterSensors() const;
+  std::vector<KVSensorPtr> filterSensors(KVSettings& settings) const;
+  /// Replaces that list for as long as this object lives; none makes it computed again. Nothing is
+  /// stored.
+  void setFilterSensors(std::optional<std::vector<KVSensorPtr>> sensors);
+
+ private:
+  std::optional<std::vector<KVSensorPtr>> assignedFilterSensors_;
 };
 
 using KVCategoryPtr = std::shared_ptr<KVCategory>;

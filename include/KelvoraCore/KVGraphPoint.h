@@ -13,6 +13,7 @@ namespace kelvora {
 
 class KVSensor;
 using KVSensorPtr = std::shared_ptr<KVSensor>;
+class KVSettings;
 
 /// One point of a sensor's history. Ownership and threads as of ManagedObject.
 class KELVORA_EXPORT KVGraphPoint : public KVManagedObject {
@@ -22,7 +23,7 @@ class KELVORA_EXPORT KVGraphPoint : public KVManagedObject {
   /// The attributes by name, as the model has them.
   static const std::vector<std::string>& attributeNames();
 
-  /// Seconds since 1970.
+  /// When it was sampled, in seconds since 1 January 1970 (UTC).
   double pointX() const;
   void setPointX(double value);
 
@@ -30,7 +31,7 @@ class KELVORA_EXPORT KVGraphPoint : public KVManagedObject {
   double pointY() const;
   void setPointY(double value);
 
-  /// Series: 0 hour, 1 day, 2 week.
+  /// Its series: a KVGraphTimeRange, 0 hour, 1 day, 2 week.
   std::int16_t timeRange() const;
   void setTimeRange(std::int16_t value);
 
@@ -38,6 +39,22 @@ class KELVORA_EXPORT KVGraphPoint : public KVManagedObject {
   /// last of that sensor's history.
   KVSensorPtr sensor() const;
   void setSensor(const KVSensorPtr& object);
+
+  // For display, computed on each call. The second form of a function takes a KVSettingsSnapshot,
+  // so that a graph reads the settings once.
+
+  /// When it was sampled, on two lines: "3/07/2024", a line feed, "14:05:09". A time that no date
+  /// can hold gives the nearest one.
+  std::string title() const;
+  /// The value as the settings want it: a temperature in Celsius or Fahrenheit, a fan's speed in
+  /// revolutions or as a fraction of its upper limit, any other as stored. The fraction begins at 0
+  /// revolutions and is not clamped, other than the sensor's: 3000 rpm of 1200 to 6000 is 0.5.
+  /// Without an upper limit it is infinite or not a number. Unchanged without a sensor.
+  double convertedPointY() const;
+  double convertedPointY(KVSettings& settings) const;
+  /// That value with its unit, e.g. "46°C" or "50%"; "-" below 0.
+  std::string valueString() const;
+  std::string valueString(KVSettings& settings) const;
 };
 
 using KVGraphPointPtr = std::shared_ptr<KVGraphPoint>;

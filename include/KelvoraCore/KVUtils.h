@@ -4,8 +4,10 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "KelvoraCore/Export.h"
+#include "KelvoraCore/KVExtension.h"
 #include "KelvoraCore/Platform.h"
 #include "KelvoraCore/PropertyListValue.h"
 
@@ -16,6 +18,20 @@ struct KELVORA_EXPORT KVFileOwnership {
   std::string owner;              ///< account name, e.g. "root"; empty when the account is unknown
   std::string group;              ///< e.g. "admin"; empty likewise
   std::uint32_t permissions = 0;  ///< the twelve permission bits, e.g. 06555
+};
+
+/// The series of a sensor's history. Stored: never renumber them.
+enum KVGraphTimeRange : std::int16_t {
+  KVGraphTimeRangeHour = 0,
+  KVGraphTimeRangeDay = 1,
+  KVGraphTimeRangeWeek = 2,
+};
+
+/// A mark on the time axis of a graph.
+struct KELVORA_EXPORT KVAxisTick {
+  double time = 0;    ///< seconds since 1970
+  std::string label;  ///< "14:05", or "3/07" for a week
+  friend bool operator==(const KVAxisTick&, const KVAxisTick&) = default;
 };
 
 /// Where the product's programs and files are, and how a program starts, stops and notifies the
@@ -118,6 +134,12 @@ class KELVORA_EXPORT KVUtils {
   /// The same with a user info, e.g. {"KVFanValueTypeKey": 1}.
   static void broadcastNotification(const std::string& name, PropertyListValue::Dictionary userInfo,
                                     Platform& platform = Platform::current());
+
+  /// The time axis of a graph that ends at `currentDate`, oldest tick first: 7 ticks ten minutes
+  /// apart for an hour, 7 ticks four hours apart for a day, and for any other range, the week, 8
+  /// ticks 24 hours apart. Labels are in the time zone of KVExtension::dateFormatter().
+  static std::vector<KVAxisTick> xAxisWithCurrentDate(KVExtension::Date currentDate,
+                                                      std::int64_t timeRange);
 };
 
 }  // namespace kelvora

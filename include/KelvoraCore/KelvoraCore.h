@@ -21,6 +21,7 @@
 #include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVManagedObject.h"
 #include "KelvoraCore/KVSensor.h"
+#include "KelvoraCore/KVSensorStatus.h"
 #include "KelvoraCore/KVSerialQueue.h"
 #include "KelvoraCore/KVSetting.h"
 #include "KelvoraCore/KVSettings.h"
