@@ -4,6 +4,8 @@
 #include <atomic>
 #include <utility>
 
+#include "KelvoraCore/KVSettingsSnapshot.h"
+
 #include "ports/Ports.h"
 
 namespace kelvora {
@@ -107,7 +109,26 @@ bool KVDataManager::setMenuSensors(std::optional<std::vector<std::string>> keys)
 }
 
 std::optional<std::vector<std::string>> KVDataManager::fileLoggingSensorKeys() {
-  return texts(KVSettingID::kFileLoggingSensorKeys);
+  auto chosen = texts(KVSettingID::kFileLoggingSensorKeys);
+  if (!chosen) {
+    const std::vector<std::string> shown = keysOfShownSensors();
+    if (!shown.empty()) {
+      storeIfNotStored(settingOf(KVSettingID::kFileLoggingSensorKeys), listOf(shown));
+    }
+  }
+  return chosen;
+}
+
+std::vector<std::string> KVDataManager::keysOfShownSensors() {
+  KVSettingsSnapshot settings(*this);
+  std::vector<std::string> keys;
+  const KVCoreDataStore::Categories categories = store_->allCategories();
+  for (const KVCategoryPtr& category : categories.value_or(std::vector<KVCategoryPtr>())) {
+    for (const KVSensorPtr& sensor : category->filterSensors(settings)) {
+      keys.push_back(sensor->key());
+    }
+  }
+  return keys;
 }
 
 std::vector<KVDropdownItem> KVDataManager::dropdownItems() {

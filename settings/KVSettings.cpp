@@ -74,6 +74,13 @@ PropertyListValue KVSettings::storeDefault(const KVSetting& setting, PropertyLis
   return (held ? asSettingType(setting.type, *held) : std::nullopt).value_or(std::move(fallback));
 }
 
+void KVSettings::storeIfNotStored(const KVSetting& setting, const PropertyListValue& value) {
+  const auto held = suite_->setObjectIfAbsent(setting.key, value);
+  if (held && !asSettingType(setting.type, *held)) {
+    suite_->setObject(setting.key, value);
+  }
+}
+
 std::optional<PropertyListValue> KVSettings::defaultValue(const KVSetting& setting) {
   return setting.defaultValue == KVSettingDefault::kComputed
              ? computedDefault(setting)

@@ -61,7 +61,9 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   std::optional<std::vector<std::string>> menuSensors();
   bool setMenuSensors(std::optional<std::vector<std::string>> keys);
 
-  /// Keys of the sensors that are logged to a file; none until some are chosen.
+  /// Keys of the sensors that are logged to a file. The call that finds none chosen returns none,
+  /// and stores the keys of all sensors that the display settings let through, by category; later
+  /// calls return those. It stores nothing while there is no such sensor.
   std::optional<std::vector<std::string>> fileLoggingSensorKeys();
 
   /// The lines of the dropdown: the stored ones (at first "main_sensor" and "fan_control"), then
@@ -90,6 +92,7 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
 
  private:
   void chooseMainSensor();
+  std::vector<std::string> keysOfShownSensors();
   void appendMissingCategories(std::vector<KVDropdownItem>& items);
   std::optional<std::vector<std::string>> texts(KVSettingID id);
 

@@ -131,6 +131,10 @@ class KELVORA_EXPORT KVSettings {
   /// the defaults of its own settings and calls this one for the others.
   virtual std::optional<PropertyListValue> computedDefault(const KVSetting& setting);
 
+  /// Stores a value for a setting that has none, or one of another type; flushes, and broadcasts
+  /// nothing. A value that another program stored meanwhile stays.
+  void storeIfNotStored(const KVSetting& setting, const PropertyListValue& value);
+
   /// Broadcasts a stored value (none: a removed key) as the setting's row says.
   virtual void announce(const KVSetting& setting, const std::optional<PropertyListValue>& value);
 

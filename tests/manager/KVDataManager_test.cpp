@@ -147,10 +147,94 @@ TEST_F(DataManager, AnEmptyMenuStaysEmpty) {
   EXPECT_TRUE(manager->menuSensors().value().empty());
 }
 
-TEST_F(DataManager, ChosenLoggingSensorsAreAnswered) {
-  EXPECT_EQ(manager->fileLoggingSensorKeys(), std::nullopt);
+TEST_F(DataManager, ChosenLoggingSensorsAreReturned) {
   manager->setFileLoggingSensorKeys(std::vector<std::string>{"TC0P"});
   EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre("TC0P"));
+  manager->setFileLoggingSensorKeys(std::vector<std::string>{});
+  add("TC0P");
+  EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre());
+}
+
+TEST_F(DataManager, TheFirstCallReturnsNoLoggingSensorsAndStoresTheList) {
+  add("TB0T");
+  add("TC0P");
+  testing::RecordedNotices notices(*platform);
+  EXPECT_EQ(manager->fileLoggingSensorKeys(), std::nullopt);
+  EXPECT_EQ(suite->object("KVFileLoggingSensorsKey"), PropertyListValue(Array{"TB0T", "TC0P"}));
+  EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre("TB0T", "TC0P"));
+  add("TG0P");
+  EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre("TB0T", "TC0P"));
+  EXPECT_TRUE(notices.take().empty());
+}
+
+TEST_F(DataManager, LoggingSensorsAreThoseThatAreShownByCategory) {
+  KVCoreDataStore& store = manager->coreDataStore();
+  const KVCategoryPtr power = addCategory(store, "Power", 4);
+  const KVCategoryPtr temperature = addCategory(store, "Temperature", kTemperature);
+  addSensor(store, "PC0C", power)->setName("Core");
+  addSensor(store, "gauge", temperature, 1);
+  addSensor(store, "AverageCPU", temperature, 2);
+  addSensor(store, "TXXX", temperature);  // unknown once its names are the key
+  store.getSensorByKey("TXXX")->setName("TXXX");
+  store.getSensorByKey("TXXX")->setFullName("TXXX");
+  addSensor(store, "TC0P", temperature)->setName("CPU");
+  manager->fileLoggingSensorKeys();
+  EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre("AverageCPU", "TC0P", "PC0C"));
+}
+
+TEST_F(DataManager, AnEmptyListOfLoggingSensorsIsNotStored) {
+  addCategory(manager->coreDataStore(), "Temperature", kTemperature);
+  EXPECT_EQ(manager->fileLoggingSensorKeys(), std::nullopt);
+  EXPECT_EQ(manager->fileLoggingSensorKeys(), std::nullopt);
+  EXPECT_EQ(suite->object("KVFileLoggingSensorsKey"), std::nullopt);
+  add("TC0P");
+  EXPECT_EQ(manager->fileLoggingSensorKeys(), std::nullopt);
+  EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre("TC0P"));
+}
+
+TEST_F(DataManager, MistypedLoggingSensorsAreReplacedByTheList) {
+  add("TC0P");
+  suite->setObject("KVFileLoggingSensorsKey", "TC0P");
+  EXPECT_EQ(manager->fileLoggingSensorKeys(), std::nullopt);
+  EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre("TC0P"));
+}
+
+// The other program stores a choice after this one found none.
+class ChoiceOfAnotherProgram : public platform::MemoryUserDefaults {
+ public:
+  std::unique_ptr<platform::UserDefaultsSuite> suite(const std::string& name) override {
+    return std::make_unique<Suite>(MemoryUserDefaults::suite(name));
+  }
+
+ private:
+  struct Suite : platform::UserDefaultsSuite {
+    explicit Suite(std::unique_ptr<UserDefaultsSuite> suite) : real(std::move(suite)) {}
+    std::optional<PropertyListValue> object(std::string_view key) override {
+      return real->object(key);
+    }
+    PropertyListValue::Dictionary objects() override {
+      real->setObject("KVFileLoggingSensorsKey", Array{"chosen"});
+      return real->objects();
+    }
+    bool setObject(std::string_view key, PropertyListValue value) override {
+      return real->setObject(key, std::move(value));
+    }
+    bool removeObject(std::string_view key) override { return real->removeObject(key); }
+    std::optional<PropertyListValue> setObjectIfAbsent(std::string_view key,
+                                                       PropertyListValue value) override {
+      return real->setObjectIfAbsent(key, std::move(value));
+    }
+    std::unique_ptr<UserDefaultsSuite> real;
+  };
+};
+
+TEST_F(DataManager, TheListOfLoggingSensorsGivesWayToAChoiceMadeMeanwhile) {
+  manager.reset();
+  platform->ports().userDefaults = std::make_unique<ChoiceOfAnotherProgram>();
+  manager = std::make_unique<KVDataManager>(*platform);
+  add("TC0P");
+  EXPECT_EQ(manager->fileLoggingSensorKeys(), std::nullopt);
+  EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre("chosen"));
 }
 
 TEST_F(DataManager, TheDropdownFirstShowsTwoItemsAndEveryCategory) {
