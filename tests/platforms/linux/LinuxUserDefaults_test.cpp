@@ -5,15 +5,16 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "LinuxUserDefaultsTest.h"
 #include "base/PropertyListFile.h"
 #include "platforms/posix/FileLock.h"
 #include "tests/support/ResourceLimit.h"
-#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::platform {
 namespace {
@@ -22,51 +23,14 @@ namespace fs = std::filesystem;
 using Dictionary = PropertyListValue::Dictionary;
 using testing::ResourceLimit;
 
-constexpr const char* kGroup = "group.com.kelvora";
-constexpr const char* kGroupFolder = "config/group.com.kelvora";
-constexpr const char* kFile = "config/group.com.kelvora/Settings.plist";
-
-class LinuxUserDefaultsTest : public ::testing::Test {
- protected:
-  std::unique_ptr<UserDefaultsSuite> open() {
-    return LinuxUserDefaults(folder_.path("config")).suite(kGroup);
-  }
-
-  std::string file() const { return folder_.path(kFile); }
-
-  mode_t modeOf(const std::string& path) const {
-    struct stat facts = {};
-    return stat(path.c_str(), &facts) == 0 ? facts.st_mode & 07777U : 0;
-  }
-
-  // Stores one setting, and returns what was logged meanwhile.
-  std::string logOfAWrite() {
-    ::testing::internal::CaptureStderr();
-    const auto suite = open();
-    EXPECT_FALSE(suite->object("KVAppLaunchCountKey"));
-    EXPECT_FALSE(suite->object("KVMainSensor"));
-    EXPECT_TRUE(suite->setObject("KVMainSensor", "TC0P"));
-    EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TC0P"));
-    EXPECT_EQ(open()->object("KVMainSensor"), PropertyListValue("TC0P"));
-    return ::testing::internal::GetCapturedStderr();
-  }
-
-  // Whether a change of the file from now on gets another change time.
-  static bool isSettled(const std::string& path) {
-    struct stat facts = {};
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME_COARSE, &now);
-    return stat(path.c_str(), &facts) == 0 &&
-           std::pair(facts.st_ctim.tv_sec, facts.st_ctim.tv_nsec) <
-               std::pair(now.tv_sec, now.tv_nsec);
-  }
-
-  static long linesIn(const std::string& text) {
-    return std::count(text.begin(), text.end(), '\n');
-  }
-
-  testing::TemporaryFolder folder_;
-};
+// Whether a change of the file from now on gets another change time.
+bool isSettled(const std::string& path) {
+  struct stat facts = {};
+  timespec now = {};
+  clock_gettime(CLOCK_REALTIME_COARSE, &now);
+  return stat(path.c_str(), &facts) == 0 && std::pair(facts.st_ctim.tv_sec, facts.st_ctim.tv_nsec) <
+                                                std::pair(now.tv_sec, now.tv_nsec);
+}
 
 TEST_F(LinuxUserDefaultsTest, AFreshSuiteIsEmptyAndCreatesNothing) {
   EXPECT_FALSE(open()->object("KVTempUnitCelsius"));
@@ -114,20 +78,6 @@ TEST_F(LinuxUserDefaultsTest, ADefaultIsStoredOnlyIfTheKeyIsStillAbsent) {
   ASSERT_TRUE(open()->setObject("KVShowIconInMenu", false));
   EXPECT_EQ(suite->setObjectIfAbsent("KVShowIconInMenu", true), PropertyListValue(false));
   EXPECT_EQ(open()->object("KVShowIconInMenu"), PropertyListValue(false));
-}
-
-TEST_F(LinuxUserDefaultsTest, SettingsOfAFileThatIsGoneOrDamagedAreGone) {
-  const auto reader = open();
-  ASSERT_TRUE(reader->setObject("a", 1));
-  EXPECT_EQ(reader->object("a"), PropertyListValue(1));
-  fs::remove(file());
-  EXPECT_FALSE(reader->object("a"));
-  ASSERT_TRUE(reader->setObject("b", 2));
-  EXPECT_EQ(reader->objects(), (Dictionary{{"b", 2}}));
-  ::testing::internal::CaptureStderr();
-  folder_.write(kFile, "damaged");
-  EXPECT_TRUE(reader->objects().empty());
-  EXPECT_NE(::testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(LinuxUserDefaultsTest, ARewriteInPlaceOfTheSameSizeIsNoticed) {
@@ -201,88 +151,6 @@ TEST_F(LinuxUserDefaultsTest, AnXMLFileWrittenByAnotherToolIsRead) {
   EXPECT_EQ(open()->object("KVUpdateFrequencyKey"), PropertyListValue(1));
 }
 
-class UnusableFile : public LinuxUserDefaultsTest,
-                     public ::testing::WithParamInterface<std::pair<const char*, std::string>> {};
-
-INSTANTIATE_TEST_SUITE_P(
-    LinuxUserDefaults, UnusableFile,
-    ::testing::Values(std::pair{"empty", std::string()},
-                      std::pair{"truncated", std::string("bplist00\xd1\x01")},
-                      std::pair{"random", std::string("\x93\xfe\x01\x00\x7f\x22gh", 8)},
-                      std::pair{"truncatedXML", std::string("<plist><dict><key>KVMain")},
-                      std::pair{"array", std::string("<plist><array><true/></array></plist>")},
-                      std::pair{"text", std::string("KVMainSensor = TC0P\n")}),
-    [](const auto& each) { return each.param.first; });
-
-TEST_P(UnusableFile, GivesDefaultsIsLoggedOnceAndKeptAsideByTheFirstWrite) {
-  folder_.write(kFile, GetParam().second);
-  const std::string log = logOfAWrite();
-  EXPECT_EQ(linesIn(log), 1) << log;
-  EXPECT_NE(log.find("Settings: " + file() + ": "), std::string::npos) << log;
-  EXPECT_EQ(folder_.read(std::string(kFile) + ".unusable-1"), GetParam().second);
-}
-
-TEST_P(UnusableFile, IsNotTouchedByReading) {
-  folder_.write(kFile, GetParam().second);
-  EXPECT_FALSE(open()->object("KVMainSensor"));
-  EXPECT_EQ(folder_.read(kFile), GetParam().second);
-  EXPECT_FALSE(fs::exists(file() + ".unusable-1"));
-}
-
-TEST_F(LinuxUserDefaultsTest, ASecondUnusableFileIsKeptBesideTheFirst) {
-  folder_.write(kFile, "one");
-  logOfAWrite();
-  folder_.write(kFile, "two");
-  logOfAWrite();
-  EXPECT_EQ(folder_.read(std::string(kFile) + ".unusable-1"), "one");
-  EXPECT_EQ(folder_.read(std::string(kFile) + ".unusable-2"), "two");
-}
-
-TEST_F(LinuxUserDefaultsTest, AFolderInPlaceOfTheFileIsKeptAside) {
-  folder_.write(std::string(kFile) + "/note.txt", "mine");
-  EXPECT_EQ(logOfAWrite(), "Settings: " + file() + ": not a file\n");
-  EXPECT_EQ(folder_.read(std::string(kFile) + ".unusable-1/note.txt"), "mine");
-}
-
-TEST_F(LinuxUserDefaultsTest, APipeInPlaceOfTheFileIsKeptAsideAndBlocksNobody) {
-  fs::create_directories(folder_.path(kGroupFolder));
-  ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
-  EXPECT_EQ(logOfAWrite(), "Settings: " + file() + ": not a file\n");
-  EXPECT_TRUE(fs::is_fifo(file() + ".unusable-1"));
-}
-
-TEST_F(LinuxUserDefaultsTest, AnUnreadableFileIsLeftAloneAndRefusesWrites) {
-  fs::create_directories(folder_.path(kGroupFolder));
-  ASSERT_EQ(symlink("Settings.plist", file().c_str()), 0);  // leads to itself, for root too
-  ::testing::internal::CaptureStderr();
-  const auto suite = open();
-  EXPECT_FALSE(suite->object("KVMainSensor"));
-  EXPECT_FALSE(suite->setObjectIfAbsent("KVMainSensor", "TC0P"));
-  EXPECT_FALSE(suite->setObject("KVMainSensor", "TC0P"));
-  EXPECT_FALSE(suite->object("KVMainSensor"));
-  const std::string log = ::testing::internal::GetCapturedStderr();
-  EXPECT_NE(log.find("Settings: " + file() + ": Too many levels of symbolic links\n"),
-            std::string::npos)
-      << log;
-  EXPECT_TRUE(fs::is_symlink(file()));
-  EXPECT_FALSE(fs::exists(file() + ".unusable-1"));
-}
-
-TEST_F(LinuxUserDefaultsTest, AFileOfThreeGigabytesIsNeitherReadNorReplaced) {
-  folder_.write(kFile, "<plist><dict></dict></plist>");
-  const std::uintmax_t size = 3ULL << 30;
-  fs::resize_file(file(), size);
-  ::testing::internal::CaptureStderr();
-  const auto suite = open();
-  EXPECT_FALSE(suite->object("KVMainSensor"));
-  EXPECT_FALSE(suite->setObjectIfAbsent("KVMainSensor", "TC0P"));
-  EXPECT_FALSE(suite->setObject("KVMainSensor", "TC0P"));
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
-            "Settings: " + file() + ": larger than 16 MB\nSettings: " + file() +
-                ": it cannot be read before it is written: larger than 16 MB\n");
-  EXPECT_EQ(fs::file_size(file()), size);
-}
-
 TEST_F(LinuxUserDefaultsTest, ALinkIsFollowedAndItsTargetReplaced) {
   folder_.write("dotfiles/settings",
                 "<plist><dict><key>a</key><integer>1</integer></dict></plist>");
@@ -332,37 +200,6 @@ TEST_F(LinuxUserDefaultsTest, ALockThatIsALinkIsNotOpened) {
   EXPECT_FALSE(fs::exists(file()));
 }
 
-TEST_F(LinuxUserDefaultsTest, PollingWhileAnEditorRewritesTheFileMovesNothing) {
-  const std::string whole =
-      "<plist><dict><key>KVMainSensor</key><string>TC0P</string></dict></plist>";
-  const auto suite = open();
-  ::testing::internal::CaptureStderr();
-  for (int round = 0; round < 100; ++round) {
-    folder_.write(kFile, whole.substr(0, whole.size() / 2));
-    EXPECT_FALSE(suite->setObjectIfAbsent("KVTempUnitCelsius", true));
-    folder_.write(kFile, whole);
-    EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TC0P"));
-  }
-  ::testing::internal::GetCapturedStderr();
-  EXPECT_EQ(folder_.read(kFile), whole);
-  for (const auto& entry : fs::directory_iterator(folder_.path(kGroupFolder))) {
-    EXPECT_EQ(entry.path().filename(), "Settings.plist");
-  }
-}
-
-TEST_F(LinuxUserDefaultsTest, NoMoreThanNineDamagedFilesAreKept) {
-  ::testing::internal::CaptureStderr();
-  for (int round = 1; round <= 12; ++round) {
-    folder_.write(kFile, "damaged " + std::to_string(round));
-    EXPECT_TRUE(open()->setObject("round", round));
-  }
-  ::testing::internal::GetCapturedStderr();
-  EXPECT_EQ(folder_.read(std::string(kFile) + ".unusable-1"), "damaged 1");
-  EXPECT_EQ(folder_.read(std::string(kFile) + ".unusable-9"), "damaged 12");
-  EXPECT_FALSE(fs::exists(file() + ".unusable-10"));
-  EXPECT_EQ(open()->object("round"), PropertyListValue(12));
-}
-
 TEST_F(LinuxUserDefaultsTest, ALackOfDescriptorsKeepsWhatWasReadAndStoresNothing) {
   ASSERT_TRUE(open()->setObject("KVMainSensor", "TC0P"));
   const auto suite = open();
@@ -399,18 +236,6 @@ TEST_F(LinuxUserDefaultsTest, AFullDiskLeavesTheOldFileAndNothingForLater) {
   EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TC2P"));
   ASSERT_TRUE(suite->setObject("unrelated", 1));
   EXPECT_EQ(open()->objects(), (Dictionary{{"KVMainSensor", "TC2P"}, {"unrelated", 1}}));
-}
-
-TEST_F(LinuxUserDefaultsTest, AFullDiskLeavesADamagedFileInPlace) {
-  folder_.write(kFile, "damaged");
-  ::testing::internal::CaptureStderr();
-  {
-    const ResourceLimit fileSize(RLIMIT_FSIZE, 10);
-    EXPECT_FALSE(open()->setObject("KVMainSensor", "TC1P"));
-  }
-  ::testing::internal::GetCapturedStderr();
-  EXPECT_EQ(folder_.read(kFile), "damaged");
-  EXPECT_FALSE(fs::exists(file() + ".unusable-1"));
 }
 
 TEST_F(LinuxUserDefaultsTest, AFolderThatCannotBeCreatedFailsAndIsLoggedOnce) {
