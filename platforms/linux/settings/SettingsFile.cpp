@@ -25,10 +25,6 @@ constexpr std::chrono::milliseconds kWaitOfDefault{200};
 
 std::string systemText(int error) { return std::generic_category().message(error); }
 
-bool isSame(const timespec& a, const timespec& b) {
-  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
-
 bool writeAll(int descriptor, std::span<const std::byte> bytes) {
   while (!bytes.empty()) {
     const ssize_t count = write(descriptor, bytes.data(), bytes.size());
@@ -56,10 +52,11 @@ bool writeNewFile(const std::string& path, std::span<const std::byte> bytes) {
 
 SettingsFile::SettingsFile(std::string path) : path_(std::move(path)) {}
 
+// Each write gives a file another change time, which no program can set back.
 bool SettingsFile::isCurrent(const struct stat& facts) const {
   return facts_ && facts_->st_dev == facts.st_dev && facts_->st_ino == facts.st_ino &&
-         facts_->st_size == facts.st_size && isSame(facts_->st_mtim, facts.st_mtim) &&
-         isSame(facts_->st_ctim, facts.st_ctim);
+         facts_->st_ctim.tv_sec == facts.st_ctim.tv_sec &&
+         facts_->st_ctim.tv_nsec == facts.st_ctim.tv_nsec;
 }
 
 const SettingsFile::Values& SettingsFile::contents() {
