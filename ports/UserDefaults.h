@@ -51,8 +51,9 @@ class UserDefaults {
   virtual ~UserDefaults() = default;
   /// The suite of a group, e.g. "group.com.kelvora"; never null.
   virtual std::unique_ptr<UserDefaultsSuite> suite(const std::string& name) = 0;
-  /// Looks at the file of a suite, e.g. of "group.com.kelvora", and tries its lock without waiting.
-  /// Creates and changes nothing, and logs nothing. None where programs have no access to the file
+  /// Looks at the file of a suite, e.g. of "group.com.kelvora", and tries its lock as a write
+  /// does, which may wait some seconds for another program. Creates and changes nothing, and logs
+  /// nothing. None where programs have no access to the file
   /// of a suite.
   virtual std::optional<SuiteFile> fileOfSuite(const std::string&) { return std::nullopt; }
   /// A value of the global domain, e.g. "Dark" for "AppleInterfaceStyle"; none when it is not set.

@@ -26,7 +26,8 @@ struct KELVORA_EXPORT KVSettingsFile {
 
 /// The file behind `KVSettings`, read now and left as it is; none where the system keeps settings
 /// in a place of its own (macOS). Without the file every setting has its default. Takes the lock
-/// for a moment if it is free, and never waits. Logs nothing. Any thread.
+/// for a moment; while another program holds it, waits for it as long as a setter does (up to 5 s).
+/// Logs nothing. Any thread.
 KELVORA_EXPORT std::optional<KVSettingsFile> settingsFile(Platform& platform = Platform::current());
 
 }  // namespace kelvora

@@ -66,9 +66,10 @@ FileDescriptor lockFile(const std::string& path, std::chrono::milliseconds wait)
   return lock;
 }
 
-FileDescriptor lockExistingFile(const std::string& path) {
+FileDescriptor lockExistingFile(const std::string& path, std::chrono::milliseconds wait) {
+  const Clock::time_point deadline = Clock::now() + wait;
   FileDescriptor lock = openLock(path, 0);
-  if (lock.isOpen() && !takeLock(lock, path, Clock::now())) {
+  if (lock.isOpen() && !takeLock(lock, path, deadline)) {
     closeKeepingError(lock);
   }
   return lock;

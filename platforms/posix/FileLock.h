@@ -16,8 +16,7 @@ inline constexpr const char* kLockEnding = ".lock";
 /// `wait` (0 tries once), ELOOP when the path is a symbolic link, which is never followed.
 FileDescriptor lockFile(const std::string& path, std::chrono::milliseconds wait);
 
-/// The same without waiting and without creating the file: ENOENT when it is missing. Changes
-/// nothing.
-FileDescriptor lockExistingFile(const std::string& path);
+/// The same without creating the file: ENOENT when it is missing. Changes nothing.
+FileDescriptor lockExistingFile(const std::string& path, std::chrono::milliseconds wait);
 
 }  // namespace kelvora::platform

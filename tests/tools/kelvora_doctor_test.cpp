@@ -6,14 +6,13 @@
 #include <string>
 
 #include <SQLiteCpp/Database.h>
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tests/support/LockHolder.h"
 #include "tests/support/SessionBus.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/tools/KelvoraProgram.h"
@@ -220,15 +219,21 @@ TEST_F(KelvoraDoctor, ALockThatIsALinkOrAFolderIsBroken) {
   expectCheck("settings", "broken", "Settings.plist: the lock beside it: not a file");
 }
 
-TEST_F(KelvoraDoctor, ALockThatAnotherProgramHoldsIsBroken) {
+TEST_F(KelvoraDoctor, ALockThatAnotherProgramHoldsOnIsBroken) {
   home_.write(kSettingsFile, kEmptySettings);
-  const std::string lock = home_.write(std::string(kSettingsFile) + ".lock", "");
-  const int holder = open(lock.c_str(), O_RDWR | O_CLOEXEC);
-  ASSERT_EQ(flock(holder, LOCK_EX), 0);
-  const auto before = entriesOf(home_);
-  expectCheck("settings", "broken", "Settings.plist: another program keeps it locked");
-  EXPECT_EQ(entriesOf(home_), before);
-  close(holder);
+  const std::string lock = home_.path(kSettingsFile) + ".lock";
+  {
+    const LockHolder other(lock, LockHolder::Until::kItsEnd);
+    const auto before = entriesOf(home_);
+    expectCheck("settings", "broken", "Settings.plist: another program keeps it locked");
+    EXPECT_EQ(entriesOf(home_), before);
+  }
+  expectCheck("settings", "ok", "Settings.plist");
+}
+
+TEST_F(KelvoraDoctor, ALockThatAnotherProgramHoldsForAMomentIsWell) {
+  home_.write(kSettingsFile, kEmptySettings);
+  const LockHolder writer(home_.path(kSettingsFile) + ".lock", LockHolder::Until::kSomebodyWaits);
   expectCheck("settings", "ok", "Settings.plist");
 }
 

@@ -23,9 +23,10 @@ std::string homeFolder() {
   return account == nullptr ? "/" : account->pw_dir;
 }
 
-// Why a program that wants to write now would not get the lock of a settings file.
+// Why a program that wants to write now would not get the lock of a settings file. Waits as long as
+// a write does.
 std::string faultOfLock(const std::string& path) {
-  if (lockExistingFile(endOfLinks(path) + kLockEnding).isOpen()) {
+  if (lockExistingFile(endOfLinks(path) + kLockEnding, SettingsFile::kWaitOfWrite).isOpen()) {
     return "";
   }
   switch (errno) {

@@ -20,7 +20,6 @@ namespace {
 
 constexpr mode_t kFileMode = S_IRUSR | S_IWUSR;
 constexpr int kMostKeptAside = 9;
-constexpr std::chrono::milliseconds kWaitOfSetter{5000};
 constexpr std::chrono::milliseconds kWaitOfDefault{200};
 
 std::string systemText(int error) { return std::generic_category().message(error); }
@@ -162,7 +161,7 @@ FileDescriptor SettingsFile::beginWriting(std::chrono::milliseconds wait) {
 }
 
 bool SettingsFile::write(std::string_view key, const std::optional<PropertyListValue>& value) {
-  const FileDescriptor lock = beginWriting(kWaitOfSetter);
+  const FileDescriptor lock = beginWriting(kWaitOfWrite);
   return lock.isOpen() && store(key, value);
 }
 

@@ -36,6 +36,9 @@ class SettingsFile {
  public:
   using Values = PropertyListValue::Dictionary;
 
+  /// How long `write` waits for another program's lock.
+  static constexpr std::chrono::milliseconds kWaitOfWrite{5000};
+
   explicit SettingsFile(std::string path);
 
   /// The settings in the file. Valid until the next call.
@@ -43,9 +46,8 @@ class SettingsFile {
   /// One of them, e.g. of "KVMainSensor"; none when it is absent.
   std::optional<PropertyListValue> value(std::string_view key);
 
-  /// Stores a setting, or removes it with none. Waits up to 5 s for another program's lock. On
-  /// failure returns false, logs it (the same reason once until a write succeeds) and stores
-  /// nothing.
+  /// Stores a setting, or removes it with none. Waits up to `kWaitOfWrite`. On failure
+  /// returns false, logs it (the same reason once until a write succeeds) and stores nothing.
   bool write(std::string_view key, const std::optional<PropertyListValue>& value);
 
   /// Stores a setting if the file has none under the key, and returns what it then has. Returns

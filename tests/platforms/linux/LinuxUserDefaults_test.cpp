@@ -13,7 +13,6 @@
 
 #include "LinuxUserDefaultsTest.h"
 #include "base/PropertyListFile.h"
-#include "platforms/posix/FileLock.h"
 #include "tests/support/ResourceLimit.h"
 
 namespace kelvora::platform {
@@ -272,17 +271,12 @@ TEST_F(LinuxUserDefaultsTest, LookingAtTheFileOfASuiteReportsItsStateAndLogsNoth
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
 
-TEST_F(LinuxUserDefaultsTest, TheLockOfASuiteIsTriedButNotWaitedForOrCreated) {
+TEST_F(LinuxUserDefaultsTest, TheLockOfASuiteIsTriedButNotCreated) {
   LinuxUserDefaults defaults(folder_.path("config"));
   const auto fault = [&] { return defaults.fileOfSuite(kGroup)->lockFault; };
   folder_.write(kFile, "<plist><dict/></plist>");
   EXPECT_EQ(fault(), "");
   EXPECT_FALSE(fs::exists(file() + ".lock"));
-  FileDescriptor other = lockFile(file() + ".lock", {});
-  EXPECT_EQ(fault(), "another program keeps it locked");
-  other.close();
-  EXPECT_EQ(fault(), "");
-  fs::remove(file() + ".lock");
   fs::create_symlink(folder_.path("elsewhere"), file() + ".lock");
   EXPECT_EQ(fault(), "the lock beside it: not a file");
   EXPECT_FALSE(fs::exists(folder_.path("elsewhere")));
@@ -292,9 +286,9 @@ TEST_F(LinuxUserDefaultsTest, TheLockOfALinkedSuiteIsBesideItsTarget) {
   const std::string target = folder_.write("elsewhere/Settings.plist", "<plist><dict/></plist>");
   fs::create_directories(folder_.path(kGroupFolder));
   fs::create_symlink(target, file());
-  const FileDescriptor other = lockFile(target + ".lock", {});
+  fs::create_directory(target + ".lock");
   EXPECT_EQ(LinuxUserDefaults(folder_.path("config")).fileOfSuite(kGroup)->lockFault,
-            "another program keeps it locked");
+            "the lock beside it: not a file");
 }
 
 TEST_F(LinuxUserDefaultsTest, GlobalSettingsComeFromTheirOwnFileAndFollowIt) {

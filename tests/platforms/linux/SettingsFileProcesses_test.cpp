@@ -20,6 +20,7 @@
 #include "platforms/posix/FileLock.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/FileCalls.h"
+#include "tests/support/LockHolder.h"
 #include "tests/support/RandomSeed.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -27,6 +28,7 @@ namespace kelvora::platform {
 namespace {
 
 using testing::ChildWork;
+using testing::LockHolder;
 
 constexpr const char* kGroup = "group.com.kelvora";
 constexpr int kWrites = 300;
@@ -191,24 +193,13 @@ TEST(SettingsFileProcesses, ADefaultNeverReplacesWhatAnotherProgramStoresMeanwhi
   }
 }
 
-// Holds the lock of a suite's file until the end.
-class OtherLocker {
- public:
-  explicit OtherLocker(const std::string& file) : lock_(lockFile(file + ".lock", {})) {}
-  bool isLocked() const { return lock_.isOpen(); }
-
- private:
-  FileDescriptor lock_;
-};
-
 TEST(SettingsFileProcesses, ALockThatIsNeverReleasedFailsTheSetterAndStopsNoGetter) {
   const testing::TemporaryFolder folder;
   const std::string file = LinuxUserDefaults(folder.path("")).suitePath(kGroup);
   const auto suite = LinuxUserDefaults(folder.path("")).suite(kGroup);
   ASSERT_TRUE(suite->setObject("a", 1));
   {
-    const OtherLocker other(file);
-    ASSERT_TRUE(other.isLocked());
+    const LockHolder other(file + ".lock", LockHolder::Until::kItsEnd);
     ::testing::internal::CaptureStderr();
     EXPECT_FALSE(suite->setObject("a", 2));
     for (int read = 0; read < 1000; ++read) {  // with a wait each they would last for minutes
@@ -219,6 +210,25 @@ TEST(SettingsFileProcesses, ALockThatIsNeverReleasedFailsTheSetterAndStopsNoGett
     EXPECT_EQ(suite->object("a"), PropertyListValue(1));
   }
   EXPECT_EQ(suite->setObjectIfAbsent("b", true), PropertyListValue(true));
+}
+
+TEST(SettingsFileProcesses, ALookAtTheFileWaitsForTheLockOfAWriter) {
+  const testing::TemporaryFolder folder;
+  LinuxUserDefaults defaults(folder.path("config"));
+  ASSERT_TRUE(defaults.suite(kGroup)->setObject("a", 1));
+  const LockHolder writer(defaults.suitePath(kGroup) + ".lock", LockHolder::Until::kSomebodyWaits);
+  EXPECT_EQ(defaults.fileOfSuite(kGroup)->lockFault, "");
+}
+
+TEST(SettingsFileProcesses, ALookAtTheFileReportsALockThatIsNeverReleased) {
+  const testing::TemporaryFolder folder;
+  LinuxUserDefaults defaults(folder.path("config"));
+  ASSERT_TRUE(defaults.suite(kGroup)->setObject("a", 1));
+  {
+    const LockHolder other(defaults.suitePath(kGroup) + ".lock", LockHolder::Until::kItsEnd);
+    EXPECT_EQ(defaults.fileOfSuite(kGroup)->lockFault, "another program keeps it locked");
+  }
+  EXPECT_EQ(defaults.fileOfSuite(kGroup)->lockFault, "");
 }
 
 TEST(FileLock, IsHeldUntilItsDescriptorIsClosed) {
