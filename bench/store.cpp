@@ -218,6 +218,35 @@ void selectHistory(benchmark::State& state) {
   }
 }
 
+void changeNothing(Fixture&, int) {}
+
+void changeValueOfSensor(Fixture& fixture, int number) {
+  const KVSensorPtr sensor = fixture.sensor(number);
+  sensor->setValue(sensor->value() + 1);
+}
+
+void changeOnePoint(Fixture& fixture, int number) {
+  const auto point = fixture.sensor(number)->graphPoints().front();
+  point->setPointY(point->pointY() + 1);
+}
+
+// The 1,800 points of one sensor, out of a million, found by the sensor's key, while something is
+// not saved.
+void fetchPoints(benchmark::State& state, void (*change)(Fixture&, int)) {
+  constexpr int kNumber = 501;  // not one of those that the saves add to
+  Fixture& fixture = Fixture::shared();
+  const Predicate ofSensor("sensor.key = %@", {keyOf(kNumber)});
+  change(fixture, kNumber);
+  for (auto iteration : state) {
+    const auto points = fixture.store->viewContext()->objectsOf("GraphPoint", ofSensor);
+    if (!points || points->size() != kPointsPerSensor) {
+      state.SkipWithError("points are missing");
+      break;
+    }
+  }
+  fixture.store->saveViewContext();
+}
+
 struct Written {
   double toFiles = 0;  ///< by write calls
   double toDisk = 0;   ///< pages that the system has to write
@@ -316,6 +345,9 @@ int run(int argc, char** argv) {
   benchmark::RegisterBenchmark("lookUp", lookUp);
   benchmark::RegisterBenchmark("walkHistory", walkHistory);
   benchmark::RegisterBenchmark("selectHistory", selectHistory);
+  benchmark::RegisterBenchmark("fetchPointsAllSaved", fetchPoints, changeNothing);
+  benchmark::RegisterBenchmark("fetchPointsUnsavedSensor", fetchPoints, changeValueOfSensor);
+  benchmark::RegisterBenchmark("fetchPointsUnsavedPoint", fetchPoints, changeOnePoint);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 2;
@@ -327,6 +359,10 @@ int run(int argc, char** argv) {
       {"fetch by key, staleness -1 / bare look-up", "fetchByKeyCached", "lookUp", 1.5},
       {"fetch by key, staleness 0 / bare look-up", "fetchByKeyFresh", "lookUp", 2.5},
       {"walk of 1,800 of a million points / bare SELECT", "walkHistory", "selectHistory", 3},
+      {"points by sensor.key, a value of the sensor unsaved / saved", "fetchPointsUnsavedSensor",
+       "fetchPointsAllSaved", 1.5},
+      {"points by sensor.key, a value of a point unsaved / saved", "fetchPointsUnsavedPoint",
+       "fetchPointsAllSaved", 1.5},
   });
   benchmark::RunSpecifiedBenchmarks(&reporter);
   printBytes();
