@@ -274,23 +274,56 @@ TEST_F(MacIORegistryTest, EachFailedCallOfTheCoreQueryLeavesOutItsNode) {
       });
 }
 
-TEST_F(MacIORegistryTest, EachFailedCallOfTheGraphicsQueryLeavesOutItsDevice) {
-  bootWith({{"IOPCIDevice", entry("GFX0", {{"model", data("AMD Radeon Pro 555X")}})},
-            {"IOPCIDevice", entry("ETH0", {{"vendor", data("x")}})},
-            {"IOPCIDevice", entry("IGPU", {{"model", data("Intel UHD Graphics 630")}})}});
-  platform::Ports ports;
-  ports.registry = std::make_unique<MacIORegistry>();
-  Platform mac({"This Mac", true, Architecture::kIntel}, std::move(ports));
+class GraphicsQueryTest : public MacIORegistryTest {
+ protected:
   using Infos = std::optional<std::vector<ZDGPUInfo>>;
-  const auto query = [&] { return queryGraphics(mac, SensorPlatformIntel); };
-  ASSERT_EQ(query()->size(), 2U);
-  EXPECT_EQ(query()->front().shortModelName, "AMD");
-  failEachCall<Infos>(query, [](const std::string& name, const Infos& infos) {
-    ASSERT_TRUE(infos.has_value()) << name;
-    const bool isNeeded =
-        !name.starts_with("IOIteratorNext 4") && name != "IORegistryEntryCreateCFProperties 2";
-    EXPECT_EQ(infos->size() < 2, isNeeded) << name;
-  });
+
+  GraphicsQueryTest() {
+    bootWith({{"IOPCIDevice", entry("GFX0", {{"model", data("AMD Radeon Pro 555X")}})},
+              {"IOPCIDevice", entry("ETH0", {{"vendor", data("x")}})},
+              {"IOPCIDevice", entry("IGPU", {{"model", data("Intel UHD Graphics 630")}})}});
+  }
+  // Of an Intel Mac, or of one of an unknown family.
+  static Infos query(std::uint64_t family = SensorPlatformIntel) {
+    platform::Ports ports;
+    ports.registry = std::make_unique<MacIORegistry>();
+    Platform mac({"This Mac", true, Architecture::kIntel}, std::move(ports));
+    return queryGraphics(mac, family);
+  }
+};
+
+TEST_F(GraphicsQueryTest, ThePropertiesOfEachPCIDeviceAreReadInOrder) {
+  Calls expected = matching("IOPCIDevice") + Calls{"IOIteratorNext(services of IOPCIDevice)",
+                                                   "IOIteratorNext(services of IOPCIDevice)",
+                                                   "IOIteratorNext(services of IOPCIDevice)",
+                                                   "IOIteratorNext(services of IOPCIDevice)",
+                                                   "IOObjectRelease(services of IOPCIDevice)"};
+  for (const std::string device : {"GFX0", "ETH0", "IGPU"}) {
+    expected.push_back("IORegistryEntryCreateCFProperties(" + device + ", 0)");
+  }
+  for (const std::string device : {"GFX0", "ETH0", "IGPU"}) {
+    expected.push_back("IOObjectRelease(" + device + ")");
+  }
+  for (const std::uint64_t family : {std::uint64_t{SensorPlatformIntel}, std::uint64_t{0}}) {
+    const Infos infos = query(family);
+    EXPECT_EQ(takeCalls(), expected);
+    ASSERT_EQ(infos->size(), 2U);
+    EXPECT_EQ(infos->front().modelName, "AMD Radeon Pro 555X");
+    EXPECT_EQ(infos->front().shortModelName, "AMD");
+    EXPECT_TRUE(infos->front().isDedicated);
+    EXPECT_EQ(infos->back().modelName, "Intel UHD Graphics 630");
+    EXPECT_FALSE(infos->back().isDedicated);
+  }
+}
+
+TEST_F(GraphicsQueryTest, EachFailedCallLeavesOutItsDevice) {
+  failEachCall<Infos>([] { return query(); },
+                      [](const std::string& name, const Infos& infos) {
+                        ASSERT_TRUE(infos.has_value()) << name;
+                        const bool isNeeded = !name.starts_with("IOIteratorNext 4") &&
+                                              name != "IORegistryEntryCreateCFProperties 2";
+                        EXPECT_EQ(infos->size() < 2, isNeeded) << name;
+                      });
 }
 
 class RegistryOfRecordedMac : public HardwareTest,
