@@ -163,6 +163,26 @@ std::optional<std::string> ContextState::save() {
   return parent_ == nullptr ? saveToStore() : saveToParent();
 }
 
+// What was never saved is deleted; everything else is read again.
+void ContextState::rollback() {
+  decltype(pending_) dropped(pending_.size());
+  {
+    const std::lock_guard lock(mutex_);
+    std::swap_ranges(pending_.begin(), pending_.end(), dropped.begin());
+    for (const UnsavedObjects& entity : dropped) {
+      for (const auto* objects : {&entity.changed, &entity.deleted}) {
+        for (const auto& [id, object] : *objects) {
+          const bool isNew = object->status_ == Status::kInserted;
+          object->status_ = isNew ? Status::kDeleted : Status::kClean;
+          object->changed_ = 0;
+        }
+      }
+    }
+    ++changeCount_;
+  }
+  refreshAll();
+}
+
 void ContextState::saveThisAndParents() {
   if (const auto error = save()) {
     log("Save error: " + *error);

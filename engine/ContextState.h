@@ -79,6 +79,7 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   // Saves (ContextSave.cpp). Returns what went wrong.
   std::optional<std::string> save();
   void saveThisAndParents();
+  void rollback();
 
  private:
   using Status = ManagedObject::Status;

@@ -75,6 +75,8 @@ ManagedObjectPtr ManagedObjectContext::objectOf(std::string_view entity,
   return found && !found->empty() ? found->front() : nullptr;
 }
 
+void ManagedObjectContext::rollback() { state_->rollback(); }
+
 std::optional<std::string> ManagedObjectContext::save() {
   std::optional<std::string> error;
   performAndWait([&] { error = state_->save(); });

@@ -99,6 +99,9 @@ class KELVORA_EXPORT ManagedObjectContext
   /// without changes. The first failure is logged as "Save error: …" and ends it; nothing is rolled
   /// back. Any thread that may wait for these queues.
   void saveThisAndParentContexts();
+  /// Drops the unsaved changes of this context: new objects are deleted, changed and deleted ones
+  /// are again as stored. Values are read again on the next access.
+  void rollback();
 
   /// For the engine, its tests and its measurements.
   const std::shared_ptr<engine::ContextState>& state() const { return state_; }
