@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -9,6 +10,7 @@
 
 #include "KelvoraCore/Export.h"
 #include "KelvoraCore/KVCoreDataStore.h"
+#include "KelvoraCore/KVError.h"
 #include "KelvoraCore/KVSerialQueue.h"
 #include "KelvoraCore/KVSettings.h"
 
@@ -72,6 +74,33 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   std::vector<KVDropdownItem> dropdownItems();
   bool setDropdownItems(const std::vector<KVDropdownItem>& items);
 
+  // Sensors of the user's own, and the end of all data.
+
+  /// Whether an operation was done, and the error for the user if it was not.
+  using Completion = std::function<void(bool done, std::optional<KVError> error)>;
+
+  /// Adds a sensor by the texts "key" and "name", the number "category_type" (a SensorType) and the
+  /// number "value", its first reading: {{"key", "TCXX"}, {"name", "Desk"}, {"category_type", 0},
+  /// {"value", 21.5}}. It comes last in its category; a temperature gets the limits 0 and 110. A
+  /// sensor with that key keeps its names, and takes the value, the limits and the category.
+  ///
+  /// Saves the view context, with what is unsaved there, and then calls `completion` on the calling
+  /// thread. Fails with error 0 without a key, a name or a category of the type, for a fan, and
+  /// when the save fails: then nothing is added, now or later. `completion` may be empty.
+  void addCustomSensor(const PropertyListValue::Dictionary& info, const Completion& completion);
+
+  /// Deletes a sensor that the user added, with its history, and takes its key out of
+  /// `menuSensors`, which is broadcast even if it was not there. Saves and completes as
+  /// `addCustomSensor` does. Fails with error 4 for null and for any other sensor, and with error 0
+  /// when the save fails: then nothing is removed, now or later.
+  void removeCustomSensor(const KVSensorPtr& sensor, const Completion& completion);
+
+  /// Forgets the main sensor, the menu sensors and `openAtLogin`, and removes the files of stored
+  /// objects: every entry of the group's folder whose extension is "sqlite", "sqlite-shm" or
+  /// "sqlite-wal". Other files and settings stay; failures are ignored. The store stays open: it
+  /// still shows what it shows, and its saves fail from now on, in every program that has it open.
+  void clearData();
+
   /// A queue for the host's own work, labelled "com.KVDataManager.internalQueue", created on first
   /// use. Owned by the manager, which does not use it.
   KVSerialQueue& internalQueue();
@@ -91,6 +120,10 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   std::optional<PropertyListValue> computedDefault(const KVSetting& setting) override;
 
  private:
+  bool saveStore();
+  KVError error(std::int64_t code);
+  void joinTwins(const KVSensorPtr& sensor, const KVCategoryPtr& category, double value);
+  void removeFromMenu(const std::string& key);
   void chooseMainSensor();
   std::vector<std::string> keysOfShownSensors();
   void appendMissingCategories(std::vector<KVDropdownItem>& items);

@@ -9,9 +9,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/support/MemoryUserDefaults.h"
+#include "tests/manager/DataManagerFixture.h"
 #include "tests/support/RecordedNotices.h"
-#include "tests/support/StoreFixture.h"
 
 namespace kelvora {
 namespace {
@@ -23,14 +22,8 @@ using Items = std::vector<KVDropdownItem>;
 
 constexpr std::int16_t kTemperature = 0;
 
-// A manager over settings in memory and a store in a folder of its own.
-class DataManager : public testing::StoreFixture {
+class DataManager : public testing::DataManagerFixture {
  protected:
-  DataManager() {
-    platform->ports().userDefaults = std::make_unique<platform::MemoryUserDefaults>();
-    manager = std::make_unique<KVDataManager>(*platform);
-    suite = platform->userDefaults().suite(kApplicationGroupIdentifier);
-  }
   KVSensorPtr add(const std::string& key, const std::string& category = "Temperature") {
     return addSensor(manager->coreDataStore(), key,
                      addCategory(manager->coreDataStore(), category, kTemperature));
@@ -39,9 +32,6 @@ class DataManager : public testing::StoreFixture {
     platform->notificationCentres().inProcess().post(
         {KVDataManagerDidGenerateDatasetNotification, std::nullopt, std::nullopt}, true);
   }
-
-  std::unique_ptr<KVDataManager> manager;
-  std::unique_ptr<platform::UserDefaultsSuite> suite;
 };
 
 TEST_F(DataManager, AFreshStoreHasNoMainSensorAndNoMenuSensors) {

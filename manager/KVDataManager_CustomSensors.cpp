@@ -1,0 +1,127 @@
+#include <algorithm>
+
+#include "KelvoraCore/KVDataManager.h"
+
+namespace kelvora {
+
+namespace {
+
+using Info = PropertyListValue::Dictionary;
+
+constexpr std::int64_t kGeneralError = 0;
+constexpr std::int64_t kCannotRemoveError = 4;
+
+// Degrees Celsius.
+constexpr double kLowestCustomTemperature = 0;
+constexpr double kHighestCustomTemperature = 110;
+
+// A missing number is 0.
+PropertyListValue numberIn(const Info& info, const char* key) {
+  const auto found = info.find(key);
+  return found == info.end() ? PropertyListValue(0) : found->second;
+}
+
+void complete(const KVDataManager::Completion& completion, std::optional<KVError> error) {
+  if (completion) {
+    completion(!error.has_value(), std::move(error));
+  }
+}
+
+void fillCustomSensor(const KVSensorPtr& sensor, const KVCategoryPtr& category, double value) {
+  sensor->setValue(value);
+  sensor->setRecordedMinValue(std::min(sensor->finalRecordedMinValue(), value));
+  sensor->setRecordedMaxValue(std::max(sensor->finalRecordedMaxValue(), value));
+  if (category->type() == SensorTypeTemperature) {
+    sensor->setMinValue(kLowestCustomTemperature);
+    sensor->setMaxValue(kHighestCustomTemperature);
+  }
+  category->addToSensors(sensor);
+}
+
+}  // namespace
+
+// A successful save leaves nothing unsaved.
+bool KVDataManager::saveStore() {
+  const ManagedObjectContextPtr context = store_->viewContext();
+  store_->saveViewContext();
+  return context != nullptr && !context->hasChanges();
+}
+
+KVError KVDataManager::error(std::int64_t code) {
+  return KVError::errorWithCode(code, *this, platform());
+}
+
+// Each change begins with a save of what the host left unsaved, so that a rollback drops only the
+// change itself. Without it a later save would store what the user was told had failed, over what
+// other programs have stored since.
+void KVDataManager::addCustomSensor(const Info& info, const Completion& completion) {
+  const KVCategoryPtr category =
+      store_->getCategoryWithType(numberIn(info, "category_type").integerValue());
+  const KVSensorPtr sensor =
+      category != nullptr && saveStore() ? store_->createSensorWithCustomInfo(info) : nullptr;
+  if (sensor == nullptr) {
+    complete(completion, error(kGeneralError));
+    return;
+  }
+  const double value = numberIn(info, "value").doubleValue();
+  fillCustomSensor(sensor, category, value);
+  if (!saveStore()) {
+    store_->viewContext()->rollback();
+    complete(completion, error(kGeneralError));
+    return;
+  }
+  joinTwins(sensor, category, value);
+  complete(completion, std::nullopt);
+}
+
+// Two programs that add one key at the same time both find none, and both insert it. Whoever saves
+// last sees both sensors; both programs then keep the older one.
+void KVDataManager::joinTwins(const KVSensorPtr& sensor, const KVCategoryPtr& category,
+                              double value) {
+  const ManagedObjectContextPtr context = store_->viewContext();
+  const auto twins =
+      context->objectsOf("Sensor", Predicate("key = %@ && isCustom = TRUE", {sensor->key()}));
+  if (!twins || twins->size() < 2) {
+    return;
+  }
+  if (twins->front() != sensor) {
+    fillCustomSensor(std::static_pointer_cast<KVSensor>(twins->front()), category, value);
+  }
+  std::for_each(twins->begin() + 1, twins->end(),
+                [&](const ManagedObjectPtr& twin) { context->deleteObject(twin); });
+  if (!saveStore()) {
+    context->rollback();
+  }
+}
+
+void KVDataManager::removeCustomSensor(const KVSensorPtr& sensor, const Completion& completion) {
+  if (sensor == nullptr || !sensor->isCustom()) {
+    complete(completion, error(kCannotRemoveError));
+    return;
+  }
+  const ManagedObjectContextPtr context = store_->viewContext();
+  const ManagedObjectPtr stored = context == nullptr ? nullptr : context->objectFor(sensor);
+  if (stored == nullptr || !saveStore()) {
+    complete(completion, error(kGeneralError));
+    return;
+  }
+  const std::string key = sensor->key();
+  context->deleteObject(stored);
+  if (!saveStore()) {
+    context->rollback();
+    complete(completion, error(kGeneralError));
+    return;
+  }
+  removeFromMenu(key);
+  complete(completion, std::nullopt);
+}
+
+void KVDataManager::removeFromMenu(const std::string& key) {
+  auto keys = menuSensors();
+  if (keys) {
+    std::erase(*keys, key);
+  }
+  setMenuSensors(std::move(keys));
+}
+
+}  // namespace kelvora
