@@ -71,17 +71,19 @@ ManagedObjectPtr PersistentStoreCoordinator::makeObject(ManagedObject::Origin or
 }
 
 std::optional<std::string> PersistentStoreCoordinator::addStore(const std::string& path,
-                                                                int busyTimeoutMs) {
+                                                                int busyTimeoutMs,
+                                                                StoreAccess access) {
   const std::lock_guard lock(mutex_);
   path_ = path;
   busyTimeoutMs_ = busyTimeoutMs;
+  access_ = access;
   open(busyTimeoutMs);
   return file_ == nullptr ? std::optional(problem_) : std::nullopt;
 }
 
 void PersistentStoreCoordinator::open(int waitMs) {
   try {
-    auto file = openStore(path_, *model_, waitMs);
+    auto file = openStore(path_, *model_, waitMs, access_);
     file->setBusyTimeout(busyTimeoutMs_);
     saver_ = std::make_unique<SaveTransaction>(*file, *model_);
     file_ = std::move(file);

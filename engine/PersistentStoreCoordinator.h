@@ -70,7 +70,9 @@ class PersistentStoreCoordinator {
   /// locks up to the busy time-out. Returns none on success, else what is wrong; then there is no
   /// store and every save fails with that reason. Where a lock outlasted the time-out, each later
   /// access tries once more without waiting.
-  std::optional<std::string> addStore(const std::string& path, int busyTimeoutMs);
+  /// For reading only, nothing is created or migrated, and every save fails.
+  std::optional<std::string> addStore(const std::string& path, int busyTimeoutMs,
+                                      StoreAccess access = StoreAccess::kReadWrite);
   bool hasStore() const;
 
   /// Visits the rows of a fetch in its order. Returns false when there is no store or it fails. The
@@ -125,6 +127,7 @@ class PersistentStoreCoordinator {
   mutable std::mutex mutex_;  // guards what follows
   std::string path_;
   int busyTimeoutMs_ = 0;
+  StoreAccess access_ = StoreAccess::kReadWrite;
   std::string problem_ = "no file was opened";  // while there is no store
   bool isLocked_ = false;                       // the reason is another program's lock
   std::unique_ptr<StoreFile> file_;

@@ -244,6 +244,12 @@ void requireCompatible(SQLite::Database& database, const ManagedObjectModel& mod
   }
 }
 
+void requireEqual(SQLite::Database& database, const ManagedObjectModel& model) {
+  if (isEmptyFile(database) || storedModel(database) != textFromModel(model)) {
+    throw IncompatibleStore("the file was not written with this model");
+  }
+}
+
 std::int64_t readCounter(StoreFile& file, const std::string& name) {
   const StatementRun query(file.statement("SELECT value FROM _counters WHERE name = ?"));
   const ManagedValue text(name);

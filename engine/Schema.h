@@ -25,6 +25,9 @@ void prepareSchema(StoreFile& file, const ManagedObjectModel& model);
 /// Only reads.
 void requireCompatible(SQLite::Database& database, const ManagedObjectModel& model);
 
+/// Throws IncompatibleStore unless an open file has the tables of this very model. Only reads.
+void requireEqual(SQLite::Database& database, const ManagedObjectModel& model);
+
 /// A name in quotes, as SQL needs it for a word like "group".
 std::string quoted(const std::string& name);
 

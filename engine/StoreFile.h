@@ -16,13 +16,26 @@ namespace kelvora::engine {
 /// reason in errno.
 bool isWritable(const std::string& path);
 
+/// What a program does with a store file.
+enum class StoreAccess : std::uint8_t {
+  kReadWrite,
+  kReadOnly,  ///< creates and changes nothing: neither the file nor those beside it
+};
+
+/// The address of a file for SQLite to read without creating anything beside it, also while
+/// programs write to it. For a connection that ends soon: a program that starts to write later may
+/// change what such a connection reads.
+std::string readOnlyURI(const std::string& path);
+
 /// The connection to a store file: SQLite with a write-ahead log, so that readers never wait for
 /// the writer, and a busy time-out, since one program writes at a time. Every failure throws
 /// SQLite::Exception. One thread at a time.
 class StoreFile {
  public:
-  /// Opens the file, creating it if it is absent. Programs call openStore(), which tries again.
-  StoreFile(const std::string& path, int busyTimeoutMs);
+  /// Opens the file; for writing too creates it if it is absent. Programs call openStore(), which
+  /// tries again.
+  StoreFile(const std::string& path, int busyTimeoutMs,
+            StoreAccess access = StoreAccess::kReadWrite);
 
   /// How long statements wait for another program's lock.
   void setBusyTimeout(int milliseconds) { database_.setBusyTimeout(milliseconds); }
@@ -43,6 +56,7 @@ class StoreFile {
 
  private:
   void configure();
+  void configureWriting();
 
   SQLite::Database database_;
   std::unordered_map<std::string, std::shared_ptr<PreparedStatement>> statements_;

@@ -35,10 +35,21 @@ void createPrivate(const std::string& path) {
   fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write, error);
 }
 
-std::unique_ptr<StoreFile> openOnce(const std::string& path, const ManagedObjectModel& model,
-                                    milliseconds busyTimeout) {
+std::unique_ptr<StoreFile> openToRead(const std::string& path, const ManagedObjectModel& model,
+                                      int busyTimeoutMs) {
+  std::error_code error;
+  if (!std::filesystem::exists(path, error)) {
+    throw IncompatibleStore("there is no file");
+  }
+  auto file = std::make_unique<StoreFile>(path, busyTimeoutMs, StoreAccess::kReadOnly);
+  requireEqual(file->database(), model);
+  return file;
+}
+
+std::unique_ptr<StoreFile> openToWrite(const std::string& path, const ManagedObjectModel& model,
+                                       int busyTimeoutMs) {
   createPrivate(path);
-  auto file = std::make_unique<StoreFile>(path, static_cast<int>(busyTimeout.count()));
+  auto file = std::make_unique<StoreFile>(path, busyTimeoutMs, StoreAccess::kReadWrite);
   prepareSchema(*file, model);
   return file;
 }
@@ -52,13 +63,15 @@ bool isLockFailure(const std::exception& failure) {
 }
 
 std::unique_ptr<StoreFile> openStore(const std::string& path, const ManagedObjectModel& model,
-                                     int busyTimeoutMs) {
+                                     int busyTimeoutMs, StoreAccess access) {
+  const auto openOnce = access == StoreAccess::kReadOnly ? openToRead : openToWrite;
   const auto deadline = Clock::now() + milliseconds(busyTimeoutMs);
   int faults = 0;
   for (bool isFirst = true;; isFirst = false) {
     const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
     try {
-      auto file = openOnce(path, model, std::max(left, milliseconds(0)));
+      auto file =
+          openOnce(path, model, static_cast<int>(std::max<milliseconds::rep>(left.count(), 0)));
       file->setBusyTimeout(busyTimeoutMs);
       return file;
     } catch (const SQLite::Exception& error) {

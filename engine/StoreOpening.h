@@ -11,8 +11,10 @@ namespace kelvora::engine {
 /// Opens the store file at `path` with the tables of a model, creating or migrating it. Waits for
 /// other programs' locks up to the busy time-out, and tries again after other failures for a
 /// quarter of a second at most. Throws IncompatibleStore at once, else the last SQLite::Exception.
+/// For reading only the file must exist with the tables of this very model, else it throws
+/// IncompatibleStore.
 std::unique_ptr<StoreFile> openStore(const std::string& path, const ManagedObjectModel& model,
-                                     int busyTimeoutMs);
+                                     int busyTimeoutMs, StoreAccess access);
 
 /// Whether a failure means that another program has the file locked.
 bool isLockFailure(const std::exception& failure);

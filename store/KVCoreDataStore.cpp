@@ -56,8 +56,13 @@ KVCoreDataStore::KVCoreDataStore(double stalenessInterval, Platform& platform, O
           KVManagedObject::Surroundings{ownSettings_.get(), &platform})) {}
 
 KVCoreDataStore::KVCoreDataStore(double stalenessInterval, Platform& platform, KVSettings& settings)
+    : KVCoreDataStore(stalenessInterval, platform, settings, Options()) {}
+
+KVCoreDataStore::KVCoreDataStore(double stalenessInterval, Platform& platform, KVSettings& settings,
+                                 Options options)
     : stalenessInterval_(stalenessInterval),
       platform_(platform),
+      options_(options),
       surroundings_(std::make_shared<KVManagedObject::Surroundings>(
           KVManagedObject::Surroundings{&settings, &platform})) {}
 
@@ -78,9 +83,13 @@ std::shared_ptr<engine::PersistentStoreCoordinator> KVCoreDataStore::persistentS
   if (coordinator_ == nullptr && managedObjectModel() != nullptr) {
     coordinator_ =
         std::make_shared<engine::PersistentStoreCoordinator>(model_, entityClasses(surroundings_));
-    const std::string folder = applicationDocumentsDirectory();
+    const std::string folder = options_.isReadOnly
+                                   ? KVUtils::groupContainerLocation(platform_).value_or("")
+                                   : applicationDocumentsDirectory();
     if (!folder.empty()) {
-      coordinator_->addStore(folder + "/" + kStoreFileName, options_.busyTimeoutMs);
+      coordinator_->addStore(
+          folder + "/" + kStoreFileName, options_.busyTimeoutMs,
+          options_.isReadOnly ? engine::StoreAccess::kReadOnly : engine::StoreAccess::kReadWrite);
     }
   }
   return coordinator_;

@@ -25,32 +25,13 @@ bool exists(const std::string& path) {
   return std::filesystem::exists(path, error);
 }
 
-// The characters that would end a path in a URI, or begin an escape.
-std::string escaped(const std::string& path) {
-  std::string text;
-  for (const char character : path) {
-    text += character == '%'   ? "%25"
-            : character == '?' ? "%3f"
-            : character == '#' ? "%23"
-                               : std::string(1, character);
-  }
-  return text;
-}
-
-// SQLite reads a write-ahead log through its index, and would create one. Without an index no
-// program has the file open, and the file is read by itself.
-std::string readOnlyURI(const std::string& path) {
-  const bool isInUse = exists(path + "-wal") && exists(path + "-shm");
-  return "file:" + escaped(path) + (isInUse ? "?mode=ro" : "?mode=ro&immutable=1");
-}
-
 std::string faultOfContent(const std::string& path, Platform& platform) {
   const auto model = KVCoreDataStore(-1, platform).managedObjectModel();
   if (model == nullptr) {
     return "this program has no model of it";
   }
   try {
-    SQLite::Database database(readOnlyURI(path), SQLite::OPEN_READONLY | SQLite::OPEN_URI,
+    SQLite::Database database(engine::readOnlyURI(path), SQLite::OPEN_READONLY | SQLite::OPEN_URI,
                               kBusyTimeoutMs);
     std::string result = database.execAndGet("PRAGMA quick_check(1)").getString();
     if (result != "ok") {

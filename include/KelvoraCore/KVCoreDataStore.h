@@ -39,9 +39,13 @@ class Platform;
 /// Failures are not logged, except those of saves.
 class KELVORA_EXPORT KVCoreDataStore {
  public:
-  /// What a test or a bench may choose.
+  /// How the file is opened.
   struct Options {
     int busyTimeoutMs = 5000;  ///< how long opening and saving wait for another program's lock
+    /// For a program that only looks, for a short time: it creates and changes nothing, neither
+    /// the file nor its folder. Without a file, or with one of an older model, there is no store.
+    /// Every save fails.
+    bool isReadOnly = false;
   };
 
   /// Opens nothing. `stalenessInterval` is in seconds: -1 keeps values as first read, 0 always
@@ -53,6 +57,8 @@ class KELVORA_EXPORT KVCoreDataStore {
   /// A store whose objects read these settings, which must outlive it. The other constructors open
   /// the platform's settings for them.
   KVCoreDataStore(double stalenessInterval, Platform& platform, KVSettings& settings);
+  KVCoreDataStore(double stalenessInterval, Platform& platform, KVSettings& settings,
+                  Options options);
   ~KVCoreDataStore();
   KVCoreDataStore(const KVCoreDataStore&) = delete;
   KVCoreDataStore& operator=(const KVCoreDataStore&) = delete;
