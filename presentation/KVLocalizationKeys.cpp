@@ -6,7 +6,7 @@ namespace kelvora {
 
 namespace {
 
-constexpr std::array<std::string_view, 86> kKeys{
+constexpr std::array<std::string_view, 93> kKeys{
     "sensor-status-display-normal-temp",
     "sensor-status-display-high-temp",
     "sensor-status-display-very-high-temp",
@@ -71,6 +71,13 @@ constexpr std::array<std::string_view, 86> kKeys{
     "group-unreadable-name",
     "sensor-source-computed",
     "fan-limits-range",
+    "history-last-hour",
+    "history-last-day",
+    "history-last-week",
+    "history-minimum",
+    "history-maximum",
+    "history-last",
+    "history-none",
     "overview-model-id-item",
     "overview-model-number-item",
     "overview-model-year-item",

@@ -9,7 +9,9 @@ namespace kelvora {
 
 /// Every key of the tables: what each "Localizable.strings" of a host holds. The library looks up
 /// statuses, categories, the overview and errors itself; programs look up groups
-/// ("group-cpu-name"), remarks and names of fans ("Fan 1") to show a reading. Keys that end in
+/// ("group-cpu-name"), remarks and names of fans ("Fan 1") to show a reading, and the words of a
+/// plot
+/// ("history-minimum"). Keys that end in
 /// "-%@" are formats with the sensor's name as their one argument, those that end in "-value" with
 /// one whole number, "%d", and those that end in "-range" with two texts, "%@". Valid for the
 /// process's life. Any thread.
