@@ -1,6 +1,6 @@
 """The JSON answers of kelvora against their schemas in docs/schema.
 
-Run as: schema_test.py PROGRAM MACHINES SCHEMAS
+Run as: schema_test.py PROGRAM MACHINES SCHEMAS WRITER
 """
 import copy
 import json
@@ -9,11 +9,13 @@ import pathlib
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 import jsonschema
 
 PROGRAM, MACHINES, SCHEMAS = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
+WRITER = sys.argv[4]
 STORE = {file.name: json.loads(file.read_text()) for file in SCHEMAS.glob("*.json")}
 OF_A_MACHINE = ("sensors", "keys", "inventory", "doctor")
 
@@ -190,6 +192,34 @@ class Answers(unittest.TestCase):
         for notice in notices:
             validate(notice, "notice.json")
         self.assertEqual(notices[1]["userInfo"], {"KVShowHIDSensorsKey": True})
+
+    def record(self, key, kind, *values):
+        """A point of each series for each value, one a minute up to now."""
+        points = "".join(f"{series} {time.time() - 60 * (len(values) - i)} {value}\n"
+                         for series in range(3) for i, value in enumerate(values))
+        subprocess.run([WRITER, key, f"Name of {key}", str(kind), "0", "100"], input=points,
+                       text=True, check=True, env=self.environment)
+
+    def test_histories(self):
+        validate(self.answer("history"), "histories.json")
+        self.record("TC0P", 0, 45, 46.5, -128, "inf", 1e300)
+        self.record("F0Ac", 1, 1200)
+        self.record("VC0C", 2)
+        self.record("Other", 9, 3)
+        listed = self.answer("history")
+        validate(listed, "histories.json")
+        self.assertEqual([(sensor["key"], sensor["unit"]) for sensor in listed["sensors"]],
+                         [("TC0P", "°C"), ("F0Ac", "rpm"), ("Other", None)])
+        for key in ("TC0P", "F0Ac", "VC0C", "Other"):
+            for series in ("hour", "day", "week"):
+                with self.subTest(key=key, series=series):
+                    validate(self.answer("history", key, "--range", series), "history.json")
+        for answer, schema in ((listed, "histories.json"),
+                               (self.answer("history", "TC0P"), "history.json")):
+            for place, other in changed(answer):
+                with self.subTest(schema=schema, place=place):
+                    with self.assertRaises(jsonschema.ValidationError):
+                        validate(other, schema)
 
     # A schema that takes anything describes nothing.
     def test_an_answer_that_is_wrong_in_one_place_is_refused(self):

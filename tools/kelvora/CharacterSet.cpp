@@ -38,6 +38,18 @@ std::string characterSetOf(const std::string& locale) {
                                     : locale.substr(point + 1, locale.find('@') - point - 1);
 }
 
+icu::UnicodeString decoded(std::string_view text) {
+  return icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
+}
+
+// Null where the text is written as it is.
+icu::LocalUConverterPointer converterOfLocale() {
+  const std::string name = characterSetOf(localeOfCharacters());
+  UErrorCode status = U_ZERO_ERROR;
+  return icu::LocalUConverterPointer(
+      ucnv_compareNames(name.c_str(), kUTF8) == 0 ? nullptr : ucnv_open(name.c_str(), &status));
+}
+
 // With replacements for the characters that `converter` cannot write.
 icu::UnicodeString replaced(icu::UnicodeString text, const UConverter& converter,
                             UErrorCode& status) {
@@ -68,19 +80,24 @@ std::string encoded(const icu::UnicodeString& text, UConverter& converter, UErro
 }  // namespace
 
 std::string inCharacterSetOfLocale(std::string_view text) {
-  const std::string name = characterSetOf(localeOfCharacters());
-  if (ucnv_compareNames(name.c_str(), kUTF8) == 0) {
+  const icu::LocalUConverterPointer converter = converterOfLocale();
+  if (converter.isNull()) {
     return std::string(text);
   }
   UErrorCode status = U_ZERO_ERROR;
-  const icu::LocalUConverterPointer converter(ucnv_open(name.c_str(), &status));
-  if (U_FAILURE(status)) {
-    return std::string(text);
-  }
-  const auto characters =
-      icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
-  std::string result = encoded(replaced(characters, *converter, status), *converter, status);
+  std::string result = encoded(replaced(decoded(text), *converter, status), *converter, status);
   return U_SUCCESS(status) ? result : std::string(text);
+}
+
+bool isInCharacterSetOfLocale(std::string_view text) {
+  const icu::LocalUConverterPointer converter = converterOfLocale();
+  if (converter.isNull()) {
+    return true;
+  }
+  UErrorCode status = U_ZERO_ERROR;
+  icu::UnicodeSet characters;
+  ucnv_getUnicodeSet(converter.getAlias(), characters.toUSet(), UCNV_ROUNDTRIP_SET, &status);
+  return U_SUCCESS(status) && characters.containsAll(decoded(text));
 }
 
 }  // namespace kelvora::tool

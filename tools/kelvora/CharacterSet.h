@@ -12,4 +12,7 @@ namespace kelvora::tool {
 /// set, and no locale at all leave the text as it is.
 std::string inCharacterSetOfLocale(std::string_view text);
 
+/// Whether that character set has every character of `text` itself.
+bool isInCharacterSetOfLocale(std::string_view text);
+
 }  // namespace kelvora::tool

@@ -97,5 +97,6 @@ std::vector<Command> machinesCommands();
 std::vector<Command> settingsCommands();
 std::vector<Command> settingsWatchCommands();
 std::vector<Command> doctorCommands();
+std::vector<Command> historyCommands();
 
 }  // namespace kelvora::tool

@@ -13,8 +13,7 @@ double roundNumber(int index) {
   constexpr std::array<double, 3> kMultiples{1, 2, 5};
   const int count = static_cast<int>(kMultiples.size());
   const int exponent = static_cast<int>(std::floor(static_cast<double>(index) / count));
-  return kMultiples.at(static_cast<std::size_t>(index - exponent * count)) *
-         std::pow(10, exponent);
+  return kMultiples.at(static_cast<std::size_t>(index - exponent * count)) * std::pow(10, exponent);
 }
 
 /// The whole numbers of steps between which the values are.

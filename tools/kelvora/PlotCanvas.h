@@ -11,14 +11,15 @@ class PlotCanvas {
  public:
   /// The signs of a drawing, and how many dots one of them shows.
   struct Signs {
-    std::size_t across;     ///< dots of a cell from left to right
-    std::size_t down;       ///< dots of a cell from top to bottom
-    const char* vertical;   ///< the value axis: "│"
-    const char* tick;       ///< at a tick of the value axis: "┤"
-    const char* horizontal; ///< the time axis: "─"
-    const char* timeTick;   ///< at a tick of the time axis: "┬"
-    const char* corner;     ///< where the axes meet: "└"
-    /// The sign of a cell. Bit number `x * down + y` says whether the dot in column x, row y is set.
+    std::size_t across;      ///< dots of a cell from left to right
+    std::size_t down;        ///< dots of a cell from top to bottom
+    const char* vertical;    ///< the value axis: "│"
+    const char* tick;        ///< at a tick of the value axis: "┤"
+    const char* horizontal;  ///< the time axis: "─"
+    const char* timeTick;    ///< at a tick of the time axis: "┬"
+    const char* corner;      ///< where the axes meet: "└"
+    /// The sign of a cell. Bit number `x * down + y` says whether the dot in column x, row y is
+    /// set.
     std::string (*cell)(unsigned dots);
   };
 

@@ -42,7 +42,7 @@ constexpr std::string_view kStyle = R"(  <style>
     .middle { text-anchor: middle; }
     .grid { stroke: var(--grid); }
     .axis { stroke: var(--axis); }
-    .curve { fill: none; stroke: var(--curve); stroke-width: 2; stroke-linejoin: round; stroke-linecap: round; }
+    .curve { fill: none; stroke: var(--curve); stroke-width: 1.5; stroke-linejoin: round; stroke-linecap: round; }
     .area { fill: url(#shade); }
     .shade { stop-color: var(--curve); }
     .last { fill: var(--curve); stroke: var(--back); stroke-width: 2; }
@@ -55,8 +55,8 @@ std::string escaped(std::string_view text) {
     std::string_view what;
     std::string_view with;
   };
-  constexpr Replacement kReplacements[] = {{"&", "&amp;"},          {"<", "&lt;"},
-                                           {">", "&gt;"},           {"\"", "&quot;"},
+  constexpr Replacement kReplacements[] = {{"&", "&amp;"},        {"<", "&lt;"},
+                                           {">", "&gt;"},         {"\"", "&quot;"},
                                            {"\xEF\xBF\xBE", "?"}, {"\xEF\xBF\xBF", "?"}};
   std::string result = printable(text);
   for (const Replacement& each : kReplacements) {
@@ -123,7 +123,8 @@ std::string head(const Plot& plot) {
 
 std::string heading(const Plot& plot) {
   constexpr std::size_t kMostTitle = 72;  // what fits; the document's title has all of it
-  const std::string title = displayWidth(plot.title) > kMostTitle ? fitted(plot.title, kMostTitle) : plot.title;
+  const std::string title =
+      displayWidth(plot.title) > kMostTitle ? fitted(plot.title, kMostTitle) : plot.title;
   return text("title", kLeft, 40, title) + text("start", kLeft, 66, summaryOf(plot)) +
          text("end", kRight, 66, plot.range);
 }

@@ -43,10 +43,9 @@ struct Frame {
 void drawPiece(PlotCanvas& canvas, const Frame& frame, std::span<const PlotPoint> piece) {
   const PlotPoint* before = &piece.front();
   for (const PlotPoint& point : piece) {
-    canvas.line(frame.x(before->seconds, canvas.dotsAcross()),
-                frame.y(before->value, canvas.dotsDown()),
-                frame.x(point.seconds, canvas.dotsAcross()),
-                frame.y(point.value, canvas.dotsDown()));
+    canvas.line(
+        frame.x(before->seconds, canvas.dotsAcross()), frame.y(before->value, canvas.dotsDown()),
+        frame.x(point.seconds, canvas.dotsAcross()), frame.y(point.value, canvas.dotsDown()));
     before = &point;
   }
 }
@@ -87,8 +86,7 @@ struct PlacedLabel {
 PlacedLabel placed(const Frame& frame, const PlotTick& tick) {
   const std::size_t axis = frame.label + 2;
   const std::size_t width = displayWidth(tick.label);
-  const std::size_t middle =
-      axis + static_cast<std::size_t>(frame.x(tick.position, frame.columns));
+  const std::size_t middle = axis + static_cast<std::size_t>(frame.x(tick.position, frame.columns));
   const std::size_t begin = middle - std::min(middle, width / 2);
   const std::size_t most = axis + frame.columns;
   return {std::min(begin, most - std::min(most, width)), tick.label};
@@ -130,9 +128,7 @@ std::string timeLabelLine(const Frame& frame) {
 
 }  // namespace
 
-std::size_t rowsOfPlot(std::size_t columns) {
-  return std::clamp<std::size_t>(columns / 6, 8, 20);
-}
+std::size_t rowsOfPlot(std::size_t columns) { return std::clamp<std::size_t>(columns / 6, 8, 20); }
 
 int mostStepsOfPlot(std::size_t rows) { return static_cast<int>((rows - 1) / 2); }
 

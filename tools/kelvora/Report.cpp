@@ -77,4 +77,6 @@ std::string Style::heading(std::string_view text) const { return wrapped("1;34",
 
 std::string Style::faint(std::string_view text) const { return wrapped("2", text); }
 
+std::string Style::curve(std::string_view text) const { return wrapped("36", text); }
+
 }  // namespace kelvora::tool

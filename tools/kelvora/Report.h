@@ -38,6 +38,7 @@ class Style {
   explicit Style(const StandardOutput& output);
   std::string heading(std::string_view text) const;
   std::string faint(std::string_view text) const;
+  std::string curve(std::string_view text) const;
 
  private:
   std::string wrapped(const char* code, std::string_view text) const;

@@ -60,6 +60,12 @@ std::string filled(std::string format, const std::string& text) {
 
 }  // namespace
 
+std::optional<std::string> rawUnit(std::uint64_t type) {
+  // By SensorType.
+  constexpr std::array<const char*, 5> kUnits{"°C", "rpm", "V", "A", "W"};
+  return type < kUnits.size() ? std::optional<std::string>(kUnits.at(type)) : std::nullopt;
+}
+
 std::string localizedText(std::string_view key, std::string_view english,
                           const KVLocalized::Texts& texts) {
   const auto text = texts.localizedStringForKey(key);

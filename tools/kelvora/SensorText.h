@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,6 +16,10 @@ namespace kelvora::tool {
 /// that is not finite, for a percentage of a fan without a range, and for a type without a unit;
 /// "-" for a value below 0, which means that there is no reading.
 std::string valueText(const Sensor& sensor, KVSettings& settings);
+
+/// The unit of raw values, whatever the settings: "°C", "rpm", "V", "A", "W"; none for a type that
+/// is not a SensorType.
+std::optional<std::string> rawUnit(std::uint64_t type);
 
 /// The text of a key in the user's language; `english` where no table has a text for it.
 std::string localizedText(std::string_view key, std::string_view english,

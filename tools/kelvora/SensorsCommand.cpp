@@ -60,15 +60,14 @@ constexpr GroupRow kUnknownGroup{0, "unknown", "group-unknown-name", "Unknown se
 struct TypeRow {
   std::uint64_t type;
   const char* name;  ///< as --type takes it
-  const char* unit;  ///< of a raw value, whatever the settings
 };
 
 constexpr TypeRow kTypes[] = {
-    {SensorTypeTemperature, "temperature", "°C"},
-    {SensorTypeFan, "fan", "rpm"},
-    {SensorTypeVoltage, "voltage", "V"},
-    {SensorTypeCurrent, "current", "A"},
-    {SensorTypePower, "power", "W"},
+    {SensorTypeTemperature, "temperature"},
+    {SensorTypeFan, "fan"},
+    {SensorTypeVoltage, "voltage"},
+    {SensorTypeCurrent, "current"},
+    {SensorTypePower, "power"},
 };
 
 const GroupRow& rowOf(std::uint64_t group) {
@@ -76,15 +75,9 @@ const GroupRow& rowOf(std::uint64_t group) {
   return row == std::end(kGroups) ? kUnknownGroup : *row;
 }
 
-// Null for a type that is not in the table.
-const TypeRow* typeRow(std::uint64_t type) {
-  const auto* row = std::ranges::find(kTypes, type, &TypeRow::type);
-  return row == std::end(kTypes) ? nullptr : row;
-}
-
 std::string typeNameOf(std::uint64_t type) {
-  const TypeRow* row = typeRow(type);
-  return row == nullptr ? "" : row->name;
+  const auto* row = std::ranges::find(kTypes, type, &TypeRow::type);
+  return row == std::end(kTypes) ? "" : row->name;
 }
 
 // Whether the options ask for a sensor: every filter that was given fits.
@@ -227,14 +220,14 @@ void writeReading(StandardOutput& output, const MachineChoice& machine, const Se
 }
 
 Json jsonSensor(const Sensor& sensor, bool isRepeated) {
-  const TypeRow* type = typeRow(sensor.type);
+  const auto unit = rawUnit(sensor.type);
   return {{"key", sensor.key},
           {"name", sensor.name},
           {"fullName", sensor.fullName},
           {"value", jsonNumber(sensor.value)},
           {"minLimitValue", jsonNumber(sensor.minLimitValue)},
           {"maxLimitValue", jsonNumber(sensor.maxLimitValue)},
-          {"unit", type == nullptr ? Json(nullptr) : Json(type->unit)},
+          {"unit", unit ? Json(*unit) : Json(nullptr)},
           {"type", sensor.type},
           {"group", sensor.group},
           {"platform", sensor.platform},
