@@ -32,15 +32,20 @@ if(KELVORA_SANITIZE)
 endif()
 
 # kelvora_export_only_the_interface(<target>): hidden visibility does not reach templates of the standard
-# library and the objects of static libraries; a version script hides those too where linkers know them.
+# library and the objects of static libraries; a list of names for the linker hides those too. The linker of
+# the cross compiler knows no such list.
 function(kelvora_export_only_the_interface target)
   if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
-    set(script ${PROJECT_SOURCE_DIR}/cmake/exports.map)
-    get_target_property(type ${target} TYPE)
-    if(type STREQUAL "SHARED_LIBRARY")
-      target_link_options(${target} PRIVATE LINKER:--version-script=${script})
-      set_target_properties(${target} PROPERTIES LINK_DEPENDS ${script})
-    endif()
+    set(names ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    set(option LINKER:--version-script=${names})
+  elseif(APPLE AND NOT KELVORA_MACOS_STUBS)
+    set(names ${PROJECT_SOURCE_DIR}/cmake/macos/exports.txt)
+    set(option LINKER:-exported_symbols_list,${names})
+  endif()
+  get_target_property(type ${target} TYPE)
+  if(option AND type STREQUAL "SHARED_LIBRARY")
+    target_link_options(${target} PRIVATE ${option})
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${names})
   endif()
 endfunction()
 

@@ -19,6 +19,7 @@ set_target_properties(KelvoraCoreFramework PROPERTIES
   MACOSX_FRAMEWORK_IDENTIFIER com.kelvora.KelvoraCore
   MACOSX_FRAMEWORK_BUNDLE_VERSION ${PROJECT_VERSION}
   MACOSX_FRAMEWORK_SHORT_VERSION_STRING ${PROJECT_VERSION})
+kelvora_export_only_the_interface(KelvoraCoreFramework)
 add_custom_command(TARGET KelvoraCoreFramework POST_BUILD
   COMMAND ${CMAKE_COMMAND} -D framework=$<TARGET_BUNDLE_DIR:KelvoraCoreFramework>
     -D project=${PROJECT_SOURCE_DIR} -P ${CMAKE_CURRENT_LIST_DIR}/FrameworkFiles.cmake VERBATIM)
