@@ -19,7 +19,7 @@ void removeEntries(platform::Files& files, const std::string& folder, const char
   const auto names = files.list(folder);
   for (const std::string& name : names.value_or(std::vector<std::string>())) {
     if (std::filesystem::path(name).extension() == extension) {
-      files.remove(folder + "/" + name);
+      files.remove((std::filesystem::path(folder) / name).string());
     }
   }
 }

@@ -23,7 +23,8 @@ PropertyListValue numberIn(const Info& info, const char* key) {
 
 void complete(const KVDataManager::Completion& completion, std::optional<KVError> error) {
   if (completion) {
-    completion(!error.has_value(), std::move(error));
+    const bool done = !error.has_value();
+    completion(done, std::move(error));
   }
 }
 

@@ -97,7 +97,8 @@ ProgramResult runProgram(const std::string& path, const std::vector<std::string>
 }
 
 ProgramResult runInTerminal(const std::string& path, const std::vector<std::string>& arguments,
-                            unsigned short columns, const Environment& environment) {
+                            unsigned short columns, const Environment& environment,
+                            const std::string& typed) {
   winsize size{};
   size.ws_row = 24;
   size.ws_col = columns;
@@ -114,6 +115,9 @@ ProgramResult runInTerminal(const std::string& path, const std::vector<std::stri
     return execute(path, arguments, environment);
   });
   close(programSide);
+  if (write(terminal, typed.data(), typed.size()) < 0) {
+    throw std::runtime_error("nothing can be typed");
+  }
   std::string text = readAll(terminal);
   close(terminal);
   std::erase(text, '\r');

@@ -63,8 +63,9 @@ ProgramResult runProgram(const std::string& path, const std::vector<std::string>
                          const Environment& environment = {});
 
 /// Runs a program with standard output on a terminal of `columns`; line ends come as "\r\n" there
-/// and are given back as "\n".
+/// and are given back as "\n". `typed` is what a person types there; the terminal shows it too.
 ProgramResult runInTerminal(const std::string& path, const std::vector<std::string>& arguments,
-                            unsigned short columns, const Environment& environment = {});
+                            unsigned short columns, const Environment& environment = {},
+                            const std::string& typed = "");
 
 }  // namespace kelvora::testing

@@ -175,6 +175,28 @@ class Answers(unittest.TestCase):
             with self.subTest(value=value):
                 self.settings_are_valid()
 
+    def test_sensors_of_the_users_own_and_a_reset(self):
+        validate(self.answer("custom"), "custom.json")
+        for key, kind in (("TCXX", "temperature"), ("VCXX", "voltage"), ("ICXX", "current"),
+                          ("PCXX", "power")):
+            validate(self.answer("custom", "add", key, "Desk", "--type", kind),
+                     "custom-sensor.json")
+        listed = self.answer("custom")
+        validate(listed, "custom.json")
+        self.assertEqual(len(listed["sensors"]), 4)
+        for place, other in changed(listed):
+            with self.subTest(place=place), self.assertRaises(jsonschema.ValidationError):
+                validate(other, "custom.json")
+        validate(self.answer("custom", "remove", "TCXX"), "custom-sensor.json")
+        self.answer("settings", "set", "menuSensors", '["TCXX"]')
+        self.answer("settings", "set", "updateFrequency", "1")
+        reset = self.answer("reset", "--yes")
+        validate(reset, "reset.json")
+        for place, other in changed(reset):
+            with self.subTest(place=place), self.assertRaises(jsonschema.ValidationError):
+                validate(other, "reset.json")
+        validate(self.answer("reset", "--yes"), "reset.json")
+
     def test_notices(self):
         bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address"],
                                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)

@@ -96,6 +96,8 @@ std::vector<Command> inventoryCommands();
 std::vector<Command> machinesCommands();
 std::vector<Command> settingsCommands();
 std::vector<Command> settingsWatchCommands();
+std::vector<Command> customCommands();
+std::vector<Command> resetCommands();
 std::vector<Command> doctorCommands();
 std::vector<Command> historyCommands();
 

@@ -7,11 +7,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/NearName.h"
+#include "tools/kelvora/Notices.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SettingText.h"
 #include "tools/kelvora/Text.h"
@@ -126,12 +126,6 @@ std::string rendered(const std::vector<Line>& lines, std::size_t terminal, const
             (line.remark.empty() ? "" : style.faint(line.remark)) + "\n";
   }
   return text;
-}
-
-// The other programs hear it from the main queue.
-void sendNotices() {
-  while (KVMainQueue::runPending() > 0) {
-  }
 }
 
 void store(const KVSetting& setting, const std::optional<PropertyListValue>& value) {

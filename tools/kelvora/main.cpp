@@ -35,6 +35,7 @@ std::vector<Command> allCommands() {
   constexpr List kLists[] = {kelvora::tool::sensorsCommands,   kelvora::tool::keysCommands,
                              kelvora::tool::inventoryCommands, kelvora::tool::machinesCommands,
                              kelvora::tool::settingsCommands,  kelvora::tool::settingsWatchCommands,
+                             kelvora::tool::customCommands,    kelvora::tool::resetCommands,
                              kelvora::tool::doctorCommands,    kelvora::tool::historyCommands};
   std::vector<Command> commands;
   for (const List list : kLists) {

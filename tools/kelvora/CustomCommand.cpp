@@ -1,0 +1,256 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "KelvoraCore/KVDataManager.h"
+#include "KelvoraCore/KVError.h"
+#include "KelvoraCore/KVExtension.h"
+#include "KelvoraCore/KVLocalized.h"
+#include "KelvoraCore/KVSettingsSnapshot.h"
+#include "KelvoraCore/KVStoreFile.h"
+#include "KelvoraCore/SensorController.h"
+
+#include "tools/kelvora/Command.h"
+#include "tools/kelvora/Notices.h"
+#include "tools/kelvora/Report.h"
+#include "tools/kelvora/Text.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+// Codes of the library's errors.
+constexpr std::int64_t kInvalidKey = 2;
+constexpr std::int64_t kDuplicate = 3;
+constexpr std::int64_t kInvalidInput = 5;
+
+constexpr std::size_t kKeyLength = 4;
+
+struct CustomType {
+  std::uint64_t type;
+  const char* name;      ///< as --type takes it
+  const char* category;  ///< the stored name of its category
+  const char* unit;
+};
+
+constexpr std::array<CustomType, 4> kCustomTypes{{
+    {SensorTypeTemperature, "temperature", "Temperature", "°C"},
+    {SensorTypeVoltage, "voltage", "Voltage", "V"},
+    {SensorTypeCurrent, "current", "Current", "A"},
+    {SensorTypePower, "power", "Power", "W"},
+}};
+
+Json jsonCustom(const KVSensor& sensor) {
+  const auto* const row = std::ranges::find(kCustomTypes, sensor.categoryType(), &CustomType::type);
+  const bool isKnown = row != kCustomTypes.end();
+  return {{"key", sensor.key()},
+          {"name", sensor.name()},
+          {"value", jsonNumber(sensor.value())},
+          {"unit", isKnown ? Json(row->unit) : Json(nullptr)},
+          {"type", isKnown ? Json(row->type) : Json(nullptr)}};
+}
+
+std::string customText(const KVSensor& sensor, KVSettings& settings) {
+  return fitted(printable(sensor.key()), kKeyLength) + "  " + fitted(printable(sensor.name()), 24) +
+         "  " + rightAligned(sensor.fullStringValue(settings), 10) + "\n";
+}
+
+// A refusal in the words of the library.
+[[noreturn]] void refuse(const std::string& word, const KVError& error, ExitStatus status) {
+  throw CommandError(status, printable(word) + ": " + error.localizedDescription());
+}
+
+[[noreturn]] void refuse(const std::string& word, std::int64_t code) {
+  KVSettingsSnapshot settings;  // a refusal stores no language
+  refuse(word, KVError::errorWithCode(code, settings), kExitUsage);
+}
+
+// An SMC has keys of four characters.
+bool isSMCKey(std::string_view key) {
+  return key.size() == kKeyLength &&
+         std::ranges::all_of(key, [](char letter) { return letter > ' ' && letter <= '~'; });
+}
+
+// Whether there is a store to look into; a command that only looks creates none.
+bool hasStore() {
+  const auto file = storeFile();
+  if (file && !file->fault.empty()) {
+    throw CommandError(kExitNothingRead, file->path + ": " + file->fault);
+  }
+  return file && file->exists;
+}
+
+std::vector<KVSensorPtr> customSensors(KVDataManager& manager) {
+  auto sensors = manager.coreDataStore().allSensors().value_or(std::vector<KVSensorPtr>());
+  std::erase_if(sensors, [](const KVSensorPtr& sensor) { return !sensor->isCustom(); });
+  return sensors;
+}
+
+// What this Mac reads for the key now; 0 where it reads nothing.
+double currentReading(const std::string& key, std::uint64_t type) {
+  return Platform::current().hasSensorHardware()
+             ? SensorController().getSensorValueByKey(key, type, SensorSourceSMC, {})
+             : 0;
+}
+
+// The categories of a new account come with its first sensors.
+void makeCategory(KVCoreDataStore& store, const CustomType& type) {
+  if (store.getCategoryWithType(static_cast<std::int64_t>(type.type)) == nullptr) {
+    if (const auto made =
+            store.createOrUpdateCategoryWithName(type.category, store.viewContext())) {
+      made->setType(static_cast<std::int16_t>(type.type));
+    }
+  }
+}
+
+void requireDone(const std::string& key, bool done, const std::optional<KVError>& error) {
+  sendNotices();
+  if (!done) {
+    constexpr std::int64_t kGeneral = 0;
+    const bool isFault = error->code == kGeneral;
+    refuse(key, *error, isFault ? kExitNothingRead : kExitUsage);
+  }
+}
+
+void report(const Options& options, const KVSensor& sensor, StandardOutput& output) {
+  if (options.json) {
+    writeJson(output, jsonCustom(sensor));
+  } else {
+    KVSettingsSnapshot settings;
+    writeText(output, customText(sensor, settings));
+  }
+}
+
+int runCustom(const Options& options, StandardOutput& output) {
+  Json list = Json::array();
+  std::string text;
+  if (hasStore()) {
+    KVDataManager manager;
+    KVSettingsSnapshot settings(manager);
+    for (const KVSensorPtr& sensor : customSensors(manager)) {
+      list.push_back(jsonCustom(*sensor));
+      text += customText(*sensor, settings);
+    }
+  }
+  if (options.json) {
+    writeJson(output, {{"sensors", list}});
+  } else {
+    writeText(output, text.empty() ? "There are no sensors of your own.\n" : text);
+  }
+  return kExitSuccess;
+}
+
+int runAdd(const Options& options, StandardOutput& output) {
+  const std::string key = options.text("KEY");
+  const std::string name = options.text("NAME");
+  const auto value = options.number("--value");
+  if (!isSMCKey(key)) {
+    refuse(key, kInvalidKey);
+  }
+  if (KVExtension::isBlank(name) || !isUTF8(name) || (value && !std::isfinite(*value))) {
+    refuse(key, kInvalidInput);
+  }
+  hasStore();
+  KVDataManager manager;
+  KVCoreDataStore& store = manager.coreDataStore();
+  if (store.getSensorByKey(key) != nullptr) {
+    refuse(key, kDuplicate);
+  }
+  const CustomType& type =
+      *std::ranges::find(kCustomTypes, options.text("--type"),
+                         [](const CustomType& row) { return std::string(row.name); });
+  makeCategory(store, type);
+  manager.addCustomSensor(
+      {{"key", key},
+       {"name", name},
+       {"category_type", static_cast<std::int64_t>(type.type)},
+       {"value", value ? *value : currentReading(key, type.type)}},
+      [&](bool done, const std::optional<KVError>& error) { requireDone(key, done, error); });
+  report(options, *store.getSensorByKey(key), output);
+  return kExitSuccess;
+}
+
+// The user's own sensor comes before one that was found under the same key.
+KVSensorPtr sensorToRemove(KVDataManager& manager, const std::string& key) {
+  KVCoreDataStore& store = manager.coreDataStore();
+  auto own =
+      store.sensorWhere(Predicate("key = %@ && isCustom = TRUE", {key}), store.viewContext());
+  return own != nullptr ? own : store.getSensorByKey(key);
+}
+
+int runRemove(const Options& options, StandardOutput& output) {
+  const std::string key = options.text("KEY");
+  if (!hasStore()) {
+    refuse(key, kInvalidKey);
+  }
+  KVDataManager manager;
+  const KVSensorPtr sensor = sensorToRemove(manager, key);
+  if (sensor == nullptr) {
+    refuse(key, kInvalidKey);
+  }
+  const Json removed = jsonCustom(*sensor);
+  const std::string name = sensor->name();
+  manager.removeCustomSensor(sensor, [&](bool done, const std::optional<KVError>& error) {
+    requireDone(key, done, error);
+  });
+  if (options.json) {
+    writeJson(output, removed);
+  } else {
+    writeText(output, "Removed " + printable(key) + " (" + printable(name) + ")\n");
+  }
+  return kExitSuccess;
+}
+
+std::vector<std::string> typeNames() {
+  std::vector<std::string> names(kCustomTypes.size());
+  std::ranges::transform(kCustomTypes, names.begin(), &CustomType::name);
+  return names;
+}
+
+}  // namespace
+
+std::vector<Command> customCommands() {
+  return {{.name = "custom",
+           .description = "List the sensors that you added, or add or remove one",
+           .example = "kelvora custom\n  kelvora custom add TCXX \"Desk\" --type temperature",
+           .machine = MachineUse::kEnvironment,
+           .run = runCustom},
+          {.parent = "custom",
+           .name = "add",
+           .description = "Add a sensor that the programs do not find by themselves",
+           .example = "kelvora custom add TCXX \"Desk\" --type temperature\n"
+                      "  kelvora custom add PCXX \"Lamp\" --type power --value 12.5",
+           .machine = MachineUse::kEnvironment,
+           .arguments = {{.name = "KEY",
+                          .description = "Its SMC key: four characters",
+                          .need = Argument::Need::kRequired},
+                         {.name = "NAME",
+                          .description = "What it is called",
+                          .need = Argument::Need::kRequired},
+                         {.name = "--type",
+                          .description = "What it measures",
+                          .need = Argument::Need::kRequired,
+                          .choices = typeNames()},
+                         {.name = "--value",
+                          .kind = Argument::Kind::kNumber,
+                          .description = "Its first value in °C, V, A or W; without it, what this "
+                                         "Mac reads now, or 0"}},
+           .run = runAdd},
+          {.parent = "custom",
+           .name = "remove",
+           .description = "Remove a sensor that you added, with its history",
+           .example = "kelvora custom remove TCXX",
+           .machine = MachineUse::kEnvironment,
+           .arguments = {{.name = "KEY",
+                          .description = "Its key, as 'kelvora custom' lists it",
+                          .need = Argument::Need::kRequired}},
+           .run = runRemove}};
+}
+
+}  // namespace kelvora::tool
