@@ -76,6 +76,17 @@ TEST_F(KelvoraCustom, AnAddedOneIsListedWithItsValueInTheUsersUnit) {
                                      "type": 0}])"));
 }
 
+TEST_F(KelvoraCustom, LookingLeavesTheStoreAsItIs) {
+  add("TCXX", "temperature");
+  const std::string name = "data/group.com.kelvora/Database.sqlite";
+  const std::string before = folder_.read(name);
+  const auto written = std::filesystem::last_write_time(folder_.path(name));
+  EXPECT_EQ(list().size(), 1U);
+  EXPECT_EQ(folder_.read(name), before);
+  EXPECT_EQ(std::filesystem::last_write_time(folder_.path(name)), written);
+  EXPECT_FALSE(std::filesystem::exists(folder_.path(name + "-wal")));
+}
+
 TEST_F(KelvoraCustom, EachTypeHasItsUnitAndCategory) {
   EXPECT_EQ(json::parse(add("VCXX", "voltage", {"--json"}).standardOutput)["unit"], "V");
   EXPECT_EQ(json::parse(add("ICXX", "current", {"--json"}).standardOutput)["unit"], "A");

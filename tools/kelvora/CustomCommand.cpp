@@ -86,8 +86,8 @@ bool hasStore() {
   return file && file->exists;
 }
 
-std::vector<KVSensorPtr> customSensors(KVDataManager& manager) {
-  auto sensors = manager.coreDataStore().allSensors().value_or(std::vector<KVSensorPtr>());
+std::vector<KVSensorPtr> customSensors(KVCoreDataStore& store) {
+  auto sensors = store.allSensors().value_or(std::vector<KVSensorPtr>());
   std::erase_if(sensors, [](const KVSensorPtr& sensor) { return !sensor->isCustom(); });
   return sensors;
 }
@@ -131,9 +131,10 @@ int runCustom(const Options& options, StandardOutput& output) {
   Json list = Json::array();
   std::string text;
   if (hasStore()) {
-    KVDataManager manager;
-    KVSettingsSnapshot settings(manager);
-    for (const KVSensorPtr& sensor : customSensors(manager)) {
+    constexpr double kKeepValues = -1;
+    KVCoreDataStore store(kKeepValues, Platform::current(), {.isReadOnly = true});
+    KVSettingsSnapshot settings;
+    for (const KVSensorPtr& sensor : customSensors(store)) {
       list.push_back(jsonCustom(*sensor));
       text += customText(*sensor, settings);
     }
