@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "KelvoraCore/KVCoreDataStore.h"
+#include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/Platform.h"
 
 #include "tests/support/TemporaryFolder.h"

@@ -163,7 +163,7 @@ TEST_F(KelvoraHistory, FansMayBeInPerCent) {
   }
 }
 
-TEST_F(KelvoraHistory, AnAxisInFineStepsOfPerCentHasEachOnce) {
+TEST_F(KelvoraHistory, AFanWithoutAnUpperLimitHasNoPerCent) {
   record("F0Ac", "Fan 1", kFan, kHour, {{60, 29}, {50, 29}});
   KVCoreDataStore store(-1, *platform_);
   store.getSensorByKey("F0Ac")->setMaxValue(0);
@@ -171,6 +171,32 @@ TEST_F(KelvoraHistory, AnAxisInFineStepsOfPerCentHasEachOnce) {
   set("fanValueType", "1");
   EXPECT_THAT(text({"F0Ac", "--range", "hour"}), HasSubstr("No readings"))
       << "a fraction of no limit";
+}
+
+TEST_F(KelvoraHistory, TheValueAxisIsAroundTheReadingsWhereTheSensorHasNoRange) {
+  record("VC0C", "CPU Core", kVoltage, kHour, {{60, 11.5}, {50, 12.5}});
+  const auto setLimits = [this](double least, double most) {
+    KVCoreDataStore store(-1, *platform_);
+    store.getSensorByKey("VC0C")->setMinValue(least);
+    store.getSensorByKey("VC0C")->setMaxValue(most);
+    ASSERT_EQ(store.viewContext()->save(), std::nullopt);
+  };
+  setLimits(0, 0);
+  EXPECT_THAT(text({"VC0C", "--range", "hour"}),
+              AllOf(HasSubstr("12.60V ┤"), HasSubstr("11.40V ┤")));
+  setLimits(100, -100);
+  EXPECT_THAT(text({"VC0C", "--range", "hour"}), HasSubstr("11.40V ┤"));
+  setLimits(-50, 20);
+  EXPECT_THAT(text({"VC0C", "--range", "hour"}),
+              AllOf(HasSubstr("20.00V ┤"), HasSubstr(" 0.00V ┤"), Not(HasSubstr("- ┤"))))
+      << "a label below 0 would be a dash";
+}
+
+TEST_F(KelvoraHistory, ASettingThatIsNoRangeCountsAsAWeek) {
+  record("TC0P", "CPU", kTemperature, kWeek, {{60, 33}});
+  KVSettings(*platform_).setGraphTimeRange(7);
+  EXPECT_EQ(report({"TC0P"})["range"], "week");
+  EXPECT_EQ(report({"TC0P"})["last"], 33);
 }
 
 TEST_F(KelvoraHistory, TextsAreInTheLanguageOfTheUser) {
@@ -216,6 +242,18 @@ TEST_F(KelvoraHistory, JSONHasRawValuesAndTimes) {
   EXPECT_EQ(found["points"][1]["time"], expected);
   EXPECT_LT(found["from"], found["points"][0]["time"]);
   EXPECT_GT(found["until"], found["points"][2]["time"]);
+}
+
+TEST_F(KelvoraHistory, TimesHaveTheHourOfTheWholeDay) {
+  std::vector<RecordedPoint> points;
+  for (int hour = 23; hour >= 0; --hour) {
+    points.push_back({hour * 3600.0 + 1, 45});
+  }
+  record("TC0P", "CPU", kTemperature, kDay, points);
+  const std::string csv = text({"TC0P", "--range", "day", "--csv"});
+  for (int hour = 0; hour < 24; ++hour) {
+    EXPECT_THAT(csv, ContainsRegex((hour < 10 ? "T0" : "T") + std::to_string(hour) + ":"));
+  }
 }
 
 TEST_F(KelvoraHistory, CSVHasALineForEachPoint) {
@@ -275,7 +313,7 @@ TEST_F(KelvoraHistory, ASensorWithoutPointsHasAnEmptyPlot) {
   EXPECT_EQ(text({"TC0P", "--csv"}), "time,value (°C)\n");
   const std::string svg = text({"TC0P", "--svg", "-"});
   EXPECT_THAT(svg, HasSubstr(">No readings in this time</text>"));
-  EXPECT_THAT(svg, Not(HasSubstr("class=\"curve\"")));
+  EXPECT_THAT(svg, Not(HasSubstr("class=\"curve")));
   EXPECT_THAT(svg, HasSubstr(">100°C</text>")) << "the sensor's range";
 }
 
@@ -284,7 +322,7 @@ TEST_F(KelvoraHistory, ASinglePointAndEqualPointsAreDrawn) {
   const std::string one = text({"VC0C", "--range", "hour"});
   EXPECT_THAT(one, HasSubstr("Minimum 150.00V   Maximum 150.00V   Last 150.00V"));
   EXPECT_THAT(one, ContainsRegex("[⠁⠂⠄⡀⠈⠐⠠⢀]"));
-  EXPECT_THAT(text({"VC0C", "--range", "hour", "--svg", "-"}), HasSubstr("class=\"curve\""));
+  EXPECT_THAT(text({"VC0C", "--range", "hour", "--svg", "-"}), HasSubstr("class=\"curve"));
   record("VC0C", "CPU Core", kVoltage, kHour, {{1799, 150}, {1798, 150}});
   EXPECT_THAT(text({"VC0C", "--range", "hour"}), HasSubstr("Minimum 150.00V   Maximum 150.00V"));
 }
@@ -307,8 +345,8 @@ TEST_F(KelvoraHistory, WhatIsNoReadingIsAGapAndNoExtreme) {
   EXPECT_EQ(found["points"][3]["value"], nullptr);
   const std::string svg = text({"TC0P", "--range", "hour", "--svg", "-"});
   std::size_t curves = 0;
-  for (std::size_t at = svg.find("class=\"curve\""); at != std::string::npos;
-       at = svg.find("class=\"curve\"", at + 1)) {
+  for (std::size_t at = svg.find("class=\"curve"); at != std::string::npos;
+       at = svg.find("class=\"curve", at + 1)) {
     ++curves;
   }
   EXPECT_EQ(curves, 2U);
@@ -319,7 +357,7 @@ TEST_F(KelvoraHistory, APauseOfTheRecordingIsAGap) {
   const auto curves = [this](const std::string& key) {
     const std::string svg = text({key, "--range", "hour", "--svg", "-"});
     std::ptrdiff_t count = -1;
-    for (std::size_t at = 0; at != std::string::npos; at = svg.find("class=\"curve\"", at + 1)) {
+    for (std::size_t at = 0; at != std::string::npos; at = svg.find("class=\"curve", at + 1)) {
       ++count;
     }
     return count;
@@ -331,6 +369,15 @@ TEST_F(KelvoraHistory, APauseOfTheRecordingIsAGap) {
   record("C", "C", kTemperature, kHour,
          {{600, 40}, {500, 40}, {400, 40}, {300, 40}, {200, 40}, {100, 40}});
   EXPECT_EQ(curves("C"), 1) << "a recording in longer steps";
+  const auto curvesOf = [&](std::int16_t series, const std::string& key, double pause) {
+    record(key, key, kTemperature, series, {{pause + 10, 40}, {10, 40}});
+    const std::string svg = text({key, "--range", series == kDay ? "day" : "week", "--svg", "-"});
+    return svg.find("class=\"curve\"") != std::string::npos ? 1 : 2;
+  };
+  EXPECT_EQ(curvesOf(kDay, "D", 179), 1);
+  EXPECT_EQ(curvesOf(kDay, "E", 181), 2);
+  EXPECT_EQ(curvesOf(kWeek, "F", 1799), 1);
+  EXPECT_EQ(curvesOf(kWeek, "G", 1801), 2);
 }
 
 TEST_F(KelvoraHistory, ASensorIsFoundByItsNameInAnyCase) {
@@ -338,6 +385,12 @@ TEST_F(KelvoraHistory, ASensorIsFoundByItsNameInAnyCase) {
   record("Tm0P", "Größe", kTemperature, kHour, {{60, 46}});
   EXPECT_EQ(report({"cpu proximity"})["sensor"]["key"], "TC0P");
   EXPECT_EQ(report({"GRÖSSE"})["sensor"]["key"], "Tm0P");
+  {
+    KVCoreDataStore store(-1, *platform_);
+    store.getSensorByKey("Tm0P")->setFullName("Memory Bank 1");
+    ASSERT_EQ(store.viewContext()->save(), std::nullopt);
+  }
+  EXPECT_EQ(report({"memory bank 1"})["sensor"]["key"], "Tm0P");
   expectRefusal({"CPU Proximty"}, 2,
                 "no stored sensor has this key or name; did you mean CPU Proximity?");
   expectRefusal({"TC0p"}, 2, "did you mean TC0P?");
@@ -449,6 +502,9 @@ TEST_F(KelvoraHistory, APictureThatCannotBeWrittenIsAnError) {
        KELVORA_PROGRAM, home_.path("a.svg")});
   EXPECT_THAT(result.standardOutput, HasSubstr("a.svg: could not be written: File too large"));
   EXPECT_EQ(home_.read("a.svg"), "old");
+  for (const auto& entry : fs::directory_iterator(home_.path())) {
+    EXPECT_THAT(entry.path().string(), Not(EndsWith(".new")));
+  }
 }
 
 TEST_F(KelvoraHistory, AReportThatCannotBeWrittenIsAnError) {

@@ -121,6 +121,14 @@ class Picture(unittest.TestCase):
         self.check_two_levels(self.screenshot(), LIGHT)
         self.check_two_levels(self.screenshot("--force-dark-mode"), DARK)
 
+    def test_a_browser_shows_a_single_reading(self):
+        self.write([(self.now - 64800, 60), (self.now - 60, 40)])
+        self.svg()
+        row = self.screenshot()[round(360 - 0.6 * 264)]
+        found = [x for x in range(90, 820) if is_near(row[x], CURVE[LIGHT])]
+        self.assertTrue(found)
+        self.assertLess(max(abs(x - (84 + 0.25 * 740)) for x in found), 4)
+
     def test_it_is_xml_with_title_summary_and_labels(self):
         self.write_two_levels()
         root = ElementTree.fromstring(self.svg())

@@ -128,11 +128,7 @@ std::vector<PlotPoint> plotPoints(const SensorHistory& history) {
 Plot plotOfHistory(const SensorHistory& history, int mostSteps, KVSettings& settings,
                    const KVLocalized::Texts& texts) {
   const RangeRow& range = rowOf(history.timeRange);
-  // The text of a fan's percentage is cut, not rounded: 0.29 must not become "28%".
-  constexpr double kAboveRounding = 1 + 1e-9;
-  const auto label = [&](double value) {
-    return valueText(history, value * kAboveRounding, settings);
-  };
+  const auto label = [&](double value) { return valueText(history, value, settings); };
   return {.title = history.label,
           .range = localizedText(range.key, range.english, texts),
           .summary = summaryOf(history, settings, texts),

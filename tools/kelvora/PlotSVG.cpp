@@ -43,6 +43,7 @@ constexpr std::string_view kStyle = R"(  <style>
     .grid { stroke: var(--grid); }
     .axis { stroke: var(--axis); }
     .curve { fill: none; stroke: var(--curve); stroke-width: 1.5; stroke-linejoin: round; stroke-linecap: round; }
+    .dot { stroke-width: 4; }
     .area { fill: url(#shade); }
     .shade { stop-color: var(--curve); }
     .last { fill: var(--curve); stroke: var(--back); stroke-width: 2; }
@@ -149,10 +150,18 @@ std::string timeAxisOf(const Plot& plot) {
   return result;
 }
 
-// A piece of one point is a line without length, which its round ends make visible.
+// A single reading is a line without length, which round ends make a dot.
+std::string dotOf(const Plot& plot, const PlotPoint& point) {
+  const std::string place = placeOf(plot, point);
+  return "  <path class=\"curve dot\" d=\"M" + place + "L" + place + "\"/>\n";
+}
+
 std::string curveOf(const Plot& plot, std::span<const PlotPoint> piece) {
+  if (piece.size() == 1) {
+    return dotOf(plot, piece.front());
+  }
   std::string way = "M" + placeOf(plot, piece.front());
-  for (const PlotPoint& point : piece.size() == 1 ? piece : piece.subspan(1)) {
+  for (const PlotPoint& point : piece.subspan(1)) {
     way += "L" + placeOf(plot, point);
   }
   const std::string down = number(xOf(plot, piece.back().seconds)) + " " + number(kBottom) + "L" +
