@@ -28,6 +28,8 @@ class KELVORA_EXPORT StandardOutput {
   void discardMessages(bool discard);
   /// Whether a person's terminal shows the output.
   bool isTerminal() const;
+  /// Whether a person types the standard input, so that the program may ask something.
+  static bool isInputTerminal();
   /// Width of the terminal in columns, e.g. 80; 0 when it is not a terminal or has no width.
   int columns() const;
 

@@ -69,6 +69,8 @@ void StandardOutput::discardMessages(bool discard) {
 
 bool StandardOutput::isTerminal() const { return isatty(descriptor_) == 1; }
 
+bool StandardOutput::isInputTerminal() { return isatty(STDIN_FILENO) == 1; }
+
 int StandardOutput::columns() const {
   winsize size{};
   return isTerminal() && ioctl(descriptor_, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;

@@ -133,7 +133,10 @@ TEST_F(ClearData, IgnoresWhatCannotBeListedOrRemoved) {
   files.onRemove = nullptr;
   manager->clearData();
   EXPECT_THAT(entries(), ElementsAre("Database.sqlite"));
-  files.onList = nullptr;
+  files.onList = [](const std::string& path) -> std::optional<std::vector<std::string>> {
+    ADD_FAILURE() << "listed: " << path;
+    return std::nullopt;
+  };
   files.onGroupContainer = [](const std::string&) { return std::nullopt; };
   manager->clearData();
   EXPECT_THAT(entries(), ElementsAre("Database.sqlite"));

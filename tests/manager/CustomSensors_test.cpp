@@ -1,5 +1,6 @@
 #include <limits>
 
+#include "tests/engine/StatementHook.h"
 #include "tests/manager/DataManagerFixture.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/ForwardingMainBundle.h"
@@ -376,6 +377,24 @@ TEST_F(CustomSensors, WithoutAModelNothingSucceeds) {
   KVDataManager bare(*platform);
   expectFailed(addTo(bare, infoOf("TCXX")), 0);
   expectFailed(removeFrom(bare, added("TCYY")), 0);
+}
+
+TEST_F(CustomSensors, OneThatAnotherProgramSavesMeanwhileStaysAndTakesTheValue) {
+  testing::StatementHook hook;
+  KVDataManager late(*platform);
+  const auto other = otherStore();
+  const auto twin = other->createSensorWithCustomInfo({{"key", "TWIN"}, {"name", "First"}});
+  other->getCategoryWithType(0)->addToSensors(twin);
+  late.coreDataStore().viewContext();
+  hook.once("BEGIN IMMEDIATE", [&] { other->saveViewContext(); });
+  expectDone(addTo(late, infoOf("TWIN", 33)));
+  EXPECT_FALSE(hook.isWaiting());
+  const auto fresh = otherStore();
+  EXPECT_EQ(fresh->allSensors()->size(), 1U);
+  const KVSensorPtr stored = fresh->getSensorByKey("TWIN");
+  EXPECT_EQ(stored->name(), "First");
+  EXPECT_EQ(stored->value(), 33);
+  EXPECT_EQ(stored->maxValue(), 110);
 }
 
 // Settings and store in files, as programs of one user have them.

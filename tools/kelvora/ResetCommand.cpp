@@ -8,7 +8,6 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 
 #include "KelvoraCore/KVDataManager.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
@@ -68,7 +67,7 @@ Names without(const Names& names, const Names& others) {
 
 // On standard error, for standard output may be a file.
 void requireConfirmation() {
-  if (isatty(STDIN_FILENO) == 0) {
+  if (!StandardOutput::isInputTerminal()) {
     throw CommandError(kExitUsage, "reset clears stored data: give --yes, or answer in a terminal");
   }
   std::fputs("Clear the stored sensors, their history, the fan sets and three settings? [y/N] ",
