@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -8,6 +10,12 @@
 #include "KelvoraCore/PropertyListValue.h"
 
 namespace kelvora::platform {
+
+/// Why a value is written.
+enum class SuiteWrite : std::uint8_t {
+  kChoice,   ///< somebody chose it: waits for other programs, and replaces a damaged suite
+  kDefault,  ///< a default is kept: gives up soon, and leaves a damaged suite as it is
+};
 
 /// A named suite of settings that several programs share. Nothing waits in memory: a read returns
 /// what any program last wrote, and a write is on disk when it returns. Any thread.
@@ -29,11 +37,27 @@ class UserDefaultsSuite {
   /// Removes a key; otherwise as `setObject`. True also when the key was absent.
   virtual bool removeObject(std::string_view key) = 0;
 
-  /// Stores a value only if the key is still absent at the moment of writing, and returns what the
-  /// key then holds: `value`, or what another program stored first. Returns none and stores nothing
-  /// when the suite cannot be read or written, and when it is damaged.
-  virtual std::optional<PropertyListValue> setObjectIfAbsent(std::string_view key,
-                                                             PropertyListValue value) = 0;
+  /// What to store in place of the value that a key holds; none leaves the key as it is. The
+  /// argument is none when the key is absent. Must not use the suite.
+  using Change =
+      std::function<std::optional<PropertyListValue>(const std::optional<PropertyListValue>& held)>;
+
+  /// Reads a value, changes it and brings it to disk in one step: no program of this library writes
+  /// the suite meanwhile. Returns what the key then holds, none when it is still absent. Returns
+  /// none and stores nothing when the suite cannot be read or written, or is damaged and `reason`
+  /// is kDefault; `change` may have been called by then. Logs as `setObject`.
+  virtual std::optional<PropertyListValue> changeObject(std::string_view key, const Change& change,
+                                                        SuiteWrite reason) = 0;
+
+  /// Stores a default only if the key is still absent at the moment of writing, and returns what
+  /// the key then holds: `value`, or what another program stored first. Otherwise as
+  /// `changeObject`.
+  std::optional<PropertyListValue> setObjectIfAbsent(std::string_view key,
+                                                     const PropertyListValue& value) {
+    return changeObject(
+        key, [&](const auto& held) { return held ? std::nullopt : std::optional(value); },
+        SuiteWrite::kDefault);
+  }
 };
 
 /// The file of a suite at one moment.

@@ -94,10 +94,39 @@ bool KVSettings::setValue(const KVSetting& setting, std::optional<PropertyListVa
   }
   const bool written =
       value ? suite_->setObject(setting.key, *value) : suite_->removeObject(setting.key);
-  if (written && !setting.notification.empty()) {
+  return written && announced(setting, value);
+}
+
+bool KVSettings::announced(const KVSetting& setting,
+                           const std::optional<PropertyListValue>& value) {
+  if (!setting.notification.empty()) {
     announce(setting, value);
   }
-  return written;
+  return true;
+}
+
+bool KVSettings::changeValue(const KVSetting& setting, const Change& change) {
+  std::optional<PropertyListValue> next;
+  const auto held = suite_->changeObject(
+      setting.key,
+      [&](const std::optional<PropertyListValue>& found) {
+        next = change(found ? asSettingType(setting.type, *found) : std::nullopt);
+        return next;
+      },
+      platform::SuiteWrite::kChoice);
+  return next && held && announced(setting, next);
+}
+
+bool KVSettings::announceDefault(const KVSetting& setting, const PropertyListValue& value) {
+  bool isAbsent = false;
+  const auto held = suite_->changeObject(
+      setting.key,
+      [&](const std::optional<PropertyListValue>& found) {
+        isAbsent = !found;
+        return isAbsent ? std::optional(value) : std::nullopt;
+      },
+      platform::SuiteWrite::kDefault);
+  return isAbsent && held && announced(setting, value);
 }
 
 void KVSettings::announce(const KVSetting& setting, const std::optional<PropertyListValue>& value) {

@@ -29,10 +29,17 @@ bool SnapshotSuite::removeObject(std::string_view key) {
   return true;
 }
 
-std::optional<PropertyListValue> SnapshotSuite::setObjectIfAbsent(std::string_view key,
-                                                                  PropertyListValue value) {
+std::optional<PropertyListValue> SnapshotSuite::changeObject(std::string_view key,
+                                                             const Change& change,
+                                                             platform::SuiteWrite) {
   const std::lock_guard lock(mutex_);
-  return values_.try_emplace(std::string(key), std::move(value)).first->second;
+  const auto found = values_.find(std::string(key));
+  const auto held = found == values_.end() ? std::nullopt : std::optional(found->second);
+  const auto value = change(held);
+  if (value) {
+    values_.insert_or_assign(std::string(key), *value);
+  }
+  return value ? value : held;
 }
 
 }  // namespace kelvora

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -138,6 +139,18 @@ class KELVORA_EXPORT KVSettings {
   /// Broadcasts a stored value (none: a removed key) as the setting's row says.
   virtual void announce(const KVSetting& setting, const std::optional<PropertyListValue>& value);
 
+  /// What to store in place of a setting's value, which is none when there is no value of the row's
+  /// type; none stores nothing. Must not use the settings.
+  using Change =
+      std::function<std::optional<PropertyListValue>(const std::optional<PropertyListValue>&)>;
+
+  /// Reads a stored value, changes it and stores it in one step: no program of this library writes
+  /// the suite meanwhile. Otherwise as `setValue`. Returns whether a value was stored.
+  bool changeValue(const KVSetting& setting, const Change& change);
+
+  /// Stores and broadcasts a default if the key is still absent. Returns whether it was stored.
+  bool announceDefault(const KVSetting& setting, const PropertyListValue& value);
+
   /// The platform given to the constructor.
   Platform& platform() const { return platform_; }
 
@@ -146,6 +159,7 @@ class KELVORA_EXPORT KVSettings {
 
   std::optional<PropertyListValue> stored(const KVSetting& setting);
   PropertyListValue storeDefault(const KVSetting& setting, PropertyListValue fallback);
+  bool announced(const KVSetting& setting, const std::optional<PropertyListValue>& value);
   bool boolean(KVSettingID id);
   std::int64_t integer(KVSettingID id);
   std::optional<std::string> text(KVSettingID id);

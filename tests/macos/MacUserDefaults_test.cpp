@@ -134,6 +134,31 @@ TEST_F(MacUserDefaultsTest, ADefaultIsStoredOnlyWhereTheKeyIsAbsent) {
   EXPECT_EQ(Preferences::shared().onDisk(kSuite).at("key"), PropertyListValue("chosen"));
 }
 
+TEST_F(MacUserDefaultsTest, AChangeStartsFromWhatAnotherProgramStored) {
+  ASSERT_TRUE(suite->setObject("key", 1));
+  Preferences::shared().setByOther(kSuite, "key", 5);
+  const auto next = [](const std::optional<PropertyListValue>& held) {
+    return std::optional<PropertyListValue>(held.value().integerValue() + 1);
+  };
+  EXPECT_EQ(suite->changeObject("key", next, platform::SuiteWrite::kChoice), PropertyListValue(6));
+  EXPECT_EQ(Preferences::shared().onDisk(kSuite).at("key"), PropertyListValue(6));
+  const auto leave = [](const auto&) { return std::optional<PropertyListValue>(); };
+  EXPECT_EQ(suite->changeObject("key", leave, platform::SuiteWrite::kChoice), PropertyListValue(6));
+}
+
+TEST_F(MacUserDefaultsTest, AChangeInASuiteThatCannotBeReadIsReportedAndNotMade) {
+  ledger.failCallsFrom("CFPreferencesAppSynchronize");
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(suite->changeObject(
+                "key", [](const auto&) { return std::optional<PropertyListValue>(1); },
+                platform::SuiteWrite::kChoice),
+            std::nullopt);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "Settings: group.com.kelvora: cannot write key\n");
+  ledger.failNothing();
+  EXPECT_EQ(suite->object("key"), std::nullopt);
+}
+
 TEST_F(MacUserDefaultsTest, ADefaultIsStoredWhileTheLockIsHeld) {
   bool wasHeld = false;
   Preferences::shared().onSynchronize = [&] {

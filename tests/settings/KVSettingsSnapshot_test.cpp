@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "settings/SnapshotSuite.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/RecordedNotices.h"
 #include "tests/support/TestMac.h"
@@ -53,6 +54,19 @@ TEST_F(Snapshot, KeepsWhatIsSetToItselfAndAnnouncesNothing) {
   EXPECT_FALSE(snapshot.isStored(settingOf(KVSettingID::kMainSensor)));
   EXPECT_EQ(suite_->objects(), (PropertyListValue::Dictionary{{"KVMainSensor", "TC0P"}}));
   EXPECT_TRUE(notices.take().empty());
+}
+
+TEST_F(Snapshot, ChangesAValueInItself) {
+  SnapshotSuite suite({{"a", 1}});
+  const auto next = [](const std::optional<PropertyListValue>& held) {
+    return std::optional<PropertyListValue>(held ? held->integerValue() + 1 : 0);
+  };
+  const auto leave = [](const auto&) { return std::optional<PropertyListValue>(); };
+  EXPECT_EQ(suite.changeObject("a", next, platform::SuiteWrite::kChoice), PropertyListValue(2));
+  EXPECT_EQ(suite.changeObject("b", leave, platform::SuiteWrite::kChoice), std::nullopt);
+  EXPECT_EQ(suite.changeObject("b", next, platform::SuiteWrite::kChoice), PropertyListValue(0));
+  EXPECT_EQ(suite.changeObject("b", leave, platform::SuiteWrite::kDefault), PropertyListValue(0));
+  EXPECT_EQ(suite.objects(), (PropertyListValue::Dictionary{{"a", 2}, {"b", 0}}));
 }
 
 TEST_F(Snapshot, CanBeMadeFromASnapshot) {

@@ -154,9 +154,9 @@ class RacingSuite : public platform::UserDefaultsSuite {
     return behind_->setObject(key, std::move(value));
   }
   bool removeObject(std::string_view key) override { return behind_->removeObject(key); }
-  std::optional<PropertyListValue> setObjectIfAbsent(std::string_view key,
-                                                     PropertyListValue value) override {
-    return behind_->setObjectIfAbsent(key, std::move(value));
+  std::optional<PropertyListValue> changeObject(std::string_view key, const Change& change,
+                                                platform::SuiteWrite reason) override {
+    return behind_->changeObject(key, change, reason);
   }
 
  private:

@@ -17,9 +17,16 @@ struct MemoryUserDefaults::Domain {
     return found->second;
   }
 
-  PropertyListValue addIfAbsent(std::string_view key, PropertyListValue value) {
+  std::optional<PropertyListValue> change(std::string_view key,
+                                          const UserDefaultsSuite::Change& change) {
     const std::lock_guard lock(mutex);
-    return values.try_emplace(std::string(key), std::move(value)).first->second;
+    const auto found = values.find(std::string(key));
+    const auto held = found == values.end() ? std::nullopt : std::optional(found->second);
+    const auto value = change(held);
+    if (value) {
+      values.insert_or_assign(std::string(key), *value);
+    }
+    return value ? value : held;
   }
 
   PropertyListValue::Dictionary all() {
@@ -55,9 +62,9 @@ class Suite : public UserDefaultsSuite {
     domain_->set(key, std::nullopt);
     return true;
   }
-  std::optional<PropertyListValue> setObjectIfAbsent(std::string_view key,
-                                                     PropertyListValue value) override {
-    return domain_->addIfAbsent(key, std::move(value));
+  std::optional<PropertyListValue> changeObject(std::string_view key, const Change& change,
+                                                SuiteWrite) override {
+    return domain_->change(key, change);
   }
 
  private:

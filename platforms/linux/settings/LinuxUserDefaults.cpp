@@ -67,10 +67,11 @@ bool LinuxUserDefaultsSuite::removeObject(std::string_view key) {
   return file_.write(key, std::nullopt);
 }
 
-std::optional<PropertyListValue> LinuxUserDefaultsSuite::setObjectIfAbsent(
-    std::string_view key, PropertyListValue value) {
+std::optional<PropertyListValue> LinuxUserDefaultsSuite::changeObject(std::string_view key,
+                                                                      const Change& change,
+                                                                      SuiteWrite reason) {
   const std::lock_guard lock(mutex_);
-  return file_.writeIfAbsent(key, value);
+  return file_.change(key, change, reason);
 }
 
 LinuxUserDefaults::LinuxUserDefaults(std::string folder,

@@ -21,8 +21,8 @@ class LinuxUserDefaultsSuite : public UserDefaultsSuite {
   PropertyListValue::Dictionary objects() override;
   bool setObject(std::string_view key, PropertyListValue value) override;
   bool removeObject(std::string_view key) override;
-  std::optional<PropertyListValue> setObjectIfAbsent(std::string_view key,
-                                                     PropertyListValue value) override;
+  std::optional<PropertyListValue> changeObject(std::string_view key, const Change& change,
+                                                SuiteWrite reason) override;
 
  private:
   std::mutex mutex_;

@@ -165,22 +165,35 @@ bool SettingsFile::write(std::string_view key, const std::optional<PropertyListV
   return lock.isOpen() && store(key, value);
 }
 
-std::optional<PropertyListValue> SettingsFile::writeIfAbsent(std::string_view key,
-                                                             const PropertyListValue& value) {
+std::chrono::milliseconds SettingsFile::waitFor(SuiteWrite reason) const {
+  if (reason == SuiteWrite::kChoice) {
+    return kWaitOfWrite;
+  }
+  return writeFailure_.empty() ? kWaitOfDefault : std::chrono::milliseconds(0);
+}
+
+std::optional<PropertyListValue> SettingsFile::change(std::string_view key,
+                                                      const UserDefaultsSuite::Change& change,
+                                                      SuiteWrite reason) {
+  const auto isLeftAlone = [&] {
+    return reason == SuiteWrite::kDefault &&
+           (state_ == SettingsState::kDamaged || state_ == SettingsState::kUnreadable);
+  };
   contents();
-  if (state_ == SettingsState::kDamaged || state_ == SettingsState::kUnreadable) {
+  if (isLeftAlone()) {
     return std::nullopt;
   }
-  const FileDescriptor lock =
-      beginWriting(writeFailure_.empty() ? kWaitOfDefault : std::chrono::milliseconds(0));
-  if (!lock.isOpen() || state_ == SettingsState::kDamaged) {
+  const FileDescriptor lock = beginWriting(waitFor(reason));
+  if (!lock.isOpen() || isLeftAlone()) {
     return std::nullopt;
   }
   const auto found = contents_.find(std::string(key));
-  if (found != contents_.end()) {
-    return found->second;
+  const auto held = found == contents_.end() ? std::nullopt : std::optional(found->second);
+  const auto value = change(held);
+  if (!value) {
+    return held;
   }
-  return store(key, value) ? std::optional(value) : std::nullopt;
+  return store(key, value) ? value : std::nullopt;
 }
 
 }  // namespace kelvora::platform

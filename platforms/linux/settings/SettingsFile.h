@@ -11,6 +11,7 @@
 
 #include "platforms/linux/settings/SettingsReading.h"
 #include "platforms/posix/FileDescriptor.h"
+#include "ports/UserDefaults.h"
 
 namespace kelvora::platform {
 
@@ -50,11 +51,13 @@ class SettingsFile {
   /// returns false, logs it (the same reason once until a write succeeds) and stores nothing.
   bool write(std::string_view key, const std::optional<PropertyListValue>& value);
 
-  /// Stores a setting if the file has none under the key, and returns what it then has. Returns
-  /// none and stores nothing when the file is unreadable or damaged, or cannot be written. Waits up
-  /// to 0.2 s for another program's lock, and not at all after a write that failed.
-  std::optional<PropertyListValue> writeIfAbsent(std::string_view key,
-                                                 const PropertyListValue& value);
+  /// Stores what `change` makes of a setting while no other program writes, and returns what the
+  /// file then has. Returns none and stores nothing when the file is unreadable or cannot be
+  /// written. A choice waits for another program's lock as `write` does. A default waits up to 0.2
+  /// s, and not at all after a write that failed; it leaves a damaged file as it is.
+  std::optional<PropertyListValue> change(std::string_view key,
+                                          const UserDefaultsSuite::Change& change,
+                                          SuiteWrite reason);
 
  private:
   bool isCurrent(const struct stat& facts) const;
@@ -63,6 +66,7 @@ class SettingsFile {
   bool store(std::string_view key, const std::optional<PropertyListValue>& value);
   bool replace(const Values& values);
   bool keepAside();
+  std::chrono::milliseconds waitFor(SuiteWrite reason) const;
   bool fail(const std::string& why);
 
   std::string path_;

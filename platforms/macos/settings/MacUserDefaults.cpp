@@ -15,6 +15,7 @@ namespace kelvora::platform {
 namespace {
 
 constexpr std::chrono::milliseconds kLockWait{200};
+constexpr std::chrono::milliseconds kWaitOfChange{5000};
 
 }  // namespace
 
@@ -49,7 +50,7 @@ bool MacUserDefaultsSuite::setObject(std::string_view key, PropertyListValue val
   if (!keyText || !object || !name_) {
     return reportFailure(key);
   }
-  const FileDescriptor held = lock();
+  const FileDescriptor held = lock(kLockWait);
   synchronize();
   return write(keyText.get(), object.get()) || reportFailure(key);
 }
@@ -60,30 +61,36 @@ bool MacUserDefaultsSuite::removeObject(std::string_view key) {
   if (!keyText || !name_) {
     return reportFailure(key);
   }
-  const FileDescriptor held = lock();
+  const FileDescriptor held = lock(kLockWait);
   synchronize();
   return write(keyText.get(), nullptr) || reportFailure(key);
 }
 
-std::optional<PropertyListValue> MacUserDefaultsSuite::setObjectIfAbsent(std::string_view key,
-                                                                         PropertyListValue value) {
+std::optional<PropertyListValue> MacUserDefaultsSuite::changeObject(std::string_view key,
+                                                                    const Change& change,
+                                                                    SuiteWrite reason) {
   const std::lock_guard guard(mutex_);
   const auto keyText = makeText(key);
-  const auto object = makeObject(value);
-  if (!keyText || !object || !name_) {
+  if (!keyText || !name_) {
     reportFailure(key);
     return std::nullopt;
   }
   errno = 0;
-  const FileDescriptor held = lock();
+  const FileDescriptor held = lock(reason == SuiteWrite::kChoice ? kWaitOfChange : kLockWait);
   const bool isWrittenNow = !held.isOpen() && errno == ETIMEDOUT;
   if (isWrittenNow || !synchronize()) {
+    if (reason == SuiteWrite::kChoice) {
+      reportFailure(key);
+    }
     return std::nullopt;
   }
-  if (auto present = valueOf(copyValue(keyText.get()).get())) {
+  const auto present = valueOf(copyValue(keyText.get()).get());
+  const auto value = change(present);
+  if (!value) {
     return present;
   }
-  if (!write(keyText.get(), object.get())) {
+  const auto object = makeObject(*value);
+  if (!object || !write(keyText.get(), object.get())) {
     reportFailure(key);
     return std::nullopt;
   }
@@ -117,11 +124,11 @@ bool MacUserDefaultsSuite::reportFailure(std::string_view key) {
   return false;
 }
 
-FileDescriptor MacUserDefaultsSuite::lock() {
+FileDescriptor MacUserDefaultsSuite::lock(std::chrono::milliseconds wait) {
   if (lockFolder_.empty() || !createOwnedFolders(lockFolder_)) {
     return {};
   }
-  return lockFile(lockFolder_ + "/Settings.lock", kLockWait);
+  return lockFile(lockFolder_ + "/Settings.lock", wait);
 }
 
 std::unique_ptr<UserDefaultsSuite> MacUserDefaults::suite(const std::string& name) {

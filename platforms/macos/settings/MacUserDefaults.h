@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <mutex>
 #include <string>
 
@@ -22,15 +23,17 @@ class MacUserDefaultsSuite : public UserDefaultsSuite {
   /// A write that failed is taken back, also from memory: the value from before is set again.
   bool setObject(std::string_view key, PropertyListValue value) override;
   bool removeObject(std::string_view key) override;
-  std::optional<PropertyListValue> setObjectIfAbsent(std::string_view key,
-                                                     PropertyListValue value) override;
+  /// Unlike `setObject` never goes on without a lock that another program has. Waits up to 5 s for
+  /// it, for a default 0.2 s.
+  std::optional<PropertyListValue> changeObject(std::string_view key, const Change& change,
+                                                SuiteWrite reason) override;
 
  private:
   bool synchronize();
   CFOwned<CFPropertyListRef> copyValue(CFStringRef key);
   bool write(CFStringRef key, CFPropertyListRef value);
   bool reportFailure(std::string_view key);
-  FileDescriptor lock();
+  FileDescriptor lock(std::chrono::milliseconds wait);
 
   std::mutex mutex_;
   CFOwned<CFStringRef> name_;

@@ -157,5 +157,31 @@ TEST_F(LinuxUserDefaultsTest, AFullDiskLeavesADamagedFileInPlace) {
   EXPECT_FALSE(fs::exists(file() + ".unusable-1"));
 }
 
+TEST_F(LinuxUserDefaultsTest, AChosenChangeReplacesADamagedFileAndADefaultLeavesIt) {
+  folder_.write(kFile, "damaged");
+  ::testing::internal::CaptureStderr();
+  const auto suite = open();
+  const auto one = [](const auto& held) { return std::optional<PropertyListValue>(held ? 2 : 1); };
+  EXPECT_EQ(suite->changeObject("a", one, SuiteWrite::kDefault), std::nullopt);
+  EXPECT_EQ(folder_.read(kFile), "damaged");
+  EXPECT_EQ(suite->changeObject("a", one, SuiteWrite::kChoice), PropertyListValue(1));
+  ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(open()->objects(), (Dictionary{{"a", 1}}));
+  EXPECT_TRUE(fs::exists(file() + ".unusable-1"));
+}
+
+TEST_F(LinuxUserDefaultsTest, AChangeThatCannotBeStoredReturnsNone) {
+  const auto suite = open();
+  ASSERT_TRUE(suite->setObject("a", 1));
+  const auto next = [](const auto&) { return std::optional<PropertyListValue>(2); };
+  ::testing::internal::CaptureStderr();
+  {
+    const testing::ResourceLimit fileSize(RLIMIT_FSIZE, 10);
+    EXPECT_EQ(suite->changeObject("a", next, SuiteWrite::kChoice), std::nullopt);
+  }
+  ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(suite->object("a"), PropertyListValue(1));
+}
+
 }  // namespace
 }  // namespace kelvora::platform

@@ -79,6 +79,31 @@ TEST_F(LinuxUserDefaultsTest, ADefaultIsStoredOnlyIfTheKeyIsStillAbsent) {
   EXPECT_EQ(open()->object("KVShowIconInMenu"), PropertyListValue(false));
 }
 
+TEST_F(LinuxUserDefaultsTest, AChangeStartsFromWhatTheFileHasNow) {
+  const auto suite = open();
+  EXPECT_FALSE(suite->object("count"));
+  ASSERT_TRUE(open()->setObject("count", 1));
+  const auto next = [](const std::optional<PropertyListValue>& held) {
+    return std::optional<PropertyListValue>(held ? held->integerValue() + 1 : 0);
+  };
+  for (const SuiteWrite reason : {SuiteWrite::kChoice, SuiteWrite::kDefault}) {
+    ASSERT_TRUE(open()->setObject("count", 1));
+    EXPECT_EQ(suite->changeObject("count", next, reason), PropertyListValue(2));
+    EXPECT_EQ(open()->object("count"), PropertyListValue(2));
+  }
+  EXPECT_EQ(suite->changeObject("absent", next, SuiteWrite::kChoice), PropertyListValue(0));
+}
+
+TEST_F(LinuxUserDefaultsTest, AChangeToNothingLeavesTheKeyAsItIs) {
+  const auto suite = open();
+  const auto leave = [](const auto&) { return std::optional<PropertyListValue>(); };
+  EXPECT_EQ(suite->changeObject("a", leave, SuiteWrite::kChoice), std::nullopt);
+  EXPECT_FALSE(fs::exists(file()));
+  ASSERT_TRUE(suite->setObject("a", 1));
+  EXPECT_EQ(suite->changeObject("a", leave, SuiteWrite::kChoice), PropertyListValue(1));
+  EXPECT_EQ(suite->objects(), (Dictionary{{"a", 1}}));
+}
+
 TEST_F(LinuxUserDefaultsTest, ARewriteInPlaceOfTheSameSizeIsNoticed) {
   const auto reader = open();
   folder_.write(kFile, "<plist><dict><key>digit</key><integer>0</integer></dict></plist>");
