@@ -153,6 +153,11 @@ void KVDataManager::appendMissingCategories(std::vector<KVDropdownItem>& items) 
   }
 }
 
+KVFanSetPtr KVDataManager::manualFanSet() {
+  const auto identifier = manualFanSetId();
+  return identifier && !identifier->empty() ? store_->getFanSetById(identifier) : nullptr;
+}
+
 KVSerialQueue& KVDataManager::internalQueue() {
   std::call_once(internalQueueOnce_,
                  [this] { internalQueue_ = std::make_unique<KVSerialQueue>(kInternalQueueLabel); });

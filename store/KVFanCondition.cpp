@@ -1,6 +1,15 @@
 #include "KelvoraCore/KVFanCondition.h"
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
 #include <utility>
+#include <variant>
+
+#include "KelvoraCore/KVFanSet.h"
+#include "KelvoraCore/KVSensor.h"
+
+#include "store/TypedFetch.h"
 
 namespace kelvora {
 
@@ -15,6 +24,19 @@ enum Name : std::size_t {
   kThreshold,
   kExternalDisplayConnected
 };
+
+// A text as the system's own formats print it.
+std::string textOf(const ManagedValue& value) {
+  const auto* text = std::get_if<std::string>(&value);
+  return text == nullptr ? "(null)" : *text;
+}
+
+std::int32_t withoutFraction(double value) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  return std::isnan(value)
+             ? 0
+             : static_cast<std::int32_t>(std::clamp<double>(value, Limits::min(), Limits::max()));
+}
 
 }  // namespace
 
@@ -50,6 +72,19 @@ bool KVFanCondition::externalDisplayConnected() const {
 }
 void KVFanCondition::setExternalDisplayConnected(bool value) {
   setValueAt(kExternalDisplayConnected, value);
+}
+
+KVSensorPtr KVFanCondition::sensor() const {
+  return fetchFirst<KVSensor>(managedObjectContext(), Predicate("key = %@", {sensorKey()}));
+}
+
+std::string KVFanCondition::description() const {
+  const KVFanSetPtr set = fanSet();
+  return "Fan set: " + (set == nullptr ? "(null)" : textOf(set->attribute("name"))) +
+         "\nSensor: " + textOf(valueAt(kSensorKey)) +
+         "\nThreshold: " + std::to_string(withoutFraction(threshold())) +
+         "\nBattery State: " + std::to_string(batteryState()) +
+         "\nExternal Display: " + (externalDisplayConnected() ? "1" : "0");
 }
 
 }  // namespace kelvora

@@ -2,6 +2,10 @@
 
 #include <utility>
 
+#include "KelvoraCore/KVSettings.h"
+
+#include "base/KeyedArchive.h"
+
 namespace kelvora {
 
 namespace {
@@ -27,5 +31,24 @@ void KVFanSet::setCreated(ManagedDate value) { setValueAt(kCreated, value); }
 
 std::optional<ManagedData> KVFanSet::value() const { return valueAs<ManagedData>(kValue); }
 void KVFanSet::setValue(ManagedData value) { setValueAt(kValue, std::move(value)); }
+
+std::optional<PropertyListValue::Dictionary> KVFanSet::valueDict() const {
+  const std::optional<ManagedData> bytes = value();
+  const auto root =
+      bytes ? readKeyedArchive(*bytes, {"NSDictionary", "NSString", "NSNumber", "NSData"})
+            : std::nullopt;
+  const auto speeds = root ? propertyListValueOf(*root) : std::nullopt;
+  const auto* dictionary = speeds ? speeds->as<PropertyListValue::Dictionary>() : nullptr;
+  return dictionary == nullptr ? std::nullopt : std::optional(*dictionary);
+}
+
+void KVFanSet::setValueDict(const PropertyListValue::Dictionary& speeds) {
+  setValue(keyedArchive(archiveValueOf(speeds)));
+}
+
+bool KVFanSet::isManualFanSet() const {
+  const std::string own = identifier();
+  return !own.empty() && settings().manualFanSetId() == own;
+}
 
 }  // namespace kelvora

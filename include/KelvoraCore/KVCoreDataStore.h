@@ -136,6 +136,35 @@ class KELVORA_EXPORT KVCoreDataStore {
   KVGraphPointPtr createGraphPoint();
   KVGraphPointPtr createGraphPointInContext(const ManagedObjectContextPtr& context);
 
+  // Fan sets.
+  /// A new set of that name with these speeds, made now; see KVFanSet::identifier.
+  KVFanSetPtr createFanSetWithName(std::string_view name,
+                                   const PropertyListValue::Dictionary& value);
+  KVFanSetPtr createFanSetWithName(std::string_view name,
+                                   const PropertyListValue::Dictionary& value,
+                                   const ManagedObjectContextPtr& context);
+  /// The first set with that identifier; null if there is no such set, and for none.
+  KVFanSetPtr getFanSetById(const std::optional<std::string>& identifier);
+
+  using FanSets = std::optional<std::vector<KVFanSetPtr>>;
+  /// Every set, oldest first.
+  FanSets allFanSets();
+  FanSets allFanSetsInContext(const ManagedObjectContextPtr& context);
+
+  // Fan conditions.
+  /// A new condition, made now, that applies the set from that value of the sensor on. Returns null
+  /// and makes nothing without a set or a sensor, and for a set that the context does not see.
+  KVFanConditionPtr createFanConditionWithFanSet(const KVFanSetPtr& fanSet,
+                                                 const KVSensorPtr& sensor, double threshold,
+                                                 std::int16_t batteryState,
+                                                 bool externalDisplayConnected,
+                                                 const ManagedObjectContextPtr& context);
+
+  using FanConditions = std::optional<std::vector<KVFanConditionPtr>>;
+  /// Every condition, oldest first.
+  FanConditions allFanConditions();
+  FanConditions allFanConditionsInContext(const ManagedObjectContextPtr& context);
+
  private:
   const double stalenessInterval_;
   Platform& platform_;

@@ -6,11 +6,13 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "KelvoraCore/Export.h"
 #include "KelvoraCore/KVCoreDataStore.h"
 #include "KelvoraCore/KVError.h"
+#include "KelvoraCore/KVNotification.h"
 #include "KelvoraCore/KVSerialQueue.h"
 #include "KelvoraCore/KVSettings.h"
 
@@ -101,6 +103,41 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   /// still shows what it shows, and its saves fail from now on, in every program that has it open.
   void clearData();
 
+  /// The fan set that the user has chosen by hand, by the setting `manualFanSetId`; null when none
+  /// is chosen or it is no longer in the store.
+  KVFanSetPtr manualFanSet();
+
+  // Overheat rules. A host compares them with its readings; the library keeps them.
+
+  /// One rule for the main sensor: active, not repeated, 70 degrees Celsius, or 158 when the user
+  /// has chosen Fahrenheit. Without a main sensor the rule has no key and no name.
+  std::vector<KVNotification> defaultOverheatNotifications();
+  /// The stored rules whose sensor is in the store or that apply to every sensor, in order; empty
+  /// when none are left, and when the stored list is damaged, which stays as it is. While nothing
+  /// is stored: in the first launches of the product (`appLaunchCount` below 2) the default list,
+  /// which is then stored and broadcast; later none.
+  std::optional<std::vector<KVNotification>> overheatNotifications();
+  /// The rule for that key, e.g. "TC0P" or "any-sensor"; none when there is none.
+  std::optional<KVNotification> getOverheatNotificationBySensorKey(std::string_view sensorKey);
+  /// Stores the whole list, also over the rules that other programs have added meanwhile.
+  bool setOverheatNotifications(const std::vector<KVNotification>& rules);
+
+  // Each of these changes the stored list in one step: rules that other programs add or change at
+  // the same time stay. Each drops the rules whose sensors are no longer in the store, but none
+  // while the store cannot be read. Each broadcasts the list that it stores. The list of a new user
+  // is stored first. They return whether a list was stored.
+
+  /// Replaces the rule of the same key. Without one the list is stored and broadcast as it is.
+  bool updateOverheatNotification(const KVNotification& rule);
+  /// Appends a rule. Stores nothing when there is one for the same key.
+  bool addOverheatNotification(const KVNotification& rule);
+  /// Removes the rule for a key. Stores nothing when there is none.
+  bool removeOverheatNotification(std::string_view sensorKey);
+  /// Calls `change` with the rule for a key as it is stored now, and stores what it makes of it. It
+  /// must not use the manager. Stores nothing when there is no such rule.
+  bool changeOverheatNotification(std::string_view sensorKey,
+                                  const std::function<void(KVNotification&)>& change);
+
   /// A queue for the host's own work, labelled "com.KVDataManager.internalQueue", created on first
   /// use. Owned by the manager, which does not use it.
   KVSerialQueue& internalQueue();
@@ -124,6 +161,8 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   KVError error(std::int64_t code);
   void joinTwins(const KVSensorPtr& sensor, const KVCategoryPtr& category, double value);
   void removeFromMenu(const std::string& key);
+  bool isSensorGone(const KVNotification& rule);
+  bool changeOverheatNotifications(const std::function<bool(std::vector<KVNotification>&)>& change);
   void chooseMainSensor();
   std::vector<std::string> keysOfShownSensors();
   void appendMissingCategories(std::vector<KVDropdownItem>& items);

@@ -12,6 +12,8 @@
 
 namespace kelvora {
 
+class KVSensor;
+using KVSensorPtr = std::shared_ptr<KVSensor>;
 class KVFanSet;
 using KVFanSetPtr = std::shared_ptr<KVFanSet>;
 
@@ -50,6 +52,21 @@ class KELVORA_EXPORT KVFanCondition : public KVManagedObject {
   /// The set that it applies; null when it has none.
   KVFanSetPtr fanSet() const;
   void setFanSet(const KVFanSetPtr& object);
+
+  /// The sensor with `sensorKey`, looked up in the condition's context on every call; null when the
+  /// sensor or the context is gone.
+  KVSensorPtr sensor() const;
+
+  /// The condition in five lines for logs:
+  ///
+  ///     Fan set: Quiet
+  ///     Sensor: TC0P
+  ///     Threshold: 72
+  ///     Battery State: 0
+  ///     External Display: 1
+  ///
+  /// The threshold without its fraction; "(null)" for a fan set, a name or a key that is missing.
+  std::string description() const;
 };
 
 using KVFanConditionPtr = std::shared_ptr<KVFanCondition>;

@@ -9,6 +9,7 @@
 
 #include "KelvoraCore/Export.h"
 #include "KelvoraCore/KVManagedObject.h"
+#include "KelvoraCore/PropertyListValue.h"
 
 namespace kelvora {
 
@@ -23,7 +24,8 @@ class KELVORA_EXPORT KVFanSet : public KVManagedObject {
   /// The attributes by name, as the model has them.
   static const std::vector<std::string>& attributeNames();
 
-  /// Its identifier, e.g. "1700000000"; empty when not set.
+  /// Its identifier: the second since 1970 in which it was made, e.g. "1700000000"; empty when not
+  /// set. Sets that were made in one second share it.
   std::string identifier() const;
   void setIdentifier(std::string value);
 
@@ -38,6 +40,16 @@ class KELVORA_EXPORT KVFanSet : public KVManagedObject {
   /// The archived speeds; none when not set.
   std::optional<ManagedData> value() const;
   void setValue(ManagedData value);
+
+  /// The speeds in `value`. The fan controller that writes them chooses keys and values; the store
+  /// does not look into them. They may be texts, numbers, booleans, bytes and dictionaries of
+  /// these. None when `value` is not set, is damaged, or holds anything else.
+  std::optional<PropertyListValue::Dictionary> valueDict() const;
+  /// Archives the speeds into `value`.
+  void setValueDict(const PropertyListValue::Dictionary& speeds);
+
+  /// Whether the user has chosen this set by hand: its identifier is the setting `manualFanSetId`.
+  bool isManualFanSet() const;
 
   /// The conditions that apply it, by creation. Deleting the set deletes them.
   std::vector<KVFanConditionPtr> fanConditions() const;

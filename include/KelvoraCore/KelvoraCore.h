@@ -20,6 +20,7 @@
 #include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVManagedObject.h"
+#include "KelvoraCore/KVNotification.h"
 #include "KelvoraCore/KVSensor.h"
 #include "KelvoraCore/KVSensorStatus.h"
 #include "KelvoraCore/KVSerialQueue.h"

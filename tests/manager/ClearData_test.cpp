@@ -1,6 +1,6 @@
 #include <set>
 
-#include "tests/manager/DataManagerFixture.h"
+#include "tests/support/ManagerFixture.h"
 #include "tests/support/RecordedNotices.h"
 
 namespace kelvora {
@@ -10,7 +10,7 @@ namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class ClearData : public testing::DataManagerFixture {
+class ClearData : public testing::ManagerFixture {
  protected:
   ClearData() {
     addSensor(store(), "TC0P", addCategory(store(), "Temperature", 0));

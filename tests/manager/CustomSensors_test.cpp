@@ -1,9 +1,9 @@
 #include <limits>
 
 #include "tests/engine/StatementHook.h"
-#include "tests/manager/DataManagerFixture.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/ForwardingMainBundle.h"
+#include "tests/support/ManagerFixture.h"
 #include "tests/support/RecordedNotices.h"
 #include "tests/support/ResourceLimit.h"
 
@@ -56,7 +56,7 @@ Info infoOf(const std::string& key, double value = 21.5, std::int64_t type = 0) 
   return {{"key", key}, {"name", "Desk"}, {"category_type", type}, {"value", value}};
 }
 
-class CustomSensors : public testing::DataManagerFixture {
+class CustomSensors : public testing::ManagerFixture {
  protected:
   CustomSensors() {
     for (const int type : {0, 1, 2, 3, 4}) {

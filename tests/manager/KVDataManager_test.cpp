@@ -9,8 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/manager/DataManagerFixture.h"
-#include "tests/support/RecordedNotices.h"
+#include "tests/support/ManagerFixture.h"
 
 namespace kelvora {
 namespace {
@@ -22,12 +21,8 @@ using Items = std::vector<KVDropdownItem>;
 
 constexpr std::int16_t kTemperature = 0;
 
-class DataManager : public testing::DataManagerFixture {
+class DataManager : public testing::ManagerFixture {
  protected:
-  KVSensorPtr add(const std::string& key, const std::string& category = "Temperature") {
-    return addSensor(manager->coreDataStore(), key,
-                     addCategory(manager->coreDataStore(), category, kTemperature));
-  }
   void announceDataset() {
     platform->notificationCentres().inProcess().post(
         {KVDataManagerDidGenerateDatasetNotification, std::nullopt, std::nullopt}, true);
@@ -281,6 +276,19 @@ TEST_F(DataManager, ModeOneKeepsStoredValuesAndEveryOtherReadsThemAgain) {
   EXPECT_EQ(KVDataManager(*platform).coreDataStore().stalenessInterval(), -1.0);
   KVDataManager::setAppMode(2);
   EXPECT_EQ(KVDataManager(*platform).coreDataStore().stalenessInterval(), 0.0);
+}
+
+TEST_F(DataManager, TheManualFanSetIsTheStoredSetOfThatIdentifier) {
+  const KVFanSetPtr set = manager->coreDataStore().createFanSetWithName("Quiet", {});
+  EXPECT_EQ(manager->manualFanSet(), nullptr);
+  manager->setManualFanSetId("unknown");
+  EXPECT_EQ(manager->manualFanSet(), nullptr);
+  manager->setManualFanSetId(set->identifier());
+  EXPECT_EQ(manager->manualFanSet(), set);
+  EXPECT_TRUE(set->isManualFanSet());
+  set->setIdentifier("");
+  manager->setManualFanSetId("");
+  EXPECT_EQ(manager->manualFanSet(), nullptr);
 }
 
 TEST_F(DataManager, TheInternalQueueIsOneSerialQueueOfItsOwn) {

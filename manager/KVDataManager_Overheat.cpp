@@ -1,0 +1,141 @@
+#include <algorithm>
+#include <utility>
+
+#include "KelvoraCore/KVDataManager.h"
+#include "KelvoraCore/KVValueConverter.h"
+
+#include "manager/NotificationArchive.h"
+
+namespace kelvora {
+
+namespace {
+
+constexpr std::int64_t kLaunchesOfANewUser = 2;
+constexpr double kDefaultThresholdCelsius = 70.0;
+
+const KVSetting& listSetting() { return settingOf(KVSettingID::kOverheatNotifications); }
+
+std::vector<KVNotification> rulesIn(const PropertyListValue& archive) {
+  return notificationsInArchive(*archive.as<PropertyListValue::Data>())
+      .value_or(std::vector<KVNotification>());
+}
+
+auto isFor(std::string_view sensorKey) {
+  return [sensorKey](const KVNotification& rule) { return rule.sensorKey == sensorKey; };
+}
+
+}  // namespace
+
+std::vector<KVNotification> KVDataManager::defaultOverheatNotifications() {
+  KVNotification rule;
+  if (const KVSensorPtr main = mainSensor()) {
+    rule.sensorKey = main->key();
+    rule.sensorName = main->name();
+  }
+  rule.threshold = KVValueConverter::convertedTemp(kDefaultThresholdCelsius, *this);
+  rule.active = true;
+  rule.repeat = 0;
+  return {rule};
+}
+
+std::optional<std::vector<KVNotification>> KVDataManager::overheatNotifications() {
+  auto archive = value(listSetting());
+  if (!archive) {
+    if (appLaunchCount() >= kLaunchesOfANewUser) {
+      return std::nullopt;
+    }
+    std::vector<KVNotification> rules = defaultOverheatNotifications();
+    if (announceDefault(listSetting(), archiveOfNotifications(rules))) {
+      return rules;
+    }
+    archive = value(listSetting());  // of a program that was first
+    if (!archive) {
+      return rules;
+    }
+  }
+  std::vector<KVNotification> rules = rulesIn(*archive);
+  std::erase_if(rules, [&](const KVNotification& rule) {
+    return rule.sensorKey != kAnySensorKey && rule.sensor(*this) == nullptr;
+  });
+  return rules;
+}
+
+std::optional<KVNotification> KVDataManager::getOverheatNotificationBySensorKey(
+    std::string_view sensorKey) {
+  const auto rules = overheatNotifications();
+  if (!rules) {
+    return std::nullopt;
+  }
+  const auto found = std::ranges::find_if(*rules, isFor(sensorKey));
+  return found == rules->end() ? std::nullopt : std::optional(*found);
+}
+
+bool KVDataManager::setOverheatNotifications(const std::vector<KVNotification>& rules) {
+  return setValue(listSetting(), archiveOfNotifications(rules));
+}
+
+// A store that cannot be read now has not lost its sensors.
+bool KVDataManager::isSensorGone(const KVNotification& rule) {
+  if (!rule.sensorKey || rule.sensorKey == kAnySensorKey) {
+    return !rule.sensorKey;
+  }
+  const ManagedObjectContextPtr context = store_->viewContext();
+  const auto found =
+      context == nullptr
+          ? std::nullopt
+          : context->objectsOf(KVSensor::kEntityName, Predicate("key = %@", {*rule.sensorKey}));
+  return found && found->empty();
+}
+
+bool KVDataManager::changeOverheatNotifications(
+    const std::function<bool(std::vector<KVNotification>&)>& change) {
+  overheatNotifications();  // stores the list of a new user
+  return changeValue(
+      listSetting(),
+      [&](const std::optional<PropertyListValue>& archive) -> std::optional<PropertyListValue> {
+        std::vector<KVNotification> rules =
+            archive ? rulesIn(*archive) : std::vector<KVNotification>();
+        std::erase_if(rules, [&](const KVNotification& rule) { return isSensorGone(rule); });
+        return change(rules) ? std::optional<PropertyListValue>(archiveOfNotifications(rules))
+                             : std::nullopt;
+      });
+}
+
+bool KVDataManager::updateOverheatNotification(const KVNotification& rule) {
+  return changeOverheatNotifications([&](std::vector<KVNotification>& rules) {
+    const auto found = std::ranges::find(rules, rule);
+    if (found != rules.end()) {
+      *found = rule;
+    }
+    return true;
+  });
+}
+
+bool KVDataManager::addOverheatNotification(const KVNotification& rule) {
+  return changeOverheatNotifications([&](std::vector<KVNotification>& rules) {
+    const bool isNew = std::ranges::find(rules, rule) == rules.end();
+    if (isNew) {
+      rules.push_back(rule);
+    }
+    return isNew;
+  });
+}
+
+bool KVDataManager::removeOverheatNotification(std::string_view sensorKey) {
+  return changeOverheatNotifications([&](std::vector<KVNotification>& rules) {
+    return std::erase_if(rules, isFor(sensorKey)) > 0;
+  });
+}
+
+bool KVDataManager::changeOverheatNotification(std::string_view sensorKey,
+                                               const std::function<void(KVNotification&)>& change) {
+  return changeOverheatNotifications([&](std::vector<KVNotification>& rules) {
+    const auto found = std::ranges::find_if(rules, isFor(sensorKey));
+    if (found != rules.end()) {
+      change(*found);
+    }
+    return found != rules.end();
+  });
+}
+
+}  // namespace kelvora

@@ -1,0 +1,108 @@
+#include "manager/NotificationArchive.h"
+
+#include <string>
+#include <utility>
+
+#include "base/KeyedArchive.h"
+
+namespace kelvora {
+
+namespace {
+
+constexpr const char* kClassName = "KVNotification";
+
+template <typename T>
+void addField(ArchiveValue::Object& object, const char* name, const std::optional<T>& value) {
+  if (value) {
+    object.add(name, *value);
+  }
+}
+
+// A number of the archive may be a boolean, a whole or a decimal one.
+std::optional<PropertyListValue> numberIn(const ArchiveValue& value) {
+  const bool isNumber = value.as<bool>() != nullptr || value.as<std::int64_t>() != nullptr ||
+                        value.as<double>() != nullptr;
+  return isNumber ? propertyListValueOf(value) : std::nullopt;
+}
+
+void read(const ArchiveValue& value, std::optional<double>& field) {
+  const auto number = numberIn(value);
+  field = number ? std::optional(number->doubleValue()) : std::nullopt;
+}
+
+void read(const ArchiveValue& value, std::optional<bool>& field) {
+  const auto number = numberIn(value);
+  field = number ? std::optional(number->boolValue()) : std::nullopt;
+}
+
+void read(const ArchiveValue& value, std::optional<std::int64_t>& field) {
+  const auto number = numberIn(value);
+  field = number ? std::optional(number->integerValue()) : std::nullopt;
+}
+
+// A text or a date.
+template <typename T>
+void read(const ArchiveValue& value, std::optional<T>& field) {
+  const T* held = value.as<T>();
+  field = held == nullptr ? std::nullopt : std::optional(*held);
+}
+
+template <typename T>
+void readField(const ArchiveValue::Object& object, const char* name, std::optional<T>& field) {
+  if (const ArchiveValue* value = object.value(name)) {
+    read(*value, field);
+  }
+}
+
+ArchiveValue archiveOf(const KVNotification& rule) {
+  ArchiveValue::Object object(kClassName);
+  addField(object, "sensorKey", rule.sensorKey);
+  addField(object, "sensorName", rule.sensorName);
+  addField(object, "threshold", rule.threshold);
+  addField(object, "active", rule.active);
+  addField(object, "repeat", rule.repeat);
+  addField(object, "lastTimeFired", rule.lastTimeFired);
+  return object;
+}
+
+KVNotification ruleOf(const ArchiveValue::Object& object) {
+  KVNotification rule;
+  readField(object, "sensorKey", rule.sensorKey);
+  readField(object, "sensorName", rule.sensorName);
+  readField(object, "threshold", rule.threshold);
+  readField(object, "active", rule.active);
+  readField(object, "repeat", rule.repeat);
+  readField(object, "lastTimeFired", rule.lastTimeFired);
+  return rule;
+}
+
+}  // namespace
+
+PropertyListValue::Data archiveOfNotifications(const std::vector<KVNotification>& rules) {
+  ArchiveValue::Array list;
+  for (const KVNotification& rule : rules) {
+    list.push_back(archiveOf(rule));
+  }
+  return keyedArchive(list);
+}
+
+std::optional<std::vector<KVNotification>> notificationsInArchive(
+    const PropertyListValue::Data& bytes) {
+  const auto root =
+      readKeyedArchive(bytes, {"NSArray", kClassName, "NSNumber", "NSString", "NSDate"});
+  const auto* list = root ? root->as<ArchiveValue::Array>() : nullptr;
+  if (list == nullptr) {
+    return std::nullopt;
+  }
+  std::vector<KVNotification> rules;
+  for (const ArchiveValue& item : *list) {
+    const auto* object = item.as<ArchiveValue::Object>();
+    if (object == nullptr) {
+      return std::nullopt;
+    }
+    rules.push_back(ruleOf(*object));
+  }
+  return rules;
+}
+
+}  // namespace kelvora
