@@ -15,11 +15,6 @@ constexpr double kDefaultThresholdCelsius = 70.0;
 
 const KVSetting& listSetting() { return settingOf(KVSettingID::kOverheatNotifications); }
 
-std::vector<KVNotification> rulesIn(const PropertyListValue& archive) {
-  return notificationsInArchive(*archive.as<PropertyListValue::Data>())
-      .value_or(std::vector<KVNotification>());
-}
-
 auto isFor(std::string_view sensorKey) {
   return [sensorKey](const KVNotification& rule) { return rule.sensorKey == sensorKey; };
 }
@@ -39,22 +34,20 @@ std::vector<KVNotification> KVDataManager::defaultOverheatNotifications() {
 }
 
 std::optional<std::vector<KVNotification>> KVDataManager::overheatNotifications() {
-  auto archive = value(listSetting());
-  if (!archive) {
+  auto rules = storedOverheatNotifications(*this);
+  if (!rules) {
     if (appLaunchCount() >= kLaunchesOfANewUser) {
       return std::nullopt;
     }
-    std::vector<KVNotification> rules = defaultOverheatNotifications();
-    if (announceDefault(listSetting(), archiveOfNotifications(rules))) {
-      return rules;
-    }
-    archive = value(listSetting());  // of a program that was first
-    if (!archive) {
-      return rules;
+    std::vector<KVNotification> defaults = defaultOverheatNotifications();
+    const bool isKept = announceDefault(listSetting(), archiveOfNotifications(defaults));
+    rules =
+        isKept ? std::nullopt : storedOverheatNotifications(*this);  // another program was first
+    if (!rules) {
+      return defaults;
     }
   }
-  std::vector<KVNotification> rules = rulesIn(*archive);
-  std::erase_if(rules, [&](const KVNotification& rule) {
+  std::erase_if(*rules, [&](const KVNotification& rule) {
     return rule.sensorKey != kAnySensorKey && rule.sensor(*this) == nullptr;
   });
   return rules;
@@ -94,7 +87,7 @@ bool KVDataManager::changeOverheatNotifications(
       listSetting(),
       [&](const std::optional<PropertyListValue>& archive) -> std::optional<PropertyListValue> {
         std::vector<KVNotification> rules =
-            archive ? rulesIn(*archive) : std::vector<KVNotification>();
+            archive ? notificationsIn(*archive) : std::vector<KVNotification>();
         std::erase_if(rules, [&](const KVNotification& rule) { return isSensorGone(rule); });
         return change(rules) ? std::optional<PropertyListValue>(archiveOfNotifications(rules))
                              : std::nullopt;

@@ -4,6 +4,8 @@
 
 #include "KelvoraCore/KVDataManager.h"
 
+#include "manager/NotificationArchive.h"
+
 namespace kelvora {
 
 std::uint64_t KVNotification::repeatMode() const {
@@ -18,6 +20,12 @@ std::uint64_t KVNotification::repeatDelays() const {
 
 KVSensorPtr KVNotification::sensor(KVDataManager& manager) const {
   return sensorKey ? manager.coreDataStore().getSensorByKey(*sensorKey) : nullptr;
+}
+
+std::optional<std::vector<KVNotification>> storedOverheatNotifications(KVSettings& settings) {
+  const KVSetting& list = settingOf(KVSettingID::kOverheatNotifications);
+  const auto archive = settings.isStored(list) ? settings.value(list) : std::nullopt;
+  return archive ? std::optional(notificationsIn(*archive)) : std::nullopt;
 }
 
 }  // namespace kelvora

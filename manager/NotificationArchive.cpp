@@ -105,4 +105,10 @@ std::optional<std::vector<KVNotification>> notificationsInArchive(
   return rules;
 }
 
+std::vector<KVNotification> notificationsIn(const PropertyListValue& stored) {
+  const auto* bytes = stored.as<PropertyListValue::Data>();
+  return (bytes == nullptr ? std::nullopt : notificationsInArchive(*bytes))
+      .value_or(std::vector<KVNotification>());
+}
+
 }  // namespace kelvora

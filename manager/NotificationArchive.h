@@ -16,4 +16,7 @@ PropertyListValue::Data archiveOfNotifications(const std::vector<KVNotification>
 std::optional<std::vector<KVNotification>> notificationsInArchive(
     const PropertyListValue::Data& bytes);
 
+/// The list of rules in a stored value; empty when it is damaged or no data.
+std::vector<KVNotification> notificationsIn(const PropertyListValue& stored);
+
 }  // namespace kelvora

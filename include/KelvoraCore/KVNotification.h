@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "KelvoraCore/Export.h"
 #include "KelvoraCore/KVSensor.h"
@@ -13,6 +14,7 @@
 namespace kelvora {
 
 class KVDataManager;
+class KVSettings;
 
 /// The `sensorKey` of a rule that applies to every sensor.
 inline constexpr char kAnySensorKey[] = "any-sensor";
@@ -45,6 +47,11 @@ struct KELVORA_EXPORT KVNotification {
     return one.sensorKey == other.sensorKey;
   }
 };
+
+/// The list that is stored, with the rules whose sensors are gone, for a program that only shows:
+/// stores nothing. Empty when the stored list is damaged, none when nothing is stored. Any thread.
+KELVORA_EXPORT std::optional<std::vector<KVNotification>> storedOverheatNotifications(
+    KVSettings& settings);
 
 }  // namespace kelvora
 

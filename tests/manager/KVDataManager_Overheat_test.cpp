@@ -134,6 +134,19 @@ TEST_F(OverheatRules, RulesOfSensorsThatAreGoneAreLeftOutButStayStored) {
   EXPECT_THAT(keysOf(manager->overheatNotifications()), ElementsAre("TC0P", "gone", "any-sensor"));
 }
 
+TEST_F(OverheatRules, TheStoredListIsReadWithoutStoringAnything) {
+  manager->setAppLaunchCount(0);
+  EXPECT_EQ(storedOverheatNotifications(*manager), std::nullopt);
+  EXPECT_EQ(suite->object(kKey), std::nullopt);
+  suite->setObject(kKey, "text");
+  EXPECT_EQ(storedOverheatNotifications(*manager), std::nullopt);
+  suite->setObject(kKey, PropertyListValue::Data{std::byte{1}});
+  EXPECT_THAT(storedOverheatNotifications(*manager).value(), IsEmpty());
+  store({rule("TC0P"), rule("gone")});
+  EXPECT_THAT(keysOf(storedOverheatNotifications(*manager)), ElementsAre("TC0P", "gone"));
+  EXPECT_EQ(broadcasts(), 0U);
+}
+
 TEST_F(OverheatRules, OneIsFoundByItsKey) {
   store({rule("TG0P", 60), rule("TC0P", 70), rule("TC0P", 80), rule("gone")});
   EXPECT_EQ(manager->getOverheatNotificationBySensorKey("TC0P")->threshold, 70.0);

@@ -205,9 +205,9 @@ class ChoiceOfAnotherProgram : public platform::MemoryUserDefaults {
       return real->setObject(key, std::move(value));
     }
     bool removeObject(std::string_view key) override { return real->removeObject(key); }
-    std::optional<PropertyListValue> setObjectIfAbsent(std::string_view key,
-                                                       PropertyListValue value) override {
-      return real->setObjectIfAbsent(key, std::move(value));
+    std::optional<PropertyListValue> changeObject(std::string_view key, const Change& change,
+                                                  platform::SuiteWrite reason) override {
+      return real->changeObject(key, change, reason);
     }
     std::unique_ptr<UserDefaultsSuite> real;
   };

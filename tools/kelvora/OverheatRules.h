@@ -1,0 +1,55 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "KelvoraCore/KVDataManager.h"
+
+namespace kelvora::tool {
+
+/// An overheat rule that fired, and why.
+struct FiredRule {
+  KVNotification rule;     ///< as stored before it fired
+  std::string sensorKey;   ///< of the sensor that reached the limit, e.g. "TC0P"
+  std::string sensorName;  ///< its name now, e.g. "CPU Proximity"
+  double value = 0;        ///< its value, in the user's unit, as the limit
+};
+
+/// Compares the stored sensors with the user's overheat rules.
+///
+/// A rule fires when it is active and the value of its sensor is at its limit or above. A limit is
+/// in the unit that the user had chosen when the rule was written and is never converted; so it is
+/// compared with the value in the unit that is chosen now. A rule for "any-sensor" stands for the
+/// hottest of the discovered temperatures; computed ones only repeat them. A negative value is no
+/// reading: it neither fires a rule nor counts as below the limit.
+///
+/// A rule with a repetition fires again while the limit is reached, but not before its delay after
+/// `lastTimeFired` has passed. One without fires once, and again only after its value has been
+/// below the limit. Both follow from `lastTimeFired` in the shared list of rules, so that they hold
+/// across programs and launches: firing sets it, and a value below the limit removes it from a rule
+/// without repetition. Two programs that compare at once fire a rule once. A rule that fires while
+/// the list cannot be stored keeps its time in this object.
+///
+/// Main thread only.
+class OverheatRules {
+ public:
+  using Instant = std::chrono::system_clock::time_point;
+
+  /// The manager must outlive the object.
+  explicit OverheatRules(KVDataManager& manager) : manager_(manager) {}
+
+  /// The rules that fire at this instant, in the order of the list.
+  std::vector<FiredRule> fire(Instant now);
+
+ private:
+  bool isQuiet(const KVNotification& rule, Instant now) const;
+  bool takeTurn(const FiredRule& fired, Instant now);
+  void arm(const KVNotification& rule);
+
+  KVDataManager& manager_;
+  std::map<std::string, Instant> unstored_;  // by key, of rules that fired and were not stored
+};
+
+}  // namespace kelvora::tool
