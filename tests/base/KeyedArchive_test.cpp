@@ -311,6 +311,21 @@ TEST(KeyedArchive, ALongFieldNameThatIsReferredToOftenIsRefused) {
   EXPECT_EQ(rootOf(bytes), std::nullopt);
 }
 
+TEST(KeyedArchive, AnObjectOfManyUnusedFieldsThatIsReferredToOftenIsRefused) {
+  std::string references;
+  std::string fields;
+  for (int i = 0; i < 500; ++i) {
+    references += "@3@";
+    fields += "<key>" + std::to_string(i) + "</key><true/>";
+  }
+  const auto archive = [&](const std::string& unused) {
+    return archiveOfObjects(arrayObject(references, 2) + classRecord("NSArray") + "<dict>" +
+                            unused + "<key>NS.objects</key><array/><key>$class</key>@2@</dict>");
+  };
+  EXPECT_NE(rootOf(archive("")), std::nullopt);
+  EXPECT_EQ(rootOf(archive(fields)), std::nullopt);
+}
+
 TEST(KeyedArchive, DatesBeyondTheClocksRangeGiveTheNearest) {
   const auto dateOf = [](const std::string& seconds) {
     const auto read =

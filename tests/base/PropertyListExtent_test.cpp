@@ -127,6 +127,14 @@ TEST(PropertyListExtent, LevelsCountFromTheRootAlsoForAnObjectThatWasMeasuredBef
   EXPECT_TRUE(propertyListUnfoldsTooFar(listOf(objects)));
 }
 
+TEST(PropertyListExtent, TheRootNeedNotBeTheFirstObject) {
+  std::vector<std::byte> bytes = nest(30, 2);
+  bytes[bytes.size() - 9] = std::byte{20};  // the root: ten arrays are below it
+  EXPECT_FALSE(propertyListUnfoldsTooFar(bytes));
+  bytes[bytes.size() - 9] = std::byte{5};
+  EXPECT_TRUE(propertyListUnfoldsTooFar(bytes));
+}
+
 TEST(PropertyListExtent, ACycleIsTooFar) {
   EXPECT_TRUE(propertyListUnfoldsTooFar(listOf({containerOf(kArray, 0, 1)})));
 }
