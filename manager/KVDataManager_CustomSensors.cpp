@@ -76,7 +76,7 @@ void KVDataManager::addCustomSensor(const Info& info, const Completion& completi
 }
 
 // Two programs that add one key at the same time both find none, and both insert it. Whoever saves
-// last sees both sensors; both programs then keep the older one.
+// last sees both sensors; both programs then keep the first by its identity.
 void KVDataManager::joinTwins(const KVSensorPtr& sensor, const KVCategoryPtr& category,
                               double value) {
   const ManagedObjectContextPtr context = store_->viewContext();
