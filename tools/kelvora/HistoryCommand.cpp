@@ -70,6 +70,7 @@ bool isSameName(std::string_view one, std::string_view other) {
 [[noreturn]] void refuseAmbiguous(const std::string& word,
                                   const std::vector<KVSensorPtr>& sensors) {
   std::vector<std::string> keys;
+  keys.reserve(sensors.size());
   for (const KVSensorPtr& sensor : sensors) {
     keys.push_back(sensor->key());
   }

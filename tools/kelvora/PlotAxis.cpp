@@ -54,8 +54,10 @@ PlotAxis valueAxis(const PlotValues& values, int mostSteps,
                    const std::function<std::string(double)>& label) {
   const Steps steps = fittingSteps(values, std::max(mostSteps, 2));
   PlotAxis axis{steps.first * steps.size, steps.last * steps.size, {}};
-  for (double number = steps.first; number <= steps.last; ++number) {
-    axis.ticks.push_back({number * steps.size, label(number * steps.size)});
+  const int count = static_cast<int>(steps.last - steps.first);
+  for (int i = 0; i <= count; ++i) {
+    const double position = (steps.first + i) * steps.size;
+    axis.ticks.push_back({position, label(position)});
   }
   return axis;
 }
