@@ -28,6 +28,16 @@ void complete(const KVDataManager::Completion& completion, std::optional<KVError
   }
 }
 
+std::optional<PropertyListValue> listWithout(const std::string& key,
+                                             const std::optional<PropertyListValue>& list) {
+  if (!list) {
+    return std::nullopt;
+  }
+  PropertyListValue::Array keys = *list->as<PropertyListValue::Array>();
+  std::erase(keys, PropertyListValue(key));
+  return keys;
+}
+
 void fillCustomSensor(const KVSensorPtr& sensor, const KVCategoryPtr& category, double value) {
   sensor->setValue(value);
   sensor->setRecordedMinValue(std::min(sensor->finalRecordedMinValue(), value));
@@ -117,12 +127,14 @@ void KVDataManager::removeCustomSensor(const KVSensorPtr& sensor, const Completi
   complete(completion, std::nullopt);
 }
 
+// In one step: another program may take another sensor out of the menu at the same time.
 void KVDataManager::removeFromMenu(const std::string& key) {
-  auto keys = menuSensors();
-  if (keys) {
-    std::erase(*keys, key);
+  const KVSetting& menu = settingOf(KVSettingID::kMenuSensors);
+  if (menuSensors()) {
+    changeValue(menu, [&](const auto& stored) { return listWithout(key, stored); });
+  } else {
+    announce(menu, std::nullopt);
   }
-  setMenuSensors(std::move(keys));
 }
 
 }  // namespace kelvora

@@ -431,9 +431,20 @@ class CustomSensorsOfTwoPrograms : public testing::StoreFixture {
   }
 
   static constexpr int kSensors = 20;
+
+  // The sensors that both programs remove, and one that stays.
+  static std::vector<std::string> menu() {
+    std::vector<std::string> keys{"stays"};
+    for (int i = 1; i < kSensors; i += 2) {
+      keys.push_back(key("one", i));
+      keys.push_back(key("two", i));
+    }
+    return keys;
+  }
 };
 
 TEST_F(CustomSensorsOfTwoPrograms, NothingIsLostAndNothingIsThereTwice) {
+  KVDataManager(*platform).setMenuSensors(menu());
   testing::ChildWork one([] { return addAndRemove("one"); });
   testing::ChildWork two([] { return addAndRemove("two"); });
   EXPECT_EQ(one.wait(), 0);
@@ -446,6 +457,7 @@ TEST_F(CustomSensorsOfTwoPrograms, NothingIsLostAndNothingIsThereTwice) {
       expected.push_back(key("two", i));
     }
   }
+  EXPECT_THAT(KVDataManager(*platform).menuSensors().value(), ElementsAre("stays"));
   const auto store = makeStore();
   EXPECT_THAT(testing::keysOf(store->allSensors().value()), UnorderedElementsAreArray(expected));
   EXPECT_THAT(testing::keysOf(store->getCategoryWithType(0)->sensors()),
