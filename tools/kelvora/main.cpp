@@ -104,7 +104,7 @@ void addArgument(CLI::App& command, const Argument& argument, Options& options) 
   CLI::Option* option = command.add_option(argument.name, give, argument.description + choices);
   option->type_name(typeNameOf(argument))
       ->required(argument.need == Argument::Need::kRequired)
-      ->transform(checkOf(argument));
+      ->transform(checkOf(argument).description(""));  // the help has the type's name already
   if (argument.kind == Argument::Kind::kTexts) {
     option->expected(1, -1)->allow_extra_args();
   }
