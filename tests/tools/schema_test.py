@@ -243,6 +243,35 @@ class Answers(unittest.TestCase):
                     with self.assertRaises(jsonschema.ValidationError):
                         validate(other, schema)
 
+    def test_rules_fan_sets_and_conditions(self):
+        for command in ("rules", "fansets", "conditions"):
+            validate(self.answer(command), command + ".json")
+        self.answer("settings", "set", "appLaunchCount", "5")  # no default rule
+        self.record("TC0P", 0, 90)
+        answers = [(self.answer("rules", "add", "TC0P", "--threshold", "85"), "rule.json"),
+                   (self.answer("rules", "change", "TC0P", "--repeat", "3"), "rule.json"),
+                   (self.answer("rules"), "rules.json"),
+                   (self.answer("fansets", "add", "Fast", "F0=5000"), "fanset.json"),
+                   (self.answer("fansets", "use", "Fast"), "fanset.json"),
+                   (self.answer("fansets"), "fansets.json"),
+                   (self.answer("conditions", "add", "Fast", "TC0P", "--threshold", "80"),
+                    "condition.json"),
+                   (self.answer("conditions"), "conditions.json")]
+        identifier = str(answers[-1][0]["conditions"][0]["id"])
+        for command in ("disable", "enable", "remove"):
+            answers.append((self.answer("conditions", command, identifier), "condition.json"))
+        answers += [(self.answer("fansets", "remove", "Fast"), "fanset.json"),
+                    (self.answer("rules", "remove", "TC0P"), "rule.json")]
+        for answer, schema in answers:
+            with self.subTest(schema=schema):
+                validate(answer, schema)
+            for place, other in changed(answer):
+                if "speeds" in place and place[-2:] != ("speeds", "missing"):
+                    continue  # any dictionary
+                with self.subTest(schema=schema, place=place):
+                    with self.assertRaises(jsonschema.ValidationError):
+                        validate(other, schema)
+
     # A schema that takes anything describes nothing.
     def test_an_answer_that_is_wrong_in_one_place_is_refused(self):
         machine = str(MACHINES / "Macmini9,1.json")

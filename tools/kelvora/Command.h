@@ -98,6 +98,9 @@ std::vector<Command> settingsCommands();
 std::vector<Command> settingsWatchCommands();
 std::vector<Command> customCommands();
 std::vector<Command> resetCommands();
+std::vector<Command> rulesCommands();
+std::vector<Command> fanSetsCommands();
+std::vector<Command> conditionsCommands();
 std::vector<Command> doctorCommands();
 std::vector<Command> historyCommands();
 

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "KelvoraCore/PropertyListValue.h"
+
+namespace kelvora::tool {
+
+// The speeds that this program stores in a fan set: from a fan's key ("F0" to "F9", "FA" to "FJ")
+// to its revolutions per minute. The library stores them without a look.
+
+/// The speeds that a person wrote as "F0=1200". Refuses another form, a speed that is no number
+/// above 0 and up to 100000, a fan that is named twice, and no speed at all.
+PropertyListValue::Dictionary parsedSpeeds(const std::vector<std::string>& words);
+
+/// E.g. "F0=1200 F1=1500.5"; the values of another program as JSON.
+std::string speedsText(const PropertyListValue::Dictionary& speeds);
+
+}  // namespace kelvora::tool
