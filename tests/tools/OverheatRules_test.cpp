@@ -8,7 +8,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platforms/linux/settings/LinuxUserDefaults.h"
 #include "tests/support/ManagerFixture.h"
+#include "tests/support/ResourceLimit.h"
 
 namespace kelvora::tool {
 namespace {
@@ -241,6 +243,35 @@ TEST_F(OverheatRulesTest, FiringKeepsWhatTheUserChangesMeanwhile) {
   EXPECT_EQ(stored.threshold, 70);
   EXPECT_EQ(stored.repeat, 1);
   EXPECT_EQ(stored.active, true);
+}
+
+TEST_F(OverheatRulesTest, AListThatCannotBeStoredSilencesNoAlertAndRepeatsNone) {
+  platform->ports().userDefaults = std::make_unique<platform::LinuxUserDefaults>(home + "/config");
+  manager->coreDataStore().saveViewContext();
+  manager = std::make_unique<KVDataManager>(*platform);
+  ASSERT_TRUE(manager->setOverheatNotifications({rule("TC0P", 70), rule("any-sensor", 70, 1)}));
+  OverheatRules evaluation(*manager);
+  set("TC0P", 80);
+  ::testing::internal::CaptureStderr();
+  {
+    const testing::ResourceLimit fileSize(RLIMIT_FSIZE, 10);
+    EXPECT_THAT(fireAt(0, evaluation), ElementsAre("TC0P", "any-sensor"));
+    EXPECT_THAT(fireAt(2, evaluation), IsEmpty());
+    EXPECT_THAT(fireAt(10, evaluation), ElementsAre("any-sensor"));
+    set("TC0P", 60);
+    EXPECT_THAT(fireAt(12, evaluation), IsEmpty());
+    set("TC0P", 80);
+    EXPECT_THAT(fireAt(14, evaluation), ElementsAre("TC0P"));
+  }
+  ::testing::internal::GetCapturedStderr();
+  EXPECT_THAT(fireAt(20, evaluation), ElementsAre("any-sensor"));
+  EXPECT_EQ(lastTimeFired("any-sensor"), kStart + seconds(20));
+  EXPECT_EQ(lastTimeFired(), std::nullopt);
+  set("TC0P", 60);
+  fireAt(22, evaluation);
+  set("TC0P", 80);
+  EXPECT_THAT(fireAt(24, evaluation), ElementsAre("TC0P"));
+  EXPECT_EQ(lastTimeFired(), kStart + seconds(24));
 }
 
 TEST_F(OverheatRulesTest, ARuleThatStaysSilentStoresAndBroadcastsNothing) {
