@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace kelvora::platform {
@@ -12,6 +14,12 @@ struct FileAttributes {
   std::string ownerAccountName;        ///< e.g. "root"; empty when the account is unknown
   std::string groupOwnerAccountName;   ///< e.g. "admin"
   std::uint32_t posixPermissions = 0;  ///< the twelve permission bits, e.g. 06555
+};
+
+/// A lock that is held until the end of the object, or of the process.
+class HeldLock {
+ public:
+  virtual ~HeldLock() = default;
 };
 
 /// The file manager, and the folders that the system gives a user. Paths are UTF-8. Failures are
@@ -35,6 +43,10 @@ class Files {
   /// Creates a folder and its parents. Returns whether the folder exists afterwards, so true also
   /// for one that existed.
   virtual bool createFolder(const std::string& path) = 0;
+  /// Takes the lock of a file that exists for its lock alone; creates the file, readable by its
+  /// owner only, if it is missing. Waits a fraction of a second at most. Null on failure with the
+  /// reason in `error`: std::errc::timed_out when somebody else holds the lock.
+  virtual std::unique_ptr<HeldLock> lock(const std::string& path, std::error_code& error) = 0;
   /// The user's documents folder, e.g. "/Users/anna/Documents"; none if the system has none. The
   /// folder need not exist.
   virtual std::optional<std::string> documentsFolder() = 0;

@@ -21,6 +21,7 @@
 #include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVManagedObject.h"
 #include "KelvoraCore/KVNotification.h"
+#include "KelvoraCore/KVProcessLock.h"
 #include "KelvoraCore/KVSensor.h"
 #include "KelvoraCore/KVSensorStatus.h"
 #include "KelvoraCore/KVSerialQueue.h"

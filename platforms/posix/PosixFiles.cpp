@@ -2,13 +2,18 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
 
+#include "platforms/posix/FileDescriptor.h"
+#include "platforms/posix/FileLock.h"
 #include "platforms/posix/NewFiles.h"
 
 namespace kelvora::platform {
@@ -16,6 +21,17 @@ namespace kelvora::platform {
 namespace {
 
 constexpr std::size_t kAccountBufferBytes = 16384;
+
+// Long enough for a program that is just ending.
+constexpr std::chrono::milliseconds kLockWait{200};
+
+class HeldFileLock : public HeldLock {
+ public:
+  explicit HeldFileLock(FileDescriptor lock) : lock_(std::move(lock)) {}
+
+ private:
+  FileDescriptor lock_;
+};
 
 std::string userName(uid_t uid) {
   std::array<char, kAccountBufferBytes> buffer;
@@ -73,6 +89,15 @@ bool PosixFiles::remove(const std::string& path) {
 bool PosixFiles::createFolder(const std::string& path) {
   std::error_code error;
   return createOwnedFolders(path) && std::filesystem::is_directory(path, error);
+}
+
+std::unique_ptr<HeldLock> PosixFiles::lock(const std::string& path, std::error_code& error) {
+  FileDescriptor lock = lockFile(path, kLockWait);
+  if (!lock.isOpen()) {
+    error.assign(errno, std::generic_category());
+    return nullptr;
+  }
+  return std::make_unique<HeldFileLock>(std::move(lock));
 }
 
 }  // namespace kelvora::platform

@@ -13,6 +13,7 @@ class PosixFiles : public Files {
   std::optional<std::vector<std::string>> list(const std::string& folder) override;
   bool remove(const std::string& path) override;
   bool createFolder(const std::string& path) override;
+  std::unique_ptr<HeldLock> lock(const std::string& path, std::error_code& error) override;
 };
 
 }  // namespace kelvora::platform

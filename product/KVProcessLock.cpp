@@ -1,0 +1,30 @@
+#include "KelvoraCore/KVProcessLock.h"
+
+#include <system_error>
+
+#include "KelvoraCore/KVUtils.h"
+
+#include "ports/Ports.h"
+
+namespace kelvora {
+
+KVProcessLock::KVProcessLock(const std::string& name, Platform& platform) {
+  const auto folder = KVUtils::groupContainerPath(platform);
+  if (!folder) {
+    fault_ = "the programs have no folder in common";
+    return;
+  }
+  std::error_code error;
+  lock_ = platform.files().lock(*folder + "/" + name + ".lock", error);
+  if (lock_ != nullptr) {
+    state_ = State::kHeld;
+  } else if (error == std::errc::timed_out) {
+    state_ = State::kHeldElsewhere;
+  } else {
+    fault_ = error.message();
+  }
+}
+
+KVProcessLock::~KVProcessLock() = default;
+
+}  // namespace kelvora
