@@ -5,6 +5,8 @@
 #include <string>
 #include <tuple>
 
+#include "KelvoraCore/ManagedObjectContext.h"
+
 #include "engine/FetchSQL.h"
 #include "engine/ObjectIDs.h"
 #include "engine/Schema.h"
@@ -63,7 +65,7 @@ SaveOutcome SaveTransaction::run(const std::vector<RowChange>& changes) {
   inserted_.clear();
   WriteTransaction transaction(file_);
   if (file_.hasMoved()) {
-    throw std::runtime_error("the store file was deleted or replaced");
+    throw std::runtime_error(ManagedObjectContext::kStoreMovedError);
   }
   noteBlocks(file_, changes);
   placeProvisional(changes);

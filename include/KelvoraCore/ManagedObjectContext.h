@@ -82,15 +82,19 @@ class KELVORA_EXPORT ManagedObjectContext
   /// The first object of that fetch; null if nothing matches or the fetch fails.
   ManagedObjectPtr objectOf(std::string_view entity, const std::optional<Predicate>& predicate);
 
+  /// What a save to the file returns once the file was deleted or replaced, as clearing the data
+  /// does: only a new KVCoreDataStore can save again.
+  static constexpr char kStoreMovedError[] = "the store file was deleted or replaced";
+
   /// Writes the unsaved changes to the parent, or from the root to the file. Of a changed object
   /// only the changed properties are written, so that the file keeps what another program changed
   /// in the others. With a negative staleness interval the object does not show those until
   /// refreshAllObjects.
   ///
   /// Returns none on success, else what went wrong, e.g. "value of Sensor is required", "database
-  /// is locked", "the store file was deleted or replaced" or "there is no store: …"; nothing is
-  /// logged, and all changes stay unsaved in memory. A missing value fails the save of the context
-  /// that made it. Any thread.
+  /// is locked", kStoreMovedError or "there is no store: …"; nothing is logged, and all changes
+  /// stay unsaved in memory. A missing value fails the save of the context that made it. Any
+  /// thread.
   std::optional<std::string> save();
   /// The same as saveThisAndParentContexts, but does nothing when this context has no changes. Any
   /// thread that may wait for the parents' queues.
