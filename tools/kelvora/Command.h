@@ -18,6 +18,7 @@ enum ExitStatus : int {
   kExitSuccess = 0,
   kExitNothingRead = 1,  ///< nothing could be read or written, or something is broken
   kExitUsage = 2,        ///< wrong usage or a bad machine file
+  kExitElsewhere = 3,    ///< another program is doing it already
 };
 
 /// Ends a command with one line on standard error.
@@ -103,5 +104,6 @@ std::vector<Command> fanSetsCommands();
 std::vector<Command> conditionsCommands();
 std::vector<Command> doctorCommands();
 std::vector<Command> historyCommands();
+std::vector<Command> recordHistoryCommands();
 
 }  // namespace kelvora::tool

@@ -39,7 +39,7 @@ std::vector<Command> allCommands() {
       kelvora::tool::customCommands,     kelvora::tool::resetCommands,
       kelvora::tool::rulesCommands,      kelvora::tool::fanSetsCommands,
       kelvora::tool::conditionsCommands, kelvora::tool::doctorCommands,
-      kelvora::tool::historyCommands};
+      kelvora::tool::historyCommands,    kelvora::tool::recordHistoryCommands};
   std::vector<Command> commands;
   for (const List list : kLists) {
     std::ranges::move(list(), std::back_inserter(commands));
@@ -218,10 +218,12 @@ int main(int argc, char** argv) {
   CLI::App app("Kelvora: sensors and inventory of a Mac, live or recorded.", "kelvora");
   app.set_version_flag("--version", "kelvora " KELVORA_VERSION);
   app.require_subcommand(0, 1);
-  app.footer(footer("kelvora sensors") +
-             "\nEnvironment: KELVORA_MACHINE names a recorded Mac as --machine does.\n"
-             "\nExit status: 0; 1 when nothing could be read or written, or something is broken; 2 "
-             "for\nwrong usage, a refused value or a bad machine file.\n");
+  app.footer(
+      footer("kelvora sensors") +
+      "\nEnvironment: KELVORA_MACHINE names a recorded Mac as --machine does.\n"
+      "\nExit status: 0; 1 when nothing could be read or written, or something is broken; 2 "
+      "for\nwrong usage, a refused value or a bad machine file; 3 when another program records "
+      "already.\n");
   Options options;
   std::string machine;
   addMachine(app, machine);

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include "KelvoraCore/KVCoreDataStore.h"
+
+namespace kelvora::tool {
+
+/// One series of every sensor's history.
+struct HistorySeries {
+  std::int16_t timeRange;  ///< of its points: 0 hour, 1 day, 2 week
+  double stepSeconds;      ///< it has the first sample of each such time; 0 has every sample
+  double keptSeconds;      ///< how old its points get
+
+  /// When the step began that `seconds` since 1970 are in.
+  double stepBegin(double seconds) const {
+    return stepSeconds > 0 ? std::floor(seconds / stepSeconds) * stepSeconds : seconds;
+  }
+};
+
+inline constexpr std::array<HistorySeries, 3> kHistorySeries{{
+    {0, 0, 3600},
+    {1, 60, 86400},
+    {2, 600, 604800},
+}};
+
+/// The points of all sensors in a store. What changes is unsaved in the store's view context. Times
+/// are seconds since 1970. Only on the main thread.
+class HistoryPoints {
+ public:
+  explicit HistoryPoints(KVCoreDataStore& store) : store_(store) {}
+
+  /// Whether any sensor has a point of the series in the step of `seconds`.
+  bool hasPoint(const HistorySeries& series, double seconds);
+  /// Adds a point at the end of a sensor's history; `undoAdded` takes it back before it is saved.
+  void add(const HistorySeries& series, const KVSensorPtr& sensor, double seconds, double value);
+  /// Takes back every point that was added, after a save that failed.
+  void undoAdded();
+
+  /// Deletes points with `from` <= time <= `until`, some minutes' worth at most, so that a long
+  /// pause does not make one save a big one. Returns whether that was all of them.
+  bool remove(const HistorySeries& series, double from, double until);
+
+ private:
+  KVCoreDataStore& store_;
+  std::vector<KVGraphPointPtr> added_;
+};
+
+}  // namespace kelvora::tool

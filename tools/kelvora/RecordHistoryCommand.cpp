@@ -1,0 +1,144 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "KelvoraCore/KVProcessLock.h"
+#include "KelvoraCore/SensorController.h"
+#include "KelvoraCore/StopSignal.h"
+
+#include "tools/kelvora/Command.h"
+#include "tools/kelvora/HistoryRecorder.h"
+#include "tools/kelvora/MachineChoice.h"
+#include "tools/kelvora/RecordHistoryReport.h"
+#include "tools/kelvora/SensorLog.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+constexpr double kShortestInterval = 1;
+constexpr double kLongestInterval = 3600;
+
+// When the recording ends: what no clock reaches where nothing is said.
+constexpr double kLongestDuration = 100.0 * 365 * 86400;
+
+std::optional<double> intervalOf(const Options& options) {
+  const auto every = options.number("--every");
+  if (every && !(*every >= kShortestInterval && *every <= kLongestInterval)) {
+    throw CommandError(kExitUsage, "--every takes 1 to 3600 seconds");
+  }
+  return every;
+}
+
+Clock::time_point endOf(const Options& options) {
+  const double seconds = options.seconds("--for").value_or(kLongestDuration);
+  if (!(seconds > 0)) {
+    throw CommandError(kExitUsage, "--for takes a time above 0, e.g. 10m");
+  }
+  return Clock::now() +
+         std::chrono::duration_cast<Clock::duration>(Seconds(std::min(seconds, kLongestDuration)));
+}
+
+Platform& chooseRecordedMachine(const Options& options) {
+  const MachineChoice machine = chooseMachine(options.machine);
+  if (machine.isStandIn) {
+    throw CommandError(kExitNothingRead,
+                       "no Apple hardware here; --machine names a recorded Mac to record");
+  }
+  return machine.platform;
+}
+
+void requireLock(const KVProcessLock& lock) {
+  if (lock.state() == KVProcessLock::State::kHeldElsewhere) {
+    throw CommandError(kExitElsewhere, "another program records the history already");
+  }
+  if (lock.state() == KVProcessLock::State::kFailed) {
+    throw CommandError(kExitNothingRead, "the history cannot be locked: " + lock.fault());
+  }
+}
+
+/// The recording of one machine until its end.
+class Recording {
+ public:
+  Recording(Platform& platform, RecordHistoryReport& report)
+      : platform_(platform), report_(report), recorder_(platform, controller_) {}
+
+  void run(StopSignal& stop, std::optional<double> every, Clock::time_point end) {
+    Clock::time_point next = Clock::now();
+    do {
+      sample();
+      const Seconds interval(every ? *every : recorder_.manager().updateInterval());
+      // What was missed, because the computer slept say, is not made up for.
+      next = std::max(next + std::chrono::duration_cast<Clock::duration>(interval), Clock::now());
+    } while (stop.runUntil(std::min(next, end)) && next < end);
+  }
+
+  int finish() {
+    const HistoryRecorder::Outcome outcome = recorder_.saveWaiting();
+    report_.end(std::chrono::system_clock::now(), outcome);
+    if (outcome.waiting > 0) {
+      throw CommandError(kExitNothingRead, "not everything was saved: " + outcome.fault);
+    }
+    return kExitSuccess;
+  }
+
+ private:
+  void sample() {
+    const auto instant = std::chrono::system_clock::now();
+    const HistoryRecorder::Outcome outcome = recorder_.sample(instant);
+    if (isFirst_ && outcome.sensors.empty()) {
+      throw CommandError(kExitNothingRead, platform_.title() + ": no sensor could be read");
+    }
+    isFirst_ = false;
+    report_.sample(instant, outcome, log_.append(instant, outcome.sensors, recorder_.manager()));
+  }
+
+  Platform& platform_;
+  RecordHistoryReport& report_;
+  SensorController controller_;
+  HistoryRecorder recorder_;
+  SensorLog log_;
+  bool isFirst_ = true;
+};
+
+int runRecordHistory(const Options& options, StandardOutput& output) {
+  const std::optional<double> every = intervalOf(options);
+  const Clock::time_point end = endOf(options);
+  StopSignal stop;
+  Platform& platform = chooseRecordedMachine(options);
+  const KVProcessLock lock(KVHistoryRecordingLock, platform);
+  requireLock(lock);
+  output.discardMessages(!platform.isLive());
+  RecordHistoryReport report(output, options.json);
+  std::fputs("kelvora: recording; an interrupt (Ctrl-C) ends it\n", stderr);
+  Recording recording(platform, report);
+  recording.run(stop, every, end);
+  return recording.finish();
+}
+
+}  // namespace
+
+std::vector<Command> recordHistoryCommands() {
+  return {{.name = "record-history",
+           .description = "Keep the history of every sensor, until interrupted",
+           .example = "kelvora record-history\n"
+                      "  kelvora record-history --for 10m --every 5 --json",
+           .machine = MachineUse::kOption,
+           .arguments = {{.name = "--for",
+                          .kind = Argument::Kind::kDuration,
+                          .description = "End after this time, e.g. 90, 10m, 2h or 1d"},
+                         {.name = "--every",
+                          .kind = Argument::Kind::kNumber,
+                          .description = "Seconds between samples, 1 to 3600, in place of the "
+                                         "setting updateFrequency",
+                          .typeName = "SECONDS"}},
+           .run = runRecordHistory}};
+}
+
+}  // namespace kelvora::tool

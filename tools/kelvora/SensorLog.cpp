@@ -1,0 +1,120 @@
+#include "tools/kelvora/SensorLog.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "KelvoraCore/KVExtension.h"
+
+#include "tools/kelvora/CSVFile.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+constexpr char kMoment[] = "yyyy-MM-dd'T'HH:mm:ssxxx";
+constexpr std::size_t kDayLength = std::string_view("2024-03-07").size();
+
+// By SensorType. The user's units would change the meaning of a column from one line to the next.
+constexpr std::array<const char*, 5> kUnits{"°C", "rpm", "V", "A", "W"};
+
+// The separators of lines and the quotation marks that a reader of the file would take for its own.
+std::string field(std::string_view text) {
+  std::string content = KVExtension::formattedForCSVContent(text);
+  std::ranges::replace_if(
+      content, [](char c) { return c == '\n' || c == '\r'; }, ' ');
+  std::ranges::replace(content, '"', '\'');
+  return content;
+}
+
+std::string title(const std::string& key, const std::string& name, std::uint64_t type) {
+  const std::string unit = type < kUnits.size() ? std::string(" ") + kUnits.at(type) : "";
+  return field((name == key ? key : name + " (" + key + ")") + unit);
+}
+
+std::string titleOf(const std::string& key, const SensorPtr& reading, KVDataManager& manager) {
+  if (reading != nullptr) {
+    return title(key, reading->name, reading->type);
+  }
+  const KVSensorPtr stored = manager.coreDataStore().getSensorByKey(key);
+  const KVCategoryPtr category = stored == nullptr ? nullptr : stored->category();
+  return category == nullptr
+             ? field(key)
+             : title(key, stored->name(), static_cast<std::uint64_t>(category->type()));
+}
+
+// At most three decimals, and none in vain.
+std::string number(double value) {
+  constexpr double kThousand = 1000;
+  return std::isfinite(value) ? nlohmann::json(std::round(value * kThousand) / kThousand).dump()
+                              : std::string();
+}
+
+SensorPtr sensorOfKey(const SensorList& sensors, const std::string& key) {
+  const auto found = std::ranges::find(sensors, key, [](const auto& each) { return each->key; });
+  return found == sensors.end() ? nullptr : *found;
+}
+
+// Whether a line of a sample begins so, and not the line of names.
+bool isDay(const std::string& begin) {
+  return begin.size() == kDayLength && begin.find_first_not_of("0123456789-") == std::string::npos;
+}
+
+/// The line of names and the line of one sample, each with its end.
+struct Lines {
+  std::string header = "Time";
+  std::string sample;
+};
+
+Lines linesOf(SensorLog::Instant instant, const std::vector<std::string>& keys,
+              const SensorList& sensors, KVDataManager& manager) {
+  Lines lines;
+  lines.sample = KVExtension::dateFormatter().stringFromDate(instant, kMoment);
+  for (const std::string& key : keys) {
+    const SensorPtr reading = sensorOfKey(sensors, key);
+    lines.header += "," + titleOf(key, reading, manager);
+    lines.sample += "," + (reading == nullptr ? std::string() : number(reading->value));
+  }
+  lines.header += "\n";
+  lines.sample += "\n";
+  return lines;
+}
+
+}  // namespace
+
+std::optional<std::string> SensorLog::append(Instant instant, const SensorList& sensors,
+                                             KVDataManager& manager) {
+  if (!manager.fileLoggingEnabled()) {
+    return std::nullopt;
+  }
+  const auto keys = manager.fileLoggingSensorKeys();
+  if (!keys || keys->empty()) {
+    return std::nullopt;
+  }
+  const auto path = manager.fileLoggingPath();
+  if (!path) {
+    return "the log has no folder: set fileLoggingPath";
+  }
+  const Lines lines = linesOf(instant, *keys, sensors, manager);
+  const CSVFile file(*path);
+  if (isReset(static_cast<SensorLogReset>(manager.fileLoggingResetMode()), file, lines.sample)) {
+    file.clear();
+  }
+  isBegun_ = true;
+  return file.append(lines.header, lines.sample);
+}
+
+bool SensorLog::isReset(SensorLogReset mode, const CSVFile& file, const std::string& line) const {
+  if (mode == SensorLogReset::kEachRecording) {
+    return !isBegun_;
+  }
+  const std::string day = file.beginOfLastLine(kDayLength);
+  return mode == SensorLogReset::kEachDay && isDay(day) && !line.starts_with(day);
+}
+
+}  // namespace kelvora::tool

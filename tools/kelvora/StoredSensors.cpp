@@ -1,0 +1,120 @@
+#include "tools/kelvora/StoredSensors.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <unordered_set>
+
+namespace kelvora::tool {
+
+namespace {
+
+// By SensorType.
+constexpr std::array<const char*, 5> kCategoryNames{"Temperature", "Fan", "Voltage", "Current",
+                                                    "Power"};
+
+// What counts as "nothing was recorded" in every stored value.
+constexpr double kNothing = -1;
+
+constexpr double kLowestTemperature = 0;
+constexpr double kHighestTemperature = 110;
+
+std::int16_t stored(std::uint64_t code) { return static_cast<std::int16_t>(code); }
+
+void describe(KVSensor& stored, const Sensor& sensor, const KVCategoryPtr& category) {
+  stored.setName(sensor.name);
+  stored.setFullName(sensor.fullName);
+  stored.setMinValue(sensor.minLimitValue);
+  stored.setMaxValue(sensor.maxLimitValue);
+  stored.setGroup(tool::stored(sensor.group));
+  stored.setSourceType(tool::stored(sensor.sourceType));
+  stored.setPlatform(tool::stored(sensor.platform));
+  stored.setAverage(sensor.average);
+  if (stored.category() != category) {
+    stored.setCategory(category);
+  }
+}
+
+SensorPtr readingOf(const KVSensor& stored, SensorController& controller,
+                    const SensorList& sensors) {
+  const KVCategoryPtr category = stored.category();
+  if (category == nullptr) {
+    return nullptr;
+  }
+  const auto type = static_cast<std::uint64_t>(category->type());
+  const auto source = static_cast<std::uint64_t>(stored.sourceType());
+  const double value = controller.getSensorValueByKey(stored.key(), type, source, sensors);
+  return Sensor::instanceWithKey(stored.key(), stored.name(), stored.fullName(), value,
+                                 kLowestTemperature, kHighestTemperature, type, SensorGroupNone,
+                                 SensorPlatformEvery, source, false);
+}
+
+}  // namespace
+
+std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
+  const ManagedObjectContextPtr context = store.viewContext();
+  const KVCoreDataStore::Sensors sensors = store.allSensors();
+  if (!sensors) {
+    return std::nullopt;
+  }
+  StoredSensors result(store);
+  for (const KVSensorPtr& sensor : *sensors) {
+    result.sensors_.emplace(sensor->key(), sensor);
+  }
+  for (std::size_t type = 0; type < kCategoryNames.size(); ++type) {
+    const KVCategoryPtr category =
+        store.createOrUpdateCategoryWithName(kCategoryNames.at(type), context);
+    category->setType(stored(type));
+    result.categories_.at(type) = category;
+  }
+  return result;
+}
+
+void StoredSensors::addCustomSensors(SensorController& controller, SensorList& sensors) const {
+  std::unordered_set<std::string> read;
+  for (const SensorPtr& sensor : sensors) {
+    read.insert(sensor->key);
+    const KVSensorPtr stored = this->sensor(sensor->key);
+    if (stored != nullptr && stored->isCustom()) {
+      sensor->name = stored->name();
+      sensor->fullName = stored->fullName();
+    }
+  }
+  for (const auto& [key, stored] : sensors_) {
+    const SensorPtr reading = stored->isCustom() && !read.contains(key)
+                                  ? readingOf(*stored, controller, sensors)
+                                  : nullptr;
+    if (reading != nullptr && reading->isValidValue()) {
+      sensors.push_back(reading);
+    }
+  }
+}
+
+void StoredSensors::update(const SensorList& sensors) {
+  for (const SensorPtr& sensor : sensors) {
+    KVSensorPtr& stored = sensors_[sensor->key];
+    if (stored == nullptr) {
+      stored = store_->createSensorWithKey(sensor->key, store_->viewContext());
+    }
+    if (!stored->isCustom()) {
+      describe(*stored, *sensor, categories_.at(sensor->type));
+    }
+  }
+}
+
+void StoredSensors::note(KVSensor& sensor, double value) {
+  sensor.setValue(value);
+  if (sensor.recordedMinValue() == kNothing || value < sensor.recordedMinValue()) {
+    sensor.setRecordedMinValue(value);
+  }
+  if (sensor.recordedMaxValue() == kNothing || value > sensor.recordedMaxValue()) {
+    sensor.setRecordedMaxValue(value);
+  }
+}
+
+KVSensorPtr StoredSensors::sensor(const std::string& key) const {
+  const auto found = sensors_.find(key);
+  return found == sensors_.end() ? nullptr : found->second;
+}
+
+}  // namespace kelvora::tool

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "KelvoraCore/KVCoreDataStore.h"
+#include "KelvoraCore/SensorController.h"
+
+namespace kelvora::tool {
+
+/// The categories and sensors of a store, read at one moment, to be brought up to date with a
+/// reading. What changes is unsaved in the store's view context. Only on the main thread.
+class StoredSensors {
+ public:
+  /// Reads them, and creates the categories that are missing; none when the store cannot be read.
+  static std::optional<StoredSensors> read(KVCoreDataStore& store);
+
+  /// Gives the sensors that the user added their names, and appends a reading of those that
+  /// `sensors` lacks, as far as they can be read.
+  void addCustomSensors(SensorController& controller, SensorList& sensors) const;
+  /// Creates the sensors that are missing, and describes all as they were read. A sensor that the
+  /// user added keeps the description that the user gave it.
+  void update(const SensorList& sensors);
+  /// Makes `value` the last value of a sensor, and an extreme if it is one.
+  static void note(KVSensor& sensor, double value);
+
+  /// Null when there is none.
+  KVSensorPtr sensor(const std::string& key) const;
+
+ private:
+  explicit StoredSensors(KVCoreDataStore& store) : store_(&store) {}
+
+  KVCoreDataStore* store_;
+  std::array<KVCategoryPtr, 5> categories_;  // by SensorType
+  std::unordered_map<std::string, KVSensorPtr> sensors_;
+};
+
+}  // namespace kelvora::tool
