@@ -24,6 +24,7 @@ inline constexpr char KVHistoryRecordingLock[] = "HistoryRecording";
 /// programs that the process starts.
 class KELVORA_EXPORT KVProcessLock {
  public:
+  /// What an attempt to take the lock came to.
   enum class State : std::uint8_t {
     kHeld,
     kHeldElsewhere,  ///< another object has it, of this process or another

@@ -196,10 +196,14 @@ TEST_F(Recorder, KeepsTheLowestAndTheHighestValueForEver) {
 }
 
 TEST_F(Recorder, TheStatusFollowsTheLastValue) {
-  sampleAt(kBegin);
-  EXPECT_EQ(stored("TC0P")->value(), processor(kBegin));
-  sampleAt(kBegin + 4000);
-  EXPECT_EQ(stored("TC0P")->value(), processor(kBegin + 4000));
+  for (double at = kBegin; at < kBegin + 40000; at += 1000) {
+    sampleAt(at);
+    const double value = processor(at);
+    EXPECT_EQ(stored("TC0P")->value(), value);
+    EXPECT_EQ(stored("TC0P")->statusEnum(), value < 66 ? 1 : 2) << value;
+    EXPECT_EQ(stored("0")->statusEnum(), fan(at) == 0 ? 4 : fan(at) < 4800 ? 5 : 6) << fan(at);
+    EXPECT_TRUE(stored("VC0C")->isNormalCondition());
+  }
 }
 
 TEST_F(Recorder, ASensorThatAnotherProgramDeletedIsRecordedAgainFromItsNextReading) {
@@ -350,6 +354,9 @@ TEST_F(Recorder, AFullDiskLosesNothingThatStillFits) {
       EXPECT_NE(outcome.fault, "");
       EXPECT_EQ(outcome.saved, 0U);
       EXPECT_EQ(outcome.waiting, static_cast<std::size_t>(i));
+      // What compares the values with a limit, say, sees those of now.
+      EXPECT_EQ(recorder->manager().coreDataStore().getSensorByKey("TC0P")->value(),
+                processor(kBegin + 30 * i));
     }
     EXPECT_NE(recorder->saveWaiting().fault, "");
   }

@@ -273,6 +273,18 @@ class Answers(unittest.TestCase):
                         validate(other, schema)
 
     # A schema that takes anything describes nothing.
+    def test_recordings(self):
+        command = [PROGRAM, "record-history", "--machine", str(MACHINES / "Macmini8,1.json"), "--for", "2", "--every", "1",
+                   "--json"]
+        recorded = subprocess.run(command, env=self.environment, capture_output=True, text=True, check=True)
+        lines = [json.loads(line) for line in recorded.stdout.splitlines()]
+        (self.folder / "data" / "group.com.kelvora" / "Database.sqlite").write_text("no store, whatever it was before")
+        refused = subprocess.run(command, env=self.environment, capture_output=True, text=True)
+        lines += [json.loads(line) for line in refused.stdout.splitlines()]
+        for line in lines:
+            validate(line, "recording.json")
+        self.assertEqual({line["event"] for line in lines}, {"sample", "notSaved", "end"})
+
     def test_an_answer_that_is_wrong_in_one_place_is_refused(self):
         machine = str(MACHINES / "Macmini9,1.json")
         for command in OF_A_MACHINE:

@@ -24,7 +24,11 @@ std::uintmax_t sizeOf(const std::string& path) {
   return error ? 0 : size;
 }
 
+// Nothing of what is no file: opening a pipe, say, would wait for its other end.
 std::string bytesOf(const std::string& path, std::uintmax_t from, std::size_t most) {
+  if (std::error_code error; !fs::is_regular_file(path, error)) {
+    return "";
+  }
   std::ifstream file(path, std::ios::binary);
   file.seekg(static_cast<std::streamoff>(from));
   std::string bytes(most, '\0');
@@ -61,7 +65,11 @@ std::string CSVFile::beginOfLastLine(std::size_t length) const {
   return text.substr(before == std::string::npos ? 0 : before + 1, length);
 }
 
-void CSVFile::clear() const { shorten(path_, 0); }
+void CSVFile::clear(const std::string& header) const {
+  if (bytesOf(path_, 0, header.size()) == header) {
+    shorten(path_, 0);
+  }
+}
 
 void CSVFile::cutUnfinishedLine() const {
   const std::string text = tail();
@@ -89,13 +97,12 @@ std::optional<std::string> CSVFile::append(const std::string& header,
   std::error_code error;
   const fs::path path(path_);
   fs::create_directories(path.parent_path(), error);
-  // Opening a pipe, say, would wait for its other end.
   if (fs::exists(path, error) && !fs::is_regular_file(path, error)) {
     return path_ + ": not a file";
   }
   const std::string first = bytesOf(path_, 0, header.size());
   if (header != first && header.starts_with(first)) {
-    clear();  // nothing but a part of the header at most
+    shorten(path_, 0);  // it holds a part of the header at most
   } else if (header != first) {
     keepUnderAnotherName();
   } else {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
@@ -15,8 +16,8 @@ class CSVFile {
 
   /// The first characters of the last line; fewer when the line or the file is shorter.
   std::string beginOfLastLine(std::size_t length) const;
-  /// Removes what the file holds, if it exists.
-  void clear() const;
+  /// Removes what the file holds if it begins with `header`.
+  void clear(const std::string& header) const;
   /// Adds a line, both with their line feed. A new or empty file begins with `header`, and so does
   /// the one that takes the place of a file with another first line, which is kept under another
   /// name ("log 2.csv"). A line that was not written to its end is cut off first.

@@ -35,10 +35,12 @@ class HistoryPoints {
 
   /// Whether any sensor has a point of the series in the step of `seconds`.
   bool hasPoint(const HistorySeries& series, double seconds);
-  /// Adds a point at the end of a sensor's history; `undoAdded` takes it back before it is saved.
+  /// Adds a point at the end of a sensor's history.
   void add(const HistorySeries& series, const KVSensorPtr& sensor, double seconds, double value);
-  /// Takes back every point that was added, after a save that failed.
+  /// Takes back the points that were added since the last save, and only these.
   void undoAdded();
+  /// Forgets which points were added, after a save.
+  void keepAdded() { added_.clear(); }
 
   /// Deletes points with `from` <= time <= `until`, some minutes' worth at most, so that a long
   /// pause does not make one save a big one. Returns whether that was all of them.

@@ -12,9 +12,6 @@ namespace {
 
 constexpr double kKeepValues = -1;
 
-// What counts as "cannot be read" in every reading.
-constexpr double kNothing = -1;
-
 // How many samples are saved at once after an outage: the next sample must not be late.
 constexpr std::size_t kMostAtOnce = 60;
 
@@ -35,8 +32,6 @@ SensorList eachKeyOnce(SensorList sensors) {
   std::erase_if(sensors, [&](const auto& sensor) { return !keys.insert(sensor->key).second; });
   return sensors;
 }
-
-bool isRead(double value) { return std::isfinite(value) && value != kNothing; }
 
 }  // namespace
 
@@ -131,8 +126,8 @@ void HistoryRecorder::forgetExpired() {
 
 void HistoryRecorder::save(const StoredSensors& stored, std::size_t most, Outcome& outcome) {
   const ManagedObjectContextPtr context = manager().coreDataStore().viewContext();
+  HistoryPoints points(manager().coreDataStore());
   for (; !waiting_.empty() && outcome.saved < most; ++outcome.saved) {
-    HistoryPoints points(manager().coreDataStore());
     add(waiting_.front(), stored, points);
     if (waiting_.size() == 1) {
       removeExpired(points);
@@ -140,9 +135,11 @@ void HistoryRecorder::save(const StoredSensors& stored, std::size_t most, Outcom
     if (const auto fault = context->save()) {
       outcome.fault = *fault;
       isTrimmed_ = false;
+      // The sensors keep their values, unsaved: what compares them sees those of now.
       points.undoAdded();
       return;
     }
+    points.keepAdded();
     waiting_.pop_front();
   }
   announceDataset();
@@ -162,10 +159,10 @@ void HistoryRecorder::add(const Reading& reading, const StoredSensors& stored,
   for (std::size_t key = 0; key < reading.keys->size(); ++key) {
     const KVSensorPtr sensor = stored.sensor(reading.keys->at(key));
     const double value = reading.values.at(key);
-    if (sensor == nullptr || !isRead(value)) {
+    if (sensor == nullptr || !StoredSensors::isRead(value)) {
       continue;
     }
-    StoredSensors::note(*sensor, value);
+    StoredSensors::widenExtremes(*sensor, value);
     for (const HistorySeries* series : wanted) {
       points.add(*series, sensor, reading.seconds, value);
     }

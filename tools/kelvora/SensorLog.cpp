@@ -51,8 +51,11 @@ std::string titleOf(const std::string& key, const SensorPtr& reading, KVDataMana
 // At most three decimals, and none in vain.
 std::string number(double value) {
   constexpr double kThousand = 1000;
-  return std::isfinite(value) ? nlohmann::json(std::round(value * kThousand) / kThousand).dump()
-                              : std::string();
+  if (!std::isfinite(value)) {
+    return "";
+  }
+  const std::string text = nlohmann::json(std::round(value * kThousand) / kThousand).dump();
+  return text.ends_with(".0") ? text.substr(0, text.size() - 2) : text;
 }
 
 SensorPtr sensorOfKey(const SensorList& sensors, const std::string& key) {
@@ -103,7 +106,7 @@ std::optional<std::string> SensorLog::append(Instant instant, const SensorList& 
   const Lines lines = linesOf(instant, *keys, sensors, manager);
   const CSVFile file(*path);
   if (isReset(static_cast<SensorLogReset>(manager.fileLoggingResetMode()), file, lines.sample)) {
-    file.clear();
+    file.clear(lines.header);
   }
   isBegun_ = true;
   return file.append(lines.header, lines.sample);

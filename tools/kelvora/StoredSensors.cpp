@@ -1,5 +1,6 @@
 #include "tools/kelvora/StoredSensors.h"
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -12,9 +13,6 @@ namespace {
 // By SensorType.
 constexpr std::array<const char*, 5> kCategoryNames{"Temperature", "Fan", "Voltage", "Current",
                                                     "Power"};
-
-// What counts as "nothing was recorded" in every stored value.
-constexpr double kNothing = -1;
 
 constexpr double kLowestTemperature = 0;
 constexpr double kHighestTemperature = 110;
@@ -99,15 +97,21 @@ void StoredSensors::update(const SensorList& sensors) {
     if (!stored->isCustom()) {
       describe(*stored, *sensor, categories_.at(sensor->type));
     }
+    if (isRead(sensor->value)) {
+      stored->setValue(sensor->value);
+    }
   }
 }
 
-void StoredSensors::note(KVSensor& sensor, double value) {
-  sensor.setValue(value);
-  if (sensor.recordedMinValue() == kNothing || value < sensor.recordedMinValue()) {
+bool StoredSensors::isRead(double value) {
+  return std::isfinite(value) && value != kNothingRecorded;
+}
+
+void StoredSensors::widenExtremes(KVSensor& sensor, double value) {
+  if (sensor.recordedMinValue() == kNothingRecorded || value < sensor.recordedMinValue()) {
     sensor.setRecordedMinValue(value);
   }
-  if (sensor.recordedMaxValue() == kNothing || value > sensor.recordedMaxValue()) {
+  if (sensor.recordedMaxValue() == kNothingRecorded || value > sensor.recordedMaxValue()) {
     sensor.setRecordedMaxValue(value);
   }
 }

@@ -11,6 +11,9 @@
 
 namespace kelvora::tool {
 
+/// What counts as "could not be read" and "nothing was recorded" in every value.
+inline constexpr double kNothingRecorded = -1;
+
 /// The categories and sensors of a store, read at one moment, to be brought up to date with a
 /// reading. What changes is unsaved in the store's view context. Only on the main thread.
 class StoredSensors {
@@ -21,11 +24,13 @@ class StoredSensors {
   /// Gives the sensors that the user added their names, and appends a reading of those that
   /// `sensors` lacks, as far as they can be read.
   void addCustomSensors(SensorController& controller, SensorList& sensors) const;
-  /// Creates the sensors that are missing, and describes all as they were read. A sensor that the
-  /// user added keeps the description that the user gave it.
+  /// Creates the sensors that are missing, and makes all as they were read. A sensor that the user
+  /// added keeps the description that the user gave it.
   void update(const SensorList& sensors);
-  /// Makes `value` the last value of a sensor, and an extreme if it is one.
-  static void note(KVSensor& sensor, double value);
+  /// Makes `value` a recorded extreme of a sensor if it is one.
+  static void widenExtremes(KVSensor& sensor, double value);
+  /// Whether a value is one that was read: a finite number other than `kNothingRecorded`.
+  static bool isRead(double value);
 
   /// Null when there is none.
   KVSensorPtr sensor(const std::string& key) const;
