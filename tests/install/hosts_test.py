@@ -273,7 +273,7 @@ class Documents(Hosts):
         self.assert_programs_work("README.md", 1)
 
     def test_hosting(self):
-        self.assert_programs_work("docs/hosting.md", 2)
+        self.assert_programs_work("docs/hosting.md", 3)
 
     def test_store(self):
         self.assert_programs_work("docs/store.md", 1)
