@@ -10,6 +10,8 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <malloc.h>
 
@@ -19,6 +21,10 @@
 
 #include "engine/PreparedStatement.h"
 #include "engine/StoreFile.h"
+#include "platforms/recorded/RecordedPlatform.h"
+#include "platforms/recorded/RecordedSMC.h"
+#include "platforms/recorded/file/MachineFile.h"
+#include "ports/Ports.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tools/kelvora/HistoryRecorder.h"
 
@@ -66,6 +72,27 @@ double kilobytesOfFiles(const std::string& path) {
 struct Cost {
   double milliseconds = 0;  ///< of the processor, per sample
   double kilobytes = 0;     ///< by write calls, per sample
+};
+
+/// The SMC of a recorded Mac, whose values change a little with each sample. Without that only
+/// points would be written, and no sensor.
+class RestlessSMC : public platform::RecordedSMC {
+ public:
+  explicit RestlessSMC(std::vector<platform::RecordedSMCKey> keys) : RecordedSMC(std::move(keys)) {}
+  void nextSample() { ++samples_; }
+
+ protected:
+  platform::KernelStatus perform(const SMCParamRecord& request, SMCParamRecord& reply) override {
+    const auto status = RecordedSMC::perform(request, reply);
+    // The lower byte of a value of two bytes, and a lower one of a number.
+    if (request.command == SMCCommandReadBytes && request.keyInfo.dataSize > 1) {
+      reply.bytes[1] = static_cast<std::uint8_t>(reply.bytes[1] ^ (samples_ & 31));
+    }
+    return status;
+  }
+
+ private:
+  unsigned samples_ = 0;
 };
 
 /// Takes a measure over ten minutes of samples.
@@ -141,7 +168,10 @@ class BareRecording {
 /// Records the Mac into a store of its own.
 class Recording {
  public:
+  explicit Recording(RestlessSMC& smc) : smc_(smc) {}
+
   std::size_t sample(double at) {
+    smc_.nextSample();
     const auto seconds = std::chrono::duration<double>(at);
     const auto outcome = recorder_.sample(std::chrono::system_clock::time_point(
         std::chrono::duration_cast<std::chrono::system_clock::duration>(seconds)));
@@ -168,6 +198,7 @@ class Recording {
   }
 
  private:
+  RestlessSMC& smc_;
   SensorController controller_;
   tool::HistoryRecorder recorder_{Platform::current(), controller_};
 };
@@ -185,9 +216,15 @@ int run() {
   const testing::TemporaryFolder folder;
   ::setenv("XDG_DATA_HOME", folder.path().c_str(), 1);
   ::setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
-  Platform::install(Platform::recordedFromFile(KELVORA_MACHINES "/iMac19,1.json"));
+  platform::RecordedMachine machine = platform::readMachineFile(KELVORA_MACHINES "/iMac19,1.json");
+  auto keys = machine.smcKeys.value();
+  auto mac = platform::makeRecordedPlatform(std::move(machine));
+  auto owned = std::make_unique<RestlessSMC>(std::move(keys));
+  RestlessSMC& smc = *owned;
+  mac->ports().smc = std::move(owned);
+  Platform::install(std::move(mac));
   const std::string path = *KVUtils::groupContainerPath() + "/Database.sqlite";
-  Recording recording;
+  Recording recording(smc);
   // A week with the points that samples each two seconds would have left.
   const double now = kBegin + kWeek;
   recording.fill(kBegin, now - kDay, kTenMinutes);
