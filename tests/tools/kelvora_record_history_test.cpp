@@ -12,6 +12,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "KelvoraCore/KVDataManager.h"
+
+#include "ports/Ports.h"
 #include "tests/support/ChildProgram.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/tools/KelvoraProgram.h"
@@ -171,6 +174,33 @@ TEST_F(RecordHistory, AStoreThatCannotBeUsedIsReportedOnceAndEndsInStatusOne) {
   EXPECT_EQ(result.standardOutput.find("not saved: ", first + 1), std::string::npos);
   EXPECT_THAT(result.standardOutput, EndsWith("  recorded 0 samples, 2 could not be saved\n"));
   EXPECT_THAT(result.standardError, HasSubstr("kelvora: not everything was saved: the store "));
+}
+
+TEST_F(RecordHistory, AFiredRuleIsReportedOnceAndItsTimeIsStored) {
+  runKelvora({"settings", "set", "tempUnitCelsius", "false"});
+  const auto platform = Platform::live();
+  KVDataManager manager(*platform);
+  KVNotification rule;
+  rule.sensorKey = kAnySensorKey;
+  rule.threshold = 70;  // degrees Fahrenheit
+  rule.active = true;
+  rule.repeat = 5;
+  manager.setOverheatNotifications({rule});
+  const ProgramResult result = record({"--for", "2", "--every", "1"});
+  const std::size_t first = result.standardOutput.find("  rule fired: ");
+  ASSERT_NE(first, std::string::npos) << result.standardOutput;
+  EXPECT_EQ(result.standardOutput.find("rule fired", first + 10), std::string::npos);
+  EXPECT_THAT(result.standardOutput, HasSubstr(", the limit is 70\n"));
+  EXPECT_TRUE(manager.overheatNotifications()->front().lastTimeFired.has_value());
+  manager.setOverheatNotifications({rule});
+  const std::string lines = record({"--for", "1", "--every", "1", "--json"}).standardOutput;
+  const std::size_t begin = lines.find("\n") + 1;
+  const json event = eventOf(lines.substr(begin, lines.find('\n', begin) - begin));
+  EXPECT_EQ(event["event"], "rule");
+  EXPECT_EQ(event["rule"], "any-sensor");
+  EXPECT_EQ(event["threshold"], 70);
+  EXPECT_GT(event["value"], 70);
+  EXPECT_NE(event["sensorKey"], "any-sensor");
 }
 
 TEST_F(RecordHistory, RefusesTimesOutOfRange) {

@@ -12,6 +12,7 @@
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/HistoryRecorder.h"
 #include "tools/kelvora/MachineChoice.h"
+#include "tools/kelvora/OverheatRules.h"
 #include "tools/kelvora/RecordHistoryReport.h"
 #include "tools/kelvora/SensorLog.h"
 
@@ -97,6 +98,19 @@ class Recording {
     }
     isFirst_ = false;
     report_.sample(instant, outcome, log_.append(instant, outcome.sensors, recorder_.manager()));
+    for (const FiredRule& fired : rules().fire(instant)) {
+      report_.rule(instant, fired);
+    }
+  }
+
+  // Kept from sample to sample: they remember what fired and could not be stored.
+  OverheatRules& rules() {
+    KVDataManager& manager = recorder_.manager();
+    if (rulesManager_ != &manager) {
+      rulesManager_ = &manager;
+      rules_.emplace(manager);
+    }
+    return *rules_;
   }
 
   Platform& platform_;
@@ -104,6 +118,8 @@ class Recording {
   SensorController controller_;
   HistoryRecorder recorder_;
   SensorLog log_;
+  KVDataManager* rulesManager_ = nullptr;  // whose rules these are
+  std::optional<OverheatRules> rules_;
   bool isFirst_ = true;
 };
 

@@ -1,5 +1,6 @@
 #include "tools/kelvora/RecordHistoryReport.h"
 
+#include <cmath>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -23,6 +24,13 @@ std::string textOf(RecordHistoryReport::Instant instant) {
 
 std::string counted(std::size_t count, const std::string& noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+// "70" or "96.3"
+std::string oneDecimal(double value) {
+  constexpr double kTen = 10;
+  const std::string text = jsonNumber(std::round(value * kTen) / kTen).dump();
+  return text.ends_with(".0") ? text.substr(0, text.size() - 2) : text;
 }
 
 }  // namespace
@@ -81,6 +89,19 @@ void RecordHistoryReport::showProgress(Instant instant, const HistoryRecorder::O
     minute_ = minute;
     writeText(output_, text + "\n");
   }
+}
+
+void RecordHistoryReport::rule(Instant instant, const FiredRule& fired) {
+  event(instant,
+        "rule fired: " + printable(fired.sensorName) + " (" + printable(fired.sensorKey) +
+            ") is at " + oneDecimal(fired.value) + ", the limit is " +
+            oneDecimal(fired.rule.threshold.value_or(0)),
+        {{"event", "rule"},
+         {"rule", fired.rule.sensorKey.value_or("")},
+         {"sensorKey", fired.sensorKey},
+         {"sensorName", fired.sensorName},
+         {"value", jsonNumber(fired.value)},
+         {"threshold", jsonNumber(fired.rule.threshold.value_or(0))}});
 }
 
 void RecordHistoryReport::end(Instant instant, const HistoryRecorder::Outcome& outcome) {

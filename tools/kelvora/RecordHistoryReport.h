@@ -8,6 +8,7 @@
 #include "KelvoraCore/StandardOutput.h"
 
 #include "tools/kelvora/HistoryRecorder.h"
+#include "tools/kelvora/OverheatRules.h"
 #include "tools/kelvora/Report.h"
 
 namespace kelvora::tool {
@@ -27,10 +28,11 @@ class RecordHistoryReport {
   /// After the last save of a recording that ended.
   void end(Instant instant, const HistoryRecorder::Outcome& outcome);
 
-  /// An event as a line of text and as JSON members.
-  void event(Instant instant, const std::string& text, Json members);
+  /// An overheat rule fired.
+  void rule(Instant instant, const FiredRule& fired);
 
  private:
+  void event(Instant instant, const std::string& text, Json members);
   void noteStore(Instant instant, const HistoryRecorder::Outcome& outcome);
   void noteLog(Instant instant, const std::optional<std::string>& fault);
   void showProgress(Instant instant, const HistoryRecorder::Outcome& outcome);
