@@ -11,7 +11,7 @@ namespace kelvora {
 namespace {
 
 constexpr std::uint64_t kVersion = 100000;
-constexpr int kDeepestLevel = 100;
+constexpr int kDeepestNesting = 100;
 constexpr std::size_t kMostBytes = 4 << 20;
 
 // Ends the reading of an archive.
@@ -111,7 +111,7 @@ class ArchiveReader {
   }
 
   ArchiveValue objectAt(std::uint64_t index) {
-    require(index < objects_.size() && !isBeingRead_[index] && level_ < kDeepestLevel);
+    require(index < objects_.size() && !isBeingRead_[index] && level_ < kDeepestNesting);
     spend(sizeof(ArchiveValue));
     if (index == 0) {
       return {};

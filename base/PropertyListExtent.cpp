@@ -47,8 +47,8 @@ class Measure {
   }
 
   std::optional<Extent> measured(const BinaryPropertyList::Object& object, int level) {
-    using Kind = BinaryPropertyList::Kind;
-    if (object.kind != Kind::kArray && object.kind != Kind::kDictionary) {
+    if (object.kind != BinaryPropertyList::Kind::kArray &&
+        object.kind != BinaryPropertyList::Kind::kDictionary) {
       return Extent{1, object.payload.size(), 1};
     }
     Extent whole;

@@ -58,6 +58,7 @@ KELVORA_EXPORT std::optional<std::vector<KVNotification>> storedOverheatNotifica
 /// Follows the key alone, as the equality.
 template <>
 struct std::hash<kelvora::KVNotification> {
+  /// The hash of the key, so that equal rules have equal hashes. Any thread.
   std::size_t operator()(const kelvora::KVNotification& rule) const noexcept {
     return std::hash<std::optional<std::string>>()(rule.sensorKey);
   }

@@ -22,11 +22,9 @@ namespace {
 
 constexpr std::size_t kColumnsElsewhere = 80;
 
-std::string isoTime(double seconds) {
+std::string timeText(double seconds) {
   const std::chrono::duration<double> sinceEpoch(seconds);
-  return KVExtension::dateFormatter().stringFromDate(
-      KVExtension::Date(std::chrono::floor<KVExtension::Date::duration>(sinceEpoch)),
-      "yyyy-MM-dd'T'HH:mm:ssxxx");
+  return isoTime(KVExtension::Date(std::chrono::floor<KVExtension::Date::duration>(sinceEpoch)));
 }
 
 const PlotCanvas::Signs& signsOfLocale() {
@@ -92,14 +90,14 @@ Json jsonHistory(const SensorHistory& history) {
   const auto unit = rawUnit(history.categoryType);
   Json points = Json::array();
   for (const HistoryPoint& point : history.points) {
-    points.push_back({{"time", isoTime(point.seconds)}, {"value", jsonNumber(point.raw)}});
+    points.push_back({{"time", timeText(point.seconds)}, {"value", jsonNumber(point.raw)}});
   }
   return {
       {"sensor", {{"key", history.key}, {"name", history.name}, {"fullName", history.fullName}}},
       {"unit", unit ? Json(*unit) : Json(nullptr)},
       {"range", timeRangeNames().at(static_cast<std::size_t>(history.timeRange))},
-      {"from", isoTime(history.axis.front().time)},
-      {"until", isoTime(history.axis.back().time)},
+      {"from", timeText(history.axis.front().time)},
+      {"until", timeText(history.axis.back().time)},
       {"minimum", jsonValueOf(history.minimum())},
       {"maximum", jsonValueOf(history.maximum())},
       {"last", jsonValueOf(history.last())},
@@ -110,7 +108,7 @@ std::string csvHistory(const SensorHistory& history) {
   const auto unit = rawUnit(history.categoryType);
   std::string text = "time,value" + (unit ? " (" + *unit + ")" : "") + "\n";
   for (const HistoryPoint& point : history.points) {
-    text += isoTime(point.seconds) + ",";
+    text += timeText(point.seconds) + ",";
     if (std::isfinite(point.raw)) {
       std::array<char, 32> digits{};
       const auto end = std::to_chars(digits.begin(), digits.end(), point.raw);

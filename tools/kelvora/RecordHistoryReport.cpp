@@ -5,22 +5,14 @@
 
 #include <nlohmann/json.hpp>
 
-#include "KelvoraCore/KVExtension.h"
-
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
 namespace {
 
-constexpr char kMoment[] = "yyyy-MM-dd'T'HH:mm:ssxxx";
-
 // To the beginning of the line, and nothing left of it.
 constexpr char kRewrite[] = "\r\x1b[K";
-
-std::string textOf(RecordHistoryReport::Instant instant) {
-  return KVExtension::dateFormatter().stringFromDate(instant, kMoment);
-}
 
 std::string counted(std::size_t count, const std::string& noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
@@ -78,7 +70,7 @@ void RecordHistoryReport::showProgress(Instant instant, const HistoryRecorder::O
   }
   const std::string waiting =
       outcome.waiting == 0 ? "" : ", " + std::to_string(outcome.waiting) + " not saved";
-  const std::string text = textOf(instant) + "  " + counted(outcome.sensors.size(), "sensor") +
+  const std::string text = isoTime(instant) + "  " + counted(outcome.sensors.size(), "sensor") +
                            ", " + counted(samples_, "sample") + waiting;
   const auto minute = std::chrono::floor<std::chrono::minutes>(instant.time_since_epoch());
   if (output_.isTerminal()) {
@@ -113,7 +105,7 @@ void RecordHistoryReport::end(Instant instant, const HistoryRecorder::Outcome& o
 }
 
 void RecordHistoryReport::event(Instant instant, const std::string& text, Json members) {
-  const std::string time = textOf(instant);
+  const std::string time = isoTime(instant);
   if (isJSON_) {
     Json line{{"time", time}};
     line.update(std::move(members));

@@ -6,7 +6,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "KelvoraCore/KVExtension.h"
 #include "KelvoraCore/ZDSystemDevice.h"
 
 #include "tools/kelvora/CharacterSet.h"
@@ -19,11 +18,9 @@ Json jsonNumber(double value) { return std::isfinite(value) ? Json(value) : Json
 
 Json jsonMachine(Platform& platform) {
   constexpr int kFormatVersion = 1;
-  constexpr char kMoment[] = "yyyy-MM-dd'T'HH:mm:ssxxx";
   const std::string model = ZDSystemDevice::modelIdentifier(platform);
-  const auto now = std::chrono::system_clock::now();
   return {{"formatVersion", kFormatVersion},
-          {"time", KVExtension::dateFormatter().stringFromDate(now, kMoment)},
+          {"time", isoTime(std::chrono::system_clock::now())},
           {"title", platform.title()},
           {"model", model.empty() ? Json(nullptr) : Json(model)},
           {"architecture", architectureName(platform.architecture())},

@@ -7,7 +7,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "KelvoraCore/KVExtension.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
 #include "KelvoraCore/KVValueConverter.h"
 
@@ -23,25 +22,20 @@ namespace {
 
 constexpr char kList[] = "the list of rules";
 
-std::string momentText(KVNotification::Date moment) {
-  constexpr char kMoment[] = "yyyy-MM-dd'T'HH:mm:ssxxx";
-  return KVExtension::dateFormatter().stringFromDate(moment, kMoment);
-}
-
 template <typename T>
 Json jsonOf(const std::optional<T>& value) {
   return value ? Json(*value) : Json(nullptr);
 }
 
 Json jsonRule(const KVNotification& rule) {
-  return {{"sensorKey", jsonOf(rule.sensorKey)},
-          {"sensorName", jsonOf(rule.sensorName)},
-          {"threshold", rule.threshold ? jsonNumber(*rule.threshold) : Json(nullptr)},
-          {"active", rule.active.value_or(false)},
-          {"repeat", rule.repeatMode()},
-          {"repeatDelaySeconds", rule.repeatDelays()},
-          {"lastTimeFired",
-           rule.lastTimeFired ? Json(momentText(*rule.lastTimeFired)) : Json(nullptr)}};
+  return {
+      {"sensorKey", jsonOf(rule.sensorKey)},
+      {"sensorName", jsonOf(rule.sensorName)},
+      {"threshold", rule.threshold ? jsonNumber(*rule.threshold) : Json(nullptr)},
+      {"active", rule.active.value_or(false)},
+      {"repeat", rule.repeatMode()},
+      {"repeatDelaySeconds", rule.repeatDelays()},
+      {"lastTimeFired", rule.lastTimeFired ? Json(isoTime(*rule.lastTimeFired)) : Json(nullptr)}};
 }
 
 std::string thresholdText(const KVNotification& rule) {
@@ -62,7 +56,7 @@ std::vector<std::string> rowOf(const KVNotification& rule) {
           thresholdText(rule),
           repetition,
           rule.active.value_or(false) ? "active" : "not active",
-          rule.lastTimeFired ? "fired " + momentText(*rule.lastTimeFired) : ""};
+          rule.lastTimeFired ? "fired " + isoTime(*rule.lastTimeFired) : ""};
 }
 
 void writeRule(const Options& options, StandardOutput& output, const KVNotification& rule) {

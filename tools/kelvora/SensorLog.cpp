@@ -12,12 +12,12 @@
 #include "KelvoraCore/KVExtension.h"
 
 #include "tools/kelvora/CSVFile.h"
+#include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
 namespace {
 
-constexpr char kMoment[] = "yyyy-MM-dd'T'HH:mm:ssxxx";
 constexpr std::size_t kDayLength = std::string_view("2024-03-07").size();
 
 // By SensorType. The user's units would change the meaning of a column from one line to the next.
@@ -77,7 +77,7 @@ struct Lines {
 Lines linesOf(SensorLog::Instant instant, const std::vector<std::string>& keys,
               const SensorList& sensors, KVDataManager& manager) {
   Lines lines;
-  lines.sample = KVExtension::dateFormatter().stringFromDate(instant, kMoment);
+  lines.sample = isoTime(instant);
   for (const std::string& key : keys) {
     const SensorPtr reading = sensorOfKey(sensors, key);
     lines.header += "," + titleOf(key, reading, manager);

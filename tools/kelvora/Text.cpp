@@ -6,6 +6,8 @@
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
+#include "KelvoraCore/KVExtension.h"
+
 namespace kelvora::tool {
 
 namespace {
@@ -112,6 +114,10 @@ std::string enumerated(std::span<const std::string> words, std::string_view last
     text += words[i];
   }
   return text;
+}
+
+std::string isoTime(std::chrono::system_clock::time_point time) {
+  return KVExtension::dateFormatter().stringFromDate(time, "yyyy-MM-dd'T'HH:mm:ssxxx");
 }
 
 }  // namespace kelvora::tool

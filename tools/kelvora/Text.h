@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <span>
 #include <string>
@@ -29,5 +30,8 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
 /// The words as one text: "0, 1 or 2".
 std::string enumerated(std::span<const std::string> words, std::string_view last = " or ");
+
+/// A time in the form of ISO 8601 with the zone, e.g. "2024-03-07T14:05:09+01:00".
+std::string isoTime(std::chrono::system_clock::time_point time);
 
 }  // namespace kelvora::tool
