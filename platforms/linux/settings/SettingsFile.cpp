@@ -188,7 +188,7 @@ std::optional<PropertyListValue> SettingsFile::change(std::string_view key,
     return std::nullopt;
   }
   const auto found = contents_.find(std::string(key));
-  const auto held = found == contents_.end() ? std::nullopt : std::optional(found->second);
+  auto held = found == contents_.end() ? std::nullopt : std::optional(found->second);
   const auto value = change(held);
   if (!value) {
     return held;
