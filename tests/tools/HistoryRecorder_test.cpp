@@ -112,6 +112,29 @@ TEST_F(Recorder, BringsADescriptionUpToDateThatAnotherProgramChanged) {
   EXPECT_EQ(stored("TC0P")->category()->name(), "Temperature");
 }
 
+TEST_F(Recorder, SeesWhatAnotherProgramChangedAlsoInAnObjectThatSomebodyHolds) {
+  sampleAt(kBegin);
+  const KVSensorPtr held = recorder->manager().coreDataStore().getSensorByKey("TC0P");
+  const std::string name = held->name();
+  const auto other = otherProgram();
+  other->getSensorByKey("TC0P")->setName("changed");
+  other->saveViewContext();
+  sampleAt(kBegin + 2);
+  EXPECT_EQ(stored("TC0P")->name(), name);
+}
+
+TEST_F(Recorder, AReadingThatIsNothingLeavesTheLastValue) {
+  sampleAt(kBegin);
+  KVCoreDataStore& store = recorder->manager().coreDataStore();
+  const KVSensorPtr sensor = store.getSensorByKey("VC0C");
+  for (const double nothing : {-1.0, std::nan(""), static_cast<double>(INFINITY)}) {
+    const SensorPtr read = Sensor::instanceWithKey("VC0C", "CPU Core", SensorTypeVoltage, 1, 511);
+    read->value = nothing;
+    tool::StoredSensors::read(store)->update({read});
+    EXPECT_EQ(sensor->value(), 1.25);
+  }
+}
+
 TEST_F(Recorder, TheHourHasEverySampleOfTheLastHour) {
   const double end = kBegin + 1.5 * kHourSeconds + 35;
   record(kBegin, end, 5);
@@ -293,6 +316,14 @@ TEST_F(Recorder, PointsOfALaterTimeGoOnceTheClockHasRunOn) {
   EXPECT_THAT(series("TC0P", kHour), SizeIs(16));
 }
 
+TEST_F(Recorder, PointsOfTheNextHourGoToo) {
+  record(kBegin, kBegin + 600, 60);
+  const double past = kBegin - kHourSeconds / 2;
+  record(past, past + 900, 60);
+  EXPECT_EQ(series("TC0P", kDay).back().first, past + 900);
+  EXPECT_THAT(series("TC0P", kDay), SizeIs(16));
+}
+
 TEST_F(Recorder, TheSameMinuteAgainAddsNoSecondPoint) {
   record(kBegin, kBegin + 120, 10);
   record(kBegin + 3, kBegin + 113, 10);  // set back by two minutes
@@ -400,8 +431,10 @@ TEST_F(Recorder, WhatWaitsIsBoundedByTheRetention) {
   // An hour of samples, and before it one for each minute.
   EXPECT_LE(most, 360U + 190U + 2U);
   const double end = outage + 15000;
-  std::size_t saved = 0;
-  for (int i = 0; i < 20; ++i) {
+  // What is saved late is not saved to be deleted at once.
+  std::size_t saved = sampleAt(end).saved;
+  EXPECT_THAT(series("TC0P", kHour), SizeIs(1));
+  for (int i = 1; i < 20; ++i) {
     saved += sampleAt(end + i).saved;
   }
   EXPECT_GT(saved, 500U);

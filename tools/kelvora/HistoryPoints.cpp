@@ -44,7 +44,6 @@ void HistoryPoints::undoAdded() {
   for (const KVGraphPointPtr& point : added_) {
     store_.viewContext()->deleteObject(point);
   }
-  added_.clear();
 }
 
 bool HistoryPoints::remove(const HistorySeries& series, double from, double until) {
