@@ -84,8 +84,9 @@ class RestlessSMC : public platform::RecordedSMC {
  protected:
   platform::KernelStatus perform(const SMCParamRecord& request, SMCParamRecord& reply) override {
     const auto status = RecordedSMC::perform(request, reply);
-    // The lower byte of a value of two bytes, and a lower one of a number.
-    if (request.command == SMCCommandReadBytes && request.keyInfo.dataSize > 1) {
+    // The lower byte of a value of two bytes, and a lower one of a number. What reads 0 is absent.
+    if (request.command == SMCCommandReadBytes && request.keyInfo.dataSize > 1 &&
+        (reply.bytes[0] | reply.bytes[1] | reply.bytes[2] | reply.bytes[3]) != 0) {
       reply.bytes[1] = static_cast<std::uint8_t>(reply.bytes[1] ^ (samples_ & 31));
     }
     return status;
