@@ -1,7 +1,6 @@
 #include "tools/kelvora/RecordHistoryReport.h"
 
 #include <cmath>
-#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -104,11 +103,11 @@ void RecordHistoryReport::end(Instant instant, const HistoryRecorder::Outcome& o
         {{"event", "end"}, {"samples", samples_}, {"notSaved", outcome.waiting}});
 }
 
-void RecordHistoryReport::event(Instant instant, const std::string& text, Json members) {
+void RecordHistoryReport::event(Instant instant, const std::string& text, const Json& members) {
   const std::string time = isoTime(instant);
   if (isJSON_) {
     Json line{{"time", time}};
-    line.update(std::move(members));
+    line.update(members);
     writeText(output_, line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
     return;
   }

@@ -32,7 +32,7 @@ class RecordHistoryReport {
   void rule(Instant instant, const FiredRule& fired);
 
  private:
-  void event(Instant instant, const std::string& text, Json members);
+  void event(Instant instant, const std::string& text, const Json& members);
   void noteStore(Instant instant, const HistoryRecorder::Outcome& outcome);
   void noteLog(Instant instant, const std::optional<std::string>& fault);
   void showProgress(Instant instant, const HistoryRecorder::Outcome& outcome);
