@@ -23,7 +23,7 @@ std::vector<std::byte> keyedArchive(const ArchiveValue& root);
 /// naming one large object many times. Never throws on foreign bytes. Any thread.
 ///
 /// `allowedClasses` has the immutable names, e.g. {"NSArray", "NSString", "KVNotification"}; they
-/// stand for the mutable classes too. "NSString", "NSNumber" (booleans too), "NSDate" and "NSData"
+/// allow the mutable classes too. "NSString", "NSNumber" (booleans too), "NSDate" and "NSData"
 /// are the plain values, "NSArray" and "NSDictionary" the containers; any other class gives an
 /// object with its named fields. A dictionary has texts as keys. Dates are read to the microsecond;
 /// those that no std::chrono::system_clock instant can express give the nearest.

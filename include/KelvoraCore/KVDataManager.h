@@ -117,7 +117,7 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   /// is stored: in the first launches of the product (`appLaunchCount` below 2) the default list,
   /// which is then stored and broadcast; later none.
   std::optional<std::vector<KVNotification>> overheatNotifications();
-  /// The rule for that key, e.g. "TC0P" or "any-sensor"; none when there is none.
+  /// The rule for that key, e.g. "TC0P" or "any-sensor"; none without such a rule.
   std::optional<KVNotification> getOverheatNotificationBySensorKey(std::string_view sensorKey);
   /// Stores the whole list, also over the rules that other programs have added meanwhile.
   bool setOverheatNotifications(const std::vector<KVNotification>& rules);
@@ -131,7 +131,7 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   bool updateOverheatNotification(const KVNotification& rule);
   /// Appends a rule. Stores nothing when there is one for the same key.
   bool addOverheatNotification(const KVNotification& rule);
-  /// Removes the rule for a key. Stores nothing when there is none.
+  /// Removes the rule for a key. Without such a rule nothing is stored.
   bool removeOverheatNotification(std::string_view sensorKey);
   /// Calls `change` with the rule for a key as it is stored now, and stores what it makes of it. It
   /// must not use the manager. Stores nothing when there is no such rule.

@@ -20,7 +20,7 @@ class KVSettings;
 inline constexpr char kAnySensorKey[] = "any-sensor";
 
 /// An overheat rule: the user wants to hear when a sensor reaches a limit. A plain value; a field
-/// that was never set is none. KVDataManager keeps the list of rules.
+/// that was never set has no value. KVDataManager keeps the list of rules.
 struct KELVORA_EXPORT KVNotification {
   using Date = std::chrono::system_clock::time_point;
 
@@ -38,8 +38,8 @@ struct KELVORA_EXPORT KVNotification {
   /// Seconds after `lastTimeFired` in which the rule does not fire again: 10, 30, 60, 120 or 300 by
   /// `repeatMode`; 0 without repetition.
   std::uint64_t repeatDelays() const;
-  /// The sensor of that key in the manager's store, looked up on every call; null if there is none.
-  /// Main thread only.
+  /// The sensor of that key in the manager's store, looked up on every call; null without such a
+  /// sensor. Main thread only.
   KVSensorPtr sensor(KVDataManager& manager) const;
 
   /// Rules are equal when their keys are: a list has one rule for each sensor.

@@ -185,7 +185,7 @@ class KELVORA_EXPORT KVSensor : public KVManagedObject {
   double graphMaxValue(KVSettings& settings) const;
 
   /// The extreme of all points of the three series, in raw units; the recorded extreme without
-  /// points, and when the extreme is -1, which stands for nothing recorded. Reads the whole
+  /// points, and when the extreme is -1, which means that nothing was recorded. Reads the whole
   /// history.
   double finalRecordedMaxValue() const;
   double finalRecordedMinValue() const;

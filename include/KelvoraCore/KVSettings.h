@@ -139,8 +139,8 @@ class KELVORA_EXPORT KVSettings {
   /// Broadcasts a stored value (none: a removed key) as the setting's row says.
   virtual void announce(const KVSetting& setting, const std::optional<PropertyListValue>& value);
 
-  /// What to store in place of a setting's value, which is none when there is no value of the row's
-  /// type; none stores nothing. Must not use the settings.
+  /// What to store in place of a setting's value, which is missing when there is no value of the
+  /// row's type; none stores nothing. Must not use the settings.
   using Change =
       std::function<std::optional<PropertyListValue>(const std::optional<PropertyListValue>&)>;
 

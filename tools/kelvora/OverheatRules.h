@@ -21,7 +21,7 @@ struct FiredRule {
 ///
 /// A rule fires when it is active and the value of its sensor is at its limit or above. A limit is
 /// in the unit that the user had chosen when the rule was written and is never converted; so it is
-/// compared with the value in the unit that is chosen now. A rule for "any-sensor" stands for the
+/// compared with the value in the unit that is chosen now. A rule for "any-sensor" means the
 /// hottest of the discovered temperatures; computed ones only repeat them. A negative value is no
 /// reading: it neither fires a rule nor counts as below the limit.
 ///
