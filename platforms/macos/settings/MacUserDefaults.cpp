@@ -84,8 +84,8 @@ std::optional<PropertyListValue> MacUserDefaultsSuite::changeObject(std::string_
     }
     return std::nullopt;
   }
-  const auto present = valueOf(copyValue(keyText.get()).get());
-  const auto value = change(present);
+  auto present = valueOf(copyValue(keyText.get()).get());
+  auto value = change(present);
   if (!value) {
     return present;
   }
