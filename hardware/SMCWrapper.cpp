@@ -10,6 +10,7 @@
 #include "KelvoraCore/SMCText.h"
 
 #include "base/UTF8Text.h"
+#include "hardware/FanKeys.h"
 #include "hardware/SMCConnection.h"
 #include "ports/Ports.h"
 
@@ -17,8 +18,6 @@ namespace kelvora {
 
 namespace {
 
-constexpr std::string_view kFanAlphabet = "0123456789ABCDEFGHIJ";
-constexpr auto kNameableFans = static_cast<std::int64_t>(kFanAlphabet.size());
 constexpr float kNotConvertible = -1.0F;
 
 // A faulty SMC may claim up to four billion keys; a real one has some hundred to some thousand. An
@@ -57,14 +56,6 @@ SensorPtr sensorOfKey(const std::string& key, const KeyKind& kind, double value)
   sensor->type = kind.type;
   sensor->platform = SensorPlatformEvery;
   return sensor;
-}
-
-// "F0Ac" for the actual speed of fan 0; none for a fan that the alphabet does not name.
-std::optional<std::string> fanKey(std::int64_t fanIndex, std::string_view suffix) {
-  if (fanIndex < 0 || fanIndex >= kNameableFans) {
-    return std::nullopt;
-  }
-  return std::string("F") + kFanAlphabet[static_cast<std::size_t>(fanIndex)] + std::string(suffix);
 }
 
 std::int64_t integerValue(std::optional<double> number) {

@@ -8,8 +8,10 @@
 #include "sensors/Catalogue.h"
 #include "sensors/ComputedSensors.h"
 #include "sensors/DedicatedGPU.h"
+#include "sensors/FanWrites.h"
 #include "sensors/SensorNaming.h"
 #include "sysinfo/GraphicsQuery.h"
+#include "sysinfo/ModelQuery.h"
 #include "sysinfo/ProcessorQuery.h"
 
 namespace kelvora {
@@ -70,7 +72,9 @@ SensorController::SensorController(Platform& platform)
     : SensorController(platform, queryProcessorFamily(platform.systemControls())) {}
 
 SensorController::SensorController(Platform& platform, const ZDSystemDevice& device)
-    : SensorController(platform, device.cpuInfo().platform, device.gpuInfos()) {}
+    : SensorController(platform, device.cpuInfo().platform, device.gpuInfos()) {
+  isT2ChipSupport_ = device.modelInfo().isT2ChipSupport();
+}
 
 SensorController::SensorController(Platform& platform, std::uint64_t family)
     : SensorController(platform, family, queryGraphics(platform, family)) {}
@@ -144,6 +148,22 @@ double SensorController::getSensorValueByKey(std::string_view key, std::uint64_t
     default:
       return 0;
   }
+}
+
+bool SensorController::setSpeed(std::uint64_t speed, std::uint64_t forFan, bool autoMode) {
+  const auto scheme = isT2ChipSupport() ? FanScheme::kModeAndTarget : FanScheme::kMinimum;
+  bool isWritten = false;
+  for (const FanWrite& write : fanWrites(scheme, speed, forFan, autoMode)) {
+    isWritten = smc_.setExternalValue(write.value, write.key);
+  }
+  return isWritten;
+}
+
+bool SensorController::isT2ChipSupport() {
+  if (!isT2ChipSupport_) {
+    isT2ChipSupport_ = queryT2ChipSupport(platform_);
+  }
+  return *isT2ChipSupport_;
 }
 
 std::optional<std::string> SensorController::sensorTypeStringFromType(std::uint64_t type) const {

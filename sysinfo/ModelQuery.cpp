@@ -97,4 +97,9 @@ ZDModelInfo queryModel(Platform& platform) {
   return info;
 }
 
+bool queryT2ChipSupport(Platform& platform) {
+  const CatalogueModel* known = catalogueModel(queryModelIdentifier(platform.systemControls()));
+  return (known != nullptr ? modelRecord(*known) : queryModel(platform)).isT2ChipSupport();
+}
+
 }  // namespace kelvora

@@ -22,6 +22,11 @@ std::string queryModelIdentifier(platform::SystemControls& controls);
 /// current year: a model that the catalogue does not know is taken to be a new one.
 ZDModelInfo queryModel(Platform& platform);
 
+/// Whether the machine takes fan speeds as models of 2018 and later do
+/// (`ZDModelInfo::isT2ChipSupport`). Asks for the hardware report, which takes a second, only if
+/// the catalogue does not know the model.
+bool queryT2ChipSupport(Platform& platform);
+
 /// The family that a model identifier begins with: "MacBookPro99,1" gives 2; 0 for "Mac99,1".
 std::int64_t familyOfIdentifier(std::string_view identifier);
 

@@ -86,6 +86,16 @@ class KELVORA_EXPORT SensorController : public SMCWrapperDelegate {
   double getSensorValueByKey(std::string_view key, std::uint64_t type, std::uint64_t sourceType,
                              const SensorList& allSensors);
 
+  /// Has the privileged tool set a fan, 0 to 19, to `speed` revolutions per minute, and blocks
+  /// until it has. On models of 2018 and later it takes the fan out of the system's control, or
+  /// hands it back with `autoMode`, and writes the target speed either way. Older models only take
+  /// a higher minimum speed, and `autoMode` makes no difference.
+  ///
+  /// True if the last write succeeded: on models of 2018 and later that is the target, so true does
+  /// not say that the fan was handed back. Nothing is written for a fan above 19. There is no
+  /// retry, nothing is read back or reported, and the fan keeps its speed when the program ends.
+  bool setSpeed(std::uint64_t speed, std::uint64_t forFan, bool autoMode);
+
   /// The English word for a type: "Temperature", "Voltage", "Current" or "Power"; none for fans and
   /// unknown types.
   std::optional<std::string> sensorTypeStringFromType(std::uint64_t type) const;
@@ -105,10 +115,12 @@ class KELVORA_EXPORT SensorController : public SMCWrapperDelegate {
   SensorController(Platform& platform, std::uint64_t family);
   SensorController(Platform& platform, std::uint64_t family,
                    std::optional<std::vector<ZDGPUInfo>> gpus);
+  bool isT2ChipSupport();
 
   Platform& platform_;
   std::uint64_t family_;
   std::optional<std::vector<ZDGPUInfo>> gpus_;
+  std::optional<bool> isT2ChipSupport_;  // asked at the first write without an inventory
   SMCWrapper smc_;
   std::unique_ptr<HIDWrapper> hid_;
   // The SMC reader holds it weakly as its delegate. It points to this object and does not own it.
