@@ -1,13 +1,12 @@
 #include "KelvoraCore/KVValueConverter.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <limits>
 
 #include "KelvoraCore/Sensor.h"
 
+#include "base/Truncated.h"
 #include "presentation/FanPercentage.h"
 
 namespace kelvora {
@@ -23,14 +22,6 @@ std::string fixedText(double value, int fractionDigits) {
   const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
                                  std::chars_format::fixed, fractionDigits);
   return {buffer.data(), end.ptr};
-}
-
-// Cut toward zero; out of range gives the nearest, not-a-number 0.
-std::int32_t truncated(double value) {
-  using Limits = std::numeric_limits<std::int32_t>;
-  return std::isnan(value)
-             ? 0
-             : static_cast<std::int32_t>(std::clamp<double>(value, Limits::min(), Limits::max()));
 }
 
 }  // namespace
