@@ -250,12 +250,13 @@ TEST_F(KelvoraConditions, AConditionOfASensorThatIsGoneIsMarked) {
 }
 
 TEST_F(KelvoraConditions, AStoreThatCannotBeReadIsReported) {
-  temporary.write(std::string(kApplicationGroupIdentifier) + "/Database.sqlite", "no database");
+  const std::string path =
+      temporary.write(std::string(kApplicationGroupIdentifier) + "/Database.sqlite", "no database");
   for (const char* command : {"fansets", "conditions"}) {
     const ProgramResult result = run({command});
     EXPECT_EQ(result.status, 1) << command;
     EXPECT_EQ(result.standardError,
-              "kelvora: the store could not be read ('kelvora doctor' says more)\n")
+              "kelvora: " + path + ": file is not a database ('kelvora doctor' says more)\n")
         << command;
   }
   EXPECT_EQ(run({"fansets", "add", "Quiet", "F0=1200"}).status, 1);

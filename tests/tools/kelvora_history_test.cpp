@@ -443,9 +443,11 @@ TEST_F(KelvoraHistory, LookingChangesNothing) {
 }
 
 TEST_F(KelvoraHistory, AStoreThatCannotBeReadIsAnError) {
-  home_.write("data/group.com.kelvora/Database.sqlite", std::string(5000, 'x'));
-  expectRefusal({"TC0P"}, 1, "the store could not be read ('kelvora doctor' says more)");
-  expectRefusal({}, 1, "the store could not be read ('kelvora doctor' says more)");
+  const std::string path =
+      home_.write("data/group.com.kelvora/Database.sqlite", std::string(5000, 'x'));
+  const std::string fault = path + ": file is not a database ('kelvora doctor' says more)";
+  expectRefusal({"TC0P"}, 1, fault);
+  expectRefusal({}, 1, fault);
 }
 
 TEST_F(KelvoraHistory, FormsOfTheReportExcludeEachOther) {

@@ -9,27 +9,18 @@
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/NearName.h"
+#include "tools/kelvora/StoreForReading.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
 namespace {
 
-constexpr char kUnreadable[] = "the store could not be read ('kelvora doctor' says more)";
-
 // What to write instead of a word that is no name.
 std::string advice(const std::string& word, const std::vector<std::string>& names,
                    const std::string& otherwise) {
   const auto near = nearName(word, names);
   return near ? "did you mean " + *near + "?" : otherwise;
-}
-
-template <typename T>
-std::vector<T> required(std::optional<std::vector<T>> objects) {
-  if (!objects) {
-    throw CommandError(kExitNothingRead, kUnreadable);
-  }
-  return *std::move(objects);
 }
 
 }  // namespace
@@ -45,14 +36,14 @@ KVSensorPtr requiredSensor(KVCoreDataStore& store, const std::string& key) {
     return sensor;
   }
   std::vector<std::string> keys;
-  for (const KVSensorPtr& sensor : required(store.allSensors())) {
+  for (const KVSensorPtr& sensor : readable(store.allSensors())) {
     keys.push_back(sensor->key());
   }
   refuse(key, kInvalidSensorKey, advice(key, keys, "no stored sensor has this key"));
 }
 
 KVFanSetPtr requiredFanSet(KVCoreDataStore& store, const std::string& word) {
-  const std::vector<KVFanSetPtr> sets = required(store.allFanSets());
+  const std::vector<KVFanSetPtr> sets = readable(store.allFanSets());
   std::vector<KVFanSetPtr> found;
   std::vector<std::string> names;
   for (const KVFanSetPtr& set : sets) {

@@ -64,15 +64,11 @@ void writeCondition(const Options& options, StandardOutput& output,
 }
 
 KVFanConditionPtr requiredCondition(KVCoreDataStore& store, const std::string& id) {
-  const auto conditions = store.allFanConditions();
-  if (!conditions) {
-    throw CommandError(kExitNothingRead,
-                       "the store could not be read ('kelvora doctor' says more)");
-  }
-  const auto found = std::ranges::find_if(*conditions, [&](const KVFanConditionPtr& condition) {
+  const auto conditions = readable(store.allFanConditions());
+  const auto found = std::ranges::find_if(conditions, [&](const KVFanConditionPtr& condition) {
     return std::to_string(condition->objectID()) == id;
   });
-  if (found == conditions->end()) {
+  if (found == conditions.end()) {
     refuse(id, kInvalidInput, "'kelvora conditions' lists the fan conditions with their ids");
   }
   return *found;

@@ -13,12 +13,12 @@
 #include "KelvoraCore/KVExtension.h"
 #include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
-#include "KelvoraCore/KVStoreFile.h"
 #include "KelvoraCore/SensorController.h"
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Notices.h"
 #include "tools/kelvora/Report.h"
+#include "tools/kelvora/StoreForReading.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -77,20 +77,8 @@ bool isSMCKey(std::string_view key) {
          std::ranges::all_of(key, [](char letter) { return letter > ' ' && letter <= '~'; });
 }
 
-// Whether there is a store to look into; a command that only looks creates none.
-bool hasStore() {
-  const auto file = storeFile();
-  if (file && !file->fault.empty()) {
-    throw CommandError(kExitNothingRead, file->path + ": " + file->fault);
-  }
-  return file && file->exists;
-}
-
-std::vector<KVSensorPtr> customSensors(KVCoreDataStore& store) {
-  auto sensors = store.allSensors().value_or(std::vector<KVSensorPtr>());
-  std::erase_if(sensors, [](const KVSensorPtr& sensor) { return !sensor->isCustom(); });
-  return sensors;
-}
+// A store that exists can be read.
+void requireReadableStore() { StoreForReading().objects(&KVCoreDataStore::allCategories); }
 
 // What this Mac reads for the key now; 0 where it reads nothing.
 double currentReading(const std::string& key, std::uint64_t type) {
@@ -130,13 +118,11 @@ void report(const Options& options, const KVSensor& sensor, StandardOutput& outp
 int runCustom(const Options& options, StandardOutput& output) {
   Json list = Json::array();
   std::string text;
-  if (hasStore()) {
-    constexpr double kKeepValues = -1;
-    KVCoreDataStore store(kKeepValues, Platform::current(), {.isReadOnly = true});
-    KVSettingsSnapshot settings;
-    for (const KVSensorPtr& sensor : customSensors(store)) {
+  StoreForReading reading;
+  for (const KVSensorPtr& sensor : reading.objects(&KVCoreDataStore::allSensors)) {
+    if (sensor->isCustom()) {
       list.push_back(jsonCustom(*sensor));
-      text += customText(*sensor, settings);
+      text += customText(*sensor, reading.settings());
     }
   }
   if (options.json) {
@@ -157,7 +143,7 @@ int runAdd(const Options& options, StandardOutput& output) {
   if (KVExtension::isBlank(name) || !isUTF8(name) || (value && !std::isfinite(*value))) {
     refuse(key, kInvalidInput);
   }
-  hasStore();
+  requireReadableStore();
   KVDataManager manager;
   KVCoreDataStore& store = manager.coreDataStore();
   if (store.getSensorByKey(key) != nullptr) {
@@ -187,7 +173,8 @@ KVSensorPtr sensorToRemove(KVDataManager& manager, const std::string& key) {
 
 int runRemove(const Options& options, StandardOutput& output) {
   const std::string key = options.text("KEY");
-  if (!hasStore()) {
+  requireReadableStore();
+  if (!StoreForReading::exists()) {
     refuse(key, kInvalidKey);
   }
   KVDataManager manager;

@@ -2,11 +2,9 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <iterator>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -15,8 +13,6 @@
 
 #include "KelvoraCore/KVCoreDataStore.h"
 #include "KelvoraCore/KVLocalized.h"
-#include "KelvoraCore/KVSettingsSnapshot.h"
-#include "KelvoraCore/KVUtils.h"
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/HistoryPlot.h"
@@ -27,27 +23,14 @@
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SensorHistory.h"
 #include "tools/kelvora/SensorText.h"
+#include "tools/kelvora/StoreForReading.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
 namespace {
 
-constexpr char kUnreadable[] = "the store could not be read ('kelvora doctor' says more)";
 constexpr char kNothingYet[] = "no history yet ('kelvora record-history' records it)";
-
-bool storeExists() {
-  const auto folder = KVUtils::groupContainerLocation();
-  std::error_code error;
-  return folder && std::filesystem::exists(*folder + "/Database.sqlite", error);
-}
-
-std::vector<KVSensorPtr> required(KVCoreDataStore::Sensors sensors) {
-  if (!sensors) {
-    throw CommandError(kExitNothingRead, kUnreadable);
-  }
-  return *std::move(sensors);
-}
 
 bool isSameName(std::string_view one, std::string_view other) {
   const auto decoded = [](std::string_view text) {
@@ -82,7 +65,7 @@ KVSensorPtr sensorNamed(const std::string& word, KVCoreDataStore& store) {
   if (KVSensorPtr sensor = store.getSensorByKey(word)) {
     return sensor;
   }
-  const std::vector<KVSensorPtr> sensors = required(store.allSensors());
+  const std::vector<KVSensorPtr> sensors = readable(store.allSensors());
   std::vector<KVSensorPtr> named;
   std::ranges::copy_if(sensors, std::back_inserter(named), [&](const KVSensorPtr& sensor) {
     return isSameName(sensor->name(), word) || isSameName(sensor->fullName(), word);
@@ -178,28 +161,27 @@ void runList(const Options& options, StandardOutput& output, KVCoreDataStore& st
     }
   }
   const auto sensors =
-      storeExists() ? required(sensorsWithHistory(store)) : std::vector<KVSensorPtr>();
+      StoreForReading::exists() ? readable(sensorsWithHistory(store)) : std::vector<KVSensorPtr>();
   writeList(options, output, sensors, texts);
 }
 
 int runHistory(const Options& options, StandardOutput& output) {
   requireForm(options);
-  KVSettingsSnapshot settings;
-  const KVLocalized::Texts texts(settings);
-  KVCoreDataStore store(-1, Platform::current(), settings, {.isReadOnly = true});
+  StoreForReading reading;
+  const KVLocalized::Texts texts(reading.settings());
   if (!options.has("SENSOR")) {
-    runList(options, output, store, texts);
+    runList(options, output, reading.store(), texts);
     return kExitSuccess;
   }
   const std::string word = options.text("SENSOR");
-  if (!storeExists()) {
+  if (!StoreForReading::exists()) {
     throw CommandError(kExitNothingRead, word + ": " + kNothingYet);
   }
-  const KVSensorPtr sensor = sensorNamed(word, store);
+  const KVSensorPtr sensor = sensorNamed(word, reading.store());
   writeHistory(options, output,
-               sensorHistory(*sensor, timeRangeOf(options, settings),
-                             std::chrono::system_clock::now(), settings, texts),
-               settings, texts);
+               sensorHistory(*sensor, timeRangeOf(options, reading.settings()),
+                             std::chrono::system_clock::now(), reading.settings(), texts),
+               reading.settings(), texts);
   return kExitSuccess;
 }
 

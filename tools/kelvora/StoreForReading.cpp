@@ -1,22 +1,29 @@
 #include "tools/kelvora/StoreForReading.h"
 
 #include <filesystem>
+#include <string>
 #include <system_error>
 
+#include "KelvoraCore/KVStoreFile.h"
 #include "KelvoraCore/KVUtils.h"
 
 #include "tools/kelvora/Command.h"
 
 namespace kelvora::tool {
 
+// The look at the whole file takes its time; only a command that failed has it.
+void refuseUnreadableStore() {
+  const auto file = storeFile();
+  const bool isKnown = file && !file->fault.empty();
+  throw CommandError(kExitNothingRead,
+                     (isKnown ? file->path + ": " + file->fault : "the store could not be read") +
+                         " ('kelvora doctor' says more)");
+}
+
 bool StoreForReading::exists() {
   const auto folder = KVUtils::groupContainerLocation();
   std::error_code error;
   return folder && std::filesystem::exists(*folder + "/Database.sqlite", error);
-}
-
-void StoreForReading::refuseUnreadable() {
-  throw CommandError(kExitNothingRead, "the store could not be read ('kelvora doctor' says more)");
 }
 
 }  // namespace kelvora::tool

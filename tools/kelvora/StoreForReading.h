@@ -8,10 +8,25 @@
 
 namespace kelvora::tool {
 
+/// Ends the command with what is wrong with the store's file.
+[[noreturn]] void refuseUnreadableStore();
+
+/// The objects of a list of the store. Ends the command when the store cannot be read.
+template <typename T>
+std::vector<T> readable(std::optional<std::vector<T>> objects) {
+  if (!objects) {
+    refuseUnreadableStore();
+  }
+  return *std::move(objects);
+}
+
 /// Settings and store for a command that only shows: they create and change nothing. Main thread
 /// only.
 class StoreForReading {
  public:
+  /// Whether there is a store file.
+  static bool exists();
+
   KVSettings& settings() { return settings_; }
   KVCoreDataStore& store() { return store_; }
 
@@ -19,22 +34,14 @@ class StoreForReading {
   /// the store cannot be read.
   template <typename T>
   std::vector<T> objects(std::optional<std::vector<T>> (KVCoreDataStore::*list)()) {
-    if (!exists()) {
-      return {};
-    }
-    auto objects = (store_.*list)();
-    if (!objects) {
-      refuseUnreadable();
-    }
-    return *std::move(objects);
+    return exists() ? readable((store_.*list)()) : std::vector<T>();
   }
 
  private:
-  static bool exists();
-  [[noreturn]] static void refuseUnreadable();
+  static constexpr double kKeepValues = -1;  // a command shows one state of the store
 
   KVSettingsSnapshot settings_;
-  KVCoreDataStore store_{0, Platform::current(), settings_, {.isReadOnly = true}};
+  KVCoreDataStore store_{kKeepValues, Platform::current(), settings_, {.isReadOnly = true}};
 };
 
 }  // namespace kelvora::tool
