@@ -84,4 +84,10 @@ std::optional<PropertyListValue> propertyListValueOf(const ArchiveValue& value) 
   return std::visit(ToPropertyList{}, value.storage());
 }
 
+std::optional<PropertyListValue> numberOf(const ArchiveValue& value) {
+  const bool isNumber = value.as<bool>() != nullptr || value.as<std::int64_t>() != nullptr ||
+                        value.as<double>() != nullptr;
+  return isNumber ? propertyListValueOf(value) : std::nullopt;
+}
+
 }  // namespace kelvora

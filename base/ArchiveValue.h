@@ -75,5 +75,8 @@ class ArchiveValue {
 ArchiveValue archiveValueOf(const PropertyListValue& value);
 /// The same value for a property list; none when it holds a null or an object of a class.
 std::optional<PropertyListValue> propertyListValueOf(const ArchiveValue& value);
+/// The same number for a property list, whether a boolean, a whole or a decimal one; none for
+/// anything else.
+std::optional<PropertyListValue> numberOf(const ArchiveValue& value);
 
 }  // namespace kelvora

@@ -18,25 +18,18 @@ void addField(ArchiveValue::Object& object, const char* name, const std::optiona
   }
 }
 
-// A number of the archive may be a boolean, a whole or a decimal one.
-std::optional<PropertyListValue> numberIn(const ArchiveValue& value) {
-  const bool isNumber = value.as<bool>() != nullptr || value.as<std::int64_t>() != nullptr ||
-                        value.as<double>() != nullptr;
-  return isNumber ? propertyListValueOf(value) : std::nullopt;
-}
-
 void read(const ArchiveValue& value, std::optional<double>& field) {
-  const auto number = numberIn(value);
+  const auto number = numberOf(value);
   field = number ? std::optional(number->doubleValue()) : std::nullopt;
 }
 
 void read(const ArchiveValue& value, std::optional<bool>& field) {
-  const auto number = numberIn(value);
+  const auto number = numberOf(value);
   field = number ? std::optional(number->boolValue()) : std::nullopt;
 }
 
 void read(const ArchiveValue& value, std::optional<std::int64_t>& field) {
-  const auto number = numberIn(value);
+  const auto number = numberOf(value);
   field = number ? std::optional(number->integerValue()) : std::nullopt;
 }
 
