@@ -1,29 +1,12 @@
 #include "KelvoraCore/ZDSystemKitHelper.h"
 
-#include <array>
-#include <cstddef>
-#include <span>
-
 #include "base/Log.h"
 #include "base/UTF8Text.h"
 #include "ports/ChildProcesses.h"
 #include "ports/Ports.h"
+#include "product/ChildOutput.h"
 
 namespace kelvora {
-
-namespace {
-
-std::string readToEnd(platform::ChildProcess& child) {
-  std::string output;
-  std::array<char, 65'536> buffer;
-  while (const std::size_t count =
-             child.readStandardOutput(std::as_writable_bytes(std::span(buffer)))) {
-    output.append(buffer.data(), count);
-  }
-  return output;
-}
-
-}  // namespace
 
 std::optional<std::string> ZDSystemKitHelper::processWithPath(
     const std::string& path, const std::vector<std::string>& arguments,
