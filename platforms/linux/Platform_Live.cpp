@@ -7,6 +7,7 @@
 
 #include "platforms/linux/bus/LinuxNotificationCentres.h"
 #include "platforms/linux/processes/LinuxAuthorization.h"
+#include "platforms/linux/processes/LinuxChildProcesses.h"
 #include "platforms/linux/processes/LinuxWorkspace.h"
 #include "platforms/linux/settings/LinuxUserDefaults.h"
 #include "platforms/linux/smc/LinuxSMC.h"
@@ -16,7 +17,6 @@
 #include "platforms/linux/system/LinuxMainQueue.h"
 #include "platforms/linux/system/LinuxSystemControls.h"
 #include "platforms/linux/system/LinuxSystemFacts.h"
-#include "platforms/posix/PosixChildProcesses.h"
 #include "platforms/recorded/RecordedHID.h"
 #include "platforms/recorded/RecordedRegistry.h"
 #include "ports/Ports.h"
@@ -53,7 +53,7 @@ void addSystem(Ports& ports) {
   ports.systemControls = std::make_unique<LinuxSystemControls>();
   ports.hostStatistics = std::make_unique<LinuxHostStatistics>();
   ports.systemFacts = std::make_unique<LinuxSystemFacts>();
-  ports.childProcesses = std::make_unique<PosixChildProcesses>();
+  ports.childProcesses = std::make_unique<LinuxChildProcesses>();
   ports.workspace = std::make_unique<LinuxWorkspace>(applicationFolders());
   ports.authorization = std::make_unique<LinuxAuthorization>();
   ports.files = std::make_unique<LinuxFiles>();
