@@ -3,6 +3,7 @@
 // Every public header of KelvoraCore.
 
 #include "KelvoraCore/CPUCoreInfo.h"
+#include "KelvoraCore/CPUReader.h"
 #include "KelvoraCore/Export.h"
 #include "KelvoraCore/HIDWrapper.h"
 #include "KelvoraCore/KVApplicationGroup.h"

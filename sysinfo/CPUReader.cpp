@@ -1,0 +1,62 @@
+#include "KelvoraCore/CPUReader.h"
+
+#include <algorithm>
+
+#include "base/UTF8Text.h"
+#include "ports/Ports.h"
+#include "product/ChildOutput.h"
+#include "sysinfo/ProcessList.h"
+
+namespace kelvora {
+
+namespace {
+
+// Empty if the tool cannot be started.
+std::string processList(platform::ChildProcesses& children) {
+  platform::ChildRequest request;
+  request.path = "/bin/ps";
+  request.arguments = {"-Aceo pid,pcpu,comm", "-r"};
+  request.captureStandardOutput = true;
+  request.discardStandardError = true;
+  const platform::ChildLaunch launch = children.launch(request);
+  if (!launch.child) {
+    return "";
+  }
+  const std::string output = readToEnd(*launch.child);
+  launch.child->waitUntilExit();
+  return validUTF8(output);
+}
+
+void addNames(std::vector<CPUTopProcess>& processes, platform::Workspace& workspace) {
+  const auto applications = workspace.runningApplications();
+  for (CPUTopProcess& process : processes) {
+    const auto found =
+        std::ranges::find(applications, process.pid, &platform::RunningApplication::pid);
+    if (found != applications.end()) {
+      process.name = found->localizedName;
+    }
+  }
+}
+
+}  // namespace
+
+void CPUReaderDelegate::cpuReaderDidReadTopProcesses(CPUReader&,
+                                                     const std::vector<CPUTopProcess>&) {}
+
+CPUReader::CPUReader() : CPUReader(Platform::current()) {}
+
+CPUReader::CPUReader(Platform& platform) : platform_(platform) {}
+
+void CPUReader::read() {
+  const std::string text = processList(platform_.childProcesses());
+  if (text.empty()) {
+    return;
+  }
+  std::vector<CPUTopProcess> processes = parseProcessList(text, numberOfProcesses_);
+  addNames(processes, platform_.workspace());
+  if (const auto receiver = delegate()) {
+    receiver->cpuReaderDidReadTopProcesses(*this, processes);
+  }
+}
+
+}  // namespace kelvora
