@@ -2,6 +2,7 @@
 #include "tools/kelvora/OverheatRules.h"
 
 #include <cmath>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,17 +51,59 @@ class OverheatRulesTest : public testing::ManagerFixture {
   std::vector<std::string> fireAt(int second) { return fireAt(second, rules); }
   std::vector<std::string> fireAt(int second, OverheatRules& evaluation) {
     std::vector<std::string> keys;
-    for (const FiredRule& fired : evaluation.fire(kStart + seconds(second))) {
+    for (const FiredRule& fired : evaluation.fire(kStart + seconds(second), readKeys())) {
       keys.push_back(fired.rule.sensorKey.value());
     }
     return keys;
   }
+  std::vector<FiredRule> fire(OverheatRules::Instant now = kStart) {
+    return rules.fire(now, readKeys());
+  }
+  // Every stored sensor is read, but for these.
+  std::set<std::string> unread;
   std::optional<KVNotification::Date> lastTimeFired(const std::string& key = "TC0P") {
     return manager->getOverheatNotificationBySensorKey(key)->lastTimeFired;
   }
 
   OverheatRules rules{*manager};
+
+ private:
+  std::set<std::string> readKeys() {
+    std::set<std::string> keys;
+    const auto sensors = manager->coreDataStore().allSensors();
+    for (const KVSensorPtr& sensor : sensors.value()) {
+      keys.insert(sensor->key());
+    }
+    for (const std::string& key : unread) {
+      keys.erase(key);
+    }
+    return keys;
+  }
 };
+
+TEST_F(OverheatRulesTest, ASensorThatCannotBeReadNeitherFiresNorCools) {
+  store({rule("TC0P", 70)});
+  set("TC0P", 80);
+  unread = {"TC0P"};
+  EXPECT_THAT(fireAt(0), IsEmpty());
+  unread = {};
+  EXPECT_THAT(fireAt(2), ElementsAre("TC0P"));
+  set("TC0P", 50);
+  unread = {"TC0P"};
+  fireAt(4);
+  set("TC0P", 80);
+  unread = {};
+  EXPECT_THAT(fireAt(6), IsEmpty());
+}
+
+TEST_F(OverheatRulesTest, AnySensorIsTheHottestOfThoseThatWereRead) {
+  set("TG0P", 99);
+  store({rule("any-sensor", 80)});
+  unread = {"TG0P"};
+  EXPECT_THAT(fireAt(0), IsEmpty());
+  unread = {};
+  EXPECT_THAT(fireAt(2), ElementsAre("any-sensor"));
+}
 
 TEST_F(OverheatRulesTest, ARuleFiresFromItsLimitOn) {
   store({rule("TC0P", 70)});
@@ -68,7 +111,7 @@ TEST_F(OverheatRulesTest, ARuleFiresFromItsLimitOn) {
   EXPECT_THAT(fireAt(0), IsEmpty());
   EXPECT_EQ(lastTimeFired(), std::nullopt);
   set("TC0P", 70);
-  const auto fired = rules.fire(kStart + seconds(2));
+  const auto fired = fire(kStart + seconds(2));
   ASSERT_EQ(fired.size(), 1U);
   EXPECT_EQ(fired[0].rule.sensorKey, "TC0P");
   EXPECT_EQ(fired[0].sensorKey, "TC0P");
@@ -162,7 +205,7 @@ TEST_F(OverheatRulesTest, TheLimitIsNotConvertedAndTheValueIs) {
   set("TC0P", 70);
   EXPECT_THAT(fireAt(0), IsEmpty());
   manager->setTempUnitCelsius(false);
-  const auto fired = rules.fire(kStart);
+  const auto fired = fire();
   ASSERT_EQ(fired.size(), 1U);
   EXPECT_EQ(fired[0].value, 158);
 }
@@ -172,7 +215,7 @@ TEST_F(OverheatRulesTest, AFanIsComparedInRevolutionsInEveryUnit) {
   manager->setTempUnitCelsius(false);
   manager->setFanValueType(1);
   store({rule("Fan 0", 1500)});
-  const auto fired = rules.fire(kStart);
+  const auto fired = fire();
   ASSERT_EQ(fired.size(), 1U);
   EXPECT_EQ(fired[0].value, 1500);
 }
@@ -191,7 +234,7 @@ TEST_F(OverheatRulesTest, AnySensorIsTheHottestDiscoveredTemperature) {
   set("HottestCPU", 99)->setSourceType(2);
   add("Fan 0", "Fan", 1)->setValue(1500);
   store({rule("any-sensor", 80)});
-  const auto fired = rules.fire(kStart);
+  const auto fired = fire();
   ASSERT_EQ(fired.size(), 1U);
   EXPECT_EQ(fired[0].rule.sensorKey, "any-sensor");
   EXPECT_EQ(fired[0].sensorKey, "TG0P");

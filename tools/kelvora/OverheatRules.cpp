@@ -16,12 +16,16 @@ bool isTemperature(const KVSensorPtr& sensor) {
   return category != nullptr && category->type() == SensorTypeTemperature;
 }
 
-bool hasReading(const KVSensorPtr& sensor) { return sensor->value() >= 0; }
+using Keys = std::set<std::string>;
 
-KVSensorPtr hottest(KVDataManager& manager) {
+bool hasReading(const KVSensorPtr& sensor, const Keys& readKeys) {
+  return sensor->value() >= 0 && readKeys.contains(sensor->key());
+}
+
+KVSensorPtr hottest(KVDataManager& manager, const Keys& readKeys) {
   auto sensors = manager.coreDataStore().tempSensors().value_or(std::vector<KVSensorPtr>());
-  std::erase_if(sensors, [](const KVSensorPtr& sensor) {
-    return sensor->sourceType() == SensorSourceComputed || !hasReading(sensor);
+  std::erase_if(sensors, [&](const KVSensorPtr& sensor) {
+    return sensor->sourceType() == SensorSourceComputed || !hasReading(sensor, readKeys);
   });
   const auto found = std::ranges::max_element(
       sensors, {}, [](const KVSensorPtr& sensor) { return sensor->value(); });
@@ -34,10 +38,11 @@ double valueInUsersUnit(const KVSensorPtr& sensor, KVSettings& settings) {
 }
 
 // The sensor that a rule is about with its value; none without a reading.
-std::optional<FiredRule> readingFor(const KVNotification& rule, KVDataManager& manager) {
+std::optional<FiredRule> readingFor(const KVNotification& rule, KVDataManager& manager,
+                                    const Keys& readKeys) {
   const KVSensorPtr sensor =
-      rule.sensorKey == kAnySensorKey ? hottest(manager) : rule.sensor(manager);
-  if (sensor == nullptr || !hasReading(sensor)) {
+      rule.sensorKey == kAnySensorKey ? hottest(manager, readKeys) : rule.sensor(manager);
+  if (sensor == nullptr || !hasReading(sensor, readKeys)) {
     return std::nullopt;
   }
   return FiredRule{rule, sensor->key(), sensor->name(), valueInUsersUnit(sensor, manager)};
@@ -45,14 +50,14 @@ std::optional<FiredRule> readingFor(const KVNotification& rule, KVDataManager& m
 
 }  // namespace
 
-std::vector<FiredRule> OverheatRules::fire(Instant now) {
+std::vector<FiredRule> OverheatRules::fire(Instant now, const Keys& readKeys) {
   std::vector<FiredRule> fired;
   const auto rules = manager_.overheatNotifications();
   for (const KVNotification& rule : rules.value_or(std::vector<KVNotification>())) {
     if (!rule.active.value_or(false) || !rule.threshold) {
       continue;
     }
-    auto reading = readingFor(rule, manager_);
+    auto reading = readingFor(rule, manager_, readKeys);
     if (!reading) {
       continue;
     }

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,8 +23,9 @@ struct FiredRule {
 /// A rule fires when it is active and the value of its sensor is at its limit or above. A limit is
 /// in the unit that the user had chosen when the rule was written and is never converted; so it is
 /// compared with the value in the unit that is chosen now. A rule for "any-sensor" means the
-/// hottest of the discovered temperatures; computed ones only repeat them. A negative value is no
-/// reading: it neither fires a rule nor counts as below the limit.
+/// hottest of the discovered temperatures; computed ones only repeat them. A sensor that could not
+/// be read keeps its last value in the store, and a negative value is no reading: neither fires a
+/// rule or counts as below the limit.
 ///
 /// A rule with a repetition fires again while the limit is reached, but not before its delay after
 /// `lastTimeFired` has passed. One without fires once, and again only after its value has been
@@ -40,8 +42,9 @@ class OverheatRules {
   /// The manager must outlive the object.
   explicit OverheatRules(KVDataManager& manager) : manager_(manager) {}
 
-  /// The rules that fire at this instant, in the order of the list.
-  std::vector<FiredRule> fire(Instant now);
+  /// The rules that fire at this instant, in the order of the list. `readKeys` are the keys of the
+  /// sensors whose stored values were read just now, e.g. {"TC0P", "TG0P"}.
+  std::vector<FiredRule> fire(Instant now, const std::set<std::string>& readKeys);
 
  private:
   bool isQuiet(const KVNotification& rule, Instant now) const;

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cstdio>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -98,9 +99,19 @@ class Recording {
     }
     isFirst_ = false;
     report_.sample(instant, outcome, log_.append(instant, outcome.sensors, recorder_.manager()));
-    for (const FiredRule& fired : rules().fire(instant)) {
+    for (const FiredRule& fired : rules().fire(instant, keysRead(outcome.sensors))) {
       report_.rule(instant, fired);
     }
+  }
+
+  static std::set<std::string> keysRead(const SensorList& sensors) {
+    std::set<std::string> keys;
+    for (const SensorPtr& sensor : sensors) {
+      if (StoredSensors::isRead(sensor->value)) {
+        keys.insert(sensor->key);
+      }
+    }
+    return keys;
   }
 
   // Kept from sample to sample: they remember what fired and could not be stored.
