@@ -94,6 +94,7 @@ struct Command {
 std::vector<Command> sensorsCommands();
 std::vector<Command> keysCommands();
 std::vector<Command> inventoryCommands();
+std::vector<Command> overviewCommands();
 std::vector<Command> machinesCommands();
 std::vector<Command> settingsCommands();
 std::vector<Command> settingsWatchCommands();

@@ -104,13 +104,6 @@ Json jsonOf(const ZDSystemDevice& device) {
       {"memoryInfo", {{"physicalMemory", device.memoryInfo().physicalMemory}}}};
 }
 
-// A system that reports none of these reports nothing.
-bool isEmpty(const ZDSystemDevice& device) {
-  return device.modelInfo().modelId.empty() && device.cpuInfo().brand == "Unknown" &&
-         device.hostName().empty() && device.osInfo().version == ZDOSVersion() &&
-         device.gpuInfos().value_or(std::vector<ZDGPUInfo>()).empty() && !device.diskInfo();
-}
-
 int runInventory(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
   const ZDSystemDevice device(machine.platform);
@@ -120,10 +113,7 @@ int runInventory(const Options& options, StandardOutput& output) {
     writeText(output, machineLine(machine, static_cast<std::size_t>(output.columns())) +
                           inventoryText(device, Style(output)));
   }
-  if (isEmpty(device)) {
-    throw CommandError(kExitNothingRead,
-                       machine.platform.title() + ": nothing of the machine could be read");
-  }
+  requireInventory(device, machine.platform);
   return kExitSuccess;
 }
 

@@ -2,69 +2,18 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <optional>
-#include <string_view>
 #include <vector>
 
-#include "tools/kelvora/Text.h"
+#include "tools/kelvora/ByteText.h"
+#include "tools/kelvora/Command.h"
+#include "tools/kelvora/LineGroup.h"
 
 namespace kelvora::tool {
 
 namespace {
 
-/// A heading and its lines. Lines without a value are left out.
-class Group {
- public:
-  explicit Group(const char* heading) : heading_(heading) {}
-
-  void add(std::string_view name, const std::string& value) {
-    if (!value.empty()) {
-      lines_.push_back({std::string(name), printable(value)});
-    }
-  }
-  std::string text(const Style& style) const {
-    std::string text = lines_.empty() ? "" : "\n" + style.heading(heading_) + "\n";
-    for (const auto& [name, value] : lines_) {
-      text += "  " + style.faint(fitted(name, kNameWidth)) + "  " + value + "\n";
-    }
-    return text;
-  }
-
- private:
-  struct Line {
-    std::string name;
-    std::string value;
-  };
-  static constexpr std::size_t kNameWidth = 16;
-  const char* heading_;
-  std::vector<Line> lines_;
-};
-
-// At most two decimals, and none that are 0: "2.6", "16".
-std::string decimalText(double number) {
-  std::array<char, 512> text{};
-  std::snprintf(text.data(), text.size(), "%.2f", number);
-  std::string digits = text.data();
-  digits.erase(digits.find_last_not_of('0') + 1);
-  if (digits.ends_with('.')) {
-    digits.pop_back();
-  }
-  return digits;
-}
-
-// The largest unit in which the number is at least 1; in thousands, as the makers of disks count.
-std::string diskSizeText(std::int64_t bytes) {
-  constexpr std::array kUnits{" bytes", " KB", " MB", " GB", " TB", " PB", " EB"};
-  constexpr double kStep = 1000;
-  auto number = static_cast<double>(bytes);
-  std::size_t unit = 0;
-  while (number >= kStep && unit + 1 < kUnits.size()) {
-    number /= kStep;
-    ++unit;
-  }
-  return decimalText(number) + kUnits.at(unit);
-}
+constexpr std::size_t kNameWidth = 16;
 
 std::string cacheText(double mebibytes) {
   constexpr double kKibibytes = 1024;
@@ -116,9 +65,9 @@ std::string modelText(const ZDModelInfo& model) {
   return joined({model.name.value_or(""), model.year > 0 ? std::to_string(model.year) : ""});
 }
 
-Group computer(const ZDSystemDevice& device) {
+LineGroup computer(const ZDSystemDevice& device) {
   const ZDModelInfo& model = device.modelInfo();
-  Group group("Computer");
+  LineGroup group("Computer");
   group.add("Name", device.hostName());
   group.add("Model", modelText(model));
   group.add("Model identifier", model.modelId);
@@ -128,8 +77,8 @@ Group computer(const ZDSystemDevice& device) {
   return group;
 }
 
-Group processor(const ZDCPUInfo& cpu) {
-  Group group("Processor");
+LineGroup processor(const ZDCPUInfo& cpu) {
+  LineGroup group("Processor");
   group.add("Name", unlessUnknown(cpu.brand));
   group.add("Packages", cpu.cpuCount > 1 ? countText(cpu.cpuCount) : "");
   group.add("Cores", coresText(cpu));
@@ -146,8 +95,8 @@ std::string featuresText(const ZDGPUInfo& gpu) {
                  gpu.cores > 0 ? counted(cores, " cores") : "", gpu.vram.value_or("")});
 }
 
-Group graphics(const std::optional<std::vector<ZDGPUInfo>>& gpus) {
-  Group group("Graphics");
+LineGroup graphics(const std::optional<std::vector<ZDGPUInfo>>& gpus) {
+  LineGroup group("Graphics");
   for (const ZDGPUInfo& gpu : gpus.value_or(std::vector<ZDGPUInfo>())) {
     const std::string name = gpu.modelName.value_or("unnamed");
     group.add("Name", name + " (" + featuresText(gpu) + ")");
@@ -160,8 +109,8 @@ bool isZero(const std::string& size) {
   return size.find_first_of("123456789") == std::string::npos;
 }
 
-Group memory(const ZDMemoryInfo& memory) {
-  Group group("Memory");
+LineGroup memory(const ZDMemoryInfo& memory) {
+  LineGroup group("Memory");
   group.add("Installed", isZero(memory.physicalMemory) ? "" : memory.physicalMemory);
   return group;
 }
@@ -170,8 +119,8 @@ std::string milliampereHours(std::int64_t capacity) {
   return capacity > 0 ? std::to_string(capacity) + " mAh" : "";
 }
 
-Group battery(const ZDBatteryInfo& battery) {
-  Group group("Battery");
+LineGroup battery(const ZDBatteryInfo& battery) {
+  LineGroup group("Battery");
   const bool exists =
       battery.cycleCount > 0 || battery.maxCapacity > 0 || battery.designedCapacity > 0;
   group.add("Health", battery.designedCapacity > 0 ? std::to_string(battery.health()) + " %" : "");
@@ -181,22 +130,29 @@ Group battery(const ZDBatteryInfo& battery) {
   return group;
 }
 
-Group disk(const std::optional<ZDDiskInfo>& disk) {
-  Group group("Startup disk");
+LineGroup disk(const std::optional<ZDDiskInfo>& disk) {
+  LineGroup group("Startup disk");
   if (disk) {
     group.add("Model", disk->model);
     group.add("Name", disk->name);
-    group.add("Size", disk->size ? diskSizeText(*disk->size) : "");
+    group.add("Size", disk->size ? decimalByteText(static_cast<double>(*disk->size)) : "");
   }
   return group;
 }
 
-Group operatingSystem(const ZDOSInfo& os) {
-  Group group("Operating system");
+LineGroup operatingSystem(const ZDOSInfo& os) {
+  LineGroup group("Operating system");
   group.add("Name", unlessUnknown(os.name()));
   group.add("Version", os.version == ZDOSVersion() ? "" : os.versionString());
   group.add("Build", unlessUnknown(os.build));
   return group;
+}
+
+// A system that reports none of these reports nothing.
+bool isEmpty(const ZDSystemDevice& device) {
+  return device.modelInfo().modelId.empty() && device.cpuInfo().brand == "Unknown" &&
+         device.hostName().empty() && device.osInfo().version == ZDOSVersion() &&
+         device.gpuInfos().value_or(std::vector<ZDGPUInfo>()).empty() && !device.diskInfo();
 }
 
 }  // namespace
@@ -210,10 +166,18 @@ std::string inventoryText(const ZDSystemDevice& device, const Style& style) {
                           disk(device.diskInfo()),
                           operatingSystem(device.osInfo())};
   std::string text;
-  for (const Group& group : groups) {
-    text += group.text(style);
+  for (const LineGroup& group : groups) {
+    const std::string lines = group.text(style, kNameWidth);
+    text += lines.empty() ? "" : "\n" + lines;
   }
   return text;
+}
+
+void requireInventory(const ZDSystemDevice& device, const Platform& platform) {
+  if (isEmpty(device)) {
+    throw CommandError(kExitNothingRead,
+                       platform.title() + ": nothing of the machine could be read");
+  }
 }
 
 }  // namespace kelvora::tool

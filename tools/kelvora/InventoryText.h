@@ -13,4 +13,7 @@ namespace kelvora::tool {
 /// heading.
 std::string inventoryText(const ZDSystemDevice& device, const Style& style);
 
+/// Throws CommandError (nothing read) for an inventory that has nothing of `platform`, its machine.
+void requireInventory(const ZDSystemDevice& device, const Platform& platform);
+
 }  // namespace kelvora::tool
