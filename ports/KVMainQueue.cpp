@@ -12,7 +12,7 @@ void KVMainQueue::runUntil(std::chrono::steady_clock::time_point deadline) {
     return;
   }
   do {
-    queue.waitForWork(deadline, -1);
+    queue.waitForWork(deadline, {});
     queue.runPending();
   } while (std::chrono::steady_clock::now() < deadline);
 }

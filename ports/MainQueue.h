@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <span>
 
 namespace kelvora::platform {
 
@@ -19,10 +20,11 @@ class MainQueue {
   /// A descriptor that is readable while work is queued, for the host's poll loop; -1 where the
   /// system's own loop drains the queue. Owned by the queue.
   virtual int descriptor() const = 0;
-  /// Blocks until work is queued, `descriptor` is readable (-1: none) or `deadline` has passed; may
+  /// Blocks until work is queued, one of `descriptors` is readable or `deadline` has passed; may
   /// return earlier. Main thread only. Where the system's own loop drains the queue, that loop runs
   /// meanwhile, and work with it: what it throws leaves this call.
-  virtual void waitForWork(std::chrono::steady_clock::time_point deadline, int descriptor) = 0;
+  virtual void waitForWork(std::chrono::steady_clock::time_point deadline,
+                           std::span<const int> descriptors) = 0;
 };
 
 }  // namespace kelvora::platform

@@ -54,6 +54,7 @@
 #include "KelvoraCore/SortDescriptor.h"
 #include "KelvoraCore/StandardOutput.h"
 #include "KelvoraCore/StopSignal.h"
+#include "KelvoraCore/TerminalSession.h"
 #include "KelvoraCore/ZDBatteryInfo.h"
 #include "KelvoraCore/ZDCPUInfo.h"
 #include "KelvoraCore/ZDDiskInfo.h"

@@ -34,6 +34,8 @@ class KELVORA_EXPORT StandardOutput {
   int columns() const;
 
  private:
+  friend class TerminalSession;
+
   int descriptor_;
 };
 

@@ -15,7 +15,7 @@ using Clock = std::chrono::steady_clock;
 
 class MacMainQueueTest : public SystemTest {
  protected:
-  void runOnce() { queue.waitForWork(Clock::now(), -1); }
+  void runOnce() { queue.waitForWork(Clock::now(), {}); }
   MacMainQueue queue;
 };
 
@@ -48,7 +48,7 @@ TEST_F(MacMainQueueTest, AWaitEndsWithWorkOfAnotherThread) {
     queue.async([&] { ran = true; });
   });
   while (!ran) {
-    queue.waitForWork(Clock::time_point::max(), -1);
+    queue.waitForWork(Clock::time_point::max(), {});
   }
   other.join();
   EXPECT_TRUE(queue.isMainThread());
@@ -58,7 +58,7 @@ TEST_F(MacMainQueueTest, AWaitEndsWhenADescriptorIsReadable) {
   std::array<int, 2> ends = {};
   ASSERT_EQ(pipe(ends.data()), 0);
   ASSERT_EQ(write(ends[1], "x", 1), 1);
-  queue.waitForWork(Clock::time_point::max(), ends[0]);
+  queue.waitForWork(Clock::time_point::max(), std::array{ends[0]});
   EXPECT_EQ(takeCalls(), (Calls{"dispatch_source_create()", "CFRunLoopRunInMode()"}));
   close(ends[0]);
   close(ends[1]);
@@ -66,7 +66,7 @@ TEST_F(MacMainQueueTest, AWaitEndsWhenADescriptorIsReadable) {
 
 TEST_F(MacMainQueueTest, WithoutASourceForTheDescriptorAWaitStillEndsAtItsDeadline) {
   ledger.failCall("dispatch_source_create");
-  queue.waitForWork(Clock::now(), 0);
+  queue.waitForWork(Clock::now(), std::array{0});
   EXPECT_EQ(takeCalls(), (Calls{"dispatch_source_create()", "CFRunLoopRunInMode()"}));
 }
 

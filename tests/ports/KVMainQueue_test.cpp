@@ -45,7 +45,7 @@ TEST(KVMainQueue, WorkThatKeepsComingDoesNotPostponeTheDeadline) {
 TEST(KVMainQueue, WorkOfAnotherThreadEndsTheWait) {
   Platform& platform = Platform::current();
   std::thread other([] { KVMainQueue::async([] {}); });
-  platform.mainQueue().waitForWork(Clock::time_point::max(), -1);
+  platform.mainQueue().waitForWork(Clock::time_point::max(), {});
   EXPECT_EQ(KVMainQueue::runPending(), 1);
   other.join();
 }

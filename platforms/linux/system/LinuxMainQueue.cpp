@@ -1,10 +1,10 @@
 #include "platforms/linux/system/LinuxMainQueue.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -29,8 +29,12 @@ void LinuxMainQueue::async(std::function<void()> work) {
 
 bool LinuxMainQueue::isMainThread() const { return std::this_thread::get_id() == mainThread_; }
 
-void LinuxMainQueue::waitForWork(std::chrono::steady_clock::time_point deadline, int descriptor) {
-  std::array<pollfd, 2> waiting{{{event_.get(), POLLIN, 0}, {descriptor, POLLIN, 0}}};
+void LinuxMainQueue::waitForWork(std::chrono::steady_clock::time_point deadline,
+                                 std::span<const int> descriptors) {
+  std::vector<pollfd> waiting{{event_.get(), POLLIN, 0}};
+  for (const int descriptor : descriptors) {
+    waiting.push_back({descriptor, POLLIN, 0});
+  }
   poll(waiting.data(), waiting.size(), pollTimeoutMs(deadline));
 }
 

@@ -17,7 +17,8 @@ class LinuxMainQueue : public MainQueue {
   LinuxMainQueue();
   void async(std::function<void()> work) override;
   bool isMainThread() const override;
-  void waitForWork(std::chrono::steady_clock::time_point deadline, int descriptor) override;
+  void waitForWork(std::chrono::steady_clock::time_point deadline,
+                   std::span<const int> descriptors) override;
   int runPending() override;
   int descriptor() const override;
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <exception>
 #include <utility>
+#include <vector>
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <dispatch/dispatch.h>
@@ -28,9 +29,6 @@ CFTimeInterval secondsUntil(std::chrono::steady_clock::time_point deadline) {
 class Waking {
  public:
   explicit Waking(int descriptor) {
-    if (descriptor < 0) {
-      return;
-    }
     source_ =
         dispatch_source_create(DISPATCH_SOURCE_TYPE_READ, static_cast<std::uintptr_t>(descriptor),
                                0, dispatch_get_main_queue());
@@ -51,6 +49,14 @@ class Waking {
  private:
   dispatch_source_t source_ = nullptr;
 };
+
+std::vector<std::unique_ptr<Waking>> wakingBy(std::span<const int> descriptors) {
+  std::vector<std::unique_ptr<Waking>> waking;
+  for (const int descriptor : descriptors) {
+    waking.push_back(std::make_unique<Waking>(descriptor));
+  }
+  return waking;
+}
 
 }  // namespace
 
@@ -107,9 +113,10 @@ void MacMainQueue::async(std::function<void()> work) {
 
 bool MacMainQueue::isMainThread() const { return pthread_main_np() != 0; }
 
-void MacMainQueue::waitForWork(std::chrono::steady_clock::time_point deadline, int descriptor) {
+void MacMainQueue::waitForWork(std::chrono::steady_clock::time_point deadline,
+                               std::span<const int> descriptors) {
   const CFTimeInterval wait = secondsUntil(deadline);
-  const Waking waking(descriptor);
+  const std::vector<std::unique_ptr<Waking>> waking = wakingBy(descriptors);
   const std::shared_ptr<State> state = state_;
   ++state->waits;
   CFRunLoopRunInMode(kCFRunLoopDefaultMode, std::max(wait, 0.0), true);

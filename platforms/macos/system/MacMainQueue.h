@@ -20,7 +20,8 @@ class MacMainQueue : public MainQueue {
   int runPending() override { return 0; }
   int descriptor() const override { return -1; }
   /// Runs the run loop of the main thread.
-  void waitForWork(std::chrono::steady_clock::time_point deadline, int descriptor) override;
+  void waitForWork(std::chrono::steady_clock::time_point deadline,
+                   std::span<const int> descriptors) override;
 
  private:
   struct State;
