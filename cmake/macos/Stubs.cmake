@@ -9,7 +9,7 @@ set(headers ${PROJECT_BINARY_DIR}/third-party)
 
 # Exactly the folders that are needed: beside them are headers of Linux.
 file(MAKE_DIRECTORY ${headers})
-foreach(name unicode nlohmann SQLiteCpp sqlite3.h plist CLI)
+foreach(name unicode nlohmann SQLiteCpp sqlite3.h plist CLI curses.h ncurses_dll.h unctrl.h)
   if(NOT EXISTS /usr/include/${name})
     message(FATAL_ERROR "There is no /usr/include/${name}")
   endif()
@@ -40,6 +40,8 @@ kelvora_stub(PkgConfig::KelvoraCore_PLIST plist library @rpath/libplist-2.0.3.dy
   ${libraries}/libplist-2.0.so)
 kelvora_stub(PkgConfig::KelvoraCore_SQLITE sqlite3 library /usr/lib/libsqlite3.dylib STUB
   ${libraries}/libsqlite3.so)
+kelvora_stub(KelvoraCore::Curses ncurses library /usr/lib/libncurses.5.4.dylib STUB
+  ${libraries}/libncursesw.so.6 ${libraries}/libtinfo.so.6)
 foreach(target PkgConfig::KelvoraCore_JSON CLI11::CLI11 Threads::Threads)
   add_library(${target} INTERFACE IMPORTED GLOBAL)
   target_include_directories(${target} SYSTEM INTERFACE ${headers})

@@ -10,8 +10,8 @@
 
 namespace kelvora {
 
-/// What a program that fills a terminal's screen needs from the system, beside a library that draws.
-/// While an object exists:
+/// What a program that fills a terminal's screen needs from the system, beside a library that
+/// draws. While an object exists:
 ///
 /// - SIGINT (Ctrl-C), SIGTERM, SIGHUP (the terminal was closed), SIGTSTP (Ctrl-Z), SIGCONT and
 ///   SIGWINCH are events. SIGHUP and SIGTSTP stay ignored where they were ignored before (nohup).
@@ -34,6 +34,7 @@ class KELVORA_EXPORT TerminalSession {
     kDeadline,  ///< the deadline has passed
   };
 
+  /// In characters.
   struct Size {
     int columns = 0;
     int rows = 0;

@@ -124,8 +124,7 @@ std::FILE* TerminalSession::stream() const { return state_->stream.get(); }
 
 TerminalSession::Size TerminalSession::size() const {
   winsize size{};
-  const bool isKnown =
-      stream() != nullptr && ioctl(fileno(stream()), TIOCGWINSZ, &size) == 0;
+  const bool isKnown = stream() != nullptr && ioctl(fileno(stream()), TIOCGWINSZ, &size) == 0;
   return isKnown ? Size{size.ws_col, size.ws_row} : Size{};
 }
 

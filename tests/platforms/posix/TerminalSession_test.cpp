@@ -112,8 +112,8 @@ TEST_F(TerminalSessionTest, InputLastsUntilItIsRead) {
               const bool first = session.waitUntil(kForever) == Event::kInput;
               const bool second = session.waitUntil(kForever) == Event::kInput;
               const bool isRead = std::getchar() == 'x' && std::getchar() == '\n';
-              return allHold({first, second, isRead,
-                              session.waitUntil(Clock::now()) == Event::kDeadline});
+              return allHold(
+                  {first, second, isRead, session.waitUntil(Clock::now()) == Event::kDeadline});
             }),
             0);
 }

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kelvora::tool {
+
+/// How a text stands out on a screen. Without colours the last three are plain or bold.
+enum class Tone : std::uint8_t {
+  kPlain,
+  kTitle,    ///< a bar in reverse
+  kHeading,  ///< bold
+  kFaint,
+  kGood,  ///< green
+  kWarm,  ///< yellow
+  kHot,   ///< red
+};
+
+/// A text in its place on a line. UTF-8 without control characters.
+struct Span {
+  std::size_t column = 0;
+  std::string text;
+  Tone tone = Tone::kPlain;
+
+  friend bool operator==(const Span&, const Span&) = default;
+};
+
+using ScreenLine = std::vector<Span>;
+
+/// The lines of a screen from the top; lines and columns without text are blank.
+using Screen = std::vector<ScreenLine>;
+
+/// What a person pressed.
+struct Key {
+  enum class Kind : std::uint8_t {
+    kCharacter,  ///< `text` is the character, in UTF-8
+    kUp,
+    kDown,
+    kPageUp,
+    kPageDown,
+    kHome,
+    kEnd,
+    kEnter,
+    kBackspace,
+    kEscape,
+    kOther,
+  };
+  Kind kind = Kind::kOther;
+  std::string text;
+};
+
+}  // namespace kelvora::tool
