@@ -1,9 +1,7 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -32,13 +30,6 @@ struct FileSystemSize {
   std::int64_t freeBytes = 0;
 };
 
-/// Byte counters of one network interface since start-up.
-struct InterfaceCounters {
-  std::string name;  ///< e.g. "en0"
-  std::uint64_t receivedBytes = 0;
-  std::uint64_t sentBytes = 0;
-};
-
 /// The counters behind the live usage of the computer. A query returns none if the system does not
 /// know; that is not logged. Any thread.
 class HostStatistics {
@@ -54,8 +45,6 @@ class HostStatistics {
   virtual double uptimeSeconds() = 0;
   /// Size and free space of the file system at `path`, e.g. "/".
   virtual std::optional<FileSystemSize> fileSystemSize(std::string_view path) = 0;
-  /// Every network interface, loopback included; none if the query fails.
-  virtual std::optional<std::vector<InterfaceCounters>> interfaceCounters() = 0;
 };
 
 }  // namespace kelvora::platform

@@ -12,7 +12,6 @@ set(KELVORA_MACOS_SOURCES
   processes/MacAuthorization.cpp
   processes/MacWorkspace.cpp
   settings/MacUserDefaults.cpp
-  system/InterfaceMessages.cpp
   system/KVSerialQueue.cpp
   system/MacFiles.cpp
   system/MacHostStatistics.cpp

@@ -11,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "platforms/shared/InterfaceListBytes.h"
 #include "ports/HostStatistics.h"
 #include "ports/Ports.h"
 #include "ports/SystemFacts.h"
@@ -59,8 +60,8 @@ struct RecordedStatistics {
   std::optional<std::vector<ProcessorTicks>> processorTicks;
   std::optional<std::uint32_t> pageSizeBytes;
   std::optional<MemoryPages> memory;
-  std::optional<FileSystemSize> fileSystem;  ///< of "/"
-  std::optional<std::vector<InterfaceCounters>> interfaces;
+  std::optional<FileSystemSize> fileSystem;   ///< of "/"
+  std::vector<InterfaceCounters> interfaces;  ///< empty if they were not recorded
 };
 
 /// A recorded Mac: what the lowest interfaces of its system returned.

@@ -18,7 +18,8 @@ std::unique_ptr<Platform> makeRecordedPlatform(RecordedMachine machine,
   ports.smc = std::make_unique<RecordedSMC>(std::move(machine.smcKeys));
   ports.hid = std::make_unique<RecordedHID>(std::move(machine.hid));
   ports.registry = std::make_unique<RecordedRegistry>(std::move(machine.registry));
-  ports.systemControls = std::make_unique<SystemControlTable>(std::move(machine.sysctl));
+  ports.systemControls = std::make_unique<SystemControlTable>(
+      std::move(machine.sysctl), interfaceListBytes(machine.statistics.interfaces));
   ports.hostStatistics = std::make_unique<RecordedHostStatistics>(std::move(machine.statistics));
   ports.childProcesses = std::make_unique<RecordedChildProcesses>(std::move(machine.commands));
   ports.workspace = std::make_unique<RecordedWorkspace>(std::move(machine.applications));

@@ -52,10 +52,6 @@ std::optional<FileSystemSize> RecordedHostStatistics::fileSystemSize(std::string
   return path == "/" ? recorded_.fileSystem : std::nullopt;
 }
 
-std::optional<std::vector<InterfaceCounters>> RecordedHostStatistics::interfaceCounters() {
-  return recorded_.interfaces;
-}
-
 RecordedSystemFacts::RecordedSystemFacts(const RecordedMachine& machine)
     : osVersion_(machine.osVersion),
       osVersionText_(machine.osText),

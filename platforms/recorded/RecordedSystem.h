@@ -23,7 +23,6 @@ class RecordedHostStatistics : public HostStatistics {
   double uptimeSeconds() override;
   /// Only "/" was recorded.
   std::optional<FileSystemSize> fileSystemSize(std::string_view path) override;
-  std::optional<std::vector<InterfaceCounters>> interfaceCounters() override;
 
  private:
   RecordedStatistics recorded_;

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <utility>
 
+#include "ports/RoutingMessages.h"
+
 namespace kelvora::platform {
 
 namespace {
@@ -28,23 +30,6 @@ std::vector<std::byte> hostOrderBytes(T value) {
   return {bytes.begin(), bytes.end()};
 }
 
-// Copies what fits and fails if that is not all, as sysctl(3) does.
-int copied(std::span<const std::byte> bytes, void* value, std::size_t* size) {
-  if (size == nullptr) {
-    return value == nullptr ? 0 : EFAULT;
-  }
-  const std::size_t capacity = *size;
-  if (value == nullptr) {
-    *size = bytes.size();
-    return 0;
-  }
-  *size = std::min(capacity, bytes.size());
-  if (*size > 0) {
-    std::memcpy(value, bytes.data(), *size);
-  }
-  return capacity < bytes.size() ? ENOMEM : 0;
-}
-
 // A number of 4 or 8 bytes as its low 4 bytes; empty for anything else.
 std::vector<std::byte> lowFourBytes(const std::vector<std::byte>& bytes) {
   if (bytes.size() == sizeof(std::int32_t)) {
@@ -60,16 +45,20 @@ std::vector<std::byte> lowFourBytes(const std::vector<std::byte>& bytes) {
 
 }  // namespace
 
-SystemControlTable::SystemControlTable(Values values) : values_(std::move(values)) {}
+SystemControlTable::SystemControlTable(Values values, std::vector<std::byte> interfaceList)
+    : values_(std::move(values)), interfaceList_(std::move(interfaceList)) {}
 
 int SystemControlTable::byName(const char* name, void* value, std::size_t* size) {
   const auto found = values_.find(std::string_view(name));
-  return found == values_.end() ? ENOENT : copied(found->second, value, size);
+  return found == values_.end() ? ENOENT : copyControl(found->second, value, size);
 }
 
 int SystemControlTable::byNumber(std::span<const int> name, void* value, std::size_t* size) {
+  if (std::ranges::equal(name, kInterfaceListControl)) {
+    return copyControl(interfaceList_, value, size);
+  }
   for (const NumberedControl& control : kNumberedControls) {
-    if (!std::equal(name.begin(), name.end(), control.number.begin(), control.number.end())) {
+    if (!std::ranges::equal(name, control.number)) {
       continue;
     }
     const auto found = values_.find(std::string_view(control.name));
@@ -77,9 +66,25 @@ int SystemControlTable::byNumber(std::span<const int> name, void* value, std::si
       return ENOENT;
     }
     const auto bytes = lowFourBytes(found->second);
-    return bytes.empty() ? EINVAL : copied(bytes, value, size);
+    return bytes.empty() ? EINVAL : copyControl(bytes, value, size);
   }
   return ENOENT;
+}
+
+int copyControl(std::span<const std::byte> bytes, void* value, std::size_t* size) {
+  if (size == nullptr) {
+    return value == nullptr ? 0 : EFAULT;
+  }
+  const std::size_t capacity = *size;
+  if (value == nullptr) {
+    *size = bytes.size();
+    return 0;
+  }
+  *size = std::min(capacity, bytes.size());
+  if (*size > 0) {
+    std::memcpy(value, bytes.data(), *size);
+  }
+  return capacity < bytes.size() ? ENOMEM : 0;
 }
 
 std::vector<std::byte> textControlBytes(std::string_view text) {

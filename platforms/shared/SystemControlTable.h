@@ -14,18 +14,24 @@ namespace kelvora::platform {
 
 /// System controls from a table of values. By number it knows what programs ask for
 /// by number: {6, 3}, the processors, and {6, 7}, the page size; both as 4-byte values, from
-/// "hw.ncpu" and "hw.pagesize".
+/// "hw.ncpu" and "hw.pagesize"; and the list of network interfaces.
 class SystemControlTable : public SystemControls {
  public:
   using Values = std::map<std::string, std::vector<std::byte>, std::less<>>;
 
-  explicit SystemControlTable(Values values);
+  /// `interfaceList` is the value of `kInterfaceListControl`.
+  explicit SystemControlTable(Values values, std::vector<std::byte> interfaceList = {});
   int byName(const char* name, void* value, std::size_t* size) override;
   int byNumber(std::span<const int> name, void* value, std::size_t* size) override;
 
  private:
   Values values_;
+  std::vector<std::byte> interfaceList_;
 };
+
+/// Answers a question for a control with these value bytes, as sysctl(3) does: copies what fits and
+/// fails with ENOMEM if that is not all.
+int copyControl(std::span<const std::byte> bytes, void* value, std::size_t* size);
 
 /// The bytes of a text control: the text and a NUL.
 std::vector<std::byte> textControlBytes(std::string_view text);

@@ -1,8 +1,5 @@
 #include "platforms/macos/system/MacHostStatistics.h"
 
-#include <cstring>
-
-#include "platforms/macos/system/InterfaceMessages.h"
 #include "platforms/recorded/RecordedSystem.h"
 #include "tests/macos/frameworks/SystemTest.h"
 #include "tests/support/RecordedMachines.h"
@@ -10,7 +7,6 @@
 namespace kelvora::testing::mac {
 namespace {
 
-using platform::InterfaceCounters;
 using platform::MacHostStatistics;
 using platform::ProcessorTicks;
 
@@ -25,7 +21,6 @@ platform::RecordedMachine machineWithStatistics() {
   machine.statistics.pageSizeBytes = 16384;
   machine.statistics.memory = platform::MemoryPages{10, 20, 30, 0xfffffff0};
   machine.statistics.fileSystem = platform::FileSystemSize{499963174912, 1234567890};
-  machine.statistics.interfaces = {{"lo0", 5, 5}, {"en0", 1ULL << 40, 7}};
   return machine;
 }
 
@@ -89,84 +84,6 @@ TEST_F(MacHostStatisticsTest, AFileSystemsSizeIsItsBlocks) {
   EXPECT_FALSE(statistics.fileSystemSize("/").has_value());
 }
 
-TEST_F(MacHostStatisticsTest, InterfacesAreAskedForTheSizeThenForTheList) {
-  const auto counters = statistics.interfaceCounters();
-  ASSERT_TRUE(counters.has_value());
-  ASSERT_EQ(counters->size(), 2U);
-  EXPECT_EQ((*counters)[0].name, "lo0");
-  EXPECT_EQ((*counters)[1].name, "en0");
-  EXPECT_EQ((*counters)[1].receivedBytes, 1ULL << 40);
-  EXPECT_EQ((*counters)[1].sentBytes, 7U);
-  EXPECT_EQ(takeCalls(), (Calls{"sysctl(4.17.0.0.6.0, size)", "sysctl(4.17.0.0.6.0, value)"}));
-}
-
-TEST_F(MacHostStatisticsTest, AnInterfaceQueryThatFailsEitherTimeIsNone) {
-  for (const int call : {1, 2}) {
-    ledger.failCall("sysctl", call);
-    EXPECT_FALSE(statistics.interfaceCounters().has_value()) << call;
-  }
-  EXPECT_TRUE(statistics.interfaceCounters().has_value());
-}
-
-TEST_F(MacHostStatisticsTest, AHostWithoutInterfacesHasAnEmptyListAndIsAskedOnce) {
-  platform::RecordedMachine machine;
-  machine.statistics.interfaces.emplace();
-  Host::shared().boot(machine);
-  EXPECT_TRUE(statistics.interfaceCounters()->empty());
-  EXPECT_EQ(takeCalls(), (Calls{"sysctl(4.17.0.0.6.0, size)"}));
-}
-
-// Interfaces come up between the question for the size and the one for the list.
-class GrowingList : public platform::SystemControls {
- public:
-  explicit GrowingList(int growths) : growths_(growths) {}
-  int byName(const char*, void*, std::size_t*) override { return ENOENT; }
-  int byNumber(std::span<const int>, void* value, std::size_t* size) override {
-    const auto list = interfaceList({{"en0", 1, 2}});
-    ++calls;
-    if (value == nullptr) {
-      *size = list.size();
-      return 0;
-    }
-    if (growths_-- > 0) {
-      return ENOMEM;
-    }
-    std::memcpy(value, list.data(), *size);
-    return 0;
-  }
-  int calls = 0;
-
- private:
-  int growths_;
-};
-
-TEST(InterfaceMessages, AListThatGrewMeanwhileIsAskedForAgainAFewTimes) {
-  GrowingList twice(2);
-  EXPECT_EQ(platform::interfaceCountersOf(platform::interfaceMessages(twice).value()).size(), 1U);
-  EXPECT_EQ(twice.calls, 6);
-  GrowingList always(100);
-  EXPECT_FALSE(platform::interfaceMessages(always).has_value());
-  EXPECT_EQ(always.calls, 6);
-}
-
-TEST(InterfaceMessages, AListThatIsCutOffEndsWithItsLastWholeMessage) {
-  const auto list = interfaceList({{"en0", 1, 2}, {"en1", 3, 4}});
-  for (std::size_t size = 0; size < list.size(); ++size) {
-    const auto counters = platform::interfaceCountersOf(
-        std::vector(list.begin(), list.begin() + std::ptrdiff_t(size)));
-    EXPECT_LE(counters.size(), 2U);
-    for (const InterfaceCounters& each : counters) {
-      EXPECT_TRUE(each.name == "en0" || each.name == "en1");
-    }
-  }
-  EXPECT_EQ(platform::interfaceCountersOf(list).size(), 2U);
-}
-
-TEST(InterfaceMessages, AMessageWithoutLengthEndsTheList) {
-  EXPECT_TRUE(platform::interfaceCountersOf(std::vector(100, std::byte{0})).empty());
-  EXPECT_TRUE(platform::interfaceCountersOf(std::vector(1, std::byte{1})).empty());
-}
-
 class MacHostStatisticsOfRecordedMac : public SystemTest,
                                        public ::testing::WithParamInterface<const char*> {};
 
@@ -183,14 +100,6 @@ TEST_P(MacHostStatisticsOfRecordedMac, AreWhatWasRecorded) {
   EXPECT_EQ(mac.pageSizeBytes(), recorded.pageSizeBytes());
   EXPECT_NEAR(mac.uptimeSeconds(), recorded.uptimeSeconds(), 1e-6);
   EXPECT_EQ(mac.memoryPages().has_value(), recorded.memoryPages().has_value());
-  const auto counters = mac.interfaceCounters();
-  const auto expectedCounters = recorded.interfaceCounters();
-  ASSERT_EQ(counters.has_value(), expectedCounters.has_value());
-  for (std::size_t i = 0; counters && i < counters->size(); ++i) {
-    EXPECT_EQ((*counters)[i].name, (*expectedCounters)[i].name);
-    EXPECT_EQ((*counters)[i].receivedBytes, (*expectedCounters)[i].receivedBytes);
-    EXPECT_EQ((*counters)[i].sentBytes, (*expectedCounters)[i].sentBytes);
-  }
   const auto size = mac.fileSystemSize("/");
   const auto expectedSize = recorded.fileSystemSize("/");
   ASSERT_EQ(size.has_value(), expectedSize.has_value());

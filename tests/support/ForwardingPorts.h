@@ -98,15 +98,11 @@ class ForwardingHostStatistics : public platform::HostStatistics {
   std::optional<platform::FileSystemSize> fileSystemSize(std::string_view path) override {
     return onFileSystemSize ? onFileSystemSize(path) : behind->fileSystemSize(path);
   }
-  std::optional<std::vector<platform::InterfaceCounters>> interfaceCounters() override {
-    return onInterfaceCounters ? onInterfaceCounters() : behind->interfaceCounters();
-  }
   std::unique_ptr<platform::HostStatistics> behind;
   std::function<std::optional<std::vector<platform::ProcessorTicks>>()> onProcessorTicks;
   std::function<std::optional<platform::MemoryPages>()> onMemoryPages;
   std::function<double()> onUptimeSeconds;
   std::function<std::optional<platform::FileSystemSize>(std::string_view)> onFileSystemSize;
-  std::function<std::optional<std::vector<platform::InterfaceCounters>>()> onInterfaceCounters;
 };
 
 class ForwardingFiles : public platform::Files {

@@ -68,12 +68,4 @@ std::optional<FileSystemSize> LinuxHostStatistics::fileSystemSize(std::string_vi
   return FileSystemSize{bytes(information.f_blocks), bytes(information.f_bavail)};
 }
 
-std::optional<std::vector<InterfaceCounters>> LinuxHostStatistics::interfaceCounters() {
-  const auto text = readFile(root_ + "/proc/net/dev");
-  if (!text) {
-    return std::nullopt;
-  }
-  return interfaceCountersOf(*text);
-}
-
 }  // namespace kelvora::platform

@@ -17,7 +17,6 @@ class LinuxHostStatistics : public HostStatistics {
   std::optional<std::uint32_t> pageSizeBytes() override;
   double uptimeSeconds() override;
   std::optional<FileSystemSize> fileSystemSize(std::string_view path) override;
-  std::optional<std::vector<InterfaceCounters>> interfaceCounters() override;
 
  private:
   std::string root_;

@@ -1,11 +1,14 @@
 #include "platforms/linux/system/LinuxSystemControls.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <utility>
 
 #include <unistd.h>
 
 #include "platforms/linux/system/ProcText.h"
 #include "platforms/linux/system/TextFile.h"
+#include "ports/RoutingMessages.h"
 
 namespace kelvora::platform {
 
@@ -124,7 +127,20 @@ int LinuxSystemControls::byName(const char* name, void* value, std::size_t* size
 }
 
 int LinuxSystemControls::byNumber(std::span<const int> name, void* value, std::size_t* size) {
+  if (std::ranges::equal(name, kInterfaceListControl)) {
+    return interfaceList(value, size);
+  }
   return table().byNumber(name, value, size);
+}
+
+int LinuxSystemControls::interfaceList(void* value, std::size_t* size) const {
+  int error = 0;
+  const auto text = readFile(root_ + "/proc/net/dev", error);
+  // A kernel without networks has no such file, and no interfaces.
+  if (!text && error != ENOENT) {
+    return error;
+  }
+  return copyControl(interfaceListBytes(interfaceCountersOf(text.value_or(""))), value, size);
 }
 
 SystemControlTable& LinuxSystemControls::table() {

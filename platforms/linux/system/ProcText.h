@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platforms/shared/InterfaceListBytes.h"
 #include "ports/HostStatistics.h"
 
 // Readers of the kernel's texts under /proc. A line or number that is not as expected is left out.

@@ -8,6 +8,8 @@ namespace kelvora::platform {
 
 /// The content of a file, also of a kernel file that reports no size; none if it cannot be read.
 std::optional<std::string> readFile(const std::string& path);
+/// Likewise; `error` is then the system's error number, e.g. ENOENT for a file that does not exist.
+std::optional<std::string> readFile(const std::string& path, int& error);
 /// The first line of a file, without its end; none if it cannot be read.
 std::optional<std::string> readLine(const std::string& path);
 

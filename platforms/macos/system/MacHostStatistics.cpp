@@ -9,8 +9,6 @@
 #include <sys/param.h>
 #include <sys/sysctl.h>
 
-#include "platforms/macos/system/InterfaceMessages.h"
-
 namespace kelvora::platform {
 
 namespace {
@@ -117,14 +115,6 @@ std::optional<FileSystemSize> MacHostStatistics::fileSystemSize(std::string_view
     return static_cast<std::int64_t>(blocks * information.f_bsize);
   };
   return FileSystemSize{bytes(information.f_blocks), bytes(information.f_bavail)};
-}
-
-std::optional<std::vector<InterfaceCounters>> MacHostStatistics::interfaceCounters() {
-  const auto messages = interfaceMessages(controls_);
-  if (!messages) {
-    return std::nullopt;
-  }
-  return interfaceCountersOf(*messages);
 }
 
 }  // namespace kelvora::platform

@@ -13,7 +13,6 @@ class MacHostStatistics : public HostStatistics {
   std::optional<std::uint32_t> pageSizeBytes() override;
   double uptimeSeconds() override;
   std::optional<FileSystemSize> fileSystemSize(std::string_view path) override;
-  std::optional<std::vector<InterfaceCounters>> interfaceCounters() override;
 
  private:
   MacSystemControls controls_;

@@ -50,17 +50,6 @@ void appendOther(std::vector<std::byte>& bytes) {
   append(bytes, head, head.ifm_msglen);
 }
 
-int copyOut(const std::vector<std::byte>& bytes, void* value, std::size_t* size) {
-  if (value == nullptr) {
-    *size = bytes.size();
-    return 0;
-  }
-  const std::size_t count = std::min(*size, bytes.size());
-  std::memcpy(value, bytes.data(), count);
-  *size = count;
-  return count < bytes.size() ? ENOMEM : 0;
-}
-
 std::string described(std::span<const int> name) {
   std::string text;
   for (const int number : name) {
@@ -72,12 +61,12 @@ std::string described(std::span<const int> name) {
 int byNumber(std::span<const int> name, void* value, std::size_t* size) {
   const auto& machine = Host::shared().machine();
   if (described(name) == "4.17.0.0.6.0") {
-    const auto& interfaces = machine.statistics.interfaces;
-    return interfaces ? copyOut(interfaceList(*interfaces), value, size) : ENOENT;
+    return platform::copyControl(interfaceList(machine.statistics.interfaces), value, size);
   }
   const auto& pageSize = machine.statistics.pageSizeBytes;
   if (described(name) == "6.7" && pageSize) {
-    return copyOut(platform::int32ControlBytes(static_cast<std::int32_t>(*pageSize)), value, size);
+    return platform::copyControl(platform::int32ControlBytes(static_cast<std::int32_t>(*pageSize)),
+                                 value, size);
   }
   return platform::SystemControlTable(machine.sysctl).byNumber(name, value, size);
 }

@@ -4,7 +4,7 @@
 
 #pragma pack(push, 4)
 struct if_data64 {
-  std::uint8_t ifi_head[24];
+  std::uint8_t ifi_head[16];
   std::uint64_t ifi_baudrate;
   std::uint64_t ifi_packets[5];
   std::uint64_t ifi_ibytes;
