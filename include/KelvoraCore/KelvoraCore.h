@@ -65,3 +65,5 @@
 #include "KelvoraCore/ZDOSInfo.h"
 #include "KelvoraCore/ZDSystemDevice.h"
 #include "KelvoraCore/ZDSystemKitHelper.h"
+#include "KelvoraCore/ZDSystemMonitor.h"
+#include "KelvoraCore/ZDUsage.h"

@@ -1,0 +1,75 @@
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "KelvoraCore/ZDSystemMonitor.h"
+
+#include "ports/Ports.h"
+
+namespace kelvora {
+
+namespace {
+
+// Four pieces between points. IPv6 addresses have none, or end with an IPv4 address
+// ("::ffff:192.0.2.1").
+bool isIPv4(std::string_view address) {
+  return std::count(address.begin(), address.end(), '.') == 3;
+}
+
+std::optional<std::string> noneIfEmpty(std::string text) {
+  return text.empty() ? std::nullopt : std::optional(std::move(text));
+}
+
+std::optional<std::string> localAddress(platform::SystemFacts& facts) {
+  std::string last;
+  for (std::string& address : facts.hostAddresses()) {
+    if (!address.starts_with("127") && isIPv4(address)) {
+      last = std::move(address);
+    }
+  }
+  return noneIfEmpty(last.empty() ? facts.primaryHostAddress() : last);
+}
+
+// Digits and points of what a child prints. A child that prints on and on meets a closed pipe.
+std::string scannedOutput(platform::ChildProcess& child) {
+  constexpr std::size_t kMostBytes = 1 << 20;
+  constexpr std::string_view kScanned = "0123456789.";
+  std::string scanned;
+  std::array<char, 4096> buffer;
+  std::size_t left = kMostBytes;
+  while (left > 0) {
+    const auto block =
+        std::as_writable_bytes(std::span(buffer)).first(std::min(left, buffer.size()));
+    const std::size_t count = child.readStandardOutput(block);
+    if (count == 0) {
+      break;
+    }
+    std::copy_if(buffer.begin(), buffer.begin() + count, std::back_inserter(scanned),
+                 [&](char c) { return kScanned.find(c) != std::string_view::npos; });
+    left -= count;
+  }
+  return scanned;
+}
+
+std::string publicAddress(platform::ChildProcesses& children, const std::string& service) {
+  platform::ChildRequest request;
+  request.path = "/usr/bin/curl";
+  request.arguments = {"-s", service};
+  request.captureStandardOutput = true;
+  const platform::ChildLaunch launch = children.launch(request);
+  return launch.child ? scannedOutput(*launch.child) : "";
+}
+
+}  // namespace
+
+ZDNetworkInfo ZDSystemMonitor::networkInfo() const {
+  platform::SystemFacts& facts = platform_.systemFacts();
+  auto address = localAddress(facts);
+  auto service = publicAddress(platform_.childProcesses(), publicAddressService_);
+  return {std::move(address), std::move(service), noneIfEmpty(facts.hostName())};
+}
+
+}  // namespace kelvora
