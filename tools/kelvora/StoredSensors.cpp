@@ -6,13 +6,11 @@
 #include <string>
 #include <unordered_set>
 
+#include "tools/kelvora/StoredCategories.h"
+
 namespace kelvora::tool {
 
 namespace {
-
-// By SensorType.
-constexpr std::array<const char*, 5> kCategoryNames{"Temperature", "Fan", "Voltage", "Current",
-                                                    "Power"};
 
 constexpr double kLowestTemperature = 0;
 constexpr double kHighestTemperature = 110;
@@ -49,8 +47,7 @@ SensorPtr readingOf(const KVSensor& stored, SensorController& controller,
 
 }  // namespace
 
-std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
-  const ManagedObjectContextPtr context = store.viewContext();
+std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store, Platform& platform) {
   const KVCoreDataStore::Sensors sensors = store.allSensors();
   if (!sensors) {
     return std::nullopt;
@@ -59,11 +56,8 @@ std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
   for (const KVSensorPtr& sensor : *sensors) {
     result.sensors_.emplace(sensor->key(), sensor);
   }
-  for (std::size_t type = 0; type < kCategoryNames.size(); ++type) {
-    const KVCategoryPtr category =
-        store.createOrUpdateCategoryWithName(kCategoryNames.at(type), context);
-    category->setType(stored(type));
-    result.categories_.at(type) = category;
+  for (std::size_t type = 0; type < result.categories_.size(); ++type) {
+    result.categories_.at(type) = storedCategory(store, type, platform);
   }
   return result;
 }
