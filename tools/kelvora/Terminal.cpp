@@ -136,8 +136,12 @@ attr_t attributesOf(Tone tone) {
   }
 }
 
-// A pair that was not made is the terminal's own colours.
-void setTone(Tone tone) { attr_set(attributesOf(tone), static_cast<short>(tone), nullptr); }
+// Tones without a colour of their own have the pair of the terminal's colours, 0.
+void setTone(Tone tone) {
+  const bool hasColour =
+      std::ranges::find(kColours, tone, &std::pair<Tone, short>::first) != kColours.end();
+  attr_set(attributesOf(tone), hasColour ? static_cast<short>(tone) : short{0}, nullptr);
+}
 
 std::vector<std::string> textsOf(const Screen& screen) {
   std::vector<std::string> texts;
