@@ -95,7 +95,7 @@ TEST_F(Recorder, AReadingThatIsNothingLeavesTheLastValue) {
   for (const double nothing : {-1.0, std::nan(""), static_cast<double>(INFINITY)}) {
     const SensorPtr read = Sensor::instanceWithKey("VC0C", "CPU Core", SensorTypeVoltage, 1, 511);
     read->value = nothing;
-    tool::StoredSensors::read(store, Platform::current())->update({read});
+    tool::StoredSensors::read(store)->update({read});
     EXPECT_EQ(sensor->value(), 1.25);
   }
 }

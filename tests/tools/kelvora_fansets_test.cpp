@@ -1,7 +1,6 @@
 // Fan sets and fan conditions in the terminal.
 
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -199,33 +198,6 @@ TEST_F(KelvoraConditions, EveryRequirementIsStored) {
   EXPECT_THAT(run({"conditions"}).standardOutput,
               HasSubstr("battery: adapter  external display  enabled\n"));
   EXPECT_EQ(conditions().size(), 3U);
-}
-
-TEST_F(KelvoraConditions, HoldByTheBatteryStateOfTheMachine) {
-  addSensor(82);
-  for (const char* state : {"battery", "adapter"}) {
-    run({"fansets", "add", state, "F0=5000"});
-    run({"conditions", "add", state, "TC0P", "--threshold", "80", "--battery", state});
-  }
-  const auto appliedSet = [](const std::string& machine) {
-    setenv("KELVORA_MACHINE", machine.c_str(), 1);
-    const json all = jsonOf({"fansets"});
-    for (const json& set : all.at("fanSets")) {
-      if (set.at("identifier") == all.at("applies")) {
-        return set.at("name").get<std::string>();
-      }
-    }
-    return std::string("none");
-  };
-  json unplugged = json::parse(std::ifstream(KELVORA_MACHINES "/MacBookPro15,1.json"));
-  for (json& service : unplugged.at("registry")) {
-    if (service.at("class") == "IOPMPowerSource") {
-      service.at("properties").at("ExternalConnected") = false;
-    }
-  }
-  EXPECT_EQ(appliedSet("MacBookPro15,1"), "adapter");
-  EXPECT_EQ(appliedSet(temporary.write("unplugged.json", unplugged.dump())), "battery");
-  EXPECT_EQ(appliedSet("Macmini8,1"), "adapter");  // it has no battery
 }
 
 TEST_F(KelvoraConditions, AreDisabledEnabledAndRemovedById) {

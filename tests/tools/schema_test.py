@@ -17,7 +17,7 @@ import jsonschema
 PROGRAM, MACHINES, SCHEMAS = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
 WRITER = sys.argv[4]
 STORE = {file.name: json.loads(file.read_text()) for file in SCHEMAS.glob("*.json")}
-OF_A_MACHINE = ("sensors", "keys", "inventory", "overview", "doctor")
+OF_A_MACHINE = ("sensors", "keys", "inventory", "overview", "usage", "top", "network", "doctor")
 
 
 def smc(*keys):
@@ -65,6 +65,16 @@ HOSTILE = {
         "architecture": "arm64",
         "hid": [{"usagePage": 65280, "usage": 5}, {"usagePage": 65280, "usage": 5, "product": "",
                                                    "events": {"15": -1e308}}]},
+    "statistics of other kinds": {
+        "sysctl": {"hw.memsize": {"int64": -1}},
+        "statistics": {"uptime": 1e300, "processorTicks": [[0, 0, 0, 0]], "pageSize": 4294967295,
+                       "memory": {"free": 4294967295, "active": 1, "inactive": 1, "wired": 1},
+                       "fileSystem": {"total": 0, "free": 9223372036854775807}},
+        "registry": [{"class": "IOPMPowerSource", "name": "b", "properties": {
+            "BatteryInstalled": "yes", "Voltage": -1e308, "CycleCount": -1}}]},
+    "processes of other kinds": {"commands": [
+        {"path": "/bin/ps", "arguments": ["-Aceo pid,pcpu,comm", "-r"],
+         "stdout": "PID\n 99999999999999999999 1e9 \u001b[31m\nx\n\n1 ,,, y\n"}]},
     "a key that two families have": {
         "architecture": "arm64", "sysctl": brand("Apple M9"),
         "smc": smc(("#KEY", "ui32", "00000002"), ("Tp01", "sp78", "2520"))},
@@ -271,6 +281,22 @@ class Answers(unittest.TestCase):
                 with self.subTest(schema=schema, place=place):
                     with self.assertRaises(jsonschema.ValidationError):
                         validate(other, schema)
+
+    def test_samples_of_a_live_computer(self):
+        for command in ("usage", "top"):
+            watch = subprocess.Popen([PROGRAM, command, "--watch", "--every", "0.2", "--json"],
+                                     env=self.environment, stdout=subprocess.PIPE, text=True)
+            self.addCleanup(watch.communicate)
+            self.addCleanup(watch.terminate)
+            lines = [json.loads(watch.stdout.readline()) for _ in range(3)]
+            for line in lines:
+                validate(line, command + ".json")
+                self.assertTrue(line["machine"]["live"])
+            if command == "usage":
+                self.assertEqual([line["usage"]["processor"]["sinceStartUp"] for line in lines],
+                                 [True, False, False])
+                self.assertIsNone(lines[0]["usage"]["network"]["receivedPerSecond"])
+                self.assertIsNotNone(lines[1]["usage"]["network"]["receivedPerSecond"])
 
     # A schema that takes anything describes nothing.
     def test_recordings(self):

@@ -19,7 +19,6 @@
 #include "tools/kelvora/Notices.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/StoreForReading.h"
-#include "tools/kelvora/StoredCategories.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -35,15 +34,16 @@ constexpr std::size_t kKeyLength = 4;
 
 struct CustomType {
   std::uint64_t type;
-  const char* name;  ///< as --type takes it
+  const char* name;      ///< as --type takes it
+  const char* category;  ///< the stored name of its category
   const char* unit;
 };
 
 constexpr std::array<CustomType, 4> kCustomTypes{{
-    {SensorTypeTemperature, "temperature", "°C"},
-    {SensorTypeVoltage, "voltage", "V"},
-    {SensorTypeCurrent, "current", "A"},
-    {SensorTypePower, "power", "W"},
+    {SensorTypeTemperature, "temperature", "Temperature", "°C"},
+    {SensorTypeVoltage, "voltage", "Voltage", "V"},
+    {SensorTypeCurrent, "current", "Current", "A"},
+    {SensorTypePower, "power", "Power", "W"},
 }};
 
 Json jsonCustom(const KVSensor& sensor) {
@@ -85,6 +85,16 @@ double currentReading(const std::string& key, std::uint64_t type) {
   return Platform::current().hasSensorHardware()
              ? SensorController().getSensorValueByKey(key, type, SensorSourceSMC, {})
              : 0;
+}
+
+// The categories of a new account come with its first sensors.
+void makeCategory(KVCoreDataStore& store, const CustomType& type) {
+  if (store.getCategoryWithType(static_cast<std::int64_t>(type.type)) == nullptr) {
+    if (const auto made =
+            store.createOrUpdateCategoryWithName(type.category, store.viewContext())) {
+      made->setType(static_cast<std::int16_t>(type.type));
+    }
+  }
 }
 
 void requireDone(const std::string& key, bool done, const std::optional<KVError>& error) {
@@ -142,8 +152,7 @@ int runAdd(const Options& options, StandardOutput& output) {
   const CustomType& type =
       *std::ranges::find(kCustomTypes, options.text("--type"),
                          [](const CustomType& row) { return std::string(row.name); });
-  // The categories of a new account come with its first sensors.
-  storedCategory(store, type.type, Platform::current());
+  makeCategory(store, type);
   manager.addCustomSensor(
       {{"key", key},
        {"name", name},

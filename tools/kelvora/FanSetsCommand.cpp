@@ -7,7 +7,6 @@
 #include "KelvoraCore/KVDataManager.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
 #include "KelvoraCore/KVUtils.h"
-#include "KelvoraCore/ZDSystemMonitor.h"
 
 #include "tools/kelvora/Changes.h"
 #include "tools/kelvora/Command.h"
@@ -48,19 +47,13 @@ void writeSet(const Options& options, StandardOutput& output, const KVFanSet& se
   }
 }
 
-// A computer without a battery is on its power adapter.
-FanSituation currentSituation() {
-  const ZDBatteryUsage battery = ZDSystemMonitor(Platform::current()).batteryUsageInfo();
-  const bool isOnBattery = battery.batteryInstalled && !battery.externalConnected;
-  return {isOnBattery ? kOnBattery : kOnPowerAdapter, KVUtils::isExternalDisplayConnected()};
-}
-
 int runFanSets(const Options& options, StandardOutput& output) {
   StoreForReading reading;
   const std::vector<KVFanSetPtr> sets = reading.objects(&KVCoreDataStore::allFanSets);
   const FanSetChoice choice =
       sets.empty() ? FanSetChoice()
-                   : chosenFanSet(reading.store(), reading.settings(), currentSituation());
+                   : chosenFanSet(reading.store(), reading.settings(),
+                                  {kAnyBatteryState, KVUtils::isExternalDisplayConnected()});
   Json list = Json::array();
   std::vector<std::vector<std::string>> rows;
   for (const KVFanSetPtr& set : sets) {

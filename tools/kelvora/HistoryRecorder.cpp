@@ -84,7 +84,7 @@ HistoryRecorder::Outcome HistoryRecorder::saveWaiting() {
 std::optional<StoredSensors> HistoryRecorder::readStore() {
   KVCoreDataStore& store = manager().coreDataStore();
   store.viewContext()->refreshAllObjects();
-  return StoredSensors::read(store, platform_);
+  return StoredSensors::read(store);
 }
 
 // A reading has points of the series in which it begins a step. After an outage of the store that

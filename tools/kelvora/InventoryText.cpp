@@ -167,7 +167,7 @@ std::string inventoryText(const ZDSystemDevice& device, const Style& style) {
                           operatingSystem(device.osInfo())};
   std::string text;
   for (const LineGroup& group : groups) {
-    const std::string lines = group.text(style, kNameWidth);
+    const std::string lines = textOf(group.lines(kNameWidth), style);
     text += lines.empty() ? "" : "\n" + lines;
   }
   return text;

@@ -1,6 +1,7 @@
 #include "tools/kelvora/LineGroup.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "tools/kelvora/Text.h"
 
@@ -13,29 +14,32 @@ constexpr std::size_t kGap = 2;
 constexpr std::size_t kLeastValue = 12;
 constexpr std::size_t kMostName = 32;
 
-// The value at the right of its name, or below it where the terminal is too narrow for both.
-std::string lineText(const std::string& name, std::size_t nameWidth, const std::string& value,
-                     const Style& style, std::size_t columns) {
-  const std::size_t start = kIndent + nameWidth + kGap;
-  const bool fitsBeside = columns == 0 || start + kLeastValue <= columns;
-  const std::string indent(fitsBeside ? start : 2 * kIndent, ' ');
-  const std::size_t width = columns == 0 ? 0 : std::max(columns, indent.size() + 1) - indent.size();
-  std::string text = std::string(kIndent, ' ') +
-                     style.faint(fitsBeside ? fitted(name, nameWidth) : name) +
-                     (fitsBeside ? std::string(kGap, ' ') : "\n" + indent);
-  bool isFirst = true;
-  for (const std::string& part : wrapped(value, width)) {
-    text += (isFirst ? "" : "\n" + indent) + part;
-    isFirst = false;
+std::string emphasised(const Span& span, const Style& style) {
+  switch (span.tone) {
+    case Tone::kHeading:
+      return style.heading(span.text);
+    case Tone::kFaint:
+      return style.faint(span.text);
+    default:
+      return span.text;
+  }
+}
+
+std::string textOf(const ScreenLine& line, const Style& style) {
+  std::string text;
+  std::size_t column = 0;
+  for (const Span& span : line) {
+    text += std::string(std::max(span.column, column) - column, ' ') + emphasised(span, style);
+    column = span.column + displayWidth(span.text);
   }
   return text + "\n";
 }
 
 }  // namespace
 
-void LineGroup::add(std::string_view name, std::string_view value) {
+void LineGroup::add(std::string_view name, std::string_view value, Tone tone) {
   if (!value.empty()) {
-    lines_.push_back({printable(name), printable(value)});
+    lines_.push_back({printable(name), printable(value), tone});
   }
 }
 
@@ -47,25 +51,52 @@ std::size_t LineGroup::nameWidth() const {
   return width;
 }
 
-std::string LineGroup::text(const Style& style, std::size_t nameWidth, std::size_t columns) const {
-  std::string text =
-      lines_.empty() || heading_.empty() ? "" : style.heading(printable(heading_)) + "\n";
-  for (const Line& line : lines_) {
-    text += lineText(line.name, nameWidth, line.value, style, columns);
+// A value is at the right of its name, or below it where the terminal is too narrow for both.
+Screen LineGroup::lines(std::size_t nameWidth, std::size_t columns) const {
+  Screen screen;
+  if (!lines_.empty() && !heading_.empty()) {
+    screen.push_back({{0, printable(heading_), Tone::kHeading}});
   }
-  return text;
+  const std::size_t beside = kIndent + nameWidth + kGap;
+  const bool isBeside = columns == 0 || beside + kLeastValue <= columns;
+  const std::size_t start = isBeside ? beside : 2 * kIndent;
+  const std::size_t width = columns == 0 ? 0 : std::max(columns, start + 1) - start;
+  for (const Line& line : lines_) {
+    screen.push_back(
+        {{kIndent, isBeside ? fitted(line.name, nameWidth) : line.name, Tone::kFaint}});
+    bool isOnLineOfName = isBeside;
+    for (const std::string& part : wrapped(line.value, width)) {
+      if (!isOnLineOfName) {
+        screen.emplace_back();
+      }
+      screen.back().push_back({start, part, line.tone});
+      isOnLineOfName = false;
+    }
+  }
+  return screen;
 }
 
-std::string textOf(const std::vector<LineGroup>& groups, const Style& style, std::size_t columns) {
+Screen linesOf(const std::vector<LineGroup>& groups, std::size_t columns) {
   std::size_t nameWidth = 0;
   for (const LineGroup& group : groups) {
     nameWidth = std::max(nameWidth, group.nameWidth());
   }
   nameWidth = std::min(nameWidth, kMostName);
-  std::string text;
+  Screen screen;
   for (const LineGroup& group : groups) {
-    const std::string lines = group.text(style, nameWidth, columns);
-    text += lines.empty() ? "" : "\n" + lines;
+    Screen lines = group.lines(nameWidth, columns);
+    if (!lines.empty()) {
+      screen.emplace_back();
+      std::ranges::move(lines, std::back_inserter(screen));
+    }
+  }
+  return screen;
+}
+
+std::string textOf(const Screen& lines, const Style& style) {
+  std::string text;
+  for (const ScreenLine& line : lines) {
+    text += textOf(line, style);
   }
   return text;
 }

@@ -3,9 +3,11 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tools/kelvora/Report.h"
+#include "tools/kelvora/Screen.h"
 
 namespace kelvora::tool {
 
@@ -16,17 +18,18 @@ class LineGroup {
   explicit LineGroup(std::string heading = "") : heading_(std::move(heading)) {}
 
   /// A line; its texts may hold anything that a machine reports.
-  void add(std::string_view name, std::string_view value);
+  void add(std::string_view name, std::string_view value, Tone tone = Tone::kPlain);
   /// The columns of the widest name.
   std::size_t nameWidth() const;
-  /// The lines after the heading, each name in `nameWidth` columns; empty without a line. A value
+  /// The lines after the heading, each name in `nameWidth` columns; none without a line. A value
   /// that is too long for a terminal of `columns` is broken at its blanks; 0 is no limit.
-  std::string text(const Style& style, std::size_t nameWidth, std::size_t columns = 0) const;
+  Screen lines(std::size_t nameWidth, std::size_t columns = 0) const;
 
  private:
   struct Line {
     std::string name;
     std::string value;
+    Tone tone;
   };
 
   std::string heading_;
@@ -34,6 +37,9 @@ class LineGroup {
 };
 
 /// The groups one below the other, each after an empty line, all with one column of names.
-std::string textOf(const std::vector<LineGroup>& groups, const Style& style, std::size_t columns);
+Screen linesOf(const std::vector<LineGroup>& groups, std::size_t columns);
+
+/// The lines as a text, each with its end. Headings and faint texts have the emphasis of `style`.
+std::string textOf(const Screen& lines, const Style& style);
 
 }  // namespace kelvora::tool

@@ -9,13 +9,12 @@ namespace kelvora::tool {
 
 namespace {
 
-std::unique_ptr<Platform> chosenPlatform(const std::string& machine, bool& isStandIn) {
-  if (!machine.empty()) {
-    return Platform::recorded(machine);
-  }
-  if (auto chosen = Platform::fromEnvironment()) {
-    return chosen;
-  }
+// Null where neither the user nor the environment names one.
+std::unique_ptr<Platform> namedPlatform(const std::string& machine) {
+  return machine.empty() ? Platform::fromEnvironment() : Platform::recorded(machine);
+}
+
+std::unique_ptr<Platform> unnamedPlatform(bool& isStandIn) {
   auto live = Platform::live();
   isStandIn = !live->hasSensorHardware();
   return isStandIn ? Platform::recorded(kDefaultMachine, std::move(live)) : std::move(live);
@@ -26,11 +25,22 @@ std::unique_ptr<Platform> chosenPlatform(const std::string& machine, bool& isSta
 MachineChoice chooseMachine(const std::string& machine) {
   bool isStandIn = false;
   try {
-    Platform::install(chosenPlatform(machine, isStandIn));
+    auto named = namedPlatform(machine);
+    Platform::install(named ? std::move(named) : unnamedPlatform(isStandIn));
   } catch (const MachineFileError& error) {
     throw CommandError(kExitUsage, error.what());
   }
   return {Platform::current(), isStandIn};
+}
+
+MachineChoice chooseAnyMachine(const std::string& machine) {
+  try {
+    auto named = namedPlatform(machine);
+    Platform::install(named ? std::move(named) : Platform::live());
+  } catch (const MachineFileError& error) {
+    throw CommandError(kExitUsage, error.what());
+  }
+  return {Platform::current()};
 }
 
 void useMachineOfEnvironment() {

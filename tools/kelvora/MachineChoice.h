@@ -19,6 +19,10 @@ struct MachineChoice {
 /// recording. Throws CommandError (wrong usage) for an unknown name or a bad file.
 MachineChoice chooseMachine(const std::string& machine);
 
+/// The same for what every computer reports: without a name it is this computer, with Apple
+/// hardware or not.
+MachineChoice chooseAnyMachine(const std::string& machine);
+
 /// Installs the recorded Mac of the environment, if it names one, for commands that read no
 /// hardware. Throws CommandError (wrong usage).
 void useMachineOfEnvironment();

@@ -46,8 +46,8 @@ int runOverview(const Options& options, StandardOutput& output) {
     writeJson(output, {{"machine", jsonMachine(machine.platform)}, {"overview", jsonOf(items)}});
   } else {
     const auto columns = static_cast<std::size_t>(output.columns());
-    writeText(output,
-              machineLine(machine, columns) + textOf({groupOf(items)}, Style(output), columns));
+    writeText(output, machineLine(machine, columns) +
+                          textOf(linesOf({groupOf(items)}, columns), Style(output)));
   }
   requireInventory(device, machine.platform);
   return kExitSuccess;

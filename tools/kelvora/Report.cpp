@@ -60,6 +60,10 @@ void writeJson(StandardOutput& output, const Json& report) {
   write(output, report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
+void writeJsonLine(StandardOutput& output, const Json& report) {
+  write(output, report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+}
+
 Style::Style(const StandardOutput& output) {
   const char* refusal = std::getenv("NO_COLOR");
   isColoured_ = output.isTerminal() && (refusal == nullptr || *refusal == '\0');

@@ -30,6 +30,8 @@ std::string machineLine(const MachineChoice& machine, std::size_t width);
 /// character set of the user's locale, JSON always in UTF-8.
 void writeText(StandardOutput& output, std::string_view text);
 void writeJson(StandardOutput& output, const Json& report);
+/// The same on one line, for one report of many.
+void writeJsonLine(StandardOutput& output, const Json& report);
 
 /// Emphasis for a person's terminal; without colour every operation gives the text back.
 class Style {

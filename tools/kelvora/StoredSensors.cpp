@@ -6,11 +6,13 @@
 #include <string>
 #include <unordered_set>
 
-#include "tools/kelvora/StoredCategories.h"
-
 namespace kelvora::tool {
 
 namespace {
+
+// By SensorType.
+constexpr std::array<const char*, 5> kCategoryNames{"Temperature", "Fan", "Voltage", "Current",
+                                                    "Power"};
 
 constexpr double kLowestTemperature = 0;
 constexpr double kHighestTemperature = 110;
@@ -47,7 +49,8 @@ SensorPtr readingOf(const KVSensor& stored, SensorController& controller,
 
 }  // namespace
 
-std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store, Platform& platform) {
+std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
+  const ManagedObjectContextPtr context = store.viewContext();
   const KVCoreDataStore::Sensors sensors = store.allSensors();
   if (!sensors) {
     return std::nullopt;
@@ -56,8 +59,11 @@ std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store, Platfor
   for (const KVSensorPtr& sensor : *sensors) {
     result.sensors_.emplace(sensor->key(), sensor);
   }
-  for (std::size_t type = 0; type < result.categories_.size(); ++type) {
-    result.categories_.at(type) = storedCategory(store, type, platform);
+  for (std::size_t type = 0; type < kCategoryNames.size(); ++type) {
+    const KVCategoryPtr category =
+        store.createOrUpdateCategoryWithName(kCategoryNames.at(type), context);
+    category->setType(stored(type));
+    result.categories_.at(type) = category;
   }
   return result;
 }

@@ -19,7 +19,7 @@ inline constexpr double kNothingRecorded = -1;
 class StoredSensors {
  public:
   /// Reads them, and creates the categories that are missing; none when the store cannot be read.
-  static std::optional<StoredSensors> read(KVCoreDataStore& store, Platform& platform);
+  static std::optional<StoredSensors> read(KVCoreDataStore& store);
 
   /// Gives the sensors that the user added their names, and appends a reading of those that
   /// `sensors` lacks, as far as they can be read.

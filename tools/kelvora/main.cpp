@@ -33,14 +33,15 @@ using kelvora::tool::Options;
 std::vector<Command> allCommands() {
   using List = std::vector<Command> (*)();
   constexpr List kLists[] = {
-      kelvora::tool::sensorsCommands,       kelvora::tool::keysCommands,
-      kelvora::tool::inventoryCommands,     kelvora::tool::overviewCommands,
-      kelvora::tool::machinesCommands,      kelvora::tool::settingsCommands,
-      kelvora::tool::settingsWatchCommands, kelvora::tool::customCommands,
-      kelvora::tool::resetCommands,         kelvora::tool::rulesCommands,
-      kelvora::tool::fanSetsCommands,       kelvora::tool::conditionsCommands,
-      kelvora::tool::doctorCommands,        kelvora::tool::historyCommands,
-      kelvora::tool::recordHistoryCommands};
+      kelvora::tool::sensorsCommands,    kelvora::tool::keysCommands,
+      kelvora::tool::inventoryCommands,  kelvora::tool::overviewCommands,
+      kelvora::tool::usageCommands,      kelvora::tool::topCommands,
+      kelvora::tool::networkCommands,    kelvora::tool::machinesCommands,
+      kelvora::tool::settingsCommands,   kelvora::tool::settingsWatchCommands,
+      kelvora::tool::customCommands,     kelvora::tool::resetCommands,
+      kelvora::tool::rulesCommands,      kelvora::tool::fanSetsCommands,
+      kelvora::tool::conditionsCommands, kelvora::tool::doctorCommands,
+      kelvora::tool::historyCommands,    kelvora::tool::recordHistoryCommands};
   std::vector<Command> commands;
   for (const List list : kLists) {
     std::ranges::move(list(), std::back_inserter(commands));

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "KelvoraCore/StandardOutput.h"
+
+#include "tools/kelvora/Command.h"
+#include "tools/kelvora/MachineChoice.h"
+#include "tools/kelvora/Report.h"
+#include "tools/kelvora/Screen.h"
+
+namespace kelvora::tool {
+
+/// A report of what changes, which a command shows once or, with --watch, again and again.
+class LiveReport {
+ public:
+  virtual ~LiveReport() = default;
+  /// Takes a sample, which the other operations show. Throws CommandError when there is none.
+  virtual void sample() = 0;
+  /// The members of the report beside "machine".
+  virtual Json json() const = 0;
+  /// The lines below the machine's. `columns` is the width of the terminal, 0 for a pipe or file,
+  /// which gets no bars.
+  virtual Screen lines(std::size_t columns) const = 0;
+};
+
+/// --watch and --every, for a command's arguments.
+std::vector<Argument> watchArguments();
+/// Whether --watch is given. Throws CommandError (wrong usage) for an interval that is out of
+/// range, or that is given without it.
+bool isWatched(const Options& options);
+
+/// Shows the report once. With --watch: in the place of the last one on a terminal, until a key,
+/// SIGINT or SIGTERM ends it; as one block of lines, or one line of JSON, each time elsewhere. The
+/// interval is that of --every, else of the settings as they are then.
+int show(LiveReport& report, const Options& options, const MachineChoice& machine,
+         StandardOutput& output);
+
+}  // namespace kelvora::tool

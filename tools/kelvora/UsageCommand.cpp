@@ -1,0 +1,149 @@
+#include <chrono>
+#include <cmath>
+#include <optional>
+#include <thread>
+
+#include <nlohmann/json.hpp>
+
+#include "KelvoraCore/KVLocalized.h"
+#include "KelvoraCore/KVSettingsSnapshot.h"
+
+#include "tools/kelvora/Command.h"
+#include "tools/kelvora/LineGroup.h"
+#include "tools/kelvora/LiveReport.h"
+#include "tools/kelvora/Report.h"
+#include "tools/kelvora/UsageSample.h"
+#include "tools/kelvora/UsageText.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+// What a person calls now, where one report is shown.
+constexpr std::chrono::seconds kNow(1);
+
+constexpr std::size_t kMostBarColumns = 20;
+
+Json jsonLoad(const UsageSample& sample) {
+  const auto percent = [&](double ZDCPUUsage::*share) {
+    return sample.load ? jsonNumber((*sample.load).*share) : Json(nullptr);
+  };
+  return {{"total", percent(&ZDCPUUsage::total)},   {"user", percent(&ZDCPUUsage::user)},
+          {"system", percent(&ZDCPUUsage::system)}, {"idle", percent(&ZDCPUUsage::idle)},
+          {"nice", percent(&ZDCPUUsage::nice)},     {"sinceStartUp", sample.isLoadSinceStartUp}};
+}
+
+const char* nameOf(MemoryAccuracy accuracy) {
+  switch (accuracy) {
+    case MemoryAccuracy::kExact:
+      return "exact";
+    case MemoryAccuracy::kWrapped:
+      return "wrapped";
+    default:
+      return "unknown";
+  }
+}
+
+Json jsonOf(const ZDMemoryUsage& memory) {
+  return {{"free", memory.free},
+          {"used", memory.used},
+          {"active", memory.active},
+          {"inactive", memory.inactive},
+          {"wired", memory.wired},
+          {"other", memory.other},
+          {"installed", installedMemory(memory)},
+          {"accuracy", nameOf(accuracyOf(memory))}};
+}
+
+Json jsonNetwork(const UsageSample& sample) {
+  const auto perSecond = [&](double NetworkRate::*rate) {
+    return sample.rate ? jsonNumber((*sample.rate).*rate) : Json(nullptr);
+  };
+  return {{"received", sample.network.received},
+          {"sent", sample.network.sent},
+          {"receivedPerSecond", perSecond(&NetworkRate::received)},
+          {"sentPerSecond", perSecond(&NetworkRate::sent)}};
+}
+
+Json jsonOf(const ZDBatteryUsage& battery) {
+  return {{"batteryInstalled", battery.batteryInstalled},
+          {"fullyCharged", battery.fullyCharged},
+          {"externalConnected", battery.externalConnected},
+          {"isCharging", battery.isCharging},
+          {"voltage", jsonNumber(battery.voltage)},
+          {"amperage", jsonNumber(battery.amperage)},
+          {"designCapacity", jsonNumber(battery.designCapacity)},
+          {"maxCapacity", jsonNumber(battery.maxCapacity)},
+          {"currentCapacity", jsonNumber(battery.currentCapacity)},
+          {"designCycleCount", battery.designCycleCount},
+          {"cycleCount", battery.cycleCount},
+          {"ageInDays", battery.ageInDays}};
+}
+
+class UsageReport : public LiveReport {
+ public:
+  explicit UsageReport(Platform& platform) : platform_(platform), sampler_(platform) {}
+
+  void sample() override { sample_ = sampler_.sample(); }
+  Json json() const override {
+    return {{"usage",
+             {{"processor", jsonLoad(sample_)},
+              {"memory", jsonOf(sample_.memory)},
+              {"disk",
+               {{"total", sample_.disk.total},
+                {"free", sample_.disk.free},
+                {"used", sample_.disk.used}}},
+              {"network", jsonNetwork(sample_)},
+              {"battery", jsonOf(sample_.battery)},
+              {"uptime",
+               sample_.uptimeSeconds > 0 ? jsonNumber(sample_.uptimeSeconds) : Json(nullptr)}}}};
+  }
+  Screen lines(std::size_t columns) const override {
+    KVSettingsSnapshot settings;
+    const KVLocalized::Texts texts(settings, platform_);
+    return linesOf(usageText(sample_, texts, std::min(columns / 4, kMostBarColumns)), columns);
+  }
+  /// Whether the sample has nothing of the machine.
+  bool isEmpty() const {
+    return !sample_.load && accuracyOf(sample_.memory) == MemoryAccuracy::kUnknown &&
+           sample_.disk.total == 0 && sample_.uptimeSeconds == 0 &&
+           !sample_.battery.batteryInstalled;
+  }
+
+ private:
+  Platform& platform_;
+  UsageSampler sampler_;
+  UsageSample sample_;
+};
+
+int runUsage(const Options& options, StandardOutput& output) {
+  const bool isOnce = !isWatched(options);
+  const MachineChoice machine = chooseAnyMachine(options.machine);
+  UsageReport report(machine.platform);
+  // Of a recording nothing is known but what was since start-up.
+  if (isOnce && machine.platform.isLive()) {
+    report.sample();
+    std::this_thread::sleep_for(kNow);
+  }
+  show(report, options, machine, output);
+  if (report.isEmpty()) {
+    throw CommandError(kExitNothingRead,
+                       machine.platform.title() + ": no usage of the machine could be read");
+  }
+  return kExitSuccess;
+}
+
+}  // namespace
+
+std::vector<Command> usageCommands() {
+  return {{.name = "usage",
+           .description = "Show the use of processor, memory, disk, network and battery",
+           .example = "kelvora usage\n"
+                      "  kelvora usage --watch --every 1\n"
+                      "  kelvora usage --watch --json | jq .usage.processor.total",
+           .machine = MachineUse::kOption,
+           .arguments = watchArguments(),
+           .run = runUsage}};
+}
+
+}  // namespace kelvora::tool
