@@ -13,8 +13,7 @@ namespace kelvora {
 
 namespace {
 
-// Four pieces between points. IPv6 addresses have none, or end with an IPv4 address
-// ("::ffff:192.0.2.1").
+// Four pieces between points.
 bool isIPv4(std::string_view address) {
   return std::count(address.begin(), address.end(), '.') == 3;
 }
