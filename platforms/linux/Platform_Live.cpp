@@ -13,12 +13,12 @@
 #include "platforms/linux/smc/LinuxSMC.h"
 #include "platforms/linux/system/LinuxFiles.h"
 #include "platforms/linux/system/LinuxHostStatistics.h"
+#include "platforms/linux/system/LinuxIORegistry.h"
 #include "platforms/linux/system/LinuxMainBundle.h"
 #include "platforms/linux/system/LinuxMainQueue.h"
 #include "platforms/linux/system/LinuxSystemControls.h"
 #include "platforms/linux/system/LinuxSystemFacts.h"
 #include "platforms/recorded/RecordedHID.h"
-#include "platforms/recorded/RecordedRegistry.h"
 #include "ports/Ports.h"
 
 namespace kelvora::platform {
@@ -33,9 +33,9 @@ constexpr Architecture kArchitecture = Architecture::kIntel;
 
 void addHardware(Ports& ports) {
   ports.smc = std::make_unique<LinuxSMC>();
-  // Linux has neither: there are no HID sensors, and the registry has no services.
+  // Linux has no HID sensors.
   ports.hid = std::make_unique<RecordedHID>(std::nullopt);
-  ports.registry = std::make_unique<RecordedRegistry>(RecordedRegistry::Services());
+  ports.registry = std::make_unique<LinuxIORegistry>();
 }
 
 // Where the product's applications are installed, and where they are carried.
