@@ -102,8 +102,9 @@ TEST_P(EveryLanguage, SaysThingsInItsOwnWords) {
   }
   const StringsTable english = tableOf("en");
   for (const auto& [key, text] : tableOf(GetParam())) {
-    const bool sameWordInBoth =
-        std::set<std::string>{"Normal", "Error", "CPU", "GPU", "Minimum", "Maximum"}.contains(text);
+    const bool sameWordInBoth = std::set<std::string>{"Normal",  "Error",   "CPU",    "GPU",
+                                                      "Minimum", "Maximum", "Active", "Inactive"}
+                                    .contains(text);
     EXPECT_TRUE(text != english.at(key) || sameWordInBoth) << key << ": " << text;
   }
 }
@@ -153,13 +154,13 @@ TEST(LocalizationTables, TheListHasEachKeyOnce) {
 // reading are all spelt.
 TEST(LocalizationTables, NoSourceLooksUpAKeyThatTheListLacks) {
   static constexpr const char* kPattern =
-      "\"((sensor-status-display|sensor-source|category|group|history|overview)-[a-z-]+|"
+      "\"((sensor-status-display|sensor-source|category|group|history|overview|usage)-[a-z-]+|"
       "[a-z]+[a-z-]*-(alert-message|range)|"
-      "(Temp|Fan|Voltage|Current|Power)-%@)\"";
+      "(Temp|Fan|Voltage|Current|Power|usage-at-[a-z]+)-%@)\"";
   const std::set<std::string> listed = libraryKeys();
   std::set<std::string> spelt;
-  for (const char* layer :
-       {"tools", "presentation", "store", "settings", "sysinfo", "sensors", "hardware"}) {
+  for (const char* layer : {"tools", "manager", "presentation", "store", "settings", "sysinfo",
+                            "sensors", "hardware"}) {
     const fs::path folder = fs::path(KELVORA_SOURCES) / layer;
     if (!fs::exists(folder)) {
       continue;
@@ -177,7 +178,8 @@ TEST(LocalizationTables, NoSourceLooksUpAKeyThatTheListLacks) {
   }
   for (const std::string& key : listed) {
     if (key.ends_with("-alert-message") || key.ends_with("-range") || key.starts_with("group-") ||
-        key.starts_with("sensor-source-")) {
+        key.starts_with("sensor-source-") || key.starts_with("overview-") ||
+        key.starts_with("usage-")) {
       EXPECT_TRUE(spelt.contains(key)) << key;
     }
   }

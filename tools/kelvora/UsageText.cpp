@@ -98,7 +98,7 @@ LineGroup Groups::processor() const {
 
 // A figure that may have wrapped is a bound: what it lost is in `used` and `other`.
 std::string Groups::memoryText(std::int64_t bytes, bool isLostPart) const {
-  const std::string amount = binaryByteText(static_cast<double>(bytes));
+  std::string amount = binaryByteText(static_cast<double>(bytes));
   switch (accuracyOf(sample_.memory)) {
     case MemoryAccuracy::kUnknown:
       return kUnknown;
