@@ -25,6 +25,32 @@ std::string emphasised(const Span& span, const Style& style) {
   }
 }
 
+// The value's lines from a column on, broken for a terminal of `columns`.
+std::vector<std::string> broken(const std::string& value, std::size_t start, std::size_t columns) {
+  return wrapped(value, columns == 0 ? 0 : std::max(columns, start + 1) - start);
+}
+
+// Whether a value can be at the right of its name, which ends before `start`. Else it is below.
+bool fits(const std::string& value, std::size_t start, std::size_t columns) {
+  const auto isShort = [&](const std::string& part) {
+    return start + displayWidth(part) <= columns;
+  };
+  return columns == 0 || (start + kLeastValue <= columns &&
+                          std::ranges::all_of(broken(value, start, columns), isShort));
+}
+
+// Continues the last line with the first line of a value; the others are below.
+void addValue(Screen& screen, const Span& value, std::size_t columns) {
+  bool isFirst = true;
+  for (const std::string& part : broken(value.text, value.column, columns)) {
+    if (!isFirst) {
+      screen.emplace_back();
+    }
+    screen.back().push_back({value.column, part, value.tone});
+    isFirst = false;
+  }
+}
+
 std::string textOf(const ScreenLine& line, const Style& style) {
   std::string text;
   std::size_t column = 0;
@@ -51,27 +77,20 @@ std::size_t LineGroup::nameWidth() const {
   return width;
 }
 
-// A value is at the right of its name, or below it where the terminal is too narrow for both.
 Screen LineGroup::lines(std::size_t nameWidth, std::size_t columns) const {
   Screen screen;
   if (!lines_.empty() && !heading_.empty()) {
     screen.push_back({{0, printable(heading_), Tone::kHeading}});
   }
-  const std::size_t beside = kIndent + nameWidth + kGap;
-  const bool isBeside = columns == 0 || beside + kLeastValue <= columns;
-  const std::size_t start = isBeside ? beside : 2 * kIndent;
-  const std::size_t width = columns == 0 ? 0 : std::max(columns, start + 1) - start;
   for (const Line& line : lines_) {
+    const std::size_t beside = kIndent + nameWidth + kGap;
+    const bool isBeside = fits(line.value, beside, columns);
     screen.push_back(
         {{kIndent, isBeside ? fitted(line.name, nameWidth) : line.name, Tone::kFaint}});
-    bool isOnLineOfName = isBeside;
-    for (const std::string& part : wrapped(line.value, width)) {
-      if (!isOnLineOfName) {
-        screen.emplace_back();
-      }
-      screen.back().push_back({start, part, line.tone});
-      isOnLineOfName = false;
+    if (!isBeside) {
+      screen.emplace_back();
     }
+    addValue(screen, {isBeside ? beside : 2 * kIndent, line.value, line.tone}, columns);
   }
   return screen;
 }
