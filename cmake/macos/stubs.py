@@ -15,6 +15,8 @@ import re
 import subprocess
 import sys
 
+# Folders of declarations that are no frameworks.
+SYSTEM_LIBRARY = ("CommonCrypto",)
 TARGETS = "[ arm64-macos, x86_64-macos ]"
 # What the compiler calls for Objective-C.
 RUNTIME = ("objc_alloc", "objc_alloc_init", "objc_autorelease", "objc_autoreleasePoolPop",
@@ -60,7 +62,8 @@ def declared_names(text):
 
 
 def write_frameworks(declarations, folder):
-    for source in sorted(path for path in declarations.iterdir() if path.is_dir() and path.name[0].isupper()):
+    for source in sorted(path for path in declarations.iterdir()
+                         if path.is_dir() and path.name[0].isupper() and path.name not in SYSTEM_LIBRARY):
         texts = [path.read_text(encoding="utf-8") for path in sorted(source.rglob("*.h"))]
         symbols = set().union(*(declared_names(text) for text in texts))
         classes = {name for text in texts for name in CLASS.findall(COMMENT.sub("", text))}

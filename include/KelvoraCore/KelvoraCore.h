@@ -46,6 +46,8 @@
 #include "KelvoraCore/Predicate.h"
 #include "KelvoraCore/PropertyListValue.h"
 #include "KelvoraCore/SMC.h"
+#include "KelvoraCore/SMCCipher.h"
+#include "KelvoraCore/SMCEncryption.h"
 #include "KelvoraCore/SMCRecords.h"
 #include "KelvoraCore/SMCText.h"
 #include "KelvoraCore/SMCWrapper.h"

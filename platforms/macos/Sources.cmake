@@ -12,6 +12,7 @@ set(KELVORA_MACOS_SOURCES
   processes/MacAuthorization.cpp
   processes/MacWorkspace.cpp
   settings/MacUserDefaults.cpp
+  system/Cryptor.cpp
   system/KVSerialQueue.cpp
   system/MacFiles.cpp
   system/MacHostStatistics.cpp

@@ -1,6 +1,6 @@
 # An application has targets and variables of these names for other things. Whoever links one of them
 # by mistake gets a library that does not exist.
-foreach(name ICU PLIST SQLITE SDBUS JSON SQLiteCpp sqlite3)
+foreach(name ICU PLIST SQLITE CRYPTO SDBUS JSON SQLiteCpp sqlite3)
   set(${name} "the application's own")
   set(${name}_LIBRARIES "the-application-own-${name}")
   add_library(${name} INTERFACE)
@@ -12,7 +12,7 @@ add_library(nlohmann_json::nlohmann_json INTERFACE IMPORTED)
 target_link_libraries(nlohmann_json::nlohmann_json INTERFACE no_such_library)
 
 function(expect_names_of_the_application)
-  foreach(name ICU PLIST SQLITE SDBUS JSON SQLiteCpp sqlite3)
+  foreach(name ICU PLIST SQLITE CRYPTO SDBUS JSON SQLiteCpp sqlite3)
     if(NOT ${name} STREQUAL "the application's own" OR NOT ${name}_LIBRARIES STREQUAL "the-application-own-${name}")
       message(FATAL_ERROR "${name} has changed")
     endif()
