@@ -16,6 +16,7 @@
 
 #include "tools/kelvora/CharacterSet.h"
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
@@ -143,11 +144,13 @@ void setTone(Tone tone) {
   attr_set(attributesOf(tone), hasColour ? static_cast<short>(tone) : short{0}, nullptr);
 }
 
-std::vector<std::string> textsOf(const Screen& screen) {
+// A text that is too long would go on in the next line.
+std::vector<std::string> textsOf(const Screen& screen, std::size_t columns) {
   std::vector<std::string> texts;
   for (const ScreenLine& line : screen) {
     for (const Span& span : line) {
-      texts.push_back(span.text);
+      const std::size_t rest = std::max(columns, span.column) - span.column;
+      texts.push_back(displayWidth(span.text) > rest ? fitted(span.text, rest) : span.text);
     }
   }
   return texts;
@@ -243,7 +246,7 @@ TerminalSession::Size Terminal::size() const {
 }
 
 void Terminal::draw(const Screen& screen) {
-  std::vector<std::string> texts = textsOf(screen);
+  std::vector<std::string> texts = textsOf(screen, static_cast<std::size_t>(size().columns));
   if (!state_->isUTF8) {
     texts = inCharacterSet(texts);
   }

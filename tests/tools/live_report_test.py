@@ -1,0 +1,212 @@
+"""usage and top with --watch on a terminal: what the terminal shows, and that it is left as it was.
+
+Run as: live_report_test.py PROGRAM
+"""
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+PROGRAM = sys.argv[1]
+PATIENCE = 30  # seconds until a terminal that does not show what it should is a failure
+
+
+class Terminal:
+    """A shell in a terminal of its own."""
+
+    def __init__(self, folder, columns, rows):
+        self.folder = folder
+        self.socket = str(folder / "tmux")
+        environment = {name: value for name, value in os.environ.items()
+                       if not name.startswith(("KELVORA_", "DBUS_", "TMUX"))}
+        environment |= {"HOME": str(folder), "LC_ALL": "C.UTF-8", "PS1": "$ ",
+                        "XDG_CONFIG_HOME": str(folder / "config")}
+        environment.pop("NO_COLOR", None)
+        self.environment = environment
+        self.tmux("-f", "/dev/null", "new-session", "-d", "-x", str(columns), "-y", str(rows),
+                  "-c", str(folder), "sh")
+
+    def tmux(self, *arguments):
+        return subprocess.run(["tmux", "-u", "-S", self.socket, *arguments], check=True, text=True,
+                              env=self.environment, capture_output=True).stdout
+
+    def close(self):
+        self.tmux("kill-server")
+
+    def type(self, *keys):
+        self.tmux("send-keys", *keys)
+
+    def screen(self):
+        return self.tmux("capture-pane", "-p")
+
+    def wait_for(self, *texts, gone=()):
+        """The screen once it shows the texts, and none of those that should be gone."""
+        end = time.monotonic() + PATIENCE
+        while time.monotonic() < end:
+            screen = self.screen()
+            if all(text in screen for text in texts) and not any(text in screen for text in gone):
+                return screen
+        raise AssertionError(f"not shown: {texts} without {gone} but\n{screen}")
+
+    def start(self, arguments):
+        """Starts the program; afterwards the shell prints its status."""
+        self.type(f"stty -g >before; sh -c 'echo $$ >pid; exec {PROGRAM} {arguments}'; "
+                  "echo ended $?; stty -g >after; echo done >all", "Enter")
+
+    def pid(self):
+        return int((self.folder / "pid").read_text())
+
+
+class LiveReports(unittest.TestCase):
+    def terminal(self, columns=80, rows=24):
+        folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        terminal = Terminal(folder, columns, rows)
+        self.addCleanup(terminal.close)
+        return terminal
+
+    def assert_restored(self, terminal, status=0):
+        screen = terminal.wait_for(f"ended {status}", gone=("q quits",))
+        while not (terminal.folder / "all").exists():
+            pass
+        self.assertEqual((terminal.folder / "before").read_text(),
+                         (terminal.folder / "after").read_text())
+        self.assertNotIn("Processor", screen, "what the screen showed is gone")
+
+    def test_it_shows_a_title_bars_and_figures(self):
+        terminal = self.terminal(rows=40)
+        terminal.start("usage --machine MacBookPro15,1 --watch")
+        screen = terminal.wait_for("q quits", "Uptime")
+        lines = screen.splitlines()
+        self.assertTrue(lines[0].startswith("MacBook Pro 15-inch 2018 (recorded)"))
+        self.assertEqual(lines[1:4], ["", "Processor (since start-up)", "  Total" + " " * 16 +
+                                      "███" + "░" * 17 + "  17.3 %"])
+        self.assertIn("at most 15 GB of 16 GB", screen)
+        terminal.type("q")
+        self.assert_restored(terminal)
+
+    def test_the_headings_can_be_seen(self):
+        terminal = self.terminal()
+        terminal.start("usage --machine MacBookPro15,1 --watch")
+        terminal.wait_for("q quits")
+        heading = next(line for line in terminal.tmux("capture-pane", "-p", "-e").splitlines()
+                       if "Memory" in line)
+        self.assertNotIn("\x1b[30m", heading, "black")
+        self.assertIn("1m", heading, "bold")
+
+    def test_every_end_leaves_the_terminal_as_it_was(self):
+        for name, end in (("q", lambda t: t.type("q")), ("Q", lambda t: t.type("Q")),
+                          ("Esc", lambda t: t.type("Escape")), ("Ctrl-C", lambda t: t.type("C-c")),
+                          ("SIGINT", lambda t: os.kill(t.pid(), signal.SIGINT)),
+                          ("SIGTERM", lambda t: os.kill(t.pid(), signal.SIGTERM))):
+            for command in ("usage --every 0.2", "top --every 60"):
+                with self.subTest(end=name, command=command):
+                    terminal = self.terminal()
+                    terminal.start(f"{command} --watch")
+                    terminal.wait_for("q quits")
+                    end(terminal)
+                    self.assert_restored(terminal)
+
+    def test_other_keys_do_not_end_it(self):
+        terminal = self.terminal()
+        terminal.start("usage --machine MacBookPro15,1 --watch --every 0.2")
+        terminal.wait_for("since start-up)")
+        terminal.type("x", "Enter", "Space", "Right")
+        terminal.wait_for("q quits", "Processor", gone=("Processor (since",))
+        terminal.type("q")
+        self.assert_restored(terminal)
+
+    def test_it_is_drawn_again_after_each_interval(self):
+        terminal = self.terminal()
+        terminal.start("usage --watch --every 0.2")
+        terminal.wait_for("Processor", "bytes/s", gone=("Processor (since start-up)",))
+        terminal.type("q")
+        self.assert_restored(terminal)
+
+    def test_what_does_not_fit_is_scrolled_to(self):
+        terminal = self.terminal(rows=8)
+        terminal.start("usage --machine MacBookPro15,1 --watch --every 60")
+        first = terminal.wait_for("q quits", "Idle", gone=("Wired", "Uptime"))
+        self.assertNotIn("\n\n", first.rstrip(), "no row is blank where rows are few")
+        terminal.type("Down")
+        terminal.wait_for("Memory", gone=("Processor",))
+        terminal.type("Up")
+        self.assertEqual(terminal.wait_for("Processor"), first)
+        terminal.type("PageDown")
+        terminal.wait_for("Wired", gone=("Idle",))
+        terminal.type("PageUp")
+        terminal.wait_for("Processor")
+        terminal.type("End")
+        last = terminal.wait_for("Uptime", "q quits")
+        terminal.type("Down", "PageDown", "End")
+        terminal.type("Up")
+        terminal.wait_for("Charge", gone=("Uptime",))
+        terminal.type("Down")
+        self.assertEqual(terminal.wait_for("Uptime"), last)
+        terminal.type("Home")
+        self.assertEqual(terminal.wait_for("Processor"), first)
+        terminal.type("q")
+        self.assert_restored(terminal)
+
+    def test_it_follows_the_size_of_the_terminal(self):
+        terminal = self.terminal(60, 10)
+        terminal.start("usage --machine MacBookPro15,1 --watch --every 60")
+        terminal.wait_for("q quits", gone=("Uptime",))
+        terminal.tmux("resize-window", "-x", "90", "-y", "45")
+        terminal.wait_for("q quits", "Uptime", "█" * 3 + "░" * 17)
+        terminal.tmux("resize-window", "-x", "20", "-y", "3")
+        lines = terminal.wait_for("Processor", "Total", gone=("Uptime",)).splitlines()
+        self.assertEqual(lines, ["MacBook Pr…  q quits", "Processor (since st…", "  Total"])
+        terminal.tmux("resize-window", "-x", "1", "-y", "1")
+        terminal.tmux("resize-window", "-x", "80", "-y", "24")
+        terminal.wait_for("q quits", "Processor")
+        terminal.type("q")
+        self.assert_restored(terminal)
+
+    def test_it_comes_back_after_a_suspend(self):
+        terminal = self.terminal()
+        terminal.start("usage --machine MacBookPro15,1 --watch --every 60")
+        terminal.wait_for("q quits")
+        terminal.type("q")
+        self.assert_restored(terminal)
+        terminal.type("clear; bash --norc", "Enter")
+        terminal.type(f"{PROGRAM} usage --machine MacBookPro15,1 --watch --every 60", "Enter")
+        terminal.wait_for("q quits")
+        terminal.type("C-z")
+        terminal.wait_for("Stopped", gone=("q quits",))
+        terminal.type("fg", "Enter")
+        terminal.wait_for("q quits", "Processor")
+        terminal.type("q")
+        terminal.wait_for("fg", gone=("q quits",))
+
+    def test_it_follows_the_language(self):
+        terminal = self.terminal()
+        terminal.start("usage --machine MacBookPro15,1 --watch --every 0.2")
+        terminal.wait_for("q quits", "Memory")
+        subprocess.run([PROGRAM, "settings", "set", "currentLanguage", "de"], check=True,
+                       env=terminal.environment, capture_output=True)
+        terminal.wait_for("q beendet", "Arbeitsspeicher", gone=("Memory",))
+        terminal.type("q")
+        self.assert_restored(terminal)
+
+    def test_processes_have_bars(self):
+        terminal = self.terminal()
+        terminal.start("top --machine MacBookPro15,1 --watch -n 3")
+        screen = terminal.wait_for("q quits", "kernel_task")
+        self.assertIn("      412   38.4 %  " + "█" * 8 + "░" * 12 + "  Safari\n", screen)
+        terminal.type("q")
+        self.assert_restored(terminal)
+
+    def test_json_on_a_terminal_is_lines(self):
+        terminal = self.terminal()
+        terminal.start("top --machine MacBookPro15,1 --watch --every 0.2 -n 1 --json")
+        terminal.wait_for('"processes":[{"pid":412')
+        terminal.type("C-c")
+        terminal.wait_for("ended 0", '"processes"')
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
