@@ -106,7 +106,8 @@ class ReportScreen {
       std::erase_if(lines, [](const ScreenLine& line) { return line.empty(); });
     }
     const std::size_t shown = std::min(rows - 1, lines.size());
-    first_ = std::min(first_, lines.size() - shown);
+    last_ = lines.size() - shown;
+    first_ = std::min(first_, last_);
     page_ = std::max<std::size_t>(shown, 1);
     Screen screen{titleLine(columns)};
     const auto begin = lines.begin() + static_cast<std::ptrdiff_t>(first_);
@@ -135,6 +136,7 @@ class ReportScreen {
   }
   void scroll(Key::Kind kind) {
     const auto up = [&](std::size_t lines) { first_ -= std::min(first_, lines); };
+    const auto down = [&](std::size_t lines) { first_ = std::min(first_ + lines, last_); };
     switch (kind) {
       case Key::Kind::kUp:
         return up(1);
@@ -143,24 +145,22 @@ class ReportScreen {
       case Key::Kind::kHome:
         return up(first_);
       case Key::Kind::kDown:
-        first_ += 1;
-        return;
+        return down(1);
       case Key::Kind::kPageDown:
+        return down(page_);
       case Key::Kind::kEnd:
-        first_ += kind == Key::Kind::kEnd ? kMostLines : page_;
-        return;
+        return down(last_);
       default:
         return;
     }
   }
 
-  static constexpr std::size_t kMostLines = 1'000'000;
-
   LiveReport& report_;
   const MachineChoice& machine_;
   Terminal terminal_;
-  std::size_t first_ = 0;  // line at the top; drawing brings it into the report
-  std::size_t page_ = 1;
+  std::size_t first_ = 0;  // line at the top
+  std::size_t last_ = 0;   // line at the top of the end
+  std::size_t page_ = 1;   // lines that fit
 };
 
 }  // namespace
