@@ -55,6 +55,10 @@ TEST(Kelvora, HelpOfTheProgramAndOfEveryCommandShowsAnExample) {
                                              {"sensors", "--help"},
                                              {"keys", "-h"},
                                              {"inventory", "--help"},
+                                             {"overview", "--help"},
+                                             {"usage", "--help"},
+                                             {"top", "--help"},
+                                             {"network", "--help"},
                                              {"machines", "--help"}}) {
     const ProgramResult result = runKelvora(arguments);
     EXPECT_EQ(result.status, 0);
@@ -118,7 +122,7 @@ class MachineOfTheEnvironment : public ::testing::Test {
 };
 
 TEST_F(MachineOfTheEnvironment, IsTheOneThatIsShown) {
-  for (const char* command : {"sensors", "keys", "inventory"}) {
+  for (const char* command : {"sensors", "keys", "inventory", "overview"}) {
     EXPECT_EQ(firstLine(run({command}, "iMac19,1").standardOutput), "iMac 27-inch 2019 (recorded)");
   }
   EXPECT_EQ(firstLine(run({"sensors"}, "").standardOutput),

@@ -3,12 +3,14 @@
 Run as: schema_test.py PROGRAM MACHINES SCHEMAS WRITER
 """
 import copy
+import http.server
 import json
 import os
 import pathlib
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -297,6 +299,31 @@ class Answers(unittest.TestCase):
                                  [True, False, False])
                 self.assertIsNone(lines[0]["usage"]["network"]["receivedPerSecond"])
                 self.assertIsNotNone(lines[1]["usage"]["network"]["receivedPerSecond"])
+
+    # The computer's own curl asks for the public address: here by way of a proxy on the loopback.
+    def test_the_network_of_a_live_computer(self):
+        class Service(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):
+                self.send_response(200)
+                self.end_headers()
+                self.wfile.write(b"<html>Current IP Address: 203.0.113.7</html>")
+
+            def log_message(self, *_):
+                pass
+
+        with http.server.HTTPServer(("127.0.0.1", 0), Service) as server:
+            threading.Thread(target=server.serve_forever, daemon=True).start()
+            self.environment |= {"no_proxy": "", "NO_PROXY": ""}
+            self.environment["http_proxy"] = f"http://127.0.0.1:{server.server_address[1]}"
+            answer = self.answer("network")
+            server.shutdown()
+        validate(answer, "network.json")
+        self.assertTrue(answer["machine"]["live"])
+        self.assertEqual(answer["network"]["publicIpAddress"], "203.0.113.7")
+        self.assertTrue(answer["network"]["hostName"])
+        unreachable = self.answer("network")
+        validate(unreachable, "network.json")
+        self.assertIsNone(unreachable["network"]["publicIpAddress"])
 
     # A schema that takes anything describes nothing.
     def test_recordings(self):
