@@ -13,8 +13,6 @@ namespace kelvora::tool {
 
 namespace {
 
-constexpr std::size_t kNameWidth = 16;
-
 std::string cacheText(double mebibytes) {
   constexpr double kKibibytes = 1024;
   if (mebibytes <= 0) {
@@ -158,6 +156,7 @@ bool isEmpty(const ZDSystemDevice& device) {
 }  // namespace
 
 std::string inventoryText(const ZDSystemDevice& device, const Style& style) {
+  constexpr std::size_t kNameWidth = 16;
   const std::array groups{computer(device),
                           processor(device.cpuInfo()),
                           graphics(device.gpuInfos()),
