@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -29,6 +30,11 @@ TEST(IntegerFormat, ATextWithoutAPlaceholderStaysAsItIs) {
         "%f", "%.3d", "%5", "%1$", "%l", "d", "%*d", "%1$1$d"}) {
     EXPECT_EQ(formattedWithInteger(text, 8), text);
   }
+}
+
+TEST(IntegerFormat, NothingBehindTheTextIsRead) {
+  EXPECT_EQ(formattedWithInteger(std::string_view("%d").substr(0, 1), 8), "%");
+  EXPECT_EQ(formattedWithInteger(std::string_view("%ld").substr(0, 2), 8), "%l");
 }
 
 TEST(IntegerFormat, OnlyTheFirstPlaceholderIsReplaced) {
