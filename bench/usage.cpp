@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <benchmark/benchmark.h>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/statvfs.h>
 #include <time.h>
@@ -31,7 +32,9 @@ void readBare(const std::string& path) {
   while (file >= 0 && read(file, content.data(), content.size()) > 0) {
     benchmark::DoNotOptimize(content.data());
   }
-  close(file);
+  if (file >= 0) {
+    close(file);
+  }
 }
 
 /// This computer; its battery is a folder, because not every computer has one.
@@ -42,7 +45,7 @@ struct Computer {
     }
     platform->ports().registry = std::make_unique<platform::LinuxIORegistry>(folder.path());
   }
-  static constexpr std::array<std::array<const char*, 2>, 10> kBattery = {
+  static constexpr std::array<std::array<const char*, 2>, 10> kBattery = {  // what a driver has
       {{"type", "Battery"},
        {"present", "1"},
        {"status", "Discharging"},
@@ -84,13 +87,26 @@ void clockBare() {
   benchmark::DoNotOptimize(clock_gettime(CLOCK_MONOTONIC, &now));
 }
 
+void listBare(const std::string& folder) {
+  DIR* const entries = opendir(folder.c_str());
+  while (readdir(entries) != nullptr) {
+  }
+  closedir(entries);
+}
+
+// The folder is listed, and attributes that a driver does not have are looked for.
 void batteryBare(benchmark::State& state) {
   const Computer computer;
+  const std::string folder = computer.folder.path("sys/class/power_supply");
   std::vector<std::string> paths;
+  for (const char* absent : {"scope", "online", "manufacture_month", "manufacture_day"}) {
+    paths.push_back(folder + "/BAT0/" + absent);
+  }
   for (const auto& [name, value] : Computer::kBattery) {
-    paths.push_back(computer.folder.path("sys/class/power_supply/BAT0/" + std::string(name)));
+    paths.push_back(folder + "/BAT0/" + name);
   }
   for (auto iteration : state) {
+    listBare(folder);
     for (const std::string& path : paths) {
       readBare(path);
     }

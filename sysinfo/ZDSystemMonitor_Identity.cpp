@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iterator>
 #include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "KelvoraCore/ZDSystemMonitor.h"
 

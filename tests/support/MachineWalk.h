@@ -91,6 +91,7 @@ inline void walkSystem(const platform::RecordedMachine& machine) {
   facts.activeDisplays();
   facts.primaryHostAddress();
   platform::RecordedHostStatistics(machine.statistics).processorTicks();
+  platform::interfaceListBytes(machine.statistics.interfaces);
   platform::RecordedChildProcesses children(machine.commands);
   for (const auto& command : machine.commands) {
     const auto launch = children.launch({command.path, command.arguments, true, false, 0});

@@ -23,17 +23,15 @@ std::optional<std::vector<ProcessorTicks>> LinuxHostStatistics::processorTicks()
 }
 
 std::optional<MemoryPages> LinuxHostStatistics::memoryPages() {
-  const auto sizes = memorySizesOf(readFile(root_ + "/proc/meminfo").value_or(""));
+  const std::string meminfo = readFile(root_ + "/proc/meminfo").value_or("");
   const auto pageSize = pageSizeBytes();
-  if (!sizes.contains("MemFree") || !pageSize) {
+  if (!memorySizeOf(meminfo, "MemFree") || !pageSize) {
     return std::nullopt;
   }
   const auto pages = [&](std::initializer_list<const char*> names) {
     std::uint64_t bytes = 0;
     for (const char* name : names) {
-      if (const auto size = sizes.find(name); size != sizes.end()) {
-        bytes += size->second;
-      }
+      bytes += memorySizeOf(meminfo, name).value_or(0);
     }
     return static_cast<std::uint32_t>(bytes / *pageSize);
   };

@@ -108,10 +108,8 @@ Values valuesOf(const std::string& root) {
   addText(values, "hw.model", readLine(root + "/sys/class/dmi/id/product_name").value_or(""));
   addText(values, "kern.ostype", "Linux");
   addProcessors(values, root);
-  const auto memory = memorySizesOf(readFile(root + "/proc/meminfo").value_or(""));
-  if (const auto total = memory.find("MemTotal"); total != memory.end()) {
-    addInt64(values, "hw.memsize", static_cast<std::int64_t>(total->second));
-  }
+  const auto memory = memorySizeOf(readFile(root + "/proc/meminfo").value_or(""), "MemTotal");
+  addInt64(values, "hw.memsize", static_cast<std::int64_t>(memory.value_or(0)));
   addInt64(values, "hw.pagesize", sysconf(_SC_PAGESIZE));
   addInt32(values, "hw.byteorder", kByteOrder);
   addInt32(values, "hw.cputype", kProcessorType);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -24,11 +25,12 @@ constexpr double kMilliPerMicro = 0.001;
 // millionths.
 class PowerSupply {
  public:
-  explicit PowerSupply(const std::filesystem::path& folder) : folder_(folder) {}
+  explicit PowerSupply(const std::filesystem::path& folder)
+      : name_(folder.filename().string()), attributes_(folder.string() + "/") {}
 
-  std::string name() const { return folder_.filename().string(); }
+  const std::string& name() const { return name_; }
   std::string text(const std::string& attribute) const {
-    return readLine((folder_ / attribute).string()).value_or("");
+    return readLine(attributes_ + attribute).value_or("");
   }
   /// The kernel's numbers have 32 bits.
   Number number(const std::string& attribute) const {
@@ -44,7 +46,8 @@ class PowerSupply {
   bool isPresent() const { return number("present") != 0; }
 
  private:
-  std::filesystem::path folder_;
+  std::string name_;
+  std::string attributes_;  // where they are, with a slash
 };
 
 std::vector<PowerSupply> suppliesOf(const std::string& folder) {
@@ -92,12 +95,11 @@ Number capacity(const PowerSupply& battery, const std::string& which) {
 }
 
 // mA, which some batteries report as power, and many without a sign.
-Number amperage(const PowerSupply& battery) {
+Number amperage(const PowerSupply& battery, std::string_view status) {
   const Number current = battery.number("current_now");
   const Number milliamperes =
       current ? times(kMilliPerMicro, current)
               : times(kMilli, quotient(battery.number("power_now"), battery.number("voltage_now")));
-  const std::string status = battery.text("status");
   if (milliamperes && (status == "Charging" || status == "Discharging")) {
     return std::copysign(*milliamperes, status == "Charging" ? 1 : -1);
   }
@@ -120,8 +122,9 @@ Number manufactureDate(const PowerSupply& battery) {
 
 PropertyListValue::Dictionary propertiesOf(const PowerSupply& battery,
                                            std::optional<bool> external) {
-  PropertyListValue::Dictionary properties = {{"BatteryInstalled", battery.isPresent()}};
-  if (!battery.isPresent()) {
+  const bool isPresent = battery.isPresent();
+  PropertyListValue::Dictionary properties = {{"BatteryInstalled", isPresent}};
+  if (!isPresent) {
     return properties;
   }
   const auto add = [&](const char* key, Number number) {
@@ -136,7 +139,7 @@ PropertyListValue::Dictionary propertiesOf(const PowerSupply& battery,
     properties.emplace("ExternalConnected", *external);
   }
   add("Voltage", times(kMilliPerMicro, battery.number("voltage_now")));
-  add("Amperage", amperage(battery));
+  add("Amperage", amperage(battery, status));
   add("DesignCapacity", capacity(battery, "full_design"));
   const Number full = capacity(battery, "full");
   add("MaxCapacity", full);

@@ -81,6 +81,14 @@ std::string withoutOctalEscapes(std::string_view text) {
   return result;
 }
 
+// Takes the first line of a text, and returns it without its end.
+std::string_view takenLine(std::string_view& text) {
+  const std::size_t end = std::min(text.find('\n'), text.size());
+  const std::string_view line = text.substr(0, end);
+  text.remove_prefix(std::min(end + 1, text.size()));
+  return line;
+}
+
 bool isProcessorName(std::string_view word) {
   return word.starts_with("cpu") && leadingNumber<unsigned>(word.substr(3)).has_value();
 }
@@ -90,9 +98,7 @@ bool isProcessorName(std::string_view word) {
 std::vector<std::string_view> linesOf(std::string_view text) {
   std::vector<std::string_view> lines;
   while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    lines.push_back(text.substr(0, end));
-    text.remove_prefix(std::min(end + 1, text.size()));
+    lines.push_back(takenLine(text));
   }
   return lines;
 }
@@ -161,18 +167,18 @@ std::vector<ProcessorTicks> processorTicksOf(std::string_view stat) {
   return processors;
 }
 
-std::map<std::string, std::uint64_t, std::less<>> memorySizesOf(std::string_view meminfo) {
-  std::map<std::string, std::uint64_t, std::less<>> sizes;
-  for (const std::string_view line : linesOf(meminfo)) {
-    const auto field = fieldOf(line, ':');
-    const auto number = field ? leadingNumber<std::uint64_t>(field->second) : std::nullopt;
-    if (!number) {
+std::optional<std::uint64_t> memorySizeOf(std::string_view meminfo, std::string_view name) {
+  while (!meminfo.empty()) {
+    std::string_view line = takenLine(meminfo);
+    if (!line.starts_with(name) || !line.substr(name.size()).starts_with(':')) {
       continue;
     }
-    const std::uint64_t unit = field->second.ends_with("kB") ? 1024 : 1;
-    sizes.emplace(field->first, *number * unit);
+    line = trimmed(line.substr(name.size() + 1));
+    const auto number = leadingNumber<std::uint64_t>(line);
+    const std::uint64_t unit = line.ends_with("kB") ? 1024 : 1;
+    return number ? std::optional(*number * unit) : std::nullopt;
   }
-  return sizes;
+  return std::nullopt;
 }
 
 std::vector<InterfaceCounters> interfaceCountersOf(std::string_view netDev) {

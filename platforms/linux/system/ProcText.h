@@ -29,8 +29,8 @@ ProcessorFacts processorFactsOf(std::string_view cpuinfo);
 /// that a hypervisor took count as system.
 std::vector<ProcessorTicks> processorTicksOf(std::string_view stat);
 
-/// /proc/meminfo: sizes in bytes by name, e.g. "MemTotal".
-std::map<std::string, std::uint64_t, std::less<>> memorySizesOf(std::string_view meminfo);
+/// /proc/meminfo: the size in bytes of this name, e.g. "MemTotal"; none if it is not there.
+std::optional<std::uint64_t> memorySizeOf(std::string_view meminfo, std::string_view name);
 
 /// /proc/net/dev.
 std::vector<InterfaceCounters> interfaceCountersOf(std::string_view netDev);

@@ -61,11 +61,14 @@ TEST(ProcText, ProcessorTicksCountWaitingAsIdleAndInterruptsAsSystem) {
 }
 
 TEST(ProcText, MemorySizesAreBytes) {
-  const auto sizes =
-      memorySizesOf("MemTotal:       16 kB\nHugePages_Total:       3\nbad line\nX: y\n");
-  EXPECT_EQ(sizes.at("MemTotal"), 16384U);
-  EXPECT_EQ(sizes.at("HugePages_Total"), 3U);
-  EXPECT_EQ(sizes.size(), 2U);
+  const char* const meminfo =
+      "MemTotal:       16 kB\nHugePages_Total:       3\nbad line\nX: y\nMem: 5 kB";
+  EXPECT_EQ(memorySizeOf(meminfo, "MemTotal"), 16384U);
+  EXPECT_EQ(memorySizeOf(meminfo, "HugePages_Total"), 3U);
+  EXPECT_EQ(memorySizeOf(meminfo, "Mem"), 5120U) << "not the first name that starts like it";
+  for (const char* absent : {"bad line", "X", "Total", ""}) {
+    EXPECT_EQ(memorySizeOf(meminfo, absent), std::nullopt) << absent;
+  }
 }
 
 TEST(ProcText, InterfaceCountersAreBytesReceivedAndSent) {
