@@ -161,6 +161,7 @@ TEST_F(LinuxIORegistryTest, TheManufactureDateIsPacked) {
   };
   EXPECT_EQ(packed("2017", "1", "1"), 18977);
   EXPECT_EQ(packed("1980", "12", "31"), 415);
+  EXPECT_EQ(packed("9999", "1", "1"), 8019 << 9 | 33);
   for (const auto& [year, month, day] : {std::array{"0", "1", "1"},
                                          {"1979", "1", "1"},
                                          {"10000", "1", "1"},
