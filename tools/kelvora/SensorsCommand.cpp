@@ -15,6 +15,7 @@
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/ReadFailures.h"
 #include "tools/kelvora/Report.h"
+#include "tools/kelvora/SensorGroups.h"
 #include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/Text.h"
 
@@ -33,30 +34,6 @@ class ListeningController : public SensorController {
   std::vector<std::string> failures;
 };
 
-struct GroupRow {
-  std::uint64_t group;
-  const char* name;        ///< as --group takes it
-  const char* headingKey;  ///< in the tables of texts
-  const char* heading;     ///< in English
-};
-
-constexpr GroupRow kGroups[] = {
-    {SensorGroupCPU, "cpu", "group-cpu-name", "CPU"},
-    {SensorGroupGPU, "gpu", "group-gpu-name", "GPU"},
-    {SensorGroupMemory, "memory", "group-memory-name", "Memory"},
-    {SensorGroupMainboard, "mainboard", "group-mainboard-name", "Mainboard and chipset"},
-    {SensorGroupAirflow, "airflow", "group-airflow-name", "Airflow and wireless"},
-    {SensorGroupStorage, "storage", "group-storage-name", "Storage"},
-    {SensorGroupDriveBay, "drivebay", "group-drivebay-name", "Drive bays"},
-    {SensorGroupBattery, "battery", "group-battery-name", "Battery"},
-    {SensorGroupPowerSupply, "power", "group-power-name", "Power supply and power management"},
-    {SensorGroupDisplay, "display", "group-display-name", "Display"},
-    {SensorGroupFan, "fan", "category-fan-name", "Fans"},
-};
-
-// For a sensor of no group above.
-constexpr GroupRow kUnknownGroup{0, "unknown", "group-unknown-name", "Unknown sensors"};
-
 struct TypeRow {
   std::uint64_t type;
   const char* name;  ///< as --type takes it
@@ -70,11 +47,6 @@ constexpr TypeRow kTypes[] = {
     {SensorTypePower, "power"},
 };
 
-const GroupRow& rowOf(std::uint64_t group) {
-  const auto* row = std::ranges::find(kGroups, group, &GroupRow::group);
-  return row == std::end(kGroups) ? kUnknownGroup : *row;
-}
-
 std::string typeNameOf(std::uint64_t type) {
   const auto* row = std::ranges::find(kTypes, type, &TypeRow::type);
   return row == std::end(kTypes) ? "" : row->name;
@@ -84,13 +56,8 @@ std::string typeNameOf(std::uint64_t type) {
 bool isWanted(const Sensor& sensor, const Options& options) {
   const std::vector<std::string> keys = options.texts("KEY");
   return (keys.empty() || std::ranges::find(keys, sensor.key) != keys.end()) &&
-         (!options.has("--group") || options.text("--group") == rowOf(sensor.group).name) &&
+         (!options.has("--group") || options.text("--group") == groupName(sensor.group)) &&
          (!options.has("--type") || options.text("--type") == typeNameOf(sensor.type));
-}
-
-std::string headingOf(std::uint64_t group, const KVLocalized::Texts& texts) {
-  const GroupRow& row = rowOf(group);
-  return localizedText(row.headingKey, row.heading, texts);
 }
 
 std::string remarkOf(const Sensor& sensor, const KVLocalized::Texts& texts) {
@@ -205,7 +172,7 @@ void writeReading(StandardOutput& output, const MachineChoice& machine, const Se
   std::vector<Line> lines;
   lines.reserve(sensors.size());
   for (const SensorPtr& sensor : sensors) {
-    lines.push_back({headingOf(sensor->group, texts), printable(labelText(*sensor, texts)),
+    lines.push_back({groupHeading(sensor->group, texts), printable(labelText(*sensor, texts)),
                      valueText(*sensor, settings), printable(sensor->key),
                      remarkOf(*sensor, texts)});
   }
@@ -255,15 +222,6 @@ void requireEveryKey(const Options& options, const SensorList& sensors) {
   }
 }
 
-std::vector<std::string> sensorGroupNames() {
-  std::vector<std::string> names;
-  for (const GroupRow& row : kGroups) {
-    names.emplace_back(row.name);
-  }
-  names.emplace_back(kUnknownGroup.name);
-  return names;
-}
-
 std::vector<std::string> sensorTypeNames() {
   std::vector<std::string> names;
   for (const TypeRow& row : kTypes) {
@@ -310,7 +268,7 @@ std::vector<Command> sensorsCommands() {
                           .description = "Only the sensors with these keys, e.g. TC0P"},
                          {.name = "--group",
                           .description = "Only those of one kind",
-                          .choices = sensorGroupNames()},
+                          .choices = groupNames()},
                          {.name = "--type",
                           .description = "Only those of one kind",
                           .choices = sensorTypeNames()}},
