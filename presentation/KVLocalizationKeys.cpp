@@ -6,7 +6,7 @@ namespace kelvora {
 
 namespace {
 
-constexpr std::array<std::string_view, 125> kKeys{
+constexpr std::array<std::string_view, 138> kKeys{
     "sensor-status-display-normal-temp",
     "sensor-status-display-high-temp",
     "sensor-status-display-very-high-temp",
@@ -78,6 +78,21 @@ constexpr std::array<std::string_view, 125> kKeys{
     "history-maximum",
     "history-last",
     "history-none",
+
+    // The screen of a running machine.
+    "watch-recorded",
+    "watch-reading",
+    "watch-sensors",
+    "watch-hidden",
+    "watch-filter",
+    "watch-processes",
+    "watch-no-hardware",
+    "watch-nothing-read",
+    "watch-no-match",
+    "watch-no-processes",
+    "watch-keys",
+    "watch-filter-keys",
+    "watch-too-small",
     "overview-model-id-item",
     "overview-model-number-item",
     "overview-model-year-item",

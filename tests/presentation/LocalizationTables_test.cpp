@@ -154,7 +154,8 @@ TEST(LocalizationTables, TheListHasEachKeyOnce) {
 // reading are all spelt.
 TEST(LocalizationTables, NoSourceLooksUpAKeyThatTheListLacks) {
   static constexpr const char* kPattern =
-      "\"((sensor-status-display|sensor-source|category|group|history|overview|usage)-[a-z-]+|"
+      "\"((sensor-status-display|sensor-source|category|group|history|overview|usage|watch)-[a-z-]+"
+      "|"
       "[a-z]+[a-z-]*-(alert-message|range)|"
       "(Temp|Fan|Voltage|Current|Power|usage-at-[a-z]+)-%@)\"";
   const std::set<std::string> listed = libraryKeys();
