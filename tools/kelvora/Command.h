@@ -109,5 +109,6 @@ std::vector<Command> conditionsCommands();
 std::vector<Command> doctorCommands();
 std::vector<Command> historyCommands();
 std::vector<Command> recordHistoryCommands();
+std::vector<Command> watchCommands();
 
 }  // namespace kelvora::tool

@@ -23,17 +23,6 @@ std::string numberText(double number, int decimals, const char* unit) {
   return text.data();
 }
 
-// "1d 2h 3m"
-std::string durationText(double seconds) {
-  constexpr std::int64_t kMinute = 60;
-  constexpr std::int64_t kHour = 60 * kMinute;
-  constexpr std::int64_t kDay = 24 * kHour;
-  const auto whole = static_cast<std::int64_t>(std::clamp(seconds, 0.0, 1e15));
-  const std::string rest = std::to_string(whole % kHour / kMinute) + "m";
-  const std::string hours = std::to_string(whole % kDay / kHour) + "h " + rest;
-  return whole < kDay ? hours : std::to_string(whole / kDay) + "d " + hours;
-}
-
 /// The groups of one sample.
 class Groups {
  public:
@@ -219,6 +208,16 @@ Tone toneOf(double fraction) {
     return Tone::kGood;
   }
   return fraction < kHot ? Tone::kWarm : Tone::kHot;
+}
+
+std::string durationText(double seconds) {
+  constexpr std::int64_t kMinute = 60;
+  constexpr std::int64_t kHour = 60 * kMinute;
+  constexpr std::int64_t kDay = 24 * kHour;
+  const auto whole = static_cast<std::int64_t>(std::clamp(seconds, 0.0, 1e15));
+  const std::string rest = std::to_string(whole % kHour / kMinute) + "m";
+  const std::string hours = std::to_string(whole % kDay / kHour) + "h " + rest;
+  return whole < kDay ? hours : std::to_string(whole / kDay) + "d " + hours;
 }
 
 std::vector<LineGroup> usageText(const UsageSample& sample, const KVLocalized::Texts& texts,

@@ -41,7 +41,8 @@ std::vector<Command> allCommands() {
       kelvora::tool::customCommands,     kelvora::tool::resetCommands,
       kelvora::tool::rulesCommands,      kelvora::tool::fanSetsCommands,
       kelvora::tool::conditionsCommands, kelvora::tool::doctorCommands,
-      kelvora::tool::historyCommands,    kelvora::tool::recordHistoryCommands};
+      kelvora::tool::historyCommands,    kelvora::tool::recordHistoryCommands,
+      kelvora::tool::watchCommands};
   std::vector<Command> commands;
   for (const List list : kLists) {
     std::ranges::move(list(), std::back_inserter(commands));

@@ -1,0 +1,261 @@
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include <unicode/unistr.h>
+
+#include "KelvoraCore/KVLocalized.h"
+#include "KelvoraCore/KVSetting.h"
+#include "KelvoraCore/KVSettingsSnapshot.h"
+#include "KelvoraCore/KVViewController.h"
+#include "KelvoraCore/NotificationObserver.h"
+
+#include "tools/kelvora/Command.h"
+#include "tools/kelvora/MachineChoice.h"
+#include "tools/kelvora/Terminal.h"
+#include "tools/kelvora/WatchModel.h"
+#include "tools/kelvora/WatchSampler.h"
+#include "tools/kelvora/WatchScreen.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr double kShortestInterval = 0.1;
+constexpr double kLongestInterval = 3600;
+
+// A list of processes starts another program, which costs more than all else on the screen.
+constexpr std::chrono::seconds kProcessesInterval(5);
+
+// How long the program waits at its end for a thread that the system holds up.
+constexpr std::chrono::seconds kPatience(2);
+
+Clock::duration intervalOf(const Options& options) {
+  const double seconds = options.seconds("--interval").value_or(1);
+  if (!(seconds >= kShortestInterval && seconds <= kLongestInterval)) {
+    throw CommandError(kExitUsage, "--interval takes 0.1 to 3600 seconds, e.g. 0.5, 5 or 1m");
+  }
+  return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+// Unlike for a report, no recording stands in: usage and processes can be shown without sensors.
+Platform& chooseWatchedMachine(const Options& options) {
+  if (options.machine.empty()) {
+    useMachineOfEnvironment();
+    return Platform::current();
+  }
+  return chooseMachine(options.machine).platform;
+}
+
+std::string withoutLastCharacter(const std::string& text) {
+  icu::UnicodeString characters = icu::UnicodeString::fromUTF8(text);
+  characters.truncate(characters.moveIndex32(characters.length(), -1));
+  std::string shorter;
+  return characters.toUTF8String(shorter);
+}
+
+/// The screen of one machine, until the user ends it.
+class Watch : public KVViewController {
+ public:
+  Watch(Platform& platform, Terminal& terminal, WatchSampler& sampler, Clock::duration interval)
+      : KVViewController(platform),
+        terminal_(terminal),
+        sampler_(sampler),
+        interval_(interval),
+        model_(platform),
+        valueSettings_(
+            KVDataManagerUpdateFrequencyDidChangeNotification,
+            [this](const Notification&) { isStale_ = true; }, platform) {}
+
+  void localizeUI() override { isStale_ = true; }
+  void updateUI() override { isStale_ = true; }
+
+  void run() {
+    viewDidLoad();
+    using Event = Terminal::Event;
+    while (!isEnded_) {
+      sampleWhatIsDue();
+      if (isStale_) {
+        draw();
+      }
+      const Event event = terminal_.waitUntil(std::min(nextReading_, nextProcesses_));
+      isEnded_ = event == Event::kStop;
+      isStale_ = isStale_ || event == Event::kRedraw;
+      if (event == Event::kKeys) {
+        pressKeys();
+      }
+      takeSamples();
+    }
+  }
+
+ private:
+  void sampleWhatIsDue() {
+    const Clock::time_point now = Clock::now();
+    if (now >= nextReading_) {
+      nextReading_ = now + interval_;
+      sampler_.read();
+    }
+    if (now >= nextProcesses_) {
+      nextProcesses_ = now + std::max<Clock::duration>(kProcessesInterval, interval_);
+      sampler_.readProcesses(terminal_.size().rows);
+    }
+  }
+
+  void takeSamples() {
+    if (auto reading = sampler_.takeReading()) {
+      model_.setReading(std::move(*reading));
+      isStale_ = true;
+    }
+    if (auto processes = sampler_.takeProcesses()) {
+      model_.setProcesses(std::move(*processes));
+      isStale_ = true;
+    }
+  }
+
+  void draw() {
+    isStale_ = false;
+    KVSettingsSnapshot settings;
+    const KVLocalized::Texts texts(settings, platform());
+    const TerminalSession::Size size = terminal_.size();
+    const WatchLayout layout = layOut(
+        model_.content(settings, texts),
+        {static_cast<std::size_t>(size.columns), static_cast<std::size_t>(size.rows)}, scroll_);
+    scroll_ = layout.scroll;
+    mostScroll_ = layout.mostScroll;
+    page_ = layout.page;
+    terminal_.draw(layout.screen);
+  }
+
+  void pressKeys() {
+    while (const auto key = terminal_.nextKey()) {
+      isStale_ = true;
+      if (!scrolled(key->kind)) {
+        isTyping_ ? pressWhileTyping(*key) : press(*key);
+      }
+    }
+    model_.setFilter(filter_);
+    model_.setTyping(isTyping_);
+    model_.setShowsAll(showsAll_);
+  }
+
+  bool scrolled(Key::Kind kind) {
+    const auto up = [this](std::size_t lines) { scroll_ -= std::min(scroll_, lines); };
+    const auto down = [this](std::size_t lines) {
+      scroll_ = std::min(scroll_ + lines, mostScroll_);
+    };
+    switch (kind) {
+      case Key::Kind::kUp:
+        up(1);
+        return true;
+      case Key::Kind::kDown:
+        down(1);
+        return true;
+      case Key::Kind::kPageUp:
+        up(page_);
+        return true;
+      case Key::Kind::kPageDown:
+        down(page_);
+        return true;
+      case Key::Kind::kHome:
+        scroll_ = 0;
+        return true;
+      case Key::Kind::kEnd:
+        scroll_ = mostScroll_;
+        return true;
+      default:
+        return false;
+    }
+  }
+
+  void press(const Key& key) {
+    if (key.kind == Key::Kind::kEscape) {
+      filter_.clear();
+    } else if (key.text == "q") {
+      isEnded_ = true;
+    } else if (key.text == "a") {
+      showsAll_ = !showsAll_;
+    } else if (key.text == "/") {
+      isTyping_ = true;
+    }
+  }
+
+  void pressWhileTyping(const Key& key) {
+    switch (key.kind) {
+      case Key::Kind::kCharacter:
+        filter_ += key.text;
+        scroll_ = 0;
+        break;
+      case Key::Kind::kBackspace:
+        isTyping_ = !filter_.empty();
+        filter_ = withoutLastCharacter(filter_);
+        break;
+      case Key::Kind::kEscape:
+        filter_.clear();
+        isTyping_ = false;
+        break;
+      case Key::Kind::kEnter:
+        isTyping_ = false;
+        break;
+      default:
+        break;
+    }
+  }
+
+  Terminal& terminal_;
+  WatchSampler& sampler_;
+  Clock::duration interval_;
+  WatchModel model_;
+  NotificationObserver valueSettings_;  // the unit of fan speeds has no notice of its own
+  Clock::time_point nextReading_;
+  Clock::time_point nextProcesses_;
+  std::string filter_;
+  bool isTyping_ = false;
+  bool showsAll_ = false;
+  bool isStale_ = true;
+  bool isEnded_ = false;
+  std::size_t scroll_ = 0;
+  std::size_t mostScroll_ = 0;  // as of the last drawing
+  std::size_t page_ = 0;
+};
+
+constexpr char kForPipes[] = "'kelvora sensors' and 'kelvora usage' write to pipes and files";
+
+int runWatch(const Options& options, StandardOutput& output) {
+  if (options.json) {
+    throw CommandError(kExitUsage, std::string("a screen is no JSON; ") + kForPipes);
+  }
+  const Clock::duration interval = intervalOf(options);
+  Platform& platform = chooseWatchedMachine(options);
+  output.discardMessages(!platform.isLive());
+  WatchSampler sampler(platform);
+  {
+    Terminal terminal(output, kForPipes);
+    Watch(platform, terminal, sampler, interval).run();
+  }
+  if (!sampler.end(kPatience)) {
+    std::_Exit(kExitSuccess);  // a thread still uses what would be destroyed
+  }
+  return kExitSuccess;
+}
+
+}  // namespace
+
+std::vector<Command> watchCommands() {
+  return {{.name = "watch",
+           .description = "Show sensors, fans, usage and the busiest processes until q is pressed",
+           .example = "kelvora watch\n"
+                      "  kelvora watch --machine iMac19,1 --interval 2",
+           .machine = MachineUse::kOption,
+           .arguments = {{.name = "--interval",
+                          .kind = Argument::Kind::kDuration,
+                          .description = "Time between readings, 1 second by default"}},
+           .run = runWatch}};
+}
+
+}  // namespace kelvora::tool
