@@ -270,6 +270,7 @@ TEST(UsageText, ABatteryHasItsChargeAndState) {
   battery.designCycleCount = 0;
   battery.ageInDays = 0;
   EXPECT_THAT(text(sample), HasSubstr("|–, fully charged|\n"));
+  EXPECT_THAT(text(sample, 4), HasSubstr("|░░░░  –, fully charged|\n"));
   EXPECT_THAT(text(sample), HasSubstr("Battery Cycle Count|412|\n"));
   EXPECT_THAT(text(sample), Not(HasSubstr("Age")));
   battery.batteryInstalled = false;
@@ -289,6 +290,45 @@ TEST(UsageText, TheUptimeIsInDaysHoursAndMinutes) {
   EXPECT_EQ(uptime(86400), "Uptime      |1d 0h 0m|\n");
   EXPECT_THAT(uptime(1e300), HasSubstr("d "));
   EXPECT_EQ(uptime(std::nan("")), "Uptime      |–|\n");
+}
+
+// The tone of the line with this name.
+Tone toneOfLine(const UsageSample& sample, const std::string& name) {
+  const testing::TestMac host;
+  host.addStrings("en", "");
+  KVSettings settings(*host.platform);
+  settings.setCurrentLanguage("en");
+  const KVLocalized::Texts texts(settings, *host.platform);
+  for (const ScreenLine& line : linesOf(usageText(sample, texts, 4), 0)) {
+    if (line.size() == 2 && line[0].text.starts_with(name)) {
+      return line[1].tone;
+    }
+  }
+  return Tone::kTitle;
+}
+
+TEST(UsageText, GaugesWarnByTheirTone) {
+  UsageSample sample;
+  EXPECT_EQ(toneOfLine(sample, "Total"), Tone::kGood);
+  EXPECT_EQ(toneOfLine(sample, "Used"), Tone::kGood);
+  sample.load = ZDCPUUsage{90, 90, 0, 10, 0};
+  EXPECT_EQ(toneOfLine(sample, "Total"), Tone::kHot);
+  EXPECT_EQ(toneOfLine(sample, "User"), Tone::kPlain);
+  sample.memory = memoryOf(kGigabyte, kGigabyte, kGigabyte, kGigabyte / 2, 4 * kGigabyte);
+  EXPECT_EQ(toneOfLine(sample, "Used"), Tone::kWarm) << "three of four";
+}
+
+TEST(UsageText, ABatteryWarnsOfWhatItLacks) {
+  UsageSample sample;
+  sample.battery.batteryInstalled = true;
+  EXPECT_EQ(toneOfLine(sample, "Charge"), Tone::kGood) << "unknown";
+  sample.battery.maxCapacity = 100;
+  sample.battery.currentCapacity = 80;
+  EXPECT_EQ(toneOfLine(sample, "Charge"), Tone::kGood);
+  sample.battery.currentCapacity = 30;
+  EXPECT_EQ(toneOfLine(sample, "Charge"), Tone::kWarm);
+  sample.battery.currentCapacity = 10;
+  EXPECT_EQ(toneOfLine(sample, "Charge"), Tone::kHot);
 }
 
 TEST(UsageText, BarsComeBeforePercentages) {
