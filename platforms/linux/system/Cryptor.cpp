@@ -68,11 +68,7 @@ class QuietErrors {
 OSSL_LIB_CTX* libraryContext() {
   static OSSL_LIB_CTX* const context = [] {
     OSSL_LIB_CTX* made = OSSL_LIB_CTX_new();
-    if (made == nullptr) {
-      throw std::bad_alloc();
-    }
-    OSSL_PROVIDER_load(made, "default");
-    return made;
+    return made == nullptr ? throw std::bad_alloc() : made;
   }();
   return context;
 }
@@ -82,7 +78,7 @@ FetchedCipher fetched(const char* name) {
   if (cipher == nullptr) {
     // DES and its contemporaries are in a module, a file of its own. One that could not be loaded
     // before may be now.
-    OSSL_PROVIDER_load(libraryContext(), "legacy");
+    OSSL_PROVIDER_try_load(libraryContext(), "legacy", 1);  // beside the default provider
     cipher = EVP_CIPHER_fetch(libraryContext(), name, nullptr);
   }
   return {cipher, &EVP_CIPHER_free};
@@ -118,7 +114,7 @@ class OpenSSLCryptor : public Cryptor {
       : context_(std::move(context)),
         block_(static_cast<std::size_t>(EVP_CIPHER_CTX_get_block_size(context_.get()))),
         encrypts_(request.encrypts),
-        pads_(block_ > 1 && (request.options & kSMCCipherPKCS7Padding) != 0) {}
+        pads_((request.options & kSMCCipherPKCS7Padding) != 0) {}
 
   std::size_t outputLength(std::size_t inputLength) const override {
     return (inputLength / block_ + 1) * block_;
