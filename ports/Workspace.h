@@ -34,6 +34,9 @@ class Workspace {
   /// The applications that this user runs, in the system's order; processes of other users are not
   /// listed.
   virtual std::vector<RunningApplication> runningApplications() = 0;
+  /// The application of this user whose process has that number; none if there is no such process
+  /// or it is no application.
+  virtual std::optional<RunningApplication> runningApplication(std::int64_t pid) = 0;
   /// Asks an application to end, or ends it at once if `force`. Does not wait. False if it has
   /// ended already.
   virtual bool terminate(const RunningApplication& application, bool force) = 0;

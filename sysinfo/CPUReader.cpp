@@ -1,7 +1,5 @@
 #include "KelvoraCore/CPUReader.h"
 
-#include <algorithm>
-
 #include "base/UTF8Text.h"
 #include "ports/Ports.h"
 #include "product/ChildOutput.h"
@@ -28,12 +26,9 @@ std::string processList(platform::ChildProcesses& children) {
 }
 
 void addNames(std::vector<CPUTopProcess>& processes, platform::Workspace& workspace) {
-  const auto applications = workspace.runningApplications();
   for (CPUTopProcess& process : processes) {
-    const auto found =
-        std::ranges::find(applications, process.pid, &platform::RunningApplication::pid);
-    if (found != applications.end()) {
-      process.name = found->localizedName;
+    if (const auto application = workspace.runningApplication(process.pid)) {
+      process.name = application->localizedName;
     }
   }
 }

@@ -125,6 +125,11 @@ void RecordedWorkspace::openApplication(
 
 std::vector<RunningApplication> RecordedWorkspace::runningApplications() { return applications_; }
 
+std::optional<RunningApplication> RecordedWorkspace::runningApplication(std::int64_t pid) {
+  const auto found = std::ranges::find(applications_, pid, &RunningApplication::pid);
+  return found == applications_.end() ? std::nullopt : std::optional(*found);
+}
+
 bool RecordedWorkspace::terminate(const RunningApplication&, bool) { return false; }
 
 std::unique_ptr<AuthorizationGrant> RefusingAuthorization::request(std::string_view) {

@@ -73,6 +73,7 @@ class RecordedWorkspace : public Workspace {
   void openApplication(std::string_view path,
                        std::function<void(std::optional<std::string>)> completion) override;
   std::vector<RunningApplication> runningApplications() override;
+  std::optional<RunningApplication> runningApplication(std::int64_t pid) override;
   bool terminate(const RunningApplication& application, bool force) override;
 
  private:

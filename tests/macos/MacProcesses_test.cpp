@@ -58,6 +58,17 @@ TEST_F(MacWorkspaceTest, AnApplicationWhoseProcessHasEndedIsNotListedEvenWhereAp
   EXPECT_EQ(running[1].pid, 1);
 }
 
+TEST_F(MacWorkspaceTest, AnApplicationIsFoundByItsProcessWithoutTheWholeList) {
+  const std::int64_t ended = endedProcess();
+  Cocoa::shared().running = {{getpid(), "com.kelvora", "Kelvora"}, {ended, "com.other", "Other"}};
+  MacWorkspace workspace;
+  ASSERT_TRUE(workspace.runningApplication(getpid()));
+  EXPECT_EQ(workspace.runningApplication(getpid())->localizedName, "Kelvora");
+  EXPECT_FALSE(workspace.runningApplication(ended));
+  EXPECT_FALSE(workspace.runningApplication(1));
+  EXPECT_EQ(ledger.callCount("runningApplications"), 0);
+}
+
 TEST_F(MacWorkspaceTest, AnEndIsAskedOrForcedOfOneThatStillRuns) {
   MacWorkspace workspace;
   const RunningApplication application{getpid(), "com.kelvora", ""};

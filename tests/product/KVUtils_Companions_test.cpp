@@ -31,6 +31,9 @@ class ListedApplications : public platform::Workspace {
     completion(std::nullopt);
   }
   std::vector<platform::RunningApplication> runningApplications() override { return running; }
+  std::optional<platform::RunningApplication> runningApplication(std::int64_t) override {
+    return std::nullopt;
+  }
   bool terminate(const platform::RunningApplication& application, bool force) override {
     requests.push_back((force ? "kill " : "quit ") + std::to_string(application.pid));
     return std::erase_if(running, [&](const auto& each) { return each.pid == application.pid; }) >

@@ -21,14 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::optional<RunningApplication> runningApplication(std::int64_t pid) {
-  const auto bundle = applicationOfProcess(pid);
-  if (!bundle) {
-    return std::nullopt;
-  }
-  return RunningApplication{pid, bundle->text("CFBundleIdentifier"), bundle->name()};
-}
-
 std::optional<std::int64_t> pidOf(const fs::path& entry) {
   const std::string name = entry.filename().string();
   std::int64_t pid = 0;
@@ -112,6 +104,14 @@ std::vector<RunningApplication> LinuxWorkspace::runningApplications() {
   std::sort(applications.begin(), applications.end(),
             [](const auto& a, const auto& b) { return a.pid < b.pid; });
   return applications;
+}
+
+std::optional<RunningApplication> LinuxWorkspace::runningApplication(std::int64_t pid) {
+  const auto bundle = applicationOfProcess(pid);
+  if (!bundle) {
+    return std::nullopt;
+  }
+  return RunningApplication{pid, bundle->text("CFBundleIdentifier"), bundle->name()};
 }
 
 bool LinuxWorkspace::terminate(const RunningApplication& application, bool force) {

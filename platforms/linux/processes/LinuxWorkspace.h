@@ -20,6 +20,7 @@ class LinuxWorkspace : public Workspace {
   void openApplication(std::string_view path,
                        std::function<void(std::optional<std::string> failure)> completion) override;
   std::vector<RunningApplication> runningApplications() override;
+  std::optional<RunningApplication> runningApplication(std::int64_t pid) override;
   /// SIGTERM, or SIGKILL when `force`.
   bool terminate(const RunningApplication& application, bool force) override;
 

@@ -23,6 +23,9 @@ void openApplication(const std::string& path,
 /// NSWorkspace's running applications. The list only follows the run loop of the main thread.
 std::vector<RunningApplication> runningApplications();
 
+/// The running application whose process has that number, or none. Follows no run loop.
+std::optional<RunningApplication> runningApplication(std::int64_t pid);
+
 /// Asks an application to end, or ends it if `force`. False if AppKit knows no such application, or
 /// cannot send the request.
 bool terminate(const RunningApplication& application, bool force);

@@ -49,22 +49,39 @@ void openApplication(const std::string& path,
   }
 }
 
+namespace {
+
+RunningApplication recordOf(NSRunningApplication* application) {
+  return {application.processIdentifier, plainText(application.bundleIdentifier),
+          plainText(application.localizedName)};
+}
+
+NSRunningApplication* applicationOf(std::int64_t pid) {
+  return [NSRunningApplication runningApplicationWithProcessIdentifier:static_cast<pid_t>(pid)];
+}
+
+}  // namespace
+
 std::vector<RunningApplication> runningApplications() {
   @autoreleasepool {
     std::vector<RunningApplication> applications;
     for (NSRunningApplication* application in NSWorkspace.sharedWorkspace.runningApplications) {
-      applications.push_back({application.processIdentifier,
-                              plainText(application.bundleIdentifier),
-                              plainText(application.localizedName)});
+      applications.push_back(recordOf(application));
     }
     return applications;
   }
 }
 
+std::optional<RunningApplication> runningApplication(std::int64_t pid) {
+  @autoreleasepool {
+    NSRunningApplication* running = applicationOf(pid);
+    return running == nil ? std::nullopt : std::optional(recordOf(running));
+  }
+}
+
 bool terminate(const RunningApplication& application, bool force) {
   @autoreleasepool {
-    NSRunningApplication* running = [NSRunningApplication
-        runningApplicationWithProcessIdentifier:static_cast<pid_t>(application.pid)];
+    NSRunningApplication* running = applicationOf(application.pid);
     // The process may be another application's by now.
     if (running == nil || plainText(running.bundleIdentifier) != application.bundleIdentifier) {
       return false;

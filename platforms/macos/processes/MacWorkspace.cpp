@@ -33,6 +33,14 @@ std::vector<RunningApplication> MacWorkspace::runningApplications() {
   return applications;
 }
 
+std::optional<RunningApplication> MacWorkspace::runningApplication(std::int64_t pid) {
+  auto application = cocoa::runningApplication(pid);
+  if (application && hasEnded(*application)) {
+    application.reset();
+  }
+  return application;
+}
+
 bool MacWorkspace::terminate(const RunningApplication& application, bool force) {
   return !hasEnded(application) && cocoa::terminate(application, force);
 }

@@ -14,6 +14,8 @@ class MacWorkspace : public Workspace {
   /// AppKit's list follows the run loop of the main thread: applications that start while it does
   /// not run are missing. Those that ended meanwhile are not listed.
   std::vector<RunningApplication> runningApplications() override;
+  /// Current also while no run loop runs.
+  std::optional<RunningApplication> runningApplication(std::int64_t pid) override;
   bool terminate(const RunningApplication& application, bool force) override;
 };
 

@@ -94,6 +94,12 @@ std::vector<RunningApplication> runningApplications() {
   return Ledger::shared().called("runningApplications") ? std::vector<RunningApplication>()
                                                         : Cocoa::shared().running;
 }
+std::optional<RunningApplication> runningApplication(std::int64_t pid) {
+  const bool fails = Ledger::shared().called("runningApplication", pid);
+  const auto& running = Cocoa::shared().running;
+  const auto found = std::ranges::find(running, pid, &RunningApplication::pid);
+  return fails || found == running.end() ? std::nullopt : std::optional(*found);
+}
 bool terminate(const RunningApplication& application, bool force) {
   return !Ledger::shared().called("terminate", application.bundleIdentifier, application.pid,
                                   force);

@@ -83,6 +83,21 @@ TEST_F(Workspaces, AnApplicationHasStartedWhenTheCallReturns) {
   }
 }
 
+TEST_F(Workspaces, AnApplicationIsFoundByItsProcess) {
+  install();
+  EXPECT_TRUE(launch());
+  const RunningApplication listed = instances().at(0);
+  const auto found = workspace_.runningApplication(listed.pid);
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found->pid, listed.pid);
+  EXPECT_EQ(found->bundleIdentifier, kIdentifier);
+  EXPECT_EQ(found->localizedName, listed.localizedName);
+  EXPECT_FALSE(workspace_.runningApplication(getpid()));
+  EXPECT_FALSE(workspace_.runningApplication(0));
+  endAll();
+  EXPECT_FALSE(workspace_.runningApplication(listed.pid));
+}
+
 TEST_F(Workspaces, AnApplicationOutlivesACallerThatEndsAtOnce) {
   install();
   for (int round = 0; round < 20; ++round) {

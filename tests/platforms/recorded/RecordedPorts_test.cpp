@@ -167,6 +167,9 @@ TEST(RecordedChildProcesses, AnythingElseCannotBeLaunched) {
 TEST(RecordedWorkspace, ListsApplicationsAndChangesNone) {
   platform::RecordedWorkspace workspace({{412, "com.apple.Safari", "Safari"}});
   ASSERT_EQ(workspace.runningApplications().size(), 1U);
+  ASSERT_TRUE(workspace.runningApplication(412));
+  EXPECT_EQ(workspace.runningApplication(412)->localizedName, "Safari");
+  EXPECT_FALSE(workspace.runningApplication(413));
   EXPECT_FALSE(workspace.terminate(workspace.runningApplications().front(), true));
   EXPECT_FALSE(workspace.launchApplication("com.apple.Safari"));
   std::optional<std::string> failure;
