@@ -110,6 +110,8 @@ TEST_F(KelvoraOverview, FitsTheTerminal) {
   }
   EXPECT_THAT(inTerminal(40), HasSubstr("  Startup Disk         APPLE SSD AP0512Q\n"
                                         "                       Media (500.28 GB)\n"));
+  EXPECT_THAT(inTerminal(35), HasSubstr("  Memory               16 GB\n"));
+  EXPECT_THAT(inTerminal(34), HasSubstr("  Memory\n    16 GB\n"));
   EXPECT_THAT(inTerminal(32), HasSubstr("  Memory\n    16 GB\n"));
 }
 
