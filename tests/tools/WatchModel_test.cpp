@@ -224,7 +224,7 @@ TEST(WatchMeters, FiguresHaveTheirUnits) {
   usage.uptimeSeconds = 86400 + 7260;
   EXPECT_EQ(meterText(usage, "Memory"), "88% / 8 GB");
   EXPECT_EQ(meterText(usage, "Startup Disk"), "80% / 500 GB");
-  EXPECT_EQ(meterText(usage, "Network"), "↓ 1.23 MB/s  ↑ 0 bytes/s");
+  EXPECT_EQ(meterText(usage, "Network"), "↓1.23 MB/s ↑0 bytes/s");
   EXPECT_EQ(meterText(usage, "Battery"), "75%  charging");
   EXPECT_EQ(meterText(usage, "Uptime"), "1d 2h 1m");
   usage.memory.other = 5 * kGiB;

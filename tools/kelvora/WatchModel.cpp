@@ -88,9 +88,8 @@ Meter diskMeter(const UsageSample& usage, const Texts& texts) {
 
 Meter networkMeter(const UsageSample& usage, const Texts& texts) {
   const auto rate = [](double bytes) { return decimalByteText(std::round(bytes)) + "/s"; };
-  return {
-      localizedText("usage-network", "Network", texts),
-      usage.rate ? "↓ " + rate(usage.rate->received) + "  ↑ " + rate(usage.rate->sent) : kUnknown};
+  return {localizedText("usage-network", "Network", texts),
+          usage.rate ? "↓" + rate(usage.rate->received) + " ↑" + rate(usage.rate->sent) : kUnknown};
 }
 
 Meter uptimeMeter(const UsageSample& usage, const Texts& texts) {

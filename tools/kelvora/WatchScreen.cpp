@@ -17,7 +17,7 @@ constexpr WatchSize kLeast{36, 8};
 constexpr std::size_t kGap = 2;  // between columns
 
 constexpr std::size_t kLeastMeter = 36;
-constexpr std::size_t kMostMeterLabel = 14;
+constexpr std::size_t kMostMeterLabel = 12;
 constexpr std::size_t kLeastBar = 6;
 constexpr std::size_t kMostBar = 40;
 
