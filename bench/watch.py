@@ -1,6 +1,6 @@
 """The processor time of one second of kelvora watch, beside that of top -b -d 1 in the same time.
 
-usage: watch.py KELVORA [SECONDS]      (default: 30 seconds)
+usage: watch.py KELVORA [SECONDS]      (default: 60 seconds)
 """
 import fcntl
 import os
@@ -63,7 +63,7 @@ def measured(program, seconds):
 
 
 def main(arguments):
-    seconds = float(arguments[1]) if len(arguments) > 1 else 30
+    seconds = float(arguments[1]) if len(arguments) > 1 else 60
     times, top = measured(arguments[0], seconds)
     print(f"\n{'processor time of a second':<36}{'ms':>8}{'ratio':>8}{'goal':>8}")
     print(f"{'top -b -d 1':<36}{top / seconds * 1000:8.2f}")

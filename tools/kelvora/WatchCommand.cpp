@@ -30,8 +30,9 @@ using Clock = std::chrono::steady_clock;
 constexpr double kShortestInterval = 0.1;
 constexpr double kLongestInterval = 3600;
 
-// A list of processes starts another program, which costs more than all else on the screen.
-constexpr std::chrono::seconds kProcessesInterval(5);
+// A list of processes starts another program, which costs more than all else on the screen, and its
+// shares are averages over a minute or more, which change slowly.
+constexpr std::chrono::seconds kProcessesInterval(10);
 
 // How long the program waits at its end for a thread that the system holds up.
 constexpr std::chrono::seconds kPatience(2);
