@@ -48,13 +48,3 @@ function(kelvora_export_only_the_interface target)
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${names})
   endif()
 endfunction()
-
-# kelvora_tidy(<target>): clang-tidy runs with each compilation where KELVORA_TIDY is on, so that
-# only what changed is checked again.
-option(KELVORA_TIDY "Run clang-tidy with each compilation" OFF)
-function(kelvora_tidy target)
-  if(KELVORA_TIDY)
-    find_program(KELVORA_CLANG_TIDY NAMES clang-tidy-14 clang-tidy REQUIRED)
-    set_target_properties(${target} PROPERTIES CXX_CLANG_TIDY "${KELVORA_CLANG_TIDY};--quiet")
-  endif()
-endfunction()

@@ -21,7 +21,7 @@ namespace {
 
 using platform::FileDescriptor;
 
-constexpr std::array<int, 4> kSignals{SIGINT, SIGTERM, SIGCONT, SIGWINCH};
+constexpr std::array<int, 4> kSessionSignals{SIGINT, SIGTERM, SIGCONT, SIGWINCH};
 // A shell without job control, and nohup, start programs with these ignored.
 constexpr std::array<int, 2> kUnlessIgnored{SIGHUP, SIGTSTP};
 
@@ -111,7 +111,7 @@ struct TerminalSession::State {
   }
 
   HeldMessages messages;
-  platform::PendingSignals signals{kSignals, kUnlessIgnored};
+  platform::PendingSignals signals{kSessionSignals, kUnlessIgnored};
   Stream stream;
 };
 
