@@ -19,27 +19,27 @@ namespace {
 
 // A handler may only use what is set before it can run: the signal becomes a bit, and a byte in a
 // pipe that ends a wait.
-std::array<int, 2> ends{-1, -1};
-std::atomic<std::uint32_t> noted{0};
+std::array<int, 2> signalPipe{-1, -1};
+std::atomic<std::uint32_t> notedSignals{0};
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
-std::vector<std::pair<int, struct sigaction>> previous;
+std::vector<std::pair<int, struct sigaction>> previousActions;
 
 std::uint32_t bitOf(int signal) { return std::uint32_t{1} << static_cast<unsigned>(signal); }
 
-void note(int signal) {
+void noteSignal(int signal) {
   const int error = errno;
   const char byte = 0;
-  noted.fetch_or(bitOf(signal));
+  notedSignals.fetch_or(bitOf(signal));
   // A full pipe says the same already.
-  [[maybe_unused]] const ssize_t count = write(ends[1], &byte, 1);
+  [[maybe_unused]] const ssize_t count = write(signalPipe[1], &byte, 1);
   errno = error;
 }
 
-void openPipe() {
-  if (pipe(ends.data()) != 0) {
+void openSignalPipe() {
+  if (pipe(signalPipe.data()) != 0) {
     throw std::system_error(errno, std::generic_category(), "signals");
   }
-  for (const int end : ends) {
+  for (const int end : signalPipe) {
     fcntl(end, F_SETFD, FD_CLOEXEC);
     fcntl(end, F_SETFL, O_NONBLOCK);
   }
@@ -52,19 +52,19 @@ bool isIgnored(int signal) {
 
 void takeOver(int signal) {
   struct sigaction action = {};
-  action.sa_handler = note;
+  action.sa_handler = noteSignal;
   action.sa_flags = SA_RESTART;
   sigemptyset(&action.sa_mask);
   struct sigaction before = {};
   sigaction(signal, &action, &before);
-  previous.emplace_back(signal, before);
+  previousActions.emplace_back(signal, before);
 }
 
 }  // namespace
 
 PendingSignals::PendingSignals(std::span<const int> signals, std::span<const int> unlessIgnored) {
-  openPipe();
-  noted = 0;
+  openSignalPipe();
+  notedSignals = 0;
   for (const int signal : signals) {
     takeOver(signal);
   }
@@ -76,30 +76,30 @@ PendingSignals::PendingSignals(std::span<const int> signals, std::span<const int
 }
 
 PendingSignals::~PendingSignals() {
-  for (const auto& [signal, action] : previous) {
+  for (const auto& [signal, action] : previousActions) {
     sigaction(signal, &action, nullptr);
   }
-  previous.clear();
-  for (int& end : ends) {
+  previousActions.clear();
+  for (int& end : signalPipe) {
     close(end);
     end = -1;
   }
 }
 
-int PendingSignals::descriptor() const { return ends[0]; }
+int PendingSignals::descriptor() const { return signalPipe[0]; }
 
 void PendingSignals::drain() const {
   std::array<char, 64> bytes{};
-  while (read(ends[0], bytes.data(), bytes.size()) > 0) {
+  while (read(signalPipe[0], bytes.data(), bytes.size()) > 0) {
   }
 }
 
-bool PendingSignals::hasAny() const { return noted != 0; }
+bool PendingSignals::hasAny() const { return notedSignals != 0; }
 
-bool PendingSignals::has(int signal) const { return (noted & bitOf(signal)) != 0; }
+bool PendingSignals::has(int signal) const { return (notedSignals & bitOf(signal)) != 0; }
 
 bool PendingSignals::take(int signal) {
-  return (noted.fetch_and(~bitOf(signal)) & bitOf(signal)) != 0;
+  return (notedSignals.fetch_and(~bitOf(signal)) & bitOf(signal)) != 0;
 }
 
 }  // namespace kelvora::platform

@@ -14,13 +14,13 @@ namespace kelvora {
 
 namespace {
 
-constexpr std::array<int, 2> kSignals{SIGINT, SIGTERM};
+constexpr std::array<int, 2> kStopSignals{SIGINT, SIGTERM};
 
 std::optional<platform::PendingSignals> asked;
 
 }  // namespace
 
-StopSignal::StopSignal() { asked.emplace(kSignals); }
+StopSignal::StopSignal() { asked.emplace(kStopSignals); }
 
 StopSignal::~StopSignal() { asked.reset(); }
 

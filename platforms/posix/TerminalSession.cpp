@@ -21,18 +21,18 @@ namespace {
 
 using platform::FileDescriptor;
 
-constexpr std::array<int, 4> kSessionSignals{SIGINT, SIGTERM, SIGCONT, SIGWINCH};
+constexpr std::array<int, 4> kTerminalSignals{SIGINT, SIGTERM, SIGCONT, SIGWINCH};
 // A shell without job control, and nohup, start programs with these ignored.
-constexpr std::array<int, 2> kUnlessIgnored{SIGHUP, SIGTSTP};
+constexpr std::array<int, 2> kUnlessIgnoredSignals{SIGHUP, SIGTSTP};
 
 struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
-using Stream = std::unique_ptr<std::FILE, FileCloser>;
+using OwnedStream = std::unique_ptr<std::FILE, FileCloser>;
 
-Stream streamOnto(int descriptor) {
+OwnedStream streamOntoDescriptor(int descriptor) {
   const int copy = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  return Stream(copy < 0 ? nullptr : fdopen(copy, "w"));
+  return OwnedStream(copy < 0 ? nullptr : fdopen(copy, "w"));
 }
 
 /// Keeps messages from the screen: they go into a pipe, which drops what is more than it holds.
@@ -91,7 +91,7 @@ bool isInputReadable() {
 }  // namespace
 
 struct TerminalSession::State {
-  explicit State(int output) : stream(streamOnto(output)) {}
+  explicit State(int output) : stream(streamOntoDescriptor(output)) {}
 
   // The events of signals, the most urgent first.
   bool take(Event& event) {
@@ -111,8 +111,8 @@ struct TerminalSession::State {
   }
 
   HeldMessages messages;
-  platform::PendingSignals signals{kSessionSignals, kUnlessIgnored};
-  Stream stream;
+  platform::PendingSignals signals{kTerminalSignals, kUnlessIgnoredSignals};
+  OwnedStream stream;
 };
 
 TerminalSession::TerminalSession(StandardOutput& output)
