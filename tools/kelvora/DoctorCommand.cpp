@@ -16,7 +16,7 @@ namespace kelvora::tool {
 namespace {
 
 constexpr std::size_t kStateWidth = 8;
-constexpr std::size_t kNameWidth = 21;
+constexpr std::size_t kCheckNameWidth = 21;
 // In a narrower column a text goes below its check's name.
 constexpr std::size_t kLeastTextWidth = 24;
 
@@ -40,12 +40,12 @@ Json jsonCheck(const Check& check) {
 }
 
 std::string textOf(const Check& check, const Style& style, std::size_t columns) {
-  const bool isNarrow = columns != 0 && columns < kStateWidth + kNameWidth + kLeastTextWidth;
-  const std::string indent(isNarrow ? kStateWidth : kStateWidth + kNameWidth, ' ');
+  const bool isNarrow = columns != 0 && columns < kStateWidth + kCheckNameWidth + kLeastTextWidth;
+  const std::string indent(isNarrow ? kStateWidth : kStateWidth + kCheckNameWidth, ' ');
   const std::size_t width = columns == 0 ? 0 : std::max(columns, indent.size() + 1) - indent.size();
   const std::string state = fitted(stateName(check.state), kStateWidth);
   std::string text = check.state == CheckState::kBroken ? style.heading(state) : state;
-  text += isNarrow ? check.name + "\n" : fitted(check.name, kNameWidth);
+  text += isNarrow ? check.name + "\n" : fitted(check.name, kCheckNameWidth);
   std::string start = isNarrow ? indent : "";
   for (const std::string& line : wrapped(printable(check.finding), width)) {
     text += std::exchange(start, indent) + line + "\n";
