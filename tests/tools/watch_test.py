@@ -210,7 +210,7 @@ class Screen(unittest.TestCase):
 
     @in_pane(bus=True)
     def test_a_notice_shows_at_once_whatever_the_interval(self, pane):
-        pane.watch(f"--machine {MACHINE} --interval 1h", shown="37°C")
+        pane.watch(f"--machine {MACHINE} --every 1h", shown="37°C")
         pane.run("settings", "set", "tempUnitCelsius", "false")
         pane.wait_for("99°F")
         pane.run("settings", "set", "fanValueType", "1")
@@ -339,13 +339,19 @@ class Terminals(unittest.TestCase):
         self.refused(pane, f"env -u TERM {watch}", "TERM=")
         self.refused(pane, f"{watch} | cat; (exit ${{PIPESTATUS[0]}})", "needs a terminal")
         self.refused(pane, f"{watch} < /dev/null", "needs a terminal")
-        self.refused(pane, f"{watch} --json", "no JSON")
 
     def test_a_bad_interval_is_refused(self):
         for interval in ("0", "-1", "2h", "nan"):
-            result = subprocess.run([PROGRAM, "watch", "--interval", interval], text=True,
+            result = subprocess.run([PROGRAM, "watch", "--every", interval], text=True,
                                     capture_output=True, check=False)
             self.assertEqual((result.returncode, result.stdout), (2, ""), interval)
+
+    def test_a_screen_is_no_json(self):
+        result = subprocess.run([PROGRAM, "watch", "--json"], text=True, capture_output=True, check=False)
+        self.assertEqual((result.returncode, result.stdout), (2, ""))
+        self.assertIn("--json", result.stderr)
+        self.assertNotIn("--json", subprocess.run([PROGRAM, "watch", "--help"], text=True,
+                                                  capture_output=True, check=True).stdout)
 
     @in_pane(environment={"NO_COLOR": "1"})
     def test_no_colour_where_the_user_wants_none(self, pane):

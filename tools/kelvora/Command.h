@@ -84,6 +84,7 @@ struct Command {
   std::string description;
   std::string example;  ///< one or more lines, the second and later ones indented by two blanks
   MachineUse machine = MachineUse::kNone;
+  bool hasJson = true;  ///< it takes --json
   std::vector<Argument> arguments = {};
   /// Writes its report to the output and returns the exit status. Throws CommandError when it
   /// cannot.

@@ -38,9 +38,9 @@ constexpr std::chrono::seconds kProcessesInterval(10);
 constexpr std::chrono::seconds kPatience(2);
 
 Clock::duration intervalOf(const Options& options) {
-  const double seconds = options.seconds("--interval").value_or(1);
+  const double seconds = options.seconds("--every").value_or(1);
   if (!(seconds >= kShortestInterval && seconds <= kLongestInterval)) {
-    throw CommandError(kExitUsage, "--interval takes 0.1 to 3600 seconds, e.g. 0.5, 5 or 1m");
+    throw CommandError(kExitUsage, "--every takes 0.1 to 3600 seconds, e.g. 0.5, 5 or 1m");
   }
   return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
 }
@@ -228,9 +228,6 @@ class Watch : public KVViewController {
 constexpr char kForPipes[] = "'kelvora sensors' and 'kelvora usage' write to pipes and files";
 
 int runWatch(const Options& options, StandardOutput& output) {
-  if (options.json) {
-    throw CommandError(kExitUsage, std::string("a screen is no JSON; ") + kForPipes);
-  }
   const Clock::duration interval = intervalOf(options);
   Platform& platform = chooseWatchedMachine(options);
   output.discardMessages(!platform.isLive());
@@ -251,11 +248,12 @@ std::vector<Command> watchCommands() {
   return {{.name = "watch",
            .description = "Show sensors, fans, usage and the busiest processes until q is pressed",
            .example = "kelvora watch\n"
-                      "  kelvora watch --machine iMac19,1 --interval 2",
+                      "  kelvora watch --machine iMac19,1 --every 2",
            .machine = MachineUse::kOption,
-           .arguments = {{.name = "--interval",
+           .hasJson = false,
+           .arguments = {{.name = "--every",
                           .kind = Argument::Kind::kDuration,
-                          .description = "Time between readings, 1 second by default"}},
+                          .description = "Time between readings, 0.1 s to 1 h; 1 s without it"}},
            .run = runWatch}};
 }
 

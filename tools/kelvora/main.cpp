@@ -129,7 +129,9 @@ void addCommand(CLI::App& app, const Command& command, Options& options) {
   for (const Argument& argument : command.arguments) {
     addArgument(*added, argument, options);
   }
-  added->add_flag("--json", options.json, "Print JSON");
+  if (command.hasJson) {
+    added->add_flag("--json", options.json, "Print JSON");
+  }
   added->footer(footer(command.example));
 }
 
