@@ -14,7 +14,9 @@ namespace kelvora::testing {
 /// A folder of a test's own, removed with what it holds at the end.
 class TemporaryFolder {
  public:
-  TemporaryFolder() : path_((std::filesystem::temp_directory_path() / "kelvoraXXXXXX").string()) {
+  TemporaryFolder() : TemporaryFolder(std::filesystem::temp_directory_path()) {}
+  explicit TemporaryFolder(const std::filesystem::path& parent)
+      : path_((parent / "kelvoraXXXXXX").string()) {
     if (mkdtemp(path_.data()) == nullptr) {
       throw std::runtime_error("no temporary folder");
     }
