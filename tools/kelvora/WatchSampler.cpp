@@ -68,11 +68,7 @@ class Work {
   }
   bool end(std::chrono::steady_clock::time_point deadline) {
     std::unique_lock lock(mutex_);
-    const bool hasEnded = ended_.wait_until(lock, deadline, [this] { return !isBusy_; });
-    if (!hasEnded) {
-      static_cast<void>(queue_.release());  // its end would wait
-    }
-    return hasEnded;
+    return ended_.wait_until(lock, deadline, [this] { return !isBusy_; });
   }
 
  private:

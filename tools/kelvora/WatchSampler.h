@@ -28,7 +28,7 @@ class WatchSampler {
  public:
   /// `platform` must outlive the threads; see `end`.
   explicit WatchSampler(Platform& platform);
-  /// Waits for what is being read, unless `end` returned false.
+  /// Waits for what is being read, however long that takes.
   ~WatchSampler();
   WatchSampler(const WatchSampler&) = delete;
   WatchSampler& operator=(const WatchSampler&) = delete;
@@ -46,7 +46,7 @@ class WatchSampler {
   std::optional<std::optional<std::vector<CPUTopProcess>>> takeProcesses();
 
   /// Waits for what is being read, but not longer than `patience`. After false a thread still
-  /// waits for the system: the program should end without destroying what that thread uses.
+  /// waits for the system: the program should end without destroying this object.
   bool end(std::chrono::milliseconds patience);
 
  private:
