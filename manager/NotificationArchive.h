@@ -8,7 +8,7 @@
 
 namespace kelvora {
 
-/// The list of rules as a keyed archive; a field that is none is left out. Any thread.
+/// The list of rules as a keyed archive; a field without a value is left out. Any thread.
 PropertyListValue::Data archiveOfNotifications(const std::vector<KVNotification>& rules);
 
 /// The list of rules in an archive; none when the bytes are damaged, or hold anything but rules. A

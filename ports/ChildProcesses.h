@@ -34,7 +34,7 @@ class ChildProcess {
   virtual int waitUntilExit() = 0;
 };
 
-/// The outcome of a launch: a child, or the reason why there is none.
+/// The outcome of a launch: a child, or the reason for the failure.
 struct ChildLaunch {
   std::unique_ptr<ChildProcess> child;  ///< null when the launch failed
   std::string failure;                  ///< e.g. "No such file or directory"; empty on success

@@ -33,7 +33,7 @@ class Cryptor {
   virtual std::int32_t finish(std::span<std::byte> output, std::size_t& written) = 0;
 };
 
-/// The outcome of a creation: a cryptor, or the reason why there is none.
+/// The outcome of a creation: a cryptor, or the reason for the failure.
 struct CryptorCreation {
   std::unique_ptr<Cryptor> cryptor;  ///< null when the creation failed
   std::int32_t status = 0;

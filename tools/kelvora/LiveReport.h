@@ -16,7 +16,7 @@ namespace kelvora::tool {
 class LiveReport {
  public:
   virtual ~LiveReport() = default;
-  /// Takes a sample, which the other operations show. Throws CommandError when there is none.
+  /// Takes a sample, which the other operations show. Throws CommandError on failure.
   virtual void sample() = 0;
   /// The members of the report beside "machine".
   virtual Json json() const = 0;

@@ -7,7 +7,7 @@
 
 namespace kelvora::tool {
 
-/// How a text stands out on a screen. Without colours the last three are plain or bold.
+/// The emphasis of a text on a screen. Without colours the last three are plain or bold.
 enum class Tone : std::uint8_t {
   kPlain,
   kTitle,    ///< a bar in reverse

@@ -22,8 +22,8 @@ Tone toneOf(double fraction);
 std::string durationText(double seconds);
 
 /// A sample for a person, in the user's language: processor, memory, disk, network, battery and
-/// uptime. `barColumns` is the width of the bars before percentages; 0 is none. What is not known
-/// is "–", and a machine without a battery has no lines of one.
+/// uptime. `barColumns` is the width of the bars before percentages; 0 hides them. What is not
+/// known is "–", and a machine without a battery has no lines of one.
 std::vector<LineGroup> usageText(const UsageSample& sample, const KVLocalized::Texts& texts,
                                  std::size_t barColumns);
 

@@ -45,7 +45,8 @@ Clock::duration intervalOf(const Options& options) {
   return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
 }
 
-// Unlike for a report, no recording stands in: usage and processes can be shown without sensors.
+// Unlike a report, it never shows a recording instead: usage and processes can be shown without
+// sensors.
 Platform& chooseWatchedMachine(const Options& options) {
   if (options.machine.empty()) {
     useMachineOfEnvironment();

@@ -40,7 +40,7 @@ constexpr Cipher kCiphers[] = {
     {kSMCCipherBlowfish, 8, 56, "BF-CBC", "BF-ECB"},
 };
 
-// The row of the table, or null and why there is none.
+// The row of the table; null, with the reason, if no row fits.
 const Cipher* cipherOf(const CryptorRequest& request, std::int32_t& status) {
   status = kSMCCipherParamError;
   for (const Cipher& cipher : kCiphers) {
