@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -43,6 +45,12 @@ class Files {
   /// Creates a folder and its parents. Returns whether the folder exists afterwards, so true also
   /// for one that existed.
   virtual bool createFolder(const std::string& path) = 0;
+  /// Puts a file with these bytes, readable by its owner only, in the place of `path`. Every reader
+  /// has the old bytes or the new ones, also after a power failure; the new ones are on the disk
+  /// when it returns true. On failure the file is as it was, and `error` is the reason. One writer
+  /// at a time.
+  virtual bool replace(const std::string& path, std::span<const std::byte> bytes,
+                       std::error_code& error) = 0;
   /// Takes the lock of a file that exists for its lock alone; creates the file, readable by its
   /// owner only, if it is missing. Waits a fraction of a second at most. Null on failure with the
   /// reason in `error`: std::errc::timed_out when somebody else holds the lock.

@@ -1,6 +1,7 @@
 #include "platforms/posix/NewFiles.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
@@ -13,6 +14,19 @@
 namespace kelvora::platform {
 
 namespace {
+
+constexpr mode_t kFileMode = S_IRUSR | S_IWUSR;
+
+bool writeAll(int descriptor, std::span<const std::byte> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = write(descriptor, bytes.data(), bytes.size());
+    if (count < 0 && errno != EINTR) {
+      return false;
+    }
+    bytes = bytes.subspan(count < 0 ? 0 : static_cast<std::size_t>(count));
+  }
+  return true;
+}
 
 std::string parentOf(const std::string& path) {
   const std::string parent = std::filesystem::path(path).parent_path().string();
@@ -48,6 +62,31 @@ bool createOwnedFolders(const std::string& folder) {
     return errno == EEXIST;
   }
   return geteuid() != 0 || giveFolder(folder);
+}
+
+bool writeNewFile(const std::string& path, std::span<const std::byte> bytes) {
+  unlink(path.c_str());
+  const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode));
+  return file.isOpen() && fchmod(file.get(), kFileMode) == 0 &&
+         giveToOwnerOfFolder(file.get(), path) && writeAll(file.get(), bytes) &&
+         fsync(file.get()) == 0;
+}
+
+bool replaceFile(const std::string& path, std::span<const std::byte> bytes) {
+  const std::string next = path + ".new";
+  // Opened first: nothing can fail once the new file is in place.
+  const FileDescriptor folder(open(parentOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder.isOpen()) {
+    return false;
+  }
+  if (!writeNewFile(next, bytes) || std::rename(next.c_str(), path.c_str()) != 0) {
+    const int error = errno;
+    unlink(next.c_str());
+    errno = error;
+    return false;
+  }
+  fsync(folder.get());
+  return true;
 }
 
 }  // namespace kelvora::platform

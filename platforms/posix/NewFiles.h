@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <span>
 #include <string>
 
 namespace kelvora::platform {
@@ -13,5 +15,15 @@ bool giveToOwnerOfFolder(int descriptor, const std::string& path);
 /// Creates a folder and its missing parents, mode 0700, owned as above; true also when the folder
 /// exists. False with the reason in errno.
 bool createOwnedFolders(const std::string& folder);
+
+/// Creates a file with these bytes, mode 0600, owned as above, and waits until they are on the
+/// disk. Removes a file of that name first: one that a killed writer left. False with the reason in
+/// errno.
+bool writeNewFile(const std::string& path, std::span<const std::byte> bytes);
+
+/// Puts a file with these bytes in the place of another, or of none, so that every reader, and a
+/// computer that loses its power, has the old bytes or the new ones. Uses `path` + ".new"
+/// meanwhile: one writer at a time. False with the reason in errno; the file is then as it was.
+bool replaceFile(const std::string& path, std::span<const std::byte> bytes);
 
 }  // namespace kelvora::platform

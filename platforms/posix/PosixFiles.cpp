@@ -91,6 +91,15 @@ bool PosixFiles::createFolder(const std::string& path) {
   return createOwnedFolders(path) && std::filesystem::is_directory(path, error);
 }
 
+bool PosixFiles::replace(const std::string& path, std::span<const std::byte> bytes,
+                         std::error_code& error) {
+  if (!replaceFile(path, bytes)) {
+    error.assign(errno, std::generic_category());
+    return false;
+  }
+  return true;
+}
+
 std::unique_ptr<HeldLock> PosixFiles::lock(const std::string& path, std::error_code& error) {
   FileDescriptor lock = lockFile(path, kLockWait);
   if (!lock.isOpen()) {

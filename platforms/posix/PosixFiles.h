@@ -13,6 +13,8 @@ class PosixFiles : public Files {
   std::optional<std::vector<std::string>> list(const std::string& folder) override;
   bool remove(const std::string& path) override;
   bool createFolder(const std::string& path) override;
+  bool replace(const std::string& path, std::span<const std::byte> bytes,
+               std::error_code& error) override;
   std::unique_ptr<HeldLock> lock(const std::string& path, std::error_code& error) override;
 };
 

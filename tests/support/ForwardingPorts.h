@@ -126,6 +126,10 @@ class ForwardingFiles : public platform::Files {
   bool createFolder(const std::string& path) override {
     return onCreateFolder ? onCreateFolder(path) : behind->createFolder(path);
   }
+  bool replace(const std::string& path, std::span<const std::byte> bytes,
+               std::error_code& error) override {
+    return onReplace ? onReplace(path, bytes, error) : behind->replace(path, bytes, error);
+  }
   std::unique_ptr<platform::HeldLock> lock(const std::string& path,
                                            std::error_code& error) override {
     return onLock ? onLock(path, error) : behind->lock(path, error);
@@ -148,6 +152,7 @@ class ForwardingFiles : public platform::Files {
   std::function<std::optional<std::vector<std::string>>(const std::string&)> onList;
   std::function<bool(const std::string&)> onRemove;
   std::function<bool(const std::string&)> onCreateFolder;
+  std::function<bool(const std::string&, std::span<const std::byte>, std::error_code&)> onReplace;
   std::function<std::unique_ptr<platform::HeldLock>(const std::string&, std::error_code&)> onLock;
   std::function<std::optional<std::string>()> onDocumentsFolder;
   std::function<std::optional<std::string>()> onApplicationSupportFolder;

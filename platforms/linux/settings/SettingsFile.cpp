@@ -18,33 +18,13 @@ namespace kelvora::platform {
 
 namespace {
 
-constexpr mode_t kFileMode = S_IRUSR | S_IWUSR;
 constexpr int kMostKeptAside = 9;
 constexpr std::chrono::milliseconds kWaitOfDefault{200};
 
 std::string systemText(int error) { return std::generic_category().message(error); }
 
-bool writeAll(int descriptor, std::span<const std::byte> bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = write(descriptor, bytes.data(), bytes.size());
-    if (count < 0 && errno != EINTR) {
-      return false;
-    }
-    bytes = bytes.subspan(count < 0 ? 0 : static_cast<std::size_t>(count));
-  }
-  return true;
-}
-
 std::string folderOf(const std::string& path) {
   return std::filesystem::path(path).parent_path().string();
-}
-
-bool writeNewFile(const std::string& path, std::span<const std::byte> bytes) {
-  unlink(path.c_str());  // of a writer that was killed
-  const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode));
-  return file.isOpen() && fchmod(file.get(), kFileMode) == 0 &&
-         giveToOwnerOfFolder(file.get(), path) && writeAll(file.get(), bytes) &&
-         fsync(file.get()) == 0;
 }
 
 }  // namespace

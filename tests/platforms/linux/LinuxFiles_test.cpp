@@ -1,6 +1,10 @@
 #include "platforms/linux/system/LinuxFiles.h"
 
 #include <filesystem>
+#include <span>
+#include <string_view>
+#include <system_error>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -48,6 +52,35 @@ TEST(LinuxFiles, AttributesAreAccountNamesAndTwelvePermissionBits) {
   EXPECT_EQ(attributes->ownerAccountName.empty(), false);
   EXPECT_EQ(attributes->groupOwnerAccountName.empty(), false);
   EXPECT_FALSE(files.attributes(folder.path() + "/missing").has_value());
+}
+
+std::vector<std::byte> bytesOf(std::string_view text) {
+  const auto bytes = std::as_bytes(std::span(text));
+  return {bytes.begin(), bytes.end()};
+}
+
+TEST(LinuxFiles, AReplacedFileHasTheNewBytesAndIsItsOwnersOnly) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("lease", "old and longer");
+  LinuxFiles files;
+  std::error_code error;
+  EXPECT_TRUE(files.replace(path, bytesOf("new"), error));
+  EXPECT_FALSE(error);
+  EXPECT_EQ(folder.read("lease"), "new");
+  EXPECT_EQ(files.attributes(path)->posixPermissions, 0600U);
+  EXPECT_EQ(files.list(folder.path())->size(), 1U);
+}
+
+TEST(LinuxFiles, AFileThatCannotBeReplacedStaysAsItWas) {
+  const TemporaryFolder folder;
+  folder.write("lease/inner", "");
+  LinuxFiles files;
+  std::error_code error;
+  EXPECT_FALSE(files.replace(folder.path() + "/lease", bytesOf("new"), error));
+  EXPECT_EQ(error, std::errc::is_a_directory);
+  EXPECT_EQ(files.list(folder.path()), Texts{"lease"});
+  EXPECT_FALSE(files.replace(folder.path() + "/missing/lease", bytesOf("new"), error));
+  EXPECT_EQ(error, std::errc::no_such_file_or_directory);
 }
 
 TEST(LinuxFiles, AttributesOfALinkAreItsOwn) {
