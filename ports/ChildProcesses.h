@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -18,6 +20,7 @@ struct ChildRequest {
   bool captureStandardOutput = false;  ///< otherwise the child writes where this process does
   bool discardStandardError = false;   ///< otherwise likewise
   int qualityOfService = 0;            ///< 0: the default
+  int standardInput = -1;  ///< a descriptor that the child has as its own; -1: as this process
 };
 
 /// A launched child. Destruction closes the pipe; it neither ends a child that still runs nor waits
@@ -32,6 +35,8 @@ class ChildProcess {
   /// Blocks until the child exits: its exit status (0 to 255), or 128 plus the signal that ended
   /// it. Further calls return the same at once.
   virtual int waitUntilExit() = 0;
+  /// The same, but blocks for `limit` at most: none if the child still runs then.
+  virtual std::optional<int> waitUntilExit(std::chrono::milliseconds limit) = 0;
 };
 
 /// The outcome of a launch: a child, or the reason for the failure.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -22,6 +23,9 @@ namespace {
 
 // The exit status of a child that another part of the program has reaped.
 constexpr int kUnknownExitStatus = 255;
+
+// How often to look whether a child has ended, for a wait that has a limit.
+constexpr std::chrono::milliseconds kPause{1};
 
 // The child's exit status; none while it runs, if `options` say not to wait for it.
 std::optional<int> reapedStatus(pid_t pid, int options) {
@@ -75,6 +79,16 @@ class Child : public ChildProcess {
       exitStatus_ = reapedStatus(pid_, 0);
     }
     return exitStatus_.value_or(kUnknownExitStatus);
+  }
+
+  // No call of POSIX waits for one child with a limit.
+  std::optional<int> waitUntilExit(std::chrono::milliseconds limit) override {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!exitStatus_ && !(exitStatus_ = reapedStatus(pid_, WNOHANG)) &&
+           std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::sleep_for(kPause);
+    }
+    return exitStatus_;
   }
 
  private:
@@ -176,6 +190,9 @@ ChildLaunch PosixChildProcesses::launch(const ChildRequest& request) {
     pipe = {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
   }
   SpawnActions actions;
+  if (request.standardInput >= 0) {
+    actions.duplicate(request.standardInput, STDIN_FILENO);
+  }
   if (pipe.writing.isOpen()) {
     actions.duplicate(pipe.writing.get(), STDOUT_FILENO);
   }

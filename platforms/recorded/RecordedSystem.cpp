@@ -20,6 +20,7 @@ class RecordedChild : public ChildProcess {
   }
   void closeStandardOutput() override { position_ = output_.size(); }
   int waitUntilExit() override { return 0; }
+  std::optional<int> waitUntilExit(std::chrono::milliseconds) override { return 0; }
 
  private:
   std::string output_;

@@ -64,6 +64,7 @@ class ScriptedChildProcesses : public platform::ChildProcesses {
       ++owner_.waits;
       return outcome_.exitStatus;
     }
+    std::optional<int> waitUntilExit(std::chrono::milliseconds) override { return waitUntilExit(); }
 
    private:
     ScriptedOutcome outcome_;

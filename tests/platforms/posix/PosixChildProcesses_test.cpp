@@ -186,5 +186,32 @@ TEST(PosixChildProcesses, AChildThatWasReapedElsewhereAnswersWithoutHanging) {
   EXPECT_EQ(launch.child->waitUntilExit(), 255);
 }
 
+TEST(PosixChildProcesses, AWaitWithALimitEndsBeforeTheChild) {
+  const ChildLaunch launch = PosixChildProcesses().launch(shell("read line; exit 6"));
+  ASSERT_NE(launch.child, nullptr);
+  EXPECT_EQ(launch.child->waitUntilExit(std::chrono::milliseconds(0)), std::nullopt);
+}
+
+TEST(PosixChildProcesses, AWaitWithALimitReturnsTheStatusOfAChildThatEnds) {
+  const ChildLaunch launch = PosixChildProcesses().launch(shell("exit 6"));
+  ASSERT_NE(launch.child, nullptr);
+  EXPECT_EQ(launch.child->waitUntilExit(std::chrono::seconds(30)), 6);
+  EXPECT_EQ(launch.child->waitUntilExit(std::chrono::milliseconds(0)), 6);
+  EXPECT_EQ(launch.child->waitUntilExit(), 6);
+}
+
+TEST(PosixChildProcesses, AChildReadsTheDescriptorThatIsItsStandardInput) {
+  std::array<int, 2> ends = {-1, -1};
+  ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+  ASSERT_EQ(write(ends[1], "given\n", 6), 6);
+  ChildRequest request = shell("read line; echo \"$line\"; ls /proc/self/fd | wc -l");
+  request.standardInput = ends[0];
+  const ChildLaunch launch = PosixChildProcesses().launch(request);
+  close(ends[0]);
+  close(ends[1]);
+  ASSERT_NE(launch.child, nullptr);
+  EXPECT_EQ(outputOf(*launch.child), "given\n4\n");  // and that by which ls lists the folder
+}
+
 }  // namespace
 }  // namespace kelvora::testing
