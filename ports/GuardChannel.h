@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -41,14 +40,18 @@ class GuardChannel {
   Event receive(std::string& line, std::chrono::milliseconds limit);
 
   /// For `ChildRequest::standardInput`, and to wait for lines with others; -1 once closed.
-  int descriptor() const;
+  int descriptor() const { return descriptor_; }
   /// Closes this process's copy of the end.
   void close();
 
  private:
-  struct Stream;
-  explicit GuardChannel(std::unique_ptr<Stream> stream);
-  std::unique_ptr<Stream> stream_;
+  explicit GuardChannel(int descriptor) : descriptor_(descriptor) {}
+  bool takeLine(std::string& line);
+  void read();
+
+  int descriptor_ = -1;
+  std::string received_;  // and not taken as a line yet
+  bool hasEnded_ = false;
 };
 
 /// Both ends of a new channel, which are alike.
