@@ -5,7 +5,6 @@
 #include <mutex>
 #include <span>
 
-#include "KelvoraCore/Platform.h"
 #include "KelvoraCore/SMC.h"
 
 namespace kelvora {
@@ -13,54 +12,45 @@ namespace kelvora {
 using platform::IOObject;
 using platform::KernelStatus;
 
-const std::shared_ptr<SMCConnection>& SMCConnection::ofProcess() {
-  // Never destroyed: hosts may still read while the process ends.
-  static const auto* const connection = new std::shared_ptr<SMCConnection>(
-      std::make_shared<SMCConnection>(Platform::current().smc()));
-  return *connection;
-}
-
-std::shared_ptr<SMCConnection> SMCConnection::to(const Platform& platform) {
-  return platform.isCurrent() ? ofProcess() : std::make_shared<SMCConnection>(platform.smc());
+std::uint32_t SMCConnection::open() {
+  const Opening opening = openSilently();
+  if (opening.failedCall != nullptr) {
+    std::printf("Error: %s() = %08x\n", opening.failedCall, opening.status);
+  } else if (opening.status != platform::kKernelSuccess) {
+    std::printf("Error: no SMC found\n");
+  }
+  return opening.status == platform::kKernelSuccess ? 0 : 1;
 }
 
 // The handle is replaced in one step, so that a thread that reads has the old one or the new one,
 // and the old one stays open.
-std::uint32_t SMCConnection::open() {
-  const IOObject connection = openedService();
-  handle_ = connection;
-  return connection == 0 ? 1 : 0;
-}
-
-// The user client of the first service that matches, or 0 after a message.
-IOObject SMCConnection::openedService() {
-  const IOObject service = firstService();
-  if (service == 0) {
-    return 0;
-  }
+SMCConnection::Opening SMCConnection::openSilently() {
   IOObject connection = 0;
-  const KernelStatus status = userClient_.openService(service, 0, connection);
-  userClient_.release(service);
-  if (status != platform::kKernelSuccess) {
-    std::printf("Error: IOServiceOpen() = %08x\n", status);
-    return 0;
-  }
-  return connection;
+  const Opening opening = openFirstService(connection);
+  handle_ = connection;
+  return opening;
 }
 
-IOObject SMCConnection::firstService() {
+// `connection` is 0 and stays so on failure.
+SMCConnection::Opening SMCConnection::openFirstService(IOObject& connection) {
   IOObject iterator = 0;
-  const KernelStatus status = userClient_.matchingServices("AppleSMC", iterator);
+  KernelStatus status = userClient_.matchingServices("AppleSMC", iterator);
   if (status != platform::kKernelSuccess) {
-    std::printf("Error: IOServiceGetMatchingServices() = %08x\n", status);
-    return 0;
+    return {status, "IOServiceGetMatchingServices"};
   }
   const IOObject service = userClient_.nextService(iterator);
   userClient_.release(iterator);
   if (service == 0) {
-    std::printf("Error: no SMC found\n");
+    return {platform::kIOReturnNoDevice, nullptr};
   }
-  return service;
+  IOObject opened = 0;
+  status = userClient_.openService(service, 0, opened);
+  userClient_.release(service);
+  if (status != platform::kKernelSuccess) {
+    return {status, "IOServiceOpen"};
+  }
+  connection = opened;
+  return {};
 }
 
 KernelStatus SMCConnection::close() { return userClient_.closeService(handle_); }

@@ -28,7 +28,15 @@ class SMCConnection {
   /// The connection of the process if `platform` is the current one, else a new one.
   static std::shared_ptr<SMCConnection> to(const Platform& platform);
 
+  /// How opening ended.
+  struct Opening {
+    platform::KernelStatus status = platform::kKernelSuccess;
+    const char* failedCall = nullptr;  ///< e.g. "IOServiceOpen"; null if there is no SMC
+  };
+
   std::uint32_t open();
+  /// Opens as `open` does, and prints nothing.
+  Opening openSilently();
   platform::KernelStatus close();
   platform::KernelStatus call(std::uint32_t selector, const SMCParamRecord& input,
                               SMCParamRecord& output) const;
@@ -38,8 +46,7 @@ class SMCConnection {
   platform::KernelStatus writeKey(std::uint32_t packedKey, const SMCValueRecord& value);
 
  private:
-  platform::IOObject firstService();
-  platform::IOObject openedService();
+  Opening openFirstService(platform::IOObject& connection);
 
   platform::SMCUserClient& userClient_;
   std::atomic<platform::IOObject> handle_ = 0;
