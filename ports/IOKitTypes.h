@@ -14,6 +14,8 @@ inline constexpr KernelStatus kIOReturnError = 0xe00002bc;
 inline constexpr KernelStatus kIOReturnNoDevice = 0xe00002c0;
 /// kIOReturnBadArgument: a call's arguments are malformed.
 inline constexpr KernelStatus kIOReturnBadArgument = 0xe00002c2;
+/// kIOReturnIOError: the device failed.
+inline constexpr KernelStatus kIOReturnIOError = 0xe00002ca;
 /// kIOReturnNotOpen: the handle is not an open connection.
 inline constexpr KernelStatus kIOReturnNotOpen = 0xe00002cd;
 

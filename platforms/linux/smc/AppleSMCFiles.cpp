@@ -16,6 +16,24 @@ namespace {
 constexpr int kLockAttempts = 1000;
 constexpr std::chrono::milliseconds kLockPause(1);
 
+KernelStatus statusOf(int error) {
+  switch (error) {
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return kIOReturnNotPermitted;
+    case EINVAL:
+      return kIOReturnBadArgument;
+    case EIO:
+      return kIOReturnIOError;
+    case ENODEV:
+    case ENOENT:
+      return kIOReturnNoDevice;
+    default:
+      return kIOReturnError;
+  }
+}
+
 }  // namespace
 
 bool AppleSMCFiles::exist() const { return access(path("key_count").c_str(), F_OK) == 0; }
@@ -39,10 +57,35 @@ std::optional<std::string> AppleSMCFiles::read(const std::string& name) {
   return std::string(content.data(), static_cast<std::size_t>(count));
 }
 
+KernelStatus AppleSMCFiles::openForWriting(const std::string& name) {
+  FileDescriptor& file = writable_[name];
+  if (!file.isOpen()) {
+    file = FileDescriptor(open(path(name).c_str(), O_WRONLY | O_CLOEXEC));
+  }
+  return file.isOpen() ? kKernelSuccess : statusOf(errno);
+}
+
+// The driver takes a number in one write.
+KernelStatus AppleSMCFiles::write(const std::string& name, const std::string& content) {
+  if (const KernelStatus status = openForWriting(name); status != kKernelSuccess) {
+    return status;
+  }
+  ssize_t count = -1;
+  do {
+    count = pwrite(writable_[name].get(), content.data(), content.size(), 0);
+  } while (count < 0 && errno == EINTR);
+  if (count >= 0) {
+    return count == static_cast<ssize_t>(content.size()) ? kKernelSuccess : kIOReturnIOError;
+  }
+  const KernelStatus status = statusOf(errno);
+  if (status == kIOReturnNoDevice) {
+    writable_.erase(name);  // a driver that was loaded again has other files of the same names
+  }
+  return status;
+}
+
 bool AppleSMCFiles::chooseKey(unsigned chosen) {
-  const std::string text = std::to_string(chosen) + "\n";
-  // The driver takes an index in one write.
-  return pwrite(index().get(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
+  return write("key_at_index", std::to_string(chosen) + "\n") == kKernelSuccess;
 }
 
 void AppleSMCFiles::lock() {
@@ -65,10 +108,8 @@ const FileDescriptor& AppleSMCFiles::opened(const std::string& name) {
 }
 
 const FileDescriptor& AppleSMCFiles::index() {
-  if (!index_.isOpen()) {
-    index_ = FileDescriptor(open(path("key_at_index").c_str(), O_WRONLY | O_CLOEXEC));
-  }
-  return index_;
+  openForWriting("key_at_index");
+  return writable_["key_at_index"];
 }
 
 }  // namespace kelvora::platform

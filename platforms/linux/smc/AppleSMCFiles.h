@@ -5,13 +5,14 @@
 #include <string>
 
 #include "platforms/posix/FileDescriptor.h"
+#include "ports/IOKitTypes.h"
 
 namespace kelvora::platform {
 
 /// The files of the kernel's applesmc driver. Everybody may read "tempN_input", "fanN_input" and
-/// the like. "key_at_index" is one variable of the whole computer that only root may write: it
-/// chooses the key that "key_at_index_name", "_type", "_data_length" and "_data" describe. One
-/// thread at a time.
+/// the like; root may write "fanN_min", "fanN_output" and "fanN_manual". "key_at_index" is one
+/// variable of the whole computer that only root may write: it chooses the key that
+/// "key_at_index_name", "_type", "_data_length" and "_data" describe. One thread at a time.
 class AppleSMCFiles {
  public:
   /// `folder` is the driver's device folder, e.g. "/sys/devices/platform/applesmc.768".
@@ -24,6 +25,13 @@ class AppleSMCFiles {
   /// The content of a file now, e.g. "42250\n" for "temp1_input"; none if it cannot be read. The
   /// file stays open: reading it again costs one system call.
   virtual std::optional<std::string> read(const std::string& name);
+  /// Opens a file for writing and keeps it open: `write` needs no rights afterwards. Returns
+  /// kIOReturnNotPermitted when this user may not write it, kIOReturnNoDevice when there is none.
+  virtual KernelStatus openForWriting(const std::string& name);
+  /// Writes a file in one call, e.g. "2000\n" to "fan1_output". Returns kIOReturnBadArgument for
+  /// what the driver does not take, kIOReturnIOError when the SMC refuses it, kIOReturnNoDevice
+  /// when the driver is gone, or what `openForWriting` returns.
+  virtual KernelStatus write(const std::string& name, const std::string& content);
   /// Writes an index to "key_at_index"; false when the driver refuses it.
   virtual bool chooseKey(unsigned chosen);
   /// Keeps other programs that lock from choosing keys. Waits at most a second for them, and goes
@@ -38,7 +46,7 @@ class AppleSMCFiles {
 
   std::string folder_;
   std::map<std::string, FileDescriptor> open_;
-  FileDescriptor index_;
+  std::map<std::string, FileDescriptor> writable_;
 };
 
 }  // namespace kelvora::platform

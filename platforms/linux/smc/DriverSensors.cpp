@@ -21,14 +21,22 @@ constexpr std::uint32_t kFloatType = SMCPackedKey("flt ");
 constexpr std::uint32_t kFanType = SMCPackedKey("{fds");
 constexpr std::uint32_t kFanBytes = 16;
 constexpr std::size_t kFanNameAt = 4;
+constexpr double kMostSpeed = 0x3fff;  // the driver takes 14 bits
 
 struct FanFile {
   const char* suffix;  // of the key
   const char* name;    // of the file
+  std::uint32_t type;
+  std::uint32_t dataSize;
+  bool isWritable;
 };
 
+// The files hold numbers, whatever type the SMC has for them. Those that are written have the type
+// in which fans are set: a target is a float, a minimum is fixed-point.
 constexpr FanFile kFanFiles[] = {
-    {"Ac", "_input"}, {"Mn", "_min"}, {"Mx", "_max"}, {"Sf", "_safe"}, {"Tg", "_output"}};
+    {"Ac", "_input", kSpeedType, 2, false}, {"Mn", "_min", kSpeedType, 2, true},
+    {"Mx", "_max", kSpeedType, 2, false},   {"Sf", "_safe", kSpeedType, 2, false},
+    {"Tg", "_output", kFloatType, 4, true}, {"Md", "_manual", kByteType, 1, true}};
 
 std::optional<Bytes> bigEndian(double value, double least, double most) {
   const double rounded = std::round(value);
@@ -57,9 +65,39 @@ std::optional<Bytes> encoded(double value, std::uint32_t type) {
       return bigEndian(value * 4, 0, std::numeric_limits<std::uint16_t>::max());
     case kFloatType:
       return littleEndianFloat(value);
+    case kByteType:
+      return value < 0 || value > 0xff ? std::nullopt
+                                       : std::optional(Bytes{static_cast<std::byte>(value)});
     default:
       return std::nullopt;
   }
+}
+
+std::uint32_t bigEndianNumber(std::span<const std::byte> bytes) {
+  std::uint32_t number = 0;
+  for (const std::byte byte : bytes) {
+    number = number << 8 | std::to_integer<std::uint32_t>(byte);
+  }
+  return number;
+}
+
+float littleEndianFloatNumber(std::span<const std::byte> bytes) {
+  Bytes reversed(bytes.rbegin(), bytes.rend());
+  return std::bit_cast<float>(bigEndianNumber(reversed));
+}
+
+// None for a type that no fan is written in, and for a payload of another size.
+std::optional<double> decoded(std::span<const std::byte> payload, std::uint32_t type) {
+  if (type == kByteType && payload.size() == 1) {
+    return bigEndianNumber(payload);
+  }
+  if (type == kSpeedType && payload.size() == 2) {
+    return bigEndianNumber(payload) / 4.0;
+  }
+  if (type == kFloatType && payload.size() == 4) {
+    return littleEndianFloatNumber(payload);
+  }
+  return std::nullopt;
 }
 
 // The record "{fds": four bytes that say where the fan is, and its name.
@@ -101,7 +139,10 @@ void DriverSensors::addFan(int number) {
   add({SMCPackedKey(prefix + "ID"), kFanType, kFanBytes},
       {fileOf("fan", number + 1, "_label"), Content::kText});
   for (const FanFile& file : kFanFiles) {
-    add({SMCPackedKey(prefix + file.suffix), kSpeedType, 2},
+    if (file.type == kByteType && !files_.read(fileOf("fan", number + 1, file.name))) {
+      continue;  // a fan without a mode has no such key
+    }
+    add({SMCPackedKey(prefix + file.suffix), file.type, file.dataSize},
         {fileOf("fan", number + 1, file.name), Content::kNumber});
   }
 }
@@ -141,6 +182,32 @@ std::optional<Bytes> DriverSensors::payload(std::uint32_t name, std::uint32_t ty
   }
   const auto number = static_cast<double>(decimalNumber(content));
   return encoded(source.content == Content::kThousandths ? number / 1000 : number, type);
+}
+
+std::optional<std::string> DriverSensors::writableFile(std::uint32_t name) {
+  const auto digit = static_cast<int>(name >> 16 & 0xff) - '0';
+  if (name >> 24 != 'F' || digit < 0 || digit > 9) {
+    return std::nullopt;
+  }
+  for (const FanFile& file : kFanFiles) {
+    if (file.isWritable && (name & 0xffff) == SMCPackedKey(file.suffix) >> 16) {
+      return fileOf("fan", digit + 1, file.name);
+    }
+  }
+  return std::nullopt;
+}
+
+KernelStatus DriverSensors::write(std::uint32_t name, std::uint32_t type,
+                                  std::span<const std::byte> payload) {
+  const auto file = writableFile(name);
+  if (!file || !sources_.contains(name)) {
+    return kIOReturnNotPermitted;
+  }
+  const auto number = decoded(payload, type);
+  if (!number || !(*number >= 0 && *number <= kMostSpeed)) {
+    return kIOReturnBadArgument;
+  }
+  return files_.write(*file, std::to_string(std::lround(*number)) + "\n");
 }
 
 }  // namespace kelvora::platform

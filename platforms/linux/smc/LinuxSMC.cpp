@@ -34,11 +34,11 @@ KernelStatus LinuxSMC::mayOpen() const {
 
 KernelStatus LinuxSMC::perform(const SMCParamRecord& request, SMCParamRecord& reply) {
   const std::uint8_t command = request.command;
-  if (command == SMCCommandWriteBytes) {
-    return kIOReturnNotPermitted;
-  }
   if (!sensors_) {
     listKeys();
+  }
+  if (command == SMCCommandWriteBytes) {
+    return write(request, reply);
   }
   if (command == SMCCommandKeyAtIndex) {
     answerKeyAt(request.data32, reply);
@@ -65,10 +65,15 @@ void LinuxSMC::listKeys() {
   } else {
     listSensors();
   }
-  for (std::size_t i = 0; i < list_.size(); ++i) {
-    if (list_[i]) {
-      byName_.emplace(list_[i]->description.name, i);
+  for (const std::optional<Key>& key : list_) {
+    if (key) {
+      byName_.emplace(key->description.name, *key);
     }
+  }
+  // What the driver has a file for but the SMC no key, as the mode of a fan on older Macs, has a
+  // name only: the list has as many keys as "#KEY" says.
+  for (const DriverSensors::Key& key : sensors_->keys()) {
+    byName_.emplace(key.name, Key{{key.name, key.type, key.dataSize}, std::nullopt});
   }
 }
 
@@ -89,7 +94,7 @@ void LinuxSMC::listSensors() {
 
 const LinuxSMC::Key* LinuxSMC::keyNamed(std::uint32_t name) const {
   const auto found = byName_.find(name);
-  return found == byName_.end() ? nullptr : &*list_[found->second];
+  return found == byName_.end() ? nullptr : &found->second;
 }
 
 void LinuxSMC::answerKeyAt(unsigned index, SMCParamRecord& reply) const {
@@ -124,6 +129,20 @@ void LinuxSMC::answerRead(const Key& key, SMCParamRecord& reply) {
   } else {
     reply.result = SMCResultNotReadable;
   }
+}
+
+KernelStatus LinuxSMC::write(const SMCParamRecord& request, SMCParamRecord& reply) {
+  const Key* key = keyNamed(request.key);
+  if (key == nullptr || !sensors_->writableFile(request.key)) {
+    return kIOReturnNotPermitted;
+  }
+  const std::uint32_t size = key->description.dataSize;
+  if (request.keyInfo.dataSize != size || size > sizeof request.bytes) {
+    reply.result = SMCResultWrongSize;
+    return kKernelSuccess;
+  }
+  return sensors_->write(request.key, key->description.type,
+                         std::as_bytes(std::span(request.bytes)).first(size));
 }
 
 }  // namespace kelvora::platform

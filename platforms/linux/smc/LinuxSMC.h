@@ -15,7 +15,8 @@ namespace kelvora::platform {
 /// The SMC of a Mac that runs Linux, through the kernel's applesmc driver. Temperatures and fans
 /// are read from the driver's own files for them, by any user. Every other key is there for root
 /// only; for anyone else one line in the log says so when the service is first opened. The driver
-/// knows no attributes (0 here) and takes no writes: command 6 answers kIOReturnNotPermitted.
+/// knows no attributes (0 here). It takes writes of "F0Md", "F0Tg" and "F0Mn" and those of the
+/// other fans, from root; command 6 returns kIOReturnNotPermitted for any other key.
 class LinuxSMC : public SoftwareSMC {
  public:
   static constexpr const char* kDriverFolder = "/sys/devices/platform/applesmc.768";
@@ -28,6 +29,8 @@ class LinuxSMC : public SoftwareSMC {
   KernelStatus mayOpen() const override;
   KernelStatus perform(const SMCParamRecord& request, SMCParamRecord& reply) override;
 
+  AppleSMCFiles& files() const { return *files_; }
+
  private:
   struct Key {
     DriverKey description;
@@ -38,6 +41,7 @@ class LinuxSMC : public SoftwareSMC {
   void listEveryKey();
   void listSensors();
   const Key* keyNamed(std::uint32_t name) const;
+  KernelStatus write(const SMCParamRecord& request, SMCParamRecord& reply);
   std::optional<std::vector<std::byte>> payloadOf(const Key& key);
   void answerKeyAt(unsigned index, SMCParamRecord& reply) const;
   void answerRead(const Key& key, SMCParamRecord& reply);
@@ -46,8 +50,8 @@ class LinuxSMC : public SoftwareSMC {
   DriverKeys driverKeys_{*files_};
   // Made at the first call.
   std::optional<DriverSensors> sensors_;
-  std::vector<std::optional<Key>> list_;         // by index; none for one that cannot be read
-  std::map<std::uint32_t, std::size_t> byName_;  // the first of a name counts
+  std::vector<std::optional<Key>> list_;  // by index; none for one that cannot be read
+  std::map<std::uint32_t, Key> byName_;   // the first of a name counts
   mutable bool hasSaidWhatIsMissing_ = false;
 };
 

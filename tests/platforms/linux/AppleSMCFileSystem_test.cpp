@@ -69,11 +69,12 @@ bool isOfFan(const platform::RecordedSMCKey& key) {
          ((key.key >> 16) & 0xff) <= '9';
 }
 
-// The driver rounds temperatures to quarters of a degree and speeds to whole numbers; other keys
-// come byte for byte.
-bool isRight(const platform::RecordedSMCKey& key, const SMCConnection::Reply& reply) {
+// The driver rounds temperatures to quarters of a degree and speeds to whole numbers, and who is
+// not root reads a target as a float whatever it is; other keys come byte for byte.
+bool isRight(const platform::RecordedSMCKey& key, const SMCConnection::Reply& info,
+             const SMCConnection::Reply& reply) {
   const double expected = numberOf(key.type, key.bytes.data(), key.bytes.size());
-  const double read = numberOf(key.type, reply.payload.data(), key.bytes.size());
+  const double read = numberOf(info.dataType, reply.payload.data(), info.dataSize);
   const bool isTemperature = (key.key >> 24) == 'T';
   if (key.type == SMCPackedKey("{fds")) {
     return std::equal(key.bytes.begin() + 4, key.bytes.end(), reply.payload.begin() + 4);
@@ -93,9 +94,10 @@ Reading readOnce(platform::SMCUserClient& smc, const platform::RecordedMachine& 
   SMCConnection connection(smc);
   Reading reading;
   for (const platform::RecordedSMCKey& key : *machine.smcKeys) {
-    const auto reply = connection.call(5, key.key, static_cast<std::uint32_t>(key.bytes.size()));
+    const auto info = connection.call(9, key.key);
+    const auto reply = connection.call(5, key.key, info.dataSize);
     if (reply.status == 0 && reply.result == 0 && key.key != SMCPackedKey("#KEY")) {
-      ++(isRight(key, reply) ? reading.right : reading.wrong);
+      ++(isRight(key, info, reply) ? reading.right : reading.wrong);
     }
   }
   return reading;
@@ -134,7 +136,7 @@ void expectBothRight(uid_t first, int firstLeast, uid_t second, int secondLeast)
 }
 
 // Of the 493 keys of the recorded Mac; anybody has 43 temperatures, the number of fans, and name
-// and four speeds of each of two fans.
+// and four speeds of each of two fans. The recorded SMC has no mode keys.
 constexpr int kKeysOfRoot = 400;
 constexpr int kKeysOfAnybody = 43 + 1 + 2 * 5;
 

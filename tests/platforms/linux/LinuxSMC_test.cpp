@@ -14,6 +14,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "tests/support/ChildWork.h"
 #include "tests/support/FileCalls.h"
 #include "tests/support/SMCConnection.h"
 #include "tests/support/SmallMac.h"
@@ -47,6 +48,14 @@ class ScriptedFiles : public AppleSMCFiles {
     chosen_ = index;
     return true;
   }
+  platform::KernelStatus openForWriting(const std::string& name) override {
+    opened.push_back(name);
+    return refusal;
+  }
+  platform::KernelStatus write(const std::string& name, const std::string& content) override {
+    written.emplace_back(name, content);
+    return refusal;
+  }
   void lock() override { isLocked = true; }
   void unlock() override { isLocked = false; }
   std::optional<std::string> read(const std::string& name) override {
@@ -77,7 +86,10 @@ class ScriptedFiles : public AppleSMCFiles {
   }
 
   std::map<std::string, std::string> own;  // files of temperatures and fans
-  int disturbances = 0;                    // how often another program chooses a key in between
+  std::vector<std::string> opened;         // for writing
+  std::vector<std::pair<std::string, std::string>> written;
+  platform::KernelStatus refusal = 0;
+  int disturbances = 0;  // how often another program chooses a key in between
   int choices = 0;
   bool isLocked = false;
 
@@ -119,7 +131,7 @@ TEST(LinuxSMC, AKeyThatCannotBeReadAnswersResult133) {
   EXPECT_EQ(connection.call(5, SMCPackedKey("BNCM"), 1).result, 133);
 }
 
-TEST(LinuxSMC, WritesAreNotPermitted) {
+TEST(LinuxSMC, WritesOfOtherKeysThanFansAreNotPermitted) {
   LinuxSMC smc(std::make_unique<ScriptedFiles>(kKeys));
   SMCConnection connection(smc);
   EXPECT_EQ(connection.call(6, SMCPackedKey("TC0P"), 2).status, kIOReturnNotPermitted);
@@ -171,7 +183,7 @@ TEST(LinuxSMC, AnyUserReadsTemperaturesAndFansFromTheirOwnFiles) {
   EXPECT_EQ(read("FNum", 1), (std::vector{1}));
   EXPECT_EQ(read("F0Ac", 2), (std::vector{0x1f, 0x40}));
   EXPECT_EQ(read("F0Mx", 2), (std::vector{0x5d, 0xc0}));
-  EXPECT_EQ(read("F0Tg", 2), (std::vector{0x1f, 0x44}));
+  EXPECT_EQ(read("F0Tg", 4), (std::vector{0x00, 0x20, 0xfa, 0x44}));
   EXPECT_EQ(read("F0ID", 16), (std::vector<int>{0, 0, 0, 0, 'L', 'e', 'f', 't', ' ', 's', 'i', 'd',
                                                 'e', ' ', ' ', 0}));
   EXPECT_EQ(read("TC0P", 2), (std::vector{0x2a, 0x40}));
@@ -181,6 +193,139 @@ TEST(LinuxSMC, AnyUserReadsTemperaturesAndFansFromTheirOwnFiles) {
   EXPECT_EQ(connection.call(5, SMCPackedKey("F0Sf")).result, 133);  // there is no such file
   EXPECT_EQ(connection.call(5, SMCPackedKey("VC0C")).result, 132);
   EXPECT_EQ(files.choices, 0);
+}
+
+// Writes the bytes with the key's own size.
+SMCConnection::Reply write(SMCConnection& connection, const char* key,
+                           const std::vector<int>& bytes) {
+  std::vector<std::byte> payload;
+  for (const int byte : bytes) {
+    payload.push_back(static_cast<std::byte>(byte));
+  }
+  return connection.call(6, SMCPackedKey(key), static_cast<std::uint32_t>(bytes.size()), 0,
+                         payload);
+}
+
+class LinuxSMCWrites : public ::testing::Test {
+ protected:
+  explicit LinuxSMCWrites(bool isRoot = false) {
+    auto owned = filesWithSensors(isRoot);
+    files = owned.get();
+    files->own["fan1_manual"] = "1\n";
+    files->own["fan2_input"] = "1999\n";
+    smc = std::make_unique<LinuxSMC>(std::move(owned));
+    ::testing::internal::CaptureStderr();
+    connection.emplace(*smc);
+    ::testing::internal::GetCapturedStderr();
+  }
+
+  using Written = std::vector<std::pair<std::string, std::string>>;
+  ScriptedFiles* files;
+  std::unique_ptr<LinuxSMC> smc;
+  std::optional<SMCConnection> connection;
+};
+
+TEST_F(LinuxSMCWrites, AFansKeysAreNumbersInTheFilesOfTheNextFan) {
+  struct Row {
+    const char* key;
+    std::vector<int> bytes;
+    const char* file;
+    const char* content;
+  };
+  const Row rows[] = {
+      {"F0Md", {1}, "fan1_manual", "1\n"},
+      {"F0Md", {0}, "fan1_manual", "0\n"},
+      {"F0Tg", {0x00, 0x00, 0xfa, 0x44}, "fan1_output", "2000\n"},
+      {"F1Tg", {0x00, 0x08, 0xfa, 0x44}, "fan2_output", "2000\n"},  // 2000.25
+      {"F0Mn", {0x1f, 0x43}, "fan1_min", "2001\n"},                 // 2000.75
+      {"F0Mn", {0x00, 0x00}, "fan1_min", "0\n"},
+      {"F0Mn", {0xff, 0xfc}, "fan1_min", "16383\n"},
+  };
+  for (const Row& row : rows) {
+    files->written.clear();
+    const auto reply = write(*connection, row.key, row.bytes);
+    EXPECT_EQ(reply.status, 0U) << row.key;
+    EXPECT_EQ(reply.result, 0) << row.key;
+    EXPECT_EQ(files->written, (Written{{row.file, row.content}}));
+  }
+}
+
+TEST_F(LinuxSMCWrites, WhatTheDriverCannotHoldIsNotWritten) {
+  const std::pair<const char*, std::vector<int>> rows[] = {
+      {"F0Tg", {0x00, 0x00, 0xc0, 0x7f}},  // not a number
+      {"F0Tg", {0x00, 0x00, 0x80, 0x7f}},  // infinity
+      {"F0Tg", {0x00, 0x00, 0x80, 0xbf}},  // -1
+      {"F0Tg", {0x00, 0x00, 0x80, 0x46}},  // 16384
+      {"F0Mn", {0xff, 0xfe}},              // 16383.5 is more than 14 bits
+  };
+  for (const auto& [key, bytes] : rows) {
+    EXPECT_EQ(write(*connection, key, bytes).status, platform::kIOReturnBadArgument)
+        << ::testing::PrintToString(bytes);
+  }
+  EXPECT_TRUE(files->written.empty());
+}
+
+TEST_F(LinuxSMCWrites, AWriteOfAnotherSizeHasResult135) {
+  for (const auto& [key, bytes] : std::vector<std::pair<const char*, std::vector<int>>>{
+           {"F0Md", {0, 1}}, {"F0Tg", {0x1f, 0x40}}, {"F0Mn", {0}}, {"F0Mn", {0, 0, 0x80, 0x3f}}}) {
+    EXPECT_EQ(write(*connection, key, bytes).result, 135) << key;
+  }
+  EXPECT_TRUE(files->written.empty());
+}
+
+TEST_F(LinuxSMCWrites, OnlyModeTargetAndMinimumOfAFanThatExistsCanBeWritten) {
+  for (const char* key : {"F0Ac", "F0Mx", "F0Sf", "F0ID", "FNum", "TC0P", "#KEY", "F1Md", "F2Mn",
+                          "FAMn", "F/Mn", "F:Mn", "G0Mn", "VC0C"}) {
+    for (const std::size_t size : {1, 2, 4}) {
+      EXPECT_EQ(write(*connection, key, std::vector<int>(size)).status, kIOReturnNotPermitted)
+          << key;
+    }
+  }
+  EXPECT_TRUE(files->written.empty());
+}
+
+TEST_F(LinuxSMCWrites, ARefusalOfTheDriverIsTheStatusOfTheCall) {
+  for (const auto status : {platform::kIOReturnIOError, kIOReturnNotPermitted}) {
+    files->refusal = status;
+    EXPECT_EQ(write(*connection, "F0Md", {1}).status, status);
+  }
+}
+
+TEST_F(LinuxSMCWrites, TheModeIsRead) {
+  EXPECT_EQ(payloadBytes(connection->call(5, SMCPackedKey("F0Md")), 1), std::vector{1});
+  EXPECT_EQ(connection->call(9, SMCPackedKey("F0Md")).dataType, SMCPackedKey("ui8 "));
+  EXPECT_EQ(connection->call(9, SMCPackedKey("F0Md")).dataSize, 1U);
+  EXPECT_EQ(connection->call(9, SMCPackedKey("F1Md")).result, 132);  // it has no such file
+  files->own["fan1_manual"] = "256\n";
+  EXPECT_EQ(connection->call(5, SMCPackedKey("F0Md")).result, 133);
+}
+
+class LinuxSMCWritesOfRoot : public LinuxSMCWrites {
+ protected:
+  LinuxSMCWritesOfRoot() : LinuxSMCWrites(true) {}
+};
+
+TEST_F(LinuxSMCWritesOfRoot, AModeThatTheSMCHasNoKeyForHasANameAndNoIndex) {
+  EXPECT_EQ(payloadBytes(connection->call(5, SMCPackedKey("F0Md")), 1), std::vector{1});
+  EXPECT_EQ(write(*connection, "F0Md", {0}).status, 0U);
+  EXPECT_EQ(files->written, (Written{{"fan1_manual", "0\n"}}));
+  EXPECT_EQ(connection->call(8, 0, 0, 3).result, 132);
+}
+
+TEST(LinuxSMC, AWriteTakesTheTypeThatTheSMCSays) {
+  auto owned = std::make_unique<ScriptedFiles>(
+      std::vector<DriverKey>{{"F0Tg", "fpe2", std::string("\0\0", 2)},
+                             {"F0Mn", "flt ", std::string("\0\0\0\0", 4)},
+                             {"F0Md", "ch8*", std::string("\0", 1)}});
+  ScriptedFiles& files = *owned;
+  files.own = {{"fan1_input", "2000\n"}, {"fan1_manual", "0\n"}};
+  LinuxSMC smc(std::move(owned));
+  SMCConnection connection(smc);
+  EXPECT_EQ(write(connection, "F0Tg", {0x1f, 0x40}).status, 0U);
+  EXPECT_EQ(write(connection, "F0Mn", {0x00, 0x00, 0xfa, 0x44}).status, 0U);
+  EXPECT_EQ(write(connection, "F0Md", {1}).status, platform::kIOReturnBadArgument);
+  EXPECT_EQ(files.written, (std::vector<std::pair<std::string, std::string>>{
+                               {"fan1_output", "2000\n"}, {"fan1_min", "2000\n"}}));
 }
 
 TEST(LinuxSMC, AValueThatItsTypeCannotHoldIsUnreadable) {
@@ -315,6 +460,45 @@ TEST(AppleSMCFiles, AChosenIndexIsWrittenAndAFileThatIsGoneIsNotRead) {
   EXPECT_EQ(files.read("temp1_input"), std::nullopt);
   folder.write("temp1_input", "1000\n");
   EXPECT_EQ(files.read("temp1_input"), "1000\n");
+}
+
+TEST(AppleSMCFiles, AFileIsWrittenInOneCallAndStaysOpen) {
+  const TemporaryFolder folder;
+  folder.write("fan1_min", "");
+  AppleSMCFiles files(folder.path());
+  EXPECT_EQ(files.openForWriting("fan1_min"), 0U);
+  std::filesystem::rename(folder.path("fan1_min"), folder.path("moved"));
+  EXPECT_EQ(files.write("fan1_min", "2000\n"), 0U);
+  EXPECT_EQ(folder.read("moved"), "2000\n");
+}
+
+TEST(AppleSMCFiles, ARefusedWriteHasItsReasonAsStatus) {
+  const TemporaryFolder folder;
+  std::filesystem::create_symlink("/dev/full", folder.path("full"));
+  std::filesystem::create_directory(folder.path("folder"));
+  AppleSMCFiles files(folder.path());
+  EXPECT_EQ(files.openForWriting("fan1_min"), platform::kIOReturnNoDevice);
+  EXPECT_EQ(files.write("fan1_min", "1\n"), platform::kIOReturnNoDevice);
+  EXPECT_EQ(files.write("full", "1\n"), platform::kIOReturnError);
+  EXPECT_EQ(files.write("folder", "1\n"), platform::kIOReturnError);
+}
+
+TEST(AppleSMCFiles, AFileThatOnlyRootMayWriteIsNotPermittedToOthers) {
+  const TemporaryFolder folder;
+  folder.write("fan1_min", "");
+  std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
+  std::filesystem::permissions(folder.path("fan1_min"), std::filesystem::perms(0444));
+  ChildWork nobody([&] {
+    if (geteuid() == 0 && setuid(65534) != 0) {
+      return 2;
+    }
+    AppleSMCFiles files(folder.path());
+    return files.openForWriting("fan1_min") == kIOReturnNotPermitted &&
+                   files.write("fan1_min", "1\n") == kIOReturnNotPermitted
+               ? 0
+               : 1;
+  });
+  EXPECT_EQ(nobody.wait(), 0);
 }
 
 TEST(AppleSMCFiles, OneProgramAtATimeHoldsTheLock) {
