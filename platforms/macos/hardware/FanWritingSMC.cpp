@@ -1,0 +1,11 @@
+#include "platforms/shared/FanWritingSMC.h"
+
+#include "platforms/macos/hardware/MacSMC.h"
+
+namespace kelvora::platform {
+
+std::unique_ptr<SMCUserClient> fanWritingSMC(const std::string&, bool) {
+  return std::make_unique<MacSMC>();
+}
+
+}  // namespace kelvora::platform

@@ -1,0 +1,88 @@
+#include "tools/smc/KnownState.h"
+
+#include <csignal>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include "tools/smc/System.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+// What a terminal sends to a whole group of processes does not stop the tool in the middle of a
+// write, a reader of its messages that is gone does not end it, and neither does a limit that was
+// lowered. SIGTERM and SIGKILL end it.
+constexpr int kIgnored[] = {SIGINT, SIGQUIT, SIGHUP, SIGTSTP, SIGTTIN, SIGTTOU, SIGPIPE, SIGXFSZ};
+
+struct Limit {
+  int resource;
+  rlim_t amount;
+};
+
+// No picture of the memory is written; the others are more than the tool uses.
+constexpr Limit kLimits[] = {{RLIMIT_CORE, 0},
+                             {RLIMIT_NOFILE, 256},
+                             {RLIMIT_FSIZE, RLIM_INFINITY},
+                             {RLIMIT_CPU, RLIM_INFINITY}};
+
+void clearEnvironment() {
+  static char* none[] = {nullptr};
+  environment() = none;
+}
+
+void setSignals() {
+  for (int number = 1; number < NSIG; ++number) {
+    std::signal(number, SIG_DFL);  // those that cannot be set have it already
+  }
+  for (const int number : kIgnored) {
+    std::signal(number, SIG_IGN);
+  }
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+void stopTimers() {
+  const itimerval never{};
+  setitimer(ITIMER_REAL, &never, nullptr);
+  setitimer(ITIMER_VIRTUAL, &never, nullptr);
+  setitimer(ITIMER_PROF, &never, nullptr);
+}
+
+// Without rights a limit cannot be raised above its ceiling: then up to it.
+void setLimits() {
+  for (const auto& [resource, amount] : kLimits) {
+    rlimit limit{amount, amount};
+    if (setrlimit(resource, &limit) != 0 && getrlimit(resource, &limit) == 0) {
+      limit.rlim_cur = limit.rlim_max;
+      setrlimit(resource, &limit);
+    }
+  }
+}
+
+// The system gives the lowest number that is free.
+bool openStandardDescriptors() {
+  int descriptor = -1;
+  do {
+    descriptor = open("/dev/null", O_RDWR);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  return descriptor >= 0;
+}
+
+}  // namespace
+
+bool enterKnownState() {
+  clearEnvironment();
+  setSignals();
+  stopTimers();
+  setLimits();
+  umask(077);
+  return openStandardDescriptors() && closeDescriptorsFrom(STDERR_FILENO + 1) && chdir("/") == 0;
+}
+
+}  // namespace kelvora::tool

@@ -1,0 +1,62 @@
+// Kelvora SMC: writes one key of a fan, with the rights of root for whoever may start it.
+//
+//   Kelvora SMC -k KEY -w HEX
+//
+// docs/privileged-tool.md says what it defends against, and what each check is for.
+#include <cerrno>
+#include <new>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include <unistd.h>
+
+#include "platforms/shared/FanWritingSMC.h"
+#include "tools/smc/Failure.h"
+#include "tools/smc/FanWriteRequest.h"
+#include "tools/smc/FanWriter.h"
+#include "tools/smc/KnownState.h"
+#include "tools/smc/Rights.h"
+#include "tools/smc/System.h"
+
+namespace {
+
+using kelvora::tool::ExitStatus;
+using kelvora::tool::Failure;
+
+// One line on standard error; a reader that is gone misses it.
+int report(ExitStatus status, std::string_view text) {
+  const std::string line = "Kelvora SMC: " + std::string(text) + "\n";
+  while (write(STDERR_FILENO, line.data(), line.size()) < 0 && errno == EINTR) {
+  }
+  return static_cast<int>(status);
+}
+
+// The order matters: what the arguments are is known before rights are used, and rights are gone
+// before a value is looked at.
+void run(std::span<const char* const> arguments) {
+  const auto request = kelvora::tool::parsedRequest(arguments);
+  const auto smc = kelvora::platform::fanWritingSMC(request.key, kelvora::tool::hasRaisedRights());
+  kelvora::tool::FanWriter writer(*smc);
+  writer.open(request.key);
+  if (!kelvora::tool::dropRights()) {
+    throw Failure(ExitStatus::kRightsKept, request.key + ": the rights cannot be dropped");
+  }
+  writer.write(request);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (!kelvora::tool::enterKnownState()) {
+    return report(ExitStatus::kUnknownState, "the process cannot be brought into a known state");
+  }
+  try {
+    run(std::span(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
+    return static_cast<int>(ExitStatus::kWritten);
+  } catch (const Failure& failure) {
+    return report(failure.status(), failure.what());
+  } catch (const std::bad_alloc&) {
+    return report(ExitStatus::kOutOfMemory, "out of memory");
+  }
+}
