@@ -9,4 +9,8 @@ namespace kelvora::platform {
 /// (set-user-id, say), whose environment comes from someone with lower rights. Any thread.
 std::optional<std::string> trustedEnvironmentText(const char* name);
 
+/// Whether this program has rights that the user who started it does not have (set-user-id, say),
+/// also after it has dropped them. Any thread.
+bool hasRaisedRights();
+
 }  // namespace kelvora::platform

@@ -7,8 +7,10 @@
 namespace kelvora::platform {
 
 std::optional<std::string> trustedEnvironmentText(const char* name) {
-  const char* text = issetugid() != 0 ? nullptr : std::getenv(name);
+  const char* text = hasRaisedRights() ? nullptr : std::getenv(name);
   return text == nullptr ? std::nullopt : std::optional<std::string>(text);
 }
+
+bool hasRaisedRights() { return issetugid() != 0; }
 
 }  // namespace kelvora::platform
