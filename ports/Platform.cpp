@@ -50,13 +50,6 @@ const char* architectureName(Architecture architecture) {
   return architecture == Architecture::kAppleSilicon ? "arm64" : "x86_64";
 }
 
-MachineFileError::MachineFileError(const std::string& file, const std::string& place,
-                                   const std::string& fault)
-    : std::runtime_error(file + ": " + (place.empty() ? "" : place + ": ") + fault),
-      file_(file),
-      place_(place),
-      fault_(fault) {}
-
 Platform::Platform(PlatformIdentity identity, platform::Ports ports)
     : identity_(std::move(identity)), ports_(std::make_unique<platform::Ports>(std::move(ports))) {}
 

@@ -6,6 +6,7 @@
 #include "KelvoraCore/KVApplicationGroup.h"
 
 #include "ports/Ports.h"
+#include "ports/ProgramNames.h"
 
 namespace kelvora {
 
@@ -13,19 +14,18 @@ namespace {
 
 using Path = std::optional<std::string>;
 
-constexpr std::string_view kSMCTool = "/Kelvora SMC";
-constexpr std::string_view kMenuApp = "/Kelvora Menu.app";
-constexpr std::string_view kHelperApp = "/Kelvora Helper.app";
+constexpr std::string_view kMenuApp = "Kelvora Menu.app";
+constexpr std::string_view kHelperApp = "Kelvora Helper.app";
 
 Path besideExecutable(Platform& platform, std::string_view program) {
   const std::filesystem::path executable(platform.mainBundle().executablePath());
-  return executable.parent_path().string().append(program);
+  return executable.parent_path().string().append("/").append(program);
 }
 
 Path inSupportFolder(Platform& platform, std::string_view program) {
   Path path = KVUtils::applicationSupportPath(platform);
   if (path) {
-    path->append(program);
+    path->append("/").append(program);
   }
   return path;
 }
@@ -56,9 +56,9 @@ Path KVUtils::groupContainerPath(Platform& platform) {
   return path && platform.files().createFolder(*path) ? path : std::nullopt;
 }
 
-Path KVUtils::smcExeSrcPath(Platform& platform) { return besideExecutable(platform, kSMCTool); }
+Path KVUtils::smcExeSrcPath(Platform& platform) { return besideExecutable(platform, kSMCToolName); }
 
-Path KVUtils::smcExePath(Platform& platform) { return inSupportFolder(platform, kSMCTool); }
+Path KVUtils::smcExePath(Platform& platform) { return inSupportFolder(platform, kSMCToolName); }
 
 Path KVUtils::menuAppSrcPath(Platform& platform) { return besideExecutable(platform, kMenuApp); }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -53,6 +54,23 @@ struct KELVORA_EXPORT RecordedMac {
   Architecture architecture = Architecture::kIntel;
 };
 
+/// A write that the SMC of a recorded Mac took.
+struct KELVORA_EXPORT RecordedWrite {
+  std::string key;    ///< e.g. "F0Tg"; bytes that are not ASCII as the characters U+0080 to U+00FF
+  std::string bytes;  ///< hexadecimal, as many as the key holds, e.g. "0000fa44"
+  friend bool operator==(const RecordedWrite&, const RecordedWrite&) = default;
+};
+
+/// The recorded Mac that the account has chosen for all its programs.
+struct KELVORA_EXPORT ChosenMac {
+  std::string file;  ///< that holds the choice, e.g. "/home/anna/.local/share/Kelvora/Machine.json"
+  std::string name;  ///< what was chosen: "iMac19,1", or the path of a machine file; UTF-8
+  std::string title;  ///< e.g. "iMac 27-inch 2019"; UTF-8
+  std::string notes;  ///< as of RecordedMac
+  Architecture architecture = Architecture::kIntel;
+  std::vector<RecordedWrite> writes;  ///< oldest first; of old ones only the last of each key
+};
+
 /// A machine file that cannot be used, or a machine that does not exist. `what()` is one line: the
 /// file, the place in it and the fault, e.g. "mac.json: /smc/keys/3/bytes: 'zz' is not
 /// hexadecimal".
@@ -80,7 +98,9 @@ class KELVORA_EXPORT MachineFileError : public std::runtime_error {
 /// operation says otherwise.
 ///
 /// The process has one current platform: the one that was installed before the first use, else the
-/// recorded Mac that the environment variable KELVORA_MACHINE names, else this computer.
+/// recorded Mac that the environment variable KELVORA_MACHINE names, else this computer if it has
+/// an SMC or HID temperature sensors, else the recorded Mac that the account has chosen, else this
+/// computer.
 ///
 /// A recorded Mac has recorded hardware and system facts. Its files, settings, notices, resources
 /// and main queue are those of this computer.
@@ -114,9 +134,36 @@ class KELVORA_EXPORT Platform {
   /// say), which ignores it. Throws MachineFileError; its text starts with "KELVORA_MACHINE: ".
   static std::unique_ptr<Platform> fromEnvironment();
 
-  /// The process's platform, created on first use and never destroyed. When `fromEnvironment`
-  /// throws, its text is logged, and the platform is a recorded Mac without any hardware, whose
-  /// title is that text; never this computer.
+  // The account's choice: a recorded Mac that all programs of the account share. It is a copy of
+  // the machine in a file of the support folder, together with what was written to its SMC: what
+  // one program writes is read by the others at once. A program with raised rights has none. The
+  // operations throw MachineFileError, whose file is that of the choice unless `choose` was given a
+  // bad machine, and log nothing. Any thread, any number of processes.
+
+  /// The chosen recorded Mac; null when none is chosen. `host` is used as by `recorded`, also when
+  /// the result is null. Throws when the choice is damaged, unreadable, a symbolic link, or not the
+  /// account's own.
+  ///
+  /// The product's own programs, the privileged tool and the guardian, are really started by this
+  /// platform. Its SMC looks for changes of the file in each call, and fails with kIOReturnNoDevice
+  /// (0xe00002c0) when another machine is chosen, or none.
+  static std::unique_ptr<Platform> chosen(std::unique_ptr<Platform> host = nullptr);
+  /// What is chosen; none when nothing is. Throws like `chosen`. Changes nothing.
+  static std::optional<ChosenMac> choice();
+  /// Chooses the recorded Mac that `machine` names, as `recorded` takes it, in the state in which
+  /// it was recorded; replaces a choice that was there, usable or not. Throws when there is no such
+  /// machine, and when the choice cannot be stored; then the earlier choice stays.
+  static void choose(std::string_view machine);
+  /// Removes the choice, usable or not; nothing happens without one. Waits for a program that
+  /// writes to it, but not for ever. Throws when the file cannot be removed.
+  static void chooseNone();
+  /// Where the choice is kept, even if there is none; none without a support folder. Creates
+  /// nothing.
+  static std::optional<std::string> choiceFile();
+
+  /// The process's platform, created on first use and never destroyed. When `fromEnvironment` or
+  /// `chosen` throws, its text is logged, and the platform is a recorded Mac without any hardware,
+  /// whose title is that text; never this computer.
   static Platform& current();
   /// Makes `platform` the current one. Throws std::logic_error once a platform is current.
   static void install(std::unique_ptr<Platform> platform);
@@ -161,6 +208,7 @@ class KELVORA_EXPORT Platform {
 
  private:
   static std::unique_ptr<Platform> initial();
+  static std::unique_ptr<Platform> liveOrChosen();
 
   PlatformIdentity identity_;
   std::unique_ptr<platform::Ports> ports_;

@@ -29,6 +29,8 @@ struct RecordedSMCKey {
   std::vector<std::byte> bytes;  ///< 0 to 32, as the SMC delivers them
   std::uint8_t result = 0;       ///< SMC result byte of a read
   std::uint32_t status = 0;      ///< IOKit status of a read
+
+  friend bool operator==(const RecordedSMCKey&, const RecordedSMCKey&) = default;
 };
 
 struct RecordedHIDService {

@@ -1,61 +1,19 @@
 #include "platforms/recorded/file/MachineFile.h"
 
-#include <algorithm>
 #include <system_error>
 
 #include <nlohmann/json.hpp>
 
 #include "base/InputFile.h"
-#include "base/JSONNesting.h"
-#include "platforms/recorded/file/JSONPlace.h"
+#include "platforms/recorded/file/JSONFile.h"
 #include "platforms/recorded/file/MachineFileParts.h"
 
 namespace kelvora::platform {
 
 namespace {
 
-constexpr int kNewestVersion = 1;
-// Far above any recording; keeps hostile files from exhausting memory or the stack.
+// Far above any recording; keeps hostile files from exhausting memory.
 constexpr std::size_t kLargestFileBytes = std::size_t{64} << 20;
-constexpr std::size_t kDeepestNesting = 128;
-
-std::string lineAndColumn(std::string_view json, std::size_t byte) {
-  const std::string_view before = json.substr(0, byte == 0 ? 0 : byte - 1);
-  const auto line = std::count(before.begin(), before.end(), '\n') + 1;
-  const std::size_t lineStart =
-      before.rfind('\n') == std::string_view::npos ? 0 : before.rfind('\n') + 1;
-  return "line " + std::to_string(line) + ", column " +
-         std::to_string(before.size() - lineStart + 1);
-}
-
-nlohmann::json parsedJSON(std::string_view json, const std::string& name) {
-  if (deepestNesting(json) > kDeepestNesting) {
-    throw MachineFileError(name, "/",
-                           "is nested deeper than " + std::to_string(kDeepestNesting) + " levels");
-  }
-  try {
-    return nlohmann::json::parse(json);
-  } catch (const nlohmann::json::parse_error& error) {
-    throw MachineFileError(name, lineAndColumn(json, error.byte), "is not JSON");
-  } catch (const nlohmann::json::exception&) {
-    throw MachineFileError(name, "/", "holds a number that is too large");
-  }
-}
-
-void requireFormat(const JSONPlace& root) {
-  root.requiredMember("format", [](const JSONPlace& format) {
-    if (format.text() != "kelvora-machine") {
-      format.refuse(JSONPlace::quoted(format.text()) + " is not 'kelvora-machine'");
-    }
-  });
-  root.requiredMember("version", [](const JSONPlace& version) {
-    const auto number = version.integer<std::int64_t>();
-    if (number < 1 || number > kNewestVersion) {
-      version.refuse(std::to_string(number) + " is not a version that can be read (" +
-                     std::to_string(kNewestVersion) + " can)");
-    }
-  });
-}
 
 Architecture architectureAt(const JSONPlace& place) {
   for (const auto architecture : {Architecture::kIntel, Architecture::kAppleSilicon}) {
@@ -92,10 +50,8 @@ void readSystem(const JSONPlace& root, RecordedMachine& machine) {
 
 }  // namespace
 
-RecordedMachine parseMachine(std::string_view json, const std::string& name) {
-  const nlohmann::json value = parsedJSON(json, name);
-  const JSONPlace root(name, value);
-  requireFormat(root);
+RecordedMachine machineAt(const JSONPlace& root) {
+  requireFormat(root, "kelvora-machine");
   RecordedMachine machine;
   root.requiredMember("architecture", [&](const JSONPlace& place) {
     machine.architecture = architectureAt(place);
@@ -107,7 +63,12 @@ RecordedMachine parseMachine(std::string_view json, const std::string& name) {
   return machine;
 }
 
-RecordedMachine readMachineFile(const std::string& path) {
+RecordedMachine parseMachine(std::string_view json, const std::string& name) {
+  const nlohmann::json value = parsedJSON(json, name);
+  return machineAt(JSONPlace(name, value));
+}
+
+std::string machineFileText(const std::string& path) {
   InputFile file(path);
   std::string json;
   std::vector<char> block(1 << 16);
@@ -121,7 +82,11 @@ RecordedMachine readMachineFile(const std::string& path) {
   if (file.error() != 0) {
     refuseUnreadable(path, file.error());
   }
-  return parseMachine(json, path);
+  return json;
+}
+
+RecordedMachine readMachineFile(const std::string& path) {
+  return parseMachine(machineFileText(path), path);
 }
 
 }  // namespace kelvora::platform

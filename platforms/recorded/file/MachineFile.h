@@ -11,7 +11,10 @@ namespace kelvora::platform {
 /// format, a version above 1, or a member of the wrong kind. Unknown members are ignored.
 RecordedMachine readMachineFile(const std::string& path);
 
-/// The same for a text; error messages call it `name`.
+/// The text of a machine file. Throws MachineFileError when it cannot be read or is too large.
+std::string machineFileText(const std::string& path);
+
+/// The machine of a text; error messages call it `name`.
 RecordedMachine parseMachine(std::string_view json, const std::string& name);
 
 }  // namespace kelvora::platform

@@ -9,6 +9,8 @@ namespace kelvora::platform {
 
 // One function per member of a machine file. Each throws MachineFileError on a wrong kind.
 
+/// All of a machine file.
+RecordedMachine machineAt(const JSONPlace& root);
 std::vector<RecordedSMCKey> smcKeysAt(const JSONPlace& keys);
 std::vector<RecordedHIDService> hidServicesAt(const JSONPlace& services);
 std::vector<std::pair<std::string, RecordedRegistryEntry>> registryAt(const JSONPlace& registry);
