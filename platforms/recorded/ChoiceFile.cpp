@@ -123,16 +123,9 @@ void ChoiceFile::write(const nlohmann::json& content) {
   facts_.reset();
   constexpr auto kReplaceInvalid = nlohmann::json::error_handler_t::replace;
   const std::string text = content.dump(-1, ' ', /*ensure_ascii=*/false, kReplaceInvalid) + "\n";
-  const std::string next = path_ + ".new";
-  // Opened first: nothing can fail once the new file is in its place.
-  const FileDescriptor folder(open(folderOf(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!folder.isOpen() || !writeNewFile(next, std::as_bytes(std::span(text))) ||
-      rename(next.c_str(), path_.c_str()) != 0) {
-    const int error = errno;
-    unlink(next.c_str());
-    refuse("cannot be written: " + systemText(error));
+  if (!replaceFile(path_, std::as_bytes(std::span(text)))) {
+    refuse("cannot be written: " + systemText(errno));
   }
-  fsync(folder.get());
 }
 
 void ChoiceFile::remove() const {
