@@ -12,7 +12,8 @@ class AuthorizationGrant {
  public:
   virtual ~AuthorizationGrant() = default;
   /// AuthorizationExecuteWithPrivileges: starts a tool, e.g. "/usr/sbin/chown", as root without
-  /// waiting for it. Returns whether the launch succeeded; a failure is not logged.
+  /// waiting for it; it may wait for the tool that was started before. Returns whether the launch
+  /// succeeded; a failure is not logged.
   virtual bool executeWithPrivileges(const std::string& tool,
                                      const std::vector<std::string>& arguments) = 0;
 };

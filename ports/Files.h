@@ -16,6 +16,7 @@ struct FileAttributes {
   std::string ownerAccountName;        ///< e.g. "root"; empty when the account is unknown
   std::string groupOwnerAccountName;   ///< e.g. "admin"
   std::uint32_t posixPermissions = 0;  ///< the twelve permission bits, e.g. 06555
+  bool isSymbolicLink = false;
 };
 
 /// A lock that is held until the end of the object, or of the process.

@@ -1,3 +1,7 @@
+#include <memory>
+#include <utility>
+
+#include "KelvoraCore/KVSerialQueue.h"
 #include "KelvoraCore/KVUtils.h"
 
 #include "ports/Ports.h"
@@ -8,17 +12,61 @@ namespace {
 
 constexpr std::uint32_t kGrantedMode = 06555;
 
+std::optional<platform::FileAttributes> attributesOfTool(Platform& platform) {
+  const auto path = KVUtils::smcExePath(platform);
+  return path ? platform.files().attributes(*path) : std::nullopt;
+}
+
+void copyMissingTool(const std::string& path, Platform& platform) {
+  const auto source = KVUtils::smcExeSrcPath(platform);
+  if (source && !platform.files().exists(path)) {
+    platform.files().copy(*source, path);
+  }
+}
+
+bool giveRights(const std::string& path, Platform& platform) {
+  const auto grant = platform.authorization().request("system.privilege.admin");
+  return grant && grant->executeWithPrivileges("/usr/sbin/chown", {"root:admin", path}) &&
+         grant->executeWithPrivileges("/bin/chmod", {"6555", path});
+}
+
+bool installTool(Platform& platform) {
+  const auto path = KVUtils::smcExePath(platform);
+  if (!path) {
+    return false;
+  }
+  // Through a link, both the copy and the rights would go to a file elsewhere.
+  if (const auto tool = attributesOfTool(platform); tool && tool->isSymbolicLink) {
+    return false;
+  }
+  copyMissingTool(*path, platform);
+  return KVUtils::isSMCPermissionGranted(platform) || giveRights(*path, platform);
+}
+
 }  // namespace
 
 bool KVUtils::isSMCPermissionGranted(Platform& platform) {
-  const auto tool = smcExeOwnership(platform);
-  return tool && tool->owner == "root" && tool->group == "admin" &&
-         tool->permissions == kGrantedMode;
+  const auto tool = attributesOfTool(platform);
+  return tool && !tool->isSymbolicLink && tool->ownerAccountName == "root" &&
+         tool->groupOwnerAccountName == "admin" && tool->posixPermissions == kGrantedMode;
+}
+
+void KVUtils::requestSMCPermission(PermissionCompletion completion, Platform& platform) {
+  auto queue = std::make_shared<KVSerialQueue>("Request Privilege");
+  KVSerialQueue& started = *queue;
+  // The queue ends on the main thread: it cannot wait for itself.
+  started.async([&platform, queue = std::move(queue), done = std::move(completion)]() mutable {
+    const bool isGranted = installTool(platform);
+    platform.mainQueue().async([queue = std::move(queue), done = std::move(done), isGranted] {
+      if (done) {
+        done(isGranted, std::nullopt);
+      }
+    });
+  });
 }
 
 std::optional<KVFileOwnership> KVUtils::smcExeOwnership(Platform& platform) {
-  const auto path = smcExePath(platform);
-  const auto attributes = path ? platform.files().attributes(*path) : std::nullopt;
+  const auto attributes = attributesOfTool(platform);
   if (!attributes) {
     return std::nullopt;
   }

@@ -114,8 +114,25 @@ class KELVORA_EXPORT KVUtils {
 
   /// Whether the installed privileged tool (`smcExePath`) belongs to the accounts "root" and
   /// "admin" and has exactly the mode 6555, so that whoever starts it writes to the SMC as root.
-  /// False also when it is not installed.
+  /// False also when it is not installed, and for a symbolic link.
   static bool isSMCPermissionGranted(Platform& platform = Platform::current());
+
+  /// The result of a request for the permission: whether it is granted. There is no error ever; a
+  /// refusal is `granted` alone.
+  using PermissionCompletion = std::function<void(bool granted, std::optional<std::string> error)>;
+
+  /// Installs the privileged tool and gives it its rights, on a thread of its own. Copies
+  /// `smcExeSrcPath` to `smcExePath` if nothing is installed yet; a tool that is there is never
+  /// replaced. When the permission is not granted already, asks the user to authorise as an
+  /// administrator and starts chown and chmod as root. Then calls `completion` (it may be empty)
+  /// later, on the main thread: a host that does not run its main queue hears nothing.
+  ///
+  /// `granted` says that chmod was started. To be certain, call `isSMCPermissionGranted` a moment
+  /// later. Not granted when the user refuses, when a command cannot be started, on a recorded Mac
+  /// (whose tool is copied all the same), and when a symbolic link is in place of the tool. Nothing
+  /// is logged. `platform` must live until `completion` was called.
+  static void requestSMCPermission(PermissionCompletion completion,
+                                   Platform& platform = Platform::current());
 
   /// Owner and permissions of the installed privileged tool (`smcExePath`), for a host that
   /// explains why its permission is missing; none when it is not installed or may not be examined.

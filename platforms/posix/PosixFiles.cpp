@@ -63,7 +63,8 @@ std::optional<FileAttributes> PosixFiles::attributes(const std::string& path) {
     return std::nullopt;
   }
   return FileAttributes{userName(information.st_uid), groupName(information.st_gid),
-                        static_cast<std::uint32_t>(information.st_mode & 07777)};
+                        static_cast<std::uint32_t>(information.st_mode & 07777),
+                        S_ISLNK(information.st_mode)};
 }
 
 std::optional<std::vector<std::string>> PosixFiles::list(const std::string& folder) {

@@ -10,6 +10,17 @@ namespace kelvora::platform {
 
 namespace {
 
+// Other systems have some tools in other folders, e.g. chown in /usr/sbin.
+std::string placeOf(const std::string& tool) {
+  const std::string name = tool.substr(tool.rfind('/') + 1);
+  for (const std::string& path : {tool, "/usr/bin/" + name, "/bin/" + name}) {
+    if (access(path.c_str(), X_OK) == 0) {
+      return path;
+    }
+  }
+  return "";
+}
+
 class Grant : public AuthorizationGrant {
  public:
   Grant(std::shared_ptr<ChildProcesses> children, std::string askingProgram)
@@ -17,20 +28,30 @@ class Grant : public AuthorizationGrant {
 
   bool executeWithPrivileges(const std::string& tool,
                              const std::vector<std::string>& arguments) override {
+    const std::string path = placeOf(tool);
+    if (path.empty() || !lastHasSucceeded()) {
+      return false;
+    }
     ChildRequest request;
-    request.path = tool;
+    request.path = path;
     request.arguments = arguments;
     if (!askingProgram_.empty()) {
-      request.arguments.insert(request.arguments.begin(), tool);
+      request.arguments.insert(request.arguments.begin(), path);
       request.path = askingProgram_;
     }
     // The caller does not wait for the tool, and no zombie stays of a child that is released.
-    return children_->launch(request).child != nullptr;
+    last_ = children_->launch(request).child;
+    return last_ != nullptr;
   }
 
  private:
+  // One tool after the other: a chown that comes after a chmod takes the set-user-id bit away. And
+  // none after one that the user refused.
+  bool lastHasSucceeded() const { return last_ == nullptr || last_->waitUntilExit() == 0; }
+
   std::shared_ptr<ChildProcesses> children_;
   std::string askingProgram_;
+  std::unique_ptr<ChildProcess> last_;
 };
 
 }  // namespace

@@ -9,7 +9,9 @@
 namespace kelvora::platform {
 
 /// Rights of an administrator: root has them; anyone else is asked by pkexec when a tool is
-/// started, so that only its absence refuses a request.
+/// started, so that only its absence refuses a request. The tools of one grant run one after the
+/// other: starting one waits for the one before, and fails when that one failed or was refused. A
+/// tool that is not where macOS has it is looked for in /usr/bin and /bin.
 class LinuxAuthorization : public Authorization {
  public:
   static constexpr const char* kAskingProgram = "/usr/bin/pkexec";

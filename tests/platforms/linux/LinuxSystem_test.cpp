@@ -260,6 +260,29 @@ TEST(LinuxAuthorization, AnyoneElseIsAskedByAProgram) {
   EXPECT_EQ(children->requests.front().arguments, (std::vector<std::string>{"/bin/chmod", "4755"}));
 }
 
+TEST(LinuxAuthorization, AToolOfAnotherFolderIsFoundInTheSystemsOwn) {
+  const auto children =
+      std::make_shared<ScriptedChildProcesses>([](const auto&) { return ScriptedOutcome{}; });
+  const auto grant = LinuxAuthorization(children, true, "").request("r");
+  EXPECT_TRUE(grant->executeWithPrivileges("/usr/nowhere/chown", {"root:admin", "tool"}));
+  EXPECT_EQ(children->requests.at(0).path, "/usr/bin/chown");
+}
+
+TEST(LinuxAuthorization, ToolsOfOneGrantRunOneAfterTheOtherAndNoneAfterAFailure) {
+  int exitStatus = 0;
+  const auto children = std::make_shared<ScriptedChildProcesses>([&](const auto&) {
+    return ScriptedOutcome{"", exitStatus};
+  });
+  const auto grant = LinuxAuthorization(children, false, "/bin/true").request("r");
+  EXPECT_TRUE(grant->executeWithPrivileges("/bin/chmod", {"1"}));
+  EXPECT_EQ(children->waits, 0);
+  exitStatus = 126;  // pkexec's when the user cancels
+  EXPECT_TRUE(grant->executeWithPrivileges("/bin/chmod", {"2"}));
+  EXPECT_EQ(children->waits, 1);
+  EXPECT_FALSE(grant->executeWithPrivileges("/bin/chmod", {"3"}));
+  EXPECT_EQ(children->requests.size(), 2U);
+}
+
 TEST(LinuxAuthorization, IsRefusedWhereNothingCanAsk) {
   const auto children =
       std::make_shared<ScriptedChildProcesses>([](const auto&) { return std::nullopt; });
