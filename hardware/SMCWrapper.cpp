@@ -4,13 +4,13 @@
 #include <span>
 #include <utility>
 
-#include "KelvoraCore/KVUtils.h"
 #include "KelvoraCore/PropertyListValue.h"
 #include "KelvoraCore/SMC.h"
 #include "KelvoraCore/SMCText.h"
 
 #include "base/UTF8Text.h"
 #include "hardware/FanKeys.h"
+#include "hardware/PrivilegedTool.h"
 #include "hardware/SMCConnection.h"
 #include "ports/Ports.h"
 
@@ -222,15 +222,11 @@ std::optional<std::string> SMCWrapper::rawStringValueByKey(std::string_view key)
 }
 
 bool SMCWrapper::setExternalValue(std::string_view value, std::string_view key) {
-  const std::optional<std::string> tool = KVUtils::smcExePath(platform_);
-  if (!tool || !platform_.files().exists(*tool)) {
+  const auto request = privilegedToolRequest(platform_, value, key);
+  if (!request) {
     return false;
   }
-  platform::ChildRequest request;
-  request.path = *tool;
-  request.arguments = {"-k", std::string(key), "-w", std::string(value)};
-  request.qualityOfService = platform::kQualityOfServiceUserInteractive;
-  const platform::ChildLaunch launch = platform_.childProcesses().launch(request);
+  const platform::ChildLaunch launch = platform_.childProcesses().launch(*request);
   return launch.child && launch.child->waitUntilExit() == 0;
 }
 

@@ -54,6 +54,14 @@ class GuardChannel {
   bool hasEnded_ = false;
 };
 
+/// Makes this process independent of the terminal and the standard descriptors that it was started
+/// with: a session of its own, the root as its folder, SIGHUP, SIGINT, SIGQUIT, SIGTERM and SIGTSTP
+/// ignored, and the standard descriptors /dev/null.
+void leaveTerminal();
+
+/// This process's identifier, e.g. 612.
+std::int64_t processIdentifier();
+
 /// Both ends of a new channel, which are alike.
 struct GuardChannel::Ends {
   GuardChannel first;

@@ -60,6 +60,10 @@ Path KVUtils::smcExeSrcPath(Platform& platform) { return besideExecutable(platfo
 
 Path KVUtils::smcExePath(Platform& platform) { return inSupportFolder(platform, kSMCToolName); }
 
+Path KVUtils::fanGuardianPath(Platform& platform) {
+  return besideExecutable(platform, kGuardianName);
+}
+
 Path KVUtils::menuAppSrcPath(Platform& platform) { return besideExecutable(platform, kMenuApp); }
 
 Path KVUtils::menuAppPath(Platform& platform) { return inSupportFolder(platform, kMenuApp); }

@@ -1,6 +1,7 @@
 #include "sensors/FanWrites.h"
 
 #include <bit>
+#include <cmath>
 #include <cstdio>
 #include <string_view>
 
@@ -25,24 +26,32 @@ std::string floatBytes(std::uint64_t speed) {
 }
 
 // 2000 with two fractional bits is 8000: "1f40".
-std::string fixedPoint(std::uint64_t speed) {
-  return formatted("%0.4x", static_cast<std::uint32_t>(speed * 4));
+std::string fixedPoint(std::uint64_t quarters) {
+  return formatted("%0.4x", static_cast<std::uint32_t>(quarters));
+}
+
+std::string keyOf(std::uint64_t fan, std::string_view suffix) {
+  return fanKey(static_cast<std::int64_t>(fan), suffix).value();
 }
 
 }  // namespace
 
 std::vector<FanWrite> fanWrites(FanScheme scheme, std::uint64_t speed, std::uint64_t fan,
                                 bool autoMode) {
-  const auto key = [fan](std::string_view suffix) {
-    return fanKey(static_cast<std::int64_t>(fan), suffix).value();
-  };
   if (fan >= kFanCharacters.size()) {
     return {};
   }
   if (scheme == FanScheme::kMinimum) {
-    return {{key("Mn"), fixedPoint(speed)}};
+    return {{keyOf(fan, "Mn"), fixedPoint(speed * 4)}};
   }
-  return {{key("Md"), autoMode ? "00" : "01"}, {key("Tg"), floatBytes(speed)}};
+  return {{keyOf(fan, "Md"), autoMode ? "00" : "01"}, {keyOf(fan, "Tg"), floatBytes(speed)}};
+}
+
+FanWrite handBackWrite(FanScheme scheme, double minimum, std::uint64_t fan) {
+  return scheme == FanScheme::kModeAndTarget
+             ? FanWrite{keyOf(fan, "Md"), "00"}
+             : FanWrite{keyOf(fan, "Mn"),
+                        fixedPoint(static_cast<std::uint64_t>(std::llround(minimum * 4)))};
 }
 
 }  // namespace kelvora

@@ -30,4 +30,8 @@ struct FanWrite {
 std::vector<FanWrite> fanWrites(FanScheme scheme, std::uint64_t speed, std::uint64_t fan,
                                 bool autoMode);
 
+/// The one write that gives a fan, 0 to 19, back to the system: its mode, or the minimum that it
+/// had before it was raised, e.g. 1200.25, to a quarter of a revolution. Any thread.
+FanWrite handBackWrite(FanScheme scheme, double minimum, std::uint64_t fan);
+
 }  // namespace kelvora

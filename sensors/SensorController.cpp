@@ -151,7 +151,7 @@ double SensorController::getSensorValueByKey(std::string_view key, std::uint64_t
 }
 
 bool SensorController::setSpeed(std::uint64_t speed, std::uint64_t forFan, bool autoMode) {
-  const auto scheme = isT2ChipSupport() ? FanScheme::kModeAndTarget : FanScheme::kMinimum;
+  const auto scheme = hasFanModes() ? FanScheme::kModeAndTarget : FanScheme::kMinimum;
   bool isWritten = false;
   for (const FanWrite& write : fanWrites(scheme, speed, forFan, autoMode)) {
     isWritten = smc_.setExternalValue(write.value, write.key);
@@ -159,7 +159,7 @@ bool SensorController::setSpeed(std::uint64_t speed, std::uint64_t forFan, bool 
   return isWritten;
 }
 
-bool SensorController::isT2ChipSupport() {
+bool SensorController::hasFanModes() {
   if (!isT2ChipSupport_) {
     isT2ChipSupport_ = queryT2ChipSupport(platform_);
   }

@@ -65,6 +65,10 @@ class KELVORA_EXPORT KVUtils {
   static std::optional<std::string> smcExeSrcPath(Platform& platform = Platform::current());
   static std::optional<std::string> smcExePath(Platform& platform = Platform::current());
 
+  /// The program that guards the fans of a `KVFanLease`, carried beside the running program and run
+  /// from there: ".../Kelvora Guardian".
+  static std::optional<std::string> fanGuardianPath(Platform& platform = Platform::current());
+
   /// The menu-bar application: ".../Kelvora Menu.app".
   static std::optional<std::string> menuAppSrcPath(Platform& platform = Platform::current());
   static std::optional<std::string> menuAppPath(Platform& platform = Platform::current());

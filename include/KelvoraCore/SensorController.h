@@ -56,6 +56,8 @@ class KELVORA_EXPORT SensorController : public SMCWrapperDelegate {
   SensorController(const SensorController&) = delete;
   SensorController& operator=(const SensorController&) = delete;
 
+  /// The machine that it reads.
+  Platform& platform() const { return platform_; }
   /// The readers. Owned by the controller; `hid` is null on an Intel Mac.
   SMCWrapper& smc() { return smc_; }
   HIDWrapper* hid() { return hid_.get(); }
@@ -96,6 +98,10 @@ class KELVORA_EXPORT SensorController : public SMCWrapperDelegate {
   /// retry, nothing is read back or reported, and the fan keeps its speed when the program ends.
   bool setSpeed(std::uint64_t speed, std::uint64_t forFan, bool autoMode);
 
+  /// Whether the machine's fans have a mode, by which they are taken out of the system's control
+  /// and handed back: models of 2018 and later. Asks the platform for the model on the first call.
+  bool hasFanModes();
+
   /// The English word for a type: "Temperature", "Voltage", "Current" or "Power"; none for fans and
   /// unknown types.
   std::optional<std::string> sensorTypeStringFromType(std::uint64_t type) const;
@@ -115,8 +121,6 @@ class KELVORA_EXPORT SensorController : public SMCWrapperDelegate {
   SensorController(Platform& platform, std::uint64_t family);
   SensorController(Platform& platform, std::uint64_t family,
                    std::optional<std::vector<ZDGPUInfo>> gpus);
-  bool isT2ChipSupport();
-
   Platform& platform_;
   std::uint64_t family_;
   std::optional<std::vector<ZDGPUInfo>> gpus_;

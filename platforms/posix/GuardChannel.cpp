@@ -2,6 +2,9 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -140,5 +143,23 @@ void GuardChannel::close() {
     ::close(std::exchange(descriptor_, -1));
   }
 }
+
+void leaveTerminal() {
+  setsid();
+  for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP}) {
+    std::signal(number, SIG_IGN);
+  }
+  const int nothing = ::open("/dev/null", O_RDWR);
+  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    dup2(nothing, standard);
+  }
+  if (nothing > STDERR_FILENO) {
+    ::close(nothing);
+  }
+  std::error_code ignored;
+  std::filesystem::current_path("/", ignored);
+}
+
+std::int64_t processIdentifier() { return getpid(); }
 
 }  // namespace kelvora::platform

@@ -1,0 +1,109 @@
+#include "fans/FanLeaseRules.h"
+
+#include <array>
+#include <cstddef>
+
+namespace kelvora {
+
+namespace {
+
+using S = HolderState;
+using E = HolderEvent;
+using A = HolderAction;
+
+constexpr HolderRow kHolderRules[] = {
+    // No fan is touched before a guardian watches.
+    {S::kIdle, E::kTakeAsked, S::kStarting, A::kStartGuardian},
+    {S::kStarting, E::kReady, S::kTaking, A::kTake},
+    {S::kStarting, E::kRefused, S::kEnding, A::kClose},
+    {S::kStarting, E::kGuardianSilent, S::kEnding, A::kClose},
+    {S::kStarting, E::kGuardianGone, S::kEnding, A::kClose},
+    {S::kTaking, E::kTaken, S::kHeld, A::kNothing},
+    {S::kTaking, E::kTakeFailed, S::kHandingBack, A::kHandBack},
+    {S::kHeld, E::kTakeAsked, S::kTaking, A::kTake},
+    {S::kHeld, E::kRenewalDue, S::kHeld, A::kRenew},
+    {S::kHeld, E::kReleaseAsked, S::kHandingBack, A::kHandBack},
+    // A holder without a guardian would leave the fans behind if it were killed now.
+    {S::kHeld, E::kGuardianExpired, S::kHandingBack, A::kHandBack},
+    {S::kHeld, E::kGuardianSilent, S::kHandingBack, A::kHandBack},
+    {S::kHeld, E::kGuardianGone, S::kHandingBack, A::kHandBack},
+    // The channel stays open until the fans are back, so that the guardian goes on watching.
+    {S::kHandingBack, E::kHandBackFailed, S::kHandingBack, A::kNothing},
+    {S::kHandingBack, E::kRenewalDue, S::kHandingBack, A::kHandBack},
+    {S::kHandingBack, E::kReleaseAsked, S::kHandingBack, A::kHandBack},
+    {S::kHandingBack, E::kHandedBack, S::kEnding, A::kClose},
+    // A silent guardian is left alone: it hands back as soon as it runs again.
+    {S::kEnding, E::kGuardianSilent, S::kEnded, A::kNothing},
+    {S::kEnding, E::kGuardianGone, S::kEnded, A::kNothing},
+};
+
+using GS = GuardianState;
+using GE = GuardianEvent;
+using GA = GuardianAction;
+
+constexpr GuardianRow kGuardianRules[] = {
+    {GS::kPreparing, GE::kPrepared, GS::kWatching, GA::kSayReady},
+    {GS::kPreparing, GE::kCannotPrepare, GS::kGone, GA::kRefuse},
+    {GS::kWatching, GE::kRenewed, GS::kWatching, GA::kSayAlive},
+    {GS::kWatching, GE::kTimeIsOver, GS::kExpired, GA::kHandBack},
+    // Also before the first speed was written: the tool may be on its way.
+    {GS::kWatching, GE::kChannelEnded, GS::kEnding, GA::kHandBack},
+    // A late renewal changes nothing: the holder learns that its time is over and lets the fan go.
+    {GS::kExpired, GE::kRenewed, GS::kExpired, GA::kSayExpired},
+    {GS::kExpired, GE::kHandedBack, GS::kExpired, GA::kSayExpired},
+    {GS::kExpired, GE::kHandBackFailed, GS::kExpired, GA::kSayExpired},
+    {GS::kExpired, GE::kTimeIsOver, GS::kExpired, GA::kHandBack},
+    {GS::kExpired, GE::kChannelEnded, GS::kEnding, GA::kHandBack},
+    {GS::kEnding, GE::kHandBackFailed, GS::kEnding, GA::kNothing},
+    {GS::kEnding, GE::kTimeIsOver, GS::kEnding, GA::kHandBack},
+    {GS::kEnding, GE::kHandedBack, GS::kGone, GA::kLeave},
+};
+
+template <typename Value, std::size_t count>
+const char* nameIn(const std::array<const char*, count>& names, Value value) {
+  return names.at(static_cast<std::size_t>(value));
+}
+
+}  // namespace
+
+std::span<const HolderRow> holderRules() { return kHolderRules; }
+
+std::span<const GuardianRow> guardianRules() { return kGuardianRules; }
+
+const char* nameOf(HolderState state) {
+  return nameIn<>(
+      std::to_array({"idle", "starting", "taking", "held", "handing back", "ending", "ended"}),
+      state);
+}
+
+const char* nameOf(HolderEvent event) {
+  return nameIn<>(
+      std::to_array({"take asked", "ready", "refused", "taken", "take failed", "renewal due",
+                     "release asked", "guardian expired", "guardian silent", "guardian gone",
+                     "handed back", "hand-back failed"}),
+      event);
+}
+
+const char* nameOf(HolderAction action) {
+  return nameIn<>(
+      std::to_array({"nothing", "start the guardian", "take", "renew", "hand back", "close"}),
+      action);
+}
+
+const char* nameOf(GuardianState state) {
+  return nameIn<>(std::to_array({"preparing", "watching", "expired", "ending", "gone"}), state);
+}
+
+const char* nameOf(GuardianEvent event) {
+  return nameIn<>(std::to_array({"prepared", "cannot prepare", "renewed", "time is over",
+                                 "channel ended", "handed back", "hand-back failed"}),
+                  event);
+}
+
+const char* nameOf(GuardianAction action) {
+  return nameIn<>(std::to_array({"nothing", "say ready", "refuse", "say alive", "say expired",
+                                 "hand back", "leave"}),
+                  action);
+}
+
+}  // namespace kelvora

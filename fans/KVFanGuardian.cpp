@@ -1,0 +1,183 @@
+#include "KelvoraCore/KVFanGuardian.h"
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "KelvoraCore/KVProcessLock.h"
+
+#include "fans/FanLeaseRules.h"
+#include "fans/LeaseRecord.h"
+#include "fans/ToolWrites.h"
+#include "ports/GuardChannel.h"
+
+namespace kelvora {
+
+namespace {
+
+using platform::GuardChannel;
+using std::chrono::milliseconds;
+
+constexpr int kExitWrongUsage = 64;
+constexpr milliseconds kFirstPause{10};
+constexpr milliseconds kLongestPause{1000};
+// A holder that asks for nothing has ended, or is none.
+constexpr milliseconds kWaitForRequest{60'000};
+
+std::string nameOfHolder(const LeaseReading& reading) {
+  return reading.record ? reading.record->program + " (process " +
+                              std::to_string(reading.record->processIdentifier) + ")"
+                        : "another program";
+}
+
+class Guardian {
+ public:
+  Guardian(Platform& platform, GuardChannel channel, LeaseRequest request)
+      : platform_(platform),
+        channel_(std::move(channel)),
+        request_(std::move(request)),
+        tool_(platform, request_.timeout) {}
+
+  void run() {
+    handle(prepare() ? GuardianEvent::kPrepared : GuardianEvent::kCannotPrepare);
+    while (state_ != GuardianState::kGone) {
+      handle(nextEvent());
+    }
+  }
+
+ private:
+  void handle(GuardianEvent event) {
+    const GuardianRow* const row = ruleOf(guardianRules(), state_, event);
+    if (row != nullptr) {
+      state_ = row->next;
+      perform(row->action);
+    }
+  }
+
+  void perform(GuardianAction action) {
+    switch (action) {
+      case GuardianAction::kNothing:
+        break;
+      case GuardianAction::kSayReady:
+        channel_.send("ready");
+        break;
+      case GuardianAction::kRefuse:
+        channel_.send("refused " + fault_);
+        forget();
+        break;
+      case GuardianAction::kSayAlive:
+        channel_.send("alive");
+        break;
+      case GuardianAction::kSayExpired:
+        channel_.send("expired");
+        break;
+      case GuardianAction::kHandBack:
+        handBack();
+        break;
+      case GuardianAction::kLeave:
+        forget();
+        break;
+    }
+  }
+
+  GuardianEvent nextEvent() {
+    if (handedBack_) {
+      return *std::exchange(handedBack_, std::nullopt) ? GuardianEvent::kHandedBack
+                                                       : GuardianEvent::kHandBackFailed;
+    }
+    if (state_ == GuardianState::kEnding) {
+      std::this_thread::sleep_for(nextPause());
+      return GuardianEvent::kTimeIsOver;
+    }
+    const milliseconds limit = state_ == GuardianState::kWatching ? request_.timeout : nextPause();
+    switch (std::string line; channel_.receive(line, limit)) {
+      case GuardChannel::Event::kLine:
+        return GuardianEvent::kRenewed;
+      case GuardChannel::Event::kNothing:
+        return GuardianEvent::kTimeIsOver;
+      case GuardChannel::Event::kEnd:
+        break;
+    }
+    pause_ = kFirstPause;
+    return GuardianEvent::kChannelEnded;
+  }
+
+  milliseconds nextPause() { return std::exchange(pause_, std::min(2 * pause_, kLongestPause)); }
+
+  // Every fan is tried, whatever became of the others.
+  void handBack() {
+    handedBack_ = true;
+    for (const LeasedFan& fan : request_.fans) {
+      handedBack_ = tool_.write(fan.handBack).empty() && *handedBack_;
+    }
+  }
+
+  bool prepare() {
+    return std::ranges::all_of(request_.fans,
+                               [this](const LeasedFan& fan) { return prepare(fan); });
+  }
+
+  bool prepare(const LeasedFan& fan) {
+    auto lock = std::make_unique<KVProcessLock>(leaseName(fan.fan), platform_);
+    const LeaseReading earlier = readLease(platform_, fan.fan);
+    const std::string name = "fan " + std::to_string(fan.fan) + ": ";
+    if (lock->state() == KVProcessLock::State::kHeldElsewhere) {
+      fault_ = name + "held by " + nameOfHolder(earlier);
+    } else if (!lock->fault().empty()) {
+      fault_ = name + lock->fault();
+    } else if (earlier.exists) {
+      fault_ = name + "left behind by " + nameOfHolder(earlier);
+    } else {
+      locks_.push_back(std::move(lock));
+      written_.push_back(fan.fan);
+      fault_ = writeLease(platform_, {request_.program, request_.processIdentifier,
+                                      std::chrono::system_clock::now(), fan});
+    }
+    return fault_.empty();
+  }
+
+  void forget() {
+    for (const std::uint64_t fan : written_) {
+      removeLease(platform_, fan);
+    }
+    locks_.clear();
+  }
+
+  Platform& platform_;
+  GuardChannel channel_;
+  LeaseRequest request_;
+  ToolWrites tool_;
+  GuardianState state_ = GuardianState::kPreparing;
+  milliseconds pause_ = kFirstPause;
+  std::optional<bool> handedBack_;  // what the last try came to, until it is an event
+  std::vector<std::unique_ptr<KVProcessLock>> locks_;
+  std::vector<std::uint64_t> written_;
+  std::string fault_;
+};
+
+}  // namespace
+
+int KVFanGuardian::run(Platform& platform) {
+  auto channel = GuardChannel::fromStandardInput();
+  if (!channel) {
+    return kExitWrongUsage;
+  }
+  platform::leaveTerminal();
+  std::string line;
+  if (channel->receive(line, kWaitForRequest) != GuardChannel::Event::kLine) {
+    return 0;
+  }
+  auto request = leaseRequestIn(line);
+  if (!request) {
+    channel->send("refused the guardian does not understand the holder");
+    return kExitWrongUsage;
+  }
+  Guardian(platform, *std::move(channel), *std::move(request)).run();
+  return 0;
+}
+
+}  // namespace kelvora

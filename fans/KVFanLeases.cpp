@@ -1,0 +1,86 @@
+#include "KelvoraCore/KVFanLeases.h"
+
+#include <optional>
+#include <utility>
+
+#include "KelvoraCore/KVProcessLock.h"
+
+#include "fans/LeaseRecord.h"
+#include "fans/ToolWrites.h"
+#include "hardware/FanKeys.h"
+
+namespace kelvora {
+
+namespace {
+
+constexpr std::chrono::seconds kToolLimit{5};
+
+KVLeasedFan leasedFan(std::uint64_t fan, const LeaseReading& reading, bool isLive) {
+  if (!reading.record) {
+    return {fan, "", 0, {}, isLive, reading.fault};
+  }
+  const LeaseRecord& record = *reading.record;
+  return {fan, record.program, record.processIdentifier, record.since, isLive, ""};
+}
+
+// Under the fan's lock.
+std::string handBack(Platform& platform, const LeaseReading& reading) {
+  if (!reading.record) {
+    return reading.fault;
+  }
+  std::string fault = ToolWrites(platform, kToolLimit).write(reading.record->fan.handBack);
+  if (fault.empty()) {
+    removeLease(platform, reading.record->fan.fan);
+  }
+  return fault;
+}
+
+std::optional<KVLeasedFan> handedBack(Platform& platform, std::uint64_t fan) {
+  if (!readLease(platform, fan).exists) {
+    return std::nullopt;
+  }
+  const KVProcessLock lock(leaseName(fan), platform);
+  // Its guardian may have handed it back meanwhile.
+  const LeaseReading reading = readLease(platform, fan);
+  if (lock.state() == KVProcessLock::State::kHeldElsewhere || !reading.exists) {
+    return std::nullopt;
+  }
+  KVLeasedFan result = leasedFan(fan, reading, false);
+  result.fault = lock.fault().empty() ? handBack(platform, reading) : lock.fault();
+  return result;
+}
+
+std::optional<KVLeasedFan> lookedAt(Platform& platform, std::uint64_t fan) {
+  if (!readLease(platform, fan).exists) {
+    return std::nullopt;
+  }
+  const KVProcessLock lock(leaseName(fan), platform);
+  const LeaseReading reading = readLease(platform, fan);
+  if (!reading.exists) {
+    return std::nullopt;
+  }
+  return leasedFan(fan, reading, lock.state() == KVProcessLock::State::kHeldElsewhere);
+}
+
+template <typename Look>
+std::vector<KVLeasedFan> ofEveryFan(Look look) {
+  std::vector<KVLeasedFan> fans;
+  for (std::uint64_t fan = 0; fan < kFanCharacters.size(); ++fan) {
+    if (auto leased = look(fan)) {
+      fans.push_back(*std::move(leased));
+    }
+  }
+  return fans;
+}
+
+}  // namespace
+
+std::vector<KVLeasedFan> KVFanLeases::leasedFans(Platform& platform) {
+  return ofEveryFan([&](std::uint64_t fan) { return lookedAt(platform, fan); });
+}
+
+std::vector<KVLeasedFan> KVFanLeases::handBackLeftBehind(Platform& platform) {
+  return ofEveryFan([&](std::uint64_t fan) { return handedBack(platform, fan); });
+}
+
+}  // namespace kelvora

@@ -1,0 +1,136 @@
+#include "fans/LeaseRecord.h"
+
+#include <nlohmann/json.hpp>
+
+#include "KelvoraCore/KVUtils.h"
+
+#include "base/PropertyListFile.h"
+#include "base/UTF8Text.h"
+#include "hardware/FanKeys.h"
+#include "ports/Ports.h"
+
+namespace kelvora {
+
+namespace {
+
+using Json = nlohmann::json;
+
+// A request may be a program's own text: a guardian takes no time-out that would never end.
+constexpr std::int64_t kLongestTimeout = 24 * 60 * 60 * 1000;
+
+template <typename Value>
+const Value* member(const PropertyListValue::Dictionary& values, const char* key) {
+  const auto found = values.find(key);
+  return found == values.end() ? nullptr : found->second.as<Value>();
+}
+
+bool isFan(std::int64_t fan) { return fan >= 0 && fan < kNameableFans; }
+
+LeasedFan leasedFan(const Json& json) {
+  const auto fan = json.at("fan").get<std::int64_t>();
+  if (!isFan(fan)) {
+    throw std::out_of_range("no such fan");
+  }
+  return {static_cast<std::uint64_t>(fan), {json.at("key"), json.at("value")}};
+}
+
+LeaseRequest leaseRequest(const Json& json) {
+  LeaseRequest request;
+  request.program = json.at("program");
+  request.processIdentifier = json.at("process");
+  const auto timeout = json.at("timeout").get<std::int64_t>();
+  for (const Json& fan : json.at("fans")) {
+    request.fans.push_back(leasedFan(fan));
+  }
+  if (timeout <= 0 || timeout > kLongestTimeout || request.fans.empty()) {
+    throw std::out_of_range("no such lease");
+  }
+  request.timeout = std::chrono::milliseconds(timeout);
+  return request;
+}
+
+std::optional<LeaseRecord> recordIn(const PropertyListValue& value) {
+  const auto* const values = value.as<PropertyListValue::Dictionary>();
+  if (values == nullptr) {
+    return std::nullopt;
+  }
+  const auto* const program = member<std::string>(*values, "program");
+  const auto* const process = member<std::int64_t>(*values, "process");
+  const auto* const since = member<PropertyListValue::Date>(*values, "since");
+  const auto* const fan = member<std::int64_t>(*values, "fan");
+  const auto* const key = member<std::string>(*values, "key");
+  const auto* const bytes = member<std::string>(*values, "value");
+  if (program == nullptr || process == nullptr || since == nullptr || fan == nullptr ||
+      !isFan(*fan) || key == nullptr || bytes == nullptr) {
+    return std::nullopt;
+  }
+  return LeaseRecord{
+      *program, *process, *since, {static_cast<std::uint64_t>(*fan), {*key, *bytes}}};
+}
+
+std::optional<std::string> leasePath(Platform& platform, std::uint64_t fan) {
+  const auto folder = KVUtils::groupContainerLocation(platform);
+  return folder ? std::optional(*folder + "/" + leaseName(fan) + ".plist") : std::nullopt;
+}
+
+}  // namespace
+
+std::string lineOf(const LeaseRequest& request) {
+  Json fans = Json::array();
+  for (const LeasedFan& fan : request.fans) {
+    fans.push_back({{"fan", fan.fan}, {"key", fan.handBack.key}, {"value", fan.handBack.value}});
+  }
+  return Json{{"program", validUTF8(request.program)},
+              {"process", request.processIdentifier},
+              {"timeout", request.timeout.count()},
+              {"fans", fans}}
+      .dump();
+}
+
+std::optional<LeaseRequest> leaseRequestIn(std::string_view line) {
+  try {
+    return leaseRequest(Json::parse(line));
+  } catch (const std::exception&) {  // of the parser, of a member's kind, or out of range
+    return std::nullopt;
+  }
+}
+
+std::string leaseName(std::uint64_t fan) { return "Fan" + std::to_string(fan); }
+
+LeaseReading readLease(Platform& platform, std::uint64_t fan) {
+  const auto path = leasePath(platform, fan);
+  if (!path || !platform.files().exists(*path)) {
+    return {};
+  }
+  const PropertyListReading reading = readPropertyListFile(*path);
+  LeaseReading result{true, reading.value ? recordIn(*reading.value) : std::nullopt, ""};
+  if (!result.record || result.record->fan.fan != fan) {
+    result.record.reset();
+    result.fault = *path + ": " + (reading.value ? "is not the lease of a fan" : reading.failure);
+  }
+  return result;
+}
+
+std::string writeLease(Platform& platform, const LeaseRecord& record) {
+  const auto path = leasePath(platform, record.fan.fan);
+  if (!path) {
+    return "the programs have no folder in common";
+  }
+  const PropertyListValue::Dictionary values = {
+      {"program", record.program},      {"process", record.processIdentifier},
+      {"since", record.since},          {"fan", static_cast<std::int64_t>(record.fan.fan)},
+      {"key", record.fan.handBack.key}, {"value", record.fan.handBack.value}};
+  const auto bytes = serializePropertyList(values, PropertyListFormat::kXML);
+  std::error_code error;
+  return platform.files().replace(*path, bytes, error)
+             ? ""
+             : *path + ": it cannot be written: " + error.message();
+}
+
+void removeLease(Platform& platform, std::uint64_t fan) {
+  if (const auto path = leasePath(platform, fan)) {
+    platform.files().remove(*path);
+  }
+}
+
+}  // namespace kelvora

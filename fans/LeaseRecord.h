@@ -1,0 +1,58 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KelvoraCore/PropertyListValue.h"
+
+#include "sensors/FanWrites.h"
+
+namespace kelvora {
+
+class Platform;
+
+/// A fan of a lease, and the write that gives it back to the system.
+struct LeasedFan {
+  std::uint64_t fan = 0;
+  FanWrite handBack;  ///< ("F0Md", "00"), or the minimum that was there before: ("F0Mn", "12c0")
+};
+
+/// What a holder asks of its guardian.
+struct LeaseRequest {
+  std::string program;                  ///< the holder's name, e.g. "kelvora"
+  std::int64_t processIdentifier = 0;   ///< the holder's
+  std::chrono::milliseconds timeout{};  ///< between two renewals
+  std::vector<LeasedFan> fans;
+};
+
+/// The request as one line without its end, and back; none for a line that is no request.
+std::string lineOf(const LeaseRequest& request);
+std::optional<LeaseRequest> leaseRequestIn(std::string_view line);
+
+/// A lease on the disk: of one fan, from before it was taken until after it was handed back.
+struct LeaseRecord {
+  std::string program;
+  std::int64_t processIdentifier = 0;
+  PropertyListValue::Date since;
+  LeasedFan fan;
+};
+
+/// The name under which the programs of an account lock a fan, and of its lease's file: "Fan0".
+std::string leaseName(std::uint64_t fan);
+
+/// What is on the disk of a fan's lease.
+struct LeaseReading {
+  bool exists = false;
+  std::optional<LeaseRecord> record;
+  std::string fault;  ///< of a file that cannot be read: its path and why; else empty
+};
+LeaseReading readLease(Platform& platform, std::uint64_t fan);
+/// Empty on success, else the file and why it cannot be written.
+std::string writeLease(Platform& platform, const LeaseRecord& record);
+void removeLease(Platform& platform, std::uint64_t fan);
+
+}  // namespace kelvora

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ports/ChildProcesses.h"
+#include "sensors/FanWrites.h"
+
+namespace kelvora {
+
+class Platform;
+
+/// Writes keys of fans with the privileged tool, and waits for it. One thread at a time.
+class ToolWrites {
+ public:
+  /// A tool that has not ended after `limit` counts as failed; it is left alone, and may still
+  /// write.
+  ToolWrites(Platform& platform, std::chrono::milliseconds limit)
+      : platform_(platform), limit_(limit) {}
+
+  /// Empty on success, else why the key may not be written: "F0Md: the privileged tool ended with
+  /// status 5". The tool has `standardInput` as its own, or that of this process for -1.
+  std::string write(const FanWrite& write, int standardInput = -1);
+
+  /// Whether a tool that was left alone still runs.
+  bool hasLateTools();
+
+ private:
+  std::string outcomeOf(const FanWrite& write, int standardInput);
+
+  Platform& platform_;
+  std::chrono::milliseconds limit_;
+  std::vector<std::unique_ptr<platform::ChildProcess>> late_;
+};
+
+}  // namespace kelvora

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "KelvoraCore/Export.h"
+#include "KelvoraCore/Platform.h"
+
+namespace kelvora {
+
+/// The guardian of a `KVFanLease`: a process of its own that hands the lease's fans back when the
+/// holder ends or stops, however that happens.
+class KELVORA_EXPORT KVFanGuardian {
+ public:
+  /// The whole of the program "Kelvora Guardian". Speaks with the holder over the channel that is
+  /// the process's standard input, and returns the exit status when the fans are the system's: 0,
+  /// or 64 when standard input is not such a channel. Call it from main(), first of all: it leaves
+  /// the terminal's session, ignores the signals that end programs politely, and makes the standard
+  /// descriptors /dev/null.
+  static int run(Platform& platform = Platform::current());
+};
+
+}  // namespace kelvora

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "KelvoraCore/Export.h"
+
+namespace kelvora {
+
+class SensorController;
+
+/// A fan and the speed that it is to have.
+struct KVFanSpeed {
+  std::uint64_t fan = 0;    ///< index, 0 to 19
+  std::uint64_t speed = 0;  ///< revolutions per minute, within the fan's limits, e.g. 3000
+};
+
+struct KVFanLeaseOptions {
+  /// The fans are handed back when the lease is not renewed for so long; up to a day. Also the
+  /// longest wait for the privileged tool.
+  std::chrono::milliseconds timeout{10'000};
+  /// The name by which other programs know the holder; empty: that of the running executable.
+  std::string program;
+  /// The guardian's program; empty: KVUtils::fanGuardianPath().
+  std::string guardian;
+};
+
+enum class KVFanLeaseState : std::uint8_t {
+  kIdle,           ///< no fan was taken
+  kHeld,           ///< the fans have the speeds that were asked for
+  kNotHandedBack,  ///< a fan could not be handed back yet: `fault()` says which and why
+  kEnded,          ///< the fans are the system's; `fault()` says why if nobody released them
+};
+
+/// Fans that a program takes out of the system's control, and that come back whatever becomes of
+/// the program. A guardian, a process of its own, hands them back when the holder ends, is killed,
+/// or does not renew the lease in time. It must be installed beside the program
+/// (KVUtils::fanGuardianPath), and the privileged tool must be installed (KVUtils::smcExePath).
+///
+///     KVFanLease lease(SensorController::shared());
+///     if (!lease.take({{0, 3000}})) { show(lease.fault()); }
+///     every few seconds: if (lease.renew() != KVFanLeaseState::kHeld) { show(lease.fault()); }
+///     lease.release();
+///
+/// One thread at a time. The lease has no thread of its own: a program that hangs loses its fans.
+class KELVORA_EXPORT KVFanLease {
+ public:
+  /// Takes nothing yet. The fans are those of the controller's machine; it must outlive the lease.
+  explicit KVFanLease(SensorController& controller, KVFanLeaseOptions options = {});
+  /// Releases the fans. If that fails, the guardian goes on trying.
+  ~KVFanLease();
+  KVFanLease(const KVFanLease&) = delete;
+  KVFanLease& operator=(const KVFanLease&) = delete;
+
+  /// Takes the fans and sets their speeds, after handing back what an earlier program has left
+  /// behind; blocks while the privileged tool works. On a lease that is held it changes the speeds
+  /// of fans that it has. True if every write succeeded; else the fans are handed back, and
+  /// `fault()` names the fan and the fault: "fan 0: held by Kelvora (process 612)". Speeds outside
+  /// the fan's limits are refused before anything is written. An ended lease can take again.
+  bool take(const std::vector<KVFanSpeed>& speeds);
+
+  /// Says that the program still runs; call it at least three times within the time-out. Hands the
+  /// fans back when the guardian has gone, is silent, or says that a renewal came too late; tries
+  /// again when that failed before. Does not block while the fans are held.
+  KVFanLeaseState renew();
+
+  /// Hands the fans back, and waits until the guardian has ended too, so that they can be taken
+  /// again. False if a fan could not be handed back within the time-out: call it again, or leave
+  /// it to the guardian. True if nothing is held.
+  bool release();
+
+  KVFanLeaseState state() const;
+  /// One line in English; empty while all is well.
+  const std::string& fault() const;
+
+ private:
+  class Holder;
+  std::unique_ptr<Holder> holder_;
+};
+
+}  // namespace kelvora

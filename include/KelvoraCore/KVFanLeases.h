@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "KelvoraCore/Export.h"
+#include "KelvoraCore/Platform.h"
+
+namespace kelvora {
+
+/// A fan that a program of the account has taken out of the system's control.
+struct KVLeasedFan {
+  std::uint64_t fan = 0;               ///< index, 0 to 19
+  std::string program;                 ///< the holder's name, e.g. "kelvora"; UTF-8
+  std::int64_t processIdentifier = 0;  ///< the holder's
+  std::chrono::system_clock::time_point since;
+  bool isLive = false;  ///< a guardian watches the holder, or is handing the fan back
+  std::string fault;  ///< e.g. why the fan cannot be handed back; empty if it was, or was not tried
+};
+
+/// The leases of the account, each a file in the folder that the product's programs share: whatever
+/// happens to a program, the next one sees which fans it had.
+class KELVORA_EXPORT KVFanLeases {
+ public:
+  /// The fans that are leased or were left behind, by index; changes nothing. A lease that cannot
+  /// be read has a fault that names its file. Any thread; waits for a fraction of a second for a
+  /// program that is just taking or handing back a fan.
+  static std::vector<KVLeasedFan> leasedFans(Platform& platform = Platform::current());
+
+  /// Hands the fans back that programs have left behind: holder and guardian were killed together,
+  /// or the computer lost its power. Returns what was left behind, with a fault for each fan that
+  /// is not back now, which a later call tries again. A host calls it when it starts. Leases of
+  /// programs that still run are not touched. Runs the privileged tool, for seconds if that hangs.
+  static std::vector<KVLeasedFan> handBackLeftBehind(Platform& platform = Platform::current());
+};
+
+}  // namespace kelvora

@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+
+#include "tests/fans/LeaseWorld.h"
+
+namespace kelvora::testing {
+namespace {
+
+constexpr int kFaults = 3;
+
+// --- the design as it is
+
+TEST(FanLeaseWalk, NoOrderOfEventsLeavesAFanBehind) {
+  const LeaseWalk walk(LeaseDesign(), kFaults);
+  EXPECT_GT(walk.size(), 4'000U);
+  const std::vector<World> leftBehind = walk.leftBehind();
+  EXPECT_EQ(leftBehind.size(), 0U) << walk.trace(leftBehind.front());
+}
+
+TEST(FanLeaseWalk, WhenBothAreKilledTheLeaseIsOnTheDisk) {
+  const LeaseWalk walk(LeaseDesign(), kFaults);
+  const auto isManualWithBothKilled = [](const World& world) {
+    return world.isManual && world.holderWasKilled && world.guardianWasKilled &&
+           world.tools.empty();
+  };
+  EXPECT_TRUE(walk.any(isManualWithBothKilled));
+  EXPECT_FALSE(walk.any(
+      [&](const World& world) { return isManualWithBothKilled(world) && !world.isOnDisk; }));
+}
+
+TEST(FanLeaseWalk, EveryStateIsReached) {
+  const LeaseWalk walk(LeaseDesign(), kFaults);
+  for (int state = 0; state <= static_cast<int>(HolderState::kEnded); ++state) {
+    EXPECT_TRUE(walk.any([&](const World& world) {
+      return world.holder == static_cast<HolderState>(state);
+    })) << nameOf(static_cast<HolderState>(state));
+  }
+  for (int state = 0; state <= static_cast<int>(GuardianState::kGone); ++state) {
+    EXPECT_TRUE(walk.any([&](const World& world) {
+      return world.guardian == static_cast<GuardianState>(state);
+    })) << nameOf(static_cast<GuardianState>(state));
+  }
+}
+
+// --- each rule taken out
+
+void expectLeftBehind(const LeaseDesign& design) {
+  EXPECT_GT(LeaseWalk(design, kFaults).leftBehind().size(), 0U);
+}
+
+TEST(FanLeaseWalk, WithoutWaitingForTheGuardian) {
+  expectLeftBehind(LeaseDesign()
+                       .with(HolderRow{HolderState::kIdle, HolderEvent::kTakeAsked,
+                                       HolderState::kTaking, HolderAction::kTake})
+                       .with(HolderRow{HolderState::kTaking, HolderEvent::kTaken,
+                                       HolderState::kStarting, HolderAction::kStartGuardian})
+                       .with(HolderRow{HolderState::kStarting, HolderEvent::kReady,
+                                       HolderState::kHeld, HolderAction::kNothing}));
+}
+
+TEST(FanLeaseWalk, WithAGuardianThatWaitsUntilTheFanIsTaken) {
+  constexpr auto kUnarmed = static_cast<GuardianState>(100);
+  expectLeftBehind(LeaseDesign()
+                       .with(GuardianRow{GuardianState::kPreparing, GuardianEvent::kPrepared,
+                                         kUnarmed, GuardianAction::kSayReady})
+                       .with(GuardianRow{kUnarmed, GuardianEvent::kRenewed,
+                                         GuardianState::kWatching, GuardianAction::kSayAlive})
+                       .with(GuardianRow{kUnarmed, GuardianEvent::kChannelEnded,
+                                         GuardianState::kGone, GuardianAction::kLeave}));
+}
+
+TEST(FanLeaseWalk, WithToolsThatDoNotKeepTheChannelOpen) {
+  LeaseDesign design;
+  design.toolsKeepTheChannelOpen = false;
+  expectLeftBehind(design);
+}
+
+TEST(FanLeaseWalk, WithAGuardianThatLeavesAfterATimeOut) {
+  expectLeftBehind(
+      LeaseDesign().with(GuardianRow{GuardianState::kExpired, GuardianEvent::kHandedBack,
+                                     GuardianState::kGone, GuardianAction::kLeave}));
+}
+
+TEST(FanLeaseWalk, WithAGuardianThatDoesNotRepeatItsHandBack) {
+  expectLeftBehind(
+      LeaseDesign().with(GuardianRow{GuardianState::kExpired, GuardianEvent::kTimeIsOver,
+                                     GuardianState::kExpired, GuardianAction::kNothing}));
+}
+
+TEST(FanLeaseWalk, WithAHolderThatDoesNotMissItsGuardian) {
+  expectLeftBehind(LeaseDesign().with(HolderRow{HolderState::kHeld, HolderEvent::kGuardianGone,
+                                                HolderState::kHeld, HolderAction::kNothing}));
+}
+
+TEST(FanLeaseWalk, WithAReleaseThatOnlyCloses) {
+  expectLeftBehind(LeaseDesign().with(HolderRow{HolderState::kHeld, HolderEvent::kReleaseAsked,
+                                                HolderState::kEnding, HolderAction::kClose}));
+}
+
+TEST(FanLeaseWalk, WithACloseAfterAFailedHandBack) {
+  expectLeftBehind(
+      LeaseDesign().with(HolderRow{HolderState::kHandingBack, HolderEvent::kHandBackFailed,
+                                   HolderState::kEnding, HolderAction::kClose}));
+}
+
+TEST(FanLeaseWalk, WithAFailedTakeThatIsNotHandedBack) {
+  expectLeftBehind(LeaseDesign().with(HolderRow{HolderState::kTaking, HolderEvent::kTakeFailed,
+                                                HolderState::kEnding, HolderAction::kClose}));
+}
+
+// The guardian is killed, and a take that hung sets the fan after the holder's hand-back.
+TEST(FanLeaseWalk, WithAHolderThatForgetsAToolThatHangs) {
+  LeaseDesign design;
+  design.holderWaitsForLateTools = false;
+  expectLeftBehind(design);
+}
+
+TEST(FanLeaseWalk, WithAHandBackThatHidesAFailedModeWrite) {
+  LeaseDesign design;
+  design.handBackReportsItsModeWrite = false;
+  expectLeftBehind(design);
+}
+
+}  // namespace
+}  // namespace kelvora::testing

@@ -1,0 +1,3 @@
+#include "KelvoraCore/KVFanGuardian.h"
+
+int main() { return kelvora::KVFanGuardian::run(); }
