@@ -112,7 +112,7 @@ class Guardian {
   void handBack() {
     handedBack_ = true;
     for (const LeasedFan& fan : request_.fans) {
-      handedBack_ = tool_.write(fan.handBack).empty() && *handedBack_;
+      handedBack_ = tool_.handBack(fan.handBack).empty() && *handedBack_;
     }
   }
 

@@ -13,8 +13,10 @@
 
 #include "fans/FanLeaseRules.h"
 #include "fans/LeaseRecord.h"
+#include "fans/LeftBehind.h"
 #include "fans/ToolWrites.h"
 #include "hardware/FanKeys.h"
+#include "hardware/PrivilegedTool.h"
 #include "ports/GuardChannel.h"
 #include "ports/Ports.h"
 
@@ -96,7 +98,7 @@ class KVFanLease::Holder {
     return KVFanLeaseState::kEnded;
   }
 
-  const std::string& fault() const { return fault_; }
+  const std::string& fault() const { return obstacle_.empty() ? fault_ : obstacle_; }
 
  private:
   void handle(HolderEvent event) {
@@ -140,7 +142,11 @@ class KVFanLease::Holder {
       return fail("no fan to take");
     }
     if (state_ != HolderState::kIdle && state_ != HolderState::kHeld) {
-      return fail(fault_.empty() ? "the fans are not handed back yet" : fault_);
+      return false;  // the fans are not handed back yet, and the obstacle is known
+    }
+    if (!privilegedToolRequest(platform_, "", "")) {
+      return fail("the privileged tool is not installed: " +
+                  KVUtils::smcExePath(platform_).value_or(""));
     }
     if (state_ == HolderState::kIdle && !handBackLeftBehind(speeds)) {
       return false;
@@ -193,11 +199,10 @@ class KVFanLease::Holder {
   }
 
   bool handBackLeftBehind(const std::vector<KVFanSpeed>& speeds) {
-    for (const KVLeasedFan& left : KVFanLeases::handBackLeftBehind(platform_)) {
-      const bool isWanted = std::ranges::any_of(
-          speeds, [&](const KVFanSpeed& speed) { return speed.fan == left.fan; });
-      if (isWanted && !left.fault.empty()) {
-        return fail(fanText(left.fan) + left.fault);
+    for (const KVFanSpeed& speed : speeds) {
+      const auto left = kelvora::handBackLeftBehind(platform_, speed.fan);
+      if (left && !left->fault.empty()) {
+        return fail(fanText(speed.fan) + left->fault);
       }
     }
     return true;
@@ -263,7 +268,7 @@ class KVFanLease::Holder {
   bool write() {
     for (const KVFanSpeed& wanted : wanted_) {
       for (const FanWrite& write : fanWrites(scheme(), wanted.speed, wanted.fan, false)) {
-        if (std::string fault = writeWithTool(take_, write); !fault.empty()) {
+        if (std::string fault = take_.write(write, descriptor()); !fault.empty()) {
           return fail(fanText(wanted.fan) + fault);
         }
       }
@@ -272,23 +277,19 @@ class KVFanLease::Holder {
   }
 
   // The tools have the holder's end, so that the channel ends after the last of them.
-  std::string writeWithTool(ToolWrites& tool, const FanWrite& write) const {
-    return tool.write(write, channel_ ? channel_->descriptor() : -1);
-  }
+  int descriptor() const { return channel_ ? channel_->descriptor() : -1; }
 
   // A tool that set a fan and hangs may set it after this. So a hand-back counts if it began when
   // no such tool was left.
   bool handBack() {
-    bool isBack = true;
-    if (take_.hasLateTools()) {
-      isBack = fail("not handed back: a privileged tool that sets a fan still runs");
-    }
+    obstacle_ = take_.hasLateTools() ? "a privileged tool that sets a fan still runs" : "";
     for (const LeasedFan& fan : fans_) {
-      if (std::string fault = writeWithTool(handBack_, fan.handBack); !fault.empty()) {
-        isBack = fail(fanText(fan.fan) + "not handed back: " + fault);
+      const std::string fault = handBack_.handBack(fan.handBack, descriptor());
+      if (!fault.empty()) {
+        obstacle_ = fanText(fan.fan) + "not handed back: " + fault;
       }
     }
-    return isBack;
+    return obstacle_.empty();
   }
 
   void sendRenewal() {
@@ -330,6 +331,12 @@ class KVFanLease::Holder {
     const auto guardian = std::move(guardian_);
     const bool hasEnded =
         guardian == nullptr || guardian->waitUntilExit(options_.timeout).has_value();
+    // A guardian that was killed has left the leases on the disk.
+    for (const LeasedFan& fan : fans_) {
+      if (hasEnded) {
+        kelvora::handBackLeftBehind(platform_, fan.fan);
+      }
+    }
     handle(hasEnded ? HolderEvent::kGuardianGone : HolderEvent::kGuardianSilent);
   }
 
@@ -339,7 +346,8 @@ class KVFanLease::Holder {
   ToolWrites take_;
   ToolWrites handBack_;
   HolderState state_ = HolderState::kIdle;
-  std::string fault_;
+  std::string fault_;     // why the fans were not taken, or were handed back
+  std::string obstacle_;  // why they are not handed back yet
   std::vector<KVFanSpeed> wanted_;
   std::vector<LeasedFan> fans_;
   std::map<std::uint64_t, double> least_;  // the limit of each fan as it was before the take

@@ -6,6 +6,7 @@
 #include "KelvoraCore/KVProcessLock.h"
 
 #include "fans/LeaseRecord.h"
+#include "fans/LeftBehind.h"
 #include "fans/ToolWrites.h"
 #include "hardware/FanKeys.h"
 
@@ -28,26 +29,11 @@ std::string handBack(Platform& platform, const LeaseReading& reading) {
   if (!reading.record) {
     return reading.fault;
   }
-  std::string fault = ToolWrites(platform, kToolLimit).write(reading.record->fan.handBack);
+  std::string fault = ToolWrites(platform, kToolLimit).handBack(reading.record->fan.handBack);
   if (fault.empty()) {
     removeLease(platform, reading.record->fan.fan);
   }
   return fault;
-}
-
-std::optional<KVLeasedFan> handedBack(Platform& platform, std::uint64_t fan) {
-  if (!readLease(platform, fan).exists) {
-    return std::nullopt;
-  }
-  const KVProcessLock lock(leaseName(fan), platform);
-  // Its guardian may have handed it back meanwhile.
-  const LeaseReading reading = readLease(platform, fan);
-  if (lock.state() == KVProcessLock::State::kHeldElsewhere || !reading.exists) {
-    return std::nullopt;
-  }
-  KVLeasedFan result = leasedFan(fan, reading, false);
-  result.fault = lock.fault().empty() ? handBack(platform, reading) : lock.fault();
-  return result;
 }
 
 std::optional<KVLeasedFan> lookedAt(Platform& platform, std::uint64_t fan) {
@@ -75,12 +61,27 @@ std::vector<KVLeasedFan> ofEveryFan(Look look) {
 
 }  // namespace
 
+std::optional<KVLeasedFan> handBackLeftBehind(Platform& platform, std::uint64_t fan) {
+  if (!readLease(platform, fan).exists) {
+    return std::nullopt;
+  }
+  const KVProcessLock lock(leaseName(fan), platform);
+  // Its guardian may have handed it back meanwhile.
+  const LeaseReading reading = readLease(platform, fan);
+  if (lock.state() == KVProcessLock::State::kHeldElsewhere || !reading.exists) {
+    return std::nullopt;
+  }
+  KVLeasedFan result = leasedFan(fan, reading, false);
+  result.fault = lock.fault().empty() ? handBack(platform, reading) : lock.fault();
+  return result;
+}
+
 std::vector<KVLeasedFan> KVFanLeases::leasedFans(Platform& platform) {
   return ofEveryFan([&](std::uint64_t fan) { return lookedAt(platform, fan); });
 }
 
 std::vector<KVLeasedFan> KVFanLeases::handBackLeftBehind(Platform& platform) {
-  return ofEveryFan([&](std::uint64_t fan) { return handedBack(platform, fan); });
+  return ofEveryFan([&](std::uint64_t fan) { return kelvora::handBackLeftBehind(platform, fan); });
 }
 
 }  // namespace kelvora

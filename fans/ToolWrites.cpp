@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "fans/FanReading.h"
 #include "hardware/PrivilegedTool.h"
 #include "ports/Ports.h"
 
@@ -10,6 +11,11 @@ namespace kelvora {
 std::string ToolWrites::write(const FanWrite& write, int standardInput) {
   const std::string outcome = outcomeOf(write, standardInput);
   return outcome.empty() ? "" : write.key + ": the privileged tool " + outcome;
+}
+
+std::string ToolWrites::handBack(const FanWrite& write, int standardInput) {
+  std::string fault = this->write(write, standardInput);
+  return !fault.empty() && readsAs(platform_, write) ? "" : fault;
 }
 
 std::string ToolWrites::outcomeOf(const FanWrite& write, int standardInput) {

@@ -24,6 +24,10 @@ class ToolWrites {
   /// status 5". The tool has `standardInput` as its own, or that of this process for -1.
   std::string write(const FanWrite& write, int standardInput = -1);
 
+  /// Gives a fan back to the system: `write` is its mode or its minimum. Empty on success, also
+  /// when the write failed and the fan is the system's all the same.
+  std::string handBack(const FanWrite& write, int standardInput = -1);
+
   /// Whether a tool that was left alone still runs.
   bool hasLateTools();
 

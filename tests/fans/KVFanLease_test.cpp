@@ -1,0 +1,255 @@
+#include "KelvoraCore/KVFanLease.h"
+
+#include <algorithm>
+#include <csignal>
+
+#include "tests/fans/LeaseFixture.h"
+
+namespace kelvora::testing {
+namespace {
+
+using std::chrono::milliseconds;
+using Writes = std::vector<std::string>;
+
+// 3000 as a float, least significant byte first.
+constexpr const char* kTarget = "00803b45";
+
+class KVFanLeaseTest : public LeaseFixture {};
+
+TEST_F(KVFanLeaseTest, TakesAFanAndHandsItBack) {
+  const auto lease = newLease();
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kIdle);
+  ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kHeld);
+  EXPECT_EQ(lease->fault(), "");
+  EXPECT_EQ(writes(), (Writes{"F0Md 01", std::string("F0Tg ") + kTarget}));
+  EXPECT_TRUE(isOnDisk());
+  EXPECT_TRUE(lease->release());
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kEnded);
+  EXPECT_EQ(lease->fault(), "");
+  EXPECT_EQ(valueOf("F0Md"), "00");
+  EXPECT_FALSE(isOnDisk());
+}
+
+TEST_F(KVFanLeaseTest, CanTakeAgainAtOnceAfterARelease) {
+  const auto lease = newLease();
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(lease->take({{0, 3000}, {1, 2500}})) << lease->fault();
+    ASSERT_TRUE(lease->release()) << lease->fault();
+  }
+  EXPECT_EQ(valueOf("F1Md"), "00");
+}
+
+TEST_F(KVFanLeaseTest, ChangesTheSpeedOfAFanThatItHas) {
+  const auto lease = newLease();
+  ASSERT_TRUE(lease->take({{0, 2500}})) << lease->fault();
+  ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+  EXPECT_EQ(valueOf("F0Tg"), kTarget);
+  EXPECT_FALSE(lease->take({{1, 3000}}));
+  EXPECT_EQ(lease->fault(), "fan 1: this lease does not have it");
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kHeld);
+}
+
+TEST_F(KVFanLeaseTest, WithoutModesTheMinimumThatWasThereComesBack) {
+  use(kWithMinimum);
+  const std::string before = "21c0";  // 2160
+  const auto lease = newLease();
+  ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+  EXPECT_EQ(writes(), Writes{"F0Mn 2ee0"});
+  ASSERT_TRUE(lease->release());
+  EXPECT_EQ(valueOf("F0Mn"), before);
+}
+
+TEST_F(KVFanLeaseTest, TheEndOfTheObjectReleases) {
+  ASSERT_TRUE(newLease()->take({{0, 3000}}));
+  EXPECT_EQ(valueOf("F0Md"), "00");
+  EXPECT_TRUE(soonOffTheDisk());
+}
+
+TEST_F(KVFanLeaseTest, ARenewedLeaseIsHeldLongerThanItsTimeOut) {
+  const auto lease = newLease(milliseconds(400));
+  ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+  const auto end = std::chrono::steady_clock::now() + milliseconds(1200);
+  while (std::chrono::steady_clock::now() < end) {
+    ASSERT_EQ(lease->renew(), KVFanLeaseState::kHeld) << lease->fault();
+    std::this_thread::sleep_for(milliseconds(20));
+  }
+  EXPECT_EQ(writes().size(), 2U);
+}
+
+struct Refusal {
+  const char* name;
+  std::vector<KVFanSpeed> speeds;
+  const char* fault;
+};
+
+class KVFanLeaseRefuses : public LeaseFixture, public ::testing::WithParamInterface<Refusal> {};
+
+TEST_P(KVFanLeaseRefuses, BeforeAnythingIsWritten) {
+  const auto lease = newLease();
+  EXPECT_FALSE(lease->take(GetParam().speeds));
+  EXPECT_EQ(lease->fault(), GetParam().fault);
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kIdle);
+  EXPECT_EQ(writes(), Writes{});
+  EXPECT_FALSE(isOnDisk());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Speeds, KVFanLeaseRefuses,
+    ::testing::Values(
+        Refusal{"none", {}, "no fan to take"},
+        Refusal{"noFan", {{2, 3000}}, "fan 2: the machine has no such fan"},
+        Refusal{"noFanAtAll",
+                {{UINT64_MAX, 3000}},
+                "fan 18446744073709551615: the machine has no such fan"},
+        Refusal{"twice", {{0, 3000}, {0, 3100}}, "fan 0: has two speeds"},
+        Refusal{"tooSlow", {{0, 100}}, "fan 0: 100 is not within its limits, 2160 to 5927"},
+        Refusal{"tooFast",
+                {{1, 3000}, {0, 100'000}},
+                "fan 0: 100000 is not within its limits, 2160 to 5927"}),
+    [](const auto& each) { return each.param.name; });
+
+TEST_F(KVFanLeaseTest, WithoutTheToolNothingIsTaken) {
+  std::filesystem::remove(folder.path("Kelvora/Kelvora SMC"));
+  const auto lease = newLease();
+  EXPECT_FALSE(lease->take({{0, 3000}}));
+  EXPECT_EQ(lease->fault(),
+            "the privileged tool is not installed: " + folder.path("Kelvora/Kelvora SMC"));
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kIdle);
+}
+
+TEST_F(KVFanLeaseTest, WithoutAGuardianNothingIsWritten) {
+  for (const std::string& guardian : {folder.path("missing"), std::string("/bin/true")}) {
+    KVFanLease lease(*controller, {std::chrono::seconds(30), "Test Host", guardian});
+    EXPECT_FALSE(lease.take({{0, 3000}}));
+    EXPECT_NE(lease.fault().find(guardian), std::string::npos) << lease.fault();
+    EXPECT_EQ(lease.state(), KVFanLeaseState::kEnded);
+  }
+  EXPECT_EQ(writes(), Writes{});
+}
+
+TEST_F(KVFanLeaseTest, AGuardianThatDoesNotAnswerLeavesTheFanAlone) {
+  const std::string guardian = folder.write("silent", "#!/bin/sh\nwhile read line; do :; done\n");
+  chmod(guardian.c_str(), 0755);
+  KVFanLease lease(*controller, {milliseconds(100), "Test Host", guardian});
+  EXPECT_FALSE(lease.take({{0, 3000}}));
+  EXPECT_EQ(lease.fault(), "the guardian does not answer");
+  EXPECT_EQ(writes(), Writes{});
+}
+
+TEST_F(KVFanLeaseTest, ASecondHolderIsToldWhoHasTheFan) {
+  const auto first = newLease();
+  ASSERT_TRUE(first->take({{0, 3000}})) << first->fault();
+  const auto second = newLease();
+  EXPECT_FALSE(second->take({{1, 2500}, {0, 2500}}));
+  EXPECT_EQ(second->fault(), "fan 0: held by Test Host (process " + std::to_string(getpid()) + ")");
+  EXPECT_EQ(writes().size(), 2U);
+  EXPECT_FALSE(isOnDisk(1));
+  EXPECT_EQ(first->renew(), KVFanLeaseState::kHeld);
+}
+
+// --- tools that fail
+
+TEST_F(KVFanLeaseTest, ATakeThatFailsIsHandedBack) {
+  failWrites("F0Tg", kTarget);
+  const auto lease = newLease();
+  EXPECT_FALSE(lease->take({{0, 3000}}));
+  EXPECT_EQ(lease->fault(), "fan 0: F0Tg: the privileged tool ended with status 5");
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kEnded);
+  EXPECT_EQ(valueOf("F0Md"), "00");
+  EXPECT_FALSE(isOnDisk());
+}
+
+TEST_F(KVFanLeaseTest, ATakeThatFailsAndTookEffectIsHandedBack) {
+  failAfterWrites("F0Md", "01");
+  const auto lease = newLease();
+  EXPECT_FALSE(lease->take({{0, 3000}}));
+  EXPECT_EQ(valueOf("F0Md"), "00");
+}
+
+TEST_F(KVFanLeaseTest, AHandBackIsTriedUntilItSucceeds) {
+  const auto lease = newLease(milliseconds(300));
+  ASSERT_TRUE(lease->take({{0, 3000}, {1, 3000}})) << lease->fault();
+  failWrites("F0Md", "00");
+  EXPECT_FALSE(lease->release());
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kNotHandedBack);
+  EXPECT_EQ(lease->fault(),
+            "fan 0: not handed back: F0Md: the privileged tool ended with status 5");
+  EXPECT_EQ(valueOf("F1Md"), "00");
+  EXPECT_FALSE(lease->take({{0, 3000}}));
+  EXPECT_TRUE(isOnDisk(0));
+  endOrders();
+  EXPECT_EQ(lease->renew(), KVFanLeaseState::kEnded);
+  EXPECT_EQ(lease->fault(), "");
+  EXPECT_EQ(valueOf("F0Md"), "00");
+  EXPECT_TRUE(soonOffTheDisk());
+}
+
+// As when the tool has no rights: nothing was written, and nothing is to be undone.
+TEST_F(KVFanLeaseTest, AFanThatReadsAsTheSystemsNeedsNoHandBack) {
+  use(recordedMachine(kWithModes));
+  failWrites("F0Md", "01");
+  failWrites("F0Md", "00");
+  const auto lease = newLease(milliseconds(100));
+  EXPECT_FALSE(lease->take({{0, 3000}}));
+  EXPECT_EQ(lease->fault(), "fan 0: F0Md: the privileged tool ended with status 5");
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kEnded);
+  endOrders();  // the guardian reads another machine
+}
+
+TEST_F(KVFanLeaseTest, ATakeThatHangsIsNotForgotten) {
+  hangWrites("F0Md", "01");
+  const auto lease = newLease(milliseconds(200));
+  EXPECT_FALSE(lease->take({{0, 3000}}));
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kNotHandedBack);
+  EXPECT_EQ(lease->fault(), "a privileged tool that sets a fan still runs");
+  EXPECT_EQ(lease->renew(), KVFanLeaseState::kNotHandedBack);
+  endOrders();
+  EXPECT_TRUE(soon([&] { return lease->renew() == KVFanLeaseState::kEnded; }));
+  EXPECT_EQ(writes().back(), "F0Md 00");
+  const Writes all = writes();
+  EXPECT_NE(std::ranges::find(all, "F0Md 01"), all.end());
+  EXPECT_TRUE(soonOffTheDisk());
+}
+
+// --- the guardian, and the holder's own time
+
+TEST_F(KVFanLeaseTest, ALeaseWithoutItsGuardianIsHandedBack) {
+  const auto lease = newLease();
+  ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+  const pid_t guardian = guardianOf(getpid());
+  ASSERT_GT(guardian, 0);
+  kill(guardian, SIGKILL);
+  EXPECT_TRUE(soon([&] { return lease->renew() == KVFanLeaseState::kEnded; }));
+  EXPECT_EQ(lease->fault(), "the guardian has ended");
+  EXPECT_EQ(valueOf("F0Md"), "00");
+  EXPECT_FALSE(isOnDisk());
+  EXPECT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+}
+
+TEST_F(KVFanLeaseTest, ALeaseWithASilentGuardianIsHandedBack) {
+  const auto lease = newLease(milliseconds(200));
+  ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+  const pid_t guardian = guardianOf(getpid());
+  ASSERT_GT(guardian, 0);
+  kill(guardian, SIGSTOP);
+  EXPECT_TRUE(soon([&] { return lease->renew() == KVFanLeaseState::kEnded; }));
+  EXPECT_EQ(lease->fault(), "the guardian is silent");
+  EXPECT_EQ(valueOf("F0Md"), "00");
+  EXPECT_TRUE(isOnDisk());
+  kill(guardian, SIGCONT);
+  EXPECT_TRUE(soonOffTheDisk());
+}
+
+TEST_F(KVFanLeaseTest, ALeaseThatIsRenewedTooLateIsHandedBack) {
+  const auto lease = newLease(milliseconds(100));
+  ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+  EXPECT_TRUE(soon([this] { return valueOf("F0Md") == "00"; }));
+  EXPECT_TRUE(soon([&] { return lease->renew() == KVFanLeaseState::kEnded; }));
+  EXPECT_EQ(lease->fault(), "the lease was not renewed in time");
+  EXPECT_EQ(writes().back(), "F0Md 00");
+  EXPECT_TRUE(soonOffTheDisk());
+}
+
+}  // namespace
+}  // namespace kelvora::testing
