@@ -135,18 +135,24 @@ class LeaseFixture : public ::testing::Test {
     return soon([this] { return !isOnDisk(0) && !isOnDisk(1); });
   }
 
+  /// The processes that run a program, without those that have ended and were not waited for.
+  static std::vector<pid_t> processesOf(const std::string& program) {
+    std::vector<pid_t> processes;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+      std::error_code error;
+      if (std::filesystem::read_symlink(entry.path() / "exe", error) == program) {
+        processes.push_back(std::stoi(entry.path().filename()));
+      }
+    }
+    return processes;
+  }
   /// The guardian that a process has started; 0 if there is none.
   static pid_t guardianOf(pid_t parent) {
-    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-      const std::string name = entry.path().filename().string();
-      std::error_code error;
-      if (std::filesystem::read_symlink(entry.path() / "exe", error) != KELVORA_TEST_GUARDIAN) {
-        continue;
-      }
-      std::ifstream status(entry.path() / "status");
+    for (const pid_t process : processesOf(KELVORA_TEST_GUARDIAN)) {
+      std::ifstream status("/proc/" + std::to_string(process) + "/status");
       for (std::string line; std::getline(status, line);) {
         if (line == "PPid:\t" + std::to_string(parent)) {
-          return std::stoi(name);
+          return process;
         }
       }
     }

@@ -1,0 +1,240 @@
+// A holder, its guardian and their tool as processes that end at any moment.
+
+#include <csignal>
+#include <string>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/fans/LeaseFixture.h"
+#include "tests/support/ChildWork.h"
+#include "tests/support/ForwardingPorts.h"
+
+namespace kelvora::testing {
+namespace {
+
+using std::chrono::milliseconds;
+
+/// Starts and waits for programs, and kills this process at one of these moments.
+class MortalChildProcesses : public platform::ChildProcesses {
+ public:
+  MortalChildProcesses(std::unique_ptr<platform::ChildProcesses> behind, int lastMoment)
+      : behind_(std::move(behind)), moments_(lastMoment) {}
+
+  platform::ChildLaunch launch(const platform::ChildRequest& request) override {
+    moment();
+    platform::ChildLaunch launch = behind_->launch(request);
+    moment();
+    if (launch.child) {
+      launch.child = std::make_unique<Child>(std::move(launch.child), *this);
+    }
+    return launch;
+  }
+
+ private:
+  class Child : public platform::ChildProcess {
+   public:
+    Child(std::unique_ptr<platform::ChildProcess> behind, MortalChildProcesses& owner)
+        : behind_(std::move(behind)), owner_(owner) {}
+    std::size_t readStandardOutput(std::span<std::byte> buffer) override {
+      return behind_->readStandardOutput(buffer);
+    }
+    void closeStandardOutput() override { behind_->closeStandardOutput(); }
+    int waitUntilExit() override { return behind_->waitUntilExit(); }
+    std::optional<int> waitUntilExit(milliseconds limit) override {
+      const auto status = behind_->waitUntilExit(limit);
+      owner_.moment();
+      return status;
+    }
+
+   private:
+    std::unique_ptr<platform::ChildProcess> behind_;
+    MortalChildProcesses& owner_;
+  };
+
+  void moment() {
+    if (moments_-- == 0) {
+      kill(getpid(), SIGKILL);
+    }
+  }
+
+  std::unique_ptr<platform::ChildProcesses> behind_;
+  int moments_;
+};
+
+class FanLeaseKills : public LeaseFixture {
+ protected:
+  FanLeaseKills() { std::filesystem::copy_file(KELVORA_TEST_GUARDIAN, guardian); }
+  ~FanLeaseKills() override {
+    EXPECT_TRUE(soon([this] { return guardians().empty(); }));
+  }
+
+  std::unique_ptr<KVFanLease> lease(milliseconds timeout) const {
+    return std::make_unique<KVFanLease>(*controller,
+                                        KVFanLeaseOptions{timeout, "Test Host", guardian});
+  }
+  std::vector<pid_t> guardians() const { return processesOf(guardian); }
+
+  // This fixture's own, so that it can wait for the last of them.
+  const std::string guardian = folder.path("Kelvora Guardian");
+};
+
+int holdOnce(KVFanLease& lease) {
+  if (!lease.take({{0, 3000}, {1, 3000}}) || lease.renew() != KVFanLeaseState::kHeld ||
+      !lease.take({{1, 2500}})) {
+    return 2;
+  }
+  return lease.release() ? 0 : 3;
+}
+
+TEST_F(FanLeaseKills, AKilledHolderLeavesNoFanBehind) {
+  int status = -1;
+  int moment = 0;
+  for (; status != 0; ++moment) {
+    ASSERT_LT(moment, 100) << "exit status " << status;
+    std::filesystem::remove(folder.path("Kelvora/log"));
+    ChildWork holder([&] {
+      platform->ports().childProcesses = std::make_unique<MortalChildProcesses>(
+          std::move(platform->ports().childProcesses), moment);
+      return holdOnce(*lease(std::chrono::seconds(30)));
+    });
+    status = holder.wait();
+    ASSERT_TRUE(status == 0 || status == 128 + SIGKILL) << status;
+    ASSERT_TRUE(soon([this] { return guardians().empty(); }));
+    for (const char* key : {"F0Md", "F1Md"}) {
+      const std::string mode = valueOf(key);
+      EXPECT_TRUE(mode.empty() || mode == "00") << key << " at moment " << moment;
+    }
+    EXPECT_FALSE(isOnDisk(0) || isOnDisk(1)) << "at moment " << moment;
+  }
+  EXPECT_GT(moment, 20);
+}
+
+// As when the computer is asked for too much, or a debugger stops the program.
+TEST_F(FanLeaseKills, AStoppedHolderLosesItsFanAndLearnsOfIt) {
+  ChildWork holder([this] {
+    const auto held = lease(milliseconds(200));
+    if (!held->take({{0, 3000}})) {
+      return 2;
+    }
+    raise(SIGSTOP);
+    return soon([&] { return held->renew() == KVFanLeaseState::kEnded; }) ? 0 : 3;
+  });
+  EXPECT_TRUE(soon([this] { return valueOf("F0Md") == "00"; }));
+  EXPECT_TRUE(isOnDisk());
+  kill(holder.pid(), SIGCONT);
+  EXPECT_EQ(holder.wait(), 0);
+  EXPECT_TRUE(soonOffTheDisk());
+  EXPECT_EQ(writes().back(), "F0Md 00");
+}
+
+class FanLeaseBothKilled : public FanLeaseKills {
+ protected:
+  void SetUp() override {
+    ChildWork holder([this] {
+      const auto held = lease(std::chrono::seconds(30));
+      return held->take({{0, 3000}}) ? pause() : 2;
+    });
+    holderProcess = holder.pid();
+    ASSERT_TRUE(soon([this] { return writes().size() == 2; }));
+    kill(holder.pid(), SIGSTOP);
+    const auto all = guardians();
+    ASSERT_EQ(all.size(), 1U);
+    kill(all[0], SIGKILL);
+    ASSERT_TRUE(soon([this] { return guardians().empty(); }));
+    holder.kill();
+    ASSERT_EQ(holder.wait(), 128 + SIGKILL);
+    ASSERT_EQ(valueOf("F0Md"), "01");
+  }
+  pid_t holderProcess = 0;
+};
+
+TEST_F(FanLeaseBothKilled, TheNextProgramHandsTheFanBackAndSaysWhoHadIt) {
+  const auto seen = KVFanLeases::leasedFans(*platform);
+  ASSERT_EQ(seen.size(), 1U);
+  EXPECT_FALSE(seen[0].isLive);
+  EXPECT_EQ(writes().size(), 2U);
+  const auto handedBack = KVFanLeases::handBackLeftBehind(*platform);
+  ASSERT_EQ(handedBack.size(), 1U);
+  EXPECT_EQ(handedBack[0].fan, 0U);
+  EXPECT_EQ(handedBack[0].program, "Test Host");
+  EXPECT_EQ(handedBack[0].processIdentifier, holderProcess);
+  EXPECT_EQ(handedBack[0].fault, "");
+  EXPECT_EQ(valueOf("F0Md"), "00");
+  EXPECT_FALSE(isOnDisk());
+  EXPECT_TRUE(KVFanLeases::handBackLeftBehind(*platform).empty());
+}
+
+TEST_F(FanLeaseBothKilled, AFanThatCannotBeHandedBackIsTriedAgain) {
+  failWrites("F0Md", "00");
+  for (int i = 0; i < 2; ++i) {
+    const auto left = KVFanLeases::handBackLeftBehind(*platform);
+    ASSERT_EQ(left.size(), 1U);
+    EXPECT_EQ(left[0].fault, "F0Md: the privileged tool ended with status 5");
+    EXPECT_TRUE(isOnDisk());
+  }
+  endOrders();
+  EXPECT_EQ(KVFanLeases::handBackLeftBehind(*platform).at(0).fault, "");
+  EXPECT_FALSE(isOnDisk());
+}
+
+TEST_F(FanLeaseBothKilled, ANewLeaseHandsTheFanBackFirst) {
+  const auto next = lease(std::chrono::seconds(30));
+  EXPECT_TRUE(next->take({{0, 2500}})) << next->fault();
+  EXPECT_EQ(writes().at(2), "F0Md 00");
+  EXPECT_EQ(valueOf("F0Md"), "01");
+}
+
+TEST_F(FanLeaseBothKilled, ANewLeaseDoesNotTakeAFanThatIsNotBack) {
+  failWrites("F0Md", "00");
+  const auto next = lease(std::chrono::seconds(30));
+  EXPECT_FALSE(next->take({{0, 2500}}));
+  EXPECT_EQ(next->fault(), "fan 0: F0Md: the privileged tool ended with status 5");
+  EXPECT_TRUE(isOnDisk());
+}
+
+TEST_F(FanLeaseBothKilled, ADamagedLeaseIsNamedAndKept) {
+  const std::string path = *KVUtils::groupContainerLocation(*platform) + "/Fan0.plist";
+  std::filesystem::resize_file(path, 40);
+  const auto left = KVFanLeases::handBackLeftBehind(*platform);
+  ASSERT_EQ(left.size(), 1U);
+  EXPECT_TRUE(left[0].fault.starts_with(path + ": ")) << left[0].fault;
+  EXPECT_TRUE(isOnDisk());
+  EXPECT_EQ(writes().size(), 2U);
+}
+
+TEST_F(FanLeaseKills, ALiveLeaseIsShownAndLeftAlone) {
+  const auto held = lease(std::chrono::seconds(30));
+  ASSERT_TRUE(held->take({{1, 3000}})) << held->fault();
+  const auto seen = KVFanLeases::leasedFans(*platform);
+  ASSERT_EQ(seen.size(), 1U);
+  EXPECT_EQ(seen[0].fan, 1U);
+  EXPECT_EQ(seen[0].program, "Test Host");
+  EXPECT_EQ(seen[0].processIdentifier, getpid());
+  EXPECT_TRUE(seen[0].isLive);
+  EXPECT_TRUE(KVFanLeases::handBackLeftBehind(*platform).empty());
+  EXPECT_EQ(writes().size(), 2U);
+}
+
+TEST_F(FanLeaseKills, LookingAtNoLeasesCreatesNothing) {
+  EXPECT_TRUE(KVFanLeases::leasedFans(*platform).empty());
+  EXPECT_TRUE(KVFanLeases::handBackLeftBehind(*platform).empty());
+  EXPECT_FALSE(std::filesystem::exists(*KVUtils::groupContainerLocation(*platform)));
+}
+
+// A holder's end is no reason to end for whom it guards: Ctrl-C reaches a whole process group.
+TEST_F(FanLeaseKills, AGuardianOutlivesPoliteSignals) {
+  const auto held = lease(std::chrono::seconds(30));
+  ASSERT_TRUE(held->take({{0, 3000}})) << held->fault();
+  const auto all = guardians();
+  ASSERT_EQ(all.size(), 1U);
+  for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP}) {
+    kill(all[0], number);
+  }
+  EXPECT_NE(getsid(all[0]), getsid(0));
+  EXPECT_TRUE(soon([&] { return held->renew() == KVFanLeaseState::kHeld; }));
+  EXPECT_TRUE(held->release());
+}
+
+}  // namespace
+}  // namespace kelvora::testing

@@ -1,0 +1,132 @@
+#include "KelvoraCore/KVFanGuardian.h"
+
+#include "fans/LeaseRecord.h"
+#include "ports/GuardChannel.h"
+#include "tests/fans/LeaseFixture.h"
+
+namespace kelvora::testing {
+namespace {
+
+using platform::GuardChannel;
+
+class KVFanGuardianTest : public LeaseFixture {
+ protected:
+  KVFanGuardianTest() {
+    auto ends = GuardChannel::open();
+    platform::ChildRequest request;
+    request.path = KELVORA_TEST_GUARDIAN;
+    request.standardInput = ends->second.descriptor();
+    program = std::move(platform->childProcesses().launch(request).child);
+    channel.emplace(std::move(ends->first));
+  }
+
+  std::string answer() {
+    std::string line;
+    return channel->receive(line, std::chrono::seconds(60)) == GuardChannel::Event::kLine ? line
+                                                                                          : "";
+  }
+  static LeaseRequest requestOf(std::vector<LeasedFan> fans) {
+    return {"Test Host", 612, std::chrono::seconds(30), std::move(fans)};
+  }
+
+  std::optional<GuardChannel> channel;
+  std::unique_ptr<platform::ChildProcess> program;
+};
+
+TEST_F(KVFanGuardianTest, AnswersEachLineAndHandsBackAtTheEnd) {
+  channel->send(lineOf(requestOf({{0, {"F0Md", "00"}}, {1, {"F1Md", "00"}}})));
+  EXPECT_EQ(answer(), "ready");
+  EXPECT_TRUE(isOnDisk(0) && isOnDisk(1));
+  channel->send("renew");
+  EXPECT_EQ(answer(), "alive");
+  EXPECT_TRUE(writes().empty());
+  channel->close();
+  EXPECT_EQ(program->waitUntilExit(), 0);
+  EXPECT_EQ(writes(), (std::vector<std::string>{"F0Md 00", "F1Md 00"}));
+  EXPECT_FALSE(isOnDisk(0) || isOnDisk(1));
+}
+
+TEST_F(KVFanGuardianTest, TriesEveryFanWhateverBecomesOfTheOthers) {
+  failWrites("F0Md", "00");
+  channel->send(lineOf(requestOf({{0, {"F0Md", "00"}}, {1, {"F1Md", "00"}}})));
+  EXPECT_EQ(answer(), "ready");
+  channel->close();
+  EXPECT_TRUE(soon([this] { return valueOf("F1Md") == "00"; }));
+  EXPECT_TRUE(isOnDisk(0));
+  endOrders();
+  EXPECT_EQ(program->waitUntilExit(), 0);
+  EXPECT_EQ(valueOf("F0Md"), "00");
+}
+
+TEST_F(KVFanGuardianTest, EndsWithoutARequest) {
+  channel->close();
+  EXPECT_EQ(program->waitUntilExit(), 0);
+  EXPECT_TRUE(writes().empty());
+}
+
+TEST_F(KVFanGuardianTest, RefusesWhatItDoesNotUnderstand) {
+  channel->send("{}");
+  EXPECT_EQ(answer(), "refused the guardian does not understand the holder");
+  EXPECT_EQ(program->waitUntilExit(), 64);
+}
+
+TEST_F(KVFanGuardianTest, RefusesWhenTheLeaseCannotBePutOnTheDisk) {
+  const std::string container = *KVUtils::groupContainerLocation(*platform);
+  std::filesystem::create_directories(container + "/Fan1.plist/inner");
+  channel->send(lineOf(requestOf({{0, {"F0Md", "00"}}, {1, {"F1Md", "00"}}})));
+  EXPECT_TRUE(answer().starts_with("refused fan 1: left behind by another program"));
+  EXPECT_EQ(program->waitUntilExit(), 0);
+  EXPECT_FALSE(isOnDisk(0));
+  EXPECT_TRUE(writes().empty());
+}
+
+TEST(KVFanGuardian, WithoutAChannelIsWrongUsage) {
+  platform::ChildRequest request;
+  request.path = KELVORA_TEST_GUARDIAN;
+  const TemporaryFolder folder;
+  setenv("HOME", folder.path().c_str(), 1);
+  setenv("XDG_DATA_HOME", folder.path().c_str(), 1);
+  EXPECT_EQ(platform::PosixChildProcesses().launch(request).child->waitUntilExit(), 64);
+}
+
+// --- the request
+
+TEST(LeaseRequest, ALineGivesTheRequestBack) {
+  const LeaseRequest request{"Zoë \"x\"\n",
+                             612,
+                             std::chrono::milliseconds(1500),
+                             {{0, {"F0Md", "00"}}, {19, {"FJMn", "12c0"}}}};
+  const std::string line = lineOf(request);
+  EXPECT_EQ(line.find('\n'), std::string::npos);
+  const auto again = leaseRequestIn(line);
+  ASSERT_TRUE(again.has_value());
+  EXPECT_EQ(again->program, request.program);
+  EXPECT_EQ(again->processIdentifier, 612);
+  EXPECT_EQ(again->timeout.count(), 1500);
+  ASSERT_EQ(again->fans.size(), 2U);
+  EXPECT_EQ(again->fans[1].fan, 19U);
+  EXPECT_EQ(again->fans[1].handBack, (FanWrite{"FJMn", "12c0"}));
+}
+
+TEST(LeaseRequest, OtherLinesAreNone) {
+  for (
+      const char* line : {
+          "",
+          "{",
+          "[]",
+          "null",
+          "{}",
+          R"({"program":"x","process":1,"timeout":5,"fans":[]})",
+          R"({"program":"x","process":1,"timeout":0,"fans":[{"fan":0,"key":"F0Md","value":"00"}]})",
+          R"({"program":"x","process":1,"timeout":86400001,"fans":[{"fan":0,"key":"F0Md","value":"00"}]})",
+          R"({"program":"x","process":1,"timeout":5,"fans":[{"fan":20,"key":"F0Md","value":"00"}]})",
+          R"({"program":"x","process":1,"timeout":5,"fans":[{"fan":-1,"key":"F0Md","value":"00"}]})",
+          R"({"program":1,"process":1,"timeout":5,"fans":[{"fan":0,"key":"F0Md","value":"00"}]})",
+          R"({"program":"x","process":1,"timeout":5,"fans":[{"fan":0,"key":"F0Md"}]})",
+      }) {
+    EXPECT_FALSE(leaseRequestIn(line).has_value()) << line;
+  }
+}
+
+}  // namespace
+}  // namespace kelvora::testing
