@@ -70,39 +70,45 @@ int nextStop(pid_t child) {
   return waitpid(child, &status, 0) == child && WIFSTOPPED(status) ? WSTOPSIG(status) : 0;
 }
 
-// The numbers of the calls until the child stops itself; none when it fails.
-std::optional<std::vector<std::uint64_t>> callsUntilStopped(pid_t child) {
+// Lets a child that has stopped itself go on until it does so again. `atCall` gets the number of
+// each call that it makes. False when it fails.
+bool followUntilStopped(pid_t child, const std::function<void(std::uint64_t)>& atCall) {
   constexpr int kSystemCall = SIGTRAP | 0x80;
-  std::vector<std::uint64_t> calls;
   while (true) {
     ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
     const int stop = nextStop(child);
     if (stop != kSystemCall) {
-      return stop == SIGSTOP ? std::optional(std::move(calls)) : std::nullopt;
+      return stop == SIGSTOP;
     }
     if (const auto call = callOf(child)) {
-      calls.push_back(*call);
+      atCall(*call);
     }
   }
 }
 
-std::vector<std::uint64_t> callsOf(const std::function<void()>& preparation,
-                                   const std::function<void()>& work) {
+void followCalls(const std::function<void()>& preparation, const std::function<void()>& work,
+                 const std::function<void(std::uint64_t)>& atCall) {
   const pid_t child = fork();
   if (child == 0) {
     runTraced(preparation, work);
   }
   const bool isTraced = child > 0 && nextStop(child) == SIGSTOP &&
-                        ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD) == 0;
-  auto calls = isTraced ? callsUntilStopped(child) : std::nullopt;
+                        ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD) == 0 &&
+                        followUntilStopped(child, atCall);
   if (child > 0) {
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
   }
-  if (!calls) {
+  if (!isTraced) {
     throw std::runtime_error("a process could not be traced");
   }
-  return *std::move(calls);
+}
+
+std::vector<std::uint64_t> callsOf(const std::function<void()>& preparation,
+                                   const std::function<void()>& work) {
+  std::vector<std::uint64_t> calls;
+  followCalls(preparation, work, [&](std::uint64_t call) { calls.push_back(call); });
+  return calls;
 }
 
 }  // namespace
@@ -123,6 +129,17 @@ std::vector<std::string> storingCallsOf(const std::function<void()>& work) {
     }
   }
   return names;
+}
+
+void interruptAtFcntl(const std::function<void(int)>& meanwhile,
+                      const std::function<void()>& work) {
+  int calls = 0;
+  followCalls([] {}, work,
+              [&](std::uint64_t call) {
+                if (call == SYS_fcntl) {
+                  meanwhile(++calls);
+                }
+              });
 }
 
 }  // namespace kelvora::testing

@@ -16,4 +16,8 @@ int fileCallsOf(const std::function<void()>& preparation, const std::function<vo
 /// their places ("rename"), in order. Throws like fileCallsOf().
 std::vector<std::string> storingCallsOf(const std::function<void()>& work);
 
+/// Runs `work` in a process of its own, which waits at each call of fcntl() until `meanwhile` has
+/// run here; that gets the number of the call, from 1. Throws like fileCallsOf().
+void interruptAtFcntl(const std::function<void(int)>& meanwhile, const std::function<void()>& work);
+
 }  // namespace kelvora::testing

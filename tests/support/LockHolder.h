@@ -2,18 +2,31 @@
 
 #include <array>
 #include <cstdint>
-#include <filesystem>
 #include <stdexcept>
 #include <string>
 
 #include <fcntl.h>
 #include <sched.h>
-#include <sys/file.h>
 #include <unistd.h>
 
+#include "platforms/posix/FileLock.h"
 #include "tests/support/ChildWork.h"
 
 namespace kelvora::testing {
+
+/// How many hold a lock or wait for it, without the owner of `lock`, which is open on its file.
+/// Looks at the first places of the queue only.
+inline int othersAtLock(const platform::FileDescriptor& lock) {
+  int others = 0;
+  for (off_t place = 0; place < 100; ++place) {
+    struct flock byte = {};
+    byte.l_type = F_WRLCK;
+    byte.l_start = place;
+    byte.l_len = 1;
+    others += fcntl(lock.get(), F_OFD_GETLK, &byte) == 0 && byte.l_type != F_UNLCK ? 1 : 0;
+  }
+  return others;
+}
 
 /// A second process that holds the lock of a file, as a program does while it stores a setting. It
 /// has the lock when the constructor returns. Start it before the test has threads of its own.
@@ -45,25 +58,18 @@ class LockHolder {
     return ends;
   }
 
-  int hold(const std::string& lock, Until until) const {
-    const int file = open(lock.c_str(), O_RDWR | O_CREAT, S_IRUSR | S_IWUSR);
-    if (flock(file, LOCK_EX) != 0 || write(ends_[1], "", 1) != 1) {
+  int hold(const std::string& path, Until until) const {
+    const platform::FileDescriptor lock = platform::lockFile(path, {});
+    if (!lock.isOpen() || write(ends_[1], "", 1) != 1) {
       return 1;
     }
     if (until == Until::kItsEnd) {
       pause();
     }
-    waitForAnother(std::filesystem::path(lock).parent_path());
-    return 0;
-  }
-
-  // Who waits for the lock holds the lock of its folder.
-  static void waitForAnother(const std::filesystem::path& folder) {
-    const int queue = open(folder.c_str(), O_RDONLY | O_DIRECTORY);
-    while (flock(queue, LOCK_EX | LOCK_NB) == 0) {
-      flock(queue, LOCK_UN);
+    while (othersAtLock(lock) == 0) {
       sched_yield();
     }
+    return 0;
   }
 
   std::array<int, 2> ends_ = newPipe();

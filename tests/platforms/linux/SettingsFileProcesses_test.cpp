@@ -1,6 +1,5 @@
 // Several processes on one settings file.
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -17,7 +16,6 @@
 
 #include "base/PropertyListFile.h"
 #include "platforms/linux/settings/LinuxUserDefaults.h"
-#include "platforms/posix/FileLock.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/FileCalls.h"
 #include "tests/support/LockHolder.h"
@@ -82,8 +80,7 @@ int watch(const std::string& folder, int untilClosed) {
   return 0;
 }
 
-// A file system in memory. On a busy disk a write takes so long that the third of three programs,
-// which write without a pause, may not get its turn in time.
+// A file system in memory. On a busy disk a single write may take longer than the others wait.
 std::filesystem::path memory() {
   const std::filesystem::path folder = "/dev/shm";
   return std::filesystem::is_directory(folder) ? folder : std::filesystem::temp_directory_path();
@@ -236,17 +233,6 @@ TEST(SettingsFileProcesses, ALookAtTheFileReportsALockThatIsNeverReleased) {
     EXPECT_EQ(defaults.fileOfSuite(kGroup)->lockFault, "another program keeps it locked");
   }
   EXPECT_EQ(defaults.fileOfSuite(kGroup)->lockFault, "");
-}
-
-TEST(FileLock, IsHeldUntilItsDescriptorIsClosed) {
-  const testing::TemporaryFolder folder;
-  const std::string path = folder.path("lock");
-  FileDescriptor first = lockFile(path, {});
-  ASSERT_TRUE(first.isOpen());
-  EXPECT_FALSE(lockFile(path, std::chrono::milliseconds(1)).isOpen());
-  EXPECT_EQ(errno, ETIMEDOUT);
-  first.close();
-  EXPECT_TRUE(lockFile(path, {}).isOpen());
 }
 
 // What root does with the home folder of user 65534, and that user afterwards.
