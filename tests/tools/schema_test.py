@@ -159,6 +159,22 @@ class Answers(unittest.TestCase):
     def test_the_list_of_machines(self):
         validate(self.answer("machines"), "machines.json")
 
+    def test_the_chosen_machine(self):
+        answers = [self.answer("machine"), self.answer("machine", "use", str(MACHINES / "Macmini8,1.json")),
+                   self.answer("machine", "none")]
+        self.assertEqual([answer["choice"] is None for answer in answers], [True, False, True])
+        self.answer("machine", "use", str(MACHINES / "Macmini8,1.json"))
+        file = self.folder / "data" / "Kelvora" / "Machine.json"
+        choice = json.loads(file.read_text())
+        file.write_text(json.dumps(choice | {"writes": [{"key": "F0Md", "bytes": "01"}]}))
+        answers.append(self.answer("machine"))
+        self.assertEqual(answers[-1]["choice"]["writes"], [{"key": "F0Md", "bytes": "01"}])
+        for answer in answers:
+            validate(answer, "choice.json")
+            for place, other in changed(answer):
+                with self.subTest(place=place), self.assertRaises(jsonschema.ValidationError):
+                    validate(other, "choice.json")
+
     def settings_are_valid(self):
         settings = self.answer("settings")
         validate(settings, "settings.json")

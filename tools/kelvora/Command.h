@@ -100,6 +100,7 @@ std::vector<Command> usageCommands();
 std::vector<Command> topCommands();
 std::vector<Command> networkCommands();
 std::vector<Command> machinesCommands();
+std::vector<Command> machineCommands();
 std::vector<Command> settingsCommands();
 std::vector<Command> settingsWatchCommands();
 std::vector<Command> customCommands();

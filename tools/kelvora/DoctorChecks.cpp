@@ -223,6 +223,25 @@ Check privilegedTool(const MachineChoice& machine) {
   return {kName, CheckState::kOK, finding, ""};
 }
 
+// The recorded Mac that the account has chosen, whichever machine is checked.
+Check choiceCheck(const MachineChoice&) {
+  constexpr char kName[] = "recorded Mac";
+  try {
+    const auto chosen = Platform::choice();
+    if (!chosen) {
+      return {kName, CheckState::kOK, "none chosen", ""};
+    }
+    const std::size_t writes = chosen->writes.size();
+    return {kName, CheckState::kOK,
+            chosen->name + ", chosen in " + chosen->file +
+                (writes == 0 ? "" : ", " + std::to_string(writes) + " writes taken"),
+            ""};
+  } catch (const MachineFileError& error) {
+    return {kName, CheckState::kBroken, error.what(),
+            "choose again with 'kelvora machine use NAME', or none with 'kelvora machine none'"};
+  }
+}
+
 // "94 sensors from the SMC, 3 computed"
 std::string sourcesText(const SensorList& sensors) {
   struct SourceRow {
@@ -275,8 +294,8 @@ Check hidServices(const MachineChoice& machine) {
 }
 
 constexpr Check (*kChecks[])(const MachineChoice&) = {
-    supportFolder, documentsFolder, groupContainer, suite,        storeCheck,
-    notices,       privilegedTool,  hidServices,    machineCheck,
+    supportFolder, documentsFolder, groupContainer, suite,       storeCheck,
+    notices,       privilegedTool,  choiceCheck,    hidServices, machineCheck,
 };
 
 }  // namespace

@@ -75,7 +75,7 @@ void writeChecks(const Options& options, const MachineChoice& machine,
 }
 
 int runDoctor(const Options& options, StandardOutput& output) {
-  const MachineChoice machine = chooseMachine(options.machine);
+  const MachineChoice machine = chooseMachineToCheck(options.machine);
   output.discardMessages(!machine.platform.isLive());
   const std::vector<Check> checks = doctorChecks(machine);
   writeChecks(options, machine, checks, output);

@@ -1,5 +1,6 @@
 #include "tools/kelvora/MachineChoice.h"
 
+#include <functional>
 #include <memory>
 #include <utility>
 
@@ -14,33 +15,58 @@ std::unique_ptr<Platform> namedPlatform(const std::string& machine) {
   return machine.empty() ? Platform::fromEnvironment() : Platform::recorded(machine);
 }
 
-std::unique_ptr<Platform> unnamedPlatform(bool& isStandIn) {
+// This computer, or the account's choice where it is no Mac.
+std::unique_ptr<Platform> unnamedPlatform() {
   auto live = Platform::live();
-  isStandIn = !live->hasSensorHardware();
-  return isStandIn ? Platform::recorded(kDefaultMachine, std::move(live)) : std::move(live);
+  auto chosen = live->hasSensorHardware() ? nullptr : Platform::chosen();
+  return chosen ? std::move(chosen) : std::move(live);
+}
+
+std::unique_ptr<Platform> platformOrStandIn(std::unique_ptr<Platform> platform, bool& isStandIn) {
+  isStandIn = platform->isLive() && !platform->hasSensorHardware();
+  return isStandIn ? Platform::recorded(kDefaultMachine, std::move(platform)) : std::move(platform);
+}
+
+// Installs the machine that is named, else what `unnamed` returns.
+void installMachine(const std::string& machine,
+                    const std::function<std::unique_ptr<Platform>()>& unnamed) {
+  try {
+    auto named = namedPlatform(machine);
+    Platform::install(named ? std::move(named) : unnamed());
+  } catch (const MachineFileError& error) {
+    throw CommandError(kExitUsage, error.what());
+  }
+}
+
+bool isChoiceUsable() {
+  try {
+    Platform::choice();
+    return true;
+  } catch (const MachineFileError&) {
+    return false;
+  }
 }
 
 }  // namespace
 
 MachineChoice chooseMachine(const std::string& machine) {
   bool isStandIn = false;
-  try {
-    auto named = namedPlatform(machine);
-    Platform::install(named ? std::move(named) : unnamedPlatform(isStandIn));
-  } catch (const MachineFileError& error) {
-    throw CommandError(kExitUsage, error.what());
-  }
+  installMachine(machine, [&] { return platformOrStandIn(unnamedPlatform(), isStandIn); });
   return {Platform::current(), isStandIn};
 }
 
 MachineChoice chooseAnyMachine(const std::string& machine) {
-  try {
-    auto named = namedPlatform(machine);
-    Platform::install(named ? std::move(named) : Platform::live());
-  } catch (const MachineFileError& error) {
-    throw CommandError(kExitUsage, error.what());
-  }
+  installMachine(machine, unnamedPlatform);
   return {Platform::current()};
+}
+
+MachineChoice chooseMachineToCheck(const std::string& machine) {
+  if (isChoiceUsable()) {
+    return chooseMachine(machine);
+  }
+  bool isStandIn = false;
+  installMachine(machine, [&] { return platformOrStandIn(Platform::live(), isStandIn); });
+  return {Platform::current(), isStandIn};
 }
 
 void useMachineOfEnvironment() {

@@ -15,13 +15,18 @@ struct MachineChoice {
 };
 
 /// Installs a machine as the current platform: the recorded Mac that `machine` names; where that is
-/// empty, the one of the environment, else this computer, else (without Apple hardware) the default
-/// recording. Throws CommandError (wrong usage) for an unknown name or a bad file.
+/// empty, the one of the environment, else this computer, else (without Apple hardware) the one
+/// that the account has chosen, else the default recording. Throws CommandError (wrong usage) for
+/// an unknown name or a bad file.
 MachineChoice chooseMachine(const std::string& machine);
 
-/// The same for what every computer reports: without a name it is this computer, with Apple
-/// hardware or not.
+/// The same for what every computer reports: this computer takes the place of the default
+/// recording.
 MachineChoice chooseAnyMachine(const std::string& machine);
+
+/// The same as `chooseMachine` for a program that says what is broken: an account's choice that
+/// cannot be used counts as none.
+MachineChoice chooseMachineToCheck(const std::string& machine);
 
 /// Installs the recorded Mac of the environment, if it names one, for commands that read no
 /// hardware. Throws CommandError (wrong usage).

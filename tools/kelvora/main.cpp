@@ -33,16 +33,16 @@ using kelvora::tool::Options;
 std::vector<Command> allCommands() {
   using List = std::vector<Command> (*)();
   constexpr List kLists[] = {
-      kelvora::tool::sensorsCommands,    kelvora::tool::keysCommands,
-      kelvora::tool::inventoryCommands,  kelvora::tool::overviewCommands,
-      kelvora::tool::usageCommands,      kelvora::tool::topCommands,
-      kelvora::tool::networkCommands,    kelvora::tool::machinesCommands,
-      kelvora::tool::settingsCommands,   kelvora::tool::settingsWatchCommands,
-      kelvora::tool::customCommands,     kelvora::tool::resetCommands,
-      kelvora::tool::rulesCommands,      kelvora::tool::fanSetsCommands,
-      kelvora::tool::conditionsCommands, kelvora::tool::doctorCommands,
-      kelvora::tool::historyCommands,    kelvora::tool::recordHistoryCommands,
-      kelvora::tool::watchCommands};
+      kelvora::tool::sensorsCommands,       kelvora::tool::keysCommands,
+      kelvora::tool::inventoryCommands,     kelvora::tool::overviewCommands,
+      kelvora::tool::usageCommands,         kelvora::tool::topCommands,
+      kelvora::tool::networkCommands,       kelvora::tool::machinesCommands,
+      kelvora::tool::machineCommands,       kelvora::tool::settingsCommands,
+      kelvora::tool::settingsWatchCommands, kelvora::tool::customCommands,
+      kelvora::tool::resetCommands,         kelvora::tool::rulesCommands,
+      kelvora::tool::fanSetsCommands,       kelvora::tool::conditionsCommands,
+      kelvora::tool::doctorCommands,        kelvora::tool::historyCommands,
+      kelvora::tool::recordHistoryCommands, kelvora::tool::watchCommands};
   std::vector<Command> commands;
   for (const List list : kLists) {
     std::ranges::move(list(), std::back_inserter(commands));
@@ -226,6 +226,7 @@ int main(int argc, char** argv) {
   app.footer(
       footer("kelvora sensors") +
       "\nEnvironment: KELVORA_MACHINE names a recorded Mac as --machine does.\n"
+      "Without either, and without Apple hardware, it is the one that 'kelvora machine' shows.\n"
       "\nExit status: 0; 1 when nothing could be read or written, or something is broken; 2 "
       "for\nwrong usage, a refused value or a bad machine file; 3 when another program records "
       "already.\n");
