@@ -16,7 +16,7 @@ namespace {
 using Json = nlohmann::json;
 
 // A request may be a program's own text: a guardian takes no time-out that would never end.
-constexpr std::int64_t kLongestTimeout = 24 * 60 * 60 * 1000;
+constexpr std::int64_t kLongestTimeout = 86'400'000;
 
 template <typename Value>
 const Value* member(const PropertyListValue::Dictionary& values, const char* key) {
