@@ -9,6 +9,8 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include "KelvoraCore/Platform.h"
+
 #include "tests/support/ChildProgram.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/TemporaryFolder.h"
@@ -86,7 +88,8 @@ TEST(EnvironmentMachine, APlatformThatWasInstalledGoesBeforeTheVariable) {
 }
 
 // A copy of the probe that another user starts, with root's rights or without.
-ProgramResult probeOfAnotherUser(const TemporaryFolder& folder, mode_t mode) {
+ProgramResult probeOfAnotherUser(const TemporaryFolder& folder, mode_t mode,
+                                 const std::string& machine = "mac.json") {
   const std::string copy = folder.path("probe");
   std::filesystem::copy_file(KELVORA_PLATFORM_PROBE, copy,
                              std::filesystem::copy_options::overwrite_existing);
@@ -96,7 +99,7 @@ ProgramResult probeOfAnotherUser(const TemporaryFolder& folder, mode_t mode) {
                              std::filesystem::copy_options::overwrite_existing);
   chmod(folder.path("mac.json").c_str(), 0644);
   return runProgram("/usr/bin/setpriv", {"--reuid=65534", "--regid=65534", "--clear-groups", copy},
-                    {{"KELVORA_MACHINE", folder.path("mac.json")}});
+                    {{"KELVORA_MACHINE", machine.empty() ? "" : folder.path(machine)}});
 }
 
 TEST(EnvironmentMachine, AProgramWithRaisedRightsIgnoresTheVariable) {
@@ -111,6 +114,43 @@ TEST(EnvironmentMachine, AProgramWithRaisedRightsIgnoresTheVariable) {
   }
   expectMachine(probeOfAnotherUser(folder, 0755), "iMac 27-inch 2019 (recorded)");
   expectMachine(probeOfAnotherUser(folder, 04755), "This computer (live)");
+}
+
+TEST(ChosenMachine, AProgramWithRaisedRightsIgnoresTheChoice) {
+  const TemporaryFolder folder;
+  struct statvfs fileSystem = {};
+  statvfs(folder.path().c_str(), &fileSystem);
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can make a program that raises its user's rights";
+  }
+  if ((fileSystem.f_flag & ST_NOSUID) != 0) {
+    GTEST_SKIP() << folder.path() << " is on a file system that raises no rights";
+  }
+  unsetenv("KELVORA_MACHINE");
+  setenv("XDG_DATA_HOME", folder.path("data").c_str(), 1);
+  Platform::choose(kFile);
+  for (const char* path : {"data", "data/Kelvora", "data/Kelvora/Machine.json"}) {
+    ASSERT_EQ(chown(folder.path(path).c_str(), 65534, 65534), 0);
+  }
+  expectMachine(probeOfAnotherUser(folder, 0755, ""), "iMac 27-inch 2019 (recorded)");
+  expectMachine(probeOfAnotherUser(folder, 04755, ""), "This computer (live)");
+}
+
+TEST(ChosenMachine, IsTheProcesssPlatformAfterTheVariable) {
+  const TemporaryFolder folder;
+  unsetenv("KELVORA_MACHINE");
+  setenv("XDG_DATA_HOME", folder.path().c_str(), 1);
+  expectMachine(runProgram(KELVORA_PLATFORM_PROBE, {}), "This computer (live)");
+  Platform::choose("Macmini8,1");
+  expectMachine(runProgram(KELVORA_PLATFORM_PROBE, {}), "Mac mini 2018 (recorded)");
+  expectMachine(probe("iMac19,1"), "iMac 27-inch 2019 (recorded)");
+  folder.write("Kelvora/Machine.json", "oops");
+  const ProgramResult result = runProgram(KELVORA_PLATFORM_PROBE, {});
+  const std::string fault = folder.path("Kelvora/Machine.json") + ": line 1, column 1: is not JSON";
+  EXPECT_EQ(result.standardError, fault + "\n");
+  EXPECT_EQ(result.standardOutput, fault + " (recorded)\n") << "never this computer";
+  Platform::chooseNone();
+  expectMachine(runProgram(KELVORA_PLATFORM_PROBE, {}), "This computer (live)");
 }
 
 }  // namespace

@@ -1,12 +1,18 @@
 #include "platforms/recorded/ChosenMachine.h"
 
-#include <cerrno>
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,13 +22,14 @@
 #include "ports/Ports.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/FileCalls.h"
+#include "tests/support/ForwardingMainBundle.h"
+#include "tests/support/ForwardingPorts.h"
 #include "tests/support/SMCConnection.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::testing {
 namespace {
 
-using platform::ChoiceFile;
 using platform::ChosenMachine;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -150,6 +157,285 @@ TEST_F(ChosenMachineTest, AReadThatFindsNoChangeMakesOneFileCall) {
                           }
                         }),
             100);
+}
+
+platform::KernelStatus statusOfRead(SMCConnection& connection) {
+  return connection.call(5, kActual, 4).status;
+}
+
+// What is logged goes to standard error.
+std::string logOf(const std::function<void()>& work) {
+  ::testing::internal::CaptureStderr();
+  work();
+  return ::testing::internal::GetCapturedStderr();
+}
+
+TEST_F(ChosenMachineTest, ADamagedFileFailsCallsOnceLoggedUntilItIsWhole) {
+  choose("MacBookPro15,1");
+  ChosenMachine smc(file());
+  SMCConnection connection(smc);
+  write(connection, kMode, kManual);
+  write(connection, kTarget, k3000);
+  const std::string whole = content();
+  for (const std::string& damaged :
+       {std::string("{"), std::string(), whole.substr(0, whole.size() / 2)}) {
+    replace(damaged);
+    const std::string log = logOf([&] {
+      for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(statusOfRead(connection), platform::kIOReturnNoDevice);
+        EXPECT_EQ(connection.call(6, kTarget, 4, 0, k4000).status, platform::kIOReturnNoDevice);
+      }
+    });
+    EXPECT_EQ(std::ranges::count(log, '\n'), 1) << log;
+    EXPECT_THAT(log, HasSubstr(file() + ": "));
+    EXPECT_EQ(content(), damaged) << "left as it is";
+    EXPECT_THROW(ChosenMachine{file()}, MachineFileError);
+    EXPECT_THROW(Platform::chosen(), MachineFileError);
+  }
+  replace(whole);
+  EXPECT_EQ(read(connection, kActual), k3000);
+}
+
+TEST_F(ChosenMachineTest, WritesThatTheMachineCannotHaveTakenAreDamage) {
+  choose("MacBookPro15,1");
+  const std::string whole = content();
+  const std::string none = R"("writes":[])";
+  const auto place = whole.find(none);
+  ASSERT_NE(place, std::string::npos);
+  for (const auto& [writes, fault] :
+       {std::pair<std::string, std::string>{R"([{"key":"Nope","bytes":"01"}])",
+                                            "/writes/0: is not for a key of this machine"},
+        {R"([{"key":"F0Md","bytes":"01"},{"key":"F0Md","bytes":"0001"}])",
+         "/writes/1: is not for a key of this machine"},
+        {R"([{"key":"F0Md","bytes":"x"}])", "/writes/0/bytes: 'x' is not hexadecimal"},
+        {"7", "/writes: must be an array"}}) {
+    std::string damaged = whole;
+    damaged.replace(place, none.size(), R"("writes":)" + writes);
+    replace(damaged);
+    try {
+      Platform::chosen();
+      ADD_FAILURE() << writes;
+    } catch (const MachineFileError& error) {
+      EXPECT_EQ(error.what(), file() + ": " + fault);
+    }
+  }
+}
+
+TEST_F(ChosenMachineTest, AProgramNeverReadsAnotherMachineThanItStartedWith) {
+  choose("MacBookPro15,1");
+  ChosenMachine smc(file());
+  SMCConnection connection(smc);
+  choose("Macmini8,1");
+  EXPECT_THAT(logOf([&] { EXPECT_EQ(statusOfRead(connection), platform::kIOReturnNoDevice); }),
+              HasSubstr("another machine was chosen"));
+  Platform::chooseNone();
+  EXPECT_THAT(logOf([&] { EXPECT_EQ(statusOfRead(connection), platform::kIOReturnNoDevice); }),
+              HasSubstr("no longer exists"));
+  EXPECT_EQ(connection.call(6, kMode, 1, 0, kManual).status, platform::kIOReturnNoDevice);
+  EXPECT_FALSE(std::filesystem::exists(file())) << "a write does not bring it back";
+  choose("MacBookPro15,1");
+  EXPECT_EQ(statusOfRead(connection), 0U);
+}
+
+TEST_F(ChosenMachineTest, ChoosingAgainStartsWithWhatWasRecorded) {
+  choose("MacBookPro15,1");
+  ChosenMachine smc(file());
+  SMCConnection connection(smc);
+  const auto recorded = read(connection, kActual);
+  write(connection, kMode, kManual);
+  write(connection, kTarget, k3000);
+  choose("MacBookPro15,1");
+  EXPECT_EQ(read(connection, kActual), recorded);
+  EXPECT_TRUE(Platform::choice()->writes.empty());
+}
+
+TEST_F(ChosenMachineTest, AWriteThatTheSMCDoesNotTakeLeavesTheFile) {
+  choose("MacBookPro15,1");
+  ChosenMachine smc(file());
+  SMCConnection connection(smc);
+  const std::string before = content();
+  EXPECT_EQ(connection.call(6, SMCPackedKey("Nope"), 1, 0, kManual).result, SMCResultKeyNotFound);
+  EXPECT_EQ(connection.call(6, kMode, 2, 0, k3000).result, SMCResultWrongSize);
+  EXPECT_EQ(content(), before);
+}
+
+TEST_F(ChosenMachineTest, AWriteThatCannotBeStoredFailsAndIsNotTaken) {
+  choose("MacBookPro15,1");
+  ChosenMachine smc(file());
+  SMCConnection connection(smc);
+  write(connection, kMode, kManual);
+  write(connection, kTarget, k3000);
+  const std::string before = content();
+  std::filesystem::create_directories(home_.path("Kelvora/Machine.json.new/x"));
+  EXPECT_THAT(logOf([&] {
+                EXPECT_EQ(connection.call(6, kTarget, 4, 0, k4000).status,
+                          platform::kIOReturnError);
+              }),
+              HasSubstr(file() + ": cannot be written: "));
+  EXPECT_EQ(read(connection, kActual), k3000);
+  EXPECT_EQ(content(), before);
+  std::filesystem::remove_all(home_.path("Kelvora/Machine.json.new"));
+  EXPECT_EQ(write(connection, kTarget, k4000), 0U);
+  EXPECT_EQ(read(connection, kActual), k4000);
+}
+
+TEST_F(ChosenMachineTest, AWriteFailsWhileAnotherProgramKeepsTheLockAndNoneStillWorks) {
+  choose("MacBookPro15,1");
+  ChosenMachine smc(file());
+  SMCConnection connection(smc);
+  const auto held =
+      platform::lockFile(file() + platform::kLockEnding, std::chrono::milliseconds(0));
+  ASSERT_TRUE(held.isOpen());
+  EXPECT_THAT(logOf([&] {
+                EXPECT_EQ(connection.call(6, kMode, 1, 0, kManual).status,
+                          platform::kIOReturnError);
+              }),
+              HasSubstr("another program keeps it locked"));
+  EXPECT_EQ(statusOfRead(connection), 0U) << "reading needs no lock";
+  Platform::chooseNone();
+  EXPECT_FALSE(std::filesystem::exists(file()));
+}
+
+TEST_F(ChosenMachineTest, OnlyAFileOfTheAccountItselfIsUsed) {
+  choose("MacBookPro15,1");
+  const std::string whole = content();
+  const auto fault = [] {
+    try {
+      Platform::chosen();
+    } catch (const MachineFileError& error) {
+      return error.fault();
+    }
+    return std::string();
+  };
+  EXPECT_EQ(fault(), "");
+  struct stat facts = {};
+  stat(file().c_str(), &facts);
+  EXPECT_EQ(facts.st_mode & 07777, 0600U);
+  for (const mode_t mode : {0620, 0602}) {
+    chmod(file().c_str(), mode);
+    EXPECT_EQ(fault(), "can be written by other accounts");
+  }
+  chmod(file().c_str(), 0644);
+  EXPECT_EQ(fault(), "") << "others may read it";
+  std::filesystem::remove(file());
+  home_.write("elsewhere", whole);
+  for (const char* target : {"../elsewhere", "missing"}) {
+    std::filesystem::create_symlink(target, file());
+    EXPECT_EQ(fault(), "is a symbolic link");
+    Platform::chooseNone();
+  }
+  EXPECT_EQ(home_.read("elsewhere"), whole);
+  ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
+  EXPECT_EQ(fault(), "is not a file");
+  Platform::chooseNone();
+  std::filesystem::create_directory(file());
+  EXPECT_EQ(fault(), "is not a file");
+  Platform::chooseNone();
+  EXPECT_EQ(Platform::chosen(), nullptr);
+}
+
+TEST_F(ChosenMachineTest, AFileOfAnotherAccountIsNotUsed) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can give a file to another account";
+  }
+  choose("MacBookPro15,1");
+  ASSERT_EQ(chown(file().c_str(), 65534, 65534), 0);
+  EXPECT_THROW(Platform::chosen(), MachineFileError);
+  // Root works in the folder of a user, as with sudo: then the file is that user's.
+  ASSERT_EQ(chown(home_.path("Kelvora").c_str(), 65534, 65534), 0);
+  EXPECT_NE(Platform::chosen(), nullptr);
+  choose("iMac19,1");
+  struct stat facts = {};
+  stat(file().c_str(), &facts);
+  EXPECT_EQ(facts.st_uid, 65534U);
+}
+
+TEST_F(ChosenMachineTest, AChoiceReplacesOneThatCannotBeUsed) {
+  std::filesystem::create_directories(home_.path("Kelvora"));
+  home_.write("elsewhere", "untouched");
+  std::filesystem::create_symlink("../elsewhere", file());
+  choose("iMac19,1");
+  EXPECT_EQ(Platform::choice()->title, "iMac 27-inch 2019");
+  EXPECT_EQ(home_.read("elsewhere"), "untouched");
+  replace("oops");
+  choose("iMac19,1");
+  EXPECT_EQ(Platform::choice()->title, "iMac 27-inch 2019");
+}
+
+TEST_F(ChosenMachineTest, KeysOfAnyBytesAreWritten) {
+  home_.write("mac.json", R"({"format": "kelvora-machine", "version": 1, "architecture": "x86_64",
+                              "smc": {"keys": [{"key": "T\u00ff\u0080x", "type": "ui8 ",
+                                                "bytes": "00"}]}})");
+  Platform::choose(home_.path("mac.json"));
+  const std::uint32_t key = SMCPackedKey("T\xff\x80x");
+  ChosenMachine smc(file());
+  SMCConnection connection(smc);
+  EXPECT_EQ(write(connection, key, kManual), 0U);
+  ChosenMachine other(file());
+  SMCConnection reading(other);
+  EXPECT_EQ(reading.call(5, key, 1).payload[0], std::byte{1});
+  EXPECT_THAT(Platform::choice()->writes, ElementsAre(RecordedWrite{"T\u00ff\u0080x", "01"}));
+}
+
+TEST_F(ChosenMachineTest, OfOldWritesTheLastOfEachKeyIsKept) {
+  choose("MacBookPro15,1");
+  ChosenMachine smc(file());
+  SMCConnection connection(smc);
+  write(connection, SMCPackedKey("F1Md"), kManual);
+  // As many as are listed, without a thousand writes to the disk.
+  nlohmann::json choice = nlohmann::json::parse(content());
+  for (std::size_t i = 1; i < ChosenMachine::kMostWrites; ++i) {
+    choice["writes"].push_back({{"key", "F0Tg"}, {"bytes", "00803b45"}});
+  }
+  replace(choice.dump());
+  EXPECT_EQ(write(connection, kTarget, k4000), 0U);
+  const auto writes = Platform::choice()->writes;
+  ASSERT_THAT(writes, SizeIs(ChosenMachine::kMostWrites));
+  EXPECT_EQ(writes.front().key, "F1Md");
+  EXPECT_EQ(writes.back().bytes, "00007a45");
+}
+
+TEST_F(ChosenMachineTest, ItsPlatformIsRecordedAndStartsTheProductsOwnProgramsOnly) {
+  choose("Macmini8,1");
+  home_.write("Kelvora/Kelvora SMC", "#!/bin/sh\nexit 7\n");
+  chmod(home_.path("Kelvora/Kelvora SMC").c_str(), 0700);
+  const auto platform = Platform::chosen();
+  EXPECT_FALSE(platform->isLive());
+  EXPECT_EQ(platform->title(), "Mac mini 2018");
+  EXPECT_TRUE(platform->hasSensorHardware());
+  EXPECT_EQ(platform->authorization().request("system.privilege.admin"), nullptr);
+  platform::ChildProcesses& children = platform->childProcesses();
+  auto tool = children.launch({home_.path("Kelvora/Kelvora SMC"), {"-k"}}).child;
+  ASSERT_NE(tool, nullptr);
+  EXPECT_EQ(tool->waitUntilExit(), 7);
+  EXPECT_EQ(children.launch({"/bin/true", {}}).child, nullptr);
+  const auto named = Platform::recordedFromFile(machineFile("Macmini8,1"));
+  EXPECT_EQ(named->childProcesses().launch({home_.path("Kelvora/Kelvora SMC"), {}}).child, nullptr)
+      << "its writes stay in this process";
+}
+
+TEST_F(ChosenMachineTest, TheGuardianBesideTheProgramIsStarted) {
+  choose("Macmini8,1");
+  home_.write("bin/Kelvora Guardian", "#!/bin/sh\nexit 8\n");
+  chmod(home_.path("bin/Kelvora Guardian").c_str(), 0700);
+  auto host = Platform::live();
+  wrapPort<ForwardingMainBundle>(host->ports().mainBundle).onExecutablePath = [this] {
+    return home_.path("bin/host");
+  };
+  const auto platform = Platform::chosen(std::move(host));
+  auto guardian = platform->childProcesses().launch({home_.path("bin/Kelvora Guardian"), {}}).child;
+  ASSERT_NE(guardian, nullptr);
+  EXPECT_EQ(guardian->waitUntilExit(), 8);
+}
+
+TEST_F(ChosenMachineTest, WhereNoFolderCanBeMadeNothingIsChosen) {
+  setenv("XDG_DATA_HOME", "", 1);
+  setenv("HOME", home_.path("file/home").c_str(), 1);
+  home_.write("file", "in place of a folder");
+  EXPECT_EQ(Platform::chosen(), nullptr);
+  EXPECT_EQ(Platform::choice(), std::nullopt);
+  EXPECT_THROW(choose("iMac19,1"), MachineFileError);
+  EXPECT_NO_THROW(Platform::chooseNone());
 }
 
 }  // namespace
