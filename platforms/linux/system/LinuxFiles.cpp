@@ -1,51 +1,17 @@
 #include "platforms/linux/system/LinuxFiles.h"
 
-#include <array>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
-#include <pwd.h>
 #include <unistd.h>
 
 #include "platforms/linux/system/ProcText.h"
 #include "platforms/linux/system/TextFile.h"
+#include "platforms/linux/system/UserFolders.h"
 
 namespace kelvora::platform {
 
 namespace {
-
-constexpr std::size_t kAccountBufferBytes = 16384;
-
-std::string accountHomeFolder() {
-  std::array<char, kAccountBufferBytes> buffer;
-  passwd record{};
-  passwd* found = nullptr;
-  getpwuid_r(getuid(), &record, buffer.data(), buffer.size(), &found);
-  return found == nullptr ? "" : found->pw_dir;
-}
-
-// A folder named by the environment; the base-directory rules ignore relative ones.
-std::string environmentFolder(const char* name) {
-  const char* value = std::getenv(name);
-  return value != nullptr && value[0] == '/' ? value : "";
-}
-
-std::string homeFolder() {
-  const std::string home = environmentFolder("HOME");
-  return home.empty() ? accountHomeFolder() : home;
-}
-
-std::optional<std::string> baseFolder(const char* variable, const char* inHome) {
-  if (const std::string folder = environmentFolder(variable); !folder.empty()) {
-    return folder;
-  }
-  const std::string home = homeFolder();
-  if (home.empty()) {
-    return std::nullopt;
-  }
-  return home + inHome;
-}
 
 // The value of a line like XDG_DOCUMENTS_DIR="$HOME/Documents"; empty for any other line.
 std::string documentsLineValue(const std::string& line, const std::string& home) {
@@ -85,9 +51,7 @@ std::optional<std::string> LinuxFiles::documentsFolder() {
   return folder;
 }
 
-std::optional<std::string> LinuxFiles::applicationSupportFolder() {
-  return baseFolder("XDG_DATA_HOME", "/.local/share");
-}
+std::optional<std::string> LinuxFiles::applicationSupportFolder() { return dataFolder(); }
 
 std::optional<std::string> LinuxFiles::groupContainer(const std::string& groupIdentifier) {
   const auto support = applicationSupportFolder();
