@@ -52,7 +52,8 @@ if(CMAKE_STRIP)
   install(CODE "
     if(NOT CMAKE_INSTALL_CONFIG_NAME STREQUAL \"Debug\")
       file(GLOB built \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libKelvoraCore.*\"
-        \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/kelvora\")
+        \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/kelvora\"
+        \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/Kelvora SMC\")
       foreach(file IN LISTS built)
         if(NOT IS_SYMLINK \"\${file}\")
           execute_process(COMMAND \"${CMAKE_STRIP}\" -S \"\${file}\" COMMAND_ERROR_IS_FATAL ANY)

@@ -39,6 +39,18 @@ class CheckLayers(unittest.TestCase):
             "sensors/Controller.h": "", "hardware/Reader.cpp": '#include "sensors/Controller.h"\n',
         }, 'hardware/Reader.cpp:1: "sensors/Controller.h" is in sensors/, above hardware/')
 
+    def test_the_privileged_tool_is_made_of_the_librarys_sources_and_the_system(self):
+        files = {
+            "hardware/SMC.h": "", "platforms/shared/Fan.h": "", "tools/smc/Rights.h": "",
+            "tools/smc/main.cpp": '#include "hardware/SMC.h"\n#include "platforms/shared/Fan.h"\n#include <unistd.h>\n',
+        }
+        self.assert_clean(files)
+        self.assert_violation(files | {"tools/smc/Other.cpp": "#include <nlohmann/json.hpp>\n"},
+                              "tools/smc/Other.cpp:1: the privileged tool includes <nlohmann/json.hpp>")
+        for name in ("tools/kelvora/main.cpp", "hardware/SMC.cpp"):
+            self.assert_violation(files | {name: '#include "tools/smc/Rights.h"\n'},
+                                  name + ':1: "tools/smc/Rights.h" is the privileged tool\'s own')
+
     def test_platforms_include_nothing_above_them(self):
         self.assert_violation({
             "hardware/SMC.h": "", "platforms/linux/Live.cpp": '#include "hardware/SMC.h"\n',

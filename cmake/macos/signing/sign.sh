@@ -18,7 +18,10 @@ codesign --force --timestamp --options runtime --sign "$identity" \
   "$package/KelvoraCore.framework/Versions/A"
 codesign --force --timestamp --options runtime --identifier com.kelvora.kelvora \
   --entitlements "$package/signing/kelvora.entitlements" --sign "$identity" "$package/bin/kelvora"
-codesign --verify --strict --verbose=2 "$package/KelvoraCore.framework" "$package/bin/kelvora"
+codesign --force --timestamp --options runtime --identifier com.kelvora.smc \
+  --sign "$identity" "$package/bin/Kelvora SMC"
+codesign --verify --strict --verbose=2 "$package/KelvoraCore.framework" "$package/bin/kelvora" \
+  "$package/bin/Kelvora SMC"
 
 if [ $# -eq 2 ]; then
   archive=$(mktemp -d)/kelvora.zip
