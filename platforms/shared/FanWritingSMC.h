@@ -13,7 +13,8 @@ namespace kelvora::platform {
 ///
 /// Linux: the files of the kernel's applesmc driver. Where there are none, the recorded Mac that
 /// the account has chosen; never with raised rights, because whoever started the tool owns that
-/// file. macOS: the SMC of this Mac.
-std::unique_ptr<SMCUserClient> fanWritingSMC(const std::string& key, bool hasRaisedRights);
+/// file. Throws MachineFileError when that file cannot be used.
+/// macOS: the SMC of this Mac.
+std::unique_ptr<SMCUserClient> fanWritingSMC(const std::string& key);
 
 }  // namespace kelvora::platform

@@ -1,6 +1,8 @@
 #include "tools/smc/KnownState.h"
 
+#include <array>
 #include <csignal>
+#include <string_view>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -8,6 +10,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "platforms/shared/TrustedEnvironment.h"
 #include "tools/smc/System.h"
 
 namespace kelvora::tool {
@@ -30,14 +33,37 @@ constexpr Limit kLimits[] = {{RLIMIT_CORE, 0},
                              {RLIMIT_FSIZE, RLIM_INFINITY},
                              {RLIMIT_CPU, RLIM_INFINITY}};
 
-void clearEnvironment() {
-  static char* none[] = {nullptr};
-  environment() = none;
+// What leads to the account's folder, where the Mac is that it has chosen.
+constexpr std::array<std::string_view, 2> kKept = {"HOME=", "XDG_DATA_HOME="};
+
+char** findVariable(std::string_view start) {
+  for (char** variable = environment(); variable != nullptr && *variable != nullptr; ++variable) {
+    if (std::string_view(*variable).starts_with(start)) {
+      return variable;
+    }
+  }
+  return nullptr;
+}
+
+// With raised rights nothing is kept: it comes from who has fewer.
+void reduceEnvironment() {
+  static std::array<char*, kKept.size() + 1> reduced{};
+  std::size_t count = 0;
+  for (const std::string_view start : kKept) {
+    char** const found = platform::hasRaisedRights() ? nullptr : findVariable(start);
+    if (found != nullptr) {
+      reduced[count++] = *found;
+    }
+  }
+  environment() = reduced.data();
 }
 
 void setSignals() {
   for (int number = 1; number < NSIG; ++number) {
-    std::signal(number, SIG_DFL);  // those that cannot be set have it already
+    // A signal that waits to be unblocked is forgotten once it is ignored. Those that cannot be set
+    // have their default.
+    std::signal(number, SIG_IGN);
+    std::signal(number, SIG_DFL);
   }
   for (const int number : kIgnored) {
     std::signal(number, SIG_IGN);
@@ -77,7 +103,7 @@ bool openStandardDescriptors() {
 }  // namespace
 
 bool enterKnownState() {
-  clearEnvironment();
+  reduceEnvironment();
   setSignals();
   stopTimers();
   setLimits();

@@ -3,11 +3,14 @@
 //   Kelvora SMC -k KEY -w HEX
 //
 // docs/privileged-tool.md says what it defends against, and what each check is for.
+#include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <new>
 #include <span>
+#include <stdexcept>
 #include <string>
-#include <string_view>
+#include <utility>
 
 #include <unistd.h>
 
@@ -16,8 +19,8 @@
 #include "tools/smc/FanWriteRequest.h"
 #include "tools/smc/FanWriter.h"
 #include "tools/smc/KnownState.h"
+#include "tools/smc/LastLog.h"
 #include "tools/smc/Rights.h"
-#include "tools/smc/System.h"
 
 namespace {
 
@@ -25,18 +28,31 @@ using kelvora::tool::ExitStatus;
 using kelvora::tool::Failure;
 
 // One line on standard error; a reader that is gone misses it.
-int report(ExitStatus status, std::string_view text) {
-  const std::string line = "Kelvora SMC: " + std::string(text) + "\n";
+int report(ExitStatus status, std::string text) {
+  if (!kelvora::tool::lastLoggedLine().empty()) {
+    text += ": " + kelvora::tool::lastLoggedLine();
+  }
+  std::ranges::replace_if(
+      text, [](char c) { return c >= 0 && c < ' '; }, ' ');
+  const std::string line = "Kelvora SMC: " + text + "\n";
   while (write(STDERR_FILENO, line.data(), line.size()) < 0 && errno == EINTR) {
   }
   return static_cast<int>(status);
+}
+
+std::unique_ptr<kelvora::platform::SMCUserClient> smcFor(const std::string& key) {
+  try {
+    return kelvora::platform::fanWritingSMC(key);
+  } catch (const std::runtime_error& error) {
+    throw Failure(ExitStatus::kSMCRefused, key + ": " + error.what());
+  }
 }
 
 // The order matters: what the arguments are is known before rights are used, and rights are gone
 // before a value is looked at.
 void run(std::span<const char* const> arguments) {
   const auto request = kelvora::tool::parsedRequest(arguments);
-  const auto smc = kelvora::platform::fanWritingSMC(request.key, kelvora::tool::hasRaisedRights());
+  const auto smc = smcFor(request.key);
   kelvora::tool::FanWriter writer(*smc);
   writer.open(request.key);
   if (!kelvora::tool::dropRights()) {

@@ -4,7 +4,7 @@
 
 namespace kelvora::platform {
 
-std::unique_ptr<SMCUserClient> fanWritingSMC(const std::string&, bool) {
+std::unique_ptr<SMCUserClient> fanWritingSMC(const std::string&) {
   return std::make_unique<MacSMC>();
 }
 

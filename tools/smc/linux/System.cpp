@@ -2,12 +2,9 @@
 
 #include <climits>
 
-#include <sys/auxv.h>
 #include <unistd.h>
 
 namespace kelvora::tool {
-
-bool hasRaisedRights() { return getauxval(AT_SECURE) != 0; }
 
 char**& environment() { return environ; }
 

@@ -9,8 +9,6 @@
 
 namespace kelvora::tool {
 
-bool hasRaisedRights() { return issetugid() != 0; }
-
 char**& environment() { return *_NSGetEnviron(); }
 
 // The limit of descriptors says nothing: it may have been lowered after more were opened.
