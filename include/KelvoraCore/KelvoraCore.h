@@ -2,6 +2,7 @@
 
 // Every public header of KelvoraCore.
 
+#include "KelvoraCore/BackgroundProgram.h"
 #include "KelvoraCore/CPUCoreInfo.h"
 #include "KelvoraCore/CPUReader.h"
 #include "KelvoraCore/Export.h"

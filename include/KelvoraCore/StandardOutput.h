@@ -23,6 +23,8 @@ class KELVORA_EXPORT StandardOutput {
   /// written: the disk is full, say, or the program was started with its output closed. Logs
   /// nothing.
   bool write(std::string_view text);
+  /// Ends the output: a reader sees the end, and every later `write` returns false.
+  void close();
   /// From now on, discards what else the process prints to descriptor 1, for a report that says the
   /// same itself; or passes it to standard error again. Standard error is not affected.
   void discardMessages(bool discard);

@@ -29,6 +29,7 @@ set(KELVORA_MACOS_COCOA_SOURCES
   cocoa/HostFacts.mm
   cocoa/Log.mm
   cocoa/UserFolders.mm
+  processes/ProcessExecutable.cpp
   processes/SpawnSystem.cpp
 )
 list(TRANSFORM KELVORA_MACOS_SOURCES PREPEND ${CMAKE_CURRENT_LIST_DIR}/)

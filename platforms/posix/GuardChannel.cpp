@@ -3,8 +3,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -12,6 +10,7 @@
 #include <sys/socket.h>
 
 #include "platforms/posix/FileDescriptor.h"
+#include "platforms/posix/OwnSession.h"
 #include "platforms/posix/PollTimeout.h"
 
 namespace kelvora::platform {
@@ -145,19 +144,10 @@ void GuardChannel::close() {
 }
 
 void leaveTerminal() {
-  setsid();
   for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP}) {
     std::signal(number, SIG_IGN);
   }
-  const int nothing = ::open("/dev/null", O_RDWR);
-  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    dup2(nothing, standard);
-  }
-  if (nothing > STDERR_FILENO) {
-    ::close(nothing);
-  }
-  std::error_code ignored;
-  std::filesystem::current_path("/", ignored);
+  leaveSession();
 }
 
 std::int64_t processIdentifier() { return getpid(); }

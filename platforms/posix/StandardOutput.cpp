@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -42,9 +43,11 @@ StandardOutput::StandardOutput() {
   dup2(STDERR_FILENO, STDOUT_FILENO);
 }
 
-StandardOutput::~StandardOutput() {
+StandardOutput::~StandardOutput() { close(); }
+
+void StandardOutput::close() {
   if (descriptor_ >= 0) {
-    close(descriptor_);
+    ::close(std::exchange(descriptor_, -1));
   }
 }
 

@@ -12,14 +12,13 @@
 #include <unistd.h>
 
 #include "platforms/linux/system/TextFile.h"
+#include "platforms/posix/ProcessExecutable.h"
 
 namespace kelvora::platform {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::string_view kDeleted = " (deleted)";
 
 // A process as /proc describes it.
 struct Process {
@@ -31,15 +30,6 @@ struct Process {
 bool isThisUsers(const fs::path& folder) {
   struct stat facts = {};
   return stat(folder.c_str(), &facts) == 0 && facts.st_uid == getuid();
-}
-
-std::string programOf(const fs::path& folder) {
-  std::error_code error;
-  std::string path = fs::read_symlink(folder / "exe", error).string();
-  if (path.ends_with(kDeleted)) {
-    path.resize(path.size() - kDeleted.size());
-  }
-  return path;
 }
 
 // For a moment while it starts a program has no command line.
@@ -126,7 +116,7 @@ std::optional<ApplicationBundle> applicationOfProcess(std::int64_t pid) {
   }
   // A process that starts another program changes its program first and its command line then.
   do {
-    process.program = programOf(process.folder);
+    process.program = executableOf(static_cast<pid_t>(pid));
     if (process.program.empty()) {
       return std::nullopt;
     }
@@ -134,7 +124,7 @@ std::optional<ApplicationBundle> applicationOfProcess(std::int64_t pid) {
       return bundle;
     }
     process.words = wordsOf(process.folder);
-  } while (programOf(process.folder) != process.program);
+  } while (executableOf(static_cast<pid_t>(pid)) != process.program);
   if (process.words.empty()) {
     return std::nullopt;
   }

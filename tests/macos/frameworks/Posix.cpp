@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <string>
 #include <system_error>
 
 #include <copyfile.h>
@@ -11,6 +12,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include "platforms/posix/ProcessExecutable.h"
 #include "platforms/posix/SpawnSystem.h"
 #include "tests/macos/frameworks/Ledger.h"
 
@@ -57,5 +59,10 @@ int keepOnlyStandardDescriptors(posix_spawn_file_actions_t& actions, posix_spawn
 }
 
 char** environmentOfProcess() { return environ; }
+
+std::string executableOf(pid_t process) {
+  std::error_code error;
+  return std::filesystem::read_symlink("/proc/" + std::to_string(process) + "/exe", error).string();
+}
 
 }  // namespace kelvora::platform

@@ -1,0 +1,24 @@
+#include "platforms/posix/OwnSession.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace kelvora::platform {
+
+void leaveSession() {
+  setsid();
+  const int nothing = ::open("/dev/null", O_RDWR);
+  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    dup2(nothing, standard);
+  }
+  if (nothing > STDERR_FILENO) {
+    ::close(nothing);
+  }
+  std::error_code ignored;
+  std::filesystem::current_path("/", ignored);
+}
+
+}  // namespace kelvora::platform
