@@ -6,9 +6,10 @@
 
 namespace kelvora {
 
-/// Waits for a request to end the program: SIGINT (Ctrl-C in a terminal) or SIGTERM. While an
-/// object exists these signals do not end the process; afterwards they do what they did before. At
-/// most one object per process at a time; used by one thread.
+/// Waits for a request to end the program: SIGINT (Ctrl-C in a terminal), SIGTERM, or SIGHUP (the
+/// terminal was closed) unless that was ignored before (nohup). While an object exists these
+/// signals do not end the process; afterwards they do what they did before. At most one object per
+/// process at a time; used by one thread.
 class KELVORA_EXPORT StopSignal {
  public:
   /// Throws std::system_error where the system has no descriptors left.

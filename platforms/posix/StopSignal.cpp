@@ -15,12 +15,13 @@ namespace kelvora {
 namespace {
 
 constexpr std::array<int, 2> kStopSignals{SIGINT, SIGTERM};
+constexpr std::array<int, 1> kStopSignalsUnlessIgnored{SIGHUP};
 
 std::optional<platform::PendingSignals> asked;
 
 }  // namespace
 
-StopSignal::StopSignal() { asked.emplace(kStopSignals); }
+StopSignal::StopSignal() { asked.emplace(kStopSignals, kStopSignalsUnlessIgnored); }
 
 StopSignal::~StopSignal() { asked.reset(); }
 
