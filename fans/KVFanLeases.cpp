@@ -1,5 +1,6 @@
 #include "KelvoraCore/KVFanLeases.h"
 
+#include <cstdlib>
 #include <optional>
 #include <utility>
 
@@ -16,12 +17,26 @@ namespace {
 
 constexpr std::chrono::seconds kToolLimit{5};
 
+std::optional<double> minimumIn(const FanWrite& handBack) {
+  if (!handBack.key.ends_with("Mn")) {
+    return std::nullopt;
+  }
+  constexpr double kQuarters = 4;
+  return static_cast<double>(std::strtoull(handBack.value.c_str(), nullptr, 16)) / kQuarters;
+}
+
 KVLeasedFan leasedFan(std::uint64_t fan, const LeaseReading& reading, bool isLive) {
   if (!reading.record) {
-    return {fan, "", 0, {}, isLive, reading.fault};
+    return {fan, "", 0, {}, std::nullopt, isLive, reading.fault};
   }
   const LeaseRecord& record = *reading.record;
-  return {fan, record.program, record.processIdentifier, record.since, isLive, ""};
+  return {fan,
+          record.program,
+          record.processIdentifier,
+          record.since,
+          minimumIn(record.fan.handBack),
+          isLive,
+          ""};
 }
 
 // Under the fan's lock.

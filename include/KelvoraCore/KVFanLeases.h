@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,9 @@ struct KVLeasedFan {
   std::string program;                 ///< the holder's name, e.g. "kelvora"; UTF-8
   std::int64_t processIdentifier = 0;  ///< the holder's
   std::chrono::system_clock::time_point since;
+  /// The fan's lower limit before it was raised, e.g. 1200.25, on a machine whose fans have no
+  /// mode; else none.
+  std::optional<double> minimum;
   bool isLive = false;  ///< a guardian watches the holder, or is handing the fan back
   std::string fault;  ///< e.g. why the fan cannot be handed back; empty if it was, or was not tried
 };
