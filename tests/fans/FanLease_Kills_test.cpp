@@ -160,7 +160,6 @@ TEST_F(FanLeaseBothKilled, TheNextProgramHandsTheFanBackAndSaysWhoHadIt) {
   EXPECT_EQ(handedBack[0].program, "Test Host");
   EXPECT_EQ(handedBack[0].processIdentifier, holderProcess);
   EXPECT_EQ(handedBack[0].fault, "");
-  EXPECT_FALSE(handedBack[0].isLive);
   EXPECT_EQ(valueOf("F0Md"), "00");
   EXPECT_FALSE(isOnDisk());
   EXPECT_TRUE(KVFanLeases::handBackLeftBehind(*platform).empty());

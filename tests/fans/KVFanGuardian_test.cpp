@@ -80,15 +80,6 @@ TEST_F(KVFanGuardianTest, RefusesWhenTheLeaseCannotBePutOnTheDisk) {
   EXPECT_TRUE(writes().empty());
 }
 
-TEST_F(KVFanGuardianTest, RefusesWhenAFanCannotBeLocked) {
-  const std::string container = *KVUtils::groupContainerLocation(*platform);
-  std::filesystem::create_directories(container + "/Fan0.lock");
-  channel->send(lineOf(requestOf({{0, {"F0Md", "00"}}})));
-  EXPECT_EQ(answer(), "refused fan 0: Is a directory");
-  EXPECT_EQ(program->waitUntilExit(), 0);
-  EXPECT_FALSE(isOnDisk(0));
-}
-
 TEST(KVFanGuardian, WithoutAChannelIsWrongUsage) {
   platform::ChildRequest request;
   request.path = KELVORA_TEST_GUARDIAN;

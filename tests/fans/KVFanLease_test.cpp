@@ -60,12 +60,6 @@ TEST_F(KVFanLeaseTest, WithoutModesTheMinimumThatWasThereComesBack) {
   EXPECT_EQ(valueOf("F0Mn"), before);
 }
 
-TEST_F(KVFanLeaseTest, AHolderIsKnownByItsExecutableUnlessItHasAnotherName) {
-  KVFanLease lease(*controller, {std::chrono::seconds(30), "", KELVORA_TEST_GUARDIAN});
-  ASSERT_TRUE(lease.take({{0, 3000}})) << lease.fault();
-  EXPECT_EQ(KVFanLeases::leasedFans(*platform).at(0).program, "fans_tests");
-}
-
 TEST_F(KVFanLeaseTest, TheEndOfTheObjectReleases) {
   ASSERT_TRUE(newLease()->take({{0, 3000}}));
   EXPECT_EQ(valueOf("F0Md"), "00");

@@ -19,7 +19,7 @@ import jsonschema
 PROGRAM, MACHINES, SCHEMAS = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
 WRITER = sys.argv[4]
 STORE = {file.name: json.loads(file.read_text()) for file in SCHEMAS.glob("*.json")}
-OF_A_MACHINE = ("sensors", "keys", "inventory", "overview", "usage", "top", "network", "doctor")
+OF_A_MACHINE = ("sensors", "keys", "inventory", "overview", "usage", "top", "network", "doctor", "fans")
 
 
 def smc(*keys):

@@ -46,6 +46,7 @@ struct Argument {
   Need need = Need::kOptional;
   std::string typeName = {};              ///< in the help, e.g. "FILE"; empty for the kind's own
   std::vector<std::string> choices = {};  ///< what it takes; empty for anything
+  bool isInternal = false;  ///< for the program itself, so that the help does not show it
 };
 
 /// What a command was called with. An argument that was not given is empty, false or none.
@@ -106,6 +107,7 @@ std::vector<Command> settingsWatchCommands();
 std::vector<Command> customCommands();
 std::vector<Command> resetCommands();
 std::vector<Command> rulesCommands();
+std::vector<Command> fansCommands();
 std::vector<Command> fanSetsCommands();
 std::vector<Command> conditionsCommands();
 std::vector<Command> doctorCommands();

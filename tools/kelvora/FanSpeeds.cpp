@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
-#include <string_view>
 
 #include <nlohmann/json.hpp>
 
@@ -18,10 +16,6 @@ namespace {
 constexpr std::string_view kFanLetters = "0123456789ABCDEFGHIJ";
 constexpr double kMostRevolutions = 100'000;
 
-bool isFanKey(std::string_view key) {
-  return key.size() == 2 && key[0] == 'F' && kFanLetters.find(key[1]) != kFanLetters.npos;
-}
-
 // None for anything but a decimal number as a whole.
 std::optional<double> revolutionsIn(const std::string& text) {
   const Json number = Json::parse(text, nullptr, /*allow_exceptions=*/false);
@@ -30,13 +24,22 @@ std::optional<double> revolutionsIn(const std::string& text) {
 
 }  // namespace
 
+std::string fanSetKey(std::uint64_t fan) { return {'F', kFanLetters.at(fan)}; }
+
+std::optional<std::uint64_t> fanOfSetKey(std::string_view key) {
+  const std::size_t index =
+      key.size() == 2 && key[0] == 'F' ? kFanLetters.find(key[1]) : kFanLetters.npos;
+  return index == kFanLetters.npos ? std::nullopt : std::optional<std::uint64_t>(index);
+}
+
 PropertyListValue::Dictionary parsedSpeeds(const std::vector<std::string>& words) {
   PropertyListValue::Dictionary speeds;
   for (const std::string& word : words) {
     const std::size_t sign = std::min(word.find('='), word.size());
     const auto revolutions = revolutionsIn(word.substr(std::min(sign + 1, word.size())));
     const std::string key = word.substr(0, sign);
-    if (!isFanKey(key) || !revolutions || !(*revolutions > 0) || *revolutions > kMostRevolutions) {
+    if (!fanOfSetKey(key) || !revolutions || !(*revolutions > 0) ||
+        *revolutions > kMostRevolutions) {
       refuse(word, kInvalidInput,
              "a speed is a fan's key and its revolutions per minute, e.g. F0=1200");
     }

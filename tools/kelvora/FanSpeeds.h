@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "KelvoraCore/PropertyListValue.h"
@@ -13,6 +16,10 @@ namespace kelvora::tool {
 /// The speeds that a person wrote as "F0=1200". Refuses another form, a speed that is no number
 /// above 0 and up to 100000, a fan that is named twice, and no speed at all.
 PropertyListValue::Dictionary parsedSpeeds(const std::vector<std::string>& words);
+
+/// The key of a fan in a fan set, e.g. "FA" for 10, and back; none for a key that is no fan's.
+std::string fanSetKey(std::uint64_t fan);
+std::optional<std::uint64_t> fanOfSetKey(std::string_view key);
 
 /// E.g. "F0=1200 F1=1500.5"; the values of another program as JSON.
 std::string speedsText(const PropertyListValue::Dictionary& speeds);

@@ -40,9 +40,10 @@ std::vector<Command> allCommands() {
       kelvora::tool::machineCommands,       kelvora::tool::settingsCommands,
       kelvora::tool::settingsWatchCommands, kelvora::tool::customCommands,
       kelvora::tool::resetCommands,         kelvora::tool::rulesCommands,
-      kelvora::tool::fanSetsCommands,       kelvora::tool::conditionsCommands,
-      kelvora::tool::doctorCommands,        kelvora::tool::historyCommands,
-      kelvora::tool::recordHistoryCommands, kelvora::tool::watchCommands};
+      kelvora::tool::fansCommands,          kelvora::tool::fanSetsCommands,
+      kelvora::tool::conditionsCommands,    kelvora::tool::doctorCommands,
+      kelvora::tool::historyCommands,       kelvora::tool::recordHistoryCommands,
+      kelvora::tool::watchCommands};
   std::vector<Command> commands;
   for (const List list : kLists) {
     std::ranges::move(list(), std::back_inserter(commands));
@@ -101,8 +102,11 @@ void addArgument(CLI::App& command, const Argument& argument, Options& options) 
     return true;
   };
   if (argument.kind == Argument::Kind::kFlag) {
-    command.add_flag_callback(
+    CLI::Option* flag = command.add_flag_callback(
         argument.name, [give] { give({"true"}); }, argument.description);
+    if (argument.isInternal) {
+      flag->group("");  // the help leaves it out
+    }
     return;
   }
   const std::string choices =

@@ -160,16 +160,6 @@ TEST_F(SMCToolOfAccount, ADamagedChoiceIsAStatusAndOneLine) {
   EXPECT_EQ(std::ranges::count(result.standardError, '\n'), 1);
 }
 
-TEST_F(SMCToolOfAccount, AMessageIsOneLineWhateverTheFolderIsCalled) {
-  const std::string folder = data.path("a\nb\033c");
-  std::filesystem::create_directories(folder + "/Kelvora");
-  std::ofstream(folder + "/Kelvora/Machine.json") << "{";
-  const auto result = run({writing("F0Md", "01"), {"XDG_DATA_HOME=" + folder}});
-  EXPECT_EQ(result.status, 74);
-  EXPECT_EQ(std::ranges::count(result.standardError, '\n'), 1);
-  EXPECT_EQ(result.standardError.find('\033'), std::string::npos);
-}
-
 TEST_F(SMCToolOfAccount, TheEnvironmentChoosesNoOtherMachine) {
   auto variables = environment();
   variables.push_back("KELVORA_MACHINE=/no/such/machine.json");

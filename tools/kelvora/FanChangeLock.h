@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+
+#include "KelvoraCore/KVProcessLock.h"
+
+namespace kelvora::tool {
+
+/// Lets one command of the account at a time replace the processes that hold fans: what one reads,
+/// no other changes before it is done. Ends with the object.
+class FanChangeLock {
+ public:
+  /// Waits for another command. Throws CommandError when that does not end, or nobody can have the
+  /// lock.
+  explicit FanChangeLock(Platform& platform);
+
+ private:
+  std::unique_ptr<KVProcessLock> lock_;
+};
+
+}  // namespace kelvora::tool

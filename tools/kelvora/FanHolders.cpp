@@ -1,0 +1,114 @@
+#include "tools/kelvora/FanHolders.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <set>
+
+#include "KelvoraCore/BackgroundProgram.h"
+#include "KelvoraCore/KVMainQueue.h"
+
+#include "tools/kelvora/Command.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Longer than a lease takes to hand back while its tool and its guardian hang.
+constexpr std::chrono::seconds kLongestEnd{30};
+constexpr std::chrono::milliseconds kStep{10};
+
+bool isAmong(const std::vector<std::uint64_t>& fans, std::uint64_t fan) {
+  return std::ranges::find(fans, fan) != fans.end();
+}
+
+std::set<std::int64_t> holdersOf(const std::vector<std::uint64_t>& fans,
+                                 const std::vector<KVLeasedFan>& leases) {
+  std::set<std::int64_t> processes;
+  for (const KVLeasedFan& lease : leases) {
+    if (isOwnHolder(lease) && isAmong(fans, lease.fan)) {
+      processes.insert(lease.processIdentifier);
+    }
+  }
+  return processes;
+}
+
+// The leases that these processes still have, the first of each.
+std::vector<KVLeasedFan> leasesOf(const std::set<std::int64_t>& processes, Platform& platform) {
+  std::vector<KVLeasedFan> found;
+  std::set<std::int64_t> seen;
+  for (const KVLeasedFan& lease : KVFanLeases::leasedFans(platform)) {
+    if (isOwnHolder(lease) && processes.contains(lease.processIdentifier) &&
+        seen.insert(lease.processIdentifier).second) {
+      found.push_back(lease);
+    }
+  }
+  return found;
+}
+
+// What the fan has as its holder's speed.
+std::optional<double> heldSpeed(const FanState& fan) {
+  return fan.raisedTo ? fan.raisedTo : fan.target;
+}
+
+}  // namespace
+
+bool isOwnHolder(const KVLeasedFan& lease) {
+  return lease.isLive && lease.program == kFanHolderName;
+}
+
+std::vector<KVFanSpeed> otherFansOfHolders(const std::vector<std::uint64_t>& fans,
+                                           const std::vector<FanState>& states) {
+  std::vector<KVLeasedFan> leases;
+  for (const FanState& state : states) {
+    if (state.lease) {
+      leases.push_back(*state.lease);
+    }
+  }
+  const std::set<std::int64_t> holders = holdersOf(fans, leases);
+  std::vector<KVFanSpeed> others;
+  for (const FanState& state : states) {
+    const auto speed = heldSpeed(state);
+    if (speed && state.lease && isOwnHolder(*state.lease) && !isAmong(fans, state.index) &&
+        holders.contains(state.lease->processIdentifier)) {
+      others.push_back({state.index, static_cast<std::uint64_t>(std::llround(*speed))});
+    }
+  }
+  return others;
+}
+
+std::vector<KVLeasedFan> endOwnHolders(const std::vector<std::uint64_t>& fans, Platform& platform) {
+  const std::set<std::int64_t> processes = holdersOf(fans, KVFanLeases::leasedFans(platform));
+  for (const std::int64_t process : processes) {
+    BackgroundProgram::askToEnd(process);  // of one that has ended already the guardian hands back
+  }
+  const Clock::time_point deadline = Clock::now() + kLongestEnd;
+  std::vector<KVLeasedFan> left = leasesOf(processes, platform);
+  while (!left.empty() && Clock::now() < deadline) {
+    KVMainQueue::runUntil(Clock::now() + kStep);
+    left = leasesOf(processes, platform);
+  }
+  return left;
+}
+
+int startHolder(const std::vector<KVFanSpeed>& speeds, const std::vector<std::string>& more) {
+  std::vector<std::string> arguments = {"fans", "hold", "--detach"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  for (const KVFanSpeed& speed : speeds) {
+    arguments.push_back(std::to_string(speed.fan) + "=" + std::to_string(speed.speed));
+  }
+  const BackgroundProgram::Start start = BackgroundProgram::start(arguments);
+  if (!start.fault.empty()) {
+    throw CommandError(kExitNothingRead, "the holder cannot be started: " + start.fault);
+  }
+  constexpr int kOfSignals = 128;
+  if (start.status.value_or(0) >= kOfSignals) {
+    throw CommandError(kExitNothingRead, "the holder has been ended by signal " +
+                                             std::to_string(*start.status - kOfSignals));
+  }
+  return start.status.value_or(kExitSuccess);
+}
+
+}  // namespace kelvora::tool

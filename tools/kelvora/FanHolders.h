@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "KelvoraCore/KVFanLease.h"
+#include "KelvoraCore/KVFanLeases.h"
+
+#include "tools/kelvora/FanReader.h"
+
+namespace kelvora::tool {
+
+/// The name by which other programs know a process of this program that holds fans.
+inline constexpr char kFanHolderName[] = "kelvora";
+
+/// Whether a running process of this program holds the fan.
+bool isOwnHolder(const KVLeasedFan& lease);
+
+/// The other fans of the own holders that have any of `fans`, at the speeds that they have now.
+std::vector<KVFanSpeed> otherFansOfHolders(const std::vector<std::uint64_t>& fans,
+                                           const std::vector<FanState>& states);
+
+/// Asks the own holders that have any of `fans` to end, and waits until all their fans are handed
+/// back. Returns those that did not end in time, one lease each.
+std::vector<KVLeasedFan> endOwnHolders(const std::vector<std::uint64_t>& fans, Platform& platform);
+
+/// Starts a process of this program that holds the fans until it is asked to end, and waits until
+/// it holds them. Returns its exit status if it ended, having said why on standard error; 0 if it
+/// goes on. `more` are further arguments of 'kelvora fans hold'. Throws CommandError when it cannot
+/// be started.
+int startHolder(const std::vector<KVFanSpeed>& speeds, const std::vector<std::string>& more = {});
+
+}  // namespace kelvora::tool

@@ -1,0 +1,126 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "KelvoraCore/KVUtils.h"
+
+#include "tools/kelvora/FanChangeLock.h"
+#include "tools/kelvora/FanHolders.h"
+#include "tools/kelvora/FansCommands.h"
+#include "tools/kelvora/Text.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+void say(std::uint64_t fan, const std::string& text) {
+  const std::string line = "fan " + std::to_string(fan) + ": " + text;
+  std::fprintf(stderr, "kelvora: %s\n", printable(line).c_str());
+}
+
+std::vector<std::uint64_t> chosenFans(const FanControl& control,
+                                      const std::vector<std::string>& words) {
+  std::set<std::uint64_t> fans;
+  for (const std::string& word : words) {
+    if (word != "all") {
+      fans.insert(control.fan(parsedFan(word)).index);
+      continue;
+    }
+    for (const FanState& fan : control.fans()) {
+      fans.insert(fan.index);
+    }
+  }
+  return {fans.begin(), fans.end()};
+}
+
+// Whether the fan is the system's: by its mode, or because nothing raises its minimum.
+bool isBack(const FanState& fan, bool hasModes) {
+  constexpr double kRounding = 1;  // a speed is written in whole revolutions
+  return hasModes ? fan.isFixed == false
+                  : !fan.raisedTo || *fan.raisedTo < fan.minimum.value_or(0) + kRounding;
+}
+
+std::uint64_t wholeSpeed(const std::optional<double>& speed) {
+  return speed && *speed > 0 ? static_cast<std::uint64_t>(std::llround(*speed)) : 0;
+}
+
+// Whether it has succeeded is read afterwards.
+FanWritten handBack(FanControl& control, const FanState& fan, const FanState& before) {
+  if (!control.hasModes() && !fan.lease) {
+    // Its holder has restored the minimum at its end, or there was none.
+    return {.minimum = before.lease ? before.minimum : std::nullopt};
+  }
+  const std::uint64_t minimum = wholeSpeed(fan.minimum);
+  control.controller().setSpeed(minimum, fan.index, /*autoMode=*/true);
+  const auto written = static_cast<double>(minimum);
+  return control.hasModes() ? FanWritten{.isFixed = false, .target = written}
+                            : FanWritten{.minimum = written};
+}
+
+// Ends the own holders of the fans; their other fans stay at their speeds in a holder of their own.
+// Returns the exit status.
+int endHolders(FanControl& control, const std::vector<std::uint64_t>& fans) {
+  const std::vector<KVFanSpeed> others = otherFansOfHolders(fans, control.fans());
+  const bool haveEnded = endOwnHolders(fans, control.machine().platform).empty();
+  return haveEnded && !others.empty() ? startHolder(others) : kExitSuccess;
+}
+
+// Empty for a fan that is back.
+std::string faultOf(FanControl& control, const FanState& fan) {
+  if (isBack(fan, control.hasModes())) {
+    return "";
+  }
+  if (control.hasModes() && !fan.isFixed) {
+    return ": its mode cannot be read";
+  }
+  return KVUtils::smcExeOwnership(control.machine().platform)
+             ? ": the privileged tool could not write it"
+             : ": the privileged tool is not installed ('kelvora fans permit' installs it)";
+}
+
+// Says what a user has to know of the fan, and returns the exit status.
+int report(FanControl& control, const FanState& fan, bool wasHeld) {
+  const std::string fault = faultOf(control, fan);
+  if (!fault.empty()) {
+    say(fan.index, "not handed back" + fault);
+    return kExitNothingRead;
+  }
+  if (fan.lease && fan.lease->isLive) {
+    say(fan.index, "held by " + holderOf(*fan.lease) + ", which may set it again");
+  } else if (!control.hasModes() && !wasHeld) {
+    say(fan.index, "nothing to restore, no program of this account has raised its minimum");
+  }
+  return kExitSuccess;
+}
+
+}  // namespace
+
+int runFansAuto(const Options& options, StandardOutput& output) {
+  FanControl control(options, output);
+  const std::vector<std::uint64_t> fans = chosenFans(control, options.texts("INDEX"));
+  const FanChangeLock lock(control.machine().platform);
+  control.readAgain();
+  const std::vector<FanState> before = control.fans();
+  int status = endHolders(control, fans);
+  control.readAgain();
+  std::vector<FanWritten> written;
+  for (const std::uint64_t fan : fans) {
+    written.push_back(handBack(control, control.fan(fan), before.at(fan)));
+  }
+  control.readAgain();
+  std::vector<FanChange> changes;
+  for (std::size_t i = 0; i < fans.size(); ++i) {
+    changes.push_back({written[i], control.fan(fans[i])});
+  }
+  writeChanges(options, output, control.machine(), FanEvent::kHandedBack, changes);
+  for (const std::uint64_t fan : fans) {
+    status = std::max(status, report(control, control.fan(fan), before.at(fan).lease.has_value()));
+  }
+  return status;
+}
+
+}  // namespace kelvora::tool

@@ -1,0 +1,214 @@
+#include "tools/kelvora/FansReport.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <optional>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "tools/kelvora/Changes.h"
+#include "tools/kelvora/Report.h"
+#include "tools/kelvora/Text.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+using Row = std::vector<std::string>;
+
+Json jsonOf(const std::optional<double>& number) {
+  return number ? jsonNumber(*number) : Json(nullptr);
+}
+
+Json jsonMode(const std::optional<bool>& isFixed) {
+  return isFixed ? Json(*isFixed ? "fixed" : "automatic") : Json(nullptr);
+}
+
+// A lease whose record cannot be read has no program.
+void addHolder(Json& json, const KVLeasedFan& lease) {
+  const bool isKnown = lease.processIdentifier != 0;
+  json["program"] = isKnown ? Json(lease.program) : Json(nullptr);
+  json["process"] = isKnown ? Json(lease.processIdentifier) : Json(nullptr);
+  json["since"] = isKnown ? Json(isoTime(lease.since)) : Json(nullptr);
+  json["fault"] = lease.fault.empty() ? Json(nullptr) : Json(lease.fault);
+}
+
+Json jsonLease(const std::optional<KVLeasedFan>& lease) {
+  if (!lease) {
+    return nullptr;
+  }
+  Json json;
+  addHolder(json, *lease);
+  json["isLive"] = lease->isLive;
+  return json;
+}
+
+Json jsonFan(const FanState& fan) {
+  return {{"index", fan.index},
+          {"name", fan.name},
+          {"speed", jsonOf(fan.speed)},
+          {"minimum", jsonOf(fan.minimum)},
+          {"maximum", jsonOf(fan.maximum)},
+          {"target", jsonOf(fan.target)},
+          {"mode", jsonMode(fan.isFixed)},
+          {"raisedTo", jsonOf(fan.raisedTo)},
+          {"lease", jsonLease(fan.lease)}};
+}
+
+Json jsonLeftBehind(const KVLeasedFan& lease) {
+  Json json = {{"index", lease.fan}};
+  addHolder(json, lease);
+  return json;
+}
+
+Json jsonWritten(const FanWritten& written) {
+  return {{"mode", jsonMode(written.isFixed)},
+          {"target", jsonOf(written.target)},
+          {"minimum", jsonOf(written.minimum)}};
+}
+
+template <typename Items, typename ToJson>
+Json jsonList(const Items& items, ToJson toJson) {
+  Json list = Json::array();
+  for (const auto& item : items) {
+    list.push_back(toJson(item));
+  }
+  return list;
+}
+
+std::string number(const std::optional<double>& speed) {
+  return speed && std::isfinite(*speed) ? std::to_string(std::llround(*speed)) : "unknown";
+}
+
+std::string speedText(const std::optional<double>& speed) {
+  return speed && std::isfinite(*speed) ? number(speed) + " rpm" : "unknown speed";
+}
+
+// "fixed, target 3000 rpm"
+std::string controlText(const FanState& fan) {
+  std::string text;
+  const auto add = [&text](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
+  if (fan.isFixed) {
+    add(*fan.isFixed ? "fixed" : "automatic");
+  }
+  if (fan.raisedTo) {
+    add("at least " + speedText(fan.raisedTo));
+  }
+  if (fan.target) {
+    add("target " + speedText(fan.target));
+  }
+  return text;
+}
+
+std::string leaseText(const FanState& fan) {
+  if (!fan.lease) {
+    return "";
+  }
+  const std::string since =
+      fan.lease->processIdentifier == 0 ? "" : " since " + isoTime(fan.lease->since);
+  return (fan.lease->isLive ? "held by " : "left behind by ") + holderOf(*fan.lease) + since;
+}
+
+Row rowOf(const FanState& fan) {
+  return {std::to_string(fan.index), printable(fan.name),
+          speedText(fan.speed),      number(fan.minimum) + " to " + number(fan.maximum) + " rpm",
+          controlText(fan),          leaseText(fan)};
+}
+
+std::string writtenText(const FanWritten& written) {
+  if (written.isFixed) {
+    return *written.isFixed ? "set to " + speedText(written.target) : "handed back";
+  }
+  return written.minimum ? "minimum set to " + speedText(written.minimum) : "nothing written";
+}
+
+Row rowOf(const FanChange& change) {
+  const FanState& fan = change.read;
+  const std::string control = controlText(fan);
+  return {std::to_string(fan.index), printable(fan.name), writtenText(change.written),
+          "now " + speedText(fan.speed) + (control.empty() ? "" : ", " + control), leaseText(fan)};
+}
+
+template <typename Item>
+std::vector<Row> rowsOf(const std::vector<Item>& items) {
+  std::vector<Row> rows(items.size());
+  std::ranges::transform(items, rows.begin(), [](const Item& item) { return rowOf(item); });
+  return rows;
+}
+
+// Each row with its first two columns as a heading, for a terminal that is too narrow for a table.
+std::string stacked(const std::vector<Row>& rows, std::size_t columns) {
+  constexpr std::size_t kIndent = 3;
+  const std::size_t width = std::max(columns, kIndent + 1) - kIndent;
+  std::string text;
+  for (const Row& row : rows) {
+    text += row[0] + "  " + row[1] + "\n";
+    for (std::size_t column = 2; column < row.size(); ++column) {
+      for (const std::string& line : wrapped(row[column], width)) {
+        text += line.empty() ? "" : std::string(kIndent, ' ') + line + "\n";
+      }
+    }
+  }
+  return text;
+}
+
+std::string textOf(const std::vector<Row>& rows, std::size_t columns) {
+  const std::string text = table(rows);
+  std::size_t width = 0;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    width = std::max(width, displayWidth(line));
+  }
+  return columns == 0 || width <= columns ? text : stacked(rows, columns);
+}
+
+}  // namespace
+
+std::string holderOf(const KVLeasedFan& lease) {
+  return lease.processIdentifier == 0
+             ? "another program"
+             : lease.program + " (process " + std::to_string(lease.processIdentifier) + ")";
+}
+
+bool reportLeftBehind(const std::vector<KVLeasedFan>& leftBehind) {
+  for (const KVLeasedFan& fan : leftBehind) {
+    const std::string line =
+        "fan " + std::to_string(fan.fan) + ": left behind by " + holderOf(fan) +
+        (fan.fault.empty() ? ", handed back" : ", not handed back: " + fan.fault);
+    std::fprintf(stderr, "kelvora: %s\n", printable(line).c_str());
+  }
+  return std::ranges::all_of(leftBehind, &std::string::empty, &KVLeasedFan::fault);
+}
+
+void writeFans(const Options& options, StandardOutput& output, const MachineChoice& machine,
+               const std::vector<FanState>& fans, const std::vector<KVLeasedFan>& leftBehind) {
+  if (options.json) {
+    writeJson(output, {{"machine", jsonMachine(machine.platform)},
+                       {"fans", jsonList(fans, jsonFan)},
+                       {"leftBehind", jsonList(leftBehind, jsonLeftBehind)}});
+    return;
+  }
+  const std::vector<Row> rows = rowsOf(fans);
+  const auto columns = static_cast<std::size_t>(output.columns());
+  writeText(output, machineLine(machine, columns) + "\n" +
+                        (rows.empty() ? "no fans\n" : textOf(rows, columns)));
+}
+
+void writeChanges(const Options& options, StandardOutput& output, const MachineChoice& machine,
+                  FanEvent event, const std::vector<FanChange>& changes, bool isOneOfMany) {
+  if (options.json) {
+    const auto jsonChange = [](const FanChange& change) {
+      return Json{{"written", jsonWritten(change.written)}, {"read", jsonFan(change.read)}};
+    };
+    const Json report = {{"machine", jsonMachine(machine.platform)},
+                         {"event", event == FanEvent::kHeld ? "held" : "handedBack"},
+                         {"fans", jsonList(changes, jsonChange)}};
+    isOneOfMany ? writeJsonLine(output, report) : writeJson(output, report);
+    return;
+  }
+  writeText(output, textOf(rowsOf(changes), static_cast<std::size_t>(output.columns())));
+}
+
+}  // namespace kelvora::tool

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "KelvoraCore/StandardOutput.h"
+
+#include "tools/kelvora/Command.h"
+#include "tools/kelvora/FanReader.h"
+#include "tools/kelvora/MachineChoice.h"
+
+namespace kelvora::tool {
+
+/// What was written to the keys of a fan; a member that is none was not.
+struct FanWritten {
+  std::optional<bool> isFixed = {};
+  std::optional<double> target = {};
+  std::optional<double> minimum = {};
+};
+
+/// A fan that a command has set or handed back, as it is read afterwards.
+struct FanChange {
+  FanWritten written;
+  FanState read;
+};
+
+/// What a command did to fans.
+enum class FanEvent : std::uint8_t { kHeld, kHandedBack };
+
+/// "kelvora (process 612)", or "another program" where that is not known.
+std::string holderOf(const KVLeasedFan& lease);
+
+/// Says on standard error what was left behind and whether it was handed back, a line for each fan.
+/// Returns whether all of it was.
+bool reportLeftBehind(const std::vector<KVLeasedFan>& leftBehind);
+
+/// Writes the list of fans.
+void writeFans(const Options& options, StandardOutput& output, const MachineChoice& machine,
+               const std::vector<FanState>& fans, const std::vector<KVLeasedFan>& leftBehind);
+
+/// Writes what was done; in JSON on one line if `isOneOfMany`.
+void writeChanges(const Options& options, StandardOutput& output, const MachineChoice& machine,
+                  FanEvent event, const std::vector<FanChange>& changes, bool isOneOfMany = false);
+
+}  // namespace kelvora::tool

@@ -1,0 +1,103 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/kelvora/Changes.h"
+#include "tools/kelvora/FanChangeLock.h"
+#include "tools/kelvora/FanHolders.h"
+#include "tools/kelvora/FanSpeeds.h"
+#include "tools/kelvora/FansCommands.h"
+#include "tools/kelvora/StoreForReading.h"
+
+namespace kelvora::tool {
+
+namespace {
+
+std::vector<std::uint64_t> fansOf(const std::vector<KVFanSpeed>& speeds) {
+  std::vector<std::uint64_t> fans(speeds.size());
+  std::ranges::transform(speeds, fans.begin(), &KVFanSpeed::fan);
+  return fans;
+}
+
+void endHolders(const std::vector<std::uint64_t>& fans, Platform& platform) {
+  const std::vector<KVLeasedFan> left = endOwnHolders(fans, platform);
+  if (!left.empty()) {
+    throw CommandError(kExitElsewhere, "fan " + std::to_string(left.front().fan) +
+                                           ": still held by " + holderOf(left.front()) +
+                                           ", which was asked to end");
+  }
+}
+
+// One process of this program holds the fans and keeps those that an earlier one had.
+int setFans(const Options& options, StandardOutput& output, FanControl& control,
+            const std::vector<KVFanSpeed>& wanted) {
+  const FanChangeLock lock(control.machine().platform);
+  control.readAgain();
+  control.requireSettable(wanted, /*fromAnyone=*/false);
+  std::vector<KVFanSpeed> speeds = wanted;
+  const std::vector<KVFanSpeed> others = otherFansOfHolders(fansOf(wanted), control.fans());
+  speeds.insert(speeds.end(), others.begin(), others.end());
+  endHolders(fansOf(wanted), control.machine().platform);
+  const int status = startHolder(speeds);
+  if (status == kExitSuccess) {
+    writeChanges(options, output, control.machine(), FanEvent::kHeld, changesTo(control, wanted));
+    return status;
+  }
+  for (const KVFanSpeed& other : others) {
+    std::fprintf(stderr, "kelvora: fan %d: handed back, as its holder has ended\n",
+                 static_cast<int>(other.fan));
+  }
+  return status;
+}
+
+std::optional<KVFanSpeed> speedIn(const std::string& key, const PropertyListValue& value) {
+  constexpr double kMostRevolutions = 100'000;
+  const auto fan = fanOfSetKey(key);
+  const bool isNumber = value.as<double>() != nullptr || value.as<std::int64_t>() != nullptr;
+  const double speed = value.doubleValue();
+  if (!fan || !isNumber || !(speed > 0) || speed > kMostRevolutions) {
+    return std::nullopt;
+  }
+  return KVFanSpeed{*fan, static_cast<std::uint64_t>(std::llround(speed))};
+}
+
+std::vector<KVFanSpeed> speedsOf(const KVFanSet& set) {
+  std::vector<KVFanSpeed> speeds;
+  for (const auto& [key, value] : set.valueDict().value_or(PropertyListValue::Dictionary())) {
+    const auto speed = speedIn(key, value);
+    if (!speed) {
+      refuse(set.name(), kInvalidInput, "not all of its speeds are those of fans");
+    }
+    speeds.push_back(*speed);
+  }
+  if (speeds.empty()) {
+    refuse(set.name(), kInvalidInput, "it has no speeds");
+  }
+  return speeds;
+}
+
+std::vector<KVFanSpeed> speedsOfSet(const std::string& name) {
+  if (!StoreForReading::exists()) {
+    refuse(name, kInvalidInput, "'kelvora fansets' lists the fan sets");
+  }
+  StoreForReading reading;
+  return speedsOf(*requiredFanSet(reading.store(), name));
+}
+
+}  // namespace
+
+int runFansSet(const Options& options, StandardOutput& output) {
+  const KVFanSpeed wanted{parsedFan(options.text("INDEX")), parsedSpeed(options.text("RPM"))};
+  FanControl control(options, output);
+  return setFans(options, output, control, {wanted});
+}
+
+int runFansApply(const Options& options, StandardOutput& output) {
+  FanControl control(options, output);
+  return setFans(options, output, control, speedsOfSet(options.text("FANSET")));
+}
+
+}  // namespace kelvora::tool
