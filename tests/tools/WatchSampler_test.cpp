@@ -1,5 +1,6 @@
 #include "tools/kelvora/WatchSampler.h"
 
+#include <algorithm>
 #include <chrono>
 #include <future>
 #include <memory>
@@ -11,8 +12,11 @@
 #include <gtest/gtest.h>
 
 #include "KelvoraCore/KVMainQueue.h"
+#include "KelvoraCore/SMC.h"
+#include "KelvoraCore/SensorController.h"
 
 #include "ports/Ports.h"
+#include "tests/support/ForwardingSMC.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/ScriptedChildProcesses.h"
 
@@ -67,6 +71,30 @@ TEST_F(WatchSamplerTest, AReadingHasSensorsAndUsageAndIsTakenOnce) {
   const WatchReading second = waitFor([&] { return sampler.takeReading(); });
   EXPECT_EQ(second.sensors.size(), reading.sensors.size());
   EXPECT_TRUE(second.usage.rate) << "the second one has rates";
+}
+
+TEST_F(WatchSamplerTest, AReadThatFailsEachTimeIsReportedOnce) {
+  auto& smc = kelvora::testing::ForwardingSMC::wrap(platform_);
+  auto& centre = platform_.notificationCentres().distributed();
+  std::vector<std::string> reported;
+  const auto token = centre.addObserver(
+      SensorControllerDidFailNotification, platform::SuspensionBehavior::kDefault,
+      [&](const platform::Notification& notice) { reported.push_back(notice.object.value()); });
+  WatchSampler sampler(platform_);
+  const auto read = [&] {
+    sampler.read();
+    waitFor([&] { return sampler.takeReading(); });
+  };
+  read();
+  smc.setOverride([](const auto& call, auto) {
+    return call.key == SMCPackedKey("TC0P") ? std::optional(platform::kIOReturnError)
+                                            : std::nullopt;
+  });
+  read();
+  read();
+  read();
+  EXPECT_EQ(std::ranges::count(reported, "SMC read (TC0P) failed"), 1);
+  centre.removeObserver(token);
 }
 
 TEST_F(WatchSamplerTest, TheBusiestProcessesAreListed) {

@@ -210,8 +210,25 @@ TEST(WatchScreen, ABarIsNeverLongerThanItsPlace) {
   for (const double fraction : {-3.0, 7.0, 1.0 / 0.0, 0.0 / 0.0}) {
     WatchContent content = smallContent();
     content.meters[0].fraction = fraction;
-    expectWithin(layOut(content, {80, 24}, 0).screen, {80, 24});
+    expectWithin(layOut(content, {40, 24}, 0).screen, {80, 24});
   }
+}
+
+TEST(WatchScreen, ABarOfLessThanSixColumnsIsLeftOut) {
+  std::size_t shortest = 100;
+  for (std::size_t length = 1; length < 40; ++length) {
+    WatchContent content = smallContent();
+    content.meters = {{"CPU", std::string(length, 'x'), 0.5, Tone::kGood}};
+    content.sensors.clear();
+    for (const ScreenLine& line : layOut(content, {40, 24}, 0).screen) {
+      for (const Span& span : line) {
+        if (span.text.starts_with("█")) {
+          shortest = std::min(shortest, displayWidth(span.text));
+        }
+      }
+    }
+  }
+  EXPECT_EQ(shortest, 6U);
 }
 
 TEST(WatchScreen, TonesSayWhatStandsOut) {

@@ -186,6 +186,16 @@ TEST_F(KelvoraUsage, FitsTheTerminalAndHasBarsThere) {
   EXPECT_THAT(outputOf({"top"}), Not(HasSubstr("█")));
 }
 
+TEST_F(KelvoraUsage, ABarTakesAQuarterOfTheTerminalAndTwentyColumnsAtMost) {
+  const auto usage = [](unsigned short columns) {
+    return runInTerminal(KELVORA_PROGRAM, {"usage", "--machine", "MacBookPro15,1"}, columns)
+        .standardOutput;
+  };
+  EXPECT_THAT(usage(48), HasSubstr("  ██░░░░░░░░░░  17.3 %\n"));
+  EXPECT_THAT(usage(60), HasSubstr("  ███░░░░░░░░░░░░  17.3 %\n"));
+  EXPECT_THAT(usage(120), HasSubstr("  ███░░░░░░░░░░░░░░░░░  17.3 %\n"));
+}
+
 TEST_F(KelvoraUsage, InAsciiTheBarsAreSignsOfIt) {
   const std::string report =
       runInTerminal(KELVORA_PROGRAM, {"usage", "--machine", "MacBookPro15,1"}, 80,

@@ -173,6 +173,11 @@ class Screen(unittest.TestCase):
         pane.wait_for("1-16/")
         pane.press("End", "Up")
         pane.wait_for("49-64/")
+        pane.press("End")
+        pane.resize(80, 30)
+        pane.wait_for("44-65/")
+        pane.press("Up")
+        pane.wait_for("43-64/")
 
     @in_pane()
     def test_filters_while_typing(self, pane):
@@ -220,7 +225,7 @@ class Screen(unittest.TestCase):
 
     @in_pane()
     def test_follows_the_size_of_the_terminal(self, pane):
-        pane.watch(shown="1-16/")
+        pane.watch(f"--machine {MACHINE} --every 3600", shown="1-16/")  # no reading draws it again
         pane.resize(40, 10)
         screen = pane.wait_for(lambda shown: "1-3/" in shown and len(shown.splitlines()[0]) <= 40)
         self.assertIn("(recording)", screen.splitlines()[0])
@@ -236,7 +241,7 @@ class Screen(unittest.TestCase):
 
     @in_pane()
     def test_a_suspended_program_comes_back_with_its_screen(self, pane):
-        pane.watch()
+        pane.watch(f"--machine {MACHINE} --every 3600")
         for _ in range(2):
             pane.press("C-z")
             pane.wait_for("Stopped", without=["CPU Proximity"])

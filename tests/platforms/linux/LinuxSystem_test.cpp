@@ -85,7 +85,12 @@ TEST(LinuxSystemControls, TellsTheFactsOfDMIProcessorsAndMemory) {
   EXPECT_EQ(numberControl<std::int64_t>(controls, "hw.l3cachesize"), 9437184);
   EXPECT_EQ(numberControl<std::int64_t>(controls, "hw.memsize"), 17179869184);
   EXPECT_EQ(numberControl<std::int64_t>(controls, "hw.pagesize"), sysconf(_SC_PAGESIZE));
-  EXPECT_TRUE(numberControl<std::int32_t>(controls, "hw.cputype").has_value());
+#ifdef __aarch64__
+  constexpr std::int32_t kProcessorType = 16777228;
+#else
+  constexpr std::int32_t kProcessorType = 7;
+#endif
+  EXPECT_EQ(numberControl<std::int32_t>(controls, "hw.cputype"), kProcessorType);
   std::int32_t processors = 0;
   std::size_t size = sizeof processors;
   EXPECT_EQ(controls.byNumber(std::array{6, 3}, &processors, &size), 0);
