@@ -159,6 +159,13 @@ class Answers(unittest.TestCase):
     def test_the_list_of_machines(self):
         validate(self.answer("machines"), "machines.json")
 
+    def test_the_permission_of_the_privileged_tool(self):
+        answer = self.answer("fans", "permit", "--machine", str(MACHINES / "Macmini8,1.json"))
+        validate(answer, "permit.json")
+        for place, other in changed(answer):
+            with self.subTest(place=place), self.assertRaises(jsonschema.ValidationError):
+                validate(other, "permit.json")
+
     def test_the_chosen_machine(self):
         answers = [self.answer("machine"), self.answer("machine", "use", str(MACHINES / "Macmini8,1.json")),
                    self.answer("machine", "none")]

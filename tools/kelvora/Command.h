@@ -109,6 +109,7 @@ std::vector<Command> resetCommands();
 std::vector<Command> rulesCommands();
 std::vector<Command> fansCommands();
 std::vector<Command> fanSetsCommands();
+std::vector<Command> fansPermitCommands();
 std::vector<Command> conditionsCommands();
 std::vector<Command> doctorCommands();
 std::vector<Command> historyCommands();

@@ -43,7 +43,7 @@ std::vector<Command> allCommands() {
       kelvora::tool::fansCommands,          kelvora::tool::fanSetsCommands,
       kelvora::tool::conditionsCommands,    kelvora::tool::doctorCommands,
       kelvora::tool::historyCommands,       kelvora::tool::recordHistoryCommands,
-      kelvora::tool::watchCommands};
+      kelvora::tool::watchCommands,         kelvora::tool::fansPermitCommands};
   std::vector<Command> commands;
   for (const List list : kLists) {
     std::ranges::move(list(), std::back_inserter(commands));

@@ -1,0 +1,57 @@
+// Installing the privileged tool by the command.
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+
+#include "tests/support/TemporaryFolder.h"
+#include "tests/tools/KelvoraProgram.h"
+
+namespace kelvora::testing {
+namespace {
+
+using nlohmann::json;
+
+class KelvoraFansPermit : public ::testing::Test {
+ protected:
+  KelvoraFansPermit() {
+    unsetenv("KELVORA_MACHINE");
+    setenv("HOME", home_.path().c_str(), 1);
+    setenv("XDG_CONFIG_HOME", home_.path("config").c_str(), 1);
+    setenv("XDG_DATA_HOME", home_.path("data").c_str(), 1);
+  }
+  std::string tool() const { return home_.path("data/Kelvora/Kelvora SMC"); }
+
+  TemporaryFolder home_;
+};
+
+TEST_F(KelvoraFansPermit, OnARecordedMacTheToolIsInstalledWithoutRights) {
+  const ProgramResult result = runKelvora({"fans", "permit", "--machine", "iMac19,1"});
+  EXPECT_EQ(result.status, 0) << result.standardError;
+  EXPECT_EQ(result.standardOutput, tool() + ": a recorded Mac needs no rights\n");
+  struct stat facts = {};
+  ASSERT_EQ(lstat(tool().c_str(), &facts), 0);
+  EXPECT_EQ(facts.st_mode & 06111U, 0111U) << "it can be run, and raises no rights";
+  json report =
+      json::parse(runKelvora({"fans", "permit", "--machine", "iMac19,1", "--json"}).standardOutput);
+  EXPECT_EQ(report["machine"]["live"], false);
+  report.erase("machine");
+  EXPECT_EQ(report, json({{"tool", tool()}, {"needed", false}, {"granted", false}}));
+}
+
+TEST_F(KelvoraFansPermit, AToolThatCannotBeCopiedIsNamed) {
+  home_.write("data/Kelvora", "a file in place of the folder");
+  const ProgramResult result = runKelvora({"fans", "permit", "--machine", "iMac19,1"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.standardError,
+            "kelvora: " + tool() + ": could not be copied from " +
+                (std::filesystem::path(KELVORA_PROGRAM).parent_path() / "Kelvora SMC").string() +
+                "\n");
+}
+
+}  // namespace
+}  // namespace kelvora::testing
