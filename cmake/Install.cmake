@@ -53,6 +53,7 @@ if(CMAKE_STRIP)
     if(NOT CMAKE_INSTALL_CONFIG_NAME STREQUAL \"Debug\")
       file(GLOB built \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libKelvoraCore.*\"
         \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/kelvora\"
+        \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/Kelvora Guardian\"
         \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/Kelvora SMC\")
       foreach(file IN LISTS built)
         if(NOT IS_SYMLINK \"\${file}\")

@@ -28,7 +28,9 @@ class GuardChannel {
   /// that is not such a channel.
   static std::optional<GuardChannel> fromStandardInput();
 
+  /// The end moves; `other` is then as after `close()`.
   GuardChannel(GuardChannel&& other) noexcept;
+  /// The same; what this object had is closed with `other`.
   GuardChannel& operator=(GuardChannel&& other) noexcept;
   ~GuardChannel();
 

@@ -13,12 +13,13 @@ namespace kelvora {
 class SensorController;
 
 /// A fan and the speed that it is to have.
-struct KVFanSpeed {
+struct KELVORA_EXPORT KVFanSpeed {
   std::uint64_t fan = 0;    ///< index, 0 to 19
   std::uint64_t speed = 0;  ///< revolutions per minute, within the fan's limits, e.g. 3000
 };
 
-struct KVFanLeaseOptions {
+/// How a lease is held.
+struct KELVORA_EXPORT KVFanLeaseOptions {
   /// The fans are handed back when the lease is not renewed for so long; up to a day. Also the
   /// longest wait for the privileged tool.
   std::chrono::milliseconds timeout{10'000};
@@ -28,6 +29,7 @@ struct KVFanLeaseOptions {
   std::string guardian;
 };
 
+/// What has become of the fans of a lease.
 enum class KVFanLeaseState : std::uint8_t {
   kIdle,           ///< no fan was taken
   kHeld,           ///< the fans have the speeds that were asked for
@@ -72,6 +74,7 @@ class KELVORA_EXPORT KVFanLease {
   /// it to the guardian. True if nothing is held.
   bool release();
 
+  /// As the last operation left it; looks at nothing.
   KVFanLeaseState state() const;
   /// One line in English; empty while all is well.
   const std::string& fault() const;

@@ -12,7 +12,7 @@
 namespace kelvora {
 
 /// A fan that a program of the account has taken out of the system's control.
-struct KVLeasedFan {
+struct KELVORA_EXPORT KVLeasedFan {
   std::uint64_t fan = 0;               ///< index, 0 to 19
   std::string program;                 ///< the holder's name, e.g. "kelvora"; UTF-8
   std::int64_t processIdentifier = 0;  ///< the holder's

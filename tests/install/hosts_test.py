@@ -164,6 +164,7 @@ class Static(Hosts):
         print(f"{archive.name}: {archive.stat().st_size / 2**20:.1f} MiB", file=sys.stderr)
         self.assert_has_no_debug_data(archive)
         self.assert_has_no_debug_data(self.prefix / SETTINGS["bindir"] / "kelvora")
+        self.assert_has_no_debug_data(self.prefix / SETTINGS["bindir"] / "Kelvora Guardian")
         tool = self.prefix / SETTINGS["bindir"] / "Kelvora SMC"
         self.assert_has_no_debug_data(tool)
         self.assertEqual(tool.stat().st_mode & 0o7777, 0o755)  # no rights of its own

@@ -20,8 +20,10 @@ codesign --force --timestamp --options runtime --identifier com.kelvora.kelvora 
   --entitlements "$package/signing/kelvora.entitlements" --sign "$identity" "$package/bin/kelvora"
 codesign --force --timestamp --options runtime --identifier com.kelvora.smc \
   --sign "$identity" "$package/bin/Kelvora SMC"
+codesign --force --timestamp --options runtime --identifier com.kelvora.guardian \
+  --entitlements "$package/signing/kelvora.entitlements" --sign "$identity" "$package/bin/Kelvora Guardian"
 codesign --verify --strict --verbose=2 "$package/KelvoraCore.framework" "$package/bin/kelvora" \
-  "$package/bin/Kelvora SMC"
+  "$package/bin/Kelvora SMC" "$package/bin/Kelvora Guardian"
 
 if [ $# -eq 2 ]; then
   archive=$(mktemp -d)/kelvora.zip
