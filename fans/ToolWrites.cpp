@@ -8,22 +8,33 @@
 
 namespace kelvora {
 
+namespace {
+
+std::string faultOf(const FanWrite& write, const std::string& outcome) {
+  return write.key + ": the privileged tool " + outcome;
+}
+
+}  // namespace
+
 std::string ToolWrites::write(const FanWrite& write, int standardInput) {
-  const std::string outcome = outcomeOf(write, standardInput);
-  return outcome.empty() ? "" : write.key + ": the privileged tool " + outcome;
+  const std::string outcome = outcomeOf(write, standardInput, /*isSilent=*/false);
+  return outcome.empty() ? "" : faultOf(write, outcome);
 }
 
 std::string ToolWrites::handBack(const FanWrite& write, int standardInput) {
-  std::string fault = this->write(write, standardInput);
+  // Tried until it succeeds: what the tool says would be said again and again.
+  const std::string outcome = outcomeOf(write, standardInput, /*isSilent=*/true);
+  std::string fault = outcome.empty() ? "" : faultOf(write, outcome);
   return !fault.empty() && readsAs(platform_, write) ? "" : fault;
 }
 
-std::string ToolWrites::outcomeOf(const FanWrite& write, int standardInput) {
+std::string ToolWrites::outcomeOf(const FanWrite& write, int standardInput, bool isSilent) {
   auto request = privilegedToolRequest(platform_, write.value, write.key);
   if (!request) {
     return "is not installed";
   }
   request->standardInput = standardInput;
+  request->discardStandardError = isSilent;
   platform::ChildLaunch launch = platform_.childProcesses().launch(*request);
   if (!launch.child) {
     return "cannot be started: " + launch.failure;

@@ -25,14 +25,15 @@ class ToolWrites {
   std::string write(const FanWrite& write, int standardInput = -1);
 
   /// Gives a fan back to the system: `write` is its mode or its minimum. Empty on success, also
-  /// when the write failed and the fan is the system's all the same.
+  /// when the write failed and the fan is the system's all the same. What the tool prints is
+  /// discarded.
   std::string handBack(const FanWrite& write, int standardInput = -1);
 
   /// Whether a tool that was left alone still runs.
   bool hasLateTools();
 
  private:
-  std::string outcomeOf(const FanWrite& write, int standardInput);
+  std::string outcomeOf(const FanWrite& write, int standardInput, bool isSilent);
 
   Platform& platform_;
   std::chrono::milliseconds limit_;
