@@ -74,7 +74,7 @@ TEST_F(KelvoraDoctor, NamesEachThingInOrderWithItsState) {
   }
   EXPECT_EQ(names,
             "application support; documents; group container; settings; store; notices; "
-            "privileged tool; recorded Mac; HID services; machine; ");
+            "privileged tool; fan guardian; fans; recorded Mac; HID services; machine; ");
   EXPECT_EQ(report["machine"]["live"], false);
 }
 
@@ -143,7 +143,7 @@ TEST_F(KelvoraDoctor, SettingsThatCannotBeReadAreBroken) {
     const ProgramResult result = doctor();
     EXPECT_EQ(result.status, 1) << content;
     EXPECT_THAT(result.standardOutput, ContainsRegex("broken +settings +/"));
-    EXPECT_THAT(result.standardError, EndsWith("kelvora: 1 of 10 checks failed\n"));
+    EXPECT_THAT(result.standardError, EndsWith("kelvora: 1 of 12 checks failed\n"));
     EXPECT_EQ(home_.read(kSettingsFile), content) << "left as it is";
   }
   home_.write(kSettingsFile,

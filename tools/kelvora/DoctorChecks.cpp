@@ -11,6 +11,7 @@
 
 #include "KelvoraCore/HIDWrapper.h"
 #include "KelvoraCore/KVApplicationGroup.h"
+#include "KelvoraCore/KVFanLeases.h"
 #include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSettingsFile.h"
 #include "KelvoraCore/KVStoreFile.h"
@@ -19,6 +20,7 @@
 #include "KelvoraCore/Sensor.h"
 #include "KelvoraCore/SensorController.h"
 
+#include "tools/kelvora/FansReport.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -200,7 +202,7 @@ std::string toolFinding(const std::string& path, const KVFileOwnership& ownershi
 
 Check notInstalled(const std::string& path) {
   return {"privileged tool", CheckState::kHint, path + ": not installed",
-          "nothing to read sensors; to control fans, let the application install it"};
+          "nothing to read sensors; to control fans, 'kelvora fans permit' installs it"};
 }
 
 Check privilegedTool(const MachineChoice& machine) {
@@ -218,9 +220,47 @@ Check privilegedTool(const MachineChoice& machine) {
   const std::string finding = toolFinding(*path, *ownership);
   if (!KVUtils::isSMCPermissionGranted(machine.platform)) {
     return {kName, CheckState::kHint, finding,
-            "to control fans, let the application ask for its permission (root:admin, 6555)"};
+            "to control fans, 'kelvora fans permit' asks for its permission (root:admin, 6555)"};
   }
   return {kName, CheckState::kOK, finding, ""};
+}
+
+Check fanGuardian(const MachineChoice& machine) {
+  constexpr char kName[] = "fan guardian";
+  const auto path = KVUtils::fanGuardianPath(machine.platform);
+  if (!path || !pathExists(*path)) {
+    return {kName, CheckState::kHint, path.value_or("none") + ": missing",
+            "nothing to read sensors; to control fans, put it there: it comes with this program"};
+  }
+  return {kName, CheckState::kOK, *path, ""};
+}
+
+// "fan 0 by kelvora (process 612); fan 1 by ..."
+std::string leaseList(const std::vector<KVLeasedFan>& leases) {
+  std::string text;
+  for (const KVLeasedFan& lease : leases) {
+    text += (text.empty() ? "fan " : "; fan ") + std::to_string(lease.fan) + " by " +
+            holderOf(lease) + (lease.fault.empty() ? "" : ": " + lease.fault);
+  }
+  return text;
+}
+
+// What was left behind is handed back. A machine that no other program shares has no leases.
+Check leftBehindFans(const MachineChoice& machine) {
+  constexpr char kName[] = "fans";
+  if (machine.isInMemory()) {
+    return {kName, CheckState::kOK, "of a recording, which no program can leave behind", ""};
+  }
+  const auto left = KVFanLeases::handBackLeftBehind(machine.platform);
+  if (!std::ranges::all_of(left, &std::string::empty, &KVLeasedFan::fault)) {
+    return {kName, CheckState::kBroken, "left behind: " + leaseList(left),
+            "see to the privileged tool ('kelvora fans permit'), then 'kelvora fans' tries again"};
+  }
+  const auto held = KVFanLeases::leasedFans(machine.platform);
+  return {kName, CheckState::kOK,
+          (left.empty() ? "none left behind" : "handed back now, left behind: " + leaseList(left)) +
+              (held.empty() ? "" : ", held: " + leaseList(held)),
+          ""};
 }
 
 // The recorded Mac that the account has chosen, whichever machine is checked.
@@ -294,8 +334,8 @@ Check hidServices(const MachineChoice& machine) {
 }
 
 constexpr Check (*kChecks[])(const MachineChoice&) = {
-    supportFolder, documentsFolder, groupContainer, suite,       storeCheck,
-    notices,       privilegedTool,  choiceCheck,    hidServices, machineCheck,
+    supportFolder,  documentsFolder, groupContainer, suite,       storeCheck,  notices,
+    privilegedTool, fanGuardian,     leftBehindFans, choiceCheck, hidServices, machineCheck,
 };
 
 }  // namespace

@@ -25,9 +25,9 @@ std::optional<std::uint64_t> wholeNumber(const std::string& word) {
 
 std::string fanText(std::uint64_t fan) { return "fan " + std::to_string(fan) + ": "; }
 
-std::string namedInEnvironment() {
-  const char* const name = std::getenv("KELVORA_MACHINE");
-  return name == nullptr ? "" : name;
+std::string nameOf(const Options& options) {
+  const char* const environment = std::getenv("KELVORA_MACHINE");
+  return options.machine.empty() && environment != nullptr ? environment : options.machine;
 }
 
 const MachineChoice& writable(const Options& options, const MachineChoice& machine) {
@@ -37,8 +37,8 @@ const MachineChoice& writable(const Options& options, const MachineChoice& machi
                                    "machine use ") +
                            kDefaultMachine);
   }
-  if (isInMemory(options, machine)) {
-    const std::string name = options.machine.empty() ? namedInEnvironment() : options.machine;
+  if (machine.isInMemory()) {
+    const std::string name = nameOf(options);
     throw CommandError(kExitUsage, name +
                                        ": its fans would be set in this program's memory only; "
                                        "choose it first: kelvora machine use " +
@@ -101,10 +101,6 @@ std::vector<KVFanSpeed> parsedFanSpeeds(const std::vector<std::string>& words) {
     speeds.push_back({parsedFan(word.substr(0, sign)), parsedSpeed(word.substr(sign + 1))});
   }
   return speeds;
-}
-
-bool isInMemory(const Options& options, const MachineChoice& machine) {
-  return machine.isStandIn || !options.machine.empty() || !namedInEnvironment().empty();
 }
 
 FanControl::FanControl(const Options& options, StandardOutput& output)

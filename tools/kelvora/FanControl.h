@@ -49,8 +49,4 @@ class FanControl {
   std::vector<FanState> fans_;
 };
 
-/// Whether a recorded Mac is named that only this process writes to: by --machine, by the
-/// environment, or as the stand-in where there is no Apple hardware.
-bool isInMemory(const Options& options, const MachineChoice& machine);
-
 }  // namespace kelvora::tool

@@ -2,7 +2,6 @@
 #include <vector>
 
 #include "tools/kelvora/Command.h"
-#include "tools/kelvora/FanControl.h"
 #include "tools/kelvora/FansCommands.h"
 #include "tools/kelvora/FansReport.h"
 #include "tools/kelvora/ReadFailures.h"
@@ -15,7 +14,7 @@ namespace {
 int runFans(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
   output.discardMessages(!machine.platform.isLive());
-  const bool isShared = !isInMemory(options, machine);
+  const bool isShared = !machine.isInMemory();
   using Leases = std::vector<KVLeasedFan>;
   const Leases leftBehind = isShared ? KVFanLeases::handBackLeftBehind(machine.platform) : Leases();
   const bool areHandedBack = reportLeftBehind(leftBehind);

@@ -27,12 +27,14 @@ std::unique_ptr<Platform> platformOrStandIn(std::unique_ptr<Platform> platform, 
   return isStandIn ? Platform::recorded(kDefaultMachine, std::move(platform)) : std::move(platform);
 }
 
-// Installs the machine that is named, else what `unnamed` returns.
-void installMachine(const std::string& machine,
+// Installs the machine that is named, else what `unnamed` returns. Returns whether one is named.
+bool installMachine(const std::string& machine,
                     const std::function<std::unique_ptr<Platform>()>& unnamed) {
   try {
     auto named = namedPlatform(machine);
-    Platform::install(named ? std::move(named) : unnamed());
+    const bool isNamed = named != nullptr;
+    Platform::install(isNamed ? std::move(named) : unnamed());
+    return isNamed;
   } catch (const MachineFileError& error) {
     throw CommandError(kExitUsage, error.what());
   }
@@ -51,13 +53,14 @@ bool isChoiceUsable() {
 
 MachineChoice chooseMachine(const std::string& machine) {
   bool isStandIn = false;
-  installMachine(machine, [&] { return platformOrStandIn(unnamedPlatform(), isStandIn); });
-  return {Platform::current(), isStandIn};
+  const bool isNamed =
+      installMachine(machine, [&] { return platformOrStandIn(unnamedPlatform(), isStandIn); });
+  return {Platform::current(), isStandIn, isNamed};
 }
 
 MachineChoice chooseAnyMachine(const std::string& machine) {
-  installMachine(machine, unnamedPlatform);
-  return {Platform::current()};
+  const bool isNamed = installMachine(machine, unnamedPlatform);
+  return {Platform::current(), false, isNamed};
 }
 
 MachineChoice chooseMachineToCheck(const std::string& machine) {
@@ -65,8 +68,9 @@ MachineChoice chooseMachineToCheck(const std::string& machine) {
     return chooseMachine(machine);
   }
   bool isStandIn = false;
-  installMachine(machine, [&] { return platformOrStandIn(Platform::live(), isStandIn); });
-  return {Platform::current(), isStandIn};
+  const bool isNamed =
+      installMachine(machine, [&] { return platformOrStandIn(Platform::live(), isStandIn); });
+  return {Platform::current(), isStandIn, isNamed};
 }
 
 void useMachineOfEnvironment() {

@@ -12,6 +12,11 @@ inline constexpr char kDefaultMachine[] = "MacBookPro15,1";
 struct MachineChoice {
   Platform& platform;
   bool isStandIn = false;  ///< no machine was asked for and this computer is not a Mac
+  bool isNamed = false;    ///< the user or the environment named it
+
+  /// Whether it is a recorded Mac that no other program shares: what is written to it is gone with
+  /// this process.
+  bool isInMemory() const { return isStandIn || isNamed; }
 };
 
 /// Installs a machine as the current platform: the recorded Mac that `machine` names; where that is
