@@ -55,6 +55,25 @@ TEST_F(StandardOutputTest, AReportIsKeptApartFromWhatElseIsPrinted) {
   EXPECT_EQ(folder_.read("error"), "a message\nanother\n");
 }
 
+TEST_F(StandardOutputTest, AReaderSeesTheEndWhenItIsClosed) {
+  EXPECT_EQ(run([] {
+              std::array<int, 2> ends = {};
+              if (pipe(ends.data()) != 0) {
+                return 2;
+              }
+              dup2(ends[1], STDOUT_FILENO);
+              close(ends[1]);
+              StandardOutput output;
+              output.write("the report");
+              output.close();
+              std::array<char, 64> text{};
+              const bool isRead = read(ends[0], text.data(), text.size()) == 10;
+              const bool hasEnded = read(ends[0], text.data(), text.size()) == 0;
+              return isRead && hasEnded && !output.write("more") ? 0 : 1;
+            }),
+            0);
+}
+
 TEST_F(StandardOutputTest, AReportThatCannotBeWrittenFails) {
   EXPECT_EQ(run([] {
               redirect(STDOUT_FILENO, "/dev/full");

@@ -36,7 +36,8 @@ TEST_F(StopSignalTest, WaitsForTheDescriptorWhileNobodyAsksToStop) {
 }
 
 TEST_F(StopSignalTest, AStopGoesBeforeWhatIsReadableAndStays) {
-  for (const int signal : {SIGINT, SIGTERM}) {
+  std::signal(SIGHUP, SIG_DFL);  // the tests may be started with it ignored
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     StopSignal stop;
     makeReadable();
     raise(signal);
@@ -44,6 +45,14 @@ TEST_F(StopSignalTest, AStopGoesBeforeWhatIsReadableAndStays) {
     EXPECT_FALSE(stop.waitUntilReadable(descriptor()));
     EXPECT_FALSE(stop.waitUntilReadable(-1));
   }
+}
+
+TEST_F(StopSignalTest, AClosedTerminalIsNoStopWhereThatIsIgnored) {
+  std::signal(SIGHUP, SIG_IGN);
+  StopSignal stop;
+  makeReadable();
+  raise(SIGHUP);
+  EXPECT_TRUE(stop.waitUntilReadable(descriptor()));
 }
 
 TEST(StopSignalMainQueue, WorkRunsAsItComesUntilTheDeadline) {
