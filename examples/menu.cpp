@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "KelvoraCore/KVFanLeases.h"
 #include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/KVThemeManager.h"
 #include "KelvoraCore/KVValueConverter.h"
@@ -47,6 +48,7 @@ Clock::time_point nextSample() {
 
 int main() {
   kelvora::StopSignal stop;
+  kelvora::KVFanLeases::handBackLeftBehind();  // fans of a program that was killed
   kelvora::KVThemeManager::sharedInstance().setIsMenuApp(true);
   MenuScreen screen;
   screen.viewDidLoad();

@@ -232,7 +232,7 @@ int main(int argc, char** argv) {
       "\nEnvironment: KELVORA_MACHINE names a recorded Mac as --machine does.\n"
       "Without either, and without Apple hardware, it is the one that 'kelvora machine' shows.\n"
       "\nExit status: 0; 1 when nothing could be read or written, or something is broken; 2 "
-      "for\nwrong usage, a refused value or a bad machine file; 3 when another program records "
+      "for\nwrong usage, a refused value or a bad machine file; 3 when another program does it "
       "already.\n");
   Options options;
   std::string machine;
