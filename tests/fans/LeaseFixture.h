@@ -45,12 +45,6 @@ class LeaseFixture : public ::testing::Test {
     installTool();
   }
 
-  // A guardian goes on trying for as long as its fan is not handed back.
-  ~LeaseFixture() override {
-    endOrders();
-    EXPECT_TRUE(soon([] { return guardianOf(getpid()) == 0; }));
-  }
-
   /// What the tool writes does not change the recording. Its modes are left out, so that no fan
   /// seems to be the system's while it is not.
   void use(const std::string& machine) {

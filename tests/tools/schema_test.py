@@ -7,6 +7,7 @@ import http.server
 import json
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -181,6 +182,24 @@ class Answers(unittest.TestCase):
             for place, other in changed(answer):
                 with self.subTest(place=place), self.assertRaises(jsonschema.ValidationError):
                     validate(other, "choice.json")
+
+    def test_fans_that_are_set_and_handed_back(self):
+        tool = self.folder / "data" / "Kelvora" / "Kelvora SMC"
+        tool.parent.mkdir(parents=True)
+        shutil.copy(pathlib.Path(PROGRAM).parent / "Kelvora SMC", tool)
+        for machine in ("MacBookPro15,1", "MacBookPro10,1"):
+            self.answer("machine", "use", str(MACHINES / (machine + ".json")))
+            held = self.answer("fans", "set", "0", "3000")
+            self.addCleanup(self.answer, "fans", "auto", "all")
+            listed = self.answer("fans")
+            self.assertEqual(listed["fans"][0]["lease"]["program"], "kelvora")
+            for answer, schema in ((held, "fan-change.json"), (listed, "fans.json"),
+                                   (self.answer("fans", "auto", "all"), "fan-change.json")):
+                validate(answer, schema)
+                for place, other in changed(answer):
+                    with self.subTest(schema=schema, place=place):
+                        with self.assertRaises(jsonschema.ValidationError):
+                            validate(other, schema)
 
     def settings_are_valid(self):
         settings = self.answer("settings")

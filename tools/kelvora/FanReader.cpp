@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "KelvoraCore/SMC.h"
+#include "KelvoraCore/SMCText.h"
+
 #include "tools/kelvora/FanSpeeds.h"
 
 namespace kelvora::tool {
@@ -11,6 +14,13 @@ namespace {
 
 constexpr double kMostFans = 20;
 
+// An SMC answers for a key that it does not know, with size 0, which would be the number 0.
+std::optional<double> valueOf(SMCWrapper& smc, const std::string& key) {
+  SMCKeyInfo info{};
+  const bool exists = SMCGetKeyInfo(packedKeyFromText(key), &info) == 0 && info.dataSize > 0;
+  return exists ? smc.rawValueByKey(key) : std::nullopt;
+}
+
 }  // namespace
 
 FanReader::FanReader(Platform& platform) : controller_(platform) {
@@ -18,7 +28,7 @@ FanReader::FanReader(Platform& platform) : controller_(platform) {
 }
 
 std::vector<FanState> FanReader::read(const std::vector<KVLeasedFan>& leases) {
-  const double claimed = controller_.smc().rawValueByKey("FNum").value_or(0);
+  const double claimed = valueOf(controller_.smc(), "FNum").value_or(0);
   const auto count = static_cast<std::uint64_t>(std::clamp(claimed, 0.0, kMostFans));
   std::vector<FanState> fans;
   for (std::uint64_t fan = 0; fan < count; ++fan) {
@@ -32,14 +42,14 @@ FanState FanReader::read(std::uint64_t fan, const std::vector<KVLeasedFan>& leas
   const std::string key = fanSetKey(fan);
   FanState state{fan,
                  smc.descriptionOfFan(static_cast<std::int64_t>(fan)),
-                 smc.rawValueByKey(key + "Ac"),
-                 smc.rawValueByKey(key + "Mn"),
-                 smc.rawValueByKey(key + "Mx"),
-                 smc.rawValueByKey(key + "Tg"),
+                 valueOf(smc, key + "Ac"),
+                 valueOf(smc, key + "Mn"),
+                 valueOf(smc, key + "Mx"),
+                 valueOf(smc, key + "Tg"),
                  {},
                  {},
                  {}};
-  if (const auto mode = controller_.hasFanModes() ? smc.rawValueByKey(key + "Md") : std::nullopt) {
+  if (const auto mode = controller_.hasFanModes() ? valueOf(smc, key + "Md") : std::nullopt) {
     state.isFixed = *mode != 0;
   }
   const auto lease = std::ranges::find(leases, fan, &KVLeasedFan::fan);

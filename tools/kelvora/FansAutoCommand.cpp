@@ -107,14 +107,13 @@ int runFansAuto(const Options& options, StandardOutput& output) {
   const std::vector<FanState> before = control.fans();
   int status = endHolders(control, fans);
   control.readAgain();
-  std::vector<FanWritten> written;
-  for (const std::uint64_t fan : fans) {
-    written.push_back(handBack(control, control.fan(fan), before.at(fan)));
+  std::vector<FanChange> changes(fans.size());
+  for (std::size_t i = 0; i < fans.size(); ++i) {
+    changes[i].written = handBack(control, control.fan(fans[i]), before.at(fans[i]));
   }
   control.readAgain();
-  std::vector<FanChange> changes;
   for (std::size_t i = 0; i < fans.size(); ++i) {
-    changes.push_back({written[i], control.fan(fans[i])});
+    changes[i].read = control.fan(fans[i]);
   }
   writeChanges(options, output, control.machine(), FanEvent::kHandedBack, changes);
   for (const std::uint64_t fan : fans) {
