@@ -23,20 +23,27 @@ std::string hexadecimal(const SMCValueRecord& value) {
   return text;
 }
 
-}  // namespace
-
-bool readsAs(Platform& platform, const FanWrite& write) {
-  if (!platform.hasSensorHardware()) {
-    return false;  // opening the SMC would print that there is none
-  }
+// Empty when the key cannot be read; the SMC gives a key that it does not know the size 0.
+std::string bytesOf(Platform& platform, const std::string& key) {
   SMCConnection connection(platform.smc());
-  if (connection.open() != 0) {
-    return false;
+  const SMCConnection::Opening opening = connection.openSilently();
+  if (opening.status != platform::kKernelSuccess || opening.failedCall != nullptr) {
+    return "";
   }
   SMCValueRecord value;
-  const auto status = connection.readKey(SMCPackedKey(write.key), value);
+  const auto status = connection.readKey(SMCPackedKey(key), value);
   connection.close();
-  return status == platform::kKernelSuccess && hexadecimal(value) == write.value;
+  return status == platform::kKernelSuccess ? hexadecimal(value) : "";
+}
+
+}  // namespace
+
+bool isReadable(Platform& platform, const std::string& key) {
+  return !bytesOf(platform, key).empty();
+}
+
+bool readsAs(Platform& platform, const FanWrite& write) {
+  return bytesOf(platform, write.key) == write.value;
 }
 
 }  // namespace kelvora

@@ -12,6 +12,7 @@
 #include "KelvoraCore/SensorController.h"
 
 #include "fans/FanLeaseRules.h"
+#include "fans/FanReading.h"
 #include "fans/LeaseRecord.h"
 #include "fans/LeftBehind.h"
 #include "fans/ToolWrites.h"
@@ -189,8 +190,12 @@ class KVFanLease::Holder {
                   " is not within its limits, " + std::to_string(static_cast<std::int64_t>(least)) +
                   " to " + std::to_string(static_cast<std::int64_t>(most)));
     }
+    const FanWrite handBack = handBackWrite(scheme(), least, wanted.fan);
+    if (!isReadable(platform_, handBack.key)) {
+      return fail(fanText(wanted.fan) + "its mode cannot be read");
+    }
     least_.insert_or_assign(wanted.fan, least);
-    fans.push_back({wanted.fan, handBackWrite(scheme(), least, wanted.fan)});
+    fans.push_back({wanted.fan, handBack});
     return true;
   }
 

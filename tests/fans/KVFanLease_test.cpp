@@ -109,6 +109,16 @@ INSTANTIATE_TEST_SUITE_P(
                 "fan 0: 100000 is not within its limits, 2160 to 5927"}),
     [](const auto& each) { return each.param.name; });
 
+// A model of 2018 and later without the key could be taken, and never handed back.
+TEST_F(KVFanLeaseTest, AFanWhoseModeCannotBeReadIsNotTaken) {
+  use("iMac19,1");
+  const auto lease = newLease();
+  EXPECT_FALSE(lease->take({{0, 2000}}));
+  EXPECT_EQ(lease->fault(), "fan 0: its mode cannot be read");
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kIdle);
+  EXPECT_EQ(writes(), Writes{});
+}
+
 TEST_F(KVFanLeaseTest, WithoutTheToolNothingIsTaken) {
   std::filesystem::remove(folder.path("Kelvora/Kelvora SMC"));
   const auto lease = newLease();

@@ -45,14 +45,16 @@ class LeaseFixture : public ::testing::Test {
     installTool();
   }
 
-  /// What the tool writes does not change the recording. Its modes are left out, so that no fan
+  /// What the tool writes does not change the recording. Its fans are recorded as taken, so that none
   /// seems to be the system's while it is not.
   void use(const std::string& machine) {
     controller.reset();
     platform::RecordedMachine recorded = recordedMachine(machine);
-    std::erase_if(*recorded.smcKeys, [](const platform::RecordedSMCKey& key) {
-      return (key.key & 0xffff) == (SMCPackedKey("F0Md") & 0xffff);
-    });
+    for (platform::RecordedSMCKey& key : *recorded.smcKeys) {
+      if (key.key == SMCPackedKey("F0Md") || key.key == SMCPackedKey("F1Md")) {
+        key.bytes = {std::byte{1}};
+      }
+    }
     use(std::move(recorded));
   }
   void use(platform::RecordedMachine machine) {

@@ -187,9 +187,16 @@ TEST(PosixChildProcesses, AChildThatWasReapedElsewhereAnswersWithoutHanging) {
 }
 
 TEST(PosixChildProcesses, AWaitWithALimitEndsBeforeTheChild) {
-  const ChildLaunch launch = PosixChildProcesses().launch(shell("read line; exit 6"));
+  std::array<int, 2> ends = {-1, -1};
+  ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+  ChildRequest request = shell("read line; exit 6");
+  request.standardInput = ends[0];
+  const ChildLaunch launch = PosixChildProcesses().launch(request);
   ASSERT_NE(launch.child, nullptr);
   EXPECT_EQ(launch.child->waitUntilExit(std::chrono::milliseconds(0)), std::nullopt);
+  close(ends[1]);
+  EXPECT_EQ(launch.child->waitUntilExit(), 6);
+  close(ends[0]);
 }
 
 TEST(PosixChildProcesses, AWaitWithALimitReturnsTheStatusOfAChildThatEnds) {
