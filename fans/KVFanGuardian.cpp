@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <map>
 #include <memory>
 #include <string>
 #include <thread>
@@ -112,8 +113,21 @@ class Guardian {
   void handBack() {
     handedBack_ = true;
     for (const LeasedFan& fan : request_.fans) {
-      handedBack_ = tool_.handBack(fan.handBack).empty() && *handedBack_;
+      const std::string fault = tool_.handBack(fan.handBack);
+      handedBack_ = fault.empty() && *handedBack_;
+      note(fan, fault);
     }
+  }
+
+  // Nobody sees a guardian: what is in its way is in the lease, for whoever looks at the fans.
+  void note(const LeasedFan& fan, const std::string& fault) {
+    if (std::exchange(noted_[fan.fan], fault) != fault) {
+      writeLease(platform_, recordOf(fan, fault));
+    }
+  }
+
+  LeaseRecord recordOf(const LeasedFan& fan, const std::string& fault) const {
+    return {request_.program, request_.processIdentifier, since_, fan, fault};
   }
 
   bool prepare() {
@@ -134,8 +148,7 @@ class Guardian {
     } else {
       locks_.push_back(std::move(lock));
       written_.push_back(fan.fan);
-      fault_ = writeLease(platform_, {request_.program, request_.processIdentifier,
-                                      std::chrono::system_clock::now(), fan});
+      fault_ = writeLease(platform_, recordOf(fan, ""));
     }
     return fault_.empty();
   }
@@ -156,6 +169,8 @@ class Guardian {
   std::optional<bool> handedBack_;  // what the last try came to, until it is an event
   std::vector<std::unique_ptr<KVProcessLock>> locks_;
   std::vector<std::uint64_t> written_;
+  std::map<std::uint64_t, std::string> noted_;  // of each fan, why it cannot be handed back
+  const std::chrono::system_clock::time_point since_ = std::chrono::system_clock::now();
   std::string fault_;
 };
 

@@ -30,7 +30,7 @@ using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
 // Between two tries to hand a fan back.
-constexpr milliseconds kPause{20};
+constexpr milliseconds kPause{100};
 constexpr std::string_view kRefused = "refused ";
 
 std::string fanText(std::uint64_t fan) { return "fan " + std::to_string(fan) + ": "; }
@@ -59,6 +59,7 @@ class KVFanLease::Holder {
       state_ = HolderState::kIdle;
     }
     fault_.clear();
+    receiveWhatCame();
     if (!mayTake(speeds)) {
       return false;
     }
@@ -143,7 +144,7 @@ class KVFanLease::Holder {
       return fail("no fan to take");
     }
     if (state_ != HolderState::kIdle && state_ != HolderState::kHeld) {
-      return false;  // the fans are not handed back yet, and the obstacle is known
+      return false;  // not handed back yet, or just lost: what was in the way is known
     }
     if (!privilegedToolRequest(platform_, "", "")) {
       return fail("the privileged tool is not installed: " +
@@ -289,12 +290,22 @@ class KVFanLease::Holder {
   bool handBack() {
     obstacle_ = take_.hasLateTools() ? "a privileged tool that sets a fan still runs" : "";
     for (const LeasedFan& fan : fans_) {
+      if (isOfAnother(fan)) {
+        continue;
+      }
       const std::string fault = handBack_.handBack(fan.handBack, descriptor());
       if (!fault.empty()) {
         obstacle_ = fanText(fan.fan) + "not handed back: " + fault;
       }
     }
     return obstacle_.empty();
+  }
+
+  // After this lease had lost its guardian, another program may have handed the fan back and taken
+  // it.
+  bool isOfAnother(const LeasedFan& fan) {
+    const LeaseReading reading = readLease(platform_, fan.fan);
+    return reading.record && reading.record->processIdentifier != platform::processIdentifier();
   }
 
   void sendRenewal() {

@@ -6,6 +6,7 @@
 
 #include "KelvoraCore/KVProcessLock.h"
 
+#include "fans/FanReading.h"
 #include "fans/LeaseRecord.h"
 #include "fans/LeftBehind.h"
 #include "fans/ToolWrites.h"
@@ -36,17 +37,28 @@ KVLeasedFan leasedFan(std::uint64_t fan, const LeaseReading& reading, bool isLiv
           record.since,
           minimumIn(record.fan.handBack),
           isLive,
-          ""};
+          record.fault};
+}
+
+// Of a lease that cannot be read only the mode is known, on machines that have one.
+std::optional<FanWrite> handBackOf(Platform& platform, std::uint64_t fan,
+                                   const LeaseReading& reading) {
+  if (reading.record) {
+    return reading.record->fan.handBack;
+  }
+  const FanWrite mode = handBackWrite(FanScheme::kModeAndTarget, 0, fan);
+  return isReadable(platform, mode.key) ? std::optional(mode) : std::nullopt;
 }
 
 // Under the fan's lock.
-std::string handBack(Platform& platform, const LeaseReading& reading) {
-  if (!reading.record) {
+std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
+  const auto write = handBackOf(platform, fan, reading);
+  if (!write) {
     return reading.fault;
   }
-  std::string fault = ToolWrites(platform, kToolLimit).handBack(reading.record->fan.handBack);
+  std::string fault = ToolWrites(platform, kToolLimit).handBack(*write);
   if (fault.empty()) {
-    removeLease(platform, reading.record->fan.fan);
+    removeLease(platform, fan);
   }
   return fault;
 }
@@ -87,7 +99,7 @@ std::optional<KVLeasedFan> handBackLeftBehind(Platform& platform, std::uint64_t 
     return std::nullopt;
   }
   KVLeasedFan result = leasedFan(fan, reading, false);
-  result.fault = lock.fault().empty() ? handBack(platform, reading) : lock.fault();
+  result.fault = lock.fault().empty() ? handBack(platform, fan, reading) : lock.fault();
   return result;
 }
 

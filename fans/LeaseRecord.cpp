@@ -24,6 +24,13 @@ const Value* member(const PropertyListValue::Dictionary& values, const char* key
   return found == values.end() ? nullptr : found->second.as<Value>();
 }
 
+// The one write that gives this fan back; a file may hold anything.
+bool isHandBack(std::int64_t fan, const FanWrite& write) {
+  return (write.key == fanKey(fan, "Md") && write.value == "00") ||
+         (write.key == fanKey(fan, "Mn") && !write.value.empty() &&
+          write.value.find_first_not_of("0123456789abcdef") == std::string::npos);
+}
+
 bool isFan(std::int64_t fan) { return fan >= 0 && fan < kNameableFans; }
 
 LeasedFan leasedFan(const Json& json) {
@@ -31,7 +38,11 @@ LeasedFan leasedFan(const Json& json) {
   if (!isFan(fan)) {
     throw std::out_of_range("no such fan");
   }
-  return {static_cast<std::uint64_t>(fan), {json.at("key"), json.at("value")}};
+  const FanWrite handBack{json.at("key"), json.at("value")};
+  if (!isHandBack(fan, handBack)) {
+    throw std::out_of_range("no such hand-back");
+  }
+  return {static_cast<std::uint64_t>(fan), handBack};
 }
 
 LeaseRequest leaseRequest(const Json& json) {
@@ -61,11 +72,15 @@ std::optional<LeaseRecord> recordIn(const PropertyListValue& value) {
   const auto* const key = member<std::string>(*values, "key");
   const auto* const bytes = member<std::string>(*values, "value");
   if (program == nullptr || process == nullptr || since == nullptr || fan == nullptr ||
-      !isFan(*fan) || key == nullptr || bytes == nullptr) {
+      !isFan(*fan) || key == nullptr || bytes == nullptr || !isHandBack(*fan, {*key, *bytes})) {
     return std::nullopt;
   }
-  return LeaseRecord{
-      *program, *process, *since, {static_cast<std::uint64_t>(*fan), {*key, *bytes}}};
+  const auto* const fault = member<std::string>(*values, "fault");
+  return LeaseRecord{*program,
+                     *process,
+                     *since,
+                     {static_cast<std::uint64_t>(*fan), {*key, *bytes}},
+                     fault == nullptr ? "" : *fault};
 }
 
 std::optional<std::string> leasePath(Platform& platform, std::uint64_t fan) {
@@ -119,7 +134,8 @@ std::string writeLease(Platform& platform, const LeaseRecord& record) {
   const PropertyListValue::Dictionary values = {
       {"program", record.program},      {"process", record.processIdentifier},
       {"since", record.since},          {"fan", static_cast<std::int64_t>(record.fan.fan)},
-      {"key", record.fan.handBack.key}, {"value", record.fan.handBack.value}};
+      {"key", record.fan.handBack.key}, {"value", record.fan.handBack.value},
+      {"fault", record.fault}};
   const auto bytes = serializePropertyList(values, PropertyListFormat::kXML);
   std::error_code error;
   return platform.files().replace(*path, bytes, error)

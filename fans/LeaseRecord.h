@@ -39,6 +39,7 @@ struct LeaseRecord {
   std::int64_t processIdentifier = 0;
   PropertyListValue::Date since;
   LeasedFan fan;
+  std::string fault;  ///< why the guardian cannot hand the fan back; empty while it need not
 };
 
 /// The name under which the programs of an account lock a fan, and of its lease's file: "Fan0".

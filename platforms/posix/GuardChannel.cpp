@@ -22,6 +22,12 @@ using Clock = std::chrono::steady_clock;
 // No line of a guardian or of its holder is as long.
 constexpr std::size_t kLongestLine = 65'536;
 
+#ifdef SOCK_CLOEXEC  // so that not even a child that is started this moment inherits an end
+constexpr int kStream = SOCK_STREAM | SOCK_CLOEXEC;
+#else
+constexpr int kStream = SOCK_STREAM;
+#endif
+
 #ifdef SO_NOSIGPIPE  // macOS says it once, of the socket; Linux of each call
 constexpr int kWithoutSignal = 0;
 bool raisesNoSignal(int descriptor) {
@@ -57,7 +63,7 @@ bool waitUntilReadable(int descriptor, Clock::time_point deadline) {
 
 std::optional<GuardChannel::Ends> GuardChannel::open() {
   std::array<int, 2> ends = {-1, -1};
-  if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) != 0) {
+  if (socketpair(AF_UNIX, kStream, 0, ends.data()) != 0) {
     return std::nullopt;
   }
   Ends channel{GuardChannel(ends[0]), GuardChannel(ends[1])};

@@ -193,7 +193,18 @@ TEST_F(FanLeaseBothKilled, ANewLeaseDoesNotTakeAFanThatIsNotBack) {
   EXPECT_TRUE(isOnDisk());
 }
 
-TEST_F(FanLeaseBothKilled, ADamagedLeaseIsNamedAndKept) {
+TEST_F(FanLeaseBothKilled, ADamagedLeaseIsHandedBackByTheMode) {
+  std::filesystem::resize_file(*KVUtils::groupContainerLocation(*platform) + "/Fan0.plist", 40);
+  const auto left = KVFanLeases::handBackLeftBehind(*platform);
+  ASSERT_EQ(left.size(), 1U);
+  EXPECT_EQ(left[0].program, "");
+  EXPECT_EQ(left[0].fault, "");
+  EXPECT_EQ(valueOf("F0Md"), "00");
+  EXPECT_FALSE(isOnDisk());
+}
+
+TEST_F(FanLeaseBothKilled, WithoutModesADamagedLeaseIsNamedAndKept) {
+  use(kWithMinimum);
   const std::string path = *KVUtils::groupContainerLocation(*platform) + "/Fan0.plist";
   std::filesystem::resize_file(path, 40);
   const auto left = KVFanLeases::handBackLeftBehind(*platform);
@@ -201,6 +212,45 @@ TEST_F(FanLeaseBothKilled, ADamagedLeaseIsNamedAndKept) {
   EXPECT_TRUE(left[0].fault.starts_with(path + ": ")) << left[0].fault;
   EXPECT_TRUE(isOnDisk());
   EXPECT_EQ(writes().size(), 2U);
+}
+
+// Anybody may write into the folder of the account: a lease only gives its own fan back.
+TEST_F(FanLeaseBothKilled, ALeaseThatWritesAnotherKeyIsNone) {
+  const std::string lease = "group.com.kelvora/Fan0.plist";
+  std::string text = folder.read(lease);
+  text.replace(text.find("F0Md"), 4, "F1Tg");
+  folder.write(lease, text);
+  const auto left = KVFanLeases::handBackLeftBehind(*platform);
+  ASSERT_EQ(left.size(), 1U);
+  EXPECT_EQ(valueOf("F1Tg"), "");
+  EXPECT_EQ(valueOf("F0Md"), "00");
+}
+
+// The guardian is killed, another program hands the fan back: without a guardian no fan is set.
+TEST_F(FanLeaseKills, ALeaseThatHasLostItsGuardianChangesNoSpeed) {
+  const auto held = lease(std::chrono::seconds(30));
+  ASSERT_TRUE(held->take({{0, 3000}})) << held->fault();
+  kill(guardians().at(0), SIGKILL);
+  ASSERT_TRUE(soon([this] { return guardians().empty(); }));
+  ASSERT_EQ(KVFanLeases::handBackLeftBehind(*platform).size(), 1U);
+  EXPECT_FALSE(held->take({{0, 3500}}));
+  EXPECT_EQ(held->fault(), "the guardian has ended");
+  EXPECT_EQ(held->state(), KVFanLeaseState::kEnded);
+  EXPECT_EQ(writes().back(), "F0Md 00");
+}
+
+TEST_F(FanLeaseKills, ALeaseThatHasLostItsGuardianLeavesAnothersFanAlone) {
+  const auto lost = lease(std::chrono::seconds(30));
+  ASSERT_TRUE(lost->take({{0, 3000}})) << lost->fault();
+  kill(guardians().at(0), SIGKILL);
+  ASSERT_TRUE(soon([this] { return guardians().empty(); }));
+  const ChildWork other([this] {
+    const auto next = lease(std::chrono::seconds(30));
+    return next->take({{0, 4000}}) ? pause() : 2;
+  });
+  ASSERT_TRUE(soon([this] { return valueOf("F0Tg") == "00007a45"; }));
+  EXPECT_EQ(lost->renew(), KVFanLeaseState::kEnded);
+  EXPECT_EQ(valueOf("F0Md"), "01");
 }
 
 TEST_F(FanLeaseKills, ALiveLeaseIsShownAndLeftAlone) {

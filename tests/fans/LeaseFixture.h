@@ -45,8 +45,8 @@ class LeaseFixture : public ::testing::Test {
     installTool();
   }
 
-  /// What the tool writes does not change the recording. Its fans are recorded as taken, so that none
-  /// seems to be the system's while it is not.
+  /// What the tool writes does not change the recording. Its fans are recorded as taken, so that
+  /// none seems to be the system's while it is not.
   void use(const std::string& machine) {
     controller.reset();
     platform::RecordedMachine recorded = recordedMachine(machine);

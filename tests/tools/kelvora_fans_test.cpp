@@ -620,7 +620,17 @@ TEST_F(KelvoraFans, LeftBehindThatCannotBeHandedBackAreAFailure) {
   fs::rename(home_.path("tool"), home_.path(kTool));
 }
 
+TEST_F(KelvoraFans, OfALeaseThatCannotBeReadAreHandedBackByTheirMode) {
+  home_.write("data/group.com.kelvora/Fan1.plist", "no lease");
+  const ProgramResult list = run({"fans"});
+  EXPECT_EQ(list.status, 0);
+  EXPECT_EQ(list.standardError, "kelvora: fan 1: left behind by another program, handed back\n");
+  EXPECT_EQ(run({"fans"}).standardError, "");
+}
+
+// The minimum that was there before is known to nobody.
 TEST_F(KelvoraFans, OfALeaseThatCannotBeReadAreListedWithAnotherProgram) {
+  choose(kWithMinimum);
   home_.write("data/group.com.kelvora/Fan1.plist", "no lease");
   const ProgramResult list = run({"fans"});
   EXPECT_EQ(list.status, 1);

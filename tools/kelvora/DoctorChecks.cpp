@@ -257,6 +257,11 @@ Check leftBehindFans(const MachineChoice& machine) {
             "see to the privileged tool ('kelvora fans permit'), then 'kelvora fans' tries again"};
   }
   const auto held = KVFanLeases::leasedFans(machine.platform);
+  if (!std::ranges::all_of(held, &std::string::empty, &KVLeasedFan::fault)) {
+    return {
+        kName, CheckState::kBroken, "not handed back: " + leaseList(held),
+        "see to the privileged tool ('kelvora fans permit'); the guardian tries again by itself"};
+  }
   return {kName, CheckState::kOK,
           (left.empty() ? "none left behind" : "handed back now, left behind: " + leaseList(left)) +
               (held.empty() ? "" : ", held: " + leaseList(held)),

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -97,12 +98,22 @@ int report(FanControl& control, const FanState& fan, bool wasHeld) {
   return kExitSuccess;
 }
 
+// Handing a fan back is never refused: without the lock another command may set it again.
+std::unique_ptr<FanChangeLock> lockIfPossible(Platform& platform) {
+  try {
+    return std::make_unique<FanChangeLock>(platform);
+  } catch (const CommandError& error) {
+    std::fprintf(stderr, "kelvora: %s; handing back all the same\n", error.what());
+    return nullptr;
+  }
+}
+
 }  // namespace
 
 int runFansAuto(const Options& options, StandardOutput& output) {
   FanControl control(options, output);
   const std::vector<std::uint64_t> fans = chosenFans(control, options.texts("INDEX"));
-  const FanChangeLock lock(control.machine().platform);
+  const auto lock = lockIfPossible(control.machine().platform);
   control.readAgain();
   const std::vector<FanState> before = control.fans();
   int status = endHolders(control, fans);

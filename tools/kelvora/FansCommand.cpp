@@ -20,13 +20,13 @@ int runFans(const Options& options, StandardOutput& output) {
   const bool areHandedBack = reportLeftBehind(leftBehind);
   const bool isRead = hasSMC();
   FanReader reader(machine.platform);
-  writeFans(options, output, machine,
-            reader.read(isShared ? KVFanLeases::leasedFans(machine.platform) : Leases()),
-            leftBehind);
+  const Leases held = isShared ? KVFanLeases::leasedFans(machine.platform) : Leases();
+  const bool comeBack = reportStuck(held);
+  writeFans(options, output, machine, reader.read(held), leftBehind);
   if (!isRead) {
     throw CommandError(kExitNothingRead, machine.platform.title() + ": there is no SMC with fans");
   }
-  return areHandedBack ? kExitSuccess : kExitNothingRead;
+  return areHandedBack && comeBack ? kExitSuccess : kExitNothingRead;
 }
 
 const Argument kForTime{.name = "--for",

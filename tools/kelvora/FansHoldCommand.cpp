@@ -12,6 +12,7 @@
 #include "tools/kelvora/FanHolders.h"
 #include "tools/kelvora/FansCommands.h"
 #include "tools/kelvora/FansReport.h"
+#include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
@@ -45,14 +46,26 @@ void take(KVFanLease& lease, const std::vector<KVFanSpeed>& speeds, Platform& pl
                                        : ""));
 }
 
+// A hand-back is tried until it succeeds; what is in its way is said once.
+void release(KVFanLease& lease) {
+  std::string said;
+  while (!lease.release()) {
+    if (lease.fault() != said) {
+      said = lease.fault();
+      std::fprintf(stderr, "kelvora: %s; trying again\n", printable(said).c_str());
+    }
+  }
+}
+
 // Until the end, or a request to end. Throws CommandError when the lease is lost.
 void keep(KVFanLease& lease, StopSignal& stop, Clock::time_point end) {
   const auto period = KVFanLeaseOptions().timeout / kRenewalsInTimeout;
   while (Clock::now() < end && stop.runUntil(std::min(Clock::now() + period, end))) {
     if (lease.renew() != KVFanLeaseState::kHeld) {
       const std::string fault = lease.fault();
-      throw CommandError(kExitNothingRead, "the fans are no longer held: " + fault +
-                                               (lease.release() ? "; they are handed back" : ""));
+      release(lease);
+      throw CommandError(kExitNothingRead,
+                         "the fans are no longer held: " + fault + "; they are handed back");
     }
   }
 }
@@ -88,9 +101,7 @@ int holdUntilEnd(const Options& options, StandardOutput& output,
     std::fputs("kelvora: holding; an interrupt (Ctrl-C) hands the fans back\n", stderr);
   }
   keep(lease, stop, end);
-  if (!lease.release()) {
-    throw CommandError(kExitNothingRead, lease.fault());
-  }
+  release(lease);
   if (!isDetached) {
     writeChanges(options, output, control.machine(), FanEvent::kHandedBack,
                  handedBack(control, speeds), /*isOneOfMany=*/true);

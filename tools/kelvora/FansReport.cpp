@@ -182,6 +182,19 @@ bool reportLeftBehind(const std::vector<KVLeasedFan>& leftBehind) {
   return std::ranges::all_of(leftBehind, &std::string::empty, &KVLeasedFan::fault);
 }
 
+bool reportStuck(const std::vector<KVLeasedFan>& held) {
+  bool isWell = true;
+  for (const KVLeasedFan& fan : held) {
+    if (fan.isLive && !fan.fault.empty()) {
+      isWell = false;
+      const std::string line = "fan " + std::to_string(fan.fan) + ": the guardian of " +
+                               holderOf(fan) + " cannot hand it back: " + fan.fault;
+      std::fprintf(stderr, "kelvora: %s\n", printable(line).c_str());
+    }
+  }
+  return isWell;
+}
+
 void writeFans(const Options& options, StandardOutput& output, const MachineChoice& machine,
                const std::vector<FanState>& fans, const std::vector<KVLeasedFan>& leftBehind) {
   if (options.json) {

@@ -36,6 +36,9 @@ std::string holderOf(const KVLeasedFan& lease);
 /// Returns whether all of it was.
 bool reportLeftBehind(const std::vector<KVLeasedFan>& leftBehind);
 
+/// The same for fans whose guardians still try to hand them back; returns whether there is none.
+bool reportStuck(const std::vector<KVLeasedFan>& held);
+
 /// Writes the list of fans.
 void writeFans(const Options& options, StandardOutput& output, const MachineChoice& machine,
                const std::vector<FanState>& fans, const std::vector<KVLeasedFan>& leftBehind);
