@@ -205,6 +205,7 @@ TEST_F(KVFanLeaseTest, AFanThatReadsAsTheSystemsNeedsNoHandBack) {
   EXPECT_EQ(lease->fault(), "fan 0: F0Md: the privileged tool ended with status 5");
   EXPECT_EQ(lease->state(), KVFanLeaseState::kEnded);
   endOrders();  // the guardian reads another machine
+  EXPECT_TRUE(soonOffTheDisk());
 }
 
 TEST_F(KVFanLeaseTest, ATakeThatHangsIsNotForgotten) {

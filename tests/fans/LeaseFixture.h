@@ -45,6 +45,12 @@ class LeaseFixture : public ::testing::Test {
     installTool();
   }
 
+  // A guardian goes on trying for as long as its fan is not handed back.
+  ~LeaseFixture() override {
+    endOrders();
+    EXPECT_TRUE(soon([] { return guardianOf(getpid()) == 0; }));
+  }
+
   /// What the tool writes does not change the recording. Its fans are recorded as taken, so that
   /// none seems to be the system's while it is not.
   void use(const std::string& machine) {
