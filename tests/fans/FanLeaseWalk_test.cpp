@@ -11,7 +11,7 @@ constexpr int kFaults = 3;
 
 TEST(FanLeaseWalk, NoOrderOfEventsLeavesAFanBehind) {
   const LeaseWalk walk(LeaseDesign(), kFaults);
-  EXPECT_GT(walk.size(), 4'000U);
+  EXPECT_GT(walk.size(), 10'000U);
   const std::vector<World> leftBehind = walk.leftBehind();
   EXPECT_EQ(leftBehind.size(), 0U) << walk.trace(leftBehind.front());
 }

@@ -68,7 +68,7 @@ struct World {
   std::uint8_t renewals = 0;  // on their way
   std::vector<Reply> replies;
   std::vector<Tool> tools;
-  std::uint8_t takes = 1;  // that the host may still ask for
+  std::uint8_t takes = 2;  // that the host may still ask for, the second on a lease that it holds
   std::uint8_t faults = 0;
 
   auto operator<=>(const World&) const = default;
