@@ -103,6 +103,9 @@ TEST(SMCTool, AProcessWithoutArgumentsAtAllIsWrongUsage) {
 }
 
 TEST(SMCTool, AProcessThatCannotHaveItsDescriptorsInOrderWritesNothing) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer waits for ever for a descriptor of its own";
+#endif
   const auto result = run({writing("F0Md", "00"), {}, [] {
                              if (geteuid() == 0) {
                                becomeNobody();
