@@ -91,7 +91,7 @@ struct GuardianRow {
 std::span<const HolderRow> holderRules();
 std::span<const GuardianRow> guardianRules();
 
-/// The row of a state and an event; null where there is none. Any thread.
+/// The row of a state and an event; null if the table has no such row. Any thread.
 template <typename Row, typename State, typename Event>
 const Row* ruleOf(std::span<const Row> rules, State state, Event event) {
   for (const Row& row : rules) {

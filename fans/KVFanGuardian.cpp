@@ -26,7 +26,7 @@ using std::chrono::milliseconds;
 constexpr int kExitWrongUsage = 64;
 constexpr milliseconds kFirstPause{10};
 constexpr milliseconds kLongestPause{1000};
-// A holder that asks for nothing has ended, or is none.
+// Longer than a holder takes to ask.
 constexpr milliseconds kWaitForRequest{60'000};
 
 std::string nameOfHolder(const LeaseReading& reading) {

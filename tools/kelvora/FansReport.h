@@ -13,7 +13,7 @@
 
 namespace kelvora::tool {
 
-/// What was written to the keys of a fan; a member that is none was not.
+/// What was written to the keys of a fan; a member without a value was not written.
 struct FanWritten {
   std::optional<bool> isFixed = {};
   std::optional<double> target = {};
@@ -36,7 +36,8 @@ std::string holderOf(const KVLeasedFan& lease);
 /// Returns whether all of it was.
 bool reportLeftBehind(const std::vector<KVLeasedFan>& leftBehind);
 
-/// The same for fans whose guardians still try to hand them back; returns whether there is none.
+/// The same for fans whose guardians still try to hand them back; returns whether all of them are
+/// well.
 bool reportStuck(const std::vector<KVLeasedFan>& held);
 
 /// Writes the list of fans.
