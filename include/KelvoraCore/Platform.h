@@ -157,7 +157,7 @@ class KELVORA_EXPORT Platform {
   /// Removes the choice, usable or not; nothing happens without one. Waits for a program that
   /// writes to it, but not for ever. Throws when the file cannot be removed.
   static void chooseNone();
-  /// Where the choice is kept, even if there is none; none without a support folder. Creates
+  /// Where a choice is kept, even before one is made; none without a support folder. Creates
   /// nothing.
   static std::optional<std::string> choiceFile();
 

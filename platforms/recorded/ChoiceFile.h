@@ -33,7 +33,7 @@ class ChoiceFile {
   /// One call to the file system.
   bool isCurrent() const;
 
-  /// Reads the file. Throws MachineFileError when there is none, it may not be used, or it is not
+  /// Reads the file. Throws MachineFileError when it is missing, it may not be used, or it is not
   /// of the format, and leaves it as it is. Members other than the format's are not checked.
   const nlohmann::json& read();
   /// What the last successful `read` returned.

@@ -154,7 +154,7 @@ class LeaseFixture : public ::testing::Test {
     }
     return processes;
   }
-  /// The guardian that a process has started; 0 if there is none.
+  /// The guardian that a process has started; 0 if it has none.
   static pid_t guardianOf(pid_t parent) {
     for (const pid_t process : processesOf(KELVORA_TEST_GUARDIAN)) {
       std::ifstream status("/proc/" + std::to_string(process) + "/status");

@@ -26,7 +26,7 @@ class AppleSMCFiles {
   /// file stays open: reading it again costs one system call.
   virtual std::optional<std::string> read(const std::string& name);
   /// Opens a file for writing and keeps it open: `write` needs no rights afterwards. Returns
-  /// kIOReturnNotPermitted when this user may not write it, kIOReturnNoDevice when there is none.
+  /// kIOReturnNotPermitted when this user may not write it, kIOReturnNoDevice when it is missing.
   virtual KernelStatus openForWriting(const std::string& name);
   /// Writes a file in one call, e.g. "2000\n" to "fan1_output". Returns kIOReturnBadArgument for
   /// what the driver does not take, kIOReturnIOError when the SMC refuses it, kIOReturnNoDevice
