@@ -2,7 +2,6 @@
 #include <chrono>
 #include <cstdio>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -11,11 +10,9 @@
 #include "KelvoraCore/StopSignal.h"
 
 #include "tools/kelvora/Command.h"
-#include "tools/kelvora/HistoryRecorder.h"
 #include "tools/kelvora/MachineChoice.h"
-#include "tools/kelvora/OverheatRules.h"
 #include "tools/kelvora/RecordHistoryReport.h"
-#include "tools/kelvora/SensorLog.h"
+#include "tools/kelvora/Recording.h"
 
 namespace kelvora::tool {
 
@@ -65,24 +62,24 @@ void requireLock(const KVProcessLock& lock) {
   }
 }
 
-/// The recording of one machine until its end.
-class Recording {
+/// The recording of a machine until its end, and what is printed of it.
+class ReportedRecording {
  public:
-  Recording(Platform& platform, RecordHistoryReport& report)
-      : platform_(platform), report_(report), recorder_(platform, controller_) {}
+  ReportedRecording(Platform& platform, RecordHistoryReport& report)
+      : platform_(platform), report_(report), recording_(platform, controller_) {}
 
   void run(StopSignal& stop, std::optional<double> every, Clock::time_point end) {
     Clock::time_point next = Clock::now();
     do {
       sample();
-      const Seconds interval(every ? *every : recorder_.manager().updateInterval());
+      const Seconds interval(every ? *every : recording_.manager().updateInterval());
       // What was missed, because the computer slept say, is not made up for.
       next = std::max(next + std::chrono::duration_cast<Clock::duration>(interval), Clock::now());
     } while (stop.runUntil(std::min(next, end)) && next < end);
   }
 
   int finish() {
-    const HistoryRecorder::Outcome outcome = recorder_.saveWaiting();
+    const HistoryRecorder::Outcome outcome = recording_.finish();
     report_.end(std::chrono::system_clock::now(), outcome);
     if (outcome.waiting > 0) {
       throw CommandError(kExitNothingRead, "not everything was saved: " + outcome.fault);
@@ -93,45 +90,20 @@ class Recording {
  private:
   void sample() {
     const auto instant = std::chrono::system_clock::now();
-    const HistoryRecorder::Outcome outcome = recorder_.sample(instant);
-    if (isFirst_ && outcome.sensors.empty()) {
+    const Recording::Sample sample = recording_.sample(instant);
+    if (!recording_.isBegun()) {
       throw CommandError(kExitNothingRead, platform_.title() + ": no sensor could be read");
     }
-    isFirst_ = false;
-    report_.sample(instant, outcome, log_.append(instant, outcome.sensors, recorder_.manager()));
-    for (const FiredRule& fired : rules().fire(instant, keysRead(outcome.sensors))) {
+    report_.sample(instant, sample.outcome, sample.logFault);
+    for (const FiredRule& fired : sample.fired) {
       report_.rule(instant, fired);
     }
-  }
-
-  static std::set<std::string> keysRead(const SensorList& sensors) {
-    std::set<std::string> keys;
-    for (const SensorPtr& sensor : sensors) {
-      if (StoredSensors::isRead(sensor->value)) {
-        keys.insert(sensor->key);
-      }
-    }
-    return keys;
-  }
-
-  // Kept from sample to sample: they remember what fired and could not be stored.
-  OverheatRules& rules() {
-    KVDataManager& manager = recorder_.manager();
-    if (rulesManager_ != &manager) {
-      rulesManager_ = &manager;
-      rules_.emplace(manager);
-    }
-    return *rules_;
   }
 
   Platform& platform_;
   RecordHistoryReport& report_;
   SensorController controller_;
-  HistoryRecorder recorder_;
-  SensorLog log_;
-  KVDataManager* rulesManager_ = nullptr;  // whose rules these are
-  std::optional<OverheatRules> rules_;
-  bool isFirst_ = true;
+  Recording recording_;
 };
 
 int runRecordHistory(const Options& options, StandardOutput& output) {
@@ -144,7 +116,7 @@ int runRecordHistory(const Options& options, StandardOutput& output) {
   output.discardMessages(!platform.isLive());
   RecordHistoryReport report(output, options.json);
   std::fputs("kelvora: recording; an interrupt (Ctrl-C) ends it\n", stderr);
-  Recording recording(platform, report);
+  ReportedRecording recording(platform, report);
   recording.run(stop, every, end);
   return recording.finish();
 }
