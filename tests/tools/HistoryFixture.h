@@ -15,7 +15,7 @@
 #include "KelvoraCore/KVSettings.h"
 #include "KelvoraCore/Platform.h"
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/HomeFolder.h"
 
 namespace kelvora::testing {
 
@@ -28,9 +28,6 @@ struct RecordedPoint {
 class HistoryFixture : public ::testing::Test {
  protected:
   HistoryFixture() {
-    setenv("HOME", home_.path().c_str(), 1);
-    setenv("XDG_CONFIG_HOME", home_.path("config").c_str(), 1);
-    setenv("XDG_DATA_HOME", home_.path("data").c_str(), 1);
     setenv("TZ", "UTC", 1);
     setenv("LC_ALL", "C.UTF-8", 1);
     platform_ = Platform::live();
@@ -69,7 +66,7 @@ class HistoryFixture : public ::testing::Test {
     return entries;
   }
 
-  TemporaryFolder home_;
+  HomeFolder home_;
   std::unique_ptr<Platform> platform_;
   const double now_ =
       std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();

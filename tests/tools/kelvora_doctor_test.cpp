@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tests/support/HomeFolder.h"
 #include "tests/support/LockHolder.h"
 #include "tests/support/SessionBus.h"
 #include "tests/support/TemporaryFolder.h"
@@ -34,12 +35,6 @@ constexpr char kEmptySettings[] =
 
 class KelvoraDoctor : public ::testing::Test {
  protected:
-  KelvoraDoctor() {
-    setenv("HOME", home_.path().c_str(), 1);
-    setenv("XDG_CONFIG_HOME", home_.path("config").c_str(), 1);
-    setenv("XDG_DATA_HOME", home_.path("data").c_str(), 1);
-  }
-
   ProgramResult doctor(const std::vector<std::string>& more = {}) const {
     std::vector<std::string> arguments = {"doctor", "--machine", "iMac19,1"};
     arguments.insert(arguments.end(), more.begin(), more.end());
@@ -63,7 +58,7 @@ class KelvoraDoctor : public ::testing::Test {
     EXPECT_EQ(found["advice"].is_null(), state == "ok") << found;
   }
 
-  TemporaryFolder home_;
+  HomeFolder home_;
 };
 
 TEST_F(KelvoraDoctor, NamesEachThingInOrderWithItsState) {

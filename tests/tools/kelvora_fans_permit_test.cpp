@@ -1,5 +1,4 @@
 // Installing the privileged tool by the command.
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -8,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/HomeFolder.h"
 #include "tests/tools/KelvoraProgram.h"
 
 namespace kelvora::testing {
@@ -18,15 +17,9 @@ using nlohmann::json;
 
 class KelvoraFansPermit : public ::testing::Test {
  protected:
-  KelvoraFansPermit() {
-    unsetenv("KELVORA_MACHINE");
-    setenv("HOME", home_.path().c_str(), 1);
-    setenv("XDG_CONFIG_HOME", home_.path("config").c_str(), 1);
-    setenv("XDG_DATA_HOME", home_.path("data").c_str(), 1);
-  }
   std::string tool() const { return home_.path("data/Kelvora/Kelvora SMC"); }
 
-  TemporaryFolder home_;
+  HomeFolder home_;
 };
 
 TEST_F(KelvoraFansPermit, OnARecordedMacTheToolIsInstalledWithoutRights) {

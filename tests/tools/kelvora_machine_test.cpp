@@ -1,5 +1,4 @@
 // The recorded Mac that an account has chosen.
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -8,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/HomeFolder.h"
 #include "tests/tools/KelvoraProgram.h"
 
 namespace kelvora::testing {
@@ -22,13 +21,6 @@ constexpr char kChoice[] = "data/Kelvora/Machine.json";
 
 class KelvoraMachine : public ::testing::Test {
  protected:
-  KelvoraMachine() {
-    unsetenv("KELVORA_MACHINE");
-    setenv("HOME", home_.path().c_str(), 1);
-    setenv("XDG_CONFIG_HOME", home_.path("config").c_str(), 1);
-    setenv("XDG_DATA_HOME", home_.path("data").c_str(), 1);
-  }
-
   static std::string titleOfReading(const std::vector<std::string>& more = {},
                                     const Environment& environment = {}) {
     std::vector<std::string> arguments = {"sensors"};
@@ -42,7 +34,7 @@ class KelvoraMachine : public ::testing::Test {
   }
   std::string file() const { return home_.path(kChoice); }
 
-  TemporaryFolder home_;
+  HomeFolder home_;
 };
 
 TEST_F(KelvoraMachine, IsChosenByItsNameInAnyCaseAndShown) {

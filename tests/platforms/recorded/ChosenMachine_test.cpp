@@ -81,19 +81,18 @@ platform::KernelStatus write(SMCConnection& connection, std::uint32_t key,
   return reply.status;
 }
 
-TEST_F(ChosenMachineTest, WithoutAChoiceThereIsNoService) {
-  ChosenMachine smc(file());
+platform::IOObject serviceOf(const std::string& file) {
+  ChosenMachine smc(file);
   platform::IOObject iterator = 0;
   smc.matchingServices("AppleSMC", iterator);
-  EXPECT_EQ(smc.nextService(iterator), 0U);
+  return smc.nextService(iterator);
 }
+
+TEST_F(ChosenMachineTest, WithoutAChoiceThereIsNoService) { EXPECT_EQ(serviceOf(file()), 0U); }
 
 TEST_F(ChosenMachineTest, AMacWithoutAnSMCHasNoService) {
   choose("Macmini9,1");
-  ChosenMachine smc(file());
-  platform::IOObject iterator = 0;
-  smc.matchingServices("AppleSMC", iterator);
-  EXPECT_EQ(smc.nextService(iterator), 0U);
+  EXPECT_EQ(serviceOf(file()), 0U);
 }
 
 TEST_F(ChosenMachineTest, AWriteOfOneProgramIsReadByTheOthersAtOnce) {

@@ -1,5 +1,7 @@
 #include "tools/smc/FanWriter.h"
 
+#include <cstring>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -84,6 +86,25 @@ class FanWriterTest : public ::testing::Test {
     } catch (const tool::Failure& failure) {
       message = failure.what();
       return failure.status();
+    }
+  }
+
+  // Writes a target once for each of its calls, which are its description, its limits (description
+  // and bytes each) and those of SMCWriteKey.
+  void expectFailureOfEachCall(const std::string& ending,
+                               const std::function<void(int)>& failCall) {
+    int number = 0;
+    for (const ExitStatus status :
+         {ExitStatus::kUnknownKey, ExitStatus::kUnreadableLimits, ExitStatus::kUnreadableLimits,
+          ExitStatus::kUnreadableLimits, ExitStatus::kUnreadableLimits, ExitStatus::kWriteFailed,
+          ExitStatus::kWriteFailed}) {
+      ++number;
+      SetUpAgain();
+      failCall(number);
+      EXPECT_EQ(statusOf("F0Tg", "0000fa44"), status) << number;
+      EXPECT_TRUE(message.ends_with(ending)) << message;
+      EXPECT_TRUE(recorded->writes().empty());
+      EXPECT_EQ(smc->count(), number);
     }
   }
 
@@ -186,37 +207,17 @@ TEST_F(FanWriterTest, AnSMCThatIsNotThereOrRefusesToOpenIsNamed) {
   EXPECT_EQ(message, "F0Md: there is no SMC");
 }
 
-// The calls of a target: description, limits (description and bytes each), and those of
-// SMCWriteKey.
 TEST_F(FanWriterTest, AFailureOfAnyCallEndsWithoutAWriteOrWithAFailedOne) {
-  const ExitStatus expected[] = {ExitStatus::kUnknownKey,       ExitStatus::kUnreadableLimits,
-                                 ExitStatus::kUnreadableLimits, ExitStatus::kUnreadableLimits,
-                                 ExitStatus::kUnreadableLimits, ExitStatus::kWriteFailed,
-                                 ExitStatus::kWriteFailed};
-  int number = 0;
-  for (const ExitStatus status : expected) {
-    ++number;
-    SetUpAgain();
+  expectFailureOfEachCall(" (status e00002e2)", [this](int number) {
     smc->failNth(number, platform::kIOReturnNotPermitted);
-    EXPECT_EQ(statusOf("F0Tg", "0000fa44"), status) << number;
-    EXPECT_TRUE(message.ends_with(" (status e00002e2)")) << message;
-    EXPECT_TRUE(recorded->writes().empty());
-    EXPECT_EQ(smc->count(), number);
-  }
+  });
   SetUpAgain();
   EXPECT_EQ(statusOf("F0Tg", "0000fa44"), ExitStatus::kWritten);
-  EXPECT_EQ(smc->count(), number);
+  EXPECT_EQ(smc->count(), 7);
 }
 
 TEST_F(FanWriterTest, AResultOtherThanSuccessIsAFailureOfEachCall) {
-  const ExitStatus expected[] = {ExitStatus::kUnknownKey,       ExitStatus::kUnreadableLimits,
-                                 ExitStatus::kUnreadableLimits, ExitStatus::kUnreadableLimits,
-                                 ExitStatus::kUnreadableLimits, ExitStatus::kWriteFailed,
-                                 ExitStatus::kWriteFailed};
-  int number = 0;
-  for (const ExitStatus status : expected) {
-    ++number;
-    SetUpAgain();
+  expectFailureOfEachCall(" (result 130)", [this](int number) {
     smc->setOverride(
         [number, this](const SMCCallRecord&,
                        ForwardingSMC::Output output) -> std::optional<platform::KernelStatus> {
@@ -228,10 +229,7 @@ TEST_F(FanWriterTest, AResultOtherThanSuccessIsAFailureOfEachCall) {
           std::memcpy(output.data(), &reply, sizeof reply);
           return platform::kKernelSuccess;
         });
-    EXPECT_EQ(statusOf("F0Tg", "0000fa44"), status) << number;
-    EXPECT_TRUE(message.ends_with(" (result 130)")) << message;
-    EXPECT_EQ(smc->count(), number);
-  }
+  });
 }
 
 TEST_F(FanWriterTest, LimitsAreThoseOfTheMomentOfTheWrite) {

@@ -1,0 +1,102 @@
+// Fans whose holder was killed, and those left behind.
+#include <csignal>
+#include <filesystem>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/tools/KelvoraFans.h"
+#include "tests/tools/KelvoraProgram.h"
+
+namespace kelvora::testing {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using ::testing::ContainsRegex;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+TEST_F(KelvoraFans, OfAHolderThatIsKilledComeBack) {
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  ::kill(holderOf(0), SIGKILL);
+  EXPECT_TRUE(soon([this] { return !isOnDisk(0); }));
+  const ProgramResult list = run({"fans"});
+  EXPECT_EQ(list.standardError, "") << "the guardian has handed it back";
+  expectAutomatic(0);
+}
+
+TEST_F(KelvoraFans, LeftBehindAreHandedBackByTheNextCommand) {
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  const pid_t holder = holderOf(0);
+  killEverything();
+  ASSERT_TRUE(isOnDisk(0));
+  const ProgramResult list = run({"fans"});
+  EXPECT_EQ(list.status, 0);
+  EXPECT_EQ(list.standardError, "kelvora: fan 0: left behind by kelvora (process " +
+                                    std::to_string(holder) + "), handed back\n");
+  EXPECT_FALSE(isOnDisk(0));
+  expectAutomatic(0);
+}
+
+TEST_F(KelvoraFans, LeftBehindAreHandedBackByTheDoctorToo) {
+  EXPECT_THAT(run({"doctor"}).standardOutput, ContainsRegex("ok +fans +none left behind\n"));
+  EXPECT_THAT(run({"doctor"}).standardOutput,
+              ContainsRegex("ok +fan guardian +/.*Kelvora Guardian\n"));
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  EXPECT_THAT(run({"doctor"}).standardOutput,
+              ContainsRegex("ok +fans +none left behind, held: fan 0 by kelvora \\(process "));
+  killEverything();
+  EXPECT_THAT(run({"doctor", "--machine", kWithModes}).standardOutput,
+              ContainsRegex("ok +fans +of a recording"));
+  EXPECT_TRUE(isOnDisk(0));
+  EXPECT_THAT(
+      run({"doctor"}).standardOutput,
+      ContainsRegex("ok +fans +handed back now, left behind: fan 0 by kelvora \\(process "));
+  expectAutomatic(0);
+}
+
+TEST_F(KelvoraFans, LeftBehindThatCannotBeHandedBackAreAFailure) {
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  killEverything();
+  fs::rename(home_.path(kTool), home_.path("tool"));
+  const ProgramResult list = run({"fans", "--json"});
+  EXPECT_EQ(list.status, 1);
+  EXPECT_THAT(
+      list.standardError,
+      ContainsRegex("^kelvora: fan 0: left behind by kelvora \\(process [0-9]+\\), not handed "
+                    "back: F0Md: the privileged tool is not installed\n$"));
+  const json report = json::parse(list.standardOutput);
+  EXPECT_THAT(report.at("leftBehind").at(0).at("fault").get<std::string>(),
+              HasSubstr("not installed"));
+  EXPECT_EQ(report.at("fans").at(0).at("lease").at("isLive"), false);
+  EXPECT_THAT(run({"fans"}).standardOutput, HasSubstr("left behind by kelvora (process "));
+  const ProgramResult doctor = run({"doctor"});
+  EXPECT_EQ(doctor.status, 1);
+  EXPECT_THAT(doctor.standardOutput, ContainsRegex("broken +fans +left behind: fan 0 by kelvora"));
+  fs::rename(home_.path("tool"), home_.path(kTool));
+}
+
+TEST_F(KelvoraFans, OfALeaseThatCannotBeReadAreHandedBackByTheirMode) {
+  home_.write("data/group.com.kelvora/Fan1.plist", "no lease");
+  const ProgramResult list = run({"fans"});
+  EXPECT_EQ(list.status, 0);
+  EXPECT_EQ(list.standardError, "kelvora: fan 1: left behind by another program, handed back\n");
+  EXPECT_EQ(run({"fans"}).standardError, "");
+}
+
+// The minimum that was there before is known to nobody.
+TEST_F(KelvoraFans, OfALeaseThatCannotBeReadAreListedWithAnotherProgram) {
+  choose(kWithMinimum);
+  home_.write("data/group.com.kelvora/Fan1.plist", "no lease");
+  const ProgramResult list = run({"fans"});
+  EXPECT_EQ(list.status, 1);
+  EXPECT_THAT(list.standardError, StartsWith("kelvora: fan 1: left behind by another program, not "
+                                             "handed back: "));
+  EXPECT_THAT(list.standardOutput, HasSubstr("left behind by another program\n"));
+}
+
+}  // namespace
+}  // namespace kelvora::testing
