@@ -77,5 +77,16 @@ TEST(FanWrites, AFanWithoutACharacterIsNotWritten) {
   }
 }
 
+TEST(FanWrites, AFanWithAModeIsHandedBackByItAlone) {
+  EXPECT_EQ(handBackWrite(FanScheme::kModeAndTarget, 1200, 0), (FanWrite{"F0Md", "00"}));
+  EXPECT_EQ(handBackWrite(FanScheme::kModeAndTarget, 1200, 19), (FanWrite{"FJMd", "00"}));
+}
+
+TEST(FanWrites, AMinimumIsRestoredToAQuarterOfARevolution) {
+  EXPECT_EQ(handBackWrite(FanScheme::kMinimum, 1200, 1), (FanWrite{"F1Mn", "12c0"}));
+  EXPECT_EQ(handBackWrite(FanScheme::kMinimum, 1200.25, 1), (FanWrite{"F1Mn", "12c1"}));
+  EXPECT_EQ(handBackWrite(FanScheme::kMinimum, 1200.4, 1), (FanWrite{"F1Mn", "12c2"}));
+}
+
 }  // namespace
 }  // namespace kelvora

@@ -13,6 +13,7 @@
 #include "platforms/shared/SystemControlTable.h"
 #include "ports/Ports.h"
 #include "tests/support/ForwardingPorts.h"
+#include "tests/support/ForwardingSMC.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/ScriptedChildProcesses.h"
 
@@ -91,6 +92,23 @@ TEST(SensorController, TheResultOfAFanIsThatOfItsLastWrite) {
   SensorController oldController(old.platform());
   old.failingKey = "F0Mn";
   EXPECT_FALSE(oldController.setSpeed(2000, 0, /*autoMode=*/false));
+}
+
+TEST(SensorController, AFanIsNeitherWrittenTwiceNorReadBack) {
+  for (const auto& [machine, key] :
+       {std::pair("MacBookPro15,1", "F0Tg"), std::pair("MacBookPro10,1", "F0Mn")}) {
+    FanControl mac(machine);
+    ForwardingSMC& smc = ForwardingSMC::wrap(mac.platform());
+    SensorController controller(mac.platform());
+    for (const char* failing : {key, ""}) {
+      mac.failingKey = failing;
+      mac.writes.clear();
+      smc.forgetCalls();
+      EXPECT_EQ(controller.setSpeed(2000, 0, /*autoMode=*/false), mac.failingKey.empty());
+      EXPECT_EQ(smc.count(), 0) << machine;
+      EXPECT_EQ(mac.writes.size(), key == std::string("F0Tg") ? 2U : 1U);
+    }
+  }
 }
 
 TEST(SensorController, AFanBeyondTheTwentiethIsNotSet) {
