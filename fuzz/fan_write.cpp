@@ -91,7 +91,7 @@ void run(const std::vector<const char*>& arguments, kelvora::platform::RecordedS
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto texts = argumentsOf(std::string(data, data + size));
-  std::vector<const char*> arguments;
+  std::vector<const char*> arguments = {"Kelvora SMC"};
   for (const std::string& text : texts) {
     arguments.push_back(text.c_str());
   }

@@ -48,15 +48,13 @@ class KelvoraFans : public ::testing::Test {
     return runKelvora(arguments);
   }
   static void choose(const char* machine) { ASSERT_EQ(run({"machine", "use", machine}).status, 0); }
-  static nlohmann::json nlohmann::jsonOf(std::vector<std::string> arguments) {
+  static nlohmann::json jsonOf(std::vector<std::string> arguments) {
     arguments.push_back("--json");
     const ProgramResult result = run(arguments);
     EXPECT_EQ(result.status, 0) << result.standardError;
     return nlohmann::json::parse(result.standardOutput);
   }
-  static nlohmann::json fan(std::size_t index) {
-    return nlohmann::jsonOf({"fans"}).at("fans").at(index);
-  }
+  static nlohmann::json fan(std::size_t index) { return jsonOf({"fans"}).at("fans").at(index); }
   // 0 for a fan that nobody holds.
   static pid_t holderOf(std::size_t index) {
     const nlohmann::json lease = fan(index).at("lease");

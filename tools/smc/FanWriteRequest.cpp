@@ -73,15 +73,15 @@ std::vector<std::uint8_t> parsedBytes(const std::string& key, std::string_view t
 
 FanWriteRequest parsedRequest(std::span<const char* const> arguments) {
   using namespace std::string_view_literals;
-  if (arguments.size() != 4 || arguments[0] != "-k"sv || arguments[2] != "-w"sv) {
+  if (arguments.size() != 5 || arguments[1] != "-k"sv || arguments[3] != "-w"sv) {
     throw Failure(ExitStatus::kUsage, "usage: -k KEY -w HEX");
   }
-  const std::string_view key = arguments[1];
+  const std::string_view key = arguments[2];
   const auto kind = kindOf(key);
   if (!kind) {
     throw Failure(ExitStatus::kKeyRefused, shown(key) + ": not a fan's mode, target or minimum");
   }
-  return {std::string(key), *kind, parsedBytes(std::string(key), arguments[3])};
+  return {std::string(key), *kind, parsedBytes(std::string(key), arguments[4])};
 }
 
 }  // namespace kelvora::tool

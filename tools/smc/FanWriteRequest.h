@@ -20,9 +20,9 @@ struct FanWriteRequest {
   std::string keyOfFan(const char* suffix) const { return key.substr(0, 2) + suffix; }
 };
 
-/// Reads the arguments after the program's name, which are exactly "-k", the key, "-w" and the
-/// bytes in hexadecimal digits of either case. The key is "F", one of "0" to "9" and "A" to "J",
-/// and "Md", "Tg" or "Mn". Throws a Failure.
+/// Reads the arguments of a process: the program's name, which may be anything, and then exactly
+/// "-k", the key, "-w" and the bytes in hexadecimal digits of either case. The key is "F", one of
+/// "0" to "9" and "A" to "J", and "Md", "Tg" or "Mn". Throws a Failure.
 FanWriteRequest parsedRequest(std::span<const char* const> arguments);
 
 }  // namespace kelvora::tool

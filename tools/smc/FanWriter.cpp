@@ -72,7 +72,7 @@ void FanWriter::write(const FanWriteRequest& request) {
 SMCKeyInfo FanWriter::description(const std::string& key) {
   SMCKeyInfo info;
   const platform::KernelStatus status = connection_.getKeyInfo(SMCPackedKey(key), info);
-  if (status != platform::kKernelSuccess || info.dataSize == 0) {
+  if (info.dataSize == 0) {
     throw Failure(ExitStatus::kUnknownKey, key + ": the SMC has no such key" + reason(status));
   }
   const bool isKnown =
@@ -87,10 +87,10 @@ float FanWriter::limit(const FanWriteRequest& request, const char* suffix) {
   const std::string key = request.keyOfFan(suffix);
   SMCValueRecord value;
   const platform::KernelStatus status = connection_.readKey(SMCPackedKey(key), value);
-  const bool isKnown = status == platform::kKernelSuccess &&
-                       isSpeed(SMCPackedKey({value.dataType, 4}), value.dataSize);
-  const float speed = isKnown ? SMCConvertValueToNumber(value) : 0;
-  if (!isKnown || !std::isfinite(speed) || speed < 0) {
+  const bool isKnown =
+      status == platform::kKernelSuccess && isSpeed(SMCPackedKey(value.dataType), value.dataSize);
+  const float speed = isKnown ? SMCConvertValueToNumber(value) : NAN;
+  if (!std::isfinite(speed) || speed < 0) {
     throw Failure(ExitStatus::kUnreadableLimits,
                   request.key + ": the limit " + key + " cannot be read" + reason(status));
   }

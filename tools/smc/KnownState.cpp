@@ -1,5 +1,6 @@
 #include "tools/smc/KnownState.h"
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <string_view>
@@ -36,26 +37,21 @@ constexpr Limit kLimits[] = {{RLIMIT_CORE, 0},
 // What leads to the account's folder, where the Mac is that it has chosen.
 constexpr std::array<std::string_view, 2> kKept = {"HOME=", "XDG_DATA_HOME="};
 
-char** findVariable(std::string_view start) {
-  for (char** variable = environment(); variable != nullptr && *variable != nullptr; ++variable) {
-    if (std::string_view(*variable).starts_with(start)) {
-      return variable;
-    }
-  }
-  return nullptr;
+// With raised rights nothing is kept: it comes from who has fewer.
+bool isKept(std::string_view variable) {
+  return !platform::hasRaisedRights() && std::ranges::any_of(kKept, [&](std::string_view start) {
+    return variable.starts_with(start);
+  });
 }
 
-// With raised rights nothing is kept: it comes from who has fewer.
 void reduceEnvironment() {
-  static std::array<char*, kKept.size() + 1> reduced{};
-  std::size_t count = 0;
-  for (const std::string_view start : kKept) {
-    char** const found = platform::hasRaisedRights() ? nullptr : findVariable(start);
-    if (found != nullptr) {
-      reduced[count++] = *found;
+  char** kept = environment();
+  for (char** variable = environment(); *variable != nullptr; ++variable) {
+    if (isKept(*variable)) {
+      *kept++ = *variable;
     }
   }
-  environment() = reduced.data();
+  *kept = nullptr;
 }
 
 void setSignals() {
@@ -68,9 +64,9 @@ void setSignals() {
   for (const int number : kIgnored) {
     std::signal(number, SIG_IGN);
   }
-  sigset_t none;
-  sigemptyset(&none);
-  sigprocmask(SIG_SETMASK, &none, nullptr);
+  sigset_t all;
+  sigfillset(&all);
+  sigprocmask(SIG_UNBLOCK, &all, nullptr);
 }
 
 void stopTimers() {
@@ -84,28 +80,31 @@ void stopTimers() {
 void setLimits() {
   for (const auto& [resource, amount] : kLimits) {
     rlimit limit{amount, amount};
-    if (setrlimit(resource, &limit) != 0 && getrlimit(resource, &limit) == 0) {
+    if (setrlimit(resource, &limit) != 0) {
+      getrlimit(resource, &limit);
       limit.rlim_cur = limit.rlim_max;
       setrlimit(resource, &limit);
     }
   }
 }
 
-// The system gives the lowest number that is free.
+// The system gives the lowest number that is free. None is opened above these: whoever started the
+// tool may have more open than its limit allows.
 bool openStandardDescriptors() {
-  int descriptor = -1;
-  do {
-    descriptor = open("/dev/null", O_RDWR);
-  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-  return descriptor >= 0;
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDWR) < 0) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace
 
 bool enterKnownState() {
   reduceEnvironment();
+  stopTimers();  // before their signals are unblocked
   setSignals();
-  stopTimers();
   setLimits();
   umask(077);
   return openStandardDescriptors() && closeDescriptorsFrom(STDERR_FILENO + 1) && chdir("/") == 0;

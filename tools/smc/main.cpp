@@ -4,13 +4,12 @@
 //
 // docs/privileged-tool.md says what it defends against, and what each check is for.
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 #include <new>
 #include <span>
 #include <stdexcept>
 #include <string>
-#include <utility>
+#include <tuple>
 
 #include <unistd.h>
 
@@ -33,10 +32,9 @@ int report(ExitStatus status, std::string text) {
     text += ": " + kelvora::tool::lastLoggedLine();
   }
   std::ranges::replace_if(
-      text, [](char c) { return c >= 0 && c < ' '; }, ' ');
+      text, [](unsigned char c) { return c < ' '; }, ' ');
   const std::string line = "Kelvora SMC: " + text + "\n";
-  while (write(STDERR_FILENO, line.data(), line.size()) < 0 && errno == EINTR) {
-  }
+  std::ignore = write(STDERR_FILENO, line.data(), line.size());  // no handler interrupts it
   return static_cast<int>(status);
 }
 
@@ -68,7 +66,7 @@ int main(int argc, char** argv) {
     return report(ExitStatus::kUnknownState, "the process cannot be brought into a known state");
   }
   try {
-    run(std::span(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
+    run(std::span(argv, static_cast<std::size_t>(argc)));
     return static_cast<int>(ExitStatus::kWritten);
   } catch (const Failure& failure) {
     return report(failure.status(), failure.what());

@@ -16,7 +16,8 @@ using tool::FanKeyKind;
 
 using Arguments = std::vector<const char*>;
 
-std::optional<tool::Failure> failureOf(const Arguments& arguments) {
+std::optional<tool::Failure> failureOf(Arguments arguments) {
+  arguments.insert(arguments.begin(), "tool");
   try {
     tool::parsedRequest(arguments);
     return std::nullopt;
@@ -47,6 +48,7 @@ TEST(FanWriteRequest, TheArgumentsAreExactlyKeyAndValue) {
   for (const Arguments& arguments : wrong) {
     EXPECT_EQ(statusOf(arguments), ExitStatus::kUsage) << ::testing::PrintToString(arguments);
   }
+  EXPECT_THROW(tool::parsedRequest({}), tool::Failure) << "not even the program's name";
   EXPECT_EQ(statusOf({"-k", "F0Md", "-w", "00"}), ExitStatus::kWritten);
   EXPECT_STREQ(failureOf({"-h"})->what(), "usage: -k KEY -w HEX");
 }
@@ -57,7 +59,7 @@ TEST(FanWriteRequest, EachFanHasAModeATargetAndAMinimum) {
          {std::pair("Md", FanKeyKind::kMode), std::pair("Tg", FanKeyKind::kTarget),
           std::pair("Mn", FanKeyKind::kMinimum)}) {
       const std::string key = std::string("F") + fan + suffix;
-      const auto request = tool::parsedRequest(Arguments{"-k", key.c_str(), "-w", "0a"});
+      const auto request = tool::parsedRequest(Arguments{"tool", "-k", key.c_str(), "-w", "0a"});
       EXPECT_EQ(request.key, key);
       EXPECT_EQ(request.kind, kind);
       EXPECT_EQ(request.keyOfFan("Mx"), std::string("F") + fan + "Mx");
@@ -76,13 +78,15 @@ TEST(FanWriteRequest, AnyOtherKeyIsRefused) {
 TEST(FanWriteRequest, AKeyIsShownCutAndWithoutWhatATerminalWouldObey) {
   EXPECT_STREQ(failureOf({"-k", "\033[2J\177\303\244ab", "-w", "00"})->what(),
                "?[2J???ab: not a fan's mode, target or minimum");
+  EXPECT_STREQ(failureOf({"-k", "a ~", "-w", "00"})->what(),
+               "a ~: not a fan's mode, target or minimum");
   EXPECT_STREQ(failureOf({"-k", "0123456789abcdefg", "-w", "00"})->what(),
                "0123456789abcdef: not a fan's mode, target or minimum");
 }
 
 TEST(FanWriteRequest, AValueIsWholeBytesInHexadecimalDigitsOfEitherCase) {
   const auto bytes = [](const char* text) {
-    return tool::parsedRequest(Arguments{"-k", "F0Tg", "-w", text}).bytes;
+    return tool::parsedRequest(Arguments{"tool", "-k", "F0Tg", "-w", text}).bytes;
   };
   EXPECT_EQ(bytes("00"), std::vector<std::uint8_t>{0});
   EXPECT_EQ(bytes("0000fa44"), (std::vector<std::uint8_t>{0, 0, 0xfa, 0x44}));

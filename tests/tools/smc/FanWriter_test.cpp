@@ -77,7 +77,7 @@ class FanWriterTest : public ::testing::Test {
   ExitStatus statusOf(const char* key, const char* value) {
     message.clear();
     try {
-      const std::vector<const char*> arguments = {"-k", key, "-w", value};
+      const std::vector<const char*> arguments = {"tool", "-k", key, "-w", value};
       const auto request = tool::parsedRequest(arguments);
       tool::FanWriter writer(*smc);
       writer.open(request.key);
@@ -230,6 +230,23 @@ TEST_F(FanWriterTest, AResultOtherThanSuccessIsAFailureOfEachCall) {
           return platform::kKernelSuccess;
         });
   });
+}
+
+// An old SMC describes a key that it does not know with size 0.
+TEST_F(FanWriterTest, AKeyOfNoBytesIsNotKnown) {
+  smc->setOverride([](const SMCCallRecord&,
+                      ForwardingSMC::Output output) -> std::optional<platform::KernelStatus> {
+    const SMCParamRecord reply;
+    std::memcpy(output.data(), &reply, sizeof reply);
+    return platform::kKernelSuccess;
+  });
+  EXPECT_EQ(statusOf("F0Md", "00"), ExitStatus::kUnknownKey);
+  EXPECT_EQ(message, "F0Md: the SMC has no such key");
+}
+
+TEST_F(FanWriterTest, AFanMayStandStillIfItsMinimumIsZero) {
+  EXPECT_EQ(statusOf("F0Mn", "00000000"), ExitStatus::kWritten);
+  EXPECT_EQ(statusOf("F0Tg", "00000000"), ExitStatus::kWritten);
 }
 
 TEST_F(FanWriterTest, LimitsAreThoseOfTheMomentOfTheWrite) {

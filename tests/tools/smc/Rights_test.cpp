@@ -1,9 +1,15 @@
 #include "tools/smc/Rights.h"
 
+#include <cerrno>
+#include <functional>
+#include <optional>
+
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include "tests/support/AnsweredCalls.h"
 #include "tests/support/ChildWork.h"
 
 namespace kelvora::testing {
@@ -15,14 +21,16 @@ constexpr gid_t kOther = 65532;
 
 // What a process that has these ids exits with when it has dropped its rights: 0 if all are the
 // real ones and stay so.
-int dropped(uid_t user, uid_t effectiveUser, uid_t savedUser, gid_t group, gid_t effectiveGroup,
-            gid_t savedGroup) {
+int dropped(
+    uid_t user, uid_t effectiveUser, uid_t savedUser, gid_t group, gid_t effectiveGroup,
+    gid_t savedGroup, const std::function<void()>& prepare = [] {}) {
   ChildWork work([&] {
     const gid_t groups[] = {kOther, effectiveGroup};
     if (setgroups(2, groups) != 0 || setresgid(group, effectiveGroup, savedGroup) != 0 ||
         setresuid(user, effectiveUser, savedUser) != 0) {
       return 10;
     }
+    prepare();
     if (!tool::dropRights()) {
       return 11;
     }
@@ -55,12 +63,42 @@ TEST(Rights, EffectiveAndSavedIdsAndOtherGroupsAreGone) {
   EXPECT_EQ(dropped(kUser, kUser, kUser, kGroup, kGroup, kGroup), 0);
 }
 
+// A kernel that refuses, that does nothing, or that gives back what was dropped.
+TEST(Rights, ThatAreKeptAreNoticedWhateverTheCallsAnswer) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "taking on the ids of others needs root";
+  }
+  struct Row {
+    unsigned call;
+    unsigned error;
+    std::optional<unsigned> argument;
+  };
+  constexpr auto kUnchanged = static_cast<unsigned>(-1);
+  const Row rows[] = {{SYS_setgroups, EPERM, {}},   {SYS_setregid, EPERM, {}},
+                      {SYS_setreuid, EPERM, {}},    {SYS_setregid, 0, kGroup},
+                      {SYS_setreuid, 0, kUser},     {SYS_setregid, 0, kUnchanged},
+                      {SYS_setreuid, 0, kUnchanged}};
+  for (const Row& row : rows) {
+    EXPECT_EQ(
+        dropped(kUser, 0, 0, kGroup, 0, 0, [&] { answerCalls(row.call, row.error, row.argument); }),
+        11)
+        << row.call << " " << row.error;
+  }
+}
+
 TEST(Rights, RootThatStartedTheProgramHasNothingToDrop) {
   if (geteuid() != 0) {
     GTEST_SKIP() << "this needs root";
   }
-  ChildWork work([] { return tool::dropRights() && geteuid() == 0 ? 0 : 1; });
-  EXPECT_EQ(work.wait(), 0);
+  for (const gid_t effectiveGroup : {getgid(), kOther}) {
+    ChildWork work([&] {
+      return setegid(effectiveGroup) == 0 && tool::dropRights() && geteuid() == 0 &&
+                     getegid() == getgid()
+                 ? 0
+                 : 1;
+    });
+    EXPECT_EQ(work.wait(), 0) << effectiveGroup;
+  }
 }
 
 TEST(Rights, AUserWithoutMoreRightsKeepsHisOwn) {
