@@ -13,6 +13,10 @@ namespace kelvora::platform {
 /// The platform's quality-of-service class of a child that a user is waiting for.
 inline constexpr int kQualityOfServiceUserInteractive = 33;
 
+/// The exit status of a child that another part of the program has waited for, or that nobody can
+/// wait for because the program ignores SIGCHLD: that the child has ended is all that is known.
+inline constexpr int kUnknownExitStatus = -1;
+
 /// What to start, and how.
 struct ChildRequest {
   std::string path;                    ///< of the executable, e.g. "/usr/sbin/system_profiler"
@@ -20,7 +24,9 @@ struct ChildRequest {
   bool captureStandardOutput = false;  ///< otherwise the child writes where this process does
   bool discardStandardError = false;   ///< otherwise likewise
   int qualityOfService = 0;            ///< 0: the default
-  int standardInput = -1;  ///< a descriptor that the child has as its own; -1: as this process
+  int standardInput = -1;     ///< a descriptor that the child has as its own; -1: as this process
+  int standardOutput = -1;    ///< the same, unless it is captured
+  bool isOwnProgram = false;  ///< of the product: also a chosen recorded Mac really starts it
 };
 
 /// A launched child. Destruction closes the pipe; it neither ends a child that still runs nor waits
@@ -32,8 +38,8 @@ class ChildProcess {
   virtual std::size_t readStandardOutput(std::span<std::byte> buffer) = 0;
   /// Closes the reading end of the captured standard output.
   virtual void closeStandardOutput() = 0;
-  /// Blocks until the child exits: its exit status (0 to 255), or 128 plus the signal that ended
-  /// it. Further calls return the same at once.
+  /// Blocks until the child exits: its exit status (0 to 255), 128 plus the signal that ended it,
+  /// or kUnknownExitStatus. Further calls return the same at once.
   virtual int waitUntilExit() = 0;
   /// The same, but blocks for `limit` at most: none if the child still runs then.
   virtual std::optional<int> waitUntilExit(std::chrono::milliseconds limit) = 0;

@@ -23,6 +23,9 @@ struct FileAttributes {
 class HeldLock {
  public:
   virtual ~HeldLock() = default;
+  /// For `ChildRequest::standardOutput`: a program that is started with it holds the lock too,
+  /// until it ends.
+  virtual int descriptor() const = 0;
 };
 
 /// The file manager, and the folders that the system gives a user. Paths are UTF-8. Failures are

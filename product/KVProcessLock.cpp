@@ -27,4 +27,6 @@ KVProcessLock::KVProcessLock(const std::string& name, Platform& platform) {
 
 KVProcessLock::~KVProcessLock() = default;
 
+int KVProcessLock::descriptor() const { return lock_ == nullptr ? -1 : lock_->descriptor(); }
+
 }  // namespace kelvora

@@ -20,8 +20,8 @@ inline constexpr char KVHistoryRecordingLock[] = "HistoryRecording";
 /// Lets one process of the user's account at a time do something, whatever program it is.
 ///
 /// The lock ends with the object or with its process, however that ends: nothing is left that could
-/// keep the next one out. Two objects of one process keep each other out too. Not inherited by
-/// programs that the process starts.
+/// keep the next one out. Two objects of one process keep each other out too. A program that the
+/// process starts does not inherit it, unless it is given the descriptor.
 class KELVORA_EXPORT KVProcessLock {
  public:
   /// What an attempt to take the lock came to.
@@ -43,6 +43,9 @@ class KELVORA_EXPORT KVProcessLock {
   State state() const { return state_; }
   /// Why nobody can have the lock, e.g. "Permission denied"; empty in the other states.
   const std::string& fault() const { return fault_; }
+  /// A descriptor for a program that the process starts, as its standard output, say: the lock is
+  /// then held until that program has ended too. -1 unless the lock is held. Owned by the lock.
+  int descriptor() const;
 
  private:
   std::unique_ptr<platform::HeldLock> lock_;

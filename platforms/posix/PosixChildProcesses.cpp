@@ -7,6 +7,8 @@
 #include <optional>
 #include <system_error>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <signal.h>
@@ -20,9 +22,6 @@
 namespace kelvora::platform {
 
 namespace {
-
-// The exit status of a child that another part of the program has reaped.
-constexpr int kUnknownExitStatus = 255;
 
 // How often to look whether a child has ended, for a wait that has a limit.
 constexpr std::chrono::milliseconds kPause{1};
@@ -105,7 +104,16 @@ class SpawnActions {
   SpawnActions(const SpawnActions&) = delete;
   SpawnActions& operator=(const SpawnActions&) = delete;
 
-  void duplicate(int from, int to) { note(posix_spawn_file_actions_adddup2(&actions_, from, to)); }
+  // A host that has closed a standard descriptor may have got its number for `from`, which another
+  // action would then overwrite.
+  void duplicate(int from, int to) {
+    if (from <= STDERR_FILENO) {
+      FileDescriptor& copy = copies_.emplace_back(fcntl(from, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+      note(copy.isOpen() ? 0 : errno);
+      from = copy.get();
+    }
+    note(posix_spawn_file_actions_adddup2(&actions_, from, to));
+  }
   void discard(int descriptor) {
     note(posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", O_WRONLY, 0));
   }
@@ -121,6 +129,7 @@ class SpawnActions {
   }
 
   posix_spawn_file_actions_t actions_;
+  std::vector<FileDescriptor> copies_;  // open until the program is started
   int error_ = 0;
 };
 
@@ -195,6 +204,8 @@ ChildLaunch PosixChildProcesses::launch(const ChildRequest& request) {
   }
   if (pipe.writing.isOpen()) {
     actions.duplicate(pipe.writing.get(), STDOUT_FILENO);
+  } else if (request.standardOutput >= 0) {
+    actions.duplicate(request.standardOutput, STDOUT_FILENO);
   }
   if (request.discardStandardError) {
     actions.discard(STDERR_FILENO);

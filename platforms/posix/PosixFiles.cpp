@@ -28,6 +28,7 @@ constexpr std::chrono::milliseconds kLockWait{200};
 class HeldFileLock : public HeldLock {
  public:
   explicit HeldFileLock(FileDescriptor lock) : lock_(std::move(lock)) {}
+  int descriptor() const override { return lock_.get(); }
 
  private:
   FileDescriptor lock_;

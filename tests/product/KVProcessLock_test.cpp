@@ -2,8 +2,10 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <optional>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -69,6 +71,26 @@ TEST_F(ProcessLock, EndsWithItsProcessEvenWhenThatIsKilled) {
   EXPECT_EQ(stateOf("Work"), State::kHeldElsewhere);
   holder.kill();
   holder.wait();
+  EXPECT_EQ(stateOf("Work"), State::kHeld);
+}
+
+TEST_F(ProcessLock, AProgramThatIsGivenItsDescriptorHoldsItToo) {
+  auto lock = std::make_unique<KVProcessLock>("Work", *platform);
+  const KVProcessLock other("Work", *platform);
+  EXPECT_GE(lock->descriptor(), 0);
+  EXPECT_EQ(other.descriptor(), -1);
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  platform::ChildRequest request;
+  request.path = "/bin/cat";
+  request.standardInput = ends[0];
+  request.standardOutput = lock->descriptor();
+  ASSERT_EQ(fcntl(ends[1], F_SETFD, FD_CLOEXEC), 0);
+  const auto program = platform->childProcesses().launch(request).child;
+  lock.reset();
+  EXPECT_EQ(stateOf("Work"), State::kHeldElsewhere);
+  close(ends[1]);
+  EXPECT_EQ(program->waitUntilExit(), 0);
   EXPECT_EQ(stateOf("Work"), State::kHeld);
 }
 

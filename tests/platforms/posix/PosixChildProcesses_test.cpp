@@ -3,14 +3,18 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <string>
 #include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "platforms/posix/FileDescriptor.h"
+#include "tests/support/ChildWork.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::testing {
 namespace {
@@ -19,6 +23,8 @@ using platform::ChildLaunch;
 using platform::ChildProcess;
 using platform::ChildRequest;
 using platform::PosixChildProcesses;
+
+constexpr std::chrono::seconds kLong{60};
 
 ChildRequest shell(const std::string& script) {
   return {"/bin/sh", {"-c", script}, true, false, 0};
@@ -183,7 +189,52 @@ TEST(PosixChildProcesses, AnInterruptedReadOrWaitGoesOn) {
 TEST(PosixChildProcesses, AChildThatWasReapedElsewhereAnswersWithoutHanging) {
   const ChildLaunch launch = PosixChildProcesses().launch(shell("exit 5"));
   ASSERT_GT(waitpid(-1, nullptr, 0), 0);
-  EXPECT_EQ(launch.child->waitUntilExit(), 255);
+  EXPECT_EQ(launch.child->waitUntilExit(), platform::kUnknownExitStatus);
+  EXPECT_EQ(launch.child->waitUntilExit(std::chrono::milliseconds(0)),
+            platform::kUnknownExitStatus);
+}
+
+// The system then keeps no exit status, for nobody.
+TEST(PosixChildProcesses, WhereSIGCHLDIsIgnoredOnlyTheEndOfAChildIsKnown) {
+  std::signal(SIGCHLD, SIG_IGN);
+  for (const char* script : {"exit 0", "exit 5"}) {
+    EXPECT_EQ(PosixChildProcesses().launch(shell(script)).child->waitUntilExit(),
+              platform::kUnknownExitStatus);
+    EXPECT_EQ(PosixChildProcesses().launch(shell(script)).child->waitUntilExit(kLong),
+              platform::kUnknownExitStatus);
+  }
+}
+
+TEST(PosixChildProcesses, AChildHasTheDescriptorsThatItIsGiven) {
+  const TemporaryFolder folder;
+  const platform::FileDescriptor input(open(folder.write("in", "text").c_str(), O_RDONLY));
+  const platform::FileDescriptor output(open(folder.write("out", "").c_str(), O_WRONLY));
+  ChildRequest request = shell("cat");
+  request.captureStandardOutput = false;
+  request.standardInput = input.get();
+  request.standardOutput = output.get();
+  EXPECT_EQ(PosixChildProcesses().launch(request).child->waitUntilExit(), 0);
+  EXPECT_EQ(folder.read("out"), "text");
+}
+
+// As in a host that has closed its standard descriptors: the next two files get their numbers.
+TEST(PosixChildProcesses, GivenDescriptorsMayHaveStandardNumbers) {
+  const TemporaryFolder folder;
+  const std::string in = folder.write("in", "text");
+  const std::string out = folder.write("out", "");
+  ChildWork host([&] {
+    close(STDIN_FILENO);
+    close(STDOUT_FILENO);
+    ChildRequest request = shell("cat");
+    request.captureStandardOutput = false;
+    request.standardOutput = open(out.c_str(), O_WRONLY | O_CLOEXEC);
+    request.standardInput = open(in.c_str(), O_RDONLY | O_CLOEXEC);
+    return request.standardOutput == STDIN_FILENO && request.standardInput == STDOUT_FILENO
+               ? PosixChildProcesses().launch(request).child->waitUntilExit()
+               : 99;
+  });
+  EXPECT_EQ(host.wait(), 0);
+  EXPECT_EQ(folder.read("out"), "text");
 }
 
 TEST(PosixChildProcesses, AWaitWithALimitEndsBeforeTheChild) {
