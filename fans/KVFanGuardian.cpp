@@ -29,12 +29,6 @@ constexpr milliseconds kLongestPause{1000};
 // Longer than a holder takes to ask.
 constexpr milliseconds kWaitForRequest{60'000};
 
-std::string nameOfHolder(const LeaseReading& reading) {
-  return reading.record ? reading.record->program + " (process " +
-                              std::to_string(reading.record->processIdentifier) + ")"
-                        : "another program";
-}
-
 class Guardian {
  public:
   Guardian(Platform& platform, GuardChannel channel, LeaseRequest request)

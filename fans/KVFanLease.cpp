@@ -1,22 +1,21 @@
 #include "KelvoraCore/KVFanLease.h"
 
 #include <algorithm>
-#include <map>
 #include <optional>
 #include <string_view>
 #include <thread>
 #include <utility>
 
 #include "KelvoraCore/KVFanLeases.h"
+#include "KelvoraCore/KVProcessLock.h"
 #include "KelvoraCore/KVUtils.h"
 #include "KelvoraCore/SensorController.h"
 
 #include "fans/FanLeaseRules.h"
-#include "fans/FanReading.h"
+#include "fans/FanToTake.h"
 #include "fans/LeaseRecord.h"
 #include "fans/LeftBehind.h"
 #include "fans/ToolWrites.h"
-#include "hardware/FanKeys.h"
 #include "hardware/PrivilegedTool.h"
 #include "ports/GuardChannel.h"
 #include "ports/Ports.h"
@@ -133,12 +132,19 @@ class KVFanLease::Holder {
     }
   }
 
+  struct HeldFan {
+    std::uint64_t index() const { return before.leased.fan; }
+
+    FanToTake before;
+    std::unique_ptr<KVProcessLock> lock;
+  };
+
   bool fail(std::string fault) {
     fault_ = std::move(fault);
     return false;
   }
 
-  // Before anything is written.
+  // Before anything is written. Of an idle lease the fans are then those that it will have.
   bool mayTake(const std::vector<KVFanSpeed>& speeds) {
     if (speeds.empty()) {
       return fail("no fan to take");
@@ -150,58 +156,55 @@ class KVFanLease::Holder {
       return fail("the privileged tool is not installed: " +
                   KVUtils::smcExePath(platform_).value_or(""));
     }
-    if (state_ == HolderState::kIdle && !handBackLeftBehind(speeds)) {
-      return false;
-    }
-    std::vector<LeasedFan> fans;
-    for (const KVFanSpeed& speed : speeds) {
-      if (!mayTake(speed, fans)) {
-        return false;
-      }
-    }
-    if (state_ == HolderState::kIdle) {
-      fans_ = std::move(fans);
-    }
-    return true;
+    return state_ == HolderState::kHeld ? mayChange(speeds) : mayStart(speeds);
   }
 
-  bool mayTake(const KVFanSpeed& wanted, std::vector<LeasedFan>& fans) {
-    const auto fan = static_cast<std::int64_t>(std::min<std::uint64_t>(wanted.fan, INT64_MAX));
-    const auto isSame = [&](const LeasedFan& each) { return each.fan == wanted.fan; };
-    if (fan >= std::min(controller_.smc().numberOfFans(), kNameableFans)) {
-      return fail(fanText(wanted.fan) + "the machine has no such fan");
-    }
-    if (std::ranges::any_of(fans, isSame)) {
-      return fail(fanText(wanted.fan) + "has two speeds");
-    }
-    if (state_ == HolderState::kHeld && std::ranges::none_of(fans_, isSame)) {
-      return fail(fanText(wanted.fan) + "this lease does not have it");
-    }
-    // On a machine without a mode key a held fan has its minimum raised, but not its maximum.
-    const double least = state_ == HolderState::kHeld
-                             ? least_.at(wanted.fan)
-                             : controller_.smc().safeMinimumSpeedOfFan(fan);
-    const double most = controller_.smc().safeMaximumSpeedOfFan(fan);
-    if (!(least >= 0) || !(most > 0) || least > most) {
-      return fail(fanText(wanted.fan) + "its limits cannot be read");
-    }
-    const auto speed = static_cast<double>(wanted.speed);
-    if (speed < least || speed > most) {
-      return fail(fanText(wanted.fan) + std::to_string(wanted.speed) +
-                  " is not within its limits, " + std::to_string(static_cast<std::int64_t>(least)) +
-                  " to " + std::to_string(static_cast<std::int64_t>(most)));
-    }
-    const FanWrite handBack = handBackWrite(scheme(), least, wanted.fan);
-    if (!isReadable(platform_, handBack.key)) {
-      return fail(fanText(wanted.fan) + "its mode cannot be read");
-    }
-    least_.insert_or_assign(wanted.fan, least);
-    fans.push_back({wanted.fan, handBack});
-    return true;
+  bool mayChange(const std::vector<KVFanSpeed>& speeds) {
+    return std::ranges::all_of(speeds, [&](const KVFanSpeed& wanted) {
+      const auto fan = std::ranges::find(fans_, wanted.fan, &HeldFan::index);
+      return mayHave(wanted, speeds,
+                     fan == fans_.end() ? "this lease does not have it"
+                                        : faultOfSpeed(fan->before, wanted.speed));
+    });
   }
 
-  FanScheme scheme() {
-    return controller_.hasFanModes() ? FanScheme::kModeAndTarget : FanScheme::kMinimum;
+  bool mayStart(const std::vector<KVFanSpeed>& speeds) {
+    fans_.clear();
+    const bool isReady =
+        handBackLeftBehind(speeds) &&
+        std::ranges::all_of(
+            speeds,
+            [&](const KVFanSpeed& wanted) {
+              HeldFan& fan = fans_.emplace_back();
+              const std::string fault = readFanToTake(controller_, wanted.fan, fan.before);
+              return mayHave(wanted, speeds,
+                             fault.empty() ? faultOfSpeed(fan.before, wanted.speed) : fault);
+            }) &&
+        std::ranges::all_of(fans_, [&](HeldFan& fan) { return lock(fan); });
+    if (!isReady) {
+      fans_.clear();
+    }
+    return isReady;
+  }
+
+  bool mayHave(const KVFanSpeed& wanted, const std::vector<KVFanSpeed>& speeds,
+               const std::string& fault) {
+    if (!fault.empty()) {
+      return fail(fanText(wanted.fan) + fault);
+    }
+    return std::ranges::count(speeds, wanted.fan, &KVFanSpeed::fan) == 1 ||
+           fail(fanText(wanted.fan) + "has two speeds");
+  }
+
+  // From before the guardian starts until the fan is back: whoever finds the lease without its
+  // guardian sees that this process, or a tool of it, may still set the fan.
+  bool lock(HeldFan& fan) {
+    fan.lock = std::make_unique<KVProcessLock>(holderLockName(fan.index()), platform_);
+    if (fan.lock->state() == KVProcessLock::State::kHeldElsewhere) {
+      return fail(fanText(fan.index()) + "held by " +
+                  nameOfHolder(readLease(platform_, fan.index())));
+    }
+    return fan.lock->fault().empty() || fail(fanText(fan.index()) + fan.lock->fault());
   }
 
   bool handBackLeftBehind(const std::vector<KVFanSpeed>& speeds) {
@@ -259,8 +262,16 @@ class KVFanLease::Holder {
     guardian_ = std::move(launch.child);
     channel_.emplace(std::move(ends->first));
     ends->second.close();
-    channel_->send(lineOf({program(), platform::processIdentifier(), options_.timeout, fans_}));
+    channel_->send(lineOf(leaseRequest()));
     return true;
+  }
+
+  LeaseRequest leaseRequest() const {
+    LeaseRequest request{program(), platform::processIdentifier(), options_.timeout, {}};
+    for (const HeldFan& fan : fans_) {
+      request.fans.push_back(fan.before.leased);
+    }
+    return request;
   }
 
   std::string program() const {
@@ -273,8 +284,10 @@ class KVFanLease::Holder {
 
   bool write() {
     for (const KVFanSpeed& wanted : wanted_) {
-      for (const FanWrite& write : fanWrites(scheme(), wanted.speed, wanted.fan, false)) {
-        if (std::string fault = take_.write(write, descriptor()); !fault.empty()) {
+      const auto fan = std::ranges::find(fans_, wanted.fan, &HeldFan::index);
+      for (const FanWrite& write :
+           fanWrites(fanSchemeOf(controller_), wanted.speed, wanted.fan, false)) {
+        if (std::string fault = take_.write(write, descriptorsOf(*fan)); !fault.empty()) {
           return fail(fanText(wanted.fan) + fault);
         }
       }
@@ -282,30 +295,23 @@ class KVFanLease::Holder {
     return true;
   }
 
-  // The tools have the holder's end, so that the channel ends after the last of them.
-  int descriptor() const { return channel_ ? channel_->descriptor() : -1; }
+  // The tools have the holder's end, so that the channel ends after the last of them, and the
+  // fan's lock.
+  ToolDescriptors descriptorsOf(const HeldFan& fan) const {
+    return {channel_ ? channel_->descriptor() : -1, fan.lock->descriptor()};
+  }
 
   // A tool that set a fan and hangs may set it after this. So a hand-back counts if it began when
   // no such tool was left.
   bool handBack() {
     obstacle_ = take_.hasLateTools() ? "a privileged tool that sets a fan still runs" : "";
-    for (const LeasedFan& fan : fans_) {
-      if (isOfAnother(fan)) {
-        continue;
-      }
-      const std::string fault = handBack_.handBack(fan.handBack, descriptor());
+    for (const HeldFan& fan : fans_) {
+      const std::string fault = handBack_.handBack(fan.before.leased.handBack, descriptorsOf(fan));
       if (!fault.empty()) {
-        obstacle_ = fanText(fan.fan) + "not handed back: " + fault;
+        obstacle_ = fanText(fan.index()) + "not handed back: " + fault;
       }
     }
     return obstacle_.empty();
-  }
-
-  // After this lease had lost its guardian, another program may have handed the fan back and taken
-  // it.
-  bool isOfAnother(const LeasedFan& fan) {
-    const LeaseReading reading = readLease(platform_, fan.fan);
-    return reading.record && reading.record->processIdentifier != platform::processIdentifier();
   }
 
   void sendRenewal() {
@@ -344,13 +350,16 @@ class KVFanLease::Holder {
   // The guardian hands back once more when the channel ends, before it releases the fans' locks.
   void waitForGuardiansEnd() {
     channel_.reset();
+    for (HeldFan& fan : fans_) {
+      fan.lock.reset();
+    }
     const auto guardian = std::move(guardian_);
     const bool hasEnded =
         guardian == nullptr || guardian->waitUntilExit(options_.timeout).has_value();
     // A guardian that was killed has left the leases on the disk.
-    for (const LeasedFan& fan : fans_) {
+    for (const HeldFan& fan : fans_) {
       if (hasEnded) {
-        kelvora::handBackLeftBehind(platform_, fan.fan);
+        kelvora::handBackLeftBehind(platform_, fan.index());
       }
     }
     handle(hasEnded ? HolderEvent::kGuardianGone : HolderEvent::kGuardianSilent);
@@ -365,8 +374,7 @@ class KVFanLease::Holder {
   std::string fault_;     // why the fans were not taken, or were handed back
   std::string obstacle_;  // why they are not handed back yet
   std::vector<KVFanSpeed> wanted_;
-  std::vector<LeasedFan> fans_;
-  std::map<std::uint64_t, double> least_;  // the limit of each fan as it was before the take
+  std::vector<HeldFan> fans_;
   std::optional<GuardChannel> channel_;
   std::unique_ptr<platform::ChildProcess> guardian_;
   std::optional<Clock::time_point> unanswered_;  // the first renewal that was not answered yet

@@ -17,6 +17,8 @@ namespace kelvora {
 namespace {
 
 constexpr std::chrono::seconds kToolLimit{5};
+constexpr char kMayBeSetAgain[] =
+    "its holder, or a privileged tool that sets it, still runs and may set it again";
 
 std::optional<double> minimumIn(const FanWrite& handBack) {
   if (!handBack.key.ends_with("Mn")) {
@@ -40,6 +42,10 @@ KVLeasedFan leasedFan(std::uint64_t fan, const LeaseReading& reading, bool isLiv
           record.fault};
 }
 
+std::string faultOf(const KVProcessLock& holder) {
+  return holder.state() == KVProcessLock::State::kHeldElsewhere ? kMayBeSetAgain : holder.fault();
+}
+
 // Of a lease that cannot be read only the mode is known, on machines that have one.
 std::optional<FanWrite> handBackOf(Platform& platform, std::uint64_t fan,
                                    const LeaseReading& reading) {
@@ -50,13 +56,17 @@ std::optional<FanWrite> handBackOf(Platform& platform, std::uint64_t fan,
   return isReadable(platform, mode.key) ? std::optional(mode) : std::nullopt;
 }
 
-// Under the fan's lock.
+// Under the fan's lock. A hand-back counts if it began when nobody was left who may set the fan.
 std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
   const auto write = handBackOf(platform, fan, reading);
   if (!write) {
     return reading.fault;
   }
+  const KVProcessLock holder(holderLockName(fan), platform);
   std::string fault = ToolWrites(platform, kToolLimit).handBack(*write);
+  if (fault.empty()) {
+    fault = faultOf(holder);
+  }
   if (fault.empty()) {
     removeLease(platform, fan);
   }
@@ -72,7 +82,12 @@ std::optional<KVLeasedFan> lookedAt(Platform& platform, std::uint64_t fan) {
   if (!reading.exists) {
     return std::nullopt;
   }
-  return leasedFan(fan, reading, lock.state() == KVProcessLock::State::kHeldElsewhere);
+  const bool isLive = lock.state() == KVProcessLock::State::kHeldElsewhere;
+  KVLeasedFan leased = leasedFan(fan, reading, isLive);
+  if (!isLive && leased.fault.empty()) {
+    leased.fault = faultOf(KVProcessLock(holderLockName(fan), platform));
+  }
+  return leased;
 }
 
 template <typename Look>

@@ -112,6 +112,8 @@ std::optional<LeaseRequest> leaseRequestIn(std::string_view line) {
 
 std::string leaseName(std::uint64_t fan) { return "Fan" + std::to_string(fan); }
 
+std::string holderLockName(std::uint64_t fan) { return leaseName(fan) + ".holder"; }
+
 LeaseReading readLease(Platform& platform, std::uint64_t fan) {
   const auto path = leasePath(platform, fan);
   if (!path || !platform.files().exists(*path)) {
@@ -124,6 +126,12 @@ LeaseReading readLease(Platform& platform, std::uint64_t fan) {
     result.fault = *path + ": " + (reading.value ? "is not the lease of a fan" : reading.failure);
   }
   return result;
+}
+
+std::string nameOfHolder(const LeaseReading& reading) {
+  return reading.record ? reading.record->program + " (process " +
+                              std::to_string(reading.record->processIdentifier) + ")"
+                        : "another program";
 }
 
 std::string writeLease(Platform& platform, const LeaseRecord& record) {

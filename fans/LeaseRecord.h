@@ -45,6 +45,10 @@ struct LeaseRecord {
 /// The name under which the programs of an account lock a fan, and of its lease's file: "Fan0".
 std::string leaseName(std::uint64_t fan);
 
+/// The name under which a holder and its tools lock a fan for as long as any of them runs, and may
+/// so set the fan: "Fan0.holder". The lock of the fan itself is the guardian's.
+std::string holderLockName(std::uint64_t fan);
+
 /// What is on the disk of a fan's lease.
 struct LeaseReading {
   bool exists = false;
@@ -52,6 +56,8 @@ struct LeaseReading {
   std::string fault;  ///< of a file that cannot be read: its path and why; else empty
 };
 LeaseReading readLease(Platform& platform, std::uint64_t fan);
+/// For a message, e.g. "Kelvora (process 612)".
+std::string nameOfHolder(const LeaseReading& reading);
 /// Empty on success, else the file and why it cannot be written.
 std::string writeLease(Platform& platform, const LeaseRecord& record);
 void removeLease(Platform& platform, std::uint64_t fan);

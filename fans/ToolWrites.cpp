@@ -16,24 +16,26 @@ std::string faultOf(const FanWrite& write, const std::string& outcome) {
 
 }  // namespace
 
-std::string ToolWrites::write(const FanWrite& write, int standardInput) {
-  const std::string outcome = outcomeOf(write, standardInput, /*isSilent=*/false);
+std::string ToolWrites::write(const FanWrite& write, ToolDescriptors descriptors) {
+  const std::string outcome = outcomeOf(write, descriptors, /*isSilent=*/false);
   return outcome.empty() ? "" : faultOf(write, outcome);
 }
 
-std::string ToolWrites::handBack(const FanWrite& write, int standardInput) {
+std::string ToolWrites::handBack(const FanWrite& write, ToolDescriptors descriptors) {
   // Tried until it succeeds: what the tool says would be said again and again.
-  const std::string outcome = outcomeOf(write, standardInput, /*isSilent=*/true);
+  const std::string outcome = outcomeOf(write, descriptors, /*isSilent=*/true);
   std::string fault = outcome.empty() ? "" : faultOf(write, outcome);
   return !fault.empty() && readsAs(platform_, write) ? "" : fault;
 }
 
-std::string ToolWrites::outcomeOf(const FanWrite& write, int standardInput, bool isSilent) {
+std::string ToolWrites::outcomeOf(const FanWrite& write, ToolDescriptors descriptors,
+                                  bool isSilent) {
   auto request = privilegedToolRequest(platform_, write.value, write.key);
   if (!request) {
     return "is not installed";
   }
-  request->standardInput = standardInput;
+  request->standardInput = descriptors.standardInput;
+  request->standardOutput = descriptors.standardOutput;
   request->discardStandardError = isSilent;
   platform::ChildLaunch launch = platform_.childProcesses().launch(*request);
   if (!launch.child) {

@@ -12,6 +12,13 @@ namespace kelvora {
 
 class Platform;
 
+/// What a tool has open for as long as it runs, so that others see that it does. -1: what this
+/// process has.
+struct ToolDescriptors {
+  int standardInput = -1;
+  int standardOutput = -1;
+};
+
 /// Writes keys of fans with the privileged tool, and waits for it. One thread at a time.
 class ToolWrites {
  public:
@@ -21,19 +28,19 @@ class ToolWrites {
       : platform_(platform), limit_(limit) {}
 
   /// Empty on success, else why the key may not be written: "F0Md: the privileged tool ended with
-  /// status 5". The tool has `standardInput` as its own, or that of this process for -1.
-  std::string write(const FanWrite& write, int standardInput = -1);
+  /// status 5".
+  std::string write(const FanWrite& write, ToolDescriptors descriptors = {});
 
   /// Gives a fan back to the system: `write` is its mode or its minimum. Empty on success, also
   /// when the write failed and the fan is the system's all the same. What the tool prints is
   /// discarded.
-  std::string handBack(const FanWrite& write, int standardInput = -1);
+  std::string handBack(const FanWrite& write, ToolDescriptors descriptors = {});
 
   /// Whether a tool that was left alone still runs.
   bool hasLateTools();
 
  private:
-  std::string outcomeOf(const FanWrite& write, int standardInput, bool isSilent);
+  std::string outcomeOf(const FanWrite& write, ToolDescriptors descriptors, bool isSilent);
 
   Platform& platform_;
   std::chrono::milliseconds limit_;

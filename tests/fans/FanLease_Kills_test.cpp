@@ -79,6 +79,9 @@ class FanLeaseKills : public LeaseFixture {
   const std::string guardian = folder.path("Kelvora Guardian");
 };
 
+constexpr char kStillRuns[] =
+    "its holder, or a privileged tool that sets it, still runs and may set it again";
+
 int holdOnce(KVFanLease& lease) {
   if (!lease.take({{0, 3000}, {1, 3000}}) || lease.renew() != KVFanLeaseState::kHeld ||
       !lease.take({{1, 2500}})) {
@@ -239,18 +242,49 @@ TEST_F(FanLeaseKills, ALeaseThatHasLostItsGuardianChangesNoSpeed) {
   EXPECT_EQ(writes().back(), "F0Md 00");
 }
 
-TEST_F(FanLeaseKills, ALeaseThatHasLostItsGuardianLeavesAnothersFanAlone) {
+// It may be stopped, or about to set the fan, and see later that it has no guardian.
+TEST_F(FanLeaseKills, AFanIsNotTakenWhileAHolderWithoutAGuardianStillRuns) {
   const auto lost = lease(std::chrono::seconds(30));
   ASSERT_TRUE(lost->take({{0, 3000}})) << lost->fault();
   kill(guardians().at(0), SIGKILL);
   ASSERT_TRUE(soon([this] { return guardians().empty(); }));
-  const ChildWork other([this] {
-    const auto next = lease(std::chrono::seconds(30));
-    return next->take({{0, 4000}}) ? pause() : 2;
-  });
-  ASSERT_TRUE(soon([this] { return valueOf("F0Tg") == "00007a45"; }));
+  const auto next = lease(std::chrono::seconds(30));
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_FALSE(next->take({{0, 4000}}));
+    EXPECT_EQ(next->fault(), std::string("fan 0: ") + kStillRuns);
+    EXPECT_EQ(valueOf("F0Md"), "00");
+    EXPECT_TRUE(isOnDisk());
+  }
   EXPECT_EQ(lost->renew(), KVFanLeaseState::kEnded);
-  EXPECT_EQ(valueOf("F0Md"), "01");
+  EXPECT_FALSE(isOnDisk());
+  EXPECT_TRUE(next->take({{0, 4000}})) << next->fault();
+}
+
+// Holder and guardian are killed while the tool that takes the fan hangs.
+TEST_F(FanLeaseKills, TheNextProgramKeepsTheLeaseUntilTheToolHasEnded) {
+  hangWrites("F0Md", "01");
+  ChildWork holder([this] { return lease(std::chrono::seconds(30))->take({{0, 3000}}) ? 2 : 3; });
+  ASSERT_TRUE(soon([this] { return hangs("F0Md", "01"); }));
+  kill(holder.pid(), SIGSTOP);
+  kill(guardians().at(0), SIGKILL);
+  ASSERT_TRUE(soon([this] { return guardians().empty(); }));
+  holder.kill();
+  ASSERT_EQ(holder.wait(), 128 + SIGKILL);
+  for (int i = 0; i < 2; ++i) {
+    const auto left = KVFanLeases::handBackLeftBehind(*platform);
+    ASSERT_EQ(left.size(), 1U);
+    EXPECT_EQ(left[0].fault, kStillRuns);
+    EXPECT_EQ(writes().back(), "F0Md 00");
+    const auto seen = KVFanLeases::leasedFans(*platform);
+    ASSERT_EQ(seen.size(), 1U);
+    EXPECT_FALSE(seen[0].isLive);
+    EXPECT_EQ(seen[0].fault, kStillRuns);
+  }
+  endOrders();
+  ASSERT_TRUE(soon([this] { return valueOf("F0Md") == "01"; }));
+  ASSERT_TRUE(soon([this] { return KVFanLeases::handBackLeftBehind(*platform)[0].fault.empty(); }));
+  EXPECT_EQ(valueOf("F0Md"), "00");
+  EXPECT_FALSE(isOnDisk());
 }
 
 TEST_F(FanLeaseKills, ALiveLeaseIsShownAndLeftAlone) {

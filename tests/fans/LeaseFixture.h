@@ -95,6 +95,10 @@ class LeaseFixture : public ::testing::Test {
   void hangWrites(const std::string& key, const std::string& value) const {
     folder.write("Kelvora/hang-" + key + "-" + value, "");
   }
+  /// Whether the tool has come to an order to hang.
+  bool hangs(const std::string& key, const std::string& value) const {
+    return std::filesystem::exists(folder.path("Kelvora/is-hanging-" + key + "-" + value));
+  }
   void endOrders() const {
     for (const auto& entry : std::filesystem::directory_iterator(folder.path("Kelvora"))) {
       const std::string name = entry.path().filename().string();
@@ -176,7 +180,7 @@ class LeaseFixture : public ::testing::Test {
 cd "$(dirname "$0")" || exit 100
 test "$1" = -k && test "$3" = -w && test $# = 4 || exit 101
 if test -e "fail-$2-$4"; then exit 5; fi
-while test -e "hang-$2-$4"; do sleep 0.01; done
+while test -e "hang-$2-$4"; do : > "is-hanging-$2-$4"; sleep 0.01; done
 echo "$2 $4" >> log
 if test -e "fail-late-$2-$4"; then exit 6; fi
 exit 0

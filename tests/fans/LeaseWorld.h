@@ -14,9 +14,13 @@
 
 #include "fans/FanLeaseRules.h"
 
-// A fan, a holder, its guardian, the tools of both and the channel between them, as a model that
-// follows the tables of the lease. A walk visits every order of their steps and of faults.
+// A fan, a holder, its guardian, the channel between them, the next program that looks for fans
+// that were left behind, and the tools of all three, as a model that follows the tables of the
+// lease. A walk visits every order of their steps and of faults.
 namespace kelvora::testing {
+
+/// Whose end the next program waits for before it removes a lease from the disk.
+enum class Keep : std::uint8_t { kForNobody, kForTools, kForHolderAndTools };
 
 /// How a lease is kept. What the tables do not say are facts of the programs around them.
 struct LeaseDesign {
@@ -25,6 +29,8 @@ struct LeaseDesign {
   bool toolsKeepTheChannelOpen = true;
   bool handBackReportsItsModeWrite = true;
   bool holderWaitsForLateTools = true;  // before it calls a fan handed back
+  bool nextProgramComes = true;         // whenever a lease has no guardian
+  Keep leaseIsKept = Keep::kForHolderAndTools;
 
   /// Replaces the row of a state and an event, or adds it.
   LeaseDesign& with(HolderRow row) { return replace(holder, row); }
@@ -40,14 +46,14 @@ struct LeaseDesign {
   }
 };
 
-enum class Owner : std::uint8_t { kHolder, kGuardian };
+enum class Owner : std::uint8_t { kHolder, kGuardian, kNextProgram };
 
 struct Tool {
   bool takes = false;  // else it hands back
   Owner owner = Owner::kHolder;
   bool isAwaited = true;  // else its owner has given it up, or has ended
   bool hasEnded = false;  // its owner has not seen it yet
-  bool beganBesideALateTake = false;
+  bool counts = true;     // of a hand-back: nobody was left who may set the fan after it
   auto operator<=>(const Tool&) const = default;
 };
 
@@ -60,11 +66,9 @@ struct World {
   bool holderRuns = true;
   bool holderIsStopped = false;
   bool holderHasClosed = true;
-  bool holderWasKilled = false;
   GuardianState guardian = GuardianState::kPreparing;
   bool guardianRuns = false;
   bool guardianIsStopped = false;
-  bool guardianWasKilled = false;
   std::uint8_t renewals = 0;  // on their way
   std::vector<Reply> replies;
   std::vector<Tool> tools;
@@ -88,6 +92,7 @@ struct World {
            !guardianIsStopped && guardian == GuardianState::kWatching;
   }
   std::string text() const {
+    constexpr std::array kOwners = {" of the holder", " of the guardian", " of the next program"};
     std::string result =
         std::string(isManual ? "manual" : "automatic") + (isOnDisk ? ", on disk" : "") +
         "; holder " + nameOf(holder) + (holderHasClosed ? ", closed" : "") +
@@ -96,7 +101,7 @@ struct World {
     for (const Tool& tool : tools) {
       result += std::string("; ") + (tool.isAwaited ? "" : "late ") +
                 (tool.takes ? "take" : "hand-back") +
-                (tool.owner == Owner::kHolder ? " of the holder" : " of the guardian");
+                kOwners.at(static_cast<std::size_t>(tool.owner));
     }
     return result;
   }
@@ -126,16 +131,12 @@ class LeaseWalk {
 
   std::size_t size() const { return worlds_.size(); }
 
-  /// Those from which the fan does not come back by steps that happen for certain; but not those in
-  /// which the guardian was killed and the holder was killed or is stopped, with the lease on the
-  /// disk for the next program to find.
+  /// Those from which the fan does not come back by steps that happen for certain.
   std::vector<World> leftBehind() const {
     std::vector<World> result;
     const auto recovering = worldsThatRecover();
     for (const auto& [world, ignored] : worlds_) {
-      const bool isForTheNextStart = (world.holderWasKilled || world.holderIsStopped) &&
-                                     world.guardianWasKilled && world.isOnDisk;
-      if (!isForTheNextStart && !recovering.contains(&world)) {
+      if (!recovering.contains(&world)) {
         result.push_back(world);
       }
     }
@@ -196,6 +197,7 @@ class LeaseWalk {
   void step(const World& world) {
     stepHolder(world);
     stepGuardian(world);
+    stepNextProgram(world);
     stepTools(world);
     if (world.faults > 0) {
       World next = world;
@@ -241,7 +243,7 @@ class LeaseWalk {
         world.renewals = 1;
         break;
       case HolderAction::kHandBack:
-        world.tools.push_back({false, Owner::kHolder, true, false, hasLateTake(world)});
+        world.tools.push_back({false, Owner::kHolder, true, false, !hasLateTake(world)});
         break;
       case HolderAction::kClose:
         world.holderHasClosed = true;
@@ -266,7 +268,8 @@ class LeaseWalk {
       World next = world;
       next.replies.erase(next.replies.begin());
       becomes(after(next, eventOf(world.replies.front())));
-    } else if (!world.guardianRuns && !world.holderHasClosed) {
+    } else if (!world.guardianRuns &&
+               (!world.holderHasClosed || world.holder == HolderState::kEnding)) {
       becomes(after(world, HolderEvent::kGuardianGone));
     } else if (world.guardianIsStopped || world.isAwaiting(Owner::kGuardian)) {
       becomes(after(world, HolderEvent::kGuardianSilent));
@@ -345,10 +348,38 @@ class LeaseWalk {
     }
   }
 
+  // --- the next program
+
+  // It has the fan's lock, which the guardian has had, until its tool has ended; or it gives that
+  // up, or is killed, which is the same. Somebody starts it in the end, but nobody may count on it
+  // who runs.
+  void stepNextProgram(const World& world) {
+    if (design_.nextProgramComes && world.isOnDisk && !world.guardianRuns &&
+        !world.isAwaiting(Owner::kNextProgram)) {
+      World next = world;
+      next.tools.push_back({false, Owner::kNextProgram, true, false, !mayBeSetAgain(world)});
+      std::ranges::sort(next.tools);
+      world.holderRuns && !world.holderIsStopped ? mayBecome(next) : becomes(next);
+    }
+  }
+
+  bool mayBeSetAgain(const World& world) const {
+    const bool hasTool = std::ranges::any_of(world.tools, [](const Tool& tool) {
+      return tool.owner == Owner::kHolder && !tool.hasEnded;
+    });
+    const bool hasHolder = world.holderRuns && !world.holderHasClosed;
+    return (design_.leaseIsKept != Keep::kForNobody && hasTool) ||
+           (design_.leaseIsKept == Keep::kForHolderAndTools && hasHolder);
+  }
+
   // --- the tools
 
   World withOutcome(World world, const Tool& tool, bool isSuccess) const {
     if (!tool.isAwaited) {
+      return world;
+    }
+    if (tool.owner == Owner::kNextProgram) {
+      world.isOnDisk = world.isOnDisk && !(isSuccess && tool.counts);
       return world;
     }
     if (tool.owner == Owner::kGuardian) {
@@ -357,7 +388,7 @@ class LeaseWalk {
     if (tool.takes) {
       return after(world, isSuccess ? HolderEvent::kTaken : HolderEvent::kTakeFailed);
     }
-    const bool counts = !tool.beganBesideALateTake || !design_.holderWaitsForLateTools;
+    const bool counts = tool.counts || !design_.holderWaitsForLateTools;
     return after(world,
                  isSuccess && counts ? HolderEvent::kHandedBack : HolderEvent::kHandBackFailed);
   }
@@ -369,7 +400,8 @@ class LeaseWalk {
   }
 
   static bool ownerIsStopped(const World& world, const Tool& tool) {
-    return tool.owner == Owner::kHolder ? world.holderIsStopped : world.guardianIsStopped;
+    return (tool.owner == Owner::kHolder && world.holderIsStopped) ||
+           (tool.owner == Owner::kGuardian && world.guardianIsStopped);
   }
 
   void stepTools(const World& world) {
@@ -433,7 +465,6 @@ class LeaseWalk {
       World next = world;
       next.holderRuns = false;
       next.holderIsStopped = false;
-      next.holderWasKilled = true;
       next.replies.clear();
       giveUpTools(next, Owner::kHolder);
       mayBecome(next);
@@ -442,7 +473,6 @@ class LeaseWalk {
       World next = world;
       next.guardianRuns = false;
       next.guardianIsStopped = false;
-      next.guardianWasKilled = true;
       next.renewals = 0;
       giveUpTools(next, Owner::kGuardian);
       mayBecome(next);
