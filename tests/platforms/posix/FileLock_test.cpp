@@ -29,6 +29,10 @@ constexpr std::chrono::seconds kLong{60};
 
 class FileLock : public ::testing::Test {
  protected:
+  // A lock that is never passed on ends the test.
+  FileLock() { alarm(120); }
+  ~FileLock() override { alarm(0); }
+
   FileDescriptor openFile() const {
     return FileDescriptor(open(path.c_str(), O_RDWR | O_CREAT, 0600));
   }

@@ -13,8 +13,10 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <nlohmann/json.hpp>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -161,6 +163,32 @@ TEST_F(SMCToolOfAccount, TheEnvironmentChoosesNoOtherMachine) {
   auto variables = environment();
   variables.push_back("KELVORA_MACHINE=/no/such/machine.json");
   EXPECT_EQ(run({writing("F0Md", "01"), variables}).status, 0);
+}
+
+// Root without the right to change its groups, as a container may have it.
+TEST_F(SMCToolOfAccount, AToolThatCannotDropItsRightsWritesNothing) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "needs root";
+  }
+  const auto result =
+      run({writing("F0Md", "01"), environment(), [] { prctl(PR_CAPBSET_DROP, CAP_SETGID); }});
+  EXPECT_EQ(result.status, 75);
+  EXPECT_EQ(result.standardError, "Kelvora SMC: F0Md: the rights cannot be dropped\n");
+  EXPECT_TRUE(Platform::choice()->writes.empty());
+}
+
+TEST_F(SMCToolOfAccount, TooLittleMemoryIsAStatusAndOneLine) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer needs more address space than any limit";
+#endif
+  constexpr rlim_t kMegabyte = 1 << 20;
+  std::filesystem::resize_file(*Platform::choiceFile(), 100 * kMegabyte);
+  const auto result = run({writing("F0Md", "01"), environment(), [] {
+                             const rlimit limit{64 * kMegabyte, 64 * kMegabyte};
+                             setrlimit(RLIMIT_AS, &limit);
+                           }});
+  EXPECT_EQ(result.status, 79);
+  EXPECT_EQ(result.standardError, "Kelvora SMC: out of memory\n");
 }
 
 // Root's, with a driver for this process and its children only.
