@@ -168,6 +168,16 @@ TEST_F(KelvoraFans, WithoutTheToolAreNotSetButListed) {
   EXPECT_THAT(processes(), IsEmpty());
 }
 
+// The tool ends whoever started it, so the holder before it can say anything, and its guardian.
+TEST_F(KelvoraFans, WhoseHolderIsKilledWhileItTakesThemAreReported) {
+  const std::string tool = home_.read(kTool);
+  home_.write(kTool, "#!/bin/sh\nkill -9 $PPID\n");
+  expectRefused({"fans", "set", "0", "3000"}, 1, "the holder has been ended by signal 9");
+  EXPECT_TRUE(soon([this] { return processes().empty(); }));
+  home_.write(kTool, tool);
+  expectAutomatic(0);
+}
+
 TEST_F(KelvoraFans, WhoseModeCannotBeReadAreNotSet) {
   choose("iMac19,1");
   expectRefused({"fans", "set", "0", "2000"}, 1, "fan 0: its mode cannot be read");

@@ -1,7 +1,5 @@
 #include "tools/kelvora/FanChangeLock.h"
 
-#include <chrono>
-
 #include "KelvoraCore/KVMainQueue.h"
 
 #include "tools/kelvora/Command.h"
@@ -13,14 +11,13 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr char kName[] = "FanChange";
-constexpr std::chrono::seconds kLongestWait{60};
 constexpr std::chrono::milliseconds kStep{10};
 
 }  // namespace
 
-FanChangeLock::FanChangeLock(Platform& platform)
+FanChangeLock::FanChangeLock(Platform& platform, std::chrono::milliseconds longestWait)
     : lock_(std::make_unique<KVProcessLock>(kName, platform)) {
-  const Clock::time_point deadline = Clock::now() + kLongestWait;
+  const Clock::time_point deadline = Clock::now() + longestWait;
   while (lock_->state() == KVProcessLock::State::kHeldElsewhere && Clock::now() < deadline) {
     KVMainQueue::runUntil(Clock::now() + kStep);
     lock_ = std::make_unique<KVProcessLock>(kName, platform);

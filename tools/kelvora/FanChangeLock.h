@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 
 #include "KelvoraCore/KVProcessLock.h"
@@ -10,9 +11,10 @@ namespace kelvora::tool {
 /// no other changes before it is done. Ends with the object.
 class FanChangeLock {
  public:
-  /// Waits for another command. Throws CommandError when that does not end, or nobody can have the
-  /// lock.
-  explicit FanChangeLock(Platform& platform);
+  /// Waits for another command. Throws CommandError when that does not end in time, or nobody can
+  /// have the lock.
+  explicit FanChangeLock(Platform& platform,
+                         std::chrono::milliseconds longestWait = std::chrono::minutes(1));
 
  private:
   std::unique_ptr<KVProcessLock> lock_;

@@ -13,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,6 +25,7 @@
 #include "tests/support/FileCalls.h"
 #include "tests/support/ForwardingMainBundle.h"
 #include "tests/support/ForwardingPorts.h"
+#include "tests/support/MountedDriver.h"
 #include "tests/support/SMCConnection.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -425,6 +427,41 @@ TEST_F(ChosenMachineTest, TheGuardianBesideTheProgramIsStarted) {
   auto guardian = platform->childProcesses().launch({home_.path("bin/Kelvora Guardian"), {}}).child;
   ASSERT_NE(guardian, nullptr);
   EXPECT_EQ(guardian->waitUntilExit(), 8);
+}
+
+TEST_F(ChosenMachineTest, AProgramReadsThisComputerWithoutAChoice) {
+  EXPECT_TRUE(Platform::current().isLive());
+}
+
+TEST_F(ChosenMachineTest, AProgramReadsTheChosenMac) {
+  choose("Macmini8,1");
+  EXPECT_FALSE(Platform::current().isLive());
+  EXPECT_EQ(Platform::current().title(), "Mac mini 2018");
+}
+
+TEST_F(ChosenMachineTest, AProgramReadsNothingWhenTheChoiceIsDamaged) {
+  choose("Macmini8,1");
+  replace("{");
+  EXPECT_THAT(logOf([] { Platform::current(); }), HasSubstr(file() + ": "));
+  EXPECT_THAT(Platform::current().title(), HasSubstr(file() + ": "));
+  EXPECT_FALSE(Platform::current().isLive());
+  EXPECT_FALSE(Platform::current().hasSensorHardware());
+}
+
+TEST_F(ChosenMachineTest, AMacReadsItsOwnSensorsWhateverIsChosen) {
+  if (geteuid() != 0 || !haveOwnMounts()) {
+    GTEST_SKIP() << "mounts of its own need root";
+  }
+  constexpr char kParent[] = "/sys/devices/platform";
+  const std::string driverFolder = std::string(kParent) + "/applesmc.768";
+  ASSERT_EQ(mount("none", kParent, "tmpfs", 0, nullptr), 0);
+  std::filesystem::create_directory(driverFolder);
+  MountedDriver driver("MacBookPro15,1", driverFolder);
+  if (!driver.isMounted()) {
+    GTEST_SKIP() << "no file system of a program can be mounted here: " << driver.failure();
+  }
+  choose("Macmini8,1");
+  EXPECT_TRUE(Platform::current().isLive());
 }
 
 TEST_F(ChosenMachineTest, WhereNoFolderCanBeMadeNothingIsChosen) {
