@@ -22,9 +22,10 @@ enum class ExitStatus : int {
   kSMCRefused = 74,        ///< the SMC, or what the key needs, could not be opened
   kRightsKept = 75,        ///< the rights could not be dropped
   kUnknownKey = 76,        ///< the SMC has no such key, or does not describe it
-  kUnreadableLimits = 77,  ///< the fan's limits could not be read
+  kUnreadableLimits = 77,  ///< the fan's limits, or whether it has a mode, could not be read
   kWriteFailed = 78,       ///< the SMC did not take the value
   kOutOfMemory = 79,
+  kMinimumOfMode = 80,  ///< the minimum of a fan that has a mode
 };
 
 /// Why nothing was written.

@@ -47,6 +47,9 @@ void FanWriter::open(const std::string& key) {
 
 void FanWriter::write(const FanWriteRequest& request) {
   const SMCKeyInfo info = description(request.key);
+  if (request.kind == FanKeyKind::kMinimum) {
+    checkHasNoMode(request);
+  }
   if (info.dataSize != request.bytes.size()) {
     throw Failure(ExitStatus::kWrongSize, request.key + ": the key holds " +
                                               std::to_string(info.dataSize) + " bytes, not " +
@@ -81,6 +84,22 @@ SMCKeyInfo FanWriter::description(const std::string& key) {
     throw Failure(ExitStatus::kWrongType, key + ": the key holds nothing that can be written");
   }
   return info;
+}
+
+// The minimum limits the target. If it could be lowered first, a fan with a mode could be stopped.
+// The fan has no mode if the SMC says so, not if it fails to answer.
+void FanWriter::checkHasNoMode(const FanWriteRequest& request) {
+  const std::string key = request.keyOfFan("Md");
+  SMCKeyInfo info;
+  const platform::KernelStatus status = connection_.getKeyInfo(SMCPackedKey(key), info);
+  if (info.dataSize != 0) {
+    throw Failure(ExitStatus::kMinimumOfMode,
+                  request.key + ": the fan has a mode, so its minimum stays as it is");
+  }
+  if (status != platform::kKernelSuccess && smc_.result() != SMCResultKeyNotFound) {
+    throw Failure(ExitStatus::kUnreadableLimits,
+                  request.key + ": the mode " + key + " cannot be read" + reason(status));
+  }
 }
 
 float FanWriter::limit(const FanWriteRequest& request, const char* suffix) {

@@ -20,12 +20,14 @@ class FanWriter {
   void open(const std::string& key);
 
   /// Writes the bytes with the operation of SMCWriteKey, if they are what the key holds: a mode 00
-  /// or 01, a target from "F%cMn" to "F%cMx" as they are now, a minimum from 0 to "F%cMx". Throws a
-  /// Failure; nothing was written then, except that with kWriteFailed the value may have arrived.
+  /// or 01, a target from "F%cMn" to "F%cMx" as they are now, a minimum from 0 to "F%cMx" of a fan
+  /// without a mode. Throws a Failure; nothing was written then, except that with kWriteFailed the
+  /// value may have arrived.
   void write(const FanWriteRequest& request);
 
  private:
   SMCKeyInfo description(const std::string& key);
+  void checkHasNoMode(const FanWriteRequest& request);
   float limit(const FanWriteRequest& request, const char* suffix);
   void checkSpeed(const FanWriteRequest& request, SMCValueRecord value);
   std::string reason(platform::KernelStatus status) const;

@@ -143,10 +143,13 @@ TEST_F(FanWriterTest, ChecksTheValueAgainstWhatTheFanCanDo) {
       {"F0Tg", "0000fa", ExitStatus::kWrongSize},
       {"F0Tg", "1f40", ExitStatus::kWrongSize},
       {"F0Tg", "0000fa4400", ExitStatus::kWrongSize},
-      {"F0Mn", "00000000", ExitStatus::kWritten},
-      {"F0Mn", "0080bb45", ExitStatus::kWritten},
-      {"F0Mn", "0180bb45", ExitStatus::kOutOfLimits},
-      {"F0Mn", "01000080", ExitStatus::kOutOfLimits},  // below 0
+      {"F0Mn", "00000000", ExitStatus::kMinimumOfMode},
+      {"F0Mn", "0000fa44", ExitStatus::kMinimumOfMode},
+      {"F2Mn", "0100", ExitStatus::kWrongType},
+      {"F4Mn", "00000000", ExitStatus::kWritten},
+      {"F4Mn", "0080bb45", ExitStatus::kWritten},
+      {"F4Mn", "0180bb45", ExitStatus::kOutOfLimits},
+      {"F4Mn", "01000080", ExitStatus::kOutOfLimits},  // below 0
       {"F1Tg", "12c0", ExitStatus::kWritten},
       {"F1Tg", "12bf", ExitStatus::kOutOfLimits},
       {"F1Tg", "5dc0", ExitStatus::kWritten},
@@ -156,7 +159,6 @@ TEST_F(FanWriterTest, ChecksTheValueAgainstWhatTheFanCanDo) {
       {"F1Mn", "5dc1", ExitStatus::kOutOfLimits},
       {"F1Mn", "0080bb45", ExitStatus::kWrongSize},
       {"F2Tg", "0100", ExitStatus::kWrongType},
-      {"F2Mn", "0100", ExitStatus::kWrongType},
       {"F3Tg", "0000fa44", ExitStatus::kUnreadableLimits},
       {"F4Tg", "0000fa44", ExitStatus::kUnreadableLimits},
       {"F5Tg", "0000fa44", ExitStatus::kUnreadableLimits},
@@ -245,16 +247,45 @@ TEST_F(FanWriterTest, AKeyOfNoBytesIsNotKnown) {
 }
 
 TEST_F(FanWriterTest, AFanMayStandStillIfItsMinimumIsZero) {
-  EXPECT_EQ(statusOf("F0Mn", "00000000"), ExitStatus::kWritten);
-  EXPECT_EQ(statusOf("F0Tg", "00000000"), ExitStatus::kWritten);
+  EXPECT_EQ(statusOf("F1Mn", "0000"), ExitStatus::kWritten);
+  EXPECT_EQ(statusOf("F1Tg", "0000"), ExitStatus::kWritten);
+}
+
+// Else three writes would stop it: the minimum that limits the target, the mode and the target.
+TEST_F(FanWriterTest, AFanWithAModeCannotBeStopped) {
+  EXPECT_EQ(statusOf("F0Mn", "00000000"), ExitStatus::kMinimumOfMode);
+  EXPECT_EQ(message, "F0Mn: the fan has a mode, so its minimum stays as it is");
+  EXPECT_EQ(statusOf("F0Md", "01"), ExitStatus::kWritten);
+  EXPECT_EQ(statusOf("F0Mn", "00000000"), ExitStatus::kMinimumOfMode);
+  EXPECT_EQ(statusOf("F0Tg", "00000000"), ExitStatus::kOutOfLimits);
+}
+
+TEST_F(FanWriterTest, AMinimumIsNotWrittenWhileItIsUnknownWhetherTheFanHasAMode) {
+  smc->failNth(2, platform::kIOReturnNotPermitted);
+  EXPECT_EQ(statusOf("F1Mn", "12c0"), ExitStatus::kUnreadableLimits);
+  EXPECT_EQ(message, "F1Mn: the mode F1Md cannot be read (status e00002e2)");
+  SetUpAgain();
+  smc->setOverride([this](const SMCCallRecord&,
+                          ForwardingSMC::Output output) -> std::optional<platform::KernelStatus> {
+    if (smc->count() != 2) {
+      return std::nullopt;
+    }
+    SMCParamRecord reply;
+    reply.result = 0x82;
+    std::memcpy(output.data(), &reply, sizeof reply);
+    return platform::kKernelSuccess;
+  });
+  EXPECT_EQ(statusOf("F1Mn", "12c0"), ExitStatus::kUnreadableLimits);
+  EXPECT_EQ(message, "F1Mn: the mode F1Md cannot be read (result 130)");
+  EXPECT_TRUE(recorded->writes().empty());
 }
 
 TEST_F(FanWriterTest, LimitsAreThoseOfTheMomentOfTheWrite) {
-  EXPECT_EQ(statusOf("F0Mn", "0000fa44"), ExitStatus::kWritten);  // 2000
-  EXPECT_EQ(statusOf("F0Tg", "00009644"), ExitStatus::kOutOfLimits);
-  EXPECT_EQ(message, "F0Tg: 1200 is not within the fan's limits, 2000 to 6000");
-  EXPECT_EQ(statusOf("F0Mn", "00009644"), ExitStatus::kWritten);
-  EXPECT_EQ(statusOf("F0Tg", "00009644"), ExitStatus::kWritten);
+  EXPECT_EQ(statusOf("F1Mn", "1f40"), ExitStatus::kWritten);  // 2000
+  EXPECT_EQ(statusOf("F1Tg", "12c0"), ExitStatus::kOutOfLimits);
+  EXPECT_EQ(message, "F1Tg: 1200 is not within the fan's limits, 2000 to 6000");
+  EXPECT_EQ(statusOf("F1Mn", "12c0"), ExitStatus::kWritten);
+  EXPECT_EQ(statusOf("F1Tg", "12c0"), ExitStatus::kWritten);
 }
 
 }  // namespace

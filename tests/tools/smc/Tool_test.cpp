@@ -265,7 +265,7 @@ TEST_F(SMCToolWithDriver, EachCauseHasItsStatusAndOneLine) {
       {"F5Md", "00", 76, "F5Md: the SMC has no such key (result 132)"},
       {"FJMd", "00", 76, "FJMd: the SMC has no such key (result 132)"},
       {"F0Tg", "00803b45", 0, ""},  // 3000
-      {"F1Mn", "2ee0", 0, ""},      // 3000
+      {"F1Mn", "2ee0", 80, "F1Mn: the fan has a mode, so its minimum stays as it is"},
   };
   for (const Row& row : rows) {
     const auto result = run({writing(row.key, row.value)});
@@ -276,7 +276,7 @@ TEST_F(SMCToolWithDriver, EachCauseHasItsStatusAndOneLine) {
   }
   EXPECT_EQ(content("fan1_manual"), "1\n");
   EXPECT_EQ(content("fan1_input"), "3000\n");
-  EXPECT_EQ(content("fan2_min"), "3000\n");
+  EXPECT_EQ(content("fan2_min"), "2000\n");
   driver->refuse("fan1_manual", "EIO");
   const auto refused = run({writing("F0Md", "00")});
   EXPECT_EQ(refused.status, 78);
