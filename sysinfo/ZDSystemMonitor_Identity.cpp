@@ -34,24 +34,22 @@ std::optional<std::string> localAddress(platform::SystemFacts& facts) {
   return noneIfEmpty(last.empty() ? facts.primaryHostAddress() : last);
 }
 
-// Digits and points of what a child prints. A child that prints on and on meets a closed pipe.
+// Digits and points of what a child prints. A child that prints them on and on meets a closed pipe.
 std::string scannedOutput(platform::ChildProcess& child) {
-  constexpr std::size_t kMostBytes = 1 << 20;
+  constexpr std::size_t kMostScanned = 1 << 20;
   constexpr std::string_view kScanned = "0123456789.";
   std::string scanned;
   std::array<char, 4096> buffer;
-  std::size_t left = kMostBytes;
-  while (left > 0) {
-    const auto block =
-        std::as_writable_bytes(std::span(buffer)).first(std::min(left, buffer.size()));
-    const std::size_t count = child.readStandardOutput(block);
+  while (scanned.size() < kMostScanned) {
+    const std::size_t count = child.readStandardOutput(std::as_writable_bytes(std::span(buffer)));
     if (count == 0) {
-      break;
+      return scanned;
     }
     std::copy_if(buffer.begin(), buffer.begin() + count, std::back_inserter(scanned),
                  [&](char c) { return kScanned.find(c) != std::string_view::npos; });
-    left -= count;
   }
+  scanned.resize(kMostScanned);
+  child.closeStandardOutput();
   return scanned;
 }
 
@@ -61,7 +59,12 @@ std::string publicAddress(platform::ChildProcesses& children, const std::string&
   request.arguments = {"-s", service};
   request.captureStandardOutput = true;
   const platform::ChildLaunch launch = children.launch(request);
-  return launch.child ? scannedOutput(*launch.child) : "";
+  if (!launch.child) {
+    return "";
+  }
+  std::string address = scannedOutput(*launch.child);
+  launch.child->waitUntilExit();
+  return address;
 }
 
 }  // namespace

@@ -55,8 +55,8 @@ class KELVORA_EXPORT ZDSystemMonitor {
   /// "127", else its primary address; its public address, e.g. "203.0.113.7"; its host name.
   ///
   /// The public address is what "/usr/bin/curl -s" with the service's address prints, less every
-  /// character but digits and points, of its first MiB; empty if the service does not answer. This
-  /// blocks as long as curl does: a service that accepts and never answers holds it for ever,
+  /// character but digits and points, at most the first MiB of those; empty if the service does not
+  /// answer. This blocks until curl has ended: for ever if a service accepts and never answers,
   /// unless curl's own settings (".curlrc") limit the time. Not for a user-interface thread.
   ZDNetworkInfo networkInfo() const;
   /// Seconds since start-up, without the time that the computer slept; 0 if that is unknown.

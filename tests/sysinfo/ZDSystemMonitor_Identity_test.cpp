@@ -83,12 +83,31 @@ TEST(PublicAddress, DoesNotDependOnCurlsExitStatus) {
   EXPECT_EQ(addressIn({"203.0.113.7", 23}), "203.0.113.7");
 }
 
-TEST(PublicAddress, IsSoughtInTheFirstMebibyte) {
-  const std::string page(kMiB - 3, ' ');
-  for (const std::size_t read : {4096, 1025}) {  // 1025 leave one byte for the last read
-    EXPECT_EQ(addressIn({page + "123456", 0, read}), "123");
+TEST(PublicAddress, IsSoughtInTheWholePage) {
+  EXPECT_EQ(addressIn({std::string(3 * kMiB, ' ') + "203.0.113.7\n"}), "203.0.113.7");
+}
+
+TEST(PublicAddress, HasAtMostAMebibyteOfDigitsAndPoints) {
+  const std::string page = std::string(kMiB - 3, '7') + " 123456";
+  for (const std::size_t read : {4096, 1025}) {
+    const auto address = addressIn({page, 0, read});
+    ASSERT_EQ(address->size(), kMiB);
+    EXPECT_TRUE(address->ends_with("7123"));
   }
-  EXPECT_EQ(addressIn({std::string(3 * kMiB, '1')})->size(), kMiB);
+}
+
+TEST(PublicAddress, IsReturnedWhenCurlHasEnded) {
+  for (const auto& [page, closed] :
+       {std::pair(std::string("203.0.113.7"), 0), std::pair(std::string(3 * kMiB, '1'), 1)}) {
+    const testing::MonitoredMac mac;
+    auto scripted = std::make_unique<ScriptedChildProcesses>(
+        [&page = page](const auto&) { return ScriptedOutcome{page}; });
+    const ScriptedChildProcesses& children = *scripted;
+    mac.platform->ports().childProcesses = std::move(scripted);
+    ZDSystemMonitor(*mac.platform).networkInfo();
+    EXPECT_EQ(children.waits, 1);
+    EXPECT_EQ(children.closedOutputs, closed) << "curl would wait for a reader";
+  }
 }
 
 TEST(PublicAddress, IsEmptyIfCurlCannotBeStarted) {
