@@ -46,7 +46,7 @@ void add(LoadSums& sums, const platform::ProcessorTicks& ticks) {
 
 ZDCPUUsage ZDSystemMonitor::cpuUsageInfo() {
   auto ticks = platform_.hostStatistics().processorTicks();
-  if (!ticks) {
+  if (!ticks || ticks->empty()) {
     log("Error fetching CPU usage - returning -1!");
     return {-1, -1, -1, -1, -1};
   }
