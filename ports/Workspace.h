@@ -13,7 +13,7 @@ namespace kelvora::platform {
 struct RunningApplication {
   std::int64_t pid = 0;
   std::string bundleIdentifier;  ///< e.g. "com.apple.Safari"
-  std::string localizedName;     ///< e.g. "Safari"
+  std::string localizedName;     ///< e.g. "Safari"; empty: it has none
 };
 
 /// Applications: AppKit's workspace. Any thread; completions run on a thread of the system.

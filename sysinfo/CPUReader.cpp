@@ -27,7 +27,8 @@ std::string processList(platform::ChildProcesses& children) {
 
 void addNames(std::vector<CPUTopProcess>& processes, platform::Workspace& workspace) {
   for (CPUTopProcess& process : processes) {
-    if (const auto application = workspace.runningApplication(process.pid)) {
+    const auto application = workspace.runningApplication(process.pid);
+    if (application && !application->localizedName.empty()) {
       process.name = application->localizedName;
     }
   }

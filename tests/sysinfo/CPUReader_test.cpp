@@ -108,6 +108,14 @@ TEST_F(CPUReaderTest, AProcessThatIsNoApplicationHasNoName) {
   EXPECT_EQ(delegate->lists.at(0).at(1).command, "WindowServer");
 }
 
+TEST_F(CPUReaderTest, AnApplicationWithoutANameHasNone) {
+  platform->ports().workspace = std::make_unique<platform::RecordedWorkspace>(
+      std::vector<platform::RunningApplication>{{412, "com.apple.Safari", ""}});
+  reader.read();
+  EXPECT_EQ(delegate->lists.at(0).at(0).name, std::nullopt);
+  EXPECT_EQ(delegate->lists.at(0).at(0).command, "Safari");
+}
+
 TEST_F(CPUReaderTest, AsksForTheNamesOfTheListedProcessesOnly) {
   reader.setNumberOfProcesses(1);
   reader.read();
