@@ -247,6 +247,41 @@ TEST_F(LinuxFolder, InterfacesThatCannotBeReadEndTheProcess) {
               "^sysctl: Is a directory\n$");
 }
 
+// user nice system idle iowait
+TEST_F(LinuxFolder, WaitingThatTheKernelTakesBackIsNoTimeThatPassed) {
+  write("proc", {{"stat", "cpu0 1000 0 1000 5000 300"}});
+  ZDSystemMonitor monitor(*mac_.platform);
+  monitor.cpuUsageInfo();
+  write("proc", {{"stat", "cpu0 1099 0 1000 5000 299"}});
+  EXPECT_EQ(monitor.cpuUsageInfo().total, 100);
+  write("proc", {{"stat", "cpu0 1100 0 1000 5000 299"}});
+  EXPECT_EQ(monitor.cpuUsageInfo().total, 100) << "still below";
+  write("proc", {{"stat", "cpu0 1101 0 1000 5001 302"}});
+  EXPECT_EQ(monitor.cpuUsageInfo().total, 25) << "1 busy and 3 idle since the highest count";
+}
+
+TEST_F(LinuxFolder, ProcessorsKeepTheirOwnIdleTime) {
+  platform::LinuxHostStatistics statistics(root_.path());
+  const auto idle = [&](const std::string& stat) {
+    write("proc", {{"stat", stat}});
+    std::vector<std::uint32_t> counters;
+    const auto processors = statistics.processorTicks().value();
+    for (const auto& ticks : processors) {
+      counters.push_back(ticks.idle);
+    }
+    return counters;
+  };
+  using Counters = std::vector<std::uint32_t>;
+  EXPECT_EQ(idle("cpu0 0 0 0 10000 9\ncpu1 0 0 0 7000 0"), (Counters{10009, 7000}));
+  EXPECT_EQ(idle("cpu0 0 0 0 10000 0\ncpu1 0 0 0 7001 0"), (Counters{10009, 7001}));
+  EXPECT_EQ(idle("cpu0 0 0 0 4009 0\ncpu1 0 0 0 1000 0"), (Counters{10009, 1000}))
+      << "6000 are a time of waiting, 6001 a processor that was turned off and on";
+  EXPECT_EQ(idle("cpu0 0 0 0 10008 0"), (Counters{10008})) << "another number of processors";
+  EXPECT_EQ(idle("cpu0 0 0 0 4294967290 0"), (Counters{4294967290}));
+  EXPECT_EQ(idle("cpu0 0 0 0 4294967298 0"), (Counters{2})) << "a counter of 32 bits wraps";
+  EXPECT_EQ(idle("cpu0 0 0 0 4294967294 0"), (Counters{2})) << "and is held across that";
+}
+
 TEST_F(LinuxFolder, WithoutProcThereIsNoLoadAndNoMemory) {
   ZDSystemMonitor monitor(*mac_.platform);
   ::testing::internal::CaptureStderr();

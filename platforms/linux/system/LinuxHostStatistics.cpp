@@ -1,5 +1,7 @@
 #include "platforms/linux/system/LinuxHostStatistics.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <utility>
 
@@ -19,7 +21,24 @@ std::optional<std::vector<ProcessorTicks>> LinuxHostStatistics::processorTicks()
   if (ticks.empty()) {
     return std::nullopt;
   }
+  holdIdleTicks(ticks);
   return ticks;
+}
+
+// proc(5): the time of waiting for devices may decrease. The kernel has then counted it as idle
+// time instead, but both are rounded down and not read at once, so that their sum decreases too. A
+// difference of 32 bits would take that for 497 days. A processor that was turned off and on begins
+// at 0, and what it lacks is not small.
+void LinuxHostStatistics::holdIdleTicks(std::vector<ProcessorTicks>& ticks) {
+  constexpr std::uint32_t kMostTakenBack = 6000;  // a minute
+  const std::lock_guard lock(mutex_);
+  if (ticks.size() == latest_.size()) {
+    for (std::size_t i = 0; i < ticks.size(); ++i) {
+      const std::uint32_t takenBack = latest_[i].idle - ticks[i].idle;
+      ticks[i].idle += takenBack <= kMostTakenBack ? takenBack : 0;
+    }
+  }
+  latest_ = ticks;
 }
 
 std::optional<MemoryPages> LinuxHostStatistics::memoryPages() {

@@ -1,13 +1,16 @@
 #pragma once
 
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "ports/HostStatistics.h"
 
 namespace kelvora::platform {
 
 /// Counters of the kernel under /proc. Wired memory is what the kernel keeps for itself and what
-/// programs have locked: it cannot be paged out.
+/// programs have locked: it cannot be paged out. An idle counter that the kernel takes a little of
+/// back stays as it was until the kernel has counted as much again.
 class LinuxHostStatistics : public HostStatistics {
  public:
   /// `root` is put before the paths of /proc, empty for the system's.
@@ -19,7 +22,11 @@ class LinuxHostStatistics : public HostStatistics {
   std::optional<FileSystemSize> fileSystemSize(std::string_view path) override;
 
  private:
+  void holdIdleTicks(std::vector<ProcessorTicks>& ticks);
+
   std::string root_;
+  std::mutex mutex_;
+  std::vector<ProcessorTicks> latest_;  // as returned
 };
 
 }  // namespace kelvora::platform

@@ -26,7 +26,7 @@ struct ProcessorFacts {
 ProcessorFacts processorFactsOf(std::string_view cpuinfo);
 
 /// /proc/stat: ticks of each processor. Waiting for devices counts as idle; interrupts and the time
-/// that a hypervisor took count as system.
+/// that a hypervisor took count as system. The idle counter may go back by a little.
 std::vector<ProcessorTicks> processorTicksOf(std::string_view stat);
 
 /// /proc/meminfo: the size in bytes of this name, e.g. "MemTotal"; none if it is not there.
