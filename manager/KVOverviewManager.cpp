@@ -95,21 +95,19 @@ std::optional<std::string> Lines::graphicsText(const ZDGPUInfo& gpu) const {
   if (gpu.cores <= 0) {
     return gpu.modelName;
   }
-  return gpu.modelName.value_or(kUnknown) + " (" +
+  return gpu.modelName.value_or("(null)") + " (" +
          phrase("overview-number-of-cores-value", gpu.cores) + ")";
 }
 
-// Neither is localised. A system of which nothing is known is not "macOS Unknown (0.0.0)". Of
-// another system the name has the version already: "Debian GNU/Linux 12 (bookworm)".
+// Neither is localised. The name of another system has the version already: "Debian GNU/Linux 12
+// (bookworm)".
 void Lines::addSystem(const ZDOSInfo& os) {
   constexpr char kMacOS[] = "macOS";
   if (os.system != kMacOS) {
     items_.push_back({"Operating System", os.name()});
     return;
   }
-  const bool isKnown = os.version != ZDOSVersion() || os.build != kUnknown;
-  items_.push_back(
-      {kMacOS, isKnown ? "macOS " + os.name() + " (" + os.versionString() + ")" : kUnknown});
+  items_.push_back({kMacOS, "macOS " + os.name() + " (" + os.versionString() + ")"});
 }
 
 std::string diskText(const std::optional<ZDDiskInfo>& disk) {

@@ -32,8 +32,8 @@ class KELVORA_EXPORT KVOverviewManager {
   /// identifier, model number, model year, serial number, macOS, processor, cores, threads, each
   /// graphics processor, memory, disk, battery health, battery cycles. Without a model number its
   /// line is left out; every other line is there, with 0, -1 or "Unknown" for what the machine does
-  /// not report, and with no value for the serial number and for a graphics processor without a
-  /// name.
+  /// not report, e.g. "macOS Unknown (0.0.0)", and with no value for the serial number and for a
+  /// graphics processor without a name; if its cores are known, that is "(null) (8 cores)".
   ///
   /// A title that the language's table lacks is its key. On a system other than macOS the fifth
   /// line is {"Operating System", "Debian GNU/Linux 12 (bookworm)"}. The first call of the process

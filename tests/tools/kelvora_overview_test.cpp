@@ -89,7 +89,7 @@ TEST_F(KelvoraOverview, ShowsADashForWhatIsNotReported) {
 TEST_F(KelvoraOverview, OfNothingIsAFailure) {
   const ProgramResult result = runKelvora({"overview", "--machine", machineWith("")});
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.standardOutput, HasSubstr("  macOS                Unknown\n"));
+  EXPECT_THAT(result.standardOutput, HasSubstr("  macOS                macOS Unknown (0.0.0)\n"));
   EXPECT_THAT(result.standardError,
               HasSubstr("kelvora: T: nothing of the machine could be read\n"));
 }
