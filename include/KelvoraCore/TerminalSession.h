@@ -18,7 +18,7 @@ namespace kelvora {
 ///   Afterwards the signals do what they did before.
 /// - What the process prints to the terminal as messages (standard error, and descriptor 1 behind
 ///   StandardOutput) is kept, at most the first 64 KB of it, and printed to standard error at the
-///   end. Messages that go to a file are not touched.
+///   end, also if std::exit or std::terminate is that. Messages to a file are not touched.
 ///
 /// At most one object per process at a time, and none beside a StopSignal; only on the main thread.
 class KELVORA_EXPORT TerminalSession {

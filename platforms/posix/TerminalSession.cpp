@@ -4,7 +4,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstdlib>
+#include <exception>
+#include <mutex>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -36,6 +40,7 @@ OwnedStream streamOntoDescriptor(int descriptor) {
 }
 
 /// Keeps messages from the screen: they go into a pipe, which drops what is more than it holds.
+/// They are printed at the end of the object, or of the process where that ends first.
 class HeldMessages {
  public:
   HeldMessages() {
@@ -49,23 +54,15 @@ class HeldMessages {
       fcntl(end, F_SETFD, FD_CLOEXEC);
       fcntl(end, F_SETFL, O_NONBLOCK);
     }
+    printAtAnyEnd();
     std::fflush(nullptr);
+    const std::lock_guard lock(mutex_);
     for (std::size_t i = 0; i < kMessages.size(); ++i) {
       hold(kMessages.at(i), before_.at(i), writing);
     }
+    current_ = this;
   }
-  ~HeldMessages() {
-    std::fflush(nullptr);
-    for (std::size_t i = 0; i < kMessages.size(); ++i) {
-      if (before_.at(i).isOpen()) {
-        dup2(before_.at(i).get(), kMessages.at(i));
-      }
-    }
-    std::array<char, 4096> bytes{};
-    for (ssize_t count = 0; (count = read(reading_.get(), bytes.data(), bytes.size())) > 0;) {
-      std::fwrite(bytes.data(), 1, static_cast<std::size_t>(count), stderr);
-    }
-  }
+  ~HeldMessages() { printCurrent(); }
   HeldMessages(const HeldMessages&) = delete;
   HeldMessages& operator=(const HeldMessages&) = delete;
 
@@ -78,6 +75,45 @@ class HeldMessages {
       dup2(writing.get(), descriptor);
     }
   }
+
+  // The library may end the process, from any thread. What draws on the screen leaves it before
+  // this: it comes later, and what is registered last runs first.
+  static void printAtAnyEnd() {
+    static const bool isRegistered = [] {
+      std::atexit(printCurrent);
+      standardTerminate_ = std::set_terminate(printAndTerminate);
+      return true;
+    }();
+    static_cast<void>(isRegistered);
+  }
+  [[noreturn]] static void printAndTerminate() {
+    printCurrent();
+    standardTerminate_();
+    std::abort();
+  }
+
+  static void printCurrent() {
+    const std::lock_guard lock(mutex_);
+    if (HeldMessages* const held = std::exchange(current_, nullptr)) {
+      held->print();
+    }
+  }
+  void print() {
+    std::fflush(nullptr);
+    for (std::size_t i = 0; i < kMessages.size(); ++i) {
+      if (before_.at(i).isOpen()) {
+        dup2(before_.at(i).get(), kMessages.at(i));
+      }
+    }
+    std::array<char, 4096> bytes{};
+    for (ssize_t count = 0; (count = read(reading_.get(), bytes.data(), bytes.size())) > 0;) {
+      std::fwrite(bytes.data(), 1, static_cast<std::size_t>(count), stderr);
+    }
+  }
+
+  static inline std::mutex mutex_;
+  static inline HeldMessages* current_ = nullptr;
+  static inline std::terminate_handler standardTerminate_ = nullptr;
 
   FileDescriptor reading_;
   std::array<FileDescriptor, kMessages.size()> before_;

@@ -5,8 +5,10 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <functional>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <pty.h>
@@ -154,6 +156,44 @@ TEST_F(TerminalSessionTest, MessagesWaitForTheEnd) {
             }),
             0);
   EXPECT_EQ(shown(), "screen. first message. second message. ");
+}
+
+std::FILE* screen = nullptr;
+
+// As a library that draws leaves the screen.
+void leaveScreen() {
+  std::fputs("screen left. ", screen);
+  std::fflush(screen);
+}
+
+TEST_F(TerminalSessionTest, MessagesAreNotLostIfTheProcessExitsOnAnyThread) {
+  const auto fail = [] {
+    std::fputs("why it ended", stderr);
+    std::exit(3);
+  };
+  EXPECT_EQ(run([&](TerminalSession& session) {
+              screen = session.stream();
+              std::atexit(leaveScreen);
+              fail();
+              return 0;
+            }),
+            3);
+  EXPECT_EQ(shown(), "screen left. why it ended");
+  EXPECT_EQ(run([&](TerminalSession&) {
+              std::thread(fail).join();
+              return 0;
+            }),
+            3);
+  EXPECT_EQ(shown(), "why it ended");
+}
+
+TEST_F(TerminalSessionTest, MessagesAreNotLostIfTheProcessTerminates) {
+  EXPECT_EQ(run([&](TerminalSession&) -> int {
+              std::fputs("why it ended. ", stderr);
+              std::terminate();
+            }),
+            128 + SIGABRT);
+  EXPECT_TRUE(shown().starts_with("why it ended. "));
 }
 
 TEST_F(TerminalSessionTest, MoreMessagesThanAreKeptNeverBlock) {
