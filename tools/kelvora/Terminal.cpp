@@ -254,8 +254,9 @@ void Terminal::draw(const Screen& screen) {
   auto text = texts.begin();
   for (std::size_t row = 0; row < screen.size(); ++row) {
     for (const Span& span : screen[row]) {
+      const std::string& shown = *text++;  // mvaddstr evaluates it on the screen only
       setTone(span.tone);
-      mvaddstr(static_cast<int>(row), static_cast<int>(span.column), (text++)->c_str());
+      mvaddstr(static_cast<int>(row), static_cast<int>(span.column), shown.c_str());
     }
   }
   refresh();
