@@ -254,6 +254,7 @@ class KVFanLease::Holder {
     }
     platform::ChildRequest request;
     request.path = guardianPath();
+    request.isOwnProgram = true;
     request.standardInput = ends->second.descriptor();
     platform::ChildLaunch launch = platform_.childProcesses().launch(request);
     if (!launch.child) {

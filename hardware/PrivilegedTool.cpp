@@ -19,6 +19,7 @@ std::optional<platform::ChildRequest> privilegedToolRequest(Platform& platform,
   request.path = *tool;
   request.arguments = {"-k", std::string(key), "-w", std::string(value)};
   request.qualityOfService = platform::kQualityOfServiceUserInteractive;
+  request.isOwnProgram = true;
   return request;
 }
 

@@ -22,7 +22,6 @@
 #include "platforms/recorded/file/MachineFileParts.h"
 #include "platforms/shared/TrustedEnvironment.h"
 #include "ports/Ports.h"
-#include "ports/ProgramNames.h"
 
 namespace kelvora {
 
@@ -51,12 +50,6 @@ std::optional<ChoiceFile> choiceOf(Platform& host) {
   return file;
 }
 
-std::vector<std::string> ownPrograms(Platform& host) {
-  const std::filesystem::path executable(host.mainBundle().executablePath());
-  return {supportFolder(host).value_or("") + "/" + kSMCToolName,
-          (executable.parent_path() / kGuardianName).string()};
-}
-
 platform::RecordedMachine machineIn(const JSONPlace& root) {
   platform::RecordedMachine machine;
   root.requiredMember("machine",
@@ -68,13 +61,12 @@ std::unique_ptr<Platform> platformOf(ChoiceFile& choice, std::unique_ptr<Platfor
   platform::RecordedMachine machine = machineIn(JSONPlace(choice.path(), choice.read()));
   machine.smcKeys.reset();
   auto smc = std::make_unique<platform::ChosenMachine>(choice.path());
-  std::vector<std::string> programs = ownPrograms(*host);
   auto children = std::move(host->ports().childProcesses);
   auto result = platform::makeRecordedPlatform(std::move(machine), std::move(host));
   platform::Ports& ports = result->ports();
   ports.smc = std::move(smc);
-  ports.childProcesses = std::make_unique<platform::OwnPrograms>(
-      std::move(programs), std::move(children), std::move(ports.childProcesses));
+  ports.childProcesses =
+      std::make_unique<platform::OwnPrograms>(std::move(children), std::move(ports.childProcesses));
   return result;
 }
 

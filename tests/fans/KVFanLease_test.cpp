@@ -158,6 +158,21 @@ TEST_F(KVFanLeaseTest, ASecondHolderIsToldWhoHasTheFan) {
   EXPECT_EQ(first->renew(), KVFanLeaseState::kHeld);
 }
 
+// Of the platform that a host has on a recorded Mac which the account has chosen.
+TEST_F(KVFanLeaseTest, AGuardianOfAnyPathGuardsOnAChosenMac) {
+  Platform::choose(KELVORA_MACHINES "/MacBookPro15,1.json");
+  controller.reset();
+  platform = Platform::chosen();
+  controller = std::make_unique<SensorController>(*platform);
+  const std::string guardian = folder.path("my guardian");
+  std::filesystem::copy_file(KELVORA_TEST_GUARDIAN, guardian);
+  KVFanLease lease(*controller, {std::chrono::seconds(30), "Test Host", guardian});
+  EXPECT_TRUE(lease.take({{0, 3000}})) << lease.fault();
+  EXPECT_EQ(processesOf(guardian).size(), 1U);
+  EXPECT_TRUE(lease.release());
+  EXPECT_TRUE(processesOf(guardian).empty());
+}
+
 // --- tools that fail
 
 TEST_F(KVFanLeaseTest, ATakeThatFailsIsHandedBack) {

@@ -50,6 +50,7 @@ TEST_F(SMCWrapperWrites, RunTheToolWithFourArgumentsAndWaitForIt) {
   EXPECT_EQ(request.path, "/Users/anna/Library/Application Support/Kelvora/Kelvora SMC");
   EXPECT_THAT(request.arguments, ElementsAre("-k", "F0Tg", "-w", "0fa0"));
   EXPECT_EQ(request.qualityOfService, 33);
+  EXPECT_TRUE(request.isOwnProgram);
   EXPECT_FALSE(request.captureStandardOutput);
   EXPECT_FALSE(request.discardStandardError);
   EXPECT_EQ(children_->waits, 1);

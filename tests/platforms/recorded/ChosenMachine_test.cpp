@@ -406,27 +406,16 @@ TEST_F(ChosenMachineTest, ItsPlatformIsRecordedAndStartsTheProductsOwnProgramsOn
   EXPECT_TRUE(platform->hasSensorHardware());
   EXPECT_EQ(platform->authorization().request("system.privilege.admin"), nullptr);
   platform::ChildProcesses& children = platform->childProcesses();
-  auto tool = children.launch({home_.path("Kelvora/Kelvora SMC"), {"-k"}}).child;
+  platform::ChildRequest request;
+  request.path = home_.path("Kelvora/Kelvora SMC");
+  EXPECT_EQ(children.launch(request).child, nullptr) << "was not recorded";
+  request.isOwnProgram = true;
+  const auto tool = children.launch(request).child;
   ASSERT_NE(tool, nullptr);
   EXPECT_EQ(tool->waitUntilExit(), 7);
-  EXPECT_EQ(children.launch({"/bin/true", {}}).child, nullptr);
   const auto named = Platform::recordedFromFile(machineFile("Macmini8,1"));
-  EXPECT_EQ(named->childProcesses().launch({home_.path("Kelvora/Kelvora SMC"), {}}).child, nullptr)
+  EXPECT_EQ(named->childProcesses().launch(request).child, nullptr)
       << "its writes stay in this process";
-}
-
-TEST_F(ChosenMachineTest, TheGuardianBesideTheProgramIsStarted) {
-  choose("Macmini8,1");
-  home_.write("bin/Kelvora Guardian", "#!/bin/sh\nexit 8\n");
-  chmod(home_.path("bin/Kelvora Guardian").c_str(), 0700);
-  auto host = Platform::live();
-  wrapPort<ForwardingMainBundle>(host->ports().mainBundle).onExecutablePath = [this] {
-    return home_.path("bin/host");
-  };
-  const auto platform = Platform::chosen(std::move(host));
-  auto guardian = platform->childProcesses().launch({home_.path("bin/Kelvora Guardian"), {}}).child;
-  ASSERT_NE(guardian, nullptr);
-  EXPECT_EQ(guardian->waitUntilExit(), 8);
 }
 
 TEST_F(ChosenMachineTest, AProgramReadsThisComputerWithoutAChoice) {
