@@ -4,8 +4,8 @@
 
 #include "KelvoraCore/SensorController.h"
 
-#include "fans/FanReading.h"
 #include "hardware/FanKeys.h"
+#include "hardware/KeyReading.h"
 
 namespace kelvora {
 

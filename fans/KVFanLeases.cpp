@@ -6,11 +6,11 @@
 
 #include "KelvoraCore/KVProcessLock.h"
 
-#include "fans/FanReading.h"
 #include "fans/LeaseRecord.h"
 #include "fans/LeftBehind.h"
 #include "fans/ToolWrites.h"
 #include "hardware/FanKeys.h"
+#include "hardware/KeyReading.h"
 
 namespace kelvora {
 

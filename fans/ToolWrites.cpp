@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "fans/FanReading.h"
+#include "hardware/KeyReading.h"
 #include "hardware/PrivilegedTool.h"
 #include "ports/Ports.h"
 
@@ -25,7 +25,7 @@ std::string ToolWrites::handBack(const FanWrite& write, ToolDescriptors descript
   // Tried until it succeeds: what the tool says would be said again and again.
   const std::string outcome = outcomeOf(write, descriptors, /*isSilent=*/true);
   std::string fault = outcome.empty() ? "" : faultOf(write, outcome);
-  return !fault.empty() && readsAs(platform_, write) ? "" : fault;
+  return !fault.empty() && readsAs(platform_, write.key, write.value) ? "" : fault;
 }
 
 std::string ToolWrites::outcomeOf(const FanWrite& write, ToolDescriptors descriptors,
@@ -45,6 +45,11 @@ std::string ToolWrites::outcomeOf(const FanWrite& write, ToolDescriptors descrip
   if (!status) {
     late_.push_back(std::move(launch.child));
     return "has not ended in time";
+  }
+  if (*status == platform::kUnknownExitStatus) {
+    return readsAs(platform_, write.key, write.value)
+               ? ""
+               : "has not written it; this program ignores SIGCHLD, so why is not known";
   }
   return *status == 0 ? "" : "ended with status " + std::to_string(*status);
 }

@@ -28,7 +28,7 @@ class ToolWrites {
       : platform_(platform), limit_(limit) {}
 
   /// Empty on success, else why the key may not be written: "F0Md: the privileged tool ended with
-  /// status 5".
+  /// status 5". In a process that ignores SIGCHLD the status is lost: what the key reads decides.
   std::string write(const FanWrite& write, ToolDescriptors descriptors = {});
 
   /// Gives a fan back to the system: `write` is its mode or its minimum. Empty on success, also

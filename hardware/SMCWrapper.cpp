@@ -10,6 +10,7 @@
 
 #include "base/UTF8Text.h"
 #include "hardware/FanKeys.h"
+#include "hardware/KeyReading.h"
 #include "hardware/PrivilegedTool.h"
 #include "hardware/SMCConnection.h"
 #include "ports/Ports.h"
@@ -227,7 +228,11 @@ bool SMCWrapper::setExternalValue(std::string_view value, std::string_view key) 
     return false;
   }
   const platform::ChildLaunch launch = platform_.childProcesses().launch(*request);
-  return launch.child && launch.child->waitUntilExit() == 0;
+  if (!launch.child) {
+    return false;
+  }
+  const int status = launch.child->waitUntilExit();
+  return status == platform::kUnknownExitStatus ? readsAs(platform_, key, value) : status == 0;
 }
 
 void SMCWrapper::reportFailedRead(std::string_view key) {

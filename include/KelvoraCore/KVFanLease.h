@@ -47,7 +47,9 @@ enum class KVFanLeaseState : std::uint8_t {
 ///     every few seconds: if (lease.renew() != KVFanLeaseState::kHeld) { show(lease.fault()); }
 ///     lease.release();
 ///
-/// One thread at a time. The lease has no thread of its own: a program that hangs loses its fans.
+/// In a process that ignores SIGCHLD the outcome of the privileged tool is lost; a write has then
+/// succeeded if the key reads so. One thread at a time. The lease has no thread of its own: a
+/// program that hangs loses its fans.
 class KELVORA_EXPORT KVFanLease {
  public:
   /// Takes nothing yet. The fans are those of the controller's machine; it must outlive the lease.

@@ -94,7 +94,8 @@ class KELVORA_EXPORT SMCWrapper {
 
   /// Has the privileged tool write the bytes of a hexadecimal text, e.g. ("0fa0", "F0Tg"), and
   /// blocks until it exits. True when it exited with status 0; false also when it is not installed
-  /// or cannot be started. Nothing is reported.
+  /// or cannot be started. In a process that ignores SIGCHLD the system keeps no status: then true
+  /// when the key holds these bytes afterwards. Nothing is reported.
   bool setExternalValue(std::string_view value, std::string_view key);
 
   /// Passes a message to the delegate, if there is one.

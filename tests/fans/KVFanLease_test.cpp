@@ -238,6 +238,39 @@ TEST_F(KVFanLeaseTest, ATakeThatHangsIsNotForgotten) {
   EXPECT_TRUE(soonOffTheDisk());
 }
 
+// The recorded fans are in mode 01; what the tool writes does not change the recording.
+TEST_F(KVFanLeaseTest, InAHostThatIgnoresSIGCHLDTheKeySaysWhetherItWasWritten) {
+  std::signal(SIGCHLD, SIG_IGN);
+  EXPECT_TRUE(controller->smc().setExternalValue("01", "F0Md"));
+  EXPECT_FALSE(controller->smc().setExternalValue("00", "F0Md"));
+  EXPECT_EQ(writes(), (Writes{"F0Md 01", "F0Md 00"}));
+  const auto lease = newLease(milliseconds(100));
+  EXPECT_FALSE(lease->take({{0, 3000}}));
+  EXPECT_EQ(lease->fault(),
+            "fan 0: not handed back: F0Md: the privileged tool has not written it; this program "
+            "ignores SIGCHLD, so why is not known");
+  std::signal(SIGCHLD, SIG_DFL);
+  EXPECT_EQ(lease->renew(), KVFanLeaseState::kEnded);
+  EXPECT_EQ(lease->fault(),
+            "fan 0: F0Tg: the privileged tool has not written it; this program ignores SIGCHLD, "
+            "so why is not known");
+}
+
+TEST_F(KVFanLeaseTest, InAHostThatIgnoresSIGCHLDFansAreTakenAndHandedBack) {
+  std::signal(SIGCHLD, SIG_IGN);
+  Platform::choose(KELVORA_MACHINES "/MacBookPro15,1.json");
+  std::filesystem::copy_file(KELVORA_TEST_TOOL, folder.path("Kelvora/Kelvora SMC"),
+                             std::filesystem::copy_options::overwrite_existing);
+  controller.reset();
+  platform = Platform::chosen();
+  controller = std::make_unique<SensorController>(*platform);
+  const auto lease = newLease();
+  EXPECT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+  EXPECT_EQ(controller->smc().rawValueByKey("F0Tg"), 3000);
+  EXPECT_TRUE(lease->release()) << lease->fault();
+  EXPECT_EQ(controller->smc().rawValueByKey("F0Md"), 0);
+}
+
 // --- the guardian, and the holder's own time
 
 TEST_F(KVFanLeaseTest, ALeaseWithoutItsGuardianIsHandedBack) {

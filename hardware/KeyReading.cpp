@@ -1,7 +1,8 @@
-#include "fans/FanReading.h"
+#include "hardware/KeyReading.h"
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <string>
 
@@ -24,7 +25,7 @@ std::string hexadecimal(const SMCValueRecord& value) {
 }
 
 // Empty when the key cannot be read; the SMC gives a key that it does not know the size 0.
-std::string bytesOf(Platform& platform, const std::string& key) {
+std::string bytesOf(Platform& platform, std::string_view key) {
   SMCConnection connection(platform.smc());
   const SMCConnection::Opening opening = connection.openSilently();
   if (opening.status != platform::kKernelSuccess || opening.failedCall != nullptr) {
@@ -38,12 +39,15 @@ std::string bytesOf(Platform& platform, const std::string& key) {
 
 }  // namespace
 
-bool isReadable(Platform& platform, const std::string& key) {
+bool isReadable(Platform& platform, std::string_view key) {
   return !bytesOf(platform, key).empty();
 }
 
-bool readsAs(Platform& platform, const FanWrite& write) {
-  return bytesOf(platform, write.key) == write.value;
+bool readsAs(Platform& platform, std::string_view key, std::string_view value) {
+  const auto isSameDigit = [](unsigned char read, unsigned char digit) {
+    return read == std::tolower(digit);
+  };
+  return std::ranges::equal(bytesOf(platform, key), value, isSameDigit);
 }
 
 }  // namespace kelvora

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string_view>
+
+namespace kelvora {
+
+class Platform;
+
+/// Whether a key can be read at all. Over a connection of its own, any thread.
+bool isReadable(Platform& platform, std::string_view key);
+
+/// Whether a key holds the bytes of a hexadecimal text, e.g. ("F0Md", "00"). False also when the
+/// key cannot be read. Likewise.
+bool readsAs(Platform& platform, std::string_view key, std::string_view value);
+
+}  // namespace kelvora
