@@ -13,6 +13,7 @@
 
 #include "fans/FanLeaseRules.h"
 #include "fans/LeaseRecord.h"
+#include "fans/RetryPauses.h"
 #include "fans/ToolWrites.h"
 #include "ports/GuardChannel.h"
 
@@ -24,8 +25,6 @@ using platform::GuardChannel;
 using std::chrono::milliseconds;
 
 constexpr int kExitWrongUsage = 64;
-constexpr milliseconds kFirstPause{10};
-constexpr milliseconds kLongestPause{1000};
 // Longer than a holder takes to ask.
 constexpr milliseconds kWaitForRequest{60'000};
 
@@ -97,11 +96,11 @@ class Guardian {
       case GuardChannel::Event::kEnd:
         break;
     }
-    pause_ = kFirstPause;
+    pauses_.restart();
     return GuardianEvent::kChannelEnded;
   }
 
-  milliseconds nextPause() { return std::exchange(pause_, std::min(2 * pause_, kLongestPause)); }
+  milliseconds nextPause() { return pauses_.next(tool_.isInstalled()); }
 
   // Every fan is tried, whatever became of the others.
   void handBack() {
@@ -121,7 +120,7 @@ class Guardian {
   }
 
   LeaseRecord recordOf(const LeasedFan& fan, const std::string& fault) const {
-    return {request_.program, request_.processIdentifier, since_, fan, fault};
+    return {request_.program, request_.processIdentifier, since_, fan, fault, request_.machine};
   }
 
   bool prepare() {
@@ -159,7 +158,7 @@ class Guardian {
   LeaseRequest request_;
   ToolWrites tool_;
   GuardianState state_ = GuardianState::kPreparing;
-  milliseconds pause_ = kFirstPause;
+  RetryPauses pauses_;
   std::optional<bool> handedBack_;  // what the last try came to, until it is an event
   std::vector<std::unique_ptr<KVProcessLock>> locks_;
   std::vector<std::uint64_t> written_;

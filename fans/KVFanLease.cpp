@@ -13,6 +13,7 @@
 
 #include "fans/FanLeaseRules.h"
 #include "fans/FanToTake.h"
+#include "fans/LeaseMachine.h"
 #include "fans/LeaseRecord.h"
 #include "fans/LeftBehind.h"
 #include "fans/ToolWrites.h"
@@ -268,7 +269,8 @@ class KVFanLease::Holder {
   }
 
   LeaseRequest leaseRequest() const {
-    LeaseRequest request{program(), platform::processIdentifier(), options_.timeout, {}};
+    LeaseRequest request{
+        program(), platform::processIdentifier(), options_.timeout, {}, machineOf(platform_)};
     for (const HeldFan& fan : fans_) {
       request.fans.push_back(fan.before.leased);
     }

@@ -6,6 +6,7 @@
 
 #include "KelvoraCore/KVProcessLock.h"
 
+#include "fans/LeaseMachine.h"
 #include "fans/LeaseRecord.h"
 #include "fans/LeftBehind.h"
 #include "fans/ToolWrites.h"
@@ -56,6 +57,17 @@ std::optional<FanWrite> handBackOf(Platform& platform, std::uint64_t fan,
   return isReadable(platform, mode.key) ? std::optional(mode) : std::nullopt;
 }
 
+LeaseMachine machineOfLease(Platform& platform, const LeaseReading& reading) {
+  return whereIs(platform, reading.record ? reading.record->machine : "");
+}
+
+// Its fan is not this machine's of the same number, nor is its minimum.
+KVLeasedFan ofAnotherMachine(KVLeasedFan fan, const LeaseRecord& record) {
+  fan.minimum.reset();
+  fan.fault = "is a fan of " + record.machine + ", not of this machine";
+  return fan;
+}
+
 // Under the fan's lock. A hand-back counts if it began when nobody was left who may set the fan.
 std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
   const auto write = handBackOf(platform, fan, reading);
@@ -84,6 +96,9 @@ std::optional<KVLeasedFan> lookedAt(Platform& platform, std::uint64_t fan) {
   }
   const bool isLive = lock.state() == KVProcessLock::State::kHeldElsewhere;
   KVLeasedFan leased = leasedFan(fan, reading, isLive);
+  if (machineOfLease(platform, reading) != LeaseMachine::kThis) {
+    return ofAnotherMachine(std::move(leased), *reading.record);
+  }
   if (!isLive && leased.fault.empty()) {
     leased.fault = faultOf(KVProcessLock(holderLockName(fan), platform));
   }
@@ -104,16 +119,24 @@ std::vector<KVLeasedFan> ofEveryFan(Look look) {
 }  // namespace
 
 std::optional<KVLeasedFan> handBackLeftBehind(Platform& platform, std::uint64_t fan) {
-  if (!readLease(platform, fan).exists) {
+  if (!hasLeaseFiles(platform, fan)) {
     return std::nullopt;
   }
   const KVProcessLock lock(leaseName(fan), platform);
+  if (lock.state() == KVProcessLock::State::kHeldElsewhere) {
+    return std::nullopt;
+  }
   // Its guardian may have handed it back meanwhile.
   const LeaseReading reading = readLease(platform, fan);
-  if (lock.state() == KVProcessLock::State::kHeldElsewhere || !reading.exists) {
+  const LeaseMachine machine = machineOfLease(platform, reading);
+  if (!reading.exists || machine == LeaseMachine::kGone) {
+    removeLease(platform, fan);
     return std::nullopt;
   }
   KVLeasedFan result = leasedFan(fan, reading, false);
+  if (machine == LeaseMachine::kAnother) {
+    return ofAnotherMachine(std::move(result), *reading.record);
+  }
   result.fault = lock.fault().empty() ? handBack(platform, fan, reading) : lock.fault();
   return result;
 }

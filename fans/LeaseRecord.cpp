@@ -18,6 +18,9 @@ using Json = nlohmann::json;
 // A request may be a program's own text: a guardian takes no time-out that would never end.
 constexpr std::int64_t kLongestTimeout = 86'400'000;
 
+// What `Files::replace` adds to the name of a file while it writes.
+constexpr char kOfWriter[] = ".new";
+
 template <typename Value>
 const Value* member(const PropertyListValue::Dictionary& values, const char* key) {
   const auto found = values.find(key);
@@ -49,6 +52,7 @@ LeaseRequest leaseRequest(const Json& json) {
   LeaseRequest request;
   request.program = json.at("program");
   request.processIdentifier = json.at("process");
+  request.machine = json.value("machine", "");
   const auto timeout = json.at("timeout").get<std::int64_t>();
   for (const Json& fan : json.at("fans")) {
     request.fans.push_back(leasedFan(fan));
@@ -76,11 +80,13 @@ std::optional<LeaseRecord> recordIn(const PropertyListValue& value) {
     return std::nullopt;
   }
   const auto* const fault = member<std::string>(*values, "fault");
+  const auto* const machine = member<std::string>(*values, "machine");
   return LeaseRecord{*program,
                      *process,
                      *since,
                      {static_cast<std::uint64_t>(*fan), {*key, *bytes}},
-                     fault == nullptr ? "" : *fault};
+                     fault == nullptr ? "" : *fault,
+                     machine == nullptr ? "" : *machine};
 }
 
 std::optional<std::string> leasePath(Platform& platform, std::uint64_t fan) {
@@ -98,7 +104,8 @@ std::string lineOf(const LeaseRequest& request) {
   return Json{{"program", validUTF8(request.program)},
               {"process", request.processIdentifier},
               {"timeout", request.timeout.count()},
-              {"fans", fans}}
+              {"fans", fans},
+              {"machine", validUTF8(request.machine)}}
       .dump();
 }
 
@@ -113,6 +120,11 @@ std::optional<LeaseRequest> leaseRequestIn(std::string_view line) {
 std::string leaseName(std::uint64_t fan) { return "Fan" + std::to_string(fan); }
 
 std::string holderLockName(std::uint64_t fan) { return leaseName(fan) + ".holder"; }
+
+bool hasLeaseFiles(Platform& platform, std::uint64_t fan) {
+  const auto path = leasePath(platform, fan);
+  return path && (platform.files().exists(*path) || platform.files().exists(*path + kOfWriter));
+}
 
 LeaseReading readLease(Platform& platform, std::uint64_t fan) {
   const auto path = leasePath(platform, fan);
@@ -143,7 +155,7 @@ std::string writeLease(Platform& platform, const LeaseRecord& record) {
       {"program", record.program},      {"process", record.processIdentifier},
       {"since", record.since},          {"fan", static_cast<std::int64_t>(record.fan.fan)},
       {"key", record.fan.handBack.key}, {"value", record.fan.handBack.value},
-      {"fault", record.fault}};
+      {"fault", record.fault},          {"machine", record.machine}};
   const auto bytes = serializePropertyList(values, PropertyListFormat::kXML);
   std::error_code error;
   return platform.files().replace(*path, bytes, error)
@@ -154,6 +166,7 @@ std::string writeLease(Platform& platform, const LeaseRecord& record) {
 void removeLease(Platform& platform, std::uint64_t fan) {
   if (const auto path = leasePath(platform, fan)) {
     platform.files().remove(*path);
+    platform.files().remove(*path + kOfWriter);
   }
 }
 

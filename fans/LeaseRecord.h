@@ -27,6 +27,7 @@ struct LeaseRequest {
   std::int64_t processIdentifier = 0;   ///< the holder's
   std::chrono::milliseconds timeout{};  ///< between two renewals
   std::vector<LeasedFan> fans;
+  std::string machine;  ///< whose fans they are, `machineOf()`
 };
 
 /// The request as one line without its end, and back; none for a line that is no request.
@@ -39,7 +40,8 @@ struct LeaseRecord {
   std::int64_t processIdentifier = 0;
   PropertyListValue::Date since;
   LeasedFan fan;
-  std::string fault;  ///< why the guardian cannot hand the fan back; empty while it need not
+  std::string fault;    ///< why the guardian cannot hand the fan back; empty while it need not
+  std::string machine;  ///< whose fan it is; empty if the file does not say
 };
 
 /// The name under which the programs of an account lock a fan, and of its lease's file: "Fan0".
@@ -48,6 +50,9 @@ std::string leaseName(std::uint64_t fan);
 /// The name under which a holder and its tools lock a fan for as long as any of them runs, and may
 /// so set the fan: "Fan0.holder". The lock of the fan itself is the guardian's.
 std::string holderLockName(std::uint64_t fan);
+
+/// Whether there is a lease on the disk, or what a writer of it left that was killed.
+bool hasLeaseFiles(Platform& platform, std::uint64_t fan);
 
 /// What is on the disk of a fan's lease.
 struct LeaseReading {
@@ -60,6 +65,7 @@ LeaseReading readLease(Platform& platform, std::uint64_t fan);
 std::string nameOfHolder(const LeaseReading& reading);
 /// Empty on success, else the file and why it cannot be written.
 std::string writeLease(Platform& platform, const LeaseRecord& record);
+/// Also what a writer left that was killed.
 void removeLease(Platform& platform, std::uint64_t fan);
 
 }  // namespace kelvora

@@ -54,6 +54,10 @@ std::string ToolWrites::outcomeOf(const FanWrite& write, ToolDescriptors descrip
   return *status == 0 ? "" : "ended with status " + std::to_string(*status);
 }
 
+bool ToolWrites::isInstalled() const {
+  return privilegedToolRequest(platform_, "", "").has_value();
+}
+
 bool ToolWrites::hasLateTools() {
   std::erase_if(late_, [](const auto& tool) {
     return tool->waitUntilExit(std::chrono::milliseconds(0)).has_value();

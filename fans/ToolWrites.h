@@ -36,6 +36,9 @@ class ToolWrites {
   /// discarded.
   std::string handBack(const FanWrite& write, ToolDescriptors descriptors = {});
 
+  /// Whether there is a tool to run.
+  bool isInstalled() const;
+
   /// Whether a tool that was left alone still runs.
   bool hasLateTools();
 

@@ -37,6 +37,10 @@ class KELVORA_EXPORT KVFanLeases {
   /// or the computer lost its power. Returns what was left behind, with a fault for each fan that
   /// is not back now, which a later call tries again. A host calls it when it starts. Leases of
   /// programs that still run are not touched. Runs the privileged tool, for seconds if that hangs.
+  ///
+  /// A lease is of one machine. That of another has a fault that says so, and nothing is written;
+  /// it is removed if it is of a recorded Mac that is no longer chosen, or came to this Mac with a
+  /// copied home folder.
   static std::vector<KVLeasedFan> handBackLeftBehind(Platform& platform = Platform::current());
 };
 

@@ -1,6 +1,7 @@
 #include "KelvoraCore/KVFanGuardian.h"
 
 #include "fans/LeaseRecord.h"
+#include "fans/RetryPauses.h"
 #include "ports/GuardChannel.h"
 #include "tests/fans/LeaseFixture.h"
 
@@ -26,7 +27,7 @@ class KVFanGuardianTest : public LeaseFixture {
                                                                                           : "";
   }
   static LeaseRequest requestOf(std::vector<LeasedFan> fans) {
-    return {"Test Host", 612, std::chrono::seconds(30), std::move(fans)};
+    return {"Test Host", 612, std::chrono::seconds(30), std::move(fans), ""};
   }
 
   std::optional<GuardChannel> channel;
@@ -93,13 +94,46 @@ TEST(KVFanGuardian, WithoutAChannelIsWrongUsage) {
   EXPECT_EQ(platform::PosixChildProcesses().launch(request).child->waitUntilExit(), 64);
 }
 
+TEST_F(KVFanGuardianTest, WaitsForAToolThatWasRemoved) {
+  channel->send(lineOf(requestOf({{0, {"F0Md", "00"}}})));
+  EXPECT_EQ(answer(), "ready");
+  const std::string tool = folder.path("Kelvora/Kelvora SMC");
+  std::filesystem::rename(tool, tool + " away");
+  channel->close();
+  EXPECT_TRUE(soon([this] {
+    return KVFanLeases::leasedFans(*platform).at(0).fault ==
+           "F0Md: the privileged tool is not installed";
+  }));
+  std::filesystem::rename(tool + " away", tool);
+  EXPECT_EQ(program->waitUntilExit(), 0);
+  EXPECT_EQ(valueOf("F0Md"), "00");
+}
+
+TEST(RetryPauses, DoubleUpToASecondOrAMinuteWithoutATool) {
+  RetryPauses pauses;
+  std::vector<std::int64_t> all;
+  for (int i = 0; i < 9; ++i) {
+    all.push_back(pauses.next(true).count());
+  }
+  EXPECT_EQ(all, (std::vector<std::int64_t>{10, 20, 40, 80, 160, 320, 640, 1000, 1000}));
+  for (int i = 0; i < 7; ++i) {
+    all.push_back(pauses.next(false).count());
+  }
+  all.erase(all.begin(), all.begin() + 9);
+  EXPECT_EQ(all, (std::vector<std::int64_t>{2000, 4000, 8000, 16'000, 32'000, 60'000, 60'000}));
+  EXPECT_EQ(pauses.next(true).count(), 1000);
+  pauses.restart();
+  EXPECT_EQ(pauses.next(true).count(), 10);
+}
+
 // --- the request
 
 TEST(LeaseRequest, ALineGivesTheRequestBack) {
   const LeaseRequest request{"Zoë \"x\"\n",
                              612,
                              std::chrono::milliseconds(1500),
-                             {{0, {"F0Md", "00"}}, {19, {"FJMn", "12c0"}}}};
+                             {{0, {"F0Md", "00"}}, {19, {"FJMn", "12c0"}}},
+                             "Zoë's Mac (recorded)"};
   const std::string line = lineOf(request);
   EXPECT_EQ(line.find('\n'), std::string::npos);
   const auto again = leaseRequestIn(line);
@@ -110,6 +144,7 @@ TEST(LeaseRequest, ALineGivesTheRequestBack) {
   ASSERT_EQ(again->fans.size(), 2U);
   EXPECT_EQ(again->fans[1].fan, 19U);
   EXPECT_EQ(again->fans[1].handBack, (FanWrite{"FJMn", "12c0"}));
+  EXPECT_EQ(again->machine, request.machine);
 }
 
 TEST(LeaseRequest, OtherLinesAreNone) {
