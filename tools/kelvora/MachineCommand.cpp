@@ -4,9 +4,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "KelvoraCore/KVFanLeases.h"
 #include "KelvoraCore/Platform.h"
 
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/FansReport.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/Text.h"
 
@@ -73,8 +75,32 @@ int runShow(const Options& options, StandardOutput& output) {
   return kExitSuccess;
 }
 
+bool hasUsableChoice() {
+  try {
+    return Platform::choice().has_value();
+  } catch (const MachineFileError&) {
+    return false;  // nobody can hand its fans back: it may always be replaced
+  }
+}
+
+// The speeds of its fans would go with the choice, under who holds them.
+void requireNoHolder() {
+  const auto live = Platform::live();
+  if (live->hasSensorHardware() || !hasUsableChoice()) {
+    return;
+  }
+  for (const KVLeasedFan& lease : KVFanLeases::leasedFans(*live)) {
+    if (lease.isLive) {
+      throw CommandError(kExitElsewhere, "fan " + std::to_string(lease.fan) + ": held by " +
+                                             holderOf(lease) +
+                                             "; 'kelvora fans auto all' hands it back");
+    }
+  }
+}
+
 int runUse(const Options& options, StandardOutput& output) {
   try {
+    requireNoHolder();
     Platform::choose(options.text("MACHINE"));
     show(options, output);
   } catch (const MachineFileError& error) {
@@ -85,6 +111,7 @@ int runUse(const Options& options, StandardOutput& output) {
 
 int runNone(const Options& options, StandardOutput& output) {
   try {
+    requireNoHolder();
     Platform::chooseNone();
     show(options, output);
   } catch (const MachineFileError& error) {

@@ -1,0 +1,57 @@
+// Fans that are held, and the choice of the recorded Mac that they are of.
+#include <string>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/support/ChildProgram.h"
+#include "tests/tools/KelvoraFans.h"
+#include "tests/tools/KelvoraProgram.h"
+
+namespace kelvora::testing {
+namespace {
+
+using nlohmann::json;
+
+// The speeds of its fans are part of the choice.
+TEST_F(KelvoraFans, OfAChosenMacThatAreHeldKeepTheChoice) {
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  const std::string line = "fan 0: held by kelvora (process " + std::to_string(holderOf(0)) +
+                           "); 'kelvora fans auto all' hands it back";
+  expectRefused({"machine", "use", kWithMinimum}, 3, line);
+  expectRefused({"machine", "none"}, 3, line);
+  expectSet(0, 3000);
+  ASSERT_EQ(run({"fans", "auto", "all"}).status, 0);
+  choose(kWithMinimum);
+}
+
+TEST_F(KelvoraFans, OfAChoiceThatIsDamagedDoNotKeepIt) {
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  home_.write("data/Kelvora/Machine.json", "{");
+  choose(kWithModes);
+}
+
+// Their lease is of the other Mac.
+TEST_F(KelvoraFans, LeftBehindOnAMacThatIsNoLongerChosenAreForgotten) {
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  killEverything();
+  choose(kWithMinimum);
+  EXPECT_TRUE(isOnDisk(0));
+  const ProgramResult result = run({"fans"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.standardError, "");
+  EXPECT_FALSE(isOnDisk(0));
+  EXPECT_EQ(jsonOf({"machine"}).at("choice").at("writes"), json::array());
+}
+
+// A program is started with what its parent ignores.
+TEST_F(KelvoraFans, AreSetAlsoWhereSIGCHLDIsIgnored) {
+  const ProgramResult set =
+      runProgram("/bin/sh", {"-c", "trap '' CHLD; exec " KELVORA_PROGRAM " fans set 0 3000"});
+  EXPECT_EQ(set.status, 0);
+  EXPECT_EQ(set.standardError, "");
+  expectSet(0, 3000);
+}
+
+}  // namespace
+}  // namespace kelvora::testing
