@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -69,6 +70,7 @@ class Holder {
     return moment;
   }
   void wait() const { waitpid(pid_, nullptr, 0); }
+  std::filesystem::path process() const { return "/proc/" + std::to_string(pid_); }
 
  private:
   [[noreturn]] static void hold(int ready, int renewals) {
@@ -118,34 +120,43 @@ void timeTheReturn() {
       times[times.size() / 2], times.back(), kDeaths, static_cast<int>(inTime), kDeaths);
 }
 
-// How often the guardian, which has nothing else to do, was woken.
-long switchesOf(const std::string& program) {
-  long switches = 0;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-    std::error_code error;
-    if (std::filesystem::read_symlink(entry.path() / "exe", error) != program) {
-      continue;
-    }
-    std::ifstream status(entry.path() / "status");
-    for (std::string line; std::getline(status, line);) {
-      if (line.starts_with("voluntary_ctxt_switches:")) {
-        switches += std::stol(line.substr(line.find(':') + 1));
-      }
+// How often a process has waited, and was woken.
+long wakeUpsOf(const std::filesystem::path& process) {
+  std::ifstream status(process / "status");
+  constexpr std::string_view kName = "voluntary_ctxt_switches:";
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(kName)) {
+      return std::stol(line.substr(kName.size()));
     }
   }
-  return switches;
+  return 0;
+}
+
+// Of the only process of a program.
+std::filesystem::path processOf(const std::string& program) {
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    std::error_code error;
+    if (std::filesystem::read_symlink(entry.path() / "exe", error) == program) {
+      return entry.path();
+    }
+  }
+  return {};
 }
 
 void countTheWakeUps() {
-  const std::string guardian = *KVUtils::fanGuardianPath();
   const Holder holder(kRenewals);
+  const std::filesystem::path guardian = processOf(*KVUtils::fanGuardianPath());
   std::this_thread::sleep_for(kBetweenRenewals / 2);
-  const long before = switchesOf(guardian);
+  const long guardianBefore = wakeUpsOf(guardian);
+  const long holderBefore = wakeUpsOf(holder.process());
   std::this_thread::sleep_for((kRenewals - 1) * kBetweenRenewals);
-  const long after = switchesOf(guardian);
+  const long guardianWoken = wakeUpsOf(guardian) - guardianBefore;
+  const long holderWoken = wakeUpsOf(holder.process()) - holderBefore;
   holder.wait();
-  std::printf("a held lease woke its guardian %ld times for %d renewals (goal: once for each)\n",
-              after - before, kRenewals - 1);
+  std::printf(
+      "a held lease woke its guardian %ld times and its holder %ld times for %d renewals (goal: "
+      "each once for each)\n",
+      guardianWoken, holderWoken, kRenewals - 1);
 }
 
 }  // namespace
