@@ -260,6 +260,31 @@ TEST_F(FanLeaseKills, AFanIsNotTakenWhileAHolderWithoutAGuardianStillRuns) {
   EXPECT_TRUE(next->take({{0, 4000}})) << next->fault();
 }
 
+// It has heard "ready" and is about to set the fan when its guardian is killed.
+TEST_F(FanLeaseKills, ALeaseIsKeptThatTheNextProgramFindsWhileItsHolderStarts) {
+  ChildWork holder([this] {
+    auto& children = wrapPort<ForwardingChildProcesses>(platform->ports().childProcesses);
+    children.onLaunch = [&](const platform::ChildRequest& request) {
+      if (request.arguments == std::vector<std::string>{"-k", "F0Md", "-w", "01"}) {
+        kill(guardians().at(0), SIGKILL);
+        EXPECT_TRUE(soon([this] { return guardians().empty(); }));
+        EXPECT_EQ(KVFanLeases::handBackLeftBehind(*platform).at(0).fault, kStillRuns);
+      }
+      return children.behind->launch(request);
+    };
+    return lease(std::chrono::seconds(30))->take({{0, 3000}}) && !HasFailure() ? pause() : 2;
+  });
+  ASSERT_TRUE(soon([this] { return writes().size() == 3; }));
+  EXPECT_EQ(writes().at(0), "F0Md 00");
+  EXPECT_EQ(valueOf("F0Md"), "01");
+  EXPECT_TRUE(isOnDisk());
+  holder.kill();
+  ASSERT_EQ(holder.wait(), 128 + SIGKILL);
+  EXPECT_EQ(KVFanLeases::handBackLeftBehind(*platform).at(0).fault, "");
+  EXPECT_EQ(valueOf("F0Md"), "00");
+  EXPECT_FALSE(isOnDisk());
+}
+
 // Holder and guardian are killed while the tool that takes the fan hangs.
 TEST_F(FanLeaseKills, TheNextProgramKeepsTheLeaseUntilTheToolHasEnded) {
   hangWrites("F0Md", "01");
