@@ -116,7 +116,7 @@ TEST_F(FanLeaseKills, AKilledHolderLeavesNoFanBehind) {
 // As when the computer is asked for too much, or a debugger stops the program.
 TEST_F(FanLeaseKills, AStoppedHolderLosesItsFanAndLearnsOfIt) {
   ChildWork holder([this] {
-    const auto held = lease(milliseconds(200));
+    const auto held = lease(milliseconds(1000));
     if (!held->take({{0, 3000}})) {
       return 2;
     }
@@ -162,6 +162,7 @@ TEST_F(FanLeaseBothKilled, TheNextProgramHandsTheFanBackAndSaysWhoHadIt) {
   EXPECT_EQ(handedBack[0].fan, 0U);
   EXPECT_EQ(handedBack[0].program, "Test Host");
   EXPECT_EQ(handedBack[0].processIdentifier, holderProcess);
+  EXPECT_FALSE(handedBack[0].isLive);
   EXPECT_EQ(handedBack[0].fault, "");
   EXPECT_EQ(valueOf("F0Md"), "00");
   EXPECT_FALSE(isOnDisk());
