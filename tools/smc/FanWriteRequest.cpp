@@ -18,8 +18,8 @@ namespace {
 constexpr std::size_t kMostBytes = sizeof SMCValueRecord::bytes;
 constexpr std::size_t kMostShown = 16;
 
-constexpr std::array<std::pair<std::string_view, FanKeyKind>, 3> kKinds{
-    {{"Md", FanKeyKind::kMode}, {"Tg", FanKeyKind::kTarget}, {"Mn", FanKeyKind::kMinimum}}};
+constexpr auto kKinds = std::to_array<std::pair<std::string_view, FanKeyKind>>(
+    {{"Md", FanKeyKind::kMode}, {"Tg", FanKeyKind::kTarget}, {"Mn", FanKeyKind::kMinimum}});
 
 // A foreign text as part of a line that a terminal may show.
 std::string shown(std::string_view text) {

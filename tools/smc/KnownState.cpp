@@ -80,11 +80,10 @@ void stopTimers() {
 void setLimits() {
   for (const auto& [resource, amount] : kLimits) {
     rlimit limit{amount, amount};
-    if (setrlimit(resource, &limit) != 0) {
-      getrlimit(resource, &limit);
-      limit.rlim_cur = limit.rlim_max;
-      setrlimit(resource, &limit);
-    }
+    setrlimit(resource, &limit);
+    getrlimit(resource, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(resource, &limit);
   }
 }
 
