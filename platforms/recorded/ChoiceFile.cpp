@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kWait{2000};
 // Twice the largest machine file.
-constexpr std::size_t kMostBytes = std::size_t{128} << 20;
+constexpr off_t kMostBytes = 128 << 20;
 
 std::string systemText(int error) { return std::generic_category().message(error); }
 
@@ -59,9 +59,12 @@ void ChoiceFile::refuse(const std::string& fault) const {
   throw MachineFileError(path_, "", fault);
 }
 
-void ChoiceFile::requireOwn(const struct stat& facts) const {
+void ChoiceFile::requireUsable(const struct stat& facts) const {
   if (!S_ISREG(facts.st_mode)) {
     refuse("is not a file");
+  }
+  if (facts.st_size > kMostBytes) {
+    refuse("is larger than 128 MB");
   }
   if (facts.st_uid != ownerFor(path_)) {
     refuse("belongs to another account");
@@ -74,7 +77,7 @@ void ChoiceFile::requireOwn(const struct stat& facts) const {
 std::string ChoiceFile::readText(int descriptor) const {
   std::string text;
   std::vector<char> block(1 << 16);
-  while (text.size() <= kMostBytes) {
+  for (;;) {
     const ssize_t count = ::read(descriptor, block.data(), block.size());
     if (count < 0 && errno != EINTR) {
       refuse("cannot be read: " + systemText(errno));
@@ -84,7 +87,6 @@ std::string ChoiceFile::readText(int descriptor) const {
     }
     text.append(block.data(), count < 0 ? 0 : static_cast<std::size_t>(count));
   }
-  refuse("is larger than 128 MB");
 }
 
 const nlohmann::json& ChoiceFile::read() {
@@ -103,7 +105,7 @@ const nlohmann::json& ChoiceFile::read() {
   }
   // Known again also when it turns out to be unusable.
   facts_ = facts;
-  requireOwn(facts);
+  requireUsable(facts);
   nlohmann::json content = parsedJSON(readText(open_.get()), path_);
   requireFormat(JSONPlace(path_, content), kFormat);
   content_ = std::move(content);

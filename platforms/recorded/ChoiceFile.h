@@ -50,7 +50,7 @@ class ChoiceFile {
 
  private:
   [[noreturn]] void refuse(const std::string& fault) const;
-  void requireOwn(const struct stat& facts) const;
+  void requireUsable(const struct stat& facts) const;
   std::string readText(int descriptor) const;
 
   std::string path_;

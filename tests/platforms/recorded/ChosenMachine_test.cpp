@@ -1,6 +1,7 @@
 #include "platforms/recorded/ChosenMachine.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -15,12 +16,14 @@
 #include <nlohmann/json.hpp>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "KelvoraCore/Platform.h"
 
 #include "platforms/posix/FileLock.h"
 #include "ports/Ports.h"
+#include "tests/support/AnsweredCalls.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/FileCalls.h"
 #include "tests/support/ForwardingMainBundle.h"
@@ -81,6 +84,16 @@ platform::KernelStatus write(SMCConnection& connection, std::uint32_t key,
   const auto reply = connection.call(6, key, static_cast<std::uint32_t>(bytes.size()), 0, bytes);
   EXPECT_EQ(reply.result, 0);
   return reply.status;
+}
+
+// What the file cannot be used for; empty if it can.
+std::string faultOf(const std::function<void()>& use) {
+  try {
+    use();
+    return "";
+  } catch (const MachineFileError& error) {
+    return error.fault();
+  }
 }
 
 platform::IOObject serviceOf(const std::string& file) {
@@ -300,14 +313,7 @@ TEST_F(ChosenMachineTest, AWriteFailsWhileAnotherProgramKeepsTheLockAndNoneStill
 TEST_F(ChosenMachineTest, OnlyAFileOfTheAccountItselfIsUsed) {
   choose("MacBookPro15,1");
   const std::string whole = content();
-  const auto fault = [] {
-    try {
-      Platform::chosen();
-    } catch (const MachineFileError& error) {
-      return error.fault();
-    }
-    return std::string();
-  };
+  const auto fault = [] { return faultOf([] { Platform::chosen(); }); };
   EXPECT_EQ(fault(), "");
   struct stat facts = {};
   stat(file().c_str(), &facts);
@@ -333,6 +339,52 @@ TEST_F(ChosenMachineTest, OnlyAFileOfTheAccountItselfIsUsed) {
   EXPECT_EQ(fault(), "is not a file");
   Platform::chooseNone();
   EXPECT_EQ(Platform::chosen(), nullptr);
+}
+
+TEST_F(ChosenMachineTest, AFileOfMoreThan128MBIsNotRead) {
+  choose("MacBookPro15,1");
+  const auto fault = [] { return faultOf([] { Platform::chosen(); }); };
+  constexpr std::uintmax_t kMost = std::uintmax_t{128} << 20;
+  std::filesystem::resize_file(file(), kMost + 1);
+  EXPECT_EQ(fault(), "is larger than 128 MB");
+  std::filesystem::resize_file(file(), kMost);
+  chmod(file().c_str(), 0666);
+  EXPECT_EQ(fault(), "can be written by other accounts") << "not for its size";
+}
+
+TEST_F(ChosenMachineTest, AFileThatTheSystemCannotReadIsNamed) {
+  choose("MacBookPro15,1");
+  for (const unsigned call : {SYS_read, SYS_newfstatat}) {
+    ChildWork reader([&] {
+      platform::ChoiceFile choice(file());
+      answerCalls(call, EIO);
+      return faultOf([&] { choice.read(); }) == "cannot be read: Input/output error" ? 0 : 1;
+    });
+    EXPECT_EQ(reader.wait(), 0) << call;
+  }
+}
+
+TEST_F(ChosenMachineTest, AFileOfAnotherFormatIsNotUsed) {
+  choose("MacBookPro15,1");
+  std::string other = content();
+  const std::string format = "kelvora-choice";
+  other.replace(other.find(format), format.size(), "kelvora-chosen");
+  replace(other);
+  EXPECT_THROW(Platform::chosen(), MachineFileError);
+}
+
+TEST_F(ChosenMachineTest, AChoiceThatCannotBeLockedOrRemovedIsNamed) {
+  choose("MacBookPro15,1");
+  const std::string lock = file() + platform::kLockEnding;
+  std::filesystem::remove(lock);
+  std::filesystem::create_directories(lock);
+  EXPECT_EQ(faultOf([] { choose("iMac19,1"); }), "cannot be locked: Is a directory");
+  EXPECT_EQ(Platform::choice()->title, "MacBook Pro 15-inch 2018");
+  EXPECT_EQ(Platform::choice()->name, machineFile("MacBookPro15,1"));
+  std::filesystem::remove(file());
+  EXPECT_EQ(faultOf([this] { platform::ChoiceFile(file()).remove(); }), "") << "none again";
+  std::filesystem::create_directories(file() + "/x");
+  EXPECT_EQ(faultOf([] { Platform::chooseNone(); }), "cannot be removed: Directory not empty");
 }
 
 TEST_F(ChosenMachineTest, AFileOfAnotherAccountIsNotUsed) {

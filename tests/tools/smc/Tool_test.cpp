@@ -159,6 +159,18 @@ TEST_F(SMCToolOfAccount, ADamagedChoiceIsAStatusAndOneLine) {
   EXPECT_EQ(std::ranges::count(result.standardError, '\n'), 1);
 }
 
+TEST_F(SMCToolOfAccount, AWriteThatCannotBeStoredIsAStatusAndOneLineWithTheReason) {
+  const std::string file = *Platform::choiceFile();
+  std::filesystem::create_directories(file + ".new/x");
+  const auto result = run({writing("F0Md", "01"), environment()});
+  EXPECT_EQ(result.status, 78);
+  EXPECT_TRUE(result.standardError.starts_with(
+      "Kelvora SMC: F0Md: the SMC did not take the value (status e00002bc): " + file +
+      ": cannot be written: "))
+      << result.standardError;
+  EXPECT_EQ(std::ranges::count(result.standardError, '\n'), 1);
+}
+
 TEST_F(SMCToolOfAccount, TheEnvironmentChoosesNoOtherMachine) {
   auto variables = environment();
   variables.push_back("KELVORA_MACHINE=/no/such/machine.json");
