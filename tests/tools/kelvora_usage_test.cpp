@@ -154,6 +154,28 @@ TEST_F(KelvoraUsage, OfNothingIsAFailure) {
   }
 }
 
+TEST_F(KelvoraUsage, WhatIsNotKnownIsNullInJSONAsItIsADashInTheReport) {
+  const std::string file = machineWith(
+      R"(, "sysctl": {"hw.memsize": {"int64": 17179869184}},
+           "statistics": {"uptime": 1, "processorTicks": []})");
+  const json usage = jsonOf({"usage"}, file)["usage"];
+  for (const char* figure : {"free", "used", "active", "inactive", "wired", "other"}) {
+    EXPECT_TRUE(usage["memory"][figure].is_null()) << figure;
+  }
+  EXPECT_EQ(usage["memory"]["installed"], 17179869184);
+  EXPECT_EQ(usage["memory"]["accuracy"], "unknown");
+  for (const char* figure : {"total", "free", "used"}) {
+    EXPECT_TRUE(usage["disk"][figure].is_null()) << figure;
+  }
+  EXPECT_TRUE(usage["processor"]["total"].is_null());
+  const std::string report = outputOf({"usage"}, file);
+  EXPECT_THAT(report, HasSubstr("\nMemory\n  Used          –\n  Free          –\n"));
+  EXPECT_THAT(report, HasSubstr("\nStartup Disk\n  Used          –\n  Free          –\n"));
+  EXPECT_THAT(report, HasSubstr("  Total         –\n"));
+  const std::string nothing = machineWith(R"(, "statistics": {"uptime": 1})");
+  EXPECT_TRUE(jsonOf({"usage"}, nothing)["usage"]["memory"]["installed"].is_null());
+}
+
 TEST_F(KelvoraUsage, FollowsTheLanguageOfTheSettings) {
   ASSERT_EQ(runKelvora({"settings", "set", "currentLanguage", "de"}).status, 0);
   const std::string usage = outputOf({"usage"});

@@ -1,5 +1,6 @@
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <optional>
 #include <thread>
 
@@ -44,15 +45,26 @@ const char* nameOf(MemoryAccuracy accuracy) {
   }
 }
 
+Json bytesIf(bool isKnown, std::int64_t bytes) { return isKnown ? Json(bytes) : Json(nullptr); }
+
 Json jsonOf(const ZDMemoryUsage& memory) {
-  return {{"free", memory.free},
-          {"used", memory.used},
-          {"active", memory.active},
-          {"inactive", memory.inactive},
-          {"wired", memory.wired},
-          {"other", memory.other},
-          {"installed", installedMemory(memory)},
+  const bool isKnown = accuracyOf(memory) != MemoryAccuracy::kUnknown;
+  const std::int64_t installed = installedMemory(memory);
+  return {{"free", bytesIf(isKnown, memory.free)},
+          {"used", bytesIf(isKnown, memory.used)},
+          {"active", bytesIf(isKnown, memory.active)},
+          {"inactive", bytesIf(isKnown, memory.inactive)},
+          {"wired", bytesIf(isKnown, memory.wired)},
+          {"other", bytesIf(isKnown, memory.other)},
+          {"installed", bytesIf(installed > 0, installed)},
           {"accuracy", nameOf(accuracyOf(memory))}};
+}
+
+Json jsonOf(const ZDDiskUsage& disk) {
+  const bool isKnown = disk.total > 0;
+  return {{"total", bytesIf(isKnown, disk.total)},
+          {"free", bytesIf(isKnown, disk.free)},
+          {"used", bytesIf(isKnown, disk.used)}};
 }
 
 Json jsonNetwork(const UsageSample& sample) {
@@ -89,10 +101,7 @@ class UsageReport : public LiveReport {
     return {{"usage",
              {{"processor", jsonLoad(sample_)},
               {"memory", jsonOf(sample_.memory)},
-              {"disk",
-               {{"total", sample_.disk.total},
-                {"free", sample_.disk.free},
-                {"used", sample_.disk.used}}},
+              {"disk", jsonOf(sample_.disk)},
               {"network", jsonNetwork(sample_)},
               {"battery", jsonOf(sample_.battery)},
               {"uptime",
