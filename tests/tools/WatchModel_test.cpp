@@ -108,6 +108,21 @@ TEST_F(WatchModelTest, TheFilterFindsNamesAndKeysInAnyCase) {
   EXPECT_EQ(content().sensorsNote, "Kein Sensor passt zum Filter.");
 }
 
+TEST_F(WatchModelTest, TheFilterFindsTurkishNamesInAnyCaseAndKeysBesideThem) {
+  settings_.setCurrentLanguage("tr");
+  const std::vector<std::string> found{"CPU", "CPU Proximity sıcaklığı", "Ortalama CPU sıcaklığı",
+                                       "GPU", "GPU Proximity sıcaklığı"};
+  for (const char* filter : {"sıcaklığı", "SICAKLIĞI", "sIcAkLıĞı"}) {
+    model_.setFilter(filter);
+    EXPECT_EQ(names(), found) << filter;
+  }
+  WatchReading reading;
+  reading.sensors = {sensorOf("TICI", "TICI", 12, SensorTypeTemperature, SensorGroupCPU)};
+  model_.setReading(reading);
+  model_.setFilter("tici");
+  EXPECT_EQ(names().size(), 2U);
+}
+
 TEST_F(WatchModelTest, UnitsAndLanguageFollowTheSettings) {
   EXPECT_EQ(row(content(), "CPU Proximity Temperature")->value, "45°C");
   settings_.setTempUnitCelsius(false);

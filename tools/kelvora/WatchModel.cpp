@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
 #include "KelvoraCore/KVExtension.h"
@@ -109,13 +110,31 @@ Meter batteryMeter(const UsageSample& usage, const Texts& texts) {
   return {label, formatted("%.0f%%", fraction * 100) + charging, fraction, toneOf(1 - fraction)};
 }
 
-icu::UnicodeString folded(const std::string& text) {
-  return icu::UnicodeString::fromUTF8(text).foldCase();
-}
+/// Finds a part of texts in any case: by the rules of most languages, and by those of Turkish,
+/// where "I" is the capital of "ı". A list of sensors has names and keys of both kinds.
+class Filter {
+ public:
+  explicit Filter(const std::string& part) {
+    std::ranges::transform(kRules, parts_.begin(),
+                           [&](std::uint32_t rules) { return folded(part, rules); });
+  }
+  bool fits(const std::string& text) const {
+    bool isFound = false;
+    for (std::size_t i = 0; i < kRules.size(); ++i) {
+      isFound = isFound || parts_[i].isEmpty() || folded(text, kRules[i]).indexOf(parts_[i]) >= 0;
+    }
+    return isFound;
+  }
 
-bool holds(const std::string& text, const icu::UnicodeString& part) {
-  return part.isEmpty() || folded(text).indexOf(part) >= 0;
-}
+ private:
+  static constexpr std::array<std::uint32_t, 2> kRules{U_FOLD_CASE_DEFAULT,
+                                                       U_FOLD_CASE_EXCLUDE_SPECIAL_I};
+  static icu::UnicodeString folded(const std::string& text, std::uint32_t rules) {
+    return icu::UnicodeString::fromUTF8(text).foldCase(rules);
+  }
+
+  std::array<icu::UnicodeString, kRules.size()> parts_;
+};
 
 // What the display settings of the product let through.
 bool isLetThrough(const Sensor& sensor, KVSettings& settings) {
@@ -213,7 +232,7 @@ void WatchModel::addSensors(WatchContent& content, KVSettings& settings, const T
     return;
   }
   std::size_t hidden = 0;
-  const icu::UnicodeString wanted = folded(filter_);
+  const Filter wanted(filter_);
   const Sensor* previous = nullptr;
   for (const SensorPtr& sensor : inOrder(reading_->sensors)) {
     if (!showsAll_ && !isLetThrough(*sensor, settings)) {
@@ -221,7 +240,7 @@ void WatchModel::addSensors(WatchContent& content, KVSettings& settings, const T
       continue;
     }
     const std::string name = printable(labelText(*sensor, texts));
-    if (!holds(name, wanted) && !holds(sensor->key, wanted)) {
+    if (!wanted.fits(name) && !wanted.fits(sensor->key)) {
       continue;
     }
     if (previous == nullptr || previous->group != sensor->group) {
