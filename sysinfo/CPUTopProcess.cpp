@@ -38,12 +38,11 @@ void readField(const ArchiveValue::Object& object, const char* name, T& field) {
 }
 
 ArchiveValue objectOf(const CPUTopProcess& process) {
-  ArchiveValue::Object object(kClassName, {{"pid", process.pid}, {"command", process.command}});
-  if (process.name) {
-    object.add("name", *process.name);
-  }
-  object.add("usage", process.usage);
-  return object;
+  return ArchiveValue::Object(
+      kClassName, {{"pid", process.pid},
+                   {"command", process.command},
+                   {"name", process.name ? ArchiveValue(*process.name) : ArchiveValue()},
+                   {"usage", process.usage}});
 }
 
 std::optional<CPUTopProcess> processOf(const ArchiveValue& value) {

@@ -31,7 +31,7 @@ struct KELVORA_EXPORT CPUTopProcess {
 // "command", "name" and "usage". Bytes from elsewhere are safe to read: only this class, lists,
 // numbers and texts are accepted. All on any thread; nothing is logged.
 
-/// The record as an archive; without a name it has no "name" key.
+/// The record as an archive; without a name its "name" is null.
 KELVORA_EXPORT std::vector<std::byte> archiveOfTopProcess(const CPUTopProcess& process);
 /// The list as an archive, in its order.
 KELVORA_EXPORT std::vector<std::byte> archiveOfTopProcesses(
