@@ -57,6 +57,9 @@ RecordedMachine machineAt(const JSONPlace& root) {
     machine.architecture = architectureAt(place);
   });
   root.member("title", [&](const JSONPlace& title) { machine.title = title.text(); });
+  if (machine.title.empty()) {
+    machine.title = "Unnamed Mac";
+  }
   root.member("notes", [&](const JSONPlace& notes) { machine.notes = notes.text(); });
   readHardware(root, machine);
   readSystem(root, machine);
