@@ -380,7 +380,7 @@ class Terminals(unittest.TestCase):
     def test_plain_ASCII_where_the_locale_has_no_more(self, pane):
         pane.run("settings", "set", "currentLanguage", "de")
         screen = pane.watch(shown="q Ende")
-        screen = pane.wait_for("37 C", "Lufter 1", "< 94%")
+        screen = pane.wait_for("37 C", "Lufter 1", "<= 94%")
         self.assertTrue(screen.isascii(), screen)
 
 

@@ -17,7 +17,7 @@ constexpr char kUTF8[] = "UTF-8";
 
 // Signs of the reports come first: their columns need one character for one.
 constexpr char16_t kReplacements[] =
-    u"° > ' '; … > '~'; – > '-'; █ > '#'; ░ > '.'; ↑ > '^'; ↓ > v; ≤ > '<'; :: Latin-ASCII;";
+    u"° > ' '; … > '~'; – > '-'; █ > '#'; ░ > '.'; ↑ > '^'; ↓ > v; :: Latin-ASCII;";
 
 std::string localeOfCharacters() {
   for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {

@@ -12,6 +12,7 @@
 #include "KelvoraCore/KVExtension.h"
 
 #include "tools/kelvora/ByteText.h"
+#include "tools/kelvora/CharacterSet.h"
 #include "tools/kelvora/SensorGroups.h"
 #include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/Text.h"
@@ -73,7 +74,9 @@ Meter memoryMeter(const UsageSample& usage, const Texts& texts) {
   }
   const auto used = static_cast<double>(usage.memory.used);
   const auto all = static_cast<double>(installedMemory(usage.memory));
-  const std::string sign = accuracy == MemoryAccuracy::kExact ? "" : "≤ ";
+  // Wider, so that it is chosen here and not when it is written.
+  const std::string atMost = isInCharacterSetOfLocale("≤") ? "≤ " : "<= ";
+  const std::string sign = accuracy == MemoryAccuracy::kExact ? "" : atMost;
   return filled(label, sign + shareText(used / all, binaryByteText(all)), used / all);
 }
 
