@@ -266,6 +266,20 @@ TEST_F(KelvoraUsage, AWatchOfProcessesListsThemEachTime) {
   EXPECT_EQ(watch.wait(), 0);
 }
 
+TEST_F(KelvoraUsage, TheIntervalMayHaveAUnit) {
+  for (const char* interval : {"1m", "1h", "3600s"}) {
+    const ProgramResult result = runKelvora(
+        {"usage", "--watch", "--every", interval, "--machine", folder_.path("no such file")});
+    EXPECT_THAT(result.standardError, HasSubstr("no such file")) << "the interval is no fault";
+  }
+  ChildProgram watch(KELVORA_PROGRAM, {"top", "-n", "1", "--machine", "iMac19,1", "--watch",
+                                       "--every", "0.2s", "--json"});
+  EXPECT_NE(watch.nextLine(), "");
+  EXPECT_NE(watch.nextLine(), "");
+  watch.signal(SIGINT);
+  EXPECT_EQ(watch.wait(), 0);
+}
+
 TEST_F(KelvoraUsage, AWatchThatNobodyReadsAnyMoreEnds) {
   const ProgramResult result = runProgram(
       "/bin/sh", {"-c", std::string("'") + KELVORA_PROGRAM +
@@ -278,10 +292,14 @@ TEST_F(KelvoraUsage, WrongArgumentsAreRefused) {
     expectUsageError({command, "--every", "2"}, "--every needs --watch");
     expectUsageError({command, "--watch", "--every", "0.1"}, "--every takes 0.2 to 3600 seconds");
     expectUsageError({command, "--watch", "--every", "3601"}, "--every takes 0.2 to 3600 seconds");
-    expectUsageError({command, "--watch", "--every", "nan"}, "--every takes 0.2 to 3600 seconds");
+    expectUsageError({command, "--watch", "--every", "1e999"}, "--every");
+    expectUsageError({command, "--watch", "--every", "nan"}, "--every: nan unit not recognized");
     expectUsageError({command, "--watch", "--every", "often"}, "--every");
     expectUsageError({command, "now"}, "now");
     expectUsageError({command, "--machine", "iMac99"}, "iMac99");
+  }
+  for (const char* interval : {"100ms", "2h", "1 minute"}) {
+    expectUsageError({"usage", "--watch", "--every", interval}, "--every");
   }
   for (const char* count : {"0", "-1", "1.5", "10001", "nan"}) {
     expectUsageError({"top", "-n", count}, "-n takes a whole number from 1 to 10000");
@@ -313,6 +331,35 @@ TEST_F(KelvoraUsage, TheBusiestProcessesHaveTheNamesOfTheirApplications) {
       (json{{{"pid", 412}, {"command", "Safari"}, {"name", "Safari"}, {"usage", 38.4}},
             {{"pid", 167}, {"command", "WindowServer"}, {"name", nullptr}, {"usage", 12.5}}}));
   EXPECT_EQ(jsonOf({"top"})["processes"].size(), 7U) << "all that there are, for ten";
+}
+
+TEST_F(KelvoraUsage, ANarrowTerminalHasANarrowListWithoutBars) {
+  const auto top = [](unsigned short columns) {
+    return runInTerminal(KELVORA_PROGRAM, {"top", "-n", "2", "--machine", "MacBookPro15,1"},
+                         columns)
+        .standardOutput;
+  };
+  EXPECT_THAT(top(39), EndsWith("    PID     CPU Process\n"
+                                "    412  38.4 % Safari\n"
+                                "    167  12.5 % WindowServer\n"));
+  EXPECT_THAT(top(20), EndsWith("    PID     CPU Pro…\n"
+                                "    412  38.4 % Saf…\n"
+                                "    167  12.5 % Win…\n"));
+  for (const char* command : {"usage", "top", "overview"}) {
+    for (const unsigned short columns : std::initializer_list<unsigned short>{20, 24, 30}) {
+      expectToFit(runInTerminal(KELVORA_PROGRAM, {command, "--machine", "MacBookPro10,1"}, columns)
+                      .standardOutput,
+                  columns);
+    }
+  }
+}
+
+TEST_F(KelvoraUsage, AMachineFileWithoutATitleIsOfAnUnnamedMac) {
+  const std::string file = folder_.write(
+      "untitled.json", R"({"format": "kelvora-machine", "version": 1, "architecture": "arm64"})");
+  const ProgramResult result = runKelvora({"usage", "--machine", file});
+  EXPECT_EQ(firstLine(result.standardOutput), "Unnamed Mac (recorded)");
+  EXPECT_THAT(result.standardError, HasSubstr("kelvora: Unnamed Mac: no usage"));
 }
 
 TEST_F(KelvoraUsage, AProcessCannotControlTheTerminal) {

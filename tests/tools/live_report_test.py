@@ -212,6 +212,12 @@ class LiveReports(unittest.TestCase):
         terminal.type("q")
         self.assert_restored(terminal)
 
+    def test_a_text_beyond_the_last_column_moves_no_other(self):
+        terminal = self.terminal(columns=15, rows=10)
+        terminal.start("top --machine MacBookPro15,1 --watch -n 3")
+        terminal.wait_for("    PID     CPU\n    412  38.4 %\n    167  12.5 %\n      0   6.1 %\n")
+        terminal.type("q")
+
     def test_json_on_a_terminal_is_lines(self):
         terminal = self.terminal()
         terminal.start("top --machine MacBookPro15,1 --watch --every 0.2 -n 1 --json")

@@ -30,6 +30,12 @@ std::vector<std::string> broken(const std::string& value, std::size_t start, std
   return wrapped(value, columns == 0 ? 0 : std::max(columns, start + 1) - start);
 }
 
+// A text from a column on, cut where a terminal of `columns` ends.
+std::string cut(const std::string& text, std::size_t start, std::size_t columns) {
+  const bool fits = columns == 0 || start + displayWidth(text) <= columns;
+  return fits ? text : fitted(text, std::max(columns, start) - start);
+}
+
 // Whether a value can be at the right of its name, which ends before `start`. Else it is below.
 bool fits(const std::string& value, std::size_t start, std::size_t columns) {
   const auto isShort = [&](const std::string& part) {
@@ -80,13 +86,14 @@ std::size_t LineGroup::nameWidth() const {
 Screen LineGroup::lines(std::size_t nameWidth, std::size_t columns) const {
   Screen screen;
   if (!lines_.empty() && !heading_.empty()) {
-    screen.push_back({{0, printable(heading_), Tone::kHeading}});
+    screen.push_back({{0, cut(printable(heading_), 0, columns), Tone::kHeading}});
   }
   for (const Line& line : lines_) {
     const std::size_t beside = kIndent + nameWidth + kGap;
     const bool isBeside = fits(line.value, beside, columns);
     screen.push_back(
-        {{kIndent, isBeside ? fitted(line.name, nameWidth) : line.name, Tone::kFaint}});
+        {{kIndent, isBeside ? fitted(line.name, nameWidth) : cut(line.name, kIndent, columns),
+          Tone::kFaint}});
     if (!isBeside) {
       screen.emplace_back();
     }

@@ -28,7 +28,7 @@ constexpr double kLongestInterval = 3600;
 // When the sample after one at `time` is due. What was missed, because the computer slept say, is
 // not made up for.
 Clock::time_point nextTime(Clock::time_point time, const Options& options) {
-  const auto every = options.number("--every");
+  const auto every = options.seconds("--every");
   const std::chrono::duration<double> interval(every ? *every
                                                      : KVSettingsSnapshot().updateInterval());
   return std::max(time + std::chrono::duration_cast<Clock::duration>(interval), Clock::now());
@@ -170,19 +170,18 @@ std::vector<Argument> watchArguments() {
            .kind = Argument::Kind::kFlag,
            .description = "Again and again; on a terminal until q, Esc or an interrupt"},
           {.name = "--every",
-           .kind = Argument::Kind::kNumber,
-           .description = "With --watch: seconds between samples, 0.2 to 3600, in place of the "
-                          "setting updateFrequency",
-           .typeName = "SECONDS"}};
+           .kind = Argument::Kind::kDuration,
+           .description = "With --watch: time between samples, 0.2 s to 1 h, in place of the "
+                          "setting updateFrequency"}};
 }
 
 bool isWatched(const Options& options) {
-  const auto every = options.number("--every");
+  const auto every = options.seconds("--every");
   if (every && !options.has("--watch")) {
     throw CommandError(kExitUsage, "--every needs --watch");
   }
   if (every && !(*every >= kShortestInterval && *every <= kLongestInterval)) {
-    throw CommandError(kExitUsage, "--every takes 0.2 to 3600 seconds");
+    throw CommandError(kExitUsage, "--every takes 0.2 to 3600 seconds, e.g. 0.5, 5 or 1m");
   }
   return options.has("--watch");
 }

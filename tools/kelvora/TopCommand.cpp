@@ -29,10 +29,35 @@ namespace {
 constexpr std::int64_t kUsualCount = 10;
 constexpr std::int64_t kMostCount = 10000;
 
-constexpr std::size_t kIdentifierColumns = 9;
-constexpr std::size_t kUsageColumns = 9;
-constexpr std::size_t kGap = 2;
-constexpr std::size_t kMostBarColumns = 20;
+/// The columns of a list on a terminal; 0 is a pipe or file.
+struct ListColumns {
+  explicit ListColumns(std::size_t terminal) {
+    constexpr std::size_t kLeastWithBars = 40;
+    constexpr std::size_t kMostBar = 20;
+    if (terminal == 0) {
+      return;
+    }
+    if (terminal >= kLeastWithBars) {
+      bar = std::min(terminal / 4, kMostBar);
+    } else {
+      identifier = 7;
+      usage = 8;
+      gap = 1;
+    }
+    name = std::max(terminal, nameStart()) - nameStart();
+  }
+  std::size_t barStart() const { return identifier + usage + gap; }
+  std::size_t nameStart() const { return barStart() + (bar == 0 ? 0 : bar + gap); }
+  std::string nameText(const std::string& text) const {
+    return name && displayWidth(text) > *name ? fitted(text, *name) : text;
+  }
+
+  std::size_t identifier = 9;
+  std::size_t usage = 9;
+  std::size_t gap = 2;
+  std::size_t bar = 0;
+  std::optional<std::size_t> name;  // none is no limit
+};
 
 /// Keeps what a reader lists.
 class Listener : public CPUReaderDelegate {
@@ -79,13 +104,15 @@ class TopReport : public LiveReport {
   Screen lines(std::size_t columns) const override {
     KVSettingsSnapshot settings;
     const KVLocalized::Texts texts(settings, platform_);
+    const ListColumns list(columns);
     Screen screen(1);
     screen.push_back(
-        {{0, rightAligned("PID", kIdentifierColumns) + rightAligned("CPU", kUsageColumns),
+        {{0, rightAligned("PID", list.identifier) + rightAligned("CPU", list.usage),
           Tone::kHeading},
-         {nameColumn(columns), localizedText("usage-process", "Process", texts), Tone::kHeading}});
+         {list.nameStart(), list.nameText(localizedText("usage-process", "Process", texts)),
+          Tone::kHeading}});
     for (const CPUTopProcess& process : listed()) {
-      screen.push_back(lineOf(process, columns));
+      screen.push_back(lineOf(process, list));
     }
     return screen;
   }
@@ -95,26 +122,16 @@ class TopReport : public LiveReport {
   std::vector<CPUTopProcess> listed() const {
     return listener_->list.value_or(std::vector<CPUTopProcess>());
   }
-  static std::size_t barColumns(std::size_t columns) {
-    return std::min(columns / 4, kMostBarColumns);
-  }
-  static std::size_t nameColumn(std::size_t columns) {
-    const std::size_t bar = barColumns(columns);
-    return kIdentifierColumns + kUsageColumns + kGap + (bar == 0 ? 0 : bar + kGap);
-  }
-  static ScreenLine lineOf(const CPUTopProcess& process, std::size_t columns) {
+  static ScreenLine lineOf(const CPUTopProcess& process, const ListColumns& list) {
     constexpr double kWholeProcessor = 100;
-    ScreenLine line{{0, rightAligned(std::to_string(process.pid), kIdentifierColumns)},
-                    {kIdentifierColumns, rightAligned(percentText(process.usage), kUsageColumns)}};
-    if (const std::size_t bar = barColumns(columns)) {
-      line.push_back({kIdentifierColumns + kUsageColumns + kGap,
-                      barText(process.usage / kWholeProcessor, bar),
+    ScreenLine line{{0, rightAligned(std::to_string(process.pid), list.identifier)},
+                    {list.identifier, rightAligned(percentText(process.usage), list.usage)}};
+    if (list.bar > 0) {
+      line.push_back({list.barStart(), barText(process.usage / kWholeProcessor, list.bar),
                       toneOf(process.usage / kWholeProcessor)});
     }
-    const std::string name = printable(process.name.value_or(process.command));
-    const std::size_t start = nameColumn(columns);
-    const bool isTooLong = columns > 0 && start + displayWidth(name) > columns;
-    line.push_back({start, isTooLong ? fitted(name, std::max(columns, start) - start) : name});
+    line.push_back(
+        {list.nameStart(), list.nameText(printable(process.name.value_or(process.command)))});
     return line;
   }
 
