@@ -1,12 +1,11 @@
 #include "base/PropertyListFile.h"
 
 #include <array>
-#include <cerrno>
-#include <cstdio>
-#include <memory>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
+#include "base/InputFile.h"
 #include "base/PropertyListNodes.h"
 
 namespace kelvora {
@@ -69,19 +68,23 @@ PropertyListReading parsePropertyList(std::span<const std::byte> bytes) {
   return nodes.root == nullptr ? refused(nodes.failure) : valueOfNode(nodes.root.get(), 0);
 }
 
-PropertyListReading readPropertyListFile(const std::string& path) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"),
-                                                             &std::fclose);
-  if (!file) {
-    return refused(std::generic_category().message(errno));
+PropertyListReading readPropertyListFile(const std::string& path, std::size_t mostBytes) {
+  std::error_code error;
+  const std::filesystem::file_status facts = std::filesystem::status(path, error);
+  if (std::filesystem::exists(facts) && !std::filesystem::is_regular_file(facts)) {
+    return refused("not a file");
   }
-  std::vector<std::byte> bytes;
-  std::array<std::byte, 16384> buffer{};
-  while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), file.get())) {
+  InputFile file(path);
+  std::vector<char> bytes;
+  std::array<char, 16384> buffer{};
+  while (const std::size_t count = file.read(buffer)) {
     bytes.insert(bytes.end(), buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
+    if (bytes.size() > mostBytes) {
+      return refused("larger than " + std::to_string(mostBytes / 1024) + " KB");
+    }
   }
-  return std::ferror(file.get()) != 0 ? refused(std::generic_category().message(errno))
-                                      : parsePropertyList(bytes);
+  return file.error() != 0 ? refused(std::generic_category().message(file.error()))
+                           : parsePropertyList(std::as_bytes(std::span(bytes)));
 }
 
 std::vector<std::byte> serializePropertyList(const PropertyListValue& value,

@@ -24,9 +24,13 @@ enum class PropertyListFormat : std::uint8_t { kBinary, kXML };
 /// which only a keyed archive holds. Never throws on foreign bytes. Any thread.
 PropertyListReading parsePropertyList(std::span<const std::byte> bytes);
 
-/// The same for a file; a failure also names what the system said, e.g. "No such file or
-/// directory".
-PropertyListReading readPropertyListFile(const std::string& path);
+/// How much of a property list's file is read.
+inline constexpr std::size_t kMostPropertyListBytes = std::size_t{16} << 20;
+
+/// The same for a file of up to `mostBytes`; a failure also names what the system said, e.g. "No
+/// such file or directory". Refuses what is no file, e.g. a named pipe, and waits for nobody.
+PropertyListReading readPropertyListFile(const std::string& path,
+                                         std::size_t mostBytes = kMostPropertyListBytes);
 
 /// Returns the bytes of a property list. What is not UTF-8 in a text is written as U+FFFD; a text
 /// ends at its first NUL. Instants keep microseconds, from 1933 to 2069.

@@ -21,6 +21,9 @@ constexpr std::int64_t kLongestTimeout = 86'400'000;
 // What `Files::replace` adds to the name of a file while it writes.
 constexpr char kOfWriter[] = ".new";
 
+// A lease has a few hundred bytes; at its path may be anything.
+constexpr std::size_t kMostBytes = 65'536;
+
 template <typename Value>
 const Value* member(const PropertyListValue::Dictionary& values, const char* key) {
   const auto found = values.find(key);
@@ -131,7 +134,7 @@ LeaseReading readLease(Platform& platform, std::uint64_t fan) {
   if (!path || !platform.files().exists(*path)) {
     return {};
   }
-  const PropertyListReading reading = readPropertyListFile(*path);
+  const PropertyListReading reading = readPropertyListFile(*path, kMostBytes);
   LeaseReading result{true, reading.value ? recordIn(*reading.value) : std::nullopt, ""};
   if (!result.record || result.record->fan.fan != fan) {
     result.record.reset();

@@ -6,6 +6,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tests/support/TemporaryFolder.h"
 
@@ -146,7 +147,25 @@ TEST(PropertyListFile, NestingBeyondAHundredLevelsIsRefused) {
 TEST(PropertyListFile, AMissingFileTellsWhatTheSystemSaid) {
   const testing::TemporaryFolder folder;
   EXPECT_EQ(readPropertyListFile(folder.path("none.plist")).failure, "No such file or directory");
-  EXPECT_EQ(readPropertyListFile(folder.path("")).failure, "Is a directory");
+}
+
+TEST(PropertyListFile, OnlyAFileIsReadAndNobodyIsWaitedFor) {
+  const testing::TemporaryFolder folder;
+  ASSERT_EQ(mkfifo(folder.path("pipe.plist").c_str(), 0600), 0);
+  EXPECT_EQ(readPropertyListFile(folder.path("pipe.plist")).failure, "not a file");
+  EXPECT_EQ(readPropertyListFile(folder.path("")).failure, "not a file");
+  EXPECT_EQ(readPropertyListFile("/dev/zero").failure, "not a file");
+}
+
+TEST(PropertyListFile, AFileBeyondTheLimitIsRefused) {
+  const testing::TemporaryFolder folder;
+  const std::string start = "<plist version=\"1.0\"><string>";
+  const std::string end = "</string></plist>";
+  const std::string inside(4096 - start.size() - end.size(), 'x');
+  folder.write("most.plist", start + inside + end);
+  folder.write("more.plist", start + inside + "x" + end);
+  EXPECT_EQ(readPropertyListFile(folder.path("most.plist"), 4096).value, PropertyListValue(inside));
+  EXPECT_EQ(readPropertyListFile(folder.path("more.plist"), 4096).failure, "larger than 4 KB");
 }
 
 TEST(PropertyListFile, AFileIsReadInEitherFormat) {

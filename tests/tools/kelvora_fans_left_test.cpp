@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 #include "tests/tools/KelvoraFans.h"
 #include "tests/tools/KelvoraProgram.h"
@@ -96,6 +97,25 @@ TEST_F(KelvoraFans, OfALeaseThatCannotBeReadAreListedWithAnotherProgram) {
   EXPECT_THAT(list.standardError, StartsWith("kelvora: fan 1: left behind by another program, not "
                                              "handed back: "));
   EXPECT_THAT(list.standardOutput, HasSubstr("left behind by another program\n"));
+}
+
+// Nobody writes to the pipe: a reader would wait for ever.
+TEST_F(KelvoraFans, OfALeaseThatIsAPipeOrTooLargeAreReportedWithItsPath) {
+  choose(kWithMinimum);
+  const std::string large =
+      home_.write("data/group.com.kelvora/Fan0.plist", std::string(65'537, ' '));
+  const std::string pipe = home_.path("data/group.com.kelvora/Fan1.plist");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const ProgramResult list = run({"fans"});
+  EXPECT_EQ(list.status, 1);
+  const std::string left = ": left behind by another program, not handed back: ";
+  EXPECT_EQ(list.standardError, "kelvora: fan 0" + left + large + ": larger than 64 KB\n" +
+                                    "kelvora: fan 1" + left + pipe + ": not a file\n");
+  EXPECT_THAT(run({"doctor"}).standardOutput, HasSubstr(pipe + ": not a file"));
+  EXPECT_EQ(run({"fans", "hold", "1=3000", "--for", "1"}).status, 1);
+  choose(kWithModes);
+  EXPECT_EQ(run({"fans"}).status, 0) << "their modes are known";
+  EXPECT_FALSE(isOnDisk(1));
 }
 
 }  // namespace
