@@ -1,8 +1,10 @@
 // Fans that are handed back.
 #include <filesystem>
+#include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "tests/tools/KelvoraFans.h"
 #include "tests/tools/KelvoraProgram.h"
@@ -11,6 +13,10 @@ namespace kelvora::testing {
 namespace {
 
 namespace fs = std::filesystem;
+using nlohmann::json;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 TEST_F(KelvoraFans, HandedBackLeaveTheOthersOfTheirHolderAtTheirSpeeds) {
@@ -45,6 +51,75 @@ TEST_F(KelvoraFans, ThatCannotBeHandedBackAreReported) {
   EXPECT_EQ(missing.standardError,
             "kelvora: fan 1: not handed back: the privileged tool is not installed ('kelvora fans "
             "permit' installs it)\n");
+}
+
+TEST_F(KelvoraFans, AreNotSaidToBeWrittenWhenTheToolRefuses) {
+  ASSERT_EQ(runProgram(home_.path(kTool), {"-k", "F1Md", "-w", "01"}).status, 0);
+  home_.write(kTool, "#!/bin/sh\nexit 1\n");
+  const ProgramResult failed = run({"fans", "auto", "all"});
+  EXPECT_EQ(failed.status, 1);
+  EXPECT_THAT(failed.standardOutput, HasSubstr("0  Fan 1  nothing written  now "));
+  EXPECT_THAT(failed.standardOutput, HasSubstr("1  Fan 2  nothing written  now "));
+  EXPECT_THAT(failed.standardOutput, Not(HasSubstr("handed back")));
+}
+
+// The tool writes one of the two keys of a fan.
+TEST_F(KelvoraFans, AreReportedWithTheOneKeyThatWasWritten) {
+  ASSERT_EQ(runProgram(home_.path(kTool), {"-k", "F1Md", "-w", "01"}).status, 0);
+  fs::rename(home_.path(kTool), home_.path("tool"));
+  home_.write(
+      kTool, "#!/bin/sh\ncase $2 in F1Md) exit 1;; esac\nexec " + home_.path("tool") + " \"$@\"\n");
+  fs::permissions(home_.path(kTool), fs::perms(0755));
+  const ProgramResult target = run({"fans", "auto", "1"});
+  EXPECT_EQ(target.status, 1);
+  EXPECT_THAT(target.standardOutput,
+              StartsWith("1  Fan 2  target set to 2000 rpm  now 2000 rpm, fixed, "));
+  home_.write(
+      kTool, "#!/bin/sh\ncase $2 in F1Tg) exit 1;; esac\nexec " + home_.path("tool") + " \"$@\"\n");
+  const ProgramResult mode = run({"fans", "auto", "1", "--json"});
+  EXPECT_EQ(mode.status, 0) << "it is the system's";
+  EXPECT_EQ(json::parse(mode.standardOutput).at("fans").at(0).at("written"),
+            (json{{"mode", "automatic"}, {"target", nullptr}, {"minimum", nullptr}}));
+  fs::rename(home_.path("tool"), home_.path(kTool));
+}
+
+TEST_F(KelvoraFans, OfAMacThatLacksTheirKeysAreNotSaidToBeHandedBack) {
+  choose("iMac19,1");
+  const ProgramResult back = run({"fans", "auto", "0"});
+  EXPECT_EQ(back.status, 1);
+  EXPECT_THAT(back.standardOutput, HasSubstr("nothing written"));
+}
+
+// Their minimum may be raised, and nobody knows what it was.
+TEST_F(KelvoraFans, WithoutModesOfALeaseThatCannotBeReadAreNotSaidToBeBack) {
+  choose(kWithMinimum);
+  const std::string lease = home_.write("data/group.com.kelvora/Fan0.plist", "no lease");
+  ASSERT_EQ(runProgram(home_.path(kTool), {"-k", "F0Mn", "-w", "2ee0"}).status, 0);
+  const ProgramResult back = run({"fans", "auto", "0"});
+  EXPECT_EQ(back.status, 1);
+  EXPECT_THAT(back.standardOutput, HasSubstr("nothing written"));
+  EXPECT_THAT(back.standardError,
+              EndsWith("kelvora: fan 0: not handed back: the minimum that it had before is not "
+                       "known: " +
+                       lease +
+                       ": not a property list; remove that file once the minimum is right (a "
+                       "restart of the Mac resets it)\n"));
+  fs::remove(lease);
+  EXPECT_EQ(run({"fans", "set", "0", "3500"}).status, 0);
+}
+
+TEST_F(KelvoraFans, WithoutModesWhoseMinimumCannotBeRestoredAreReported) {
+  choose(kWithMinimum);
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  killEverything();
+  const std::string tool = home_.read(kTool);
+  home_.write(kTool, "#!/bin/sh\nexit 1\n");
+  const ProgramResult back = run({"fans", "auto", "0"});
+  EXPECT_EQ(back.status, 1);
+  EXPECT_THAT(back.standardOutput, StartsWith("0  Leftside  nothing written  now 3000 rpm, "));
+  EXPECT_THAT(back.standardError, EndsWith("fan 0: not handed back: the privileged tool could not "
+                                           "write it\n"));
+  home_.write(kTool, tool);
 }
 
 }  // namespace

@@ -38,28 +38,46 @@ std::vector<std::uint64_t> chosenFans(const FanControl& control,
   return {fans.begin(), fans.end()};
 }
 
+// On a machine without modes, of a lease that cannot be read.
+bool lacksEarlierMinimum(const FanState& fan, bool hasModes) {
+  return !hasModes && fan.lease && !fan.lease->minimum;
+}
+
 // Whether the fan is the system's: by its mode, or because nothing raises its minimum.
 bool isBack(const FanState& fan, bool hasModes) {
   constexpr double kRounding = 1;  // a speed is written in whole revolutions
-  return hasModes ? fan.isFixed == false
-                  : !fan.raisedTo || *fan.raisedTo < fan.minimum.value_or(0) + kRounding;
+  if (hasModes) {
+    return fan.isFixed == false;
+  }
+  return !lacksEarlierMinimum(fan, hasModes) &&
+         (!fan.raisedTo || *fan.raisedTo < fan.minimum.value_or(0) + kRounding);
 }
 
 std::uint64_t wholeSpeed(const std::optional<double>& speed) {
   return speed && *speed > 0 ? static_cast<std::uint64_t>(std::llround(*speed)) : 0;
 }
 
-// Whether it has succeeded is read afterwards.
-FanWritten handBack(FanControl& control, const FanState& fan, const FanState& before) {
-  if (!control.hasModes() && !fan.lease) {
-    // Its holder has restored the minimum at its end, or there was none.
-    return {.minimum = before.lease ? before.minimum : std::nullopt};
+// Returns the speed that was written; none if nothing was, or it failed.
+std::optional<double> handBack(FanControl& control, const FanState& fan) {
+  if (!control.hasModes() && !fan.raisedTo) {
+    return std::nullopt;
   }
   const std::uint64_t minimum = wholeSpeed(fan.minimum);
-  control.controller().setSpeed(minimum, fan.index, /*autoMode=*/true);
-  const auto written = static_cast<double>(minimum);
-  return control.hasModes() ? FanWritten{.isFixed = false, .target = written}
-                            : FanWritten{.minimum = written};
+  const bool isWritten = control.controller().setSpeed(minimum, fan.index, /*autoMode=*/true);
+  return isWritten ? std::optional(static_cast<double>(minimum)) : std::nullopt;
+}
+
+// The controller reports the last of its writes; whether the mode was written is read. An own
+// holder has handed its fan back at its end.
+FanWritten writtenTo(const FanState& before, const FanState& after, bool hasModes,
+                     std::optional<double> speed) {
+  if (!hasModes) {
+    const bool isRestored = before.raisedTo && !after.lease;
+    return {.minimum = isRestored ? before.minimum : speed};
+  }
+  const bool isChanged = speed || before.isFixed != false;
+  return {.isFixed = isChanged && after.isFixed == false ? std::optional(false) : std::nullopt,
+          .target = speed};
 }
 
 // Ends the own holders of the fans; their other fans stay at their speeds in a holder of their own.
@@ -77,6 +95,10 @@ std::string faultOf(FanControl& control, const FanState& fan) {
   }
   if (control.hasModes() && !fan.isFixed) {
     return ": its mode cannot be read";
+  }
+  if (lacksEarlierMinimum(fan, control.hasModes())) {
+    return ": the minimum that it had before is not known: " + fan.lease->fault +
+           "; remove that file once the minimum is right (a restart of the Mac resets it)";
   }
   return KVUtils::smcExeOwnership(control.machine().platform)
              ? ": the privileged tool could not write it"
@@ -118,13 +140,15 @@ int runFansAuto(const Options& options, StandardOutput& output) {
   const std::vector<FanState> before = control.fans();
   int status = endHolders(control, fans);
   control.readAgain();
-  std::vector<FanChange> changes(fans.size());
-  for (std::size_t i = 0; i < fans.size(); ++i) {
-    changes[i].written = handBack(control, control.fan(fans[i]), before.at(fans[i]));
+  std::vector<std::optional<double>> speeds;
+  for (const std::uint64_t fan : fans) {
+    speeds.push_back(handBack(control, control.fan(fan)));
   }
   control.readAgain();
+  std::vector<FanChange> changes;
   for (std::size_t i = 0; i < fans.size(); ++i) {
-    changes[i].read = control.fan(fans[i]);
+    const FanState& after = control.fan(fans[i]);
+    changes.push_back({writtenTo(before.at(fans[i]), after, control.hasModes(), speeds[i]), after});
   }
   writeChanges(options, output, control.machine(), FanEvent::kHandedBack, changes);
   for (const std::uint64_t fan : fans) {
