@@ -30,20 +30,15 @@ const Value* member(const PropertyListValue::Dictionary& values, const char* key
   return found == values.end() ? nullptr : found->second.as<Value>();
 }
 
-// The one write that gives this fan back; a file may hold anything.
+// The one write that gives this fan back; a file may hold anything. None of a fan without a name.
 bool isHandBack(std::int64_t fan, const FanWrite& write) {
   return (write.key == fanKey(fan, "Md") && write.value == "00") ||
          (write.key == fanKey(fan, "Mn") && !write.value.empty() &&
           write.value.find_first_not_of("0123456789abcdef") == std::string::npos);
 }
 
-bool isFan(std::int64_t fan) { return fan >= 0 && fan < kNameableFans; }
-
 LeasedFan leasedFan(const Json& json) {
   const auto fan = json.at("fan").get<std::int64_t>();
-  if (!isFan(fan)) {
-    throw std::out_of_range("no such fan");
-  }
   const FanWrite handBack{json.at("key"), json.at("value")};
   if (!isHandBack(fan, handBack)) {
     throw std::out_of_range("no such hand-back");
@@ -79,7 +74,7 @@ std::optional<LeaseRecord> recordIn(const PropertyListValue& value) {
   const auto* const key = member<std::string>(*values, "key");
   const auto* const bytes = member<std::string>(*values, "value");
   if (program == nullptr || process == nullptr || since == nullptr || fan == nullptr ||
-      !isFan(*fan) || key == nullptr || bytes == nullptr || !isHandBack(*fan, {*key, *bytes})) {
+      key == nullptr || bytes == nullptr || !isHandBack(*fan, {*key, *bytes})) {
     return std::nullopt;
   }
   const auto* const fault = member<std::string>(*values, "fault");

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstring>
 
 #include "tests/fans/LeaseFixture.h"
+#include "tests/support/ForwardingPorts.h"
 
 namespace kelvora::testing {
 namespace {
@@ -109,6 +111,35 @@ INSTANTIATE_TEST_SUITE_P(
                 "fan 0: 100000 is not within its limits, 2160 to 5927"}),
     [](const auto& each) { return each.param.name; });
 
+TEST_F(KVFanLeaseTest, TheLimitsThemselvesAreSpeeds) {
+  const auto lease = newLease();
+  EXPECT_TRUE(lease->take({{0, 2160}})) << lease->fault();
+  EXPECT_TRUE(lease->take({{0, 5927}})) << lease->fault();
+  EXPECT_FALSE(lease->take({{0, 2159}}));
+  EXPECT_FALSE(lease->take({{0, 5928}}));
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kHeld);
+}
+
+TEST_F(KVFanLeaseTest, AFanWithoutUsableLimitsIsNotTaken) {
+  struct Limit {
+    const char* key;
+    float speed;
+  };
+  for (const Limit& limit : {Limit{"F0Mx", 0}, Limit{"F0Mx", 1000}, Limit{"F0Mn", -2}}) {
+    platform::RecordedMachine machine = recordedMachine(kWithModes);
+    for (platform::RecordedSMCKey& key : *machine.smcKeys) {
+      if (key.key == SMCPackedKey(limit.key)) {
+        std::memcpy(key.bytes.data(), &limit.speed, sizeof limit.speed);
+      }
+    }
+    use(std::move(machine));
+    const auto lease = newLease();
+    EXPECT_FALSE(lease->take({{0, 3000}}));
+    EXPECT_EQ(lease->fault(), "fan 0: its limits cannot be read") << limit.key << limit.speed;
+  }
+  EXPECT_EQ(writes(), Writes{});
+}
+
 // A model of 2018 and later without the key could be taken, and never handed back.
 TEST_F(KVFanLeaseTest, AFanWhoseModeCannotBeReadIsNotTaken) {
   use("iMac19,1");
@@ -126,6 +157,9 @@ TEST_F(KVFanLeaseTest, WithoutTheToolNothingIsTaken) {
   EXPECT_EQ(lease->fault(),
             "the privileged tool is not installed: " + folder.path("Kelvora/Kelvora SMC"));
   EXPECT_EQ(lease->state(), KVFanLeaseState::kIdle);
+  installTool();
+  EXPECT_TRUE(lease->take({{0, 3000}}));
+  EXPECT_EQ(lease->fault(), "");
 }
 
 TEST_F(KVFanLeaseTest, WithoutAGuardianNothingIsWritten) {
@@ -208,6 +242,21 @@ TEST_F(KVFanLeaseTest, AHandBackIsTriedUntilItSucceeds) {
   EXPECT_EQ(lease->fault(), "");
   EXPECT_EQ(valueOf("F0Md"), "00");
   EXPECT_TRUE(soonOffTheDisk());
+}
+
+TEST_F(KVFanLeaseTest, AReleaseTriesAgainInItsTime) {
+  const auto lease = newLease();
+  ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+  failWrites("F0Md", "00");
+  auto& children = wrapPort<ForwardingChildProcesses>(platform->ports().childProcesses);
+  children.onLaunch = [&](const platform::ChildRequest& request) {
+    if (children.requests.size() == 2) {
+      endOrders();
+    }
+    return children.behind->launch(request);
+  };
+  EXPECT_TRUE(lease->release()) << lease->fault();
+  EXPECT_EQ(children.requests.size(), 2U);
 }
 
 // As when the tool has no rights: nothing was written, and nothing is to be undone.
