@@ -139,12 +139,12 @@ struct Model {
   }
 
   // The points of a series: the first sample in each step, of those that are younger than `kept`
-  // at the last beginning of a minute.
+  // in the first sample of the last five minutes.
   std::vector<Point> points(const std::string& key, double step, double kept) const {
     double trimmedAt = 0;
     for (std::size_t i = 1; i < samples.size(); ++i) {
       trimmedAt =
-          std::floor(samples[i] / 60) == std::floor(samples[i - 1] / 60) ? trimmedAt : samples[i];
+          std::floor(samples[i] / 300) == std::floor(samples[i - 1] / 300) ? trimmedAt : samples[i];
     }
     std::vector<Point> result;
     double before = -1;

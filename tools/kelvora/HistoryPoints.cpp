@@ -8,7 +8,7 @@ namespace kelvora::tool {
 namespace {
 
 // How much of a series one save deletes.
-constexpr double kMostSeconds = 120;
+constexpr double kMostSeconds = 300;
 constexpr double kMostSteps = 60;
 
 double mostSeconds(const HistorySeries& series) {

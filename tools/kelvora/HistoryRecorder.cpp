@@ -19,6 +19,10 @@ constexpr std::size_t kMostAtOnce = 60;
 // without a battery begins in the past, and gets the time from the network soon.
 constexpr double kSteadySeconds = 600;
 
+// How often what has expired is deleted. The store has the points of each sensor side by side, so
+// that a deletion changes some pages of every sensor however little it deletes.
+constexpr double kTrimSeconds = 300;
+
 constexpr double kForever = std::numeric_limits<double>::max();
 
 constexpr char kUnreadable[] = "the store cannot be opened or read ('kelvora doctor' may say more)";
@@ -106,7 +110,8 @@ void HistoryRecorder::remember(double seconds, const SensorList& sensors) {
   if (!last_ || seconds < *last_) {
     steadySince_ = seconds;
   }
-  isTrimmed_ = isTrimmed_ && !reading.isIn.at(1);
+  isTrimmed_ =
+      isTrimmed_ && std::floor(seconds / kTrimSeconds) == std::floor(*last_ / kTrimSeconds);
   last_ = seconds;
   waiting_.push_back(std::move(reading));
   forgetExpired();
