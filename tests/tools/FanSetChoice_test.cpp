@@ -100,7 +100,10 @@ TEST_F(FanSetChoiceTest, AnExternalDisplayIsConnectedOrNotRequired) {
 
 TEST_F(FanSetChoiceTest, AConditionWithoutAReadingSensorOrSetDoesNotHold) {
   const KVFanConditionPtr condition = addCondition(fast, -200);
-  EXPECT_TRUE(holds(*condition, {}));
+  for (const double reading : {75.0, 0.0}) {
+    sensor->setValue(reading);
+    EXPECT_TRUE(holds(*condition, {}));
+  }
   for (const double noReading : {-1.0, std::numeric_limits<double>::quiet_NaN()}) {
     sensor->setValue(noReading);
     EXPECT_FALSE(holds(*condition, {}));

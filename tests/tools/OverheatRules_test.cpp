@@ -194,6 +194,23 @@ TEST_F(OverheatRulesTest, OnlyAnActiveRuleWithALimitFires) {
   }
 }
 
+TEST_F(OverheatRulesTest, ARuleThatIsNotActiveKeepsItsTimeBelowItsLimit) {
+  KVNotification inactive = rule("TC0P", 70);
+  inactive.lastTimeFired = kStart;
+  for (const std::optional<bool> active : {std::optional<bool>(), std::optional(false)}) {
+    inactive.active = active;
+    store({inactive});
+    fireAt(2);
+    EXPECT_EQ(lastTimeFired(), kStart);
+  }
+}
+
+TEST_F(OverheatRulesTest, ZeroIsAReading) {
+  set("TC0P", 0);
+  store({rule("TC0P", 0)});
+  EXPECT_THAT(fireAt(0), ElementsAre("TC0P"));
+}
+
 TEST_F(OverheatRulesTest, WithoutAListNothingFiresAndNothingIsStored) {
   set("TC0P", 200);
   EXPECT_THAT(fireAt(0), IsEmpty());

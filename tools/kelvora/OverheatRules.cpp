@@ -16,6 +16,10 @@ bool isTemperature(const KVSensorPtr& sensor) {
   return category != nullptr && category->type() == SensorTypeTemperature;
 }
 
+bool canFire(const KVNotification& rule) {
+  return rule.active.value_or(false) && rule.threshold.has_value();
+}
+
 using Keys = std::set<std::string>;
 
 bool hasReading(const KVSensorPtr& sensor, const Keys& readKeys) {
@@ -54,7 +58,7 @@ std::vector<FiredRule> OverheatRules::fire(Instant now, const Keys& readKeys) {
   std::vector<FiredRule> fired;
   const auto rules = manager_.overheatNotifications();
   for (const KVNotification& rule : rules.value_or(std::vector<KVNotification>())) {
-    if (!rule.active.value_or(false) || !rule.threshold) {
+    if (!canFire(rule)) {
       continue;
     }
     auto reading = readingFor(rule, manager_, readKeys);
@@ -86,8 +90,7 @@ bool OverheatRules::takeTurn(const FiredRule& fired, Instant now) {
   const std::string& key = *fired.rule.sensorKey;
   std::optional<bool> isTaken;
   const bool isStored = manager_.changeOverheatNotification(key, [&](KVNotification& stored) {
-    isTaken = stored.active.value_or(false) && stored.threshold &&
-              fired.value >= *stored.threshold && !isQuiet(stored, now);
+    isTaken = canFire(stored) && fired.value >= *stored.threshold && !isQuiet(stored, now);
     if (*isTaken) {
       stored.lastTimeFired = now;
     }
