@@ -244,8 +244,12 @@ void requireCompatible(SQLite::Database& database, const ManagedObjectModel& mod
   }
 }
 
+bool isOlder(SQLite::Database& database, const ManagedObjectModel& model) {
+  return !isEmptyFile(database) && storedModel(database) != textFromModel(model);
+}
+
 void requireEqual(SQLite::Database& database, const ManagedObjectModel& model) {
-  if (isEmptyFile(database) || storedModel(database) != textFromModel(model)) {
+  if (isEmptyFile(database) || isOlder(database, model)) {
     throw IncompatibleStore("the file was not written with this model");
   }
 }

@@ -25,6 +25,9 @@ void prepareSchema(StoreFile& file, const ManagedObjectModel& model);
 /// Only reads.
 void requireCompatible(SQLite::Database& database, const ManagedObjectModel& model);
 
+/// Whether an open file that is compatible has the tables of another model. Only reads.
+bool isOlder(SQLite::Database& database, const ManagedObjectModel& model);
+
 /// Throws IncompatibleStore unless an open file has the tables of this very model. Only reads.
 void requireEqual(SQLite::Database& database, const ManagedObjectModel& model);
 

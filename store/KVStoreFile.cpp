@@ -25,34 +25,36 @@ bool exists(const std::string& path) {
   return std::filesystem::exists(path, error);
 }
 
-std::string faultOfContent(const std::string& path, Platform& platform) {
+void examineContent(KVStoreFile& file, Platform& platform) {
   const auto model = KVCoreDataStore(-1, platform).managedObjectModel();
   if (model == nullptr) {
-    return "this program has no model of it";
+    file.fault = "this program has no model of it";
+    return;
   }
   try {
-    SQLite::Database database(engine::readOnlyURI(path), SQLite::OPEN_READONLY | SQLite::OPEN_URI,
-                              kBusyTimeoutMs);
-    std::string result = database.execAndGet("PRAGMA quick_check(1)").getString();
+    SQLite::Database database(engine::readOnlyURI(file.path),
+                              SQLite::OPEN_READONLY | SQLite::OPEN_URI, kBusyTimeoutMs);
+    const std::string result = database.execAndGet("PRAGMA quick_check(1)").getString();
     if (result != "ok") {
-      return result;
+      file.fault = result;
+      return;
     }
     engine::requireCompatible(database, *model);
-    return "";
+    file.isOlder = engine::isOlder(database, *model);
   } catch (const std::exception& failure) {
-    return failure.what();
+    file.fault = failure.what();
   }
 }
 
-std::string faultOf(const std::string& path, Platform& platform) {
+void examine(KVStoreFile& file, Platform& platform) {
   // Opening a pipe, say, would wait for the other end.
-  if (std::error_code error; !std::filesystem::is_regular_file(path, error)) {
-    return "not a file";
+  if (std::error_code error; !std::filesystem::is_regular_file(file.path, error)) {
+    file.fault = "not a file";
+  } else if (!engine::isWritable(file.path)) {
+    file.fault = std::generic_category().message(errno);
+  } else {
+    examineContent(file, platform);
   }
-  if (!engine::isWritable(path)) {
-    return std::generic_category().message(errno);
-  }
-  return faultOfContent(path, platform);
 }
 
 }  // namespace
@@ -62,9 +64,13 @@ std::optional<KVStoreFile> storeFile(Platform& platform) {
   if (!folder) {
     return std::nullopt;
   }
-  const std::string path = *folder + "/" + kStoreFileName;
-  const bool isThere = exists(path);
-  return KVStoreFile{path, isThere, isThere ? faultOf(path, platform) : ""};
+  KVStoreFile file;
+  file.path = *folder + "/" + kStoreFileName;
+  file.exists = exists(file.path);
+  if (file.exists) {
+    examine(file, platform);
+  }
+  return file;
 }
 
 }  // namespace kelvora

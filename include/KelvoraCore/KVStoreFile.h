@@ -15,6 +15,9 @@ struct KELVORA_EXPORT KVStoreFile {
   /// Why programs cannot use it, e.g. "file is not a database", "the file was written with another
   /// model" or "Permission denied"; empty when they can, or when the file does not exist.
   std::string fault;
+  /// Whether an earlier version of the product wrote it. A program that opens it for writing brings
+  /// it up to date; until then none can open it for reading only.
+  bool isOlder = false;
 };
 
 /// The file behind `KVCoreDataStore`, opened for reading and checked page by page: a gigabyte may

@@ -1,6 +1,7 @@
 #include "KelvoraCore/KVStoreFile.h"
 
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <string>
@@ -57,6 +58,24 @@ TEST_F(StoreFileCheck, AStoreIsWellWhetherItIsInUseOrNot) {
   }
   EXPECT_EQ(fault(), "");
   EXPECT_TRUE(storeFile(*platform)->exists);
+}
+
+TEST_F(StoreFileCheck, AStoreOfAnEarlierVersionIsWellAndOlder) {
+  EXPECT_FALSE(storeFile(*platform)->isOlder) << "there is no file";
+  {
+    const auto store = makeStore();
+    addCategory(*store, "Temperature", 0);
+    store->saveViewContext();
+  }
+  EXPECT_FALSE(storeFile(*platform)->isOlder);
+  SQLite::Database(storePath(), SQLite::OPEN_READWRITE)
+      .exec("UPDATE _store SET value = '{\"entities\": []}'");
+  EXPECT_EQ(fault(), "");
+  EXPECT_TRUE(storeFile(*platform)->isOlder);
+  EXPECT_TRUE(makeStore()->allSensors());
+  EXPECT_FALSE(storeFile(*platform)->isOlder);
+  std::ofstream(storePath(), std::ios::trunc);
+  EXPECT_FALSE(storeFile(*platform)->isOlder) << "an empty file";
 }
 
 // Else another program could take the write-ahead log away from under this one.

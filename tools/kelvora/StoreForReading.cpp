@@ -14,6 +14,12 @@ namespace kelvora::tool {
 // The look at the whole file takes its time; only a command that failed has it.
 void refuseUnreadableStore() {
   const auto file = storeFile();
+  if (file && file->isOlder) {
+    throw CommandError(kExitNothingRead,
+                       file->path +
+                           ": written by an earlier version; a program that writes to it, "
+                           "e.g. 'kelvora record-history', brings it up to date");
+  }
   const bool isKnown = file && !file->fault.empty();
   throw CommandError(kExitNothingRead,
                      (isKnown ? file->path + ": " + file->fault : "the store could not be read") +
