@@ -30,7 +30,7 @@ struct ChildRequest {
 };
 
 /// A launched child. Destruction closes the pipe; it neither ends a child that still runs nor waits
-/// for it, and no zombie stays when the child ends later. One thread at a time.
+/// for it, and no zombie stays when the child ends later. One thread at a time, but for `end`.
 class ChildProcess {
  public:
   virtual ~ChildProcess() = default;
@@ -43,6 +43,9 @@ class ChildProcess {
   virtual int waitUntilExit() = 0;
   /// The same, but blocks for `limit` at most: none if the child still runs then.
   virtual std::optional<int> waitUntilExit(std::chrono::milliseconds limit) = 0;
+  /// Ends the child at once (SIGKILL) unless it has ended. Any thread: a read or a wait of another
+  /// one then returns as for every child that a signal ends.
+  virtual void end() = 0;
 };
 
 /// The outcome of a launch: a child, or the reason for the failure.

@@ -9,20 +9,13 @@ namespace kelvora {
 
 namespace {
 
-// Empty if the tool cannot be started.
-std::string processList(platform::ChildProcesses& children) {
+platform::ChildRequest toolRequest() {
   platform::ChildRequest request;
   request.path = "/bin/ps";
   request.arguments = {"-Aceo pid,pcpu,comm", "-r"};
   request.captureStandardOutput = true;
   request.discardStandardError = true;
-  const platform::ChildLaunch launch = children.launch(request);
-  if (!launch.child) {
-    return "";
-  }
-  const std::string output = readToEnd(*launch.child);
-  launch.child->waitUntilExit();
-  return validUTF8(output);
+  return request;
 }
 
 void addNames(std::vector<CPUTopProcess>& processes, platform::Workspace& workspace) {
@@ -44,14 +37,43 @@ CPUReader::CPUReader() : CPUReader(Platform::current()) {}
 CPUReader::CPUReader(Platform& platform) : platform_(platform) {}
 
 void CPUReader::read() {
-  const std::string text = processList(platform_.childProcesses());
-  if (text.empty()) {
+  const std::string text = processList();
+  if (text.empty() || isStopped_) {
     return;
   }
   std::vector<CPUTopProcess> processes = parseProcessList(text, numberOfProcesses_);
   addNames(processes, platform_.workspace());
   if (const auto receiver = delegate()) {
     receiver->cpuReaderDidReadTopProcesses(*this, processes);
+  }
+}
+
+void CPUReader::stop() {
+  isStopped_ = true;
+  const std::lock_guard lock(mutex_);
+  if (running_ != nullptr) {
+    running_->end();
+  }
+}
+
+// Empty if the tool cannot be started.
+std::string CPUReader::processList() {
+  const platform::ChildLaunch launch = platform_.childProcesses().launch(toolRequest());
+  if (!launch.child) {
+    return "";
+  }
+  setRunning(launch.child.get());
+  const std::string output = readToEnd(*launch.child);
+  launch.child->waitUntilExit();
+  setRunning(nullptr);
+  return validUTF8(output);
+}
+
+void CPUReader::setRunning(platform::ChildProcess* tool) {
+  const std::lock_guard lock(mutex_);
+  running_ = tool;
+  if (running_ != nullptr && isStopped_) {
+    running_->end();
   }
 }
 

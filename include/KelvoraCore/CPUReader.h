@@ -1,8 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -13,6 +15,10 @@
 #include "KelvoraCore/Platform.h"
 
 namespace kelvora {
+
+namespace platform {
+class ChildProcess;
+}
 
 class CPUReader;
 
@@ -54,7 +60,7 @@ class KELVORA_EXPORT CPUReaderDelegate {
 };
 
 /// Lists the processes that use the processors most, by the system's tool `ps`. One thread at a
-/// time.
+/// time, but for `stop`.
 ///
 /// On macOS a share is an average over the last minute. On Linux it is an average over the life of
 /// the process, and commands are cut to 15 bytes.
@@ -88,10 +94,21 @@ class KELVORA_EXPORT CPUReader {
   /// x7" gives 1.2 and "x".
   void read();
 
+  /// Ends the readings, e.g. because the program ends: the `ps` that another thread's `read` waits
+  /// for is ended, and that `read` returns without a call of the delegate, as does each later one.
+  /// Any thread; does not wait.
+  void stop();
+
  private:
+  std::string processList();
+  void setRunning(platform::ChildProcess* tool);
+
   Platform& platform_;
   std::int64_t numberOfProcesses_ = 5;
   std::weak_ptr<CPUReaderDelegate> delegate_;
+  std::mutex mutex_;  // over `running_`
+  platform::ChildProcess* running_ = nullptr;
+  std::atomic<bool> isStopped_ = false;
 };
 
 }  // namespace kelvora

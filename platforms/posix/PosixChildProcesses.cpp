@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <mutex>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -42,6 +43,14 @@ std::optional<int> reapedStatus(pid_t pid, int options) {
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
+// Leaves the child's process id taken.
+void waitWithoutReaping(pid_t pid) {
+  siginfo_t information;
+  while (waitid(P_PID, static_cast<id_t>(pid), &information, WEXITED | WNOWAIT) < 0 &&
+         errno == EINTR) {
+  }
+}
+
 // Whoever has read a child's output need not wait for what it does afterwards.
 void reapWithoutWaiting(pid_t pid) {
   if (reapedStatus(pid, WNOHANG)) {
@@ -75,7 +84,8 @@ class Child : public ChildProcess {
 
   int waitUntilExit() override {
     if (!exitStatus_) {
-      exitStatus_ = reapedStatus(pid_, 0);
+      waitWithoutReaping(pid_);
+      reap();
     }
     return exitStatus_.value_or(kUnknownExitStatus);
   }
@@ -83,16 +93,30 @@ class Child : public ChildProcess {
   // No call of POSIX waits for one child with a limit.
   std::optional<int> waitUntilExit(std::chrono::milliseconds limit) override {
     const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!exitStatus_ && !(exitStatus_ = reapedStatus(pid_, WNOHANG)) &&
-           std::chrono::steady_clock::now() < deadline) {
+    while (!exitStatus_ && !reap() && std::chrono::steady_clock::now() < deadline) {
       std::this_thread::sleep_for(kPause);
     }
     return exitStatus_;
   }
 
+  void end() override {
+    const std::lock_guard lock(mutex_);
+    if (!exitStatus_) {
+      kill(pid_, SIGKILL);
+    }
+  }
+
  private:
+  // Whether the child has ended. Its process id may be another process's from now on.
+  bool reap() {
+    const std::lock_guard lock(mutex_);
+    exitStatus_ = reapedStatus(pid_, WNOHANG);
+    return exitStatus_.has_value();
+  }
+
   pid_t pid_;
   FileDescriptor output_;
+  std::mutex mutex_;  // over a change of the exit status, and a signal
   std::optional<int> exitStatus_;
 };
 

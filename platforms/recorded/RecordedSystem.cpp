@@ -21,6 +21,7 @@ class RecordedChild : public ChildProcess {
   void closeStandardOutput() override { position_ = output_.size(); }
   int waitUntilExit() override { return 0; }
   std::optional<int> waitUntilExit(std::chrono::milliseconds) override { return 0; }
+  void end() override {}  // it has ended
 
  private:
   std::string output_;

@@ -46,6 +46,7 @@ class MortalChildProcesses : public platform::ChildProcesses {
       owner_.moment();
       return status;
     }
+    void end() override { behind_->end(); }
 
    private:
     std::unique_ptr<platform::ChildProcess> behind_;

@@ -65,6 +65,7 @@ class ScriptedChildProcesses : public platform::ChildProcesses {
       return outcome_.exitStatus;
     }
     std::optional<int> waitUntilExit(std::chrono::milliseconds) override { return waitUntilExit(); }
+    void end() override {}
 
    private:
     ScriptedOutcome outcome_;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "platforms/recorded/RecordedSystem.h"
+#include "tests/support/HangingChildProcesses.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/ScriptedChildProcesses.h"
 
@@ -171,6 +172,30 @@ TEST_F(CPUReaderTest, WhatIsNotUTF8IsAReplacementCharacter) {
   ASSERT_EQ(delegate->lists.at(0).size(), 2U);
   EXPECT_EQ(delegate->lists[0][0].command, "cut \ufffd");
   EXPECT_EQ(delegate->lists[0][1].command, "x");
+}
+
+TEST_F(CPUReaderTest, AStopEndsTheToolThatAnotherThreadWaitsFor) {
+  auto made = std::make_unique<HangingChildProcesses>("  PID  %CPU COMM\n  412  3");
+  const HangingChildProcesses& hanging = *made;
+  platform->ports().childProcesses = std::move(made);
+  std::thread reading([this] { reader.read(); });
+  hanging.waitUntilHanging();
+  EXPECT_EQ(hanging.ends, 0);
+  reader.stop();
+  reading.join();
+  EXPECT_EQ(hanging.ends, 1);
+  EXPECT_TRUE(delegate->lists.empty()) << "the list is not whole";
+  reader.read();
+  EXPECT_EQ(hanging.ends, 2) << "a later reading does not hang either";
+  EXPECT_TRUE(delegate->lists.empty());
+}
+
+TEST_F(CPUReaderTest, AStopWithoutAReadingLeavesToolsThatHaveEndedAlone) {
+  reader.read();
+  EXPECT_EQ(delegate->lists.size(), 1U);
+  reader.stop();
+  reader.read();
+  EXPECT_EQ(delegate->lists.size(), 1U);
 }
 
 TEST_F(CPUReaderTest, HoldsItsDelegateWeakly) {

@@ -258,6 +258,27 @@ TEST(PosixChildProcesses, AWaitWithALimitReturnsTheStatusOfAChildThatEnds) {
   EXPECT_EQ(launch.child->waitUntilExit(), 6);
 }
 
+TEST(PosixChildProcesses, AnEndEndsAChildThatAnotherThreadReadsAndWaitsFor) {
+  const ChildLaunch launch =
+      PosixChildProcesses().launch(shell("trap '' TERM; echo begun; kill -STOP $$"));
+  ASSERT_NE(launch.child, nullptr);
+  std::array<std::byte, 10> begun;
+  ASSERT_EQ(launch.child->readStandardOutput(begun), 6U);
+  std::thread end([&] { launch.child->end(); });
+  EXPECT_EQ(outputOf(*launch.child), "");
+  EXPECT_EQ(launch.child->waitUntilExit(), 128 + SIGKILL);
+  end.join();
+  EXPECT_TRUE(hasNoChildren());
+}
+
+TEST(PosixChildProcesses, AnEndAfterTheEndChangesNothing) {
+  const ChildLaunch launch = PosixChildProcesses().launch(shell("exit 6"));
+  ASSERT_NE(launch.child, nullptr);
+  EXPECT_EQ(launch.child->waitUntilExit(), 6);
+  launch.child->end();
+  EXPECT_EQ(launch.child->waitUntilExit(), 6);
+}
+
 TEST(PosixChildProcesses, AChildReadsTheDescriptorThatIsItsStandardInput) {
   std::array<int, 2> ends = {-1, -1};
   ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
