@@ -17,6 +17,7 @@
 
 #include "ports/Ports.h"
 #include "tests/support/ForwardingSMC.h"
+#include "tests/support/HangingChildProcesses.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/ScriptedChildProcesses.h"
 
@@ -146,8 +147,20 @@ TEST_F(WatchSamplerTest, ASlowListHoldsUpNeitherReadingsNorTheEnd) {
   EXPECT_FALSE(sampler.takeProcesses());
   EXPECT_FALSE(sampler.end(std::chrono::milliseconds(1)));
   gate.set_value();
-  EXPECT_EQ(nextProcesses(sampler)->size(), 2U);
+  EXPECT_EQ(nextProcesses(sampler), std::nullopt) << "the list is not wanted any more";
   EXPECT_EQ(children.waits, 1) << "what runs is not started again";
+}
+
+TEST_F(WatchSamplerTest, TheEndEndsAListThatHangs) {
+  auto made = std::make_unique<kelvora::testing::HangingChildProcesses>(kList);
+  const auto& children = *made;
+  platform_.ports().childProcesses = std::move(made);
+  WatchSampler sampler(platform_);
+  sampler.readProcesses(5);
+  children.waitUntilHanging();
+  EXPECT_TRUE(sampler.end(std::chrono::minutes(1)));
+  EXPECT_EQ(children.ends, 1);
+  EXPECT_EQ(nextProcesses(sampler), std::nullopt);
 }
 
 TEST_F(WatchSamplerTest, TheEndWaitsForWhatIsUnderWay) {

@@ -6,6 +6,7 @@ import functools
 import os
 import pathlib
 import re
+import resource
 import shutil
 import signal
 import subprocess
@@ -127,6 +128,25 @@ def is_running(pid):
     return pathlib.Path(f"/proc/{pid}").exists()
 
 
+def ticks(pid):
+    """The processor time that a process has used, in the system's ticks."""
+    fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
+    return int(fields[11]) + int(fields[12])
+
+
+def stop_child(pid):
+    """Stops the list of processes that a program waits for: it hangs from then on."""
+    def stopped():
+        end = time.monotonic() + 1
+        while time.monotonic() < end:  # it lives for milliseconds
+            child = child_of(pid, "ps")
+            if child:
+                os.kill(child, signal.SIGSTOP)
+                return child if child_of(pid, "ps") == child else None
+        return None
+    return wait_until(stopped)
+
+
 def clock(screen):
     return re.search(r"\d\d:\d\d:\d\d", screen).group()
 
@@ -196,6 +216,45 @@ class Screen(unittest.TestCase):
         pane.wait_for("CPU PECI", without=["filter:"])
         pane.write("a")
         pane.wait_for("/107", without=["hidden"])
+
+    @in_pane()
+    def test_keys_show_at_once_whatever_the_interval(self, pane):
+        pane.watch(f"--machine {MACHINE} --every 1h", shown="1-16/")
+        pane.press("Down", "Down")
+        pane.wait_for("3-18/")
+        pane.write("/c")
+        pane.wait_for("/c_", "1-16/")  # another list begins at its top
+
+    @in_pane()
+    def test_reads_sensors_as_often_as_asked_and_not_as_seldom_as_processes(self, pane):
+        screen = pane.watch(f"--machine {MACHINE} --every 3")
+        times = [clock(screen)]
+        for _ in range(3):
+            screen = pane.wait_for(lambda shown: clock(shown) != times[-1])
+            times.append(clock(screen))
+        seconds = [sum(int(part) * unit for part, unit in zip(each.split(":"), (3600, 60, 1))) for each in times]
+        steps = [(after - before) % 86400 for before, after in zip(seconds, seconds[1:])]
+        self.assertLess(min(steps), 7, times)
+        self.assertGreater(max(steps), 1, times)
+
+    @in_pane()
+    def test_works_only_when_something_is_due(self, pane):
+        pane.watch(f"--machine {MACHINE} --every 1h", shown="17.3%")
+        before = ticks(pane.program())
+        for _ in range(5):
+            pane.run("sensors", "--machine", MACHINE)
+        self.assertLess(ticks(pane.program()) - before, 5)
+
+    @in_pane()
+    def test_a_recording_without_an_SMC_does_not_say_so_again_at_the_end(self, pane):
+        machine = pane.folder / "mac.json"
+        machine.write_text('{"format": "kelvora-machine", "version": 1, "architecture": "arm64", "title": "Bare"}')
+        pane.watch(f"--machine {machine}", shown="Bare (recording)")
+        pane.wait_for("No sensor could be read", "No list of processes")
+        pane.press("q")
+        screen = pane.wait_for("status 0")
+        self.assertIn("Failed to get VM statistics.", screen)  # standard error is shown
+        self.assertNotIn("no SMC found", screen)
 
     @in_pane(environment={"LANG": "C.UTF-8"})
     def test_follows_settings_and_language_without_a_session_bus(self, pane):
@@ -318,6 +377,42 @@ class Live(unittest.TestCase):
         pane.wait_for("status 0")
         self.assertFalse(is_running(program))
 
+    def assert_restored(self, pane):
+        wait_until(lambda: (pane.folder / "after").exists() and (pane.folder / "after").read_text())
+        self.assertEqual((pane.folder / "before").read_text(), (pane.folder / "after").read_text())
+        self.assertEqual(pane.format("alternate_on"), "0")
+        self.assertEqual(pane.format("cursor_flag"), "1")
+
+    @in_pane()
+    def test_a_list_of_processes_that_hangs_holds_up_no_end_and_outlives_none(self, pane):
+        for number in (None, signal.SIGTERM):
+            (pane.folder / "after").unlink(missing_ok=True)
+            pane.watch("", shown="Busiest processes")
+            hanging = stop_child(pane.program())
+            before = clock(pane.wait_for(lambda shown: re.search(r"\d\d:\d\d:\d\d", shown)))
+            pane.wait_for(lambda shown: clock(shown) != before)  # readings go on
+            if number:
+                os.kill(pane.program(), number)
+            else:
+                pane.press("q")
+            pane.wait_for("status 0")
+            wait_until(lambda: not is_running(hanging))
+            self.assert_restored(pane)
+
+    @in_pane()
+    def test_an_end_by_the_library_says_why_and_restores_the_terminal(self, pane):
+        pane.watch("", shown="Busiest processes")
+        program = pane.program()
+        hanging = stop_child(program)
+        most = resource.prlimit(program, resource.RLIMIT_NOFILE)[1]
+        resource.prlimit(program, resource.RLIMIT_NOFILE, (3, most))  # the system's counters cannot be opened
+        screen = pane.wait_for("status 1", "shell>")
+        self.assertIn("sysctl: Too many open files", screen)
+        self.assertNotIn("Busiest", screen)
+        self.assertFalse(is_running(program))
+        wait_until(lambda: not is_running(hanging))
+        self.assert_restored(pane)
+
     @staticmethod
     def kill_child(program):
         end = time.monotonic() + 1
@@ -351,6 +446,12 @@ class Terminals(unittest.TestCase):
             result = subprocess.run([PROGRAM, "watch", "--every", interval], text=True,
                                     capture_output=True, check=False)
             self.assertEqual((result.returncode, result.stdout), (2, ""), interval)
+
+    def test_a_machine_of_the_environment_that_does_not_exist_is_refused(self):
+        result = subprocess.run([PROGRAM, "watch"], text=True, capture_output=True, check=False,
+                                env=os.environ | {"KELVORA_MACHINE": "iMac99"})
+        self.assertEqual((result.returncode, result.stdout), (2, ""))
+        self.assertTrue(result.stderr.startswith("kelvora: KELVORA_MACHINE: iMac99"), result.stderr)
 
     def test_a_screen_is_no_json(self):
         result = subprocess.run([PROGRAM, "watch", "--json"], text=True, capture_output=True, check=False)

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cwchar>
 #include <exception>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -72,7 +73,15 @@ Key keyOf(wint_t character) {
 
 bool isScreenOn = false;
 
+// The library may end the process from any thread: from then on nothing is drawn. Never destroyed,
+// because the main thread goes on meanwhile; recursive, because a drawing may terminate.
+std::recursive_mutex& screenMutex() {
+  static auto* const mutex = new std::recursive_mutex;
+  return *mutex;
+}
+
 void leaveScreen() {
+  const std::lock_guard lock(screenMutex());
   if (std::exchange(isScreenOn, false)) {
     endwin();
   }
@@ -86,7 +95,6 @@ std::terminate_handler standardTerminate = nullptr;
   std::abort();
 }
 
-// The library may end the process, from any thread.
 void leaveScreenAtAnyEnd() {
   static const bool isRegistered = [] {
     std::atexit(leaveScreen);
@@ -250,6 +258,10 @@ void Terminal::draw(const Screen& screen) {
   if (!state_->isUTF8) {
     texts = inCharacterSet(texts);
   }
+  const std::lock_guard lock(screenMutex());
+  if (!isScreenOn) {
+    return;
+  }
   erase();
   auto text = texts.begin();
   for (std::size_t row = 0; row < screen.size(); ++row) {
@@ -296,8 +308,9 @@ std::optional<Key> Terminal::nextKey() {
   if (state_->next) {
     return std::exchange(state_->next, std::nullopt);
   }
+  const std::lock_guard lock(screenMutex());
   wint_t code = 0;
-  switch (get_wch(&code)) {
+  switch (isScreenOn ? get_wch(&code) : ERR) {
     case OK:
       return keyOf(code);
     case KEY_CODE_YES:

@@ -137,41 +137,34 @@ class Watch : public KVViewController {
   void pressKeys() {
     while (const auto key = terminal_.nextKey()) {
       isStale_ = true;
-      if (!scrolled(key->kind)) {
-        isTyping_ ? pressWhileTyping(*key) : press(*key);
-      }
+      scroll(key->kind);
+      isTyping_ ? pressWhileTyping(*key) : press(*key);
     }
     model_.setFilter(filter_);
     model_.setTyping(isTyping_);
     model_.setShowsAll(showsAll_);
   }
 
-  bool scrolled(Key::Kind kind) {
+  void scroll(Key::Kind kind) {
     const auto up = [this](std::size_t lines) { scroll_ -= std::min(scroll_, lines); };
     const auto down = [this](std::size_t lines) {
       scroll_ = std::min(scroll_ + lines, mostScroll_);
     };
     switch (kind) {
       case Key::Kind::kUp:
-        up(1);
-        return true;
+        return up(1);
       case Key::Kind::kDown:
-        down(1);
-        return true;
+        return down(1);
       case Key::Kind::kPageUp:
-        up(page_);
-        return true;
+        return up(page_);
       case Key::Kind::kPageDown:
-        down(page_);
-        return true;
+        return down(page_);
       case Key::Kind::kHome:
-        scroll_ = 0;
-        return true;
+        return up(scroll_);
       case Key::Kind::kEnd:
-        scroll_ = mostScroll_;
-        return true;
+        return down(mostScroll_);
       default:
-        return false;
+        return;
     }
   }
 

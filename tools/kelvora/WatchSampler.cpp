@@ -1,6 +1,8 @@
 #include "tools/kelvora/WatchSampler.h"
 
+#include <atomic>
 #include <condition_variable>
+#include <cstdlib>
 #include <functional>
 #include <mutex>
 #include <set>
@@ -79,10 +81,23 @@ class Work {
   std::unique_ptr<KVSerialQueue> queue_;  // the last member: its end waits for its work
 };
 
+// The reader whose `ps` must not outlive the process: the library may end it, from any thread.
+std::atomic<CPUReader*> stoppedAtExit{nullptr};
+
+void stopAtAnyEnd(CPUReader* reader) {
+  static const bool isRegistered = std::atexit([] {
+                                     if (CPUReader* const last = stoppedAtExit) {
+                                       last->stop();
+                                     }
+                                   }) == 0;
+  static_cast<void>(isRegistered);
+  stoppedAtExit = reader;
+}
+
 }  // namespace
 
 struct WatchSampler::Shared {
-  explicit Shared(Platform& machine) : platform(machine) {}
+  explicit Shared(Platform& machine) : platform(machine), reader(machine) {}
 
   WatchReading read() {
     // Made by the first reading, because it may ask the system's slow tools.
@@ -96,9 +111,8 @@ struct WatchSampler::Shared {
     reading.usage = usage->sample();
     return reading;
   }
-  std::optional<std::vector<CPUTopProcess>> readProcesses(std::int64_t count) const {
+  std::optional<std::vector<CPUTopProcess>> readProcesses(std::int64_t count) {
     const auto processes = std::make_shared<ProcessList>();
-    CPUReader reader(platform);
     reader.setNumberOfProcesses(count);
     reader.setDelegate(processes);
     reader.setup();
@@ -109,13 +123,16 @@ struct WatchSampler::Shared {
   Platform& platform;
   std::unique_ptr<PatientController> controller;
   std::unique_ptr<UsageSampler> usage;
+  CPUReader reader;
   Work<WatchReading> readings{"kelvora.read"};
   Work<std::optional<std::vector<CPUTopProcess>>> lists{"kelvora.ps"};
 };
 
-WatchSampler::WatchSampler(Platform& platform) : shared_(std::make_unique<Shared>(platform)) {}
+WatchSampler::WatchSampler(Platform& platform) : shared_(std::make_unique<Shared>(platform)) {
+  stopAtAnyEnd(&shared_->reader);
+}
 
-WatchSampler::~WatchSampler() = default;
+WatchSampler::~WatchSampler() { stopAtAnyEnd(nullptr); }
 
 void WatchSampler::read() {
   shared_->readings.begin([shared = shared_.get()] { return shared->read(); });
@@ -132,6 +149,7 @@ std::optional<std::optional<std::vector<CPUTopProcess>>> WatchSampler::takeProce
 }
 
 bool WatchSampler::end(std::chrono::milliseconds patience) {
+  shared_->reader.stop();
   const auto deadline = std::chrono::steady_clock::now() + patience;
   const bool areRead = shared_->readings.end(deadline);
   return shared_->lists.end(deadline) && areRead;

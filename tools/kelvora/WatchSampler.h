@@ -45,8 +45,9 @@ class WatchSampler {
   /// None in it means that the system listed no processes.
   std::optional<std::optional<std::vector<CPUTopProcess>>> takeProcesses();
 
-  /// Waits for what is being read, but not longer than `patience`. After false a thread still
-  /// waits for the system: the program should end without destroying this object.
+  /// Ends a list of processes that is being read, and its `ps`; then waits for what is being read,
+  /// but not longer than `patience`. After false a thread still waits for the system: the program
+  /// should end without destroying this object. No further list of processes can be read.
   bool end(std::chrono::milliseconds patience);
 
  private:
