@@ -164,6 +164,67 @@ class LiveReports(unittest.TestCase):
         terminal.type("q")
         self.assert_restored(terminal)
 
+    def test_all_of_a_portable_fits_a_terminal_of_80_by_24_in_each_language(self):
+        terminal = self.terminal()
+        terminal.start("usage --machine MacBookPro15,1 --watch --every 60")
+        screen = terminal.wait_for("q quits", "17.3 %", "1d 2h 3m", "82.7 %", "9.8 GB")
+        self.assertRegex(screen, r"\nProcessor \(since start-up\) +Startup Disk\n"
+                                 r"  Total +█░░░░░  17\.3 % +Used +███░░░  ")
+        terminal.type("End")
+        terminal.wait_for_screen(screen)
+        terminal.type("q")
+        self.assert_restored(terminal)
+        for language in ("de", "es", "fr", "tr", "vi", "zh-Hans", "zh-Hant"):
+            subprocess.run([PROGRAM, "settings", "set", "currentLanguage", language], check=False,
+                           env=terminal.environment, capture_output=True)
+            terminal.type(f"clear; {PROGRAM} usage --machine MacBookPro15,1 --watch --every 60", "Enter")
+            terminal.wait_for("17.3 %", "1d 2h 3m", "822.69 MB")
+            terminal.type("q")
+            terminal.wait_for(gone=("17.3 %",))
+
+    def test_a_desktop_has_room_below_each_other(self):
+        terminal = self.terminal()
+        terminal.start("usage --machine iMac19,1 --watch --every 60")
+        screen = terminal.wait_for("q quits", "1d 2h 3m")
+        self.assertRegex(screen, r"\nMemory\n  Used +█")
+        terminal.type("q")
+        self.assert_restored(terminal)
+
+    def test_a_terminal_too_narrow_for_two_columns_is_scrolled(self):
+        terminal = self.terminal(columns=71)
+        terminal.start("usage --machine MacBookPro15,1 --watch --every 60")
+        terminal.wait_for("q quits", "17.3 %", "Memory\n", gone=("1d 2h 3m",))
+        terminal.type("End")
+        terminal.wait_for("1d 2h 3m", gone=("17.3 %",))
+        terminal.type("q")
+        self.assert_restored(terminal)
+
+    def test_a_signal_ends_one_report_while_it_measures(self):
+        terminal = self.terminal()
+        for number in (signal.SIGINT, signal.SIGTERM):
+            (terminal.folder / "all").unlink(missing_ok=True)
+            (terminal.folder / "pid").unlink(missing_ok=True)
+            terminal.type("clear", "Enter")
+            terminal.start("usage")
+            wanted = 1 << (number - 1)
+            while not self.catches(terminal, wanted):
+                pass
+            os.kill(terminal.pid(), number)
+            screen = terminal.wait_for("kelvora: interrupted", "ended 1")
+            self.assertNotIn("Processor", screen)
+            self.assert_restored(terminal, 1)
+
+    @staticmethod
+    def catches(terminal, wanted):
+        """Whether the program handles a signal, by its bit."""
+        try:
+            status = pathlib.Path(f"/proc/{terminal.pid()}/status").read_text()
+        except (OSError, ValueError):
+            return False  # not started yet
+        if "Name:\tkelvora" not in status:
+            return False
+        return bool(int(status.split("SigCgt:")[1].split()[0], 16) & wanted)
+
     def test_it_follows_the_size_of_the_terminal(self):
         terminal = self.terminal(60, 10)
         terminal.start("usage --machine MacBookPro15,1 --watch --every 60")

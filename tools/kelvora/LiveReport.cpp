@@ -42,7 +42,8 @@ Json jsonOf(const LiveReport& report, const MachineChoice& machine) {
 
 void writeBlock(const LiveReport& report, const MachineChoice& machine, StandardOutput& output) {
   const auto columns = static_cast<std::size_t>(output.columns());
-  writeText(output, machineLine(machine, columns) + textOf(report.lines(columns), Style(output)));
+  writeText(output,
+            machineLine(machine, columns) + textOf(report.lines(columns, 0), Style(output)));
 }
 
 void showOnce(const LiveReport& report, const Options& options, const MachineChoice& machine,
@@ -101,7 +102,7 @@ class ReportScreen {
   void draw() {
     const auto columns = static_cast<std::size_t>(terminal_.size().columns);
     const auto rows = static_cast<std::size_t>(terminal_.size().rows);
-    Screen lines = report_.lines(columns);
+    Screen lines = report_.lines(columns, std::max<std::size_t>(rows, 2) - 1);
     if (lines.size() >= rows) {
       std::erase_if(lines, [](const ScreenLine& line) { return line.empty(); });
     }

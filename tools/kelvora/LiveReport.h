@@ -21,8 +21,9 @@ class LiveReport {
   /// The members of the report beside "machine".
   virtual Json json() const = 0;
   /// The lines below the machine's. `columns` is the width of the terminal, 0 for a pipe or file,
-  /// which gets no bars.
-  virtual Screen lines(std::size_t columns) const = 0;
+  /// which gets no bars. `rows` is how many lines can be seen at once, 0 for no limit: a report may
+  /// put parts beside each other to need no more, but what still does not fit is not left out.
+  virtual Screen lines(std::size_t columns, std::size_t rows) const = 0;
 };
 
 /// --watch and --every, for a command's arguments.

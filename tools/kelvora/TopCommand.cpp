@@ -101,7 +101,7 @@ class TopReport : public LiveReport {
     }
     return {{"processes", processes}};
   }
-  Screen lines(std::size_t columns) const override {
+  Screen lines(std::size_t columns, std::size_t /*rows*/) const override {
     KVSettingsSnapshot settings;
     const KVLocalized::Texts texts(settings, platform_);
     const ListColumns list(columns);

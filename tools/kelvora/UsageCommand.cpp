@@ -1,13 +1,18 @@
+#include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
-#include <thread>
+#include <utility>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
+#include "KelvoraCore/StopSignal.h"
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/LineGroup.h"
@@ -24,6 +29,10 @@ namespace {
 constexpr std::chrono::seconds kNow(1);
 
 constexpr std::size_t kMostBarColumns = 20;
+
+// Of a terminal that is too low for all lines below each other.
+constexpr std::size_t kLeastTwoColumns = 72;
+constexpr std::size_t kShortBarColumns = 6;
 
 Json jsonLoad(const UsageSample& sample) {
   const auto percent = [&](double ZDCPUUsage::*share) {
@@ -92,6 +101,32 @@ Json jsonOf(const ZDBatteryUsage& battery) {
           {"ageInDays", battery.ageInDays}};
 }
 
+std::size_t blankLines(const Screen& lines) {
+  return static_cast<std::size_t>(std::ranges::count_if(lines, &ScreenLine::empty));
+}
+
+// Processor and memory at the left of the others. Blank lines only where `rows` are enough.
+Screen inTwoColumns(const std::vector<LineGroup>& groups, std::size_t columns, std::size_t rows) {
+  constexpr std::size_t kGap = 2;
+  constexpr std::ptrdiff_t kGroupsAtLeft = 2;
+  // The right half has the longer names.
+  const std::size_t width = columns * 9 / 20;
+  Screen left = linesOf({groups.begin(), groups.begin() + kGroupsAtLeft}, width);
+  Screen right = linesOf({groups.begin() + kGroupsAtLeft, groups.end()}, columns - width - kGap);
+  if (std::max(left.size(), right.size()) > rows) {
+    std::erase_if(left, std::mem_fn(&ScreenLine::empty));
+    std::erase_if(right, std::mem_fn(&ScreenLine::empty));
+  }
+  left.resize(std::max(left.size(), right.size()));
+  for (std::size_t i = 0; i < right.size(); ++i) {
+    for (Span& span : right[i]) {
+      span.column += width + kGap;
+      left[i].push_back(std::move(span));
+    }
+  }
+  return left;
+}
+
 class UsageReport : public LiveReport {
  public:
   explicit UsageReport(Platform& platform) : platform_(platform), sampler_(platform) {}
@@ -107,10 +142,16 @@ class UsageReport : public LiveReport {
               {"uptime",
                sample_.uptimeSeconds > 0 ? jsonNumber(sample_.uptimeSeconds) : Json(nullptr)}}}};
   }
-  Screen lines(std::size_t columns) const override {
+  Screen lines(std::size_t columns, std::size_t rows) const override {
     KVSettingsSnapshot settings;
     const KVLocalized::Texts texts(settings, platform_);
-    return linesOf(usageText(sample_, texts, std::min(columns / 4, kMostBarColumns)), columns);
+    Screen lines =
+        linesOf(usageText(sample_, texts, std::min(columns / 4, kMostBarColumns)), columns);
+    if (rows == 0 || columns < kLeastTwoColumns || lines.size() - blankLines(lines) <= rows) {
+      return lines;
+    }
+    Screen halves = inTwoColumns(usageText(sample_, texts, kShortBarColumns), columns, rows);
+    return halves.size() <= rows ? halves : lines;
   }
   /// Whether the sample has nothing of the machine.
   bool isEmpty() const {
@@ -132,7 +173,9 @@ int runUsage(const Options& options, StandardOutput& output) {
   // Of a recording nothing is known but what was since start-up.
   if (isOnce && machine.platform.isLive()) {
     report.sample();
-    std::this_thread::sleep_for(kNow);
+    if (!StopSignal().runUntil(std::chrono::steady_clock::now() + kNow)) {
+      throw CommandError(kExitNothingRead, "interrupted");
+    }
   }
   show(report, options, machine, output);
   if (report.isEmpty()) {
