@@ -76,6 +76,14 @@ TEST(ZDSystemMonitor_Memory, WithoutStatisticsWritesSoAndGoesOn) {
   EXPECT_EQ(usage.used, 16 * kGiB);
 }
 
+TEST(ZDSystemMonitor_Memory, WithoutBothWritesOfThePageSizeFirst) {
+  const auto [usage, standardError] = sampled(std::nullopt, std::nullopt);
+  EXPECT_EQ(standardError, "getting page sizeFailed to get VM statistics.");
+  EXPECT_EQ(usage.free, 0);
+  EXPECT_EQ(usage.used, 16 * kGiB);
+  EXPECT_EQ(usage.other, 16 * kGiB);
+}
+
 TEST(ZDSystemMonitor_Memory, WithoutInstalledMemoryTheDifferencesAreNegative) {
   platform::RecordedMachine machine;
   machine.statistics.memory = {.free = 1, .active = 2, .inactive = 3, .wired = 4};

@@ -1,9 +1,13 @@
 #include "KelvoraCore/ZDSystemMonitor.h"
 
+#include <optional>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "tests/support/ForwardingPorts.h"
 #include "tests/support/RecordedMachines.h"
+#include "tests/sysinfo/MonitoredMac.h"
 
 namespace kelvora {
 namespace {
@@ -47,6 +51,28 @@ TEST_P(ZDSystemMonitorOfRecordedMac, VolumeNetworkIdentityAndUptimeAreThoseOfThe
   EXPECT_EQ(info.publicIpAddress(), "") << "no recorded Mac asks the Internet";
   EXPECT_EQ(info.hostName(), machine.hostName);
   EXPECT_EQ(monitor.systemUptime(), 93784.5);
+}
+
+TEST(ZDSystemMonitor, AVolumeThatCannotBeReadIsZero) {
+  const testing::MonitoredMac mac;
+  const auto disk = ZDSystemMonitor(*mac.platform).diskUsageInfo();
+  EXPECT_EQ(disk.total, 0);
+  EXPECT_EQ(disk.free, 0);
+  EXPECT_EQ(disk.used, 0);
+}
+
+TEST(ZDSystemMonitor, TheSharedMonitorIsOneWhoseUsersShareTheSampleBefore) {
+  Platform& platform = testing::installRecordedPlatform("MacBookPro15,1");
+  auto& statistics =
+      testing::wrapPort<testing::ForwardingHostStatistics>(platform.ports().hostStatistics);
+  std::vector<platform::ProcessorTicks> ticks;
+  statistics.onProcessorTicks = [&] { return std::optional(ticks); };
+  ticks.assign(64, {.user = 10, .idle = 10});
+  ZDSystemMonitor& monitor = ZDSystemMonitor::systemMonitor();
+  EXPECT_EQ(monitor.cpuUsageInfo().total, 50) << "since start-up";
+  ticks.assign(64, {.user = 11, .idle = 13});
+  EXPECT_EQ(ZDSystemMonitor::systemMonitor().cpuUsageInfo().total, 25) << "since the other's call";
+  EXPECT_EQ(&ZDSystemMonitor::systemMonitor(), &monitor);
 }
 
 INSTANTIATE_TEST_SUITE_P(Recorded, ZDSystemMonitorOfRecordedMac,
