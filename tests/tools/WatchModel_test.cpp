@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <string>
@@ -144,6 +145,59 @@ TEST_F(WatchModelTest, HotAndFastValuesStandOut) {
   EXPECT_EQ(row(shown, "Fan 1")->fraction, 0.75);
 }
 
+TEST_F(WatchModelTest, TonesBeginAtTheirLimits) {
+  const auto toneOfOnly = [this](const SensorPtr& sensor) {
+    WatchReading reading;
+    reading.sensors = {sensor};
+    model_.setReading(reading);
+    return content().sensors.back().tone;
+  };
+  const auto atCelsius = [&](double value) {
+    return toneOfOnly(sensorOf("TC0P", "CPU", value, SensorTypeTemperature, SensorGroupCPU));
+  };
+  EXPECT_EQ(atCelsius(89.9), Tone::kPlain);
+  EXPECT_EQ(atCelsius(90), Tone::kWarm);
+  EXPECT_EQ(atCelsius(99.9), Tone::kWarm);
+  const auto atSpeed = [&](double rpm) {
+    return toneOfOnly(sensorOf("0", "Fan 1", rpm, SensorTypeFan, SensorGroupFan));
+  };
+  EXPECT_EQ(atSpeed(3999), Tone::kGood);
+  EXPECT_EQ(atSpeed(4599), Tone::kWarm);
+  EXPECT_EQ(atSpeed(4600), Tone::kHot);
+  EXPECT_EQ(toneOfOnly(sensorOf("VC0C", "CPU", 150, SensorTypeVoltage, SensorGroupCPU)),
+            Tone::kPlain);
+}
+
+TEST_F(WatchModelTest, TheBarOfAFanEndsWithItsRange) {
+  WatchReading reading;
+  const auto fractionAt = [&](double rpm) {
+    reading.sensors = {sensorOf("0", "Fan 1", rpm, SensorTypeFan, SensorGroupFan)};
+    model_.setReading(reading);
+    return row(content(), "Fan 1")->fraction;
+  };
+  EXPECT_EQ(fractionAt(0), 0.0);
+  EXPECT_EQ(fractionAt(3000), 0.5);
+  EXPECT_EQ(fractionAt(9000), 1.0);
+  EXPECT_EQ(fractionAt(std::nan("")), std::nullopt);
+}
+
+TEST_F(WatchModelTest, UnknownSensorsComeLastAndHeadingsHaveNothingElse) {
+  WatchReading reading = someReading();
+  std::ranges::rotate(reading.sensors, std::prev(reading.sensors.end()));
+  model_.setReading(reading);
+  settings_.setShowUnknownSensors(true);
+  const WatchContent shown = content();
+  EXPECT_EQ(shown.sensors.back().name, "TXyz Temperature");
+  EXPECT_TRUE(shown.sensors.front().isHeading);
+  EXPECT_EQ(shown.sensors.front().key + shown.sensors.front().value, "");
+  EXPECT_FALSE(shown.sensors.back().isHeading);
+}
+
+TEST_F(WatchModelTest, AKeyShowsUnlessItIsTheNameOfAComputedSensor) {
+  EXPECT_EQ(row(content(), "CPU Proximity Temperature")->key, "TC0P");
+  EXPECT_EQ(row(content(), "Average CPU Temperature")->key, "");
+}
+
 TEST_F(WatchModelTest, AFanWithoutARangeHasNoBar) {
   WatchReading reading;
   for (const double limit : {0.0, -500.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
@@ -161,6 +215,18 @@ TEST_F(WatchModelTest, ARecordingKeepsTheLoadThatItsCountersGaveOnce) {
   later.usage.load.reset();
   model_.setReading(later);
   EXPECT_EQ(content().meters.front().text, "48.0%");
+}
+
+TEST(WatchModel, ALiveComputerKeepsNoLoadOfBefore) {
+  const auto recorded = recordedPlatform(platform::RecordedMachine());
+  Platform live({.title = "PC", .isLive = true}, std::move(recorded->ports()));
+  KVSettings settings(live);
+  WatchModel model(live);
+  model.setReading(someReading());
+  WatchReading later = someReading();
+  later.usage.load.reset();
+  model.setReading(later);
+  EXPECT_EQ(model.content(settings, KVLocalized::Texts(settings, live)).meters.front().text, "–");
 }
 
 TEST_F(WatchModelTest, WhatIsNotKnownYetIsBeingRead) {
@@ -193,6 +259,8 @@ TEST_F(WatchModelTest, ProcessesHaveTheNamesOfTheirApplications) {
                                                  {7, "bash\x1b[2J", std::nullopt, 250}});
   const WatchContent shown = content();
   ASSERT_EQ(shown.processes.size(), 2U);
+  EXPECT_EQ(shown.processesNote, "");
+  EXPECT_EQ(shown.processes[0].pid, "412");
   EXPECT_EQ(shown.processes[0].name, "Safari Browser");
   EXPECT_EQ(shown.processes[0].usage, "38.4%");
   EXPECT_EQ(shown.processes[1].name, "bash?[2J");
@@ -207,15 +275,44 @@ TEST_F(WatchModelTest, TheHelpShowsWhatIsBeingTyped) {
   EXPECT_THAT(content().help, HasSubstr("/cpu_"));
 }
 
-std::string meterText(const UsageSample& usage, const std::string& label) {
+WatchContent::Meter meterOf(const UsageSample& usage, const std::string& label) {
   const auto platform = recordedPlatform(kelvora::testing::recordedMachine("iMac19,1"));
   KVSettings settings(*platform);
   for (const auto& meter : usageMeters(usage, KVLocalized::Texts(settings, *platform))) {
     if (meter.label == label) {
-      return meter.text;
+      return meter;
     }
   }
-  return "no meter";
+  return {"", "no meter"};
+}
+
+std::string meterText(const UsageSample& usage, const std::string& label) {
+  return meterOf(usage, label).text;
+}
+
+TEST(WatchMeters, BarsAreAsFullAsWhatTheyShow) {
+  UsageSample usage;
+  usage.load = ZDCPUUsage{48, 30, 18, 52, 0};
+  usage.memory = {100, 700, 1, 1, 1, 1};
+  usage.disk = {1000, 100, 900};
+  usage.rate = NetworkRate{1, 1};
+  usage.uptimeSeconds = 0.5;
+  usage.battery = {.batteryInstalled = true, .maxCapacity = 8000, .currentCapacity = 800};
+  EXPECT_EQ(meterOf(usage, "CPU").fraction, 0.48);
+  EXPECT_EQ(meterOf(usage, "CPU").tone, Tone::kGood);
+  EXPECT_EQ(meterOf(usage, "Memory").fraction, 0.875);
+  EXPECT_EQ(meterOf(usage, "Memory").tone, Tone::kHot);
+  EXPECT_EQ(meterOf(usage, "Startup Disk").fraction, 0.9);
+  EXPECT_EQ(meterOf(usage, "Battery").fraction, 0.1);
+  EXPECT_EQ(meterOf(usage, "Battery").tone, Tone::kHot) << "nearly empty";
+  EXPECT_EQ(meterText(usage, "Battery"), "10%");
+  EXPECT_EQ(meterOf(usage, "Network").fraction, std::nullopt);
+  EXPECT_EQ(meterOf(usage, "Uptime").fraction, std::nullopt);
+  EXPECT_EQ(meterText(usage, "Uptime"), "0h 0m");
+  usage.disk = {1, 0, 1};
+  usage.battery.maxCapacity = 1;
+  EXPECT_EQ(meterText(usage, "Startup Disk"), "100% / 1 bytes");
+  EXPECT_EQ(meterOf(usage, "Battery").fraction, 800.0);
 }
 
 TEST(WatchMeters, WhatTheSystemDoesNotReportIsADash) {
