@@ -146,6 +146,21 @@ TEST(WatchScreen, ANarrowScreenShowsTheMostImportantAndProcessesBelow) {
                                  "   412 Safari                     38.4%", " q quit"));
 }
 
+TEST(WatchScreen, ProcessesAreBesideTheSensorsFrom74ColumnsOn) {
+  const auto headings = [](std::size_t columns) {
+    return joined(layOut(smallContent(), {columns, 24}, 0).screen);
+  };
+  EXPECT_THAT(headings(74), ::testing::ContainsRegex("\n Sensors +Processes\n"));
+  EXPECT_THAT(headings(73), HasSubstr("\n Sensors\n"));
+}
+
+TEST(WatchScreen, WithoutKeysNamesTakeTheirPlace) {
+  WatchContent content = smallContent();
+  content.sensors = {{.name = std::string(60, 'x'), .value = "1V"}};
+  const std::string shown = joined(layOut(content, {60, 24}, 0).screen);
+  EXPECT_THAT(shown, HasSubstr("\n   " + std::string(52, 'x') + "… 1V\n"));
+}
+
 TEST(WatchScreen, ATitleIsCutBeforeWhatSaysThatItIsARecording) {
   WatchContent content = smallContent();
   content.title = std::string(100, 'T');
