@@ -154,6 +154,16 @@ TEST(WatchScreen, ProcessesAreBesideTheSensorsFrom74ColumnsOn) {
   EXPECT_THAT(headings(73), HasSubstr("\n Sensors\n"));
 }
 
+TEST(WatchScreen, ThePlaceInAListIsLeftOutWhereItTakesHalfOfTheLine) {
+  WatchContent content = smallContent();
+  const auto atTheEndOf = [&](std::size_t sensors) {
+    content.sensors.assign(sensors, {.name = "x", .value = "1V"});
+    return joined(layOut(content, {36, 12}, sensors).screen);
+  };
+  EXPECT_THAT(atTheEndOf(1000), HasSubstr("/1000\n"));
+  EXPECT_THAT(atTheEndOf(100'000), Not(HasSubstr("/100000")));
+}
+
 TEST(WatchScreen, WithoutKeysNamesTakeTheirPlace) {
   WatchContent content = smallContent();
   content.sensors = {{.name = std::string(60, 'x'), .value = "1V"}};
