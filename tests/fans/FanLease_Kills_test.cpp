@@ -323,6 +323,7 @@ TEST_F(FanLeaseKills, ALiveLeaseIsShownAndLeftAlone) {
   EXPECT_EQ(seen[0].program, "Test Host");
   EXPECT_EQ(seen[0].processIdentifier, getpid());
   EXPECT_TRUE(seen[0].isLive);
+  EXPECT_EQ(seen[0].fault, "");
   EXPECT_TRUE(KVFanLeases::handBackLeftBehind(*platform).empty());
   EXPECT_EQ(writes().size(), 2U);
 }
