@@ -237,7 +237,7 @@ TEST(KVExtensionNumber, TheLanguageOfMessagesAndAnEmptyVariableDoNotCount) {
 // 2024-03-07 14:05:09 and three quarters of a second in Berlin.
 Date berlinAfternoon() { return Date(std::chrono::milliseconds(1'709'816'709'750)); }
 
-class KVExtensionDate : public testing::Test {
+class KVExtensionDate : public ::testing::Test {
  protected:
   void SetUp() override { setenv("TZ", "Europe/Berlin", 1); }
 };

@@ -27,7 +27,7 @@ RecordedHIDService voltage(std::string product, double value) {
   return {0xff08, 3, std::move(product), {{25, value}}};
 }
 
-std::unique_ptr<Platform> macWith(std::vector<RecordedHIDService> services) {
+std::unique_ptr<Platform> macWithServices(std::vector<RecordedHIDService> services) {
   platform::RecordedMachine machine;
   machine.hid = std::move(services);
   return recordedPlatform(std::move(machine));
@@ -87,7 +87,7 @@ class ScriptedClient : public platform::HIDEventSystemClient {
 };
 
 TEST(AppleSiliconSensors, AsksForPageUsageProductAndTheFirstFieldOfOneEvent) {
-  const auto platform = macWith({});
+  const auto platform = macWithServices({});
   auto& hid = wrapPort<ForwardingHIDEventSystem>(platform->ports().hid);
   std::vector<std::string> log;
   hid.onCreateClient = [&] { return std::make_unique<ScriptedClient>(log, 1); };
@@ -102,7 +102,7 @@ TEST(AppleSiliconSensors, AsksForPageUsageProductAndTheFirstFieldOfOneEvent) {
 }
 
 TEST(AppleSiliconSensors, IsNoneWhenNoServiceMatchesOrThereIsNoClient) {
-  const auto platform = macWith({temperature("PMU tdie1", 40)});
+  const auto platform = macWithServices({temperature("PMU tdie1", 40)});
   EXPECT_EQ(AppleSiliconSensors(65280, 6, 15, *platform), std::nullopt);
   auto& hid = wrapPort<ForwardingHIDEventSystem>(platform->ports().hid);
   std::vector<std::string> log;
@@ -121,26 +121,27 @@ TEST(AppleSiliconSensors, ReadsTheCurrentPlatformByDefault) {
 }
 
 TEST(AppleSiliconSensors, KeepsTheLaterOfTwoServicesWithOneName) {
-  const auto platform = macWith(
+  const auto platform = macWithServices(
       {temperature("gas gauge", 30), temperature("other", 1), temperature("gas gauge", 20)});
   EXPECT_THAT(AppleSiliconSensors(65280, 5, 15, *platform),
               Optional(ElementsAre(Pair("gas gauge", 20.0), Pair("other", 1.0))));
 }
 
 TEST(AppleSiliconSensors, SkipsServicesWithoutANameOrAnEvent) {
-  const auto platform = macWith({temperature(std::nullopt, 30), {0xff00, 5, "no event", {}}});
+  const auto platform =
+      macWithServices({temperature(std::nullopt, 30), {0xff00, 5, "no event", {}}});
   EXPECT_THAT(AppleSiliconSensors(65280, 5, 15, *platform), Optional(IsEmpty()));
 }
 
 TEST(HIDWrapper, ReadsTemperaturesAndVoltagesEachByItsOwnUsage) {
-  const auto platform = macWith({voltage("buck0", 0.75), temperature("PMU tdie1", 41.25)});
+  const auto platform = macWithServices({voltage("buck0", 0.75), temperature("PMU tdie1", 41.25)});
   const HIDWrapper wrapper(*platform);
   EXPECT_THAT(wrapper.getSensorsDictByType(0), Optional(ElementsAre(Pair("PMU tdie1", 41.25))));
   EXPECT_THAT(wrapper.getSensorsDictByType(2), Optional(ElementsAre(Pair("buck0", 0.75))));
 }
 
 TEST(HIDWrapper, ReturnsNoneForOtherTypesWithoutUsingTheEventSystem) {
-  const auto platform = macWith({temperature("PMU tdie1", 41.25)});
+  const auto platform = macWithServices({temperature("PMU tdie1", 41.25)});
   auto& hid = wrapPort<ForwardingHIDEventSystem>(platform->ports().hid);
   const HIDWrapper wrapper(*platform);
   for (const std::uint64_t type : {1U, 3U, 4U, 5U}) {
@@ -151,7 +152,7 @@ TEST(HIDWrapper, ReturnsNoneForOtherTypesWithoutUsingTheEventSystem) {
 }
 
 TEST(HIDWrapper, ListsTemperaturesBeforeVoltagesWithTheLimitsOfTheirKind) {
-  const auto platform = macWith({voltage("buck0", 0.75), temperature("PMU tdie1", 41.25)});
+  const auto platform = macWithServices({voltage("buck0", 0.75), temperature("PMU tdie1", 41.25)});
   auto& hid = wrapPort<ForwardingHIDEventSystem>(platform->ports().hid);
   const SensorList sensors = HIDWrapper(*platform).getAllSensors();
   EXPECT_EQ(hid.createdClients, 2);
@@ -176,8 +177,8 @@ TEST(HIDWrapper, ListsTemperaturesBeforeVoltagesWithTheLimitsOfTheirKind) {
 }
 
 TEST(HIDWrapper, GivesTemperaturesLimitsThatHold110ButNot0) {
-  const auto platform =
-      macWith({temperature("at 110", 110), temperature("zero", 0), temperature("hotter", 110.5)});
+  const auto platform = macWithServices(
+      {temperature("at 110", 110), temperature("zero", 0), temperature("hotter", 110.5)});
   std::vector<std::string> valid;
   for (const SensorPtr& sensor : HIDWrapper(*platform).getAllSensors()) {
     if (sensor->isValidValue()) {
@@ -188,7 +189,7 @@ TEST(HIDWrapper, GivesTemperaturesLimitsThatHold110ButNot0) {
 }
 
 TEST(HIDWrapper, ListsReadingsOfZero) {
-  const auto platform = macWith({temperature("cold", 0), voltage("off", 0)});
+  const auto platform = macWithServices({temperature("cold", 0), voltage("off", 0)});
   const HIDWrapper wrapper(*platform);
   EXPECT_EQ(wrapper.getAllSensors().size(), 2U);
   EXPECT_EQ(wrapper.getSensorValueByKey("cold", 0), 0.0);
@@ -196,8 +197,8 @@ TEST(HIDWrapper, ListsReadingsOfZero) {
 }
 
 TEST(HIDWrapper, OfTwoPlatformsEachReadsItsOwnServices) {
-  const auto first = macWith({temperature("PMU tdie1", 41.25)});
-  const auto second = macWith({temperature("PMU tdie1", 52.5)});
+  const auto first = macWithServices({temperature("PMU tdie1", 41.25)});
+  const auto second = macWithServices({temperature("PMU tdie1", 52.5)});
   const HIDWrapper firstWrapper(*first);
   const HIDWrapper secondWrapper(*second);
   EXPECT_EQ(firstWrapper.getSensorValueByKey("PMU tdie1", 0), 41.25);
@@ -205,7 +206,7 @@ TEST(HIDWrapper, OfTwoPlatformsEachReadsItsOwnServices) {
 }
 
 TEST(HIDWrapper, FindsAProductByItsExactNameAndReadsAfresh) {
-  const auto platform = macWith({temperature("PMU tdie1", 41.25)});
+  const auto platform = macWithServices({temperature("PMU tdie1", 41.25)});
   auto& hid = wrapPort<ForwardingHIDEventSystem>(platform->ports().hid);
   const HIDWrapper wrapper(*platform);
   EXPECT_EQ(wrapper.getSensorValueByKey("PMU tdie1", 0), 41.25);
@@ -224,7 +225,8 @@ TEST(HIDWrapper, IsEmptyOnAMachineWithoutSuchServices) {
 }
 
 TEST(HIDWrapper, PassesReadingsThatAreNotFiniteOn) {
-  const auto platform = macWith({temperature("hot", std::numeric_limits<double>::infinity())});
+  const auto platform =
+      macWithServices({temperature("hot", std::numeric_limits<double>::infinity())});
   EXPECT_EQ(HIDWrapper(*platform).getSensorValueByKey("hot", 0),
             std::numeric_limits<double>::infinity());
 }

@@ -8,30 +8,18 @@
 #include "manager/NotificationArchive.h"
 #include "tests/support/ForwardingMainBundle.h"
 #include "tests/support/ManagerFixture.h"
+#include "tests/support/OverheatRuleList.h"
 
 namespace kelvora {
 namespace {
 
+using testing::keysOf;
+using testing::rule;
 using Rules = std::vector<KVNotification>;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr char kKey[] = "KVOverheatNotificationsKey";
-
-KVNotification rule(const std::string& key, double threshold = 70) {
-  KVNotification rule;
-  rule.sensorKey = key;
-  rule.threshold = threshold;
-  return rule;
-}
-
-std::vector<std::string> keysOf(const std::optional<Rules>& rules) {
-  std::vector<std::string> keys;
-  for (const KVNotification& rule : rules.value()) {
-    keys.push_back(rule.sensorKey.value_or("none"));
-  }
-  return keys;
-}
 
 class OverheatRules : public testing::ManagerFixture {
  protected:

@@ -10,19 +10,14 @@
 #include "manager/NotificationArchive.h"
 #include "tests/support/ArchiveText.h"
 #include "tests/support/ManagerFixture.h"
+#include "tests/support/OverheatRuleList.h"
 
 namespace kelvora {
 namespace {
 
 using testing::archiveOfObjects;
+using testing::rule;
 using Rules = std::vector<KVNotification>;
-
-KVNotification rule(const std::string& key, double threshold = 70) {
-  KVNotification rule;
-  rule.sensorKey = key;
-  rule.threshold = threshold;
-  return rule;
-}
 
 TEST(KVNotification, RepeatsByItsSelector) {
   struct Row {

@@ -13,6 +13,7 @@
 
 #include "platforms/linux/settings/LinuxUserDefaults.h"
 #include "tests/support/ChildWork.h"
+#include "tests/support/OverheatRuleList.h"
 #include "tests/support/RecordedNotices.h"
 #include "tests/support/ResourceLimit.h"
 #include "tests/support/StoreFixture.h"
@@ -20,26 +21,13 @@
 namespace kelvora {
 namespace {
 
+using testing::keysOf;
+using testing::rule;
 using Rules = std::vector<KVNotification>;
 using testing::ChildWork;
 using ::testing::ElementsAre;
 using testing::ResourceLimit;
 using ::testing::UnorderedElementsAre;
-
-KVNotification rule(const std::string& key, double threshold = 70) {
-  KVNotification rule;
-  rule.sensorKey = key;
-  rule.threshold = threshold;
-  return rule;
-}
-
-std::vector<std::string> keysOf(const std::optional<Rules>& rules) {
-  std::vector<std::string> keys;
-  for (const KVNotification& rule : rules.value()) {
-    keys.push_back(rule.sensorKey.value_or("none"));
-  }
-  return keys;
-}
 
 // A store with the sensors "T0" to "T9" and the suite of the live platform, which several programs
 // share.

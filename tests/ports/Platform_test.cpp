@@ -49,7 +49,7 @@ TEST(Platform, IsOneForThreadsThatAskAtTheSameTime) {
   }
 }
 
-constexpr char kFile[] = KELVORA_MACHINES "/iMac19,1.json";
+constexpr char kMachineFile[] = KELVORA_MACHINES "/iMac19,1.json";
 
 std::vector<std::byte> bytesOf(std::string_view text) {
   const auto bytes = std::as_bytes(std::span(text));
@@ -65,8 +65,8 @@ std::unique_ptr<Platform> recordedFromText(const std::string& text) {
 }
 
 TEST(RecordedPlatforms, ComeFromAFileFromANameInAnyCaseAndFromBytes) {
-  for (const auto& platform : {Platform::recordedFromFile(kFile), Platform::recorded(kFile),
-                               Platform::recorded("IMAC19,1")}) {
+  for (const auto& platform : {Platform::recordedFromFile(kMachineFile),
+                               Platform::recorded(kMachineFile), Platform::recorded("IMAC19,1")}) {
     EXPECT_EQ(platform->title(), "iMac 27-inch 2019");
     EXPECT_EQ(platform->architecture(), Architecture::kIntel);
     EXPECT_FALSE(platform->isLive());

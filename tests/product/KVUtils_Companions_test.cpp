@@ -16,7 +16,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const std::string kMenu = kMenuAppBundleIdentifier;
+const std::string kMenuIdentifier = kMenuAppBundleIdentifier;
 
 // Applications that are only a list, and what was asked of them.
 class ListedApplications : public platform::Workspace {
@@ -66,18 +66,19 @@ class Companions : public ::testing::Test {
 };
 
 TEST_F(Companions, ATerminationAsksEveryInstanceOfTheApplicationOnce) {
-  workspace_->running = {{1, kMenu, ""}, {2, "com.apple.Safari", ""}, {3, kMenu, ""}};
+  workspace_->running = {
+      {1, kMenuIdentifier, ""}, {2, "com.apple.Safari", ""}, {3, kMenuIdentifier, ""}};
   const auto before = workspace_->running;
-  KVUtils::terminateApp(kMenu, false, *mac_.platform);
+  KVUtils::terminateApp(kMenuIdentifier, false, *mac_.platform);
   EXPECT_THAT(workspace_->requests, ElementsAre("quit 1", "quit 3"));
   workspace_->running = before;
   workspace_->requests.clear();
-  KVUtils::terminateApp(kMenu, true, *mac_.platform);
+  KVUtils::terminateApp(kMenuIdentifier, true, *mac_.platform);
   EXPECT_THAT(workspace_->requests, ElementsAre("kill 1", "kill 3"));
 }
 
 TEST_F(Companions, OneIsOpenedWithoutTellingAnybody) {
-  KVUtils::openApp(kMenu, app_, nullptr, *mac_.platform);
+  KVUtils::openApp(kMenuIdentifier, app_, nullptr, *mac_.platform);
   EXPECT_NO_THROW(mac_.runMainQueue());
   EXPECT_THAT(workspace_->requests, ElementsAre("open " + app_));
 }
@@ -85,17 +86,17 @@ TEST_F(Companions, OneIsOpenedWithoutTellingAnybody) {
 TEST_F(Companions, WithoutAPlatformTheCurrentOnesApplicationsAreMeant) {
   installed();
   KVUtils::loadMainApp();
-  EXPECT_FALSE(KVUtils::isAppRunning(kMenu));
-  KVUtils::openApp(kMenu, app_, nullptr);
-  workspace_->running = {{1, kMenu, ""}};
-  EXPECT_TRUE(KVUtils::isAppRunning(kMenu));
-  KVUtils::openApp(kMenu, app_, true, nullptr);
-  workspace_->running = {{2, kMenu, ""}};
-  KVUtils::openApp(kMenu, app_, false, nullptr);
-  KVUtils::terminateApp(kMenu, false);
-  workspace_->running = {{3, kMenu, ""}};
+  EXPECT_FALSE(KVUtils::isAppRunning(kMenuIdentifier));
+  KVUtils::openApp(kMenuIdentifier, app_, nullptr);
+  workspace_->running = {{1, kMenuIdentifier, ""}};
+  EXPECT_TRUE(KVUtils::isAppRunning(kMenuIdentifier));
+  KVUtils::openApp(kMenuIdentifier, app_, true, nullptr);
+  workspace_->running = {{2, kMenuIdentifier, ""}};
+  KVUtils::openApp(kMenuIdentifier, app_, false, nullptr);
+  KVUtils::terminateApp(kMenuIdentifier, false);
+  workspace_->running = {{3, kMenuIdentifier, ""}};
   bool ended = false;
-  KVUtils::terminateApp(kMenu, true, [&] { ended = true; });
+  KVUtils::terminateApp(kMenuIdentifier, true, [&] { ended = true; });
   EXPECT_TRUE(ended);
   EXPECT_THAT(workspace_->requests,
               ElementsAre("launch " + std::string(kMainAppBundleIdentifier), "open " + app_,

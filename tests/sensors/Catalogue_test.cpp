@@ -115,7 +115,7 @@ TEST(Catalogue, OnlyTheKeysOfSeveralFamiliesStandTwice) {
       twice.insert(key);
     }
   }
-  EXPECT_THAT(twice, testing::ElementsAre("Tp01", "Tp05", "Tp09", "Tp0D", "Tp0P"));
+  EXPECT_THAT(twice, ::testing::ElementsAre("Tp01", "Tp05", "Tp09", "Tp0D", "Tp0P"));
   for (const auto& [key, count] : countKeys(SensorController::getDefaultHIDSensors())) {
     EXPECT_EQ(count, 1) << key;
   }
@@ -158,8 +158,8 @@ TEST(Catalogue, TheAveragedSensorsAreTheCoresOfProcessorsAndGraphics) {
     EXPECT_EQ(sensor->type, SensorTypeTemperature) << sensor->key;
     ++perGroup[sensor->group];
   }
-  EXPECT_THAT(perGroup, testing::ElementsAre(testing::Pair(SensorGroupCPU, 20),
-                                             testing::Pair(SensorGroupGPU, 6)));
+  EXPECT_THAT(perGroup, ::testing::ElementsAre(::testing::Pair(SensorGroupCPU, 20),
+                                               ::testing::Pair(SensorGroupGPU, 6)));
   std::vector<std::string> hid;
   for (const SensorPtr& sensor : SensorController::getDefaultHIDSensors()) {
     if (sensor->average) {
@@ -167,7 +167,7 @@ TEST(Catalogue, TheAveragedSensorsAreTheCoresOfProcessorsAndGraphics) {
     }
   }
   EXPECT_THAT(
-      hid, testing::ElementsAre("CPU Performance Core %", "CPU Efficiency Core %", "GPU Core %"));
+      hid, ::testing::ElementsAre("CPU Performance Core %", "CPU Efficiency Core %", "GPU Core %"));
 }
 
 // Typing errors that no other check sees: patterns without a number to show, or the reverse.

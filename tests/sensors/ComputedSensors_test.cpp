@@ -1,18 +1,18 @@
 #include "sensors/ComputedSensors.h"
 
-#include <limits>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/NotANumber.h"
+
 namespace kelvora {
 namespace {
 
-using testing::ElementsAre;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+using ::testing::ElementsAre;
+using testing::kNaN;
 
 SensorPtr core(double value, std::uint64_t group = SensorGroupCPU, bool average = true,
                std::uint64_t type = SensorTypeTemperature) {

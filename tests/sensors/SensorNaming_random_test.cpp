@@ -18,11 +18,12 @@
 #include "ReferenceNaming.h"
 #include "sensors/ComputedSensors.h"
 #include "sensors/SensorNaming.h"
+#include "tests/support/NotANumber.h"
 
 namespace kelvora {
 namespace {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+using testing::kNaN;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // Few characters and short texts, so that keys, patterns and candidates meet often.
@@ -182,7 +183,7 @@ TEST(SensorNamingRandom, ComputesLikeTheReference) {
     for (const std::string& key : keys) {
       for (std::uint64_t type = 0; type < 6; ++type) {
         EXPECT_THAT(computedValue(key, type, reading),
-                    testing::NanSensitiveDoubleEq(reference::computedValue(key, type, reading)))
+                    ::testing::NanSensitiveDoubleEq(reference::computedValue(key, type, reading)))
             << "seed " << seed << " key " << key << " type " << type;
       }
     }

@@ -14,8 +14,8 @@
 namespace kelvora {
 namespace {
 
-using testing::ElementsAre;
-using testing::Pair;
+using ::testing::ElementsAre;
+using ::testing::Pair;
 
 SensorPtr entry(const std::string& key, const std::string& name,
                 std::uint64_t group = SensorGroupCPU, bool average = false) {

@@ -44,7 +44,7 @@ TEST_F(GraphPoint, TheTitleOfAnImpossibleTimeIsTheNearestDate) {
   EXPECT_EQ(point->title(), "6/18/1678\n12:26:40");
 }
 
-struct Conversion {
+struct PointConversion {
   int type;
   bool celsius;
   std::int64_t fanValueType;
@@ -53,7 +53,7 @@ struct Conversion {
 };
 
 // Stored: 3000, of a sensor with the limits 1200 and 6000.
-constexpr Conversion kConversions[] = {
+constexpr PointConversion kPointConversions[] = {
     {0, true, 0, 3000, "3000°C"},    {0, true, 1, 3000, "3000°C"},
     {0, false, 0, 5432, "5432°F"},   {0, false, 1, 5432, "5432°F"},
     {1, true, 0, 3000, "3000rpm"},   {1, false, 0, 3000, "3000rpm"},
@@ -66,7 +66,7 @@ constexpr Conversion kConversions[] = {
 };
 
 TEST_F(GraphPoint, TheValueFollowsTheTypeAndTheSettings) {
-  for (const Conversion& expected : kConversions) {
+  for (const PointConversion& expected : kPointConversions) {
     SCOPED_TRACE(::testing::Message()
                  << expected.type << ' ' << expected.celsius << ' ' << expected.fanValueType);
     settings->setTempUnitCelsius(expected.celsius);

@@ -1,16 +1,16 @@
-#include <limits>
 
 #include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
 
 #include "tests/store/StoredSensorFixture.h"
+#include "tests/support/NotANumber.h"
 
 namespace kelvora {
 namespace {
 
 using testing::kWithoutCategory;
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+using testing::kNaN;
 
 class SensorDisplay : public testing::StoredSensorFixture {};
 

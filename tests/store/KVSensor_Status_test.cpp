@@ -6,13 +6,14 @@
 #include "KelvoraCore/KVSettingsSnapshot.h"
 
 #include "tests/store/StoredSensorFixture.h"
+#include "tests/support/NotANumber.h"
 
 namespace kelvora {
 namespace {
 
 using testing::kWithoutCategory;
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+using testing::kNaN;
 
 class SensorStatus : public testing::StoredSensorFixture {};
 

@@ -196,8 +196,8 @@ TEST(LinuxSMC, AnyUserReadsTemperaturesAndFansFromTheirOwnFiles) {
 }
 
 // Writes the bytes with the key's own size.
-SMCConnection::Reply write(SMCConnection& connection, const char* key,
-                           const std::vector<int>& bytes) {
+SMCConnection::Reply writeKey(SMCConnection& connection, const char* key,
+                              const std::vector<int>& bytes) {
   std::vector<std::byte> payload;
   for (const int byte : bytes) {
     payload.push_back(static_cast<std::byte>(byte));
@@ -243,7 +243,7 @@ TEST_F(LinuxSMCWrites, AFansKeysAreNumbersInTheFilesOfTheNextFan) {
   };
   for (const Row& row : rows) {
     files->written.clear();
-    const auto reply = write(*connection, row.key, row.bytes);
+    const auto reply = writeKey(*connection, row.key, row.bytes);
     EXPECT_EQ(reply.status, 0U) << row.key;
     EXPECT_EQ(reply.result, 0) << row.key;
     EXPECT_EQ(files->written, (Written{{row.file, row.content}}));
@@ -259,7 +259,7 @@ TEST_F(LinuxSMCWrites, WhatTheDriverCannotHoldIsNotWritten) {
       {"F0Mn", {0xff, 0xfe}},              // 16383.5 is more than 14 bits
   };
   for (const auto& [key, bytes] : rows) {
-    EXPECT_EQ(write(*connection, key, bytes).status, platform::kIOReturnBadArgument)
+    EXPECT_EQ(writeKey(*connection, key, bytes).status, platform::kIOReturnBadArgument)
         << ::testing::PrintToString(bytes);
   }
   EXPECT_TRUE(files->written.empty());
@@ -268,7 +268,7 @@ TEST_F(LinuxSMCWrites, WhatTheDriverCannotHoldIsNotWritten) {
 TEST_F(LinuxSMCWrites, AWriteOfAnotherSizeHasResult135) {
   for (const auto& [key, bytes] : std::vector<std::pair<const char*, std::vector<int>>>{
            {"F0Md", {0, 1}}, {"F0Tg", {0x1f, 0x40}}, {"F0Mn", {0}}, {"F0Mn", {0, 0, 0x80, 0x3f}}}) {
-    EXPECT_EQ(write(*connection, key, bytes).result, 135) << key;
+    EXPECT_EQ(writeKey(*connection, key, bytes).result, 135) << key;
   }
   EXPECT_TRUE(files->written.empty());
 }
@@ -277,7 +277,7 @@ TEST_F(LinuxSMCWrites, OnlyModeTargetAndMinimumOfAFanThatExistsCanBeWritten) {
   for (const char* key : {"F0Ac", "F0Mx", "F0Sf", "F0ID", "FNum", "TC0P", "#KEY", "F1Md", "F2Mn",
                           "FAMn", "F/Mn", "F:Mn", "G0Mn", "VC0C"}) {
     for (const std::size_t size : {1, 2, 4}) {
-      EXPECT_EQ(write(*connection, key, std::vector<int>(size)).status, kIOReturnNotPermitted)
+      EXPECT_EQ(writeKey(*connection, key, std::vector<int>(size)).status, kIOReturnNotPermitted)
           << key;
     }
   }
@@ -287,7 +287,7 @@ TEST_F(LinuxSMCWrites, OnlyModeTargetAndMinimumOfAFanThatExistsCanBeWritten) {
 TEST_F(LinuxSMCWrites, ARefusalOfTheDriverIsTheStatusOfTheCall) {
   for (const auto status : {platform::kIOReturnIOError, kIOReturnNotPermitted}) {
     files->refusal = status;
-    EXPECT_EQ(write(*connection, "F0Md", {1}).status, status);
+    EXPECT_EQ(writeKey(*connection, "F0Md", {1}).status, status);
   }
 }
 
@@ -307,7 +307,7 @@ class LinuxSMCWritesOfRoot : public LinuxSMCWrites {
 
 TEST_F(LinuxSMCWritesOfRoot, AModeThatTheSMCHasNoKeyForHasANameAndNoIndex) {
   EXPECT_EQ(payloadBytes(connection->call(5, SMCPackedKey("F0Md")), 1), std::vector{1});
-  EXPECT_EQ(write(*connection, "F0Md", {0}).status, 0U);
+  EXPECT_EQ(writeKey(*connection, "F0Md", {0}).status, 0U);
   EXPECT_EQ(files->written, (Written{{"fan1_manual", "0\n"}}));
   EXPECT_EQ(connection->call(8, 0, 0, 3).result, 132);
 }
@@ -321,9 +321,9 @@ TEST(LinuxSMC, AWriteTakesTheTypeThatTheSMCSays) {
   files.own = {{"fan1_input", "2000\n"}, {"fan1_manual", "0\n"}};
   LinuxSMC smc(std::move(owned));
   SMCConnection connection(smc);
-  EXPECT_EQ(write(connection, "F0Tg", {0x1f, 0x40}).status, 0U);
-  EXPECT_EQ(write(connection, "F0Mn", {0x00, 0x00, 0xfa, 0x44}).status, 0U);
-  EXPECT_EQ(write(connection, "F0Md", {1}).status, platform::kIOReturnBadArgument);
+  EXPECT_EQ(writeKey(connection, "F0Tg", {0x1f, 0x40}).status, 0U);
+  EXPECT_EQ(writeKey(connection, "F0Mn", {0x00, 0x00, 0xfa, 0x44}).status, 0U);
+  EXPECT_EQ(writeKey(connection, "F0Md", {1}).status, platform::kIOReturnBadArgument);
   EXPECT_EQ(files.written, (std::vector<std::pair<std::string, std::string>>{
                                {"fan1_output", "2000\n"}, {"fan1_min", "2000\n"}}));
 }
