@@ -317,6 +317,15 @@ TEST_F(KelvoraUsage, AWatchOnATerminalNeedsAKeyboard) {
               HasSubstr("kelvora: this needs a terminal; without --watch it is shown once"));
 }
 
+TEST_F(KelvoraUsage, OneAddressIsEnoughOfANetwork) {
+  const std::string file = machineWith(R"(, "host": {"addresses": ["192.0.2.1"]})");
+  EXPECT_EQ(runKelvora({"network", "--machine", file}).status, 0);
+}
+
+TEST_F(KelvoraUsage, OneProcessCanBeAskedFor) {
+  EXPECT_EQ(jsonOf({"top", "-n", "1"})["processes"].size(), 1U);
+}
+
 TEST_F(KelvoraUsage, TheBusiestProcessesHaveTheNamesOfTheirApplications) {
   EXPECT_EQ(outputOf({"top", "-n", "3"}),
             "MacBook Pro 15-inch 2018 (recorded)\n"
