@@ -9,6 +9,23 @@
 
 namespace kelvora {
 
+namespace {
+
+// The privileged tool writes the minimum only of a fan that has no mode.
+std::string faultOfMode(SensorController& controller, const LeasedFan& fan) {
+  const bool hasModes = controller.hasFanModes();
+  const auto index = static_cast<std::int64_t>(fan.fan);
+  if (!isReadable(controller.platform(), fan.handBack.key)) {
+    return std::string("cannot be set on this Mac: its ") + (hasModes ? "mode" : "minimum") +
+           " cannot be read";
+  }
+  return hasModes || !isReadable(controller.platform(), fanKey(index, "Md").value_or(""))
+             ? ""
+             : "cannot be set on this Mac: it has a mode, so its minimum stays as it is";
+}
+
+}  // namespace
+
 std::string readFanToTake(SensorController& controller, std::uint64_t fan, FanToTake& result) {
   const auto index = static_cast<std::int64_t>(std::min<std::uint64_t>(fan, INT64_MAX));
   if (index >= std::min(controller.smc().numberOfFans(), kNameableFans)) {
@@ -20,8 +37,7 @@ std::string readFanToTake(SensorController& controller, std::uint64_t fan, FanTo
     return "its limits cannot be read";
   }
   result = {{fan, handBackWrite(fanSchemeOf(controller), minimum, fan)}, minimum, maximum};
-  return isReadable(controller.platform(), result.leased.handBack.key) ? ""
-                                                                       : "its mode cannot be read";
+  return faultOfMode(controller, result.leased);
 }
 
 std::string faultOfSpeed(const FanToTake& fan, std::uint64_t speed) {

@@ -145,8 +145,23 @@ TEST_F(KVFanLeaseTest, AFanWhoseModeCannotBeReadIsNotTaken) {
   use("iMac19,1");
   const auto lease = newLease();
   EXPECT_FALSE(lease->take({{0, 2000}}));
-  EXPECT_EQ(lease->fault(), "fan 0: its mode cannot be read");
+  EXPECT_EQ(lease->fault(), "fan 0: cannot be set on this Mac: its mode cannot be read");
   EXPECT_EQ(lease->state(), KVFanLeaseState::kIdle);
+  EXPECT_EQ(writes(), Writes{});
+}
+
+// The privileged tool refuses to write the minimum of a fan with a mode.
+TEST_F(KVFanLeaseTest, AFanThatIsSetByItsMinimumAndHasAModeIsNotTaken) {
+  platform::RecordedMachine machine = recordedMachine(kWithMinimum);
+  platform::RecordedSMCKey mode = machine.smcKeys->front();
+  mode.key = SMCPackedKey("F0Md");
+  mode.bytes = {std::byte{0}};
+  machine.smcKeys->push_back(mode);
+  use(std::move(machine));
+  const auto lease = newLease();
+  EXPECT_FALSE(lease->take({{0, 3000}}));
+  EXPECT_EQ(lease->fault(),
+            "fan 0: cannot be set on this Mac: it has a mode, so its minimum stays as it is");
   EXPECT_EQ(writes(), Writes{});
 }
 

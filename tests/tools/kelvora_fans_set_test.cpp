@@ -180,7 +180,8 @@ TEST_F(KelvoraFans, WhoseHolderIsKilledWhileItTakesThemAreReported) {
 
 TEST_F(KelvoraFans, WhoseModeCannotBeReadAreNotSet) {
   choose("iMac19,1");
-  expectRefused({"fans", "set", "0", "2000"}, 1, "fan 0: its mode cannot be read");
+  expectRefused({"fans", "set", "0", "2000"}, 1,
+                "fan 0: cannot be set on this Mac: its mode cannot be read");
   const ProgramResult back = run({"fans", "auto", "0"});
   EXPECT_EQ(back.status, 1);
   EXPECT_THAT(back.standardError, EndsWith("fan 0: not handed back: its mode cannot be read\n"));

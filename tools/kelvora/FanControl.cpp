@@ -52,7 +52,8 @@ void requireWithinLimits(const FanState& fan, std::uint64_t speed, bool hasModes
     throw CommandError(kExitNothingRead, fanText(fan.index) + "its limits cannot be read");
   }
   if (hasModes && !fan.isFixed) {
-    throw CommandError(kExitNothingRead, fanText(fan.index) + "its mode cannot be read");
+    throw CommandError(kExitNothingRead,
+                       fanText(fan.index) + "cannot be set on this Mac: its mode cannot be read");
   }
   const auto wanted = static_cast<double>(speed);
   if (wanted < *fan.minimum || wanted > *fan.maximum) {
