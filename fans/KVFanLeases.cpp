@@ -20,6 +20,7 @@ namespace {
 constexpr std::chrono::seconds kToolLimit{5};
 constexpr char kMayBeSetAgain[] =
     "its holder, or a privileged tool that sets it, still runs and may set it again";
+constexpr char kIsSilent[] = "its holder has ended, and its guardian does not answer";
 
 std::optional<double> minimumIn(const FanWrite& handBack) {
   if (!handBack.key.ends_with("Mn")) {
@@ -45,6 +46,16 @@ KVLeasedFan leasedFan(std::uint64_t fan, const LeaseReading& reading, bool isLiv
 
 std::string faultOf(const KVProcessLock& holder) {
   return holder.state() == KVProcessLock::State::kHeldElsewhere ? kMayBeSetAgain : holder.fault();
+}
+
+// A guardian hands back while its lock is waited for, unless it is stopped or its tool hangs.
+std::string faultOfGuardian(Platform& platform, std::uint64_t fan) {
+  const KVProcessLock holder(holderLockName(fan), platform);
+  if (holder.state() != KVProcessLock::State::kHeld) {
+    return "";
+  }
+  const KVProcessLock guardian(leaseName(fan), platform);
+  return guardian.state() == KVProcessLock::State::kHeldElsewhere ? kIsSilent : "";
 }
 
 // Of a lease that cannot be read only the mode is known, on machines that have one.
@@ -99,8 +110,9 @@ std::optional<KVLeasedFan> lookedAt(Platform& platform, std::uint64_t fan) {
   if (machineOfLease(platform, reading) != LeaseMachine::kThis) {
     return ofAnotherMachine(std::move(leased), *reading.record);
   }
-  if (!isLive && leased.fault.empty()) {
-    leased.fault = faultOf(KVProcessLock(holderLockName(fan), platform));
+  if (leased.fault.empty()) {
+    leased.fault = isLive ? faultOfGuardian(platform, fan)
+                          : faultOf(KVProcessLock(holderLockName(fan), platform));
   }
   return leased;
 }

@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 TEST_F(KelvoraFans, OfAHolderThatIsKilledComeBack) {
@@ -116,6 +117,60 @@ TEST_F(KelvoraFans, OfALeaseThatIsAPipeOrTooLargeAreReportedWithItsPath) {
   choose(kWithModes);
   EXPECT_EQ(run({"fans"}).status, 0) << "their modes are known";
   EXPECT_FALSE(isOnDisk(1));
+}
+
+// The holder was killed while its guardian was stopped.
+TEST_F(KelvoraFans, OfADeadHolderWhoseGuardianIsStoppedAreAFailure) {
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  const pid_t holder = holderOf(0);
+  const pid_t guardian = guardians().at(0);
+  ::kill(guardian, SIGSTOP);
+  ::kill(holder, SIGKILL);
+  ASSERT_TRUE(soon([&] { return !isRunning(holder); }));
+  const std::string fault = "its holder has ended, and its guardian does not answer";
+  const ProgramResult list = run({"fans"});
+  EXPECT_EQ(list.status, 1);
+  EXPECT_EQ(list.standardError, "kelvora: fan 0: the guardian of kelvora (process " +
+                                    std::to_string(holder) + ") cannot hand it back: " + fault +
+                                    " ('kelvora fans auto 0' tries)\n");
+  EXPECT_THAT(run({"doctor"}).standardOutput, ContainsRegex("broken +fans +not handed back: "));
+  const ProgramResult back = run({"fans", "auto", "0"});
+  EXPECT_EQ(back.status, 0) << back.standardError;
+  EXPECT_THAT(back.standardOutput, HasSubstr("automatic"));
+  EXPECT_THAT(back.standardError, HasSubstr(fault));
+  ::kill(guardian, SIGCONT);
+  EXPECT_TRUE(soon([this] { return !isOnDisk(0); }));
+  expectAutomatic(0);
+}
+
+// Another program may hold it, so it is not handed back.
+TEST_F(KelvoraFans, AtAFixedSpeedWithoutALeaseAreReportedAndLeftAlone) {
+  ASSERT_EQ(runProgram(home_.path(kTool), {"-k", "F1Md", "-w", "01"}).status, 0);
+  const ProgramResult list = run({"fans"});
+  EXPECT_EQ(list.status, 0);
+  EXPECT_EQ(list.standardError,
+            "kelvora: fan 1 is at a fixed speed and no lease is known; 'kelvora fans auto 1' hands "
+            "it back\n");
+  EXPECT_THAT(run({"doctor"}).standardOutput,
+              ContainsRegex("hint +fans +at a fixed speed, and no lease is known: fan 1"));
+  EXPECT_EQ(fan(1).at("mode"), "fixed");
+  EXPECT_EQ(run({"fans", "--machine", kWithModes}).standardError, "");
+}
+
+TEST_F(KelvoraFans, WithANameOfTwoLinesAreListedOnOne) {
+  choose(kWithMinimum);
+  home_.write(kTool, "#!/bin/sh\nexit 1\n");
+  home_.write("data/group.com.kelvora/Fan0.plist",
+              "<plist version=\"1.0\"><dict><key>program</key><string>two\nlines</string>"
+              "<key>process</key><integer>7</integer><key>fan</key><integer>0</integer>"
+              "<key>since</key><date>2026-01-02T03:04:05Z</date><key>key</key>"
+              "<string>F0Mn</string><key>value</key><string>1f40</string></dict></plist>");
+  for (const char* command : {"fans", "doctor"}) {
+    const std::string text = run({command}).standardOutput;
+    EXPECT_THAT(text, HasSubstr("lines (process 7)"));
+    EXPECT_THAT(text, Not(HasSubstr("two\n"))) << command;
+  }
+  fs::remove(home_.path("data/group.com.kelvora/Fan0.plist"));
 }
 
 }  // namespace

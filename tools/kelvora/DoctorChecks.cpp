@@ -20,6 +20,7 @@
 #include "KelvoraCore/Sensor.h"
 #include "KelvoraCore/SensorController.h"
 
+#include "tools/kelvora/FanReader.h"
 #include "tools/kelvora/FansReport.h"
 #include "tools/kelvora/Text.h"
 
@@ -240,7 +241,18 @@ std::string leaseList(const std::vector<KVLeasedFan>& leases) {
   std::string text;
   for (const KVLeasedFan& lease : leases) {
     text += (text.empty() ? "fan " : "; fan ") + std::to_string(lease.fan) + " by " +
-            holderOf(lease) + (lease.fault.empty() ? "" : ": " + lease.fault);
+            printable(holderOf(lease)) + (lease.fault.empty() ? "" : ": " + lease.fault);
+  }
+  return text;
+}
+
+// "fan 0, fan 1"; empty if there are none.
+std::string fixedWithoutLease(Platform& platform, const std::vector<KVLeasedFan>& held) {
+  std::string text;
+  for (const FanState& fan : FanReader(platform).read(held)) {
+    if (isFixedWithoutLease(fan)) {
+      text += (text.empty() ? "fan " : ", fan ") + std::to_string(fan.index);
+    }
   }
   return text;
 }
@@ -260,7 +272,11 @@ Check leftBehindFans(const MachineChoice& machine) {
   if (!std::ranges::all_of(held, &std::string::empty, &KVLeasedFan::fault)) {
     return {
         kName, CheckState::kBroken, "not handed back: " + leaseList(held),
-        "see to the privileged tool ('kelvora fans permit'); the guardian tries again by itself"};
+        "'kelvora fans auto all' tries; else see to the privileged tool ('kelvora fans permit')"};
+  }
+  if (const std::string fixed = fixedWithoutLease(machine.platform, held); !fixed.empty()) {
+    return {kName, CheckState::kHint, "at a fixed speed, and no lease is known: " + fixed,
+            "nothing if another program sets them; else 'kelvora fans auto all' hands them back"};
   }
   return {kName, CheckState::kOK,
           (left.empty() ? "none left behind" : "handed back now, left behind: " + leaseList(left)) +

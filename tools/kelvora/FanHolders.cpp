@@ -18,6 +18,8 @@ using Clock = std::chrono::steady_clock;
 
 // Longer than a lease takes to hand back while its tool and its guardian hang.
 constexpr std::chrono::seconds kLongestEnd{30};
+// Longer than a guardian takes to hand back, if it is not stopped.
+constexpr std::chrono::seconds kLongestHandBack{10};
 constexpr std::chrono::milliseconds kStep{10};
 
 bool isAmong(const std::vector<std::uint64_t>& fans, std::uint64_t fan) {
@@ -81,10 +83,12 @@ std::vector<KVFanSpeed> otherFansOfHolders(const std::vector<std::uint64_t>& fan
 
 std::vector<KVLeasedFan> endOwnHolders(const std::vector<std::uint64_t>& fans, Platform& platform) {
   const std::set<std::int64_t> processes = holdersOf(fans, KVFanLeases::leasedFans(platform));
+  bool isAsked = false;
   for (const std::int64_t process : processes) {
-    BackgroundProgram::askToEnd(process);  // of one that has ended already the guardian hands back
+    // Of one that has ended already the guardian hands back.
+    isAsked = BackgroundProgram::askToEnd(process) || isAsked;
   }
-  const Clock::time_point deadline = Clock::now() + kLongestEnd;
+  const Clock::time_point deadline = Clock::now() + (isAsked ? kLongestEnd : kLongestHandBack);
   std::vector<KVLeasedFan> left = leasesOf(processes, platform);
   while (!left.empty() && Clock::now() < deadline) {
     KVMainQueue::runUntil(Clock::now() + kStep);

@@ -113,7 +113,9 @@ int report(FanControl& control, const FanState& fan, bool wasHeld) {
     return kExitNothingRead;
   }
   if (fan.lease && fan.lease->isLive) {
-    say(fan.index, "held by " + holderOf(*fan.lease) + ", which may set it again");
+    say(fan.index,
+        "held by " + holderOf(*fan.lease) +
+            (fan.lease->fault.empty() ? ", which may set it again" : ": " + fan.lease->fault));
   } else if (!control.hasModes() && !wasHeld) {
     say(fan.index, "nothing to restore, no program of this account has raised its minimum");
   }

@@ -22,7 +22,11 @@ int runFans(const Options& options, StandardOutput& output) {
   FanReader reader(machine.platform);
   const Leases held = isShared ? KVFanLeases::leasedFans(machine.platform) : Leases();
   const bool comeBack = reportStuck(held);
-  writeFans(options, output, machine, reader.read(held), leftBehind);
+  const std::vector<FanState> fans = reader.read(held);
+  writeFans(options, output, machine, fans, leftBehind);
+  if (isShared) {
+    reportFixedWithoutLease(fans);
+  }
   if (!isRead) {
     throw CommandError(kExitNothingRead, machine.platform.title() + ": there is no SMC with fans");
   }

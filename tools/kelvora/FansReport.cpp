@@ -114,7 +114,7 @@ std::string leaseText(const FanState& fan) {
 Row rowOf(const FanState& fan) {
   return {std::to_string(fan.index), printable(fan.name),
           speedText(fan.speed),      number(fan.minimum) + " to " + number(fan.maximum) + " rpm",
-          controlText(fan),          leaseText(fan)};
+          controlText(fan),          printable(leaseText(fan))};
 }
 
 std::string writtenText(const FanWritten& written) {
@@ -131,7 +131,8 @@ Row rowOf(const FanChange& change) {
   const FanState& fan = change.read;
   const std::string control = controlText(fan);
   return {std::to_string(fan.index), printable(fan.name), writtenText(change.written),
-          "now " + speedText(fan.speed) + (control.empty() ? "" : ", " + control), leaseText(fan)};
+          "now " + speedText(fan.speed) + (control.empty() ? "" : ", " + control),
+          printable(leaseText(fan))};
 }
 
 template <typename Item>
@@ -191,11 +192,26 @@ bool reportStuck(const std::vector<KVLeasedFan>& held) {
     if (fan.isLive && !fan.fault.empty()) {
       isWell = false;
       const std::string line = "fan " + std::to_string(fan.fan) + ": the guardian of " +
-                               holderOf(fan) + " cannot hand it back: " + fan.fault;
+                               holderOf(fan) + " cannot hand it back: " + fan.fault +
+                               " ('kelvora fans auto " + std::to_string(fan.fan) + "' tries)";
       std::fprintf(stderr, "kelvora: %s\n", printable(line).c_str());
     }
   }
   return isWell;
+}
+
+bool isFixedWithoutLease(const FanState& fan) { return fan.isFixed == true && !fan.lease; }
+
+void reportFixedWithoutLease(const std::vector<FanState>& fans) {
+  for (const FanState& fan : fans) {
+    if (isFixedWithoutLease(fan)) {
+      const std::string index = std::to_string(fan.index);
+      std::fprintf(stderr,
+                   "kelvora: fan %s is at a fixed speed and no lease is known; 'kelvora fans auto "
+                   "%s' hands it back\n",
+                   index.c_str(), index.c_str());
+    }
+  }
 }
 
 void writeFans(const Options& options, StandardOutput& output, const MachineChoice& machine,

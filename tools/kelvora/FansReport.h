@@ -40,6 +40,12 @@ bool reportLeftBehind(const std::vector<KVLeasedFan>& leftBehind);
 /// well.
 bool reportStuck(const std::vector<KVLeasedFan>& held);
 
+/// Whether the fan is at a fixed speed and no program of the account is known to hold it.
+bool isFixedWithoutLease(const FanState& fan);
+
+/// Says of each such fan on standard error how it is handed back.
+void reportFixedWithoutLease(const std::vector<FanState>& fans);
+
 /// Writes the list of fans.
 void writeFans(const Options& options, StandardOutput& output, const MachineChoice& machine,
                const std::vector<FanState>& fans, const std::vector<KVLeasedFan>& leftBehind);
