@@ -52,12 +52,6 @@ class KelvoraCustom : public ::testing::Test {
   TemporaryFolder folder_;
 };
 
-void expectRefused(const ProgramResult& result, const std::string& line, int status = 2) {
-  EXPECT_EQ(result.status, status);
-  EXPECT_EQ(result.standardOutput, "");
-  EXPECT_EQ(result.standardError, "kelvora: " + line + "\n");
-}
-
 TEST_F(KelvoraCustom, LookingCreatesNothing) {
   EXPECT_EQ(custom().standardOutput, "There are no sensors of your own.\n");
   EXPECT_THAT(list(), IsEmpty());

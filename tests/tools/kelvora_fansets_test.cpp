@@ -47,12 +47,6 @@ class KelvoraFanSets : public StoreFixture {
   }
 };
 
-void expectRefused(const ProgramResult& result, const std::string& line) {
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.standardOutput, "");
-  EXPECT_EQ(result.standardError, "kelvora: " + line + "\n");
-}
-
 TEST_F(KelvoraFanSets, ListingBeforeAnythingIsStoredChangesNothing) {
   EXPECT_EQ(run({"fansets"}).standardOutput, "no fan sets ('kelvora fansets add' makes one)\n");
   EXPECT_EQ(run({"conditions"}).standardOutput,

@@ -44,12 +44,6 @@ class KelvoraRules : public StoreFixture {
   static json listed() { return json::parse(rules({"--json"}).standardOutput).at("rules"); }
 };
 
-void expectRefused(const ProgramResult& result, const std::string& line) {
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.standardOutput, "");
-  EXPECT_EQ(result.standardError, "kelvora: " + line + "\n");
-}
-
 TEST_F(KelvoraRules, ListingBeforeAnythingIsStoredChangesNothing) {
   const TemporaryFolder fresh;
   const Environment environment = {{"XDG_CONFIG_HOME", fresh.path("c")},

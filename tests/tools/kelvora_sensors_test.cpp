@@ -205,9 +205,9 @@ TEST(MissingKeys, AreEachNamedOnceAsNotRecorded) {
   const std::string report = readingOf(kFanWithoutName).standardOutput;
   EXPECT_THAT(report, HasSubstr("\n\nNot in this recording\n  F0ID\n\nNot readable\n"
                                 "  SMC read (F0Mx) failed\n"));
-  const auto json = nlohmann::json::parse(readingOf(kFanWithoutName, "--json").standardOutput);
-  EXPECT_EQ(json["notInRecording"], nlohmann::json({"F0ID"}));
-  EXPECT_THAT(json["failures"].dump(), HasSubstr("F0ID")) << "every message of the library";
+  const auto reading = nlohmann::json::parse(readingOf(kFanWithoutName, "--json").standardOutput);
+  EXPECT_EQ(reading["notInRecording"], nlohmann::json({"F0ID"}));
+  EXPECT_THAT(reading["failures"].dump(), HasSubstr("F0ID")) << "every message of the library";
 }
 
 TEST(MissingKeys, AreTheWholeSMCWhereNoneWasRecorded) {

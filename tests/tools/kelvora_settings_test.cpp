@@ -52,12 +52,6 @@ class KelvoraSettings : public ::testing::Test {
   TemporaryFolder folder_;
 };
 
-void expectRefused(const ProgramResult& result, const std::string& line) {
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.standardOutput, "");
-  EXPECT_EQ(result.standardError, "kelvora: " + line + "\n");
-}
-
 TEST_F(KelvoraSettings, AreAllListedWithKeyValueAndWhetherItIsTheDefault) {
   const ProgramResult text = settings();
   EXPECT_EQ(text.status, 0);
