@@ -143,6 +143,7 @@ int runFansAuto(const Options& options, StandardOutput& output) {
   int status = endHolders(control, fans);
   control.readAgain();
   std::vector<std::optional<double>> speeds;
+  speeds.reserve(fans.size());
   for (const std::uint64_t fan : fans) {
     speeds.push_back(handBack(control, control.fan(fan)));
   }

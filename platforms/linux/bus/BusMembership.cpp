@@ -49,7 +49,7 @@ void BusMembership::end() {
   std::shared_ptr<NotificationBus> left;
   {
     const std::lock_guard lock(mutex_);
-    left = std::move(bus_);
+    left = std::exchange(bus_, nullptr);
   }
 }
 
@@ -74,7 +74,7 @@ void BusMembership::keepJoined() {
 }
 
 void BusMembership::leaveGoneBus(std::unique_lock<std::mutex>& lock) {
-  auto gone = std::move(bus_);
+  auto gone = std::exchange(bus_, nullptr);
   lock.unlock();
   gone.reset();
   changed_(false);
