@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 
 #include "tests/fans/LeaseFixture.h"
 #include "tests/support/ForwardingPorts.h"
@@ -205,6 +206,25 @@ TEST_F(KVFanLeaseTest, ASecondHolderIsToldWhoHasTheFan) {
   EXPECT_EQ(writes().size(), 2U);
   EXPECT_FALSE(isOnDisk(1));
   EXPECT_EQ(first->renew(), KVFanLeaseState::kHeld);
+}
+
+TEST_F(KVFanLeaseTest, OfAHostWithoutANameHasThatOfItsProgram) {
+  KVFanLease lease(*controller, {std::chrono::seconds(30), "", KELVORA_TEST_GUARDIAN});
+  ASSERT_TRUE(lease.take({{0, 3000}})) << lease.fault();
+  const auto held = KVFanLeases::leasedFans(*platform);
+  ASSERT_EQ(held.size(), 1U);
+  EXPECT_EQ(held[0].program,
+            std::filesystem::path(platform->mainBundle().executablePath()).filename());
+}
+
+TEST_F(KVFanLeaseTest, OfOneFanInTheFileOfAnotherIsNotUsed) {
+  const std::string folderOfLeases = *KVUtils::groupContainerLocation(*platform);
+  std::filesystem::create_directories(folderOfLeases);
+  ASSERT_EQ(writeLease(*platform, {"Test Host", 1, {}, {1, {"F1Md", "00"}}, "", ""}), "");
+  std::filesystem::rename(folderOfLeases + "/Fan1.plist", folderOfLeases + "/Fan0.plist");
+  const LeaseReading reading = readLease(*platform, 0);
+  EXPECT_FALSE(reading.record.has_value());
+  EXPECT_EQ(reading.fault, folderOfLeases + "/Fan0.plist: is not the lease of a fan");
 }
 
 // Of the platform that a host has on a recorded Mac which the account has chosen.
