@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +14,15 @@ inline KVNotification rule(const std::string& key, double threshold = 70) {
   rule.sensorKey = key;
   rule.threshold = threshold;
   return rule;
+}
+
+/// A rule that is enabled; `repeat` as in `KVNotification::repeat`.
+inline KVNotification activeRule(const std::string& key, double threshold,
+                                 std::int64_t repeat = 0) {
+  KVNotification enabled = rule(key, threshold);
+  enabled.active = true;
+  enabled.repeat = repeat;
+  return enabled;
 }
 
 /// The sensors of the rules in their order; "none" for a rule without one.

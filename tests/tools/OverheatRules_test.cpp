@@ -11,25 +11,18 @@
 
 #include "platforms/linux/settings/LinuxUserDefaults.h"
 #include "tests/support/ManagerFixture.h"
+#include "tests/support/OverheatRuleList.h"
 #include "tests/support/ResourceLimit.h"
 
 namespace kelvora::tool {
 namespace {
 
+using kelvora::testing::activeRule;
 using std::chrono::seconds;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr OverheatRules::Instant kStart{seconds(1'700'000'000)};
-
-KVNotification rule(const std::string& key, double threshold, std::int64_t repeat = 0) {
-  KVNotification rule;
-  rule.sensorKey = key;
-  rule.threshold = threshold;
-  rule.active = true;
-  rule.repeat = repeat;
-  return rule;
-}
 
 class OverheatRulesTest : public testing::ManagerFixture {
  protected:
@@ -82,7 +75,7 @@ class OverheatRulesTest : public testing::ManagerFixture {
 };
 
 TEST_F(OverheatRulesTest, ASensorThatCannotBeReadNeitherFiresNorCools) {
-  store({rule("TC0P", 70)});
+  store({activeRule("TC0P", 70)});
   set("TC0P", 80);
   unread = {"TC0P"};
   EXPECT_THAT(fireAt(0), IsEmpty());
@@ -98,7 +91,7 @@ TEST_F(OverheatRulesTest, ASensorThatCannotBeReadNeitherFiresNorCools) {
 
 TEST_F(OverheatRulesTest, AnySensorIsTheHottestOfThoseThatWereRead) {
   set("TG0P", 99);
-  store({rule("any-sensor", 80)});
+  store({activeRule("any-sensor", 80)});
   unread = {"TG0P"};
   EXPECT_THAT(fireAt(0), IsEmpty());
   unread = {};
@@ -106,7 +99,7 @@ TEST_F(OverheatRulesTest, AnySensorIsTheHottestOfThoseThatWereRead) {
 }
 
 TEST_F(OverheatRulesTest, ARuleFiresFromItsLimitOn) {
-  store({rule("TC0P", 70)});
+  store({activeRule("TC0P", 70)});
   set("TC0P", 69.9);
   EXPECT_THAT(fireAt(0), IsEmpty());
   EXPECT_EQ(lastTimeFired(), std::nullopt);
@@ -121,7 +114,7 @@ TEST_F(OverheatRulesTest, ARuleFiresFromItsLimitOn) {
 }
 
 TEST_F(OverheatRulesTest, WithoutRepetitionItFiresOnceUntilTheValueHasBeenBelowTheLimit) {
-  store({rule("TC0P", 70)});
+  store({activeRule("TC0P", 70)});
   set("TC0P", 80);
   EXPECT_THAT(fireAt(0), ElementsAre("TC0P"));
   for (const int second : {2, 400, 90'000}) {
@@ -137,7 +130,7 @@ TEST_F(OverheatRulesTest, WithoutRepetitionItFiresOnceUntilTheValueHasBeenBelowT
 }
 
 TEST_F(OverheatRulesTest, WhatFiredStaysSilentInAnotherLaunchAndAnotherProgram) {
-  store({rule("TC0P", 70), rule("any-sensor", 70, 3)});
+  store({activeRule("TC0P", 70), activeRule("any-sensor", 70, 3)});
   set("TC0P", 80);
   EXPECT_EQ(fireAt(0).size(), 2U);
   OverheatRules later(*manager);
@@ -149,7 +142,7 @@ TEST_F(OverheatRulesTest, WhatFiredStaysSilentInAnotherLaunchAndAnotherProgram) 
 TEST_F(OverheatRulesTest, ARepetitionKeepsItsDelayWhateverTheValueDid) {
   const std::vector<std::pair<int, int>> delays = {{1, 10}, {2, 30}, {3, 60}, {4, 120}, {5, 300}};
   for (const auto& [repeat, delay] : delays) {
-    store({rule("TC0P", 70, repeat)});
+    store({activeRule("TC0P", 70, repeat)});
     set("TC0P", 80);
     EXPECT_THAT(fireAt(0), ElementsAre("TC0P")) << repeat;
     EXPECT_THAT(fireAt(delay - 1), IsEmpty()) << repeat;
@@ -164,7 +157,7 @@ TEST_F(OverheatRulesTest, ARepetitionKeepsItsDelayWhateverTheValueDid) {
 }
 
 TEST_F(OverheatRulesTest, AnHourOfHeatFiresARuleOfAMinuteSixtyTimes) {
-  store({rule("TC0P", 70, 3)});
+  store({activeRule("TC0P", 70, 3)});
   set("TC0P", 80);
   std::size_t count = 0;
   for (int second = 0; second < 3600; second += 2) {
@@ -174,7 +167,7 @@ TEST_F(OverheatRulesTest, AnHourOfHeatFiresARuleOfAMinuteSixtyTimes) {
 }
 
 TEST_F(OverheatRulesTest, ATimeToComeIsNoQuietPeriod) {
-  KVNotification future = rule("TC0P", 70, 5);
+  KVNotification future = activeRule("TC0P", 70, 5);
   future.lastTimeFired = kStart + std::chrono::hours(24);
   store({future});
   set("TC0P", 80);
@@ -183,7 +176,7 @@ TEST_F(OverheatRulesTest, ATimeToComeIsNoQuietPeriod) {
 }
 
 TEST_F(OverheatRulesTest, OnlyAnActiveRuleWithALimitFires) {
-  std::vector<KVNotification> list(3, rule("TC0P", 10));
+  std::vector<KVNotification> list(3, activeRule("TC0P", 10));
   list[0].active = false;
   list[1].active.reset();
   list[2].threshold.reset();
@@ -195,7 +188,7 @@ TEST_F(OverheatRulesTest, OnlyAnActiveRuleWithALimitFires) {
 }
 
 TEST_F(OverheatRulesTest, ARuleThatIsNotActiveKeepsItsTimeBelowItsLimit) {
-  KVNotification inactive = rule("TC0P", 70);
+  KVNotification inactive = activeRule("TC0P", 70);
   inactive.lastTimeFired = kStart;
   for (const std::optional<bool> active : {std::optional<bool>(), std::optional(false)}) {
     inactive.active = active;
@@ -207,7 +200,7 @@ TEST_F(OverheatRulesTest, ARuleThatIsNotActiveKeepsItsTimeBelowItsLimit) {
 
 TEST_F(OverheatRulesTest, ZeroIsAReading) {
   set("TC0P", 0);
-  store({rule("TC0P", 0)});
+  store({activeRule("TC0P", 0)});
   EXPECT_THAT(fireAt(0), ElementsAre("TC0P"));
 }
 
@@ -218,7 +211,7 @@ TEST_F(OverheatRulesTest, WithoutAListNothingFiresAndNothingIsStored) {
 }
 
 TEST_F(OverheatRulesTest, TheLimitIsNotConvertedAndTheValueIs) {
-  store({rule("TC0P", 150)});
+  store({activeRule("TC0P", 150)});
   set("TC0P", 70);
   EXPECT_THAT(fireAt(0), IsEmpty());
   manager->setTempUnitCelsius(false);
@@ -231,7 +224,7 @@ TEST_F(OverheatRulesTest, AFanIsComparedInRevolutionsInEveryUnit) {
   add("Fan 0", "Fan", 1)->setValue(1500);
   manager->setTempUnitCelsius(false);
   manager->setFanValueType(1);
-  store({rule("Fan 0", 1500)});
+  store({activeRule("Fan 0", 1500)});
   const auto fired = fire();
   ASSERT_EQ(fired.size(), 1U);
   EXPECT_EQ(fired[0].value, 1500);
@@ -241,7 +234,7 @@ TEST_F(OverheatRulesTest, ASensorWithoutACategoryIsComparedAsItIs) {
   const KVSensorPtr alone = set("X", 70);
   alone->setCategory(nullptr);
   manager->setTempUnitCelsius(false);
-  store({rule("X", 71)});
+  store({activeRule("X", 71)});
   EXPECT_THAT(fireAt(0), IsEmpty());
 }
 
@@ -250,7 +243,7 @@ TEST_F(OverheatRulesTest, AnySensorIsTheHottestDiscoveredTemperature) {
   set("TB0T", 79);
   set("HottestCPU", 99)->setSourceType(2);
   add("Fan 0", "Fan", 1)->setValue(1500);
-  store({rule("any-sensor", 80)});
+  store({activeRule("any-sensor", 80)});
   const auto fired = fire();
   ASSERT_EQ(fired.size(), 1U);
   EXPECT_EQ(fired[0].rule.sensorKey, "any-sensor");
@@ -264,19 +257,19 @@ TEST_F(OverheatRulesTest, AnySensorIsTheHottestDiscoveredTemperature) {
 
 TEST_F(OverheatRulesTest, AnySensorWithoutTemperaturesIsSilent) {
   manager->coreDataStore().viewContext()->deleteObject(set("TC0P", 50));
-  store({rule("any-sensor", 0)});
+  store({activeRule("any-sensor", 0)});
   EXPECT_THAT(fireAt(0), IsEmpty());
   set("TC0P", -127);
   EXPECT_THAT(fireAt(2), IsEmpty());
 }
 
 TEST_F(OverheatRulesTest, ANegativeValueNeitherFiresNorArms) {
-  store({rule("TC0P", -200)});
+  store({activeRule("TC0P", -200)});
   for (const double noReading : {-1.0, -128.0, std::nan("")}) {
     set("TC0P", noReading);
     EXPECT_THAT(fireAt(0), IsEmpty());
   }
-  store({rule("TC0P", 70)});
+  store({activeRule("TC0P", 70)});
   set("TC0P", 80);
   EXPECT_THAT(fireAt(2), ElementsAre("TC0P"));
   set("TC0P", -1);
@@ -288,15 +281,15 @@ TEST_F(OverheatRulesTest, ANegativeValueNeitherFiresNorArms) {
 TEST_F(OverheatRulesTest, RulesFireInTheOrderOfTheList) {
   set("TG0P", 80);
   set("TC0P", 80);
-  store({rule("TG0P", 70), rule("any-sensor", 70), rule("TC0P", 90), rule("gone", 1),
-         rule("TC0P", 70)});
+  store({activeRule("TG0P", 70), activeRule("any-sensor", 70), activeRule("TC0P", 90),
+         activeRule("gone", 1), activeRule("TC0P", 70)});
   EXPECT_THAT(fireAt(0), ElementsAre("TG0P", "any-sensor"));
-  store({rule("TC0P", 70), rule("TG0P", 70)});
+  store({activeRule("TC0P", 70), activeRule("TG0P", 70)});
   EXPECT_THAT(fireAt(2), ElementsAre("TC0P", "TG0P"));
 }
 
 TEST_F(OverheatRulesTest, FiringKeepsWhatTheUserChangesMeanwhile) {
-  store({rule("TC0P", 70, 1)});
+  store({activeRule("TC0P", 70, 1)});
   set("TC0P", 80);
   fireAt(0);
   const KVNotification stored = *manager->getOverheatNotificationBySensorKey("TC0P");
@@ -309,7 +302,8 @@ TEST_F(OverheatRulesTest, AListThatCannotBeStoredSilencesNoAlertAndRepeatsNone) 
   platform->ports().userDefaults = std::make_unique<platform::LinuxUserDefaults>(home + "/config");
   manager->coreDataStore().saveViewContext();
   manager = std::make_unique<KVDataManager>(*platform);
-  ASSERT_TRUE(manager->setOverheatNotifications({rule("TC0P", 70), rule("any-sensor", 70, 1)}));
+  ASSERT_TRUE(
+      manager->setOverheatNotifications({activeRule("TC0P", 70), activeRule("any-sensor", 70, 1)}));
   OverheatRules evaluation(*manager);
   set("TC0P", 80);
   ::testing::internal::CaptureStderr();
@@ -335,7 +329,7 @@ TEST_F(OverheatRulesTest, AListThatCannotBeStoredSilencesNoAlertAndRepeatsNone) 
 }
 
 TEST_F(OverheatRulesTest, ARuleThatStaysSilentStoresAndBroadcastsNothing) {
-  store({rule("TC0P", 70), rule("any-sensor", 60, 5)});
+  store({activeRule("TC0P", 70), activeRule("any-sensor", 60, 5)});
   set("TC0P", 65);
   testing::RecordedNotices notices(*platform);
   notices.take();

@@ -16,6 +16,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/OverheatRuleList.h"
 #include "tests/tools/RecordedHistory.h"
 
 namespace kelvora::testing {
@@ -194,16 +195,7 @@ class RecordedDays : public RecordedHistory {
     manager.setFileLoggingPath(temporary.path("log.csv"));
     manager.setFileLoggingSensorKeys({{"TC0P", "TG0P", "0", "VC0C"}});
     manager.setFileLoggingResetMode(2);  // a file of one day
-    manager.setOverheatNotifications({rule("TG0P", 80, 0), rule(kAnySensorKey, 95, 5)});
-  }
-
-  static KVNotification rule(const std::string& key, double threshold, std::int64_t repeat) {
-    KVNotification rule;
-    rule.sensorKey = key;
-    rule.threshold = threshold;
-    rule.active = true;
-    rule.repeat = repeat;
-    return rule;
+    manager.setOverheatNotifications({activeRule("TG0P", 80), activeRule(kAnySensorKey, 95, 5)});
   }
 
   // Samples from `from` until before `until`, each compared with the model.

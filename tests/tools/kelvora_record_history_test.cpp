@@ -16,6 +16,7 @@
 
 #include "ports/Ports.h"
 #include "tests/support/ChildProgram.h"
+#include "tests/support/OverheatRuleList.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/tools/KelvoraProgram.h"
 
@@ -180,11 +181,7 @@ TEST_F(RecordHistory, AFiredRuleIsReportedOnceAndItsTimeIsStored) {
   runKelvora({"settings", "set", "tempUnitCelsius", "false"});
   const auto platform = Platform::live();
   KVDataManager manager(*platform);
-  KVNotification rule;
-  rule.sensorKey = kAnySensorKey;
-  rule.threshold = 70;  // degrees Fahrenheit
-  rule.active = true;
-  rule.repeat = 5;
+  const KVNotification rule = activeRule(kAnySensorKey, 70, 5);  // degrees Fahrenheit
   manager.setOverheatNotifications({rule});
   const ProgramResult result = record({"--for", "2", "--every", "1"});
   const std::size_t first = result.standardOutput.find("  rule fired: ");
