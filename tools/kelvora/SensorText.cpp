@@ -52,7 +52,7 @@ std::optional<double> shownValue(const Sensor& sensor, KVSettings& settings) {
   return sensor.value;
 }
 
-// With `text` in the first place of a name.
+// With `text` in the first place.
 std::string filled(std::string format, const std::string& text) {
   const std::size_t place = format.find(kPlaceholder);
   return place == std::string::npos ? format : format.replace(place, kPlaceholder.size(), text);
@@ -79,10 +79,14 @@ std::string valueText(const Sensor& sensor, KVSettings& settings) {
                : kNoValue;
 }
 
+std::string pairText(std::string_view key, std::string_view english, const std::string& first,
+                     const std::string& second, const KVLocalized::Texts& texts) {
+  return filled(filled(localizedText(key, english, texts), first), second);
+}
+
 std::string limitsText(const Sensor& fan, const KVLocalized::Texts& texts) {
-  const std::string format = localizedText("fan-limits-range", "%@ to %@", texts);
-  return filled(filled(format, revolutionsText(fan.minLimitValue)),
-                revolutionsText(fan.maxLimitValue));
+  return pairText("fan-limits-range", "%@ to %@", revolutionsText(fan.minLimitValue),
+                  revolutionsText(fan.maxLimitValue), texts);
 }
 
 std::string labelText(const Sensor& sensor, const KVLocalized::Texts& texts) {

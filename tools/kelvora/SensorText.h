@@ -25,6 +25,10 @@ std::optional<std::string> rawUnit(std::uint64_t type);
 std::string localizedText(std::string_view key, std::string_view english,
                           const KVLocalized::Texts& texts);
 
+/// The same for a text with two places, "%@ to %@", which the values take in their order.
+std::string pairText(std::string_view key, std::string_view english, const std::string& first,
+                     const std::string& second, const KVLocalized::Texts& texts);
+
 /// A fan's limits in the user's language, always in revolutions: "2160rpm to 5927rpm", "2160rpm bis
 /// 5927rpm". "–" for a limit that is not finite or beyond any fan's speed.
 std::string limitsText(const Sensor& fan, const KVLocalized::Texts& texts);

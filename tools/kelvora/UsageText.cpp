@@ -45,14 +45,7 @@ class Groups {
   }
   // "4 GB of 16 GB"
   std::string partText(const std::string& part, const std::string& whole) const {
-    std::string range = text("usage-part-range", "%@ of %@");
-    for (const std::string& value : {part, whole}) {
-      const std::size_t place = range.find("%@");
-      if (place != std::string::npos) {
-        range.replace(place, 2, value);
-      }
-    }
-    return range;
+    return pairText("usage-part-range", "%@ of %@", part, whole, texts_);
   }
   // A line with a bar.
   void addGauge(LineGroup& group, const std::string& name, double fraction, Tone tone,
