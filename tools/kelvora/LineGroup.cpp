@@ -25,9 +25,9 @@ std::string emphasised(const Span& span, const Style& style) {
   }
 }
 
-// The value's lines from a column on, broken for a terminal of `columns`.
-std::vector<std::string> broken(const std::string& value, std::size_t start, std::size_t columns) {
-  return wrapped(value, columns == 0 ? 0 : std::max(columns, start + 1) - start);
+// The columns of a terminal of `columns` from one on: at least one, and 0 is still no limit.
+std::size_t columnsFrom(std::size_t start, std::size_t columns) {
+  return columns == 0 ? 0 : std::max(columns, start + 1) - start;
 }
 
 // A text from a column on, cut where a terminal of `columns` ends.
@@ -41,14 +41,15 @@ bool fits(const std::string& value, std::size_t start, std::size_t columns) {
   const auto isShort = [&](const std::string& part) {
     return start + displayWidth(part) <= columns;
   };
-  return columns == 0 || (start + kLeastValue <= columns &&
-                          std::ranges::all_of(broken(value, start, columns), isShort));
+  return columns == 0 ||
+         (start + kLeastValue <= columns &&
+          std::ranges::all_of(wrapped(value, columnsFrom(start, columns)), isShort));
 }
 
 // Continues the last line with the first line of a value; the others are below.
 void addValue(Screen& screen, const Span& value, std::size_t columns) {
   bool isFirst = true;
-  for (const std::string& part : broken(value.text, value.column, columns)) {
+  for (const std::string& part : broken(value.text, columnsFrom(value.column, columns))) {
     if (!isFirst) {
       screen.emplace_back();
     }

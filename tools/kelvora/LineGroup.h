@@ -22,8 +22,8 @@ class LineGroup {
   /// The columns of the widest name.
   std::size_t nameWidth() const;
   /// The lines after the heading, each name in `nameWidth` columns; none without a line. A value
-  /// that is too long for a terminal of `columns` is broken at its blanks, and a heading or name is
-  /// cut; 0 is no limit.
+  /// that is too long for a terminal of `columns` is broken, and a heading or name is cut; 0 is no
+  /// limit.
   Screen lines(std::size_t nameWidth, std::size_t columns = 0) const;
 
  private:

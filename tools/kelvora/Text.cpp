@@ -106,6 +106,24 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
   return lines;
 }
 
+std::vector<std::string> broken(std::string_view text, std::size_t width) {
+  std::vector<std::string> lines;
+  for (const std::string& line : wrapped(text, width)) {
+    std::size_t used = 0;
+    lines.emplace_back();
+    forEachCharacter(line, [&](UChar32 character, const std::string& bytes) {
+      used += widthOf(character);
+      if (width > 0 && used > width && !lines.back().empty()) {
+        lines.emplace_back();
+        used = widthOf(character);
+      }
+      lines.back() += bytes;
+      return true;
+    });
+  }
+  return lines;
+}
+
 std::string enumerated(std::span<const std::string> words, std::string_view last) {
   std::string text;
   for (std::size_t i = 0; i < words.size(); ++i) {

@@ -28,6 +28,9 @@ std::string rightAligned(std::string_view text, std::size_t width);
 /// Width 0 is one line. Never empty.
 std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
+/// The same, but a longer word is broken too: at least one character is on each line.
+std::vector<std::string> broken(std::string_view text, std::size_t width);
+
 /// The words as one text: "0, 1 or 2".
 std::string enumerated(std::span<const std::string> words, std::string_view last = " or ");
 
