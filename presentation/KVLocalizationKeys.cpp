@@ -6,7 +6,7 @@ namespace kelvora {
 
 namespace {
 
-constexpr std::array<std::string_view, 138> kKeys{
+constexpr std::array<std::string_view, 141> kKeys{
     "sensor-status-display-normal-temp",
     "sensor-status-display-high-temp",
     "sensor-status-display-very-high-temp",
@@ -78,6 +78,11 @@ constexpr std::array<std::string_view, 138> kKeys{
     "history-maximum",
     "history-last",
     "history-none",
+
+    // The first line of a report.
+    "machine-recorded",
+    "machine-live",
+    "machine-stand-in",
 
     // The screen of a running machine.
     "watch-recorded",

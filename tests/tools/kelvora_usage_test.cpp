@@ -185,6 +185,27 @@ TEST_F(KelvoraUsage, FollowsTheLanguageOfTheSettings) {
   EXPECT_THAT(usage, HasSubstr("  –, 5.21 GB seit dem Start\n"));
   EXPECT_THAT(outputOf({"top"}), HasSubstr("Prozess\n"));
   EXPECT_THAT(outputOf({"network"}), HasSubstr("  Lokale Adresse       192.0.2.10\n"));
+  for (const char* command : {"usage", "top", "network", "overview", "sensors"}) {
+    EXPECT_EQ(firstLine(outputOf({command})), "MacBook Pro 15-inch 2018 (aufgezeichnet)");
+  }
+  EXPECT_THAT(firstLine(runKelvora({"usage"}).standardOutput), EndsWith(" (live)"));
+}
+
+TEST_F(KelvoraUsage, TheFirstLineFollowsTheLanguageAndTheTerminal) {
+  ASSERT_EQ(runKelvora({"settings", "set", "currentLanguage", "zh-Hans"}).status, 0);
+  EXPECT_EQ(firstLine(runKelvora({"usage"}).standardOutput), "This computer (实时)");
+  EXPECT_THAT(runInTerminal(KELVORA_PROGRAM, {"overview"}, 40).standardOutput,
+              StartsWith("MacBook Pro 15-inch 2018 (录制):\n"
+                         "此处没有 Apple\n"
+                         "硬件，因此显示此录制；--machine\n"
+                         "可选择其他录制\n\n"));
+  EXPECT_THAT(runInTerminal(KELVORA_PROGRAM, {"overview"}, 17).standardOutput,
+              StartsWith("MacBook Pro\n"
+                         "15-inch 2018\n"
+                         "(录制): 此处没有\n"
+                         "Apple\n"
+                         "硬件，因此显示此\n"
+                         "录制；--machine\n"));
 }
 
 TEST_F(KelvoraUsage, ChangesNothingInTheAccount) {
@@ -354,8 +375,8 @@ TEST_F(KelvoraUsage, ANarrowTerminalHasANarrowListWithoutBars) {
   EXPECT_THAT(top(20), EndsWith("    PID     CPU Pro…\n"
                                 "    412  38.4 % Saf…\n"
                                 "    167  12.5 % Win…\n"));
-  for (const char* command : {"usage", "top", "overview"}) {
-    for (const unsigned short columns : std::initializer_list<unsigned short>{20, 24, 30}) {
+  for (const char* command : {"usage", "top", "network", "overview"}) {
+    for (const unsigned short columns : std::initializer_list<unsigned short>{20, 24, 30, 33}) {
       expectToFit(runInTerminal(KELVORA_PROGRAM, {command, "--machine", "MacBookPro10,1"}, columns)
                       .standardOutput,
                   columns);
@@ -384,6 +405,18 @@ TEST_F(KelvoraUsage, ALongNameIsCutWhereTheTerminalEnds) {
   const std::string report =
       runInTerminal(KELVORA_PROGRAM, {"top", "--machine", file}, 40).standardOutput;
   EXPECT_THAT(report, EndsWith("        1  250.0 %  ██████████  a-proce…\n"));
+}
+
+TEST_F(KelvoraUsage, OnANarrowTerminalALongNameGoesOnInTheNextLine) {
+  const auto network = [](unsigned short columns) {
+    return runInTerminal(KELVORA_PROGRAM, {"network", "--machine", "iMac19,1"}, columns)
+        .standardOutput;
+  };
+  EXPECT_THAT(network(27), EndsWith("  Host name\n    imac-27-inch-2019.local\n"));
+  EXPECT_THAT(network(26), EndsWith("  Host name\n    imac-27-inch-2019.loca\n    l\n"));
+  EXPECT_THAT(network(5), EndsWith("\n    i\n    m\n    a\n    c\n    -\n    2\n    7\n    -\n"
+                                   "    i\n    n\n    c\n    h\n    -\n    2\n    0\n    1\n"
+                                   "    9\n    .\n    l\n    o\n    c\n    a\n    l\n"));
 }
 
 TEST_F(KelvoraUsage, ARecordedMacHasNoPublicAddress) {

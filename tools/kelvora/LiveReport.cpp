@@ -120,8 +120,7 @@ class ReportScreen {
     KVSettingsSnapshot settings;
     const KVLocalized::Texts texts(settings, machine_.platform);
     const std::string hint = localizedText("usage-quit-hint", "q quits", texts);
-    std::string title = machineLine(machine_, 0);
-    title.pop_back();  // the line's end
+    const std::string title = machineTitle(machine_, texts);
     const std::size_t hintWidth = displayWidth(hint) + 2;
     const bool hasHint = columns >= 2 * hintWidth;
     return {{0, hasHint ? fitted(title, columns - hintWidth) + "  " + hint : fitted(title, columns),

@@ -6,10 +6,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include "KelvoraCore/KVLocalized.h"
+#include "KelvoraCore/KVSettingsSnapshot.h"
 #include "KelvoraCore/ZDSystemDevice.h"
 
 #include "tools/kelvora/CharacterSet.h"
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -27,14 +30,24 @@ Json jsonMachine(Platform& platform) {
           {"live", platform.isLive()}};
 }
 
+std::string machineTitle(const MachineChoice& machine, const KVLocalized::Texts& texts) {
+  Platform& platform = machine.platform;
+  const std::string kind = platform.isLive() ? localizedText("machine-live", "live", texts)
+                                             : localizedText("machine-recorded", "recorded", texts);
+  const std::string title = printable(platform.title()) + " (" + kind + ")";
+  return machine.isStandIn ? title + ": " +
+                                 localizedText("machine-stand-in",
+                                               "no Apple hardware here, so this recording is "
+                                               "shown; --machine takes another",
+                                               texts)
+                           : title;
+}
+
 std::string machineLine(const MachineChoice& machine, std::size_t width) {
-  std::string line = printable(machine.platform.title());
-  line += machine.platform.isLive() ? " (live)" : " (recorded)";
-  if (machine.isStandIn) {
-    line += ": no Apple hardware here, so this recording is shown; --machine takes another";
-  }
+  KVSettingsSnapshot settings;
+  const KVLocalized::Texts texts(settings, machine.platform);
   std::string text;
-  for (const std::string& part : wrapped(line, width)) {
+  for (const std::string& part : broken(machineTitle(machine, texts), width)) {
     text += part + "\n";
   }
   return text;

@@ -5,6 +5,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/StandardOutput.h"
 
 #include "tools/kelvora/MachineChoice.h"
@@ -22,8 +23,11 @@ Json jsonNumber(double value);
 /// current time, e.g. "2024-03-07T14:05:09+01:00". docs/schema describes the reports.
 Json jsonMachine(Platform& platform);
 
-/// The first line of every text report: "MacBook Pro 15-inch 2018 (recorded)", and why where no
-/// machine was asked for. Broken at its blanks for a terminal of `width` columns; 0 is one line.
+/// What a report is of, in the user's language: "MacBook Pro 15-inch 2018 (recorded)", and why
+/// where no machine was asked for. One line without its end.
+std::string machineTitle(const MachineChoice& machine, const KVLocalized::Texts& texts);
+
+/// The same as the first lines of a text report, for a terminal of `width` columns; 0 is one line.
 std::string machineLine(const MachineChoice& machine, std::size_t width);
 
 /// Writes a report; throws CommandError when it cannot be written whole. Text is written in the
