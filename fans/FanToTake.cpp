@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "KelvoraCore/Platform.h"
 #include "KelvoraCore/SensorController.h"
 
 #include "hardware/FanKeys.h"
@@ -11,6 +12,11 @@ namespace kelvora {
 
 namespace {
 
+// Reading one key is quick, going through the list is not.
+bool hasModeOfItsOwn(Platform& platform, const std::string& key) {
+  return isReadable(platform, key) && isListed(platform, key);
+}
+
 // The privileged tool writes the minimum only of a fan that has no mode.
 std::string faultOfMode(SensorController& controller, const LeasedFan& fan) {
   const bool hasModes = controller.hasFanModes();
@@ -19,9 +25,9 @@ std::string faultOfMode(SensorController& controller, const LeasedFan& fan) {
     return std::string("cannot be set on this Mac: its ") + (hasModes ? "mode" : "minimum") +
            " cannot be read";
   }
-  return hasModes || !isReadable(controller.platform(), fanKey(index, "Md").value_or(""))
-             ? ""
-             : "cannot be set on this Mac: it has a mode, so its minimum stays as it is";
+  return !hasModes && hasModeOfItsOwn(controller.platform(), fanKey(index, "Md").value_or(""))
+             ? "cannot be set on this Mac: it has a mode, so its minimum stays as it is"
+             : "";
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "fans/ToolWrites.h"
 #include "hardware/FanKeys.h"
 #include "hardware/KeyReading.h"
+#include "sysinfo/ModelQuery.h"
 
 namespace kelvora {
 
@@ -58,14 +59,15 @@ std::string faultOfGuardian(Platform& platform, std::uint64_t fan) {
   return guardian.state() == KVProcessLock::State::kHeldElsewhere ? kIsSilent : "";
 }
 
-// Of a lease that cannot be read only the mode is known, on machines that have one.
+// Of a lease that cannot be read only the mode is known, on machines whose fans are set by one.
 std::optional<FanWrite> handBackOf(Platform& platform, std::uint64_t fan,
                                    const LeaseReading& reading) {
   if (reading.record) {
     return reading.record->fan.handBack;
   }
   const FanWrite mode = handBackWrite(FanScheme::kModeAndTarget, 0, fan);
-  return isReadable(platform, mode.key) ? std::optional(mode) : std::nullopt;
+  return queryT2ChipSupport(platform) && isReadable(platform, mode.key) ? std::optional(mode)
+                                                                        : std::nullopt;
 }
 
 LeaseMachine machineOfLease(Platform& platform, const LeaseReading& reading) {

@@ -4,7 +4,9 @@
 #include <array>
 #include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "KelvoraCore/Platform.h"
 
@@ -13,6 +15,9 @@
 namespace kelvora {
 
 namespace {
+
+// A real SMC has some hundred to some thousand; a faulty one may claim any number.
+constexpr std::uint32_t kMostKeys = 65'536;
 
 std::string hexadecimal(const SMCValueRecord& value) {
   std::string text;
@@ -25,22 +30,60 @@ std::string hexadecimal(const SMCValueRecord& value) {
 }
 
 // Empty when the key cannot be read; the SMC gives a key that it does not know the size 0.
-std::string bytesOf(Platform& platform, std::string_view key) {
+std::string bytesOf(SMCConnection& connection, std::string_view key) {
+  SMCValueRecord value;
+  const auto status = connection.readKey(SMCPackedKey(key), value);
+  return status == platform::kKernelSuccess ? hexadecimal(value) : "";
+}
+
+// What `work` returns with an open connection; without an SMC its kind of nothing.
+template <typename Work>
+auto withConnection(Platform& platform, Work work)
+    -> decltype(work(std::declval<SMCConnection&>())) {
   SMCConnection connection(platform.smc());
   const SMCConnection::Opening opening = connection.openSilently();
   if (opening.status != platform::kKernelSuccess || opening.failedCall != nullptr) {
-    return "";
+    return {};
   }
-  SMCValueRecord value;
-  const auto status = connection.readKey(SMCPackedKey(key), value);
+  auto result = work(connection);
   connection.close();
-  return status == platform::kKernelSuccess ? hexadecimal(value) : "";
+  return result;
+}
+
+std::string bytesOf(Platform& platform, std::string_view key) {
+  return withConnection(platform,
+                        [key](SMCConnection& connection) { return bytesOf(connection, key); });
+}
+
+bool isAt(SMCConnection& connection, std::uint32_t index, std::string_view key) {
+  SMCParamRecord request;
+  request.command = SMCCommandKeyAtIndex;
+  request.data32 = index;
+  SMCParamRecord reply;
+  return connection.call(SMCSelector, request, reply) == platform::kKernelSuccess &&
+         reply.result == SMCResultSuccess && reply.key == SMCPackedKey(key);
+}
+
+std::uint32_t numberOfKeys(SMCConnection& connection) {
+  return static_cast<std::uint32_t>(std::strtoul(bytesOf(connection, "#KEY").c_str(), nullptr, 16));
 }
 
 }  // namespace
 
 bool isReadable(Platform& platform, std::string_view key) {
   return !bytesOf(platform, key).empty();
+}
+
+bool isListed(Platform& platform, std::string_view key) {
+  return withConnection(platform, [key](SMCConnection& connection) {
+    const std::uint32_t count = std::min(numberOfKeys(connection), kMostKeys);
+    for (std::uint32_t index = 0; index < count; ++index) {
+      if (isAt(connection, index, key)) {
+        return true;
+      }
+    }
+    return false;
+  });
 }
 
 bool readsAs(Platform& platform, std::string_view key, std::string_view value) {

@@ -9,6 +9,10 @@ class Platform;
 /// Whether a key can be read at all. Over a connection of its own, any thread.
 bool isReadable(Platform& platform, std::string_view key);
 
+/// Whether the SMC has a key in its list, e.g. "F0Md". On Linux the driver may have a value for a
+/// key that the SMC itself has not. Goes through the whole list. Likewise.
+bool isListed(Platform& platform, std::string_view key);
+
 /// Whether a key holds the bytes of a hexadecimal text, e.g. ("F0Md", "00"). False also when the
 /// key cannot be read. Likewise.
 bool readsAs(Platform& platform, std::string_view key, std::string_view value);

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "platforms/linux/smc/LinuxSMC.h"
 #include "tests/fans/LeaseFixture.h"
 #include "tests/support/ForwardingPorts.h"
 
@@ -157,13 +158,53 @@ TEST_F(KVFanLeaseTest, AFanThatIsSetByItsMinimumAndHasAModeIsNotTaken) {
   platform::RecordedSMCKey mode = machine.smcKeys->front();
   mode.key = SMCPackedKey("F0Md");
   mode.bytes = {std::byte{0}};
-  machine.smcKeys->push_back(mode);
+  machine.smcKeys->insert(machine.smcKeys->begin(), mode);
   use(std::move(machine));
   const auto lease = newLease();
   EXPECT_FALSE(lease->take({{0, 3000}}));
   EXPECT_EQ(lease->fault(),
             "fan 0: cannot be set on this Mac: it has a mode, so its minimum stays as it is");
   EXPECT_EQ(writes(), Writes{});
+}
+
+// A Mac that runs Linux, for a user who may not read the SMC's list. The driver has a file for the
+// mode of every Mac.
+class KVFanLeaseWithDriver : public KVFanLeaseTest {
+ protected:
+  KVFanLeaseWithDriver() {
+    for (const auto& [file, content] : {std::pair{"key_count", "1\n"},
+                                        {"fan1_input", "2000\n"},
+                                        {"fan1_min", "2000\n"},
+                                        {"fan1_max", "6000\n"},
+                                        {"fan1_output", "2000\n"},
+                                        {"fan1_manual", "0\n"}}) {
+      folder.write(std::string("driver/") + file, content);
+    }
+    use(kWithMinimum);
+    controller.reset();
+    platform->ports().smc = std::make_unique<platform::LinuxSMC>(
+        std::make_unique<platform::AppleSMCFiles>(folder.path("driver")));
+    controller = std::make_unique<SensorController>(*platform);
+  }
+};
+
+TEST_F(KVFanLeaseWithDriver, AFanOfAnOlderMacIsTakenByItsMinimum) {
+  const auto lease = newLease();
+  EXPECT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+  EXPECT_TRUE(lease->release());
+  EXPECT_EQ(writes().front(), "F0Mn 2ee0");
+  EXPECT_EQ(valueOf("F0Mn"), "1f40");
+}
+
+// Its minimum before is not known, and the mode says nothing about it.
+TEST_F(KVFanLeaseWithDriver, AnUnreadableLeaseOfAnOlderMacIsNotHandedBackByTheMode) {
+  const std::string path = folder.write("group.com.kelvora/Fan0.plist", "x");
+  const auto left = KVFanLeases::handBackLeftBehind(*platform);
+  ASSERT_EQ(left.size(), 1U);
+  EXPECT_TRUE(left[0].fault.starts_with(path + ": ")) << left[0].fault;
+  EXPECT_EQ(writes(), Writes{});
+  EXPECT_TRUE(isOnDisk());
+  std::filesystem::remove(path);
 }
 
 TEST_F(KVFanLeaseTest, WithoutTheToolNothingIsTaken) {

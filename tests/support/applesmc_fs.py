@@ -9,7 +9,8 @@ usage: applesmc_fs.py MACHINE.json FOLDER     runs until it is unmounted; prints
 
 Two more files are the test's. "events" has one line of JSON for each opening for writing and each
 write of a fan's file, with what the kernel knows about the process that does it. Writing
-"fan1_output EIO" to "refusals" makes each write of that file fail, "fan1_output" alone ends that.
+"fan1_output EIO" to "refusals" makes each write of that file fail, "fan1_output" alone ends that;
+"key_at_index" likewise.
 """
 import errno
 import json
@@ -167,6 +168,7 @@ class AppleSMC(fusepy.Operations):
             name, *error = data.decode().split()
             self.refusals |= {name: getattr(errno, error[0]) if error else 0}
         else:
+            self.refuse_if_ordered(path)
             self.chosen = self.index(data)
         return len(data)
 
@@ -176,11 +178,14 @@ class AppleSMC(fusepy.Operations):
             raise fusepy.FuseOSError(errno.EINVAL)
         return index
 
+    def refuse_if_ordered(self, path):
+        if self.refusals.get(self.name(path)):
+            raise fusepy.FuseOSError(self.refusals[self.name(path)])
+
     def write_fan(self, path, data):
         fan, suffix = self.fan_key(path)
         self.report("write", path, data.decode())
-        if self.refusals.get(self.name(path)):
-            raise fusepy.FuseOSError(self.refusals[self.name(path)])
+        self.refuse_if_ordered(path)
         value = number(data)
         if suffix == "Md":
             self.manual[fan] = int(value != 0)

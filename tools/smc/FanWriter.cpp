@@ -6,8 +6,6 @@
 
 #include "KelvoraCore/SMC.h"
 
-#include "tools/smc/Failure.h"
-
 namespace kelvora::tool {
 
 namespace {
@@ -65,6 +63,9 @@ void FanWriter::write(const FanWriteRequest& request) {
     checkSpeed(request, value);
   }
   const platform::KernelStatus status = connection_.writeKey(info.key, value);
+  if (smc_.result() == SMCResultKeyNotFound) {
+    throw unknownKey(request.key, status);
+  }
   if (status != platform::kKernelSuccess) {
     throw Failure(ExitStatus::kWriteFailed,
                   request.key + ": the SMC did not take the value" + reason(status));
@@ -76,7 +77,7 @@ SMCKeyInfo FanWriter::description(const std::string& key) {
   SMCKeyInfo info;
   const platform::KernelStatus status = connection_.getKeyInfo(SMCPackedKey(key), info);
   if (info.dataSize == 0) {
-    throw Failure(ExitStatus::kUnknownKey, key + ": the SMC has no such key" + reason(status));
+    throw unknownKey(key, status);
   }
   const bool isKnown =
       key.ends_with("Md") ? info.dataSize == 1 : isSpeed(info.dataType, info.dataSize);
@@ -84,6 +85,10 @@ SMCKeyInfo FanWriter::description(const std::string& key) {
     throw Failure(ExitStatus::kWrongType, key + ": the key holds nothing that can be written");
   }
   return info;
+}
+
+Failure FanWriter::unknownKey(const std::string& key, platform::KernelStatus status) const {
+  return {ExitStatus::kUnknownKey, key + ": the SMC has no such key" + reason(status)};
 }
 
 // The minimum limits the target. If it could be lowered first, a fan with a mode could be stopped.

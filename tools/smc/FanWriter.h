@@ -5,6 +5,7 @@
 #include "KelvoraCore/SMCRecords.h"
 
 #include "hardware/SMCConnection.h"
+#include "tools/smc/Failure.h"
 #include "tools/smc/FanWriteRequest.h"
 #include "tools/smc/StrictSMC.h"
 
@@ -27,6 +28,7 @@ class FanWriter {
 
  private:
   SMCKeyInfo description(const std::string& key);
+  Failure unknownKey(const std::string& key, platform::KernelStatus status) const;
   void checkHasNoMode(const FanWriteRequest& request);
   float limit(const FanWriteRequest& request, const char* suffix);
   void checkSpeed(const FanWriteRequest& request, SMCValueRecord value);

@@ -31,7 +31,6 @@ std::uint32_t packedLine(std::string_view line) {
 
 template <typename Result, typename Read>
 std::optional<Result> DriverKeys::readUndisturbed(unsigned index, Read read) {
-  const std::lock_guard lock(files_);
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     if (!files_.chooseKey(index)) {
       return std::nullopt;
@@ -49,6 +48,7 @@ std::uint32_t DriverKeys::count() {
 }
 
 std::optional<DriverKey> DriverKeys::keyAt(unsigned index) {
+  const std::lock_guard lock(files_);
   return readUndisturbed<DriverKey>(index, [this]() -> std::optional<DriverKey> {
     const auto name = files_.read("key_at_index_name");
     const auto type = files_.read("key_at_index_type");
@@ -62,7 +62,22 @@ std::optional<DriverKey> DriverKeys::keyAt(unsigned index) {
 }
 
 std::optional<std::string> DriverKeys::dataAt(unsigned index) {
+  const std::lock_guard lock(files_);
   return readUndisturbed<std::string>(index, [this] { return files_.read("key_at_index_data"); });
+}
+
+// Under one lock: whoever holds it delays the search once, not at each key.
+std::optional<bool> DriverKeys::has(std::uint32_t name) {
+  const std::lock_guard lock(files_);
+  const std::uint32_t keys = count();
+  for (unsigned index = 0; index < keys; ++index) {
+    const auto line =
+        readUndisturbed<std::string>(index, [this] { return files_.read("key_at_index_name"); });
+    if (!line || packedLine(*line) == name) {
+      return line ? std::optional(true) : std::nullopt;
+    }
+  }
+  return keys > 0 ? std::optional(false) : std::nullopt;
 }
 
 }  // namespace kelvora::platform

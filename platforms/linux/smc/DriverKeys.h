@@ -15,8 +15,9 @@ struct DriverKey {
   std::uint32_t dataSize = 0;
 };
 
-/// The keys by index, for root. Another program may choose a key at any moment: each read holds the
-/// lock, counts only if the index is still the own one afterwards, and is tried again otherwise.
+/// The keys by index, for root. Another program may choose a key at any moment: each operation
+/// holds the lock; a read counts only if the index is still the own one afterwards, and is tried
+/// again otherwise.
 class DriverKeys {
  public:
   /// `files` outlives the object.
@@ -27,6 +28,8 @@ class DriverKeys {
   std::optional<DriverKey> keyAt(unsigned index);
   /// The bytes of the key at an index; none if they cannot be read.
   std::optional<std::string> dataAt(unsigned index);
+  /// Whether the SMC itself has a key, e.g. 0x46304d64 for "F0Md"; none if a name cannot be read.
+  std::optional<bool> has(std::uint32_t name);
 
  private:
   template <typename Result, typename Read>

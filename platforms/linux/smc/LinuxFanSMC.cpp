@@ -4,6 +4,9 @@ namespace kelvora::platform {
 
 namespace {
 
+constexpr std::uint32_t kByteType = SMCPackedKey("ui8 ");
+constexpr std::uint32_t kModeSuffix = SMCPackedKey("Md") >> 16;
+
 class FilesOfFans : public AppleSMCFiles {
  public:
   using AppleSMCFiles::AppleSMCFiles;
@@ -14,12 +17,33 @@ class FilesOfFans : public AppleSMCFiles {
 
 LinuxFanSMC::LinuxFanSMC(const std::string& key, const std::string& folder)
     : LinuxSMC(std::make_unique<FilesOfFans>(folder)),
-      file_(DriverSensors::writableFile(SMCPackedKey(key))) {}
+      key_(SMCPackedKey(key)),
+      file_(DriverSensors::writableFile(key_)) {}
 
 KernelStatus LinuxFanSMC::mayOpen() const {
   const KernelStatus status = file_ ? files().openForWriting(*file_) : kKernelSuccess;
+  files().openForWriting("key_at_index");
   // Without the file there is no such key, which the calls report.
   return status == kIOReturnNoDevice ? kKernelSuccess : status;
+}
+
+KernelStatus LinuxFanSMC::perform(const SMCParamRecord& request, SMCParamRecord& reply) {
+  const bool isMode = (request.key & 0xffff) == kModeSuffix;
+  const bool isAsked = isMode && request.command == SMCCommandGetKeyInfo && request.key != key_;
+  const bool takesFan = isMode && request.command == SMCCommandWriteBytes && request.bytes[0] != 0;
+  if (!isAsked && !takesFan) {
+    return LinuxSMC::perform(request, reply);
+  }
+  const auto hasKey = DriverKeys(files()).has(request.key);
+  if (!hasKey) {
+    return kIOReturnError;
+  }
+  if (!*hasKey) {
+    reply.result = SMCResultKeyNotFound;
+    return kKernelSuccess;
+  }
+  reply.keyInfo = {1, kByteType, 0, {}};
+  return isAsked ? kKernelSuccess : LinuxSMC::perform(request, reply);
 }
 
 }  // namespace kelvora::platform

@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::uint32_t kKeyCountName = SMCPackedKey("#KEY");
 constexpr std::uint32_t kKeyCountType = SMCPackedKey("ui32");
+constexpr std::uint32_t kModeSuffix = SMCPackedKey("Md") >> 16;
 
 std::vector<std::byte> bigEndian(std::uint32_t number) {
   std::vector<std::byte> bytes;
@@ -71,7 +72,8 @@ void LinuxSMC::listKeys() {
     }
   }
   // What the driver has a file for but the SMC no key, as the mode of a fan on older Macs, has a
-  // name only: the list has as many keys as "#KEY" says.
+  // name only: the list has as many keys as "#KEY" says. Who may not read the SMC's list does not
+  // know whether it has the mode.
   for (const DriverSensors::Key& key : sensors_->keys()) {
     byName_.emplace(key.name, Key{{key.name, key.type, key.dataSize}, std::nullopt});
   }
@@ -88,6 +90,9 @@ void LinuxSMC::listEveryKey() {
 void LinuxSMC::listSensors() {
   list_.push_back(Key{{kKeyCountName, kKeyCountType, 4}, std::nullopt});
   for (const DriverSensors::Key& key : sensors_->keys()) {
+    if ((key.name & 0xffff) == kModeSuffix) {
+      continue;
+    }
     list_.push_back(Key{{key.name, key.type, key.dataSize}, std::nullopt});
   }
 }

@@ -14,9 +14,11 @@ namespace kelvora::platform {
 
 /// The SMC of a Mac that runs Linux, through the kernel's applesmc driver. Temperatures and fans
 /// are read from the driver's own files for them, by any user. Every other key is there for root
-/// only; for anyone else one line in the log says so when the service is first opened. The driver
-/// knows no attributes (0 here). It takes writes of "F0Md", "F0Tg" and "F0Mn" and those of the
-/// other fans, from root; command 6 returns kIOReturnNotPermitted for any other key.
+/// only; for anyone else one line in the log says so when the service is first opened. The mode of
+/// a fan, for which the driver has a file on every Mac, is in the list of keys only if root reads
+/// that the SMC has it. The driver knows no attributes (0 here). It takes writes of "F0Md", "F0Tg"
+/// and "F0Mn" and those of the other fans, from root; command 6 returns kIOReturnNotPermitted for
+/// any other key.
 class LinuxSMC : public SoftwareSMC {
  public:
   static constexpr const char* kDriverFolder = "/sys/devices/platform/applesmc.768";

@@ -1,5 +1,6 @@
 #include "platforms/linux/smc/LinuxSMC.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
@@ -56,7 +57,10 @@ class ScriptedFiles : public AppleSMCFiles {
     written.emplace_back(name, content);
     return refusal;
   }
-  void lock() override { isLocked = true; }
+  void lock() override {
+    isLocked = true;
+    ++locks;
+  }
   void unlock() override { isLocked = false; }
   std::optional<std::string> read(const std::string& name) override {
     if (const auto found = own.find(name); found != own.end()) {
@@ -91,6 +95,7 @@ class ScriptedFiles : public AppleSMCFiles {
   platform::KernelStatus refusal = 0;
   int disturbances = 0;  // how often another program chooses a key in between
   int choices = 0;
+  int locks = 0;
   bool isLocked = false;
 
  private:
@@ -291,6 +296,19 @@ TEST_F(LinuxSMCWrites, ARefusalOfTheDriverIsTheStatusOfTheCall) {
   }
 }
 
+// The driver has the file for every Mac, whether or not the SMC has the key.
+TEST_F(LinuxSMCWrites, TheModeHasNoIndexForWhoMayNotReadTheListOfTheSMC) {
+  std::vector<std::uint32_t> names;
+  for (std::uint32_t index = 0; connection->call(8, 0, 0, index).result == 0; ++index) {
+    names.push_back(connection->call(8, 0, 0, index).key);
+  }
+  EXPECT_EQ(std::ranges::count(names, SMCPackedKey("F0Md")), 0);
+  EXPECT_EQ(std::ranges::count(names, SMCPackedKey("F1Tg")), 1);
+  EXPECT_EQ(payloadBytes(connection->call(5, SMCPackedKey("#KEY")), 4),
+            (std::vector{0, 0, 0, static_cast<int>(names.size())}));
+  EXPECT_EQ(connection->call(9, SMCPackedKey("F0Md")).dataSize, 1U);
+}
+
 TEST_F(LinuxSMCWrites, TheModeIsRead) {
   EXPECT_EQ(payloadBytes(connection->call(5, SMCPackedKey("F0Md")), 1), std::vector{1});
   EXPECT_EQ(connection->call(9, SMCPackedKey("F0Md")).dataType, SMCPackedKey("ui8 "));
@@ -385,6 +403,25 @@ TEST(LinuxSMC, AReadThatIsAlwaysDisturbedFailsAndNeverGivesAnothersValue) {
   files.disturbances = 1'000'000;
   EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).result, 133);
   EXPECT_FALSE(files.isLocked);
+}
+
+TEST(DriverKeys, KnowsWhetherTheSMCHasAKey) {
+  ScriptedFiles files(kKeys);
+  files.disturbances = 5;
+  EXPECT_EQ(platform::DriverKeys(files).has(SMCPackedKey("BNCM")), true);
+  EXPECT_EQ(platform::DriverKeys(files).has(SMCPackedKey("F0Md")), false);
+  EXPECT_EQ(files.locks, 2);
+  EXPECT_FALSE(files.isLocked);
+}
+
+TEST(DriverKeys, DoesNotKnowAKeyIfANameCannotBeRead) {
+  ScriptedFiles files(kKeys);
+  files.disturbances = 1'000'000;
+  EXPECT_EQ(platform::DriverKeys(files).has(SMCPackedKey("F0Md")), std::nullopt);
+  EXPECT_FALSE(files.isLocked);
+  ScriptedFiles none({DriverKey{"TC0P", "sp78", "\x25\x20"}});
+  none.own["key_count"] = "0\n";
+  EXPECT_EQ(platform::DriverKeys(none).has(SMCPackedKey("F0Md")), std::nullopt);
 }
 
 TEST(LinuxSMC, ThereIsNoServiceWithoutTheDriversFolder) {

@@ -297,6 +297,47 @@ TEST_F(SMCToolWithDriver, EachCauseHasItsStatusAndOneLine) {
   EXPECT_EQ(content("fan1_manual"), "1\n");
 }
 
+// The driver has "fan1_manual" on these Macs too.
+TEST_F(SMCToolWithDriver, AFanWithoutAModeInTheListOfTheSMCIsSetByItsMinimumOnly) {
+  mountDriver("MacBookPro10,1");
+  if (IsSkipped()) {
+    return;
+  }
+  const std::string copy = installed();
+  const auto runAsNobody = [&](const char* key, const char* value) {
+    return run({writing(key, value), {}, becomeNobody, copy});
+  };
+  const auto raised = runAsNobody("F0Mn", "2ee0");
+  EXPECT_EQ(raised.status, 0) << raised.standardError;
+  EXPECT_EQ(content("fan1_min"), "3000\n");
+  EXPECT_EQ(runAsNobody("F0Mn", "0000").status, 0);
+  EXPECT_EQ(content("fan1_min"), "0\n");
+  const auto taken = runAsNobody("F0Md", "01");
+  EXPECT_EQ(taken.status, 76);
+  EXPECT_EQ(taken.standardError, "Kelvora SMC: F0Md: the SMC has no such key (result 132)\n");
+  EXPECT_EQ(content("fan1_manual"), "0\n");
+  std::ofstream(std::string(kDriverFolder) + "/fan1_manual") << "1\n";
+  EXPECT_EQ(runAsNobody("F0Md", "00").status, 0);
+  EXPECT_EQ(content("fan1_manual"), "0\n");
+}
+
+TEST_F(SMCToolWithDriver, WithoutTheListOfTheSMCAFanIsOnlyHandedBack) {
+  mountDriver("MacBookPro15,1");
+  if (IsSkipped()) {
+    return;
+  }
+  driver->refuse("key_at_index", "EIO");
+  const auto minimum = run({writing("F0Mn", "2ee0")});
+  EXPECT_EQ(minimum.status, 77);
+  EXPECT_EQ(minimum.standardError,
+            "Kelvora SMC: F0Mn: the mode F0Md cannot be read (status e00002bc)\n");
+  EXPECT_EQ(run({writing("F0Md", "01")}).status, 78);
+  EXPECT_EQ(content("fan1_manual"), "0\n");
+  std::ofstream(std::string(kDriverFolder) + "/fan1_manual") << "1\n";
+  EXPECT_EQ(run({writing("F0Md", "00")}).status, 0);
+  EXPECT_EQ(content("fan1_manual"), "0\n");
+}
+
 TEST_F(SMCToolWithDriver, AUserWithoutRightsIsRefusedWhenItOpens) {
   mountDriver("MacBookPro15,1");
   if (IsSkipped()) {
