@@ -73,6 +73,36 @@ class Terminal:
     def pid(self):
         return int((self.folder / "pid").read_text())
 
+    def list_of_processes(self):
+        """The process id of the list that the program waits for, if there is one now."""
+        if not (self.folder / "pid").exists() or not (self.folder / "pid").read_text():
+            return None  # not started yet
+        for children in pathlib.Path(f"/proc/{self.pid()}/task").glob("*/children"):
+            try:
+                for child in children.read_text().split():
+                    if pathlib.Path(f"/proc/{child}/comm").read_text() == "ps\n":
+                        return int(child)
+            except OSError:
+                pass  # gone meanwhile
+        return None
+
+    def let_list_hang(self):
+        """Stops a list of processes, so that the program waits for it from then on."""
+        end = time.monotonic() + PATIENCE
+        while time.monotonic() < end:
+            child = self.list_of_processes()  # it lives for milliseconds
+            if child:
+                try:
+                    os.kill(child, signal.SIGSTOP)
+                    while (state := pathlib.Path(f"/proc/{child}/stat").read_text()
+                           .rsplit(")", 1)[1].split()[0]) in "RSD":
+                        pass
+                    if state == "T":
+                        return child
+                except OSError:
+                    pass
+        raise AssertionError("no list of processes could be stopped")
+
 
 class LiveReports(unittest.TestCase):
     def terminal(self, columns=80, rows=24):
@@ -119,6 +149,30 @@ class LiveReports(unittest.TestCase):
                     terminal.wait_for("q quits")
                     end(terminal)
                     self.assert_restored(terminal)
+
+    def test_a_list_of_processes_that_hangs_holds_up_no_end_and_outlives_none(self):
+        for name, arguments, end in (
+                ("q", "", lambda t: t.type("q")),
+                ("Ctrl-C", "", lambda t: t.type("C-c")),
+                ("a file", ">list", lambda t: os.kill(t.pid(), signal.SIGTERM))):
+            with self.subTest(end=name):
+                terminal = self.terminal()
+                terminal.start(f"top --watch --every 0.2 {arguments}")
+                hanging = terminal.let_list_hang()
+                end(terminal)
+                self.assert_restored(terminal)
+                while pathlib.Path(f"/proc/{hanging}").exists():
+                    pass
+
+    def test_a_list_of_processes_that_hangs_holds_up_no_drawing(self):
+        terminal = self.terminal()
+        terminal.start("top --watch --every 0.2")
+        terminal.wait_for("q quits")
+        terminal.let_list_hang()
+        terminal.tmux("resize-window", "-x", "30", "-y", "5")
+        terminal.wait_for("PID     CPU Process")
+        terminal.type("q")
+        self.assert_restored(terminal)
 
     def test_other_keys_do_not_end_it(self):
         terminal = self.terminal()

@@ -46,13 +46,30 @@ void writeBlock(const LiveReport& report, const MachineChoice& machine, Standard
             machineLine(machine, columns) + textOf(report.lines(columns, 0), Style(output)));
 }
 
-void showOnce(const LiveReport& report, const Options& options, const MachineChoice& machine,
+// Waits for a sample; false once the program is to stop.
+bool takeSample(LiveReport& report, StopSignal& stop) {
+  constexpr std::chrono::milliseconds kLook(5);
+  report.begin();
+  while (!report.take()) {
+    if (!stop.runUntil(Clock::now() + kLook)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool showOnce(LiveReport& report, const Options& options, const MachineChoice& machine,
               StandardOutput& output) {
+  StopSignal stop;
+  if (!takeSample(report, stop)) {
+    return false;
+  }
   if (options.json) {
     writeJson(output, jsonOf(report, machine));
   } else {
     writeBlock(report, machine, output);
   }
+  return true;
 }
 
 void writeInterval(const LiveReport& report, const Options& options, const MachineChoice& machine,
@@ -70,11 +87,13 @@ void writeIntervals(LiveReport& report, const Options& options, const MachineCho
                     StandardOutput& output) {
   StopSignal stop;
   Clock::time_point time = Clock::now();
-  do {
-    report.sample();
+  while (takeSample(report, stop)) {
     writeInterval(report, options, machine, output);
     time = nextTime(time, options);
-  } while (stop.runUntil(time));
+    if (!stop.runUntil(time)) {
+      return;
+    }
+  }
 }
 
 /// The report on a terminal's screen. What does not fit is scrolled to.
@@ -89,9 +108,10 @@ class ReportScreen {
     bool isOver = false;
     while (!isOver) {
       if (Clock::now() >= next) {
-        report_.sample();
+        report_.begin();
         next = nextTime(next, options);
       }
+      report_.take();
       draw();
       const Terminal::Event event = terminal_.waitUntil(next);
       isOver = event == Terminal::Event::kStop || (event == Terminal::Event::kKeys && endsByKey());
@@ -186,17 +206,17 @@ bool isWatched(const Options& options) {
   return options.has("--watch");
 }
 
-int show(LiveReport& report, const Options& options, const MachineChoice& machine,
-         StandardOutput& output) {
+bool show(LiveReport& report, const Options& options, const MachineChoice& machine,
+          StandardOutput& output) {
   if (!isWatched(options)) {
-    report.sample();
-    showOnce(report, options, machine, output);
-  } else if (output.isTerminal() && !options.json) {
+    return showOnce(report, options, machine, output);
+  }
+  if (output.isTerminal() && !options.json) {
     ReportScreen(report, machine, output, "without --watch it is shown once").run(options);
   } else {
     writeIntervals(report, options, machine, output);
   }
-  return kExitSuccess;
+  return true;
 }
 
 }  // namespace kelvora::tool

@@ -12,12 +12,18 @@
 
 namespace kelvora::tool {
 
+/// What a command says that a signal ended before its one report.
+inline constexpr char kInterrupted[] = "interrupted";
+
 /// A report of what changes, which a command shows once or, with --watch, again and again.
 class LiveReport {
  public:
   virtual ~LiveReport() = default;
-  /// Takes a sample, which the other operations show. Throws CommandError on failure.
-  virtual void sample() = 0;
+  /// Begins to take a sample, unless one is still being taken. What takes long is for another
+  /// thread, which queues work of the main queue at its end.
+  virtual void begin() = 0;
+  /// Whether a sample has been taken, once for each; from then on the other operations show it.
+  virtual bool take() = 0;
   /// The members of the report beside "machine".
   virtual Json json() const = 0;
   /// The lines below the machine's. `columns` is the width of the terminal, 0 for a pipe or file,
@@ -34,8 +40,9 @@ bool isWatched(const Options& options);
 
 /// Shows the report once. With --watch: in the place of the last one on a terminal, until a key,
 /// SIGINT or SIGTERM ends it; as one block of lines, or one line of JSON, each time elsewhere. The
-/// interval is that of --every, else of the settings as they are then.
-int show(LiveReport& report, const Options& options, const MachineChoice& machine,
-         StandardOutput& output);
+/// interval is that of --every, else of the settings as they are then. False where a signal came
+/// before the one report could be shown.
+bool show(LiveReport& report, const Options& options, const MachineChoice& machine,
+          StandardOutput& output);
 
 }  // namespace kelvora::tool

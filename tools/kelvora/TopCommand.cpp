@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
-#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -21,6 +21,7 @@
 #include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/Text.h"
 #include "tools/kelvora/UsageText.h"
+#include "tools/kelvora/WatchSampler.h"
 
 namespace kelvora::tool {
 
@@ -59,16 +60,6 @@ struct ListColumns {
   std::optional<std::size_t> name;  // none is no limit
 };
 
-/// Keeps what a reader lists.
-class Listener : public CPUReaderDelegate {
- public:
-  void cpuReaderDidReadTopProcesses(CPUReader&,
-                                    const std::vector<CPUTopProcess>& processes) override {
-    list = processes;
-  }
-  std::optional<std::vector<CPUTopProcess>> list;
-};
-
 Json jsonOf(const CPUTopProcess& process) {
   return {{"pid", process.pid},
           {"command", process.command},
@@ -84,19 +75,23 @@ std::string percentText(double percent) {
 
 class TopReport : public LiveReport {
  public:
-  TopReport(Platform& platform, std::int64_t count) : platform_(platform), reader_(platform) {
-    reader_.setNumberOfProcesses(count);
-    reader_.setDelegate(listener_);
-    reader_.setup();
-  }
+  /// `sampler` must outlive the object.
+  TopReport(Platform& platform, WatchSampler& sampler, std::int64_t count)
+      : platform_(platform), sampler_(sampler), count_(count) {}
 
-  void sample() override {
-    listener_->list.reset();
-    reader_.read();
+  void begin() override { sampler_.readProcesses(count_); }
+  bool take() override {
+    auto processes = sampler_.takeProcesses();
+    if (!processes) {
+      return false;
+    }
+    list_ = std::move(*processes).value_or(std::vector<CPUTopProcess>());
+    hasNothing_ = list_.empty();
+    return true;
   }
   Json json() const override {
     Json processes = Json::array();
-    for (const CPUTopProcess& process : listed()) {
+    for (const CPUTopProcess& process : list_) {
       processes.push_back(jsonOf(process));
     }
     return {{"processes", processes}};
@@ -111,17 +106,15 @@ class TopReport : public LiveReport {
           Tone::kHeading},
          {list.nameStart(), list.nameText(localizedText("usage-process", "Process", texts)),
           Tone::kHeading}});
-    for (const CPUTopProcess& process : listed()) {
+    for (const CPUTopProcess& process : list_) {
       screen.push_back(lineOf(process, list));
     }
     return screen;
   }
-  bool isListed() const { return listener_->list && !listener_->list->empty(); }
+  /// Whether the last sample is without a process.
+  bool hasNothing() const { return hasNothing_; }
 
  private:
-  std::vector<CPUTopProcess> listed() const {
-    return listener_->list.value_or(std::vector<CPUTopProcess>());
-  }
   static ScreenLine lineOf(const CPUTopProcess& process, const ListColumns& list) {
     constexpr double kWholeProcessor = 100;
     ScreenLine line{{0, rightAligned(std::to_string(process.pid), list.identifier)},
@@ -136,8 +129,10 @@ class TopReport : public LiveReport {
   }
 
   Platform& platform_;
-  CPUReader reader_;
-  std::shared_ptr<Listener> listener_ = std::make_shared<Listener>();
+  WatchSampler& sampler_;
+  std::int64_t count_;
+  std::vector<CPUTopProcess> list_;
+  bool hasNothing_ = false;
 };
 
 std::int64_t countOf(const Options& options) {
@@ -152,9 +147,14 @@ int runTop(const Options& options, StandardOutput& output) {
   const std::int64_t count = countOf(options);
   isWatched(options);  // refuses a wrong interval before a machine is read
   const MachineChoice machine = chooseAnyMachine(options.machine);
-  TopReport report(machine.platform, count);
-  show(report, options, machine, output);
-  if (!report.isListed()) {
+  WatchSampler sampler(machine.platform);
+  TopReport report(machine.platform, sampler, count);
+  const bool isShown = show(report, options, machine, output);
+  sampler.endOrExit(isShown ? kExitSuccess : kExitNothingRead);
+  if (!isShown) {
+    throw CommandError(kExitNothingRead, kInterrupted);
+  }
+  if (report.hasNothing()) {
     throw CommandError(kExitNothingRead, machine.platform.title() + ": no process could be listed");
   }
   return kExitSuccess;

@@ -131,7 +131,11 @@ class UsageReport : public LiveReport {
  public:
   explicit UsageReport(Platform& platform) : platform_(platform), sampler_(platform) {}
 
-  void sample() override { sample_ = sampler_.sample(); }
+  void begin() override {
+    sample_ = sampler_.sample();
+    isNew_ = true;
+  }
+  bool take() override { return std::exchange(isNew_, false); }
   Json json() const override {
     return {{"usage",
              {{"processor", jsonLoad(sample_)},
@@ -164,20 +168,24 @@ class UsageReport : public LiveReport {
   Platform& platform_;
   UsageSampler sampler_;
   UsageSample sample_;
+  bool isNew_ = false;
 };
+
+// Whether there was time to measure.
+bool measure(UsageReport& report) {
+  report.begin();
+  return StopSignal().runUntil(std::chrono::steady_clock::now() + kNow);
+}
 
 int runUsage(const Options& options, StandardOutput& output) {
   const bool isOnce = !isWatched(options);
   const MachineChoice machine = chooseAnyMachine(options.machine);
   UsageReport report(machine.platform);
   // Of a recording nothing is known but what was since start-up.
-  if (isOnce && machine.platform.isLive()) {
-    report.sample();
-    if (!StopSignal().runUntil(std::chrono::steady_clock::now() + kNow)) {
-      throw CommandError(kExitNothingRead, "interrupted");
-    }
+  const bool isMeasured = !isOnce || !machine.platform.isLive() || measure(report);
+  if (!isMeasured || !show(report, options, machine, output)) {
+    throw CommandError(kExitNothingRead, kInterrupted);
   }
-  show(report, options, machine, output);
   if (report.isEmpty()) {
     throw CommandError(kExitNothingRead,
                        machine.platform.title() + ": no usage of the machine could be read");

@@ -2,7 +2,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -33,9 +32,6 @@ constexpr double kLongestInterval = 3600;
 // A list of processes starts another program, which costs more than all else on the screen, and its
 // shares are averages over a minute or more, which change slowly.
 constexpr std::chrono::seconds kProcessesInterval(10);
-
-// How long the program waits at its end for a thread that the system holds up.
-constexpr std::chrono::seconds kPatience(2);
 
 Clock::duration intervalOf(const Options& options) {
   const double seconds = options.seconds("--every").value_or(1);
@@ -230,9 +226,7 @@ int runWatch(const Options& options, StandardOutput& output) {
     Terminal terminal(output, kForPipes);
     Watch(platform, terminal, sampler, interval).run();
   }
-  if (!sampler.end(kPatience)) {
-    std::_Exit(kExitSuccess);  // a thread still uses what would be destroyed
-  }
+  sampler.endOrExit(kExitSuccess);
   return kExitSuccess;
 }
 

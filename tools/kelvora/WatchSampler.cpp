@@ -155,4 +155,11 @@ bool WatchSampler::end(std::chrono::milliseconds patience) {
   return shared_->lists.end(deadline) && areRead;
 }
 
+void WatchSampler::endOrExit(int status) {
+  constexpr std::chrono::seconds kPatience(2);
+  if (!end(kPatience)) {
+    std::_Exit(status);  // a thread still uses what would be destroyed
+  }
+}
+
 }  // namespace kelvora::tool

@@ -49,6 +49,8 @@ class WatchSampler {
   /// but not longer than `patience`. After false a thread still waits for the system: the program
   /// should end without destroying this object. No further list of processes can be read.
   bool end(std::chrono::milliseconds patience);
+  /// The same with a patience of two seconds; after false it ends the program with `status`.
+  void endOrExit(int status);
 
  private:
   struct Shared;
