@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 #include "tests/support/TemporaryFolder.h"
 #include "tests/tools/KelvoraProgram.h"
@@ -119,6 +120,28 @@ TEST_F(KelvoraReset, WhatCannotBeClearedIsAFailure) {
   EXPECT_THAT(
       result.standardOutput,
       HasSubstr("kelvora: mainSensor: could not be cleared ('kelvora doctor' says more)\n1\n"));
+}
+
+// The settings are the user's, the folder of the stored objects is another account's.
+TEST_F(KelvoraReset, AStoreThatCannotBeRemovedIsNamedAndIsAFailure) {
+  if (getuid() != 0) {
+    GTEST_SKIP() << "only root can make a folder of another account";
+  }
+  const ProgramResult result = runProgram(
+      "/bin/sh", {"-c",
+                  "cp \"$0\" \"$1/kelvora\" && chown -R nobody \"$1\" && chown -R root \"$2\" && "
+                  "chmod 755 \"$2\" && "
+                  "exec setpriv --reuid nobody --clear-groups \"$1/kelvora\" reset --yes",
+                  KELVORA_PROGRAM, folder_.path(), folder_.path("data/group.com.kelvora")});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.standardOutput, HasSubstr("Cleared settings: mainSensor and menuSensors\n"
+                                               "Cleared files:    none\n"
+                                               "Left settings:    updateFrequency\n"
+                                               "Left files:       Database.sqlite and Log.csv\n"));
+  EXPECT_EQ(result.standardError,
+            "kelvora: " + folder_.path("data/group.com.kelvora/Database.sqlite") +
+                ": still there, or another program has made a new one\n");
+  EXPECT_TRUE(hasStore());
 }
 
 }  // namespace
