@@ -70,6 +70,11 @@ TEST_F(KelvoraCustom, AnAddedOneIsListedWithItsValueInTheUsersUnit) {
                                      "type": 0}])"));
 }
 
+TEST_F(KelvoraCustom, EverySignOfAsciiMayBeInAKey) {
+  EXPECT_EQ(add("TC!~", "temperature", {"--value", "20"}).status, 0);
+  EXPECT_EQ(list()[0]["key"], "TC!~");
+}
+
 TEST_F(KelvoraCustom, LookingLeavesTheStoreAsItIs) {
   add("TCXX", "temperature");
   const std::string name = "data/group.com.kelvora/Database.sqlite";

@@ -165,6 +165,9 @@ TEST_F(KelvoraHistory, APauseOfTheRecordingIsAGap) {
   record("C", "C", kTemperature, kHour,
          {{600, 40}, {500, 40}, {400, 40}, {300, 40}, {200, 40}, {100, 40}});
   EXPECT_EQ(curves("C"), 1) << "a recording in longer steps";
+  record("H", "H", kTemperature, kHour,
+         {{1000, 40}, {900, 40}, {800, 40}, {499, 40}, {400, 40}, {300, 40}});
+  EXPECT_EQ(curves("H"), 2) << "and a pause of it";
   const auto curvesOf = [&](std::int16_t series, const std::string& key, double pause) {
     record(key, key, kTemperature, series, {{pause + 10, 40}, {10, 40}});
     const std::string svg = text({key, "--range", series == kDay ? "day" : "week", "--svg", "-"});

@@ -41,7 +41,7 @@ TEST_F(KelvoraHistory, APlotHasTitleAxesAndSummary) {
 
 TEST_F(KelvoraHistory, ATerminalOfAnyWidthIsFilledAndNotExceeded) {
   recordDay();
-  for (const unsigned short columns : std::initializer_list<unsigned short>{20, 40, 80, 200}) {
+  for (const unsigned short columns : std::initializer_list<unsigned short>{20, 30, 40, 80, 200}) {
     const auto lines = linesOf(runInTerminal(KELVORA_PROGRAM, {"history", "TC0P", "--range", "day"},
                                              columns, {{"NO_COLOR", "1"}})
                                    .standardOutput);

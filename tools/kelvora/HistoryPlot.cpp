@@ -79,8 +79,9 @@ PlotValues valuesOf(const SensorHistory& history, KVSettings& settings) {
       include(point.shown);
     }
   }
-  const HistoryPoint lowest{0, std::max(history.graphMinValue, 0.0), history.graphMinValue};
-  const HistoryPoint highest{0, history.graphMaxValue, history.graphMaxValue};
+  const HistoryPoint lowest{.raw = std::max(history.graphMinValue, 0.0),
+                            .shown = history.graphMinValue};
+  const HistoryPoint highest{.raw = history.graphMaxValue, .shown = history.graphMaxValue};
   if (lowest.isReading() && highest.isReading() && lowest.shown < highest.shown) {
     include(lowest.shown);
     include(highest.shown);
