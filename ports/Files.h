@@ -16,7 +16,8 @@ struct FileAttributes {
   std::string ownerAccountName;        ///< e.g. "root"; empty when the account is unknown
   std::string groupOwnerAccountName;   ///< e.g. "admin"
   std::uint32_t posixPermissions = 0;  ///< the twelve permission bits, e.g. 06555
-  bool isSymbolicLink = false;
+  bool isRegularFile = true;           ///< false for a folder, a symbolic link and anything else
+  std::uint64_t names = 1;             ///< above 1 for a file with hard links
 };
 
 /// A lock that is held until the end of the object, or of the process.

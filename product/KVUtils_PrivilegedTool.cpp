@@ -17,6 +17,11 @@ std::optional<platform::FileAttributes> attributesOfTool(Platform& platform) {
   return path ? platform.files().attributes(*path) : std::nullopt;
 }
 
+bool isGranted(const std::optional<platform::FileAttributes>& tool) {
+  return tool && tool->isRegularFile && tool->ownerAccountName == "root" &&
+         tool->groupOwnerAccountName == "admin" && tool->posixPermissions == kGrantedMode;
+}
+
 void copyMissingTool(const std::string& path, Platform& platform) {
   const auto source = KVUtils::smcExeSrcPath(platform);
   if (source && !platform.files().exists(path)) {
@@ -35,9 +40,10 @@ bool installTool(Platform& platform) {
   if (!path) {
     return false;
   }
-  // Through a link, both the copy and the rights would go to a file elsewhere.
-  if (const auto tool = attributesOfTool(platform); tool && tool->isSymbolicLink) {
-    return false;
+  // Through a link, the copy or the rights would go to a file elsewhere.
+  const auto tool = attributesOfTool(platform);
+  if (tool && (!tool->isRegularFile || tool->names > 1)) {
+    return isGranted(tool);
   }
   copyMissingTool(*path, platform);
   return KVUtils::isSMCPermissionGranted(platform) || giveRights(*path, platform);
@@ -46,9 +52,7 @@ bool installTool(Platform& platform) {
 }  // namespace
 
 bool KVUtils::isSMCPermissionGranted(Platform& platform) {
-  const auto tool = attributesOfTool(platform);
-  return tool && !tool->isSymbolicLink && tool->ownerAccountName == "root" &&
-         tool->groupOwnerAccountName == "admin" && tool->posixPermissions == kGrantedMode;
+  return isGranted(attributesOfTool(platform));
 }
 
 void KVUtils::requestSMCPermission(PermissionCompletion completion, Platform& platform) {

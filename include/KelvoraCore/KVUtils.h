@@ -118,7 +118,7 @@ class KELVORA_EXPORT KVUtils {
 
   /// Whether the installed privileged tool (`smcExePath`) belongs to the accounts "root" and
   /// "admin" and has exactly the mode 6555, so that whoever starts it writes to the SMC as root.
-  /// False also when it is not installed, and for a symbolic link.
+  /// False also when it is not installed, and for anything but a file, e.g. a symbolic link.
   static bool isSMCPermissionGranted(Platform& platform = Platform::current());
 
   /// The result of a request for the permission: whether it is granted. There is no error ever; a
@@ -133,8 +133,9 @@ class KELVORA_EXPORT KVUtils {
   ///
   /// `granted` says that chmod was started. To be certain, call `isSMCPermissionGranted` a moment
   /// later. Not granted when the user refuses, when a command cannot be started, on a recorded Mac
-  /// (whose tool is copied all the same), and when a symbolic link is in place of the tool. Nothing
-  /// is logged. `platform` must live until `completion` was called.
+  /// (whose tool is copied all the same), and when a folder, a symbolic link or a file with hard
+  /// links is in place of the tool. Nothing is logged. `platform` must live until `completion` was
+  /// called.
   static void requestSMCPermission(PermissionCompletion completion,
                                    Platform& platform = Platform::current());
 

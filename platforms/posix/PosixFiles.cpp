@@ -65,7 +65,7 @@ std::optional<FileAttributes> PosixFiles::attributes(const std::string& path) {
   }
   return FileAttributes{userName(information.st_uid), groupName(information.st_gid),
                         static_cast<std::uint32_t>(information.st_mode & 07777),
-                        S_ISLNK(information.st_mode)};
+                        S_ISREG(information.st_mode), information.st_nlink};
 }
 
 std::optional<std::vector<std::string>> PosixFiles::list(const std::string& folder) {

@@ -50,12 +50,12 @@ TEST(KVUtilsPrivilegedTool, IsNotGrantedWithoutASupportFolder) {
   EXPECT_FALSE(KVUtils::isSMCPermissionGranted(*mac.platform));
 }
 
-TEST(KVUtilsPrivilegedTool, IsNotGrantedToASymbolicLink) {
+TEST(KVUtilsPrivilegedTool, IsNotGrantedToAnythingButAFile) {
   const testing::TestMac mac;
   auto& files = testing::wrapPort<testing::ForwardingFiles>(mac.platform->ports().files);
   files.onApplicationSupportFolder = [&] { return mac.resources.path("Support"); };
   files.onAttributes = [](const std::string&) -> Attributes {
-    return {{"root", "admin", 06555, true}};
+    return {{"root", "admin", 06555, /*isRegularFile=*/false}};
   };
   EXPECT_FALSE(KVUtils::isSMCPermissionGranted(*mac.platform));
 }
@@ -234,6 +234,25 @@ TEST_F(PermissionRequest, IsRefusedForASymbolicLinkWhereverItLeads) {
   }
   EXPECT_EQ(mac.resources.read("Support/Kelvora/other"), "other");
   EXPECT_FALSE(files.exists(mac.resources.path("Support/Kelvora/missing")));
+}
+
+TEST_F(PermissionRequest, IsRefusedForAFolderAndForAFileWithHardLinks) {
+  mac.resources.write("bin/Kelvora SMC", "tool");
+  mac.resources.write("Support/Kelvora/other", "other");
+  std::filesystem::create_hard_link(mac.resources.path("Support/Kelvora/other"), installed());
+  EXPECT_FALSE(request());
+  std::filesystem::remove(installed());
+  std::filesystem::create_directory(installed());
+  EXPECT_FALSE(request());
+  EXPECT_THAT(steps, ElementsAre("attributes", "attributes"));
+  EXPECT_TRUE(std::filesystem::is_empty(installed()));
+}
+
+// The second name may be the user's own, of a tool that has its rights.
+TEST_F(PermissionRequest, OfAGrantedToolWithHardLinksAsksForNoRights) {
+  attributes = {"root", "admin", 06555, /*isRegularFile=*/true, /*names=*/2};
+  EXPECT_TRUE(request());
+  EXPECT_THAT(steps, ElementsAre("attributes"));
 }
 
 TEST_F(PermissionRequest, IsRefusedWithoutASupportFolder) {

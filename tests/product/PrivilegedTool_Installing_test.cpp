@@ -107,6 +107,27 @@ TEST_F(InstallingThePrivilegedTool, AnythingWrongAboutTheInstalledToolIsNotGrant
   EXPECT_TRUE(std::filesystem::is_symlink(tool()));
 }
 
+TEST_F(InstallingThePrivilegedTool, AFolderInItsPlaceIsNotGrantedAndGetsNoRights) {
+  std::filesystem::create_directories(tool());
+  EXPECT_FALSE(request());
+  ASSERT_EQ(chown(tool().c_str(), 0, 64999), 0);
+  ASSERT_EQ(chmod(tool().c_str(), 06555), 0);
+  EXPECT_FALSE(isGranted());
+  EXPECT_FALSE(request());
+}
+
+TEST_F(InstallingThePrivilegedTool, AHardLinkInItsPlaceGetsNoRights) {
+  std::filesystem::create_directories(folder.path("data/Kelvora"));
+  const std::string other = folder.write("other", "#!/bin/sh\n");
+  ASSERT_EQ(chmod(other.c_str(), 0700), 0);
+  std::filesystem::create_hard_link(other, tool());
+  EXPECT_FALSE(request());
+  struct stat facts = {};
+  ASSERT_EQ(stat(other.c_str(), &facts), 0);
+  EXPECT_EQ(facts.st_mode, S_IFREG | 0700U);
+  EXPECT_NE(facts.st_gid, 64999U);
+}
+
 TEST_F(InstallingThePrivilegedTool, WithoutAToolToCopyNothingIsGranted) {
   std::filesystem::remove(folder.path("bin/Kelvora SMC"));
   EXPECT_FALSE(request()) << "chown finds nothing, so chmod is not started";

@@ -7,6 +7,8 @@
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
+#include "KelvoraCore/Platform.h"
+
 #include "tests/support/HomeFolder.h"
 #include "tests/tools/KelvoraProgram.h"
 
@@ -44,6 +46,23 @@ TEST_F(KelvoraFansPermit, AToolThatCannotBeCopiedIsNamed) {
             "kelvora: " + tool() + ": could not be copied from " +
                 (std::filesystem::path(KELVORA_PROGRAM).parent_path() / "Kelvora SMC").string() +
                 "\n");
+}
+
+TEST_F(KelvoraFansPermit, AFolderInPlaceOfTheToolIsReported) {
+  home_.write("data/Kelvora/Kelvora SMC/x", "");
+  expectRefused(runKelvora({"fans", "permit", "--machine", "iMac19,1"}),
+                tool() + ": is no file of its own, but a folder or a link; remove it first", 1);
+}
+
+// The default recording is shown where nothing else can be; nobody wants to write its fans.
+TEST_F(KelvoraFansPermit, WithoutAMachineNothingIsInstalled) {
+  if (Platform::live()->hasSensorHardware()) {
+    GTEST_SKIP() << "this computer is a Mac";
+  }
+  expectRefused(runKelvora({"fans", "permit"}),
+                "no Apple hardware here; choose a recorded Mac first: kelvora machine use "
+                "MacBookPro15,1");
+  EXPECT_FALSE(std::filesystem::exists(tool()));
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include <chrono>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -46,9 +48,25 @@ bool becomesGranted(Platform& platform) {
 
 [[noreturn]] void fail(const std::string& why) { throw CommandError(kExitNothingRead, why); }
 
+// Of a tool that gets rights: through a link they would go to a file elsewhere. A recorded Mac's
+// tool can be any file.
+bool isFileOfItsOwn(const std::string& path, Platform& platform) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  if (!platform.isLive()) {
+    return !fs::is_directory(path, error);
+  }
+  const bool isThere = fs::exists(fs::symlink_status(path, error));
+  return !isThere || (fs::is_regular_file(fs::symlink_status(path, error)) &&
+                      fs::hard_link_count(path, error) == 1);
+}
+
 // Installs the tool, and gives it rights where it needs them.
 bool permit(Platform& platform, const std::string& path) {
   const bool isRequested = requested(platform);
+  if (!isRequested && !isFileOfItsOwn(path, platform)) {
+    fail(path + ": is no file of its own, but a folder or a link; remove it first");
+  }
   if (!KVUtils::smcExeOwnership(platform)) {
     fail(path + ": could not be copied from " +
          KVUtils::smcExeSrcPath(platform).value_or("beside this program"));
@@ -67,6 +85,7 @@ bool permit(Platform& platform, const std::string& path) {
 
 int runPermit(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
+  requireMachine(machine);
   const auto path = KVUtils::smcExePath(machine.platform);
   if (!path) {
     fail("this account has no folder for the privileged tool");

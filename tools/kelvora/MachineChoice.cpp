@@ -73,6 +73,15 @@ MachineChoice chooseMachineToCheck(const std::string& machine) {
   return {Platform::current(), isStandIn, isNamed};
 }
 
+void requireMachine(const MachineChoice& machine) {
+  if (machine.isStandIn) {
+    throw CommandError(kExitUsage,
+                       std::string("no Apple hardware here; choose a recorded Mac first: kelvora "
+                                   "machine use ") +
+                           kDefaultMachine);
+  }
+}
+
 void useMachineOfEnvironment() {
   try {
     if (auto chosen = Platform::fromEnvironment()) {

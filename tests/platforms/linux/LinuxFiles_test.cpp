@@ -90,6 +90,17 @@ TEST(LinuxFiles, AttributesOfALinkAreItsOwn) {
   const std::string link = folder.path() + "/link";
   std::filesystem::create_symlink(path, link);
   EXPECT_EQ(LinuxFiles().attributes(link)->posixPermissions, 0777U);
+  EXPECT_FALSE(LinuxFiles().attributes(link)->isRegularFile);
+}
+
+TEST(LinuxFiles, AttributesSayWhetherItIsAFileAndHowManyNamesItHas) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("tool", "");
+  EXPECT_TRUE(LinuxFiles().attributes(path)->isRegularFile);
+  EXPECT_EQ(LinuxFiles().attributes(path)->names, 1U);
+  std::filesystem::create_hard_link(path, folder.path("second"));
+  EXPECT_EQ(LinuxFiles().attributes(path)->names, 2U);
+  EXPECT_FALSE(LinuxFiles().attributes(folder.path())->isRegularFile);
 }
 
 TEST(LinuxFiles, AFolderIsListedInOrderWithoutRecursion) {
