@@ -60,7 +60,7 @@ class Guardian {
         channel_.send("ready");
         break;
       case GuardianAction::kRefuse:
-        channel_.send("refused " + fault_);
+        channel_.send((isHeldElsewhere_ ? "held " : "refused ") + fault_);
         forget();
         break;
       case GuardianAction::kSayAlive:
@@ -133,6 +133,7 @@ class Guardian {
     const LeaseReading earlier = readLease(platform_, fan.fan);
     const std::string name = "fan " + std::to_string(fan.fan) + ": ";
     if (lock->state() == KVProcessLock::State::kHeldElsewhere) {
+      isHeldElsewhere_ = true;
       fault_ = name + "held by " + nameOfHolder(earlier);
     } else if (!lock->fault().empty()) {
       fault_ = name + lock->fault();
@@ -165,6 +166,7 @@ class Guardian {
   std::map<std::uint64_t, std::string> noted_;  // of each fan, why it cannot be handed back
   const std::chrono::system_clock::time_point since_ = std::chrono::system_clock::now();
   std::string fault_;
+  bool isHeldElsewhere_ = false;
 };
 
 }  // namespace

@@ -32,6 +32,7 @@ using Clock = std::chrono::steady_clock;
 // Between two tries to hand a fan back.
 constexpr milliseconds kPause{100};
 constexpr std::string_view kRefused = "refused ";
+constexpr std::string_view kHeldElsewhere = "held ";
 
 std::string fanText(std::uint64_t fan) { return "fan " + std::to_string(fan) + ": "; }
 
@@ -40,7 +41,8 @@ HolderEvent eventOf(std::string_view line) {
   if (line == "ready") {
     return HolderEvent::kReady;
   }
-  return line.starts_with(kRefused) ? HolderEvent::kRefused : HolderEvent::kGuardianExpired;
+  const bool isRefused = line.starts_with(kRefused) || line.starts_with(kHeldElsewhere);
+  return isRefused ? HolderEvent::kRefused : HolderEvent::kGuardianExpired;
 }
 
 }  // namespace
@@ -59,6 +61,7 @@ class KVFanLease::Holder {
       state_ = HolderState::kIdle;
     }
     fault_.clear();
+    isHeldElsewhere_ = false;
     receiveWhatCame();
     if (!mayTake(speeds)) {
       return false;
@@ -101,6 +104,8 @@ class KVFanLease::Holder {
   }
 
   const std::string& fault() const { return obstacle_.empty() ? fault_ : obstacle_; }
+
+  bool isHeldElsewhere() const { return isHeldElsewhere_; }
 
  private:
   void handle(HolderEvent event) {
@@ -202,6 +207,7 @@ class KVFanLease::Holder {
   bool lock(HeldFan& fan) {
     fan.lock = std::make_unique<KVProcessLock>(holderLockName(fan.index()), platform_);
     if (fan.lock->state() == KVProcessLock::State::kHeldElsewhere) {
+      isHeldElsewhere_ = true;
       return fail(fanText(fan.index()) + "held by " +
                   nameOfHolder(readLease(platform_, fan.index())));
     }
@@ -235,8 +241,9 @@ class KVFanLease::Holder {
         handle(HolderEvent::kGuardianGone);
         break;
       case GuardChannel::Event::kLine:
-        if (line.starts_with(kRefused)) {
-          fail(line.substr(kRefused.size()));
+        isHeldElsewhere_ = line.starts_with(kHeldElsewhere);
+        if (eventOf(line) == HolderEvent::kRefused) {
+          fail(line.substr(line.find(' ') + 1));
         }
         handle(eventOf(line));
         break;
@@ -374,7 +381,8 @@ class KVFanLease::Holder {
   ToolWrites take_;
   ToolWrites handBack_;
   HolderState state_ = HolderState::kIdle;
-  std::string fault_;     // why the fans were not taken, or were handed back
+  std::string fault_;  // why the fans were not taken, or were handed back
+  bool isHeldElsewhere_ = false;
   std::string obstacle_;  // why they are not handed back yet
   std::vector<KVFanSpeed> wanted_;
   std::vector<HeldFan> fans_;
@@ -400,5 +408,7 @@ bool KVFanLease::release() { return holder_->release(); }
 KVFanLeaseState KVFanLease::state() const { return holder_->state(); }
 
 const std::string& KVFanLease::fault() const { return holder_->fault(); }
+
+bool KVFanLease::isHeldElsewhere() const { return holder_->isHeldElsewhere(); }
 
 }  // namespace kelvora

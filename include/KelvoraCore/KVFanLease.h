@@ -80,6 +80,8 @@ class KELVORA_EXPORT KVFanLease {
   KVFanLeaseState state() const;
   /// One line in English; empty while all is well.
   const std::string& fault() const;
+  /// Whether the last `take` failed because another program has one of the fans.
+  bool isHeldElsewhere() const;
 
  private:
   class Holder;

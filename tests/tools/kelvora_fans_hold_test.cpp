@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "KelvoraCore/KVProcessLock.h"
+
 #include "tests/support/ChildProgram.h"
 #include "tests/tools/KelvoraFans.h"
 #include "tests/tools/KelvoraProgram.h"
@@ -71,6 +73,14 @@ TEST_F(KelvoraFans, ALostLeaseIsReported) {
             "kelvora: the fans are no longer held: the guardian has ended; they are handed back\n");
   EXPECT_EQ(holder.wait(), 1);
   expectAutomatic(0);
+}
+
+// Another program has locked the fan after the look at the leases, or has no lease on the disk yet.
+TEST_F(KelvoraFans, TakenByAnotherProgramAtTheSameMomentAreHeldElsewhere) {
+  const KVProcessLock another("Fan0.holder");
+  expectRefused({"fans", "hold", "0=3000"}, 3, "fan 0: held by another program");
+  expectRefused({"fans", "hold", "--background", "0=3000"}, 3, "fan 0: held by another program");
+  expectRefused({"fans", "set", "0", "3000"}, 3, "fan 0: held by another program");
 }
 
 TEST_F(KelvoraFans, HeldByAnotherHoldAreRefused) {

@@ -1,5 +1,6 @@
 // Fans that are held, and the choice of the recorded Mac that they are of.
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -42,6 +43,17 @@ TEST_F(KelvoraFans, LeftBehindOnAMacThatIsNoLongerChosenAreForgotten) {
   EXPECT_EQ(result.standardError, "");
   EXPECT_FALSE(isOnDisk(0));
   EXPECT_EQ(jsonOf({"machine"}).at("choice").at("writes"), json::array());
+}
+
+// Nothing is handed back there.
+TEST_F(KelvoraFans, OfAChosenMacWithoutSMCAreNeitherSetNorHandedBack) {
+  choose("Macmini9,1");
+  const std::vector<std::string> commands[] = {
+      {"auto", "all"}, {"auto", "0"}, {"set", "0", "3000"}, {"hold", "0=3000"}};
+  for (std::vector<std::string> command : commands) {
+    command.insert(command.begin(), "fans");
+    expectRefused(command, 1, "Mac mini M1 2020: there is no SMC with fans");
+  }
 }
 
 // A program is started with what its parent ignores.

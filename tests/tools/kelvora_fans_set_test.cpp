@@ -48,6 +48,20 @@ TEST_F(KelvoraFans, InJSONSayWhatWasWrittenAndWhatIsRead) {
   EXPECT_EQ(back.at("fans").at(0).at("read").at("mode"), "automatic");
 }
 
+// The change was made and stays: only the report of it is missing.
+TEST_F(KelvoraFans, AreHeldAlsoIfTheReportCannotBeWritten) {
+  for (const char* command : {"set 0 3000", "hold --background 1=2500"}) {
+    const ProgramResult result = runProgram(
+        "/bin/sh", {"-c", std::string("exec " KELVORA_PROGRAM " fans ") + command + " >/dev/full"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.standardError,
+              "kelvora: the report could not be written; the fans are held ('kelvora fans auto' "
+              "hands them back)\n");
+  }
+  expectSet(0, 3000);
+  expectSet(1, 2500);
+}
+
 TEST_F(KelvoraFans, TheHolderHasNeitherTheTerminalNorItsDescriptors) {
   // The end of the output comes although the holder goes on.
   EXPECT_EQ(runInTerminal(KELVORA_PROGRAM, {"fans", "set", "0", "3000"}, 200).status, 0);

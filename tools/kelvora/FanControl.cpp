@@ -31,12 +31,7 @@ std::string nameOf(const Options& options) {
 }
 
 const MachineChoice& writable(const Options& options, const MachineChoice& machine) {
-  if (machine.isStandIn) {
-    throw CommandError(kExitUsage,
-                       std::string("no Apple hardware here; choose a recorded Mac first: kelvora "
-                                   "machine use ") +
-                           kDefaultMachine);
-  }
+  requireMachine(machine);
   if (machine.isInMemory()) {
     const std::string name = nameOf(options);
     throw CommandError(kExitUsage, name +
@@ -68,6 +63,13 @@ void requireFree(const FanState& fan, bool fromAnyone) {
   if (fan.lease && fan.lease->isLive && (fromAnyone || !isOwnHolder(*fan.lease))) {
     throw CommandError(kExitElsewhere, fanText(fan.index) + "held by " + holderOf(*fan.lease));
   }
+}
+
+// A recording's messages are discarded before its SMC is opened.
+MachineChoice machineToSet(const Options& options, StandardOutput& output) {
+  MachineChoice machine = writable(options, chooseMachine(options.machine));
+  output.discardMessages(!machine.platform.isLive());
+  return machine;
 }
 
 }  // namespace
@@ -105,8 +107,8 @@ std::vector<KVFanSpeed> parsedFanSpeeds(const std::vector<std::string>& words) {
 }
 
 FanControl::FanControl(const Options& options, StandardOutput& output)
-    : machine_(writable(options, chooseMachine(options.machine))), reader_(machine_.platform) {
-  output.discardMessages(!machine_.platform.isLive());
+    : machine_(machineToSet(options, output)), reader_(machine_.platform) {
+  reader_.requireSMC();
   reportLeftBehind(KVFanLeases::handBackLeftBehind(machine_.platform));
   readAgain();
 }

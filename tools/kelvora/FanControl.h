@@ -23,7 +23,8 @@ std::uint64_t parsedSpeed(const std::string& word);
 class FanControl {
  public:
   /// Chooses the machine and hands back what was left behind, which it reports on standard error.
-  /// Throws CommandError for a recorded Mac that only this process would write to.
+  /// Throws CommandError for a recorded Mac that only this process would write to, and without an
+  /// SMC.
   FanControl(const Options& options, StandardOutput& output);
 
   const MachineChoice& machine() const { return machine_; }

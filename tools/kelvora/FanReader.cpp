@@ -6,6 +6,7 @@
 #include "KelvoraCore/SMC.h"
 #include "KelvoraCore/SMCText.h"
 
+#include "tools/kelvora/Command.h"
 #include "tools/kelvora/FanSpeeds.h"
 
 namespace kelvora::tool {
@@ -25,6 +26,19 @@ std::optional<double> valueOf(SMCWrapper& smc, const std::string& key) {
 
 FanReader::FanReader(Platform& platform) : controller_(platform) {
   controller_.smc().setDelegate({});
+}
+
+// Opening the SMC to find out would close the connection that the controller reads through.
+bool FanReader::hasSMC() {
+  SMCKeyInfo info{};
+  return SMCGetKeyInfo(packedKeyFromText("#KEY"), &info) == 0;
+}
+
+void FanReader::requireSMC() {
+  if (!hasSMC()) {
+    throw CommandError(kExitNothingRead,
+                       controller_.platform().title() + ": there is no SMC with fans");
+  }
 }
 
 std::vector<FanState> FanReader::read(const std::vector<KVLeasedFan>& leases) {

@@ -31,10 +31,14 @@ class FanReader {
 
   SensorController& controller() { return controller_; }
 
+  /// Throws CommandError (nothing could be read) if the machine's SMC cannot be reached.
+  void requireSMC();
+
   /// The fans that can be named, by index, each with its lease among `leases`.
   std::vector<FanState> read(const std::vector<KVLeasedFan>& leases);
 
  private:
+  static bool hasSMC();
   FanState read(std::uint64_t fan, const std::vector<KVLeasedFan>& leases);
 
   SensorController controller_;

@@ -4,7 +4,6 @@
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/FansCommands.h"
 #include "tools/kelvora/FansReport.h"
-#include "tools/kelvora/ReadFailures.h"
 
 namespace kelvora::tool {
 
@@ -18,7 +17,6 @@ int runFans(const Options& options, StandardOutput& output) {
   using Leases = std::vector<KVLeasedFan>;
   const Leases leftBehind = isShared ? KVFanLeases::handBackLeftBehind(machine.platform) : Leases();
   const bool areHandedBack = reportLeftBehind(leftBehind);
-  const bool isRead = hasSMC();
   FanReader reader(machine.platform);
   const Leases held = isShared ? KVFanLeases::leasedFans(machine.platform) : Leases();
   const bool comeBack = reportStuck(held);
@@ -27,9 +25,7 @@ int runFans(const Options& options, StandardOutput& output) {
   if (isShared) {
     reportFixedWithoutLease(fans);
   }
-  if (!isRead) {
-    throw CommandError(kExitNothingRead, machine.platform.title() + ": there is no SMC with fans");
-  }
+  reader.requireSMC();
   return areHandedBack && comeBack ? kExitSuccess : kExitNothingRead;
 }
 

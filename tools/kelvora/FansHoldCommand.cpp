@@ -40,7 +40,7 @@ void take(KVFanLease& lease, const std::vector<KVFanSpeed>& speeds, Platform& pl
   }
   const bool lacksPermission = platform.isLive() && !KVUtils::isSMCPermissionGranted(platform);
   throw CommandError(
-      kExitNothingRead,
+      lease.isHeldElsewhere() ? kExitElsewhere : kExitNothingRead,
       lease.fault() + (lacksPermission ? " ('kelvora fans permit' gives the tool its "
                                          "permission)"
                                        : ""));
@@ -120,7 +120,7 @@ int holdInBackground(const Options& options, StandardOutput& output,
   }
   const int status = startHolder(speeds, more);
   if (status == kExitSuccess) {
-    writeChanges(options, output, control.machine(), FanEvent::kHeld, changesTo(control, speeds));
+    writeHeld(options, output, control, speeds);
   }
   return status;
 }
@@ -137,6 +137,17 @@ std::vector<FanChange> changesTo(FanControl& control, const std::vector<KVFanSpe
                        control.fan(speed.fan)});
   }
   return changes;
+}
+
+void writeHeld(const Options& options, StandardOutput& output, FanControl& control,
+               const std::vector<KVFanSpeed>& speeds) {
+  try {
+    writeChanges(options, output, control.machine(), FanEvent::kHeld, changesTo(control, speeds));
+  } catch (const CommandError& error) {
+    throw CommandError(error.status, std::string(error.what()) +
+                                         "; the fans are held ('kelvora fans auto' hands them "
+                                         "back)");
+  }
 }
 
 int runFansHold(const Options& options, StandardOutput& output) {

@@ -43,7 +43,7 @@ int setFans(const Options& options, StandardOutput& output, FanControl& control,
   endHolders(fansOf(wanted), control.machine().platform);
   const int status = startHolder(speeds);
   if (status == kExitSuccess) {
-    writeChanges(options, output, control.machine(), FanEvent::kHeld, changesTo(control, wanted));
+    writeHeld(options, output, control, wanted);
     return status;
   }
   for (const KVFanSpeed& other : others) {
