@@ -120,7 +120,8 @@ class Guardian {
   }
 
   LeaseRecord recordOf(const LeasedFan& fan, const std::string& fault) const {
-    return {request_.program, request_.processIdentifier, since_, fan, fault, request_.machine};
+    return {request_.program, request_.processIdentifier,   since_, fan, fault,
+            request_.machine, platform::processIdentifier()};
   }
 
   bool prepare() {

@@ -21,7 +21,12 @@ namespace {
 constexpr std::chrono::seconds kToolLimit{5};
 constexpr char kMayBeSetAgain[] =
     "its holder, or a privileged tool that sets it, still runs and may set it again";
-constexpr char kIsSilent[] = "its holder has ended, and its guardian does not answer";
+
+std::string isSilent(const LeaseReading& reading) {
+  const std::int64_t guardian = reading.record ? reading.record->guardian : 0;
+  return "its holder has ended, and its guardian" +
+         (guardian > 0 ? " (process " + std::to_string(guardian) + ")" : "") + " does not answer";
+}
 
 std::optional<double> minimumIn(const FanWrite& handBack) {
   if (!handBack.key.ends_with("Mn")) {
@@ -50,13 +55,13 @@ std::string faultOf(const KVProcessLock& holder) {
 }
 
 // A guardian hands back while its lock is waited for, unless it is stopped or its tool hangs.
-std::string faultOfGuardian(Platform& platform, std::uint64_t fan) {
+std::string faultOfGuardian(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
   const KVProcessLock holder(holderLockName(fan), platform);
   if (holder.state() != KVProcessLock::State::kHeld) {
     return "";
   }
   const KVProcessLock guardian(leaseName(fan), platform);
-  return guardian.state() == KVProcessLock::State::kHeldElsewhere ? kIsSilent : "";
+  return guardian.state() == KVProcessLock::State::kHeldElsewhere ? isSilent(reading) : "";
 }
 
 // Of a lease that cannot be read only the mode is known, on machines whose fans are set by one.
@@ -113,7 +118,7 @@ std::optional<KVLeasedFan> lookedAt(Platform& platform, std::uint64_t fan) {
     return ofAnotherMachine(std::move(leased), *reading.record);
   }
   if (leased.fault.empty()) {
-    leased.fault = isLive ? faultOfGuardian(platform, fan)
+    leased.fault = isLive ? faultOfGuardian(platform, fan, reading)
                           : faultOf(KVProcessLock(holderLockName(fan), platform));
   }
   return leased;

@@ -79,12 +79,14 @@ std::optional<LeaseRecord> recordIn(const PropertyListValue& value) {
   }
   const auto* const fault = member<std::string>(*values, "fault");
   const auto* const machine = member<std::string>(*values, "machine");
+  const auto* const guardian = member<std::int64_t>(*values, "guardian");
   return LeaseRecord{*program,
                      *process,
                      *since,
                      {static_cast<std::uint64_t>(*fan), {*key, *bytes}},
                      fault == nullptr ? "" : *fault,
-                     machine == nullptr ? "" : *machine};
+                     machine == nullptr ? "" : *machine,
+                     guardian == nullptr ? 0 : *guardian};
 }
 
 std::optional<std::string> leasePath(Platform& platform, std::uint64_t fan) {
@@ -153,7 +155,8 @@ std::string writeLease(Platform& platform, const LeaseRecord& record) {
       {"program", record.program},      {"process", record.processIdentifier},
       {"since", record.since},          {"fan", static_cast<std::int64_t>(record.fan.fan)},
       {"key", record.fan.handBack.key}, {"value", record.fan.handBack.value},
-      {"fault", record.fault},          {"machine", record.machine}};
+      {"fault", record.fault},          {"machine", record.machine},
+      {"guardian", record.guardian}};
   const auto bytes = serializePropertyList(values, PropertyListFormat::kXML);
   std::error_code error;
   return platform.files().replace(*path, bytes, error)

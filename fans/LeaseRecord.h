@@ -42,6 +42,7 @@ struct LeaseRecord {
   LeasedFan fan;
   std::string fault;    ///< why the guardian cannot hand the fan back; empty while it need not
   std::string machine;  ///< whose fan it is; empty if the file does not say
+  std::int64_t guardian = 0;  ///< its process; 0 if the file does not say
 };
 
 /// The name under which the programs of an account lock a fan, and of its lease's file: "Fan0".

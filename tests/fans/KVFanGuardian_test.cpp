@@ -1,5 +1,7 @@
 #include "KelvoraCore/KVFanGuardian.h"
 
+#include "KelvoraCore/KVProcessLock.h"
+
 #include "fans/LeaseRecord.h"
 #include "fans/RetryPauses.h"
 #include "ports/GuardChannel.h"
@@ -83,6 +85,22 @@ TEST_F(KVFanGuardianTest, RefusesWhenTheLeaseCannotBePutOnTheDisk) {
   EXPECT_EQ(program->waitUntilExit(), 0);
   EXPECT_FALSE(isOnDisk(0));
   EXPECT_TRUE(writes().empty());
+}
+
+// As a program of an earlier version has put it on the disk.
+TEST_F(KVFanGuardianTest, OfALeaseThatDoesNotNameItIsReportedWithoutItsProcess) {
+  folder.write("group.com.kelvora/Fan0.plist",
+               "<plist version=\"1.0\"><dict><key>program</key><string>Host</string>"
+               "<key>process</key><integer>7</integer><key>fan</key><integer>0</integer>"
+               "<key>since</key><date>2026-01-02T03:04:05Z</date><key>key</key>"
+               "<string>F0Md</string><key>value</key><string>00</string></dict></plist>");
+  const KVProcessLock guardian(leaseName(0), *platform);
+  const auto leases = KVFanLeases::leasedFans(*platform);
+  ASSERT_EQ(leases.size(), 1U);
+  EXPECT_TRUE(leases[0].isLive);
+  EXPECT_EQ(leases[0].fault, "its holder has ended, and its guardian does not answer");
+  channel->close();
+  EXPECT_EQ(program->waitUntilExit(), 0);
 }
 
 TEST(KVFanGuardian, WithoutAChannelIsWrongUsage) {

@@ -127,7 +127,8 @@ TEST_F(KelvoraFans, OfADeadHolderWhoseGuardianIsStoppedAreAFailure) {
   ::kill(guardian, SIGSTOP);
   ::kill(holder, SIGKILL);
   ASSERT_TRUE(soon([&] { return !isRunning(holder); }));
-  const std::string fault = "its holder has ended, and its guardian does not answer";
+  const std::string fault = "its holder has ended, and its guardian (process " +
+                            std::to_string(guardian) + ") does not answer";
   const ProgramResult list = run({"fans"});
   EXPECT_EQ(list.status, 1);
   EXPECT_EQ(list.standardError, "kelvora: fan 0: the guardian of kelvora (process " +
