@@ -266,6 +266,8 @@ TEST(UsageText, ABatteryHasItsChargeAndState) {
   EXPECT_THAT(text(sample), HasSubstr("|76 %, charging|\n"));
   battery.fullyCharged = true;
   EXPECT_THAT(text(sample), HasSubstr("|76 %, fully charged|\n"));
+  battery.ageInDays = 1;
+  EXPECT_THAT(text(sample), HasSubstr("Age                |1d|\n"));
   battery.designCycleCount = 1;
   EXPECT_THAT(text(sample), HasSubstr("Battery Cycle Count|412 of 1|\n"));
   battery.maxCapacity = 0;

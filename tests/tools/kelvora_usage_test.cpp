@@ -237,6 +237,9 @@ TEST_F(KelvoraUsage, ABarTakesAQuarterOfTheTerminalAndTwentyColumnsAtMost) {
   EXPECT_THAT(usage(48), HasSubstr("  ██░░░░░░░░░░  17.3 %\n"));
   EXPECT_THAT(usage(60), HasSubstr("  ███░░░░░░░░░░░░  17.3 %\n"));
   EXPECT_THAT(usage(120), HasSubstr("  ███░░░░░░░░░░░░░░░░░  17.3 %\n"));
+  EXPECT_THAT(
+      runInTerminal(KELVORA_PROGRAM, {"top", "--machine", "MacBookPro15,1"}, 120).standardOutput,
+      HasSubstr("      412   38.4 %  ████████░░░░░░░░░░░░  Safari\n"));
 }
 
 TEST_F(KelvoraUsage, InAsciiTheBarsAreSignsOfIt) {

@@ -222,7 +222,7 @@ class LiveReports(unittest.TestCase):
         terminal = self.terminal()
         terminal.start("usage --machine MacBookPro15,1 --watch --every 60")
         screen = terminal.wait_for("q quits", "17.3 %", "1d 2h 3m", "82.7 %", "9.8 GB")
-        self.assertRegex(screen, r"\nProcessor \(since start-up\) +Startup Disk\n"
+        self.assertRegex(screen, r"\nProcessor \(since start-up\) {12}Startup Disk\n"
                                  r"  Total +█░░░░░  17\.3 % +Used +███░░░  ")
         terminal.type("End")
         terminal.wait_for_screen(screen)
@@ -287,6 +287,10 @@ class LiveReports(unittest.TestCase):
         terminal.wait_for("q quits", "Uptime", "█" * 3 + "░" * 17)
         terminal.tmux("resize-window", "-x", "20", "-y", "3")
         terminal.wait_for_lines("MacBook Pr…  q quits", "Processor (since st…", "  Total")
+        terminal.tmux("resize-window", "-x", "18", "-y", "3")
+        terminal.wait_for_lines("MacBook …  q quits", "Processor (since …", "  Total")
+        terminal.tmux("resize-window", "-x", "17", "-y", "3")
+        terminal.wait_for_lines("MacBook Pro 15-i…", "Processor (since…", "  Total")
         terminal.tmux("resize-window", "-x", "1", "-y", "1")
         terminal.tmux("resize-window", "-x", "80", "-y", "24")
         terminal.wait_for("q quits", "Processor")
@@ -318,6 +322,16 @@ class LiveReports(unittest.TestCase):
         terminal.wait_for("q beendet", "Arbeitsspeicher", gone=("Memory",))
         terminal.type("q")
         self.assert_restored(terminal)
+
+    def test_the_characters_are_those_of_the_locale(self):
+        terminal = self.terminal()
+        for variables, bar in (("LC_ALL=C", "#.."), ("-u LC_ALL -u LC_CTYPE -u LANG", "█░░"),
+                               ("LC_ALL=xx_XX.UTF-8", "█░░")):
+            with self.subTest(variables=variables):
+                terminal.type(f"clear; env {variables} {PROGRAM} usage --machine iMac19,1 --watch", "Enter")
+                terminal.wait_for("q quits", bar)
+                terminal.type("q")
+                terminal.wait_for(gone=("q quits",))
 
     def test_processes_have_bars(self):
         terminal = self.terminal()
