@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <utility>
 
 #include "KelvoraCore/Platform.h"
 
@@ -36,15 +35,11 @@ std::string bytesOf(SMCConnection& connection, std::string_view key) {
   return status == platform::kKernelSuccess ? hexadecimal(value) : "";
 }
 
-// What `work` returns with an open connection; without an SMC its kind of nothing.
+// What `work` returns with a connection; without an SMC each of its calls fails.
 template <typename Work>
-auto withConnection(Platform& platform, Work work)
-    -> decltype(work(std::declval<SMCConnection&>())) {
+auto withConnection(Platform& platform, Work work) {
   SMCConnection connection(platform.smc());
-  const SMCConnection::Opening opening = connection.openSilently();
-  if (opening.status != platform::kKernelSuccess || opening.failedCall != nullptr) {
-    return {};
-  }
+  connection.openSilently();
   auto result = work(connection);
   connection.close();
   return result;

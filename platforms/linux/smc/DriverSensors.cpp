@@ -34,9 +34,9 @@ struct FanFile {
 // The files hold numbers, whatever type the SMC has for them. Those that are written have the type
 // in which fans are set: a target is a float, a minimum is fixed-point.
 constexpr FanFile kFanFiles[] = {
-    {"Ac", "_input", kSpeedType, 2, false}, {"Mn", "_min", kSpeedType, 2, true},
-    {"Mx", "_max", kSpeedType, 2, false},   {"Sf", "_safe", kSpeedType, 2, false},
-    {"Tg", "_output", kFloatType, 4, true}, {"Md", "_manual", kByteType, 1, true}};
+    {"Md", "_manual", kByteType, 1, true}, {"Ac", "_input", kSpeedType, 2, false},
+    {"Mn", "_min", kSpeedType, 2, true},   {"Mx", "_max", kSpeedType, 2, false},
+    {"Sf", "_safe", kSpeedType, 2, false}, {"Tg", "_output", kFloatType, 4, true}};
 
 std::optional<Bytes> bigEndian(double value, double least, double most) {
   const double rounded = std::round(value);
@@ -102,12 +102,11 @@ std::optional<double> decoded(std::span<const std::byte> payload, std::uint32_t 
 
 // The record "{fds": four bytes that say where the fan is, and its name.
 Bytes fanRecord(const std::string& label) {
-  Bytes record(kFanBytes);
-  for (std::size_t i = 0; i < label.size() && label[i] != '\n'; ++i) {
-    if (kFanNameAt + i < record.size()) {
-      record[kFanNameAt + i] = static_cast<std::byte>(label[i]);
-    }
+  Bytes record(kFanNameAt);
+  for (const char character : label.substr(0, label.find('\n'))) {
+    record.push_back(static_cast<std::byte>(character));
   }
+  record.resize(kFanBytes);
   return record;
 }
 

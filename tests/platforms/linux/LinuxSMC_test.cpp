@@ -334,11 +334,16 @@ TEST(LinuxSMC, AWriteTakesTheTypeThatTheSMCSays) {
   auto owned = std::make_unique<ScriptedFiles>(
       std::vector<DriverKey>{{"F0Tg", "fpe2", std::string("\0\0", 2)},
                              {"F0Mn", "flt ", std::string("\0\0\0\0", 4)},
+                             {"F1Tg", "ui16", std::string("\0\0", 2)},
+                             {"F1Mn", "fpe2", std::string("\0\0\0\0", 4)},
                              {"F0Md", "ch8*", std::string("\0", 1)}});
   ScriptedFiles& files = *owned;
-  files.own = {{"fan1_input", "2000\n"}, {"fan1_manual", "0\n"}};
+  files.own = {{"fan1_input", "2000\n"}, {"fan1_manual", "0\n"}, {"fan2_input", "2000\n"}};
   LinuxSMC smc(std::move(owned));
   SMCConnection connection(smc);
+  EXPECT_EQ(writeKey(connection, "F1Tg", {0x1f, 0x40}).status, platform::kIOReturnBadArgument);
+  EXPECT_EQ(writeKey(connection, "F1Mn", {0, 0, 0x1f, 0x40}).status,
+            platform::kIOReturnBadArgument);
   EXPECT_EQ(writeKey(connection, "F0Tg", {0x1f, 0x40}).status, 0U);
   EXPECT_EQ(writeKey(connection, "F0Mn", {0x00, 0x00, 0xfa, 0x44}).status, 0U);
   EXPECT_EQ(writeKey(connection, "F0Md", {1}).status, platform::kIOReturnBadArgument);
@@ -379,6 +384,81 @@ TEST(LinuxSMC, ASpeedTakesTheTypeThatTheSMCSays) {
   SMCConnection connection(smc);
   EXPECT_EQ(payloadBytes(connection.call(5, SMCPackedKey("F0Ac"), 4), 4),
             (std::vector{0, 0, 0xfa, 0x44}));
+}
+
+TEST(LinuxSMC, ASpeedOfZeroIsASpeed) {
+  auto files = filesWithSensors(false);
+  files->own["fan1_input"] = "0\n";
+  LinuxSMC smc(std::move(files));
+  SMCConnection connection(smc);
+  const auto reply = connection.call(5, SMCPackedKey("F0Ac"));
+  EXPECT_EQ(reply.result, 0);
+  EXPECT_EQ(payloadBytes(reply, 2), (std::vector{0, 0}));
+}
+
+TEST(LinuxSMC, ANameOfAFanIsCutToItsRecord) {
+  auto files = filesWithSensors(false);
+  files->own["fan1_label"] = "0123456789abcdefghij\n";
+  LinuxSMC smc(std::move(files));
+  SMCConnection connection(smc);
+  const auto reply = connection.call(5, SMCPackedKey("F0ID"));
+  EXPECT_EQ(payloadBytes(reply, 17), (std::vector<int>{0, 0, 0, 0, '0', '1', '2', '3', '4', '5',
+                                                       '6', '7', '8', '9', 'a', 'b', 0}));
+}
+
+TEST(LinuxSMC, DescribesAKeyWithoutAttributes) {
+  LinuxSMC smc(filesWithSensors(false));
+  SMCConnection connection(smc);
+  const auto info = connection.call(9, SMCPackedKey("FNum"));
+  EXPECT_EQ(info.dataSize, 1U);
+  EXPECT_EQ(info.dataType, SMCPackedKey("ui8 "));
+  EXPECT_EQ(info.attributes, 0);
+}
+
+TEST(LinuxSMC, AnotherCommandIsABadArgument) {
+  LinuxSMC smc(filesWithSensors(false));
+  SMCConnection connection(smc);
+  EXPECT_EQ(connection.call(7, SMCPackedKey("FNum"), 1).status, platform::kIOReturnBadArgument);
+}
+
+TEST(LinuxSMC, CountsMoreKeysThanAByteHolds) {
+  auto files = filesWithSensors(false);
+  for (int number = 3; number <= 300; ++number) {
+    files->own["temp" + std::to_string(number) + "_label"] = "T" + std::to_string(number) + "\n";
+  }
+  LinuxSMC smc(std::move(files));
+  SMCConnection connection(smc);
+  EXPECT_EQ(payloadBytes(connection.call(5, SMCPackedKey("#KEY"), 4), 4),
+            (std::vector{0, 0, 1, 52}));
+}
+
+// The SMC's key of a fan has one digit here.
+TEST(LinuxSMC, HasTenFansAtMost) {
+  auto files = filesWithSensors(false);
+  for (int number = 1; number <= 11; ++number) {
+    files->own["fan" + std::to_string(number) + "_input"] = "2000\n";
+  }
+  LinuxSMC smc(std::move(files));
+  SMCConnection connection(smc);
+  EXPECT_EQ(payloadBytes(connection.call(5, SMCPackedKey("FNum")), 1), std::vector{10});
+  EXPECT_EQ(connection.call(5, SMCPackedKey("F9Ac")).result, 0);
+}
+
+TEST(LinuxSMC, RootChoosesEachKeyOnceToListThem) {
+  auto owned = std::make_unique<ScriptedFiles>(kKeys);
+  ScriptedFiles& files = *owned;
+  LinuxSMC smc(std::move(owned));
+  SMCConnection connection(smc);
+  connection.call(9, SMCPackedKey("TC0P"));
+  EXPECT_EQ(files.choices, 3);
+}
+
+TEST(DriverSensors, OnlyOfTenFansAFileCanBeWritten) {
+  using platform::DriverSensors;
+  EXPECT_EQ(DriverSensors::writableFile(SMCPackedKey("F9Mn")), "fan10_min");
+  for (const char* key : {"F/Mn", "F:Mn", "FAMn", "G0Mn", "F0Ac"}) {
+    EXPECT_EQ(DriverSensors::writableFile(SMCPackedKey(key)), std::nullopt) << key;
+  }
 }
 
 TEST(LinuxSMC, AReadThatAnotherProgramDisturbedIsTriedAgain) {
