@@ -87,6 +87,15 @@ TEST_F(KVFanGuardianTest, RefusesWhenTheLeaseCannotBePutOnTheDisk) {
   EXPECT_TRUE(writes().empty());
 }
 
+TEST_F(KVFanGuardianTest, RefusesAFanThatItCannotLock) {
+  std::filesystem::create_directories(folder.path("group.com.kelvora/Fan0.lock"));
+  channel->send(lineOf(requestOf({{0, {"F0Md", "00"}}})));
+  EXPECT_EQ(answer(), "refused fan 0: Is a directory");
+  EXPECT_EQ(program->waitUntilExit(), 0);
+  EXPECT_FALSE(isOnDisk(0));
+  EXPECT_TRUE(writes().empty());
+}
+
 // As a program of an earlier version has put it on the disk.
 TEST_F(KVFanGuardianTest, OfALeaseThatDoesNotNameItIsReportedWithoutItsProcess) {
   folder.write("group.com.kelvora/Fan0.plist",
