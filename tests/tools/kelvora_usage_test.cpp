@@ -168,6 +168,7 @@ TEST_F(KelvoraUsage, WhatIsNotKnownIsNullInJSONAsItIsADashInTheReport) {
     EXPECT_TRUE(usage["disk"][figure].is_null()) << figure;
   }
   EXPECT_TRUE(usage["processor"]["total"].is_null());
+  EXPECT_EQ(usage["uptime"], 1);
   const std::string report = outputOf({"usage"}, file);
   EXPECT_THAT(report, HasSubstr("\nMemory\n  Used          –\n  Free          –\n"));
   EXPECT_THAT(report, HasSubstr("\nStartup Disk\n  Used          –\n  Free          –\n"));

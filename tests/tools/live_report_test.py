@@ -215,6 +215,10 @@ class LiveReports(unittest.TestCase):
         terminal.wait_for_screen(last)
         terminal.type("Home")
         terminal.wait_for_screen(first)
+        terminal.type("End")
+        terminal.wait_for_screen(last)
+        terminal.tmux("resize-window", "-x", "80", "-y", "45")
+        terminal.wait_for("Processor", "Uptime")  # nothing is left to scroll to
         terminal.type("q")
         self.assert_restored(terminal)
 
