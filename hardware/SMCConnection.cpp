@@ -41,7 +41,7 @@ SMCConnection::Opening SMCConnection::openFirstService(IOObject& connection) {
   const IOObject service = userClient_.nextService(iterator);
   userClient_.release(iterator);
   if (service == 0) {
-    return {platform::kIOReturnNoDevice, nullptr};
+    return {platform::kKernelNoDevice, nullptr};
   }
   IOObject opened = 0;
   status = userClient_.openService(service, 0, opened);
@@ -114,7 +114,7 @@ KernelStatus SMCConnection::readKeyByIndex(std::uint32_t index, SMCValueRecord& 
     return status;
   }
   if (reply.result != SMCResultSuccess) {
-    return platform::kIOReturnError;
+    return platform::kKernelError;
   }
   return readKey(reply.key, value);
 }
@@ -126,7 +126,7 @@ KernelStatus SMCConnection::writeKey(std::uint32_t packedKey, const SMCValueReco
     return status;
   }
   if (current.dataSize != value.dataSize) {
-    return platform::kIOReturnError;
+    return platform::kKernelError;
   }
   SMCParamRecord request;
   SMCParamRecord reply;

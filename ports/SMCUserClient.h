@@ -28,12 +28,12 @@ class SMCUserClient {
   /// lives until `closeService`.
   virtual KernelStatus openService(IOObject service, std::uint32_t type, IOObject& connection) = 0;
 
-  /// IOServiceClose. Returns kIOReturnNotOpen for a handle that is no open connection.
+  /// IOServiceClose. Returns kKernelNotOpen for a handle that is no open connection.
   virtual KernelStatus closeService(IOObject connection) = 0;
 
   /// IOConnectCallStructMethod without scalars: sends `input`, fills `output`.
-  /// Both are 80 bytes for the SMC, and may be the same memory; returns kIOReturnBadArgument for
-  /// another size, kIOReturnNotOpen for a handle that is no open connection.
+  /// Both are 80 bytes for the SMC, and may be the same memory; returns kKernelBadArgument for
+  /// another size, kKernelNotOpen for a handle that is no open connection.
   virtual KernelStatus callStructMethod(IOObject connection, std::uint32_t selector,
                                         std::span<const std::byte> input,
                                         std::span<std::byte> output) = 0;

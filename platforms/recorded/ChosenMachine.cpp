@@ -120,7 +120,7 @@ KernelStatus ChosenMachine::write(const SMCParamRecord& request, SMCParamRecord&
     return status;
   } catch (const MachineFileError& error) {
     report(error.what());
-    return kIOReturnError;
+    return kKernelError;
   }
 }
 
@@ -129,7 +129,7 @@ KernelStatus ChosenMachine::perform(const SMCParamRecord& request, SMCParamRecor
     refresh();
   } catch (const MachineFileError& error) {
     report(error.what());
-    return kIOReturnNoDevice;
+    return kKernelNoDevice;
   }
   return request.command == SMCCommandWriteBytes ? write(request, reply)
                                                  : RecordedSMC::perform(request, reply);

@@ -15,8 +15,8 @@ namespace kelvora::platform {
 ///
 /// Without a choice, and in a program with raised rights, there is no service. A choice that
 /// becomes unusable, or is replaced by another machine, while it is in use makes calls fail with
-/// kIOReturnNoDevice, until it is usable again; a write that cannot be stored fails with
-/// kIOReturnError and is not taken. Faults are logged, the same one once until a write succeeds.
+/// kKernelNoDevice, until it is usable again; a write that cannot be stored fails with
+/// kKernelError and is not taken. Faults are logged, the same one once until a write succeeds.
 /// Any thread.
 class ChosenMachine : public RecordedSMC {
  public:

@@ -78,7 +78,7 @@ KernelStatus RecordedSMC::perform(const SMCParamRecord& request, SMCParamRecord&
           static_cast<std::uint32_t>(key->bytes.size()), key->type, key->attributes, {}};
       return kKernelSuccess;
     default:
-      return kIOReturnBadArgument;
+      return kKernelBadArgument;
   }
 }
 

@@ -35,7 +35,7 @@ void SoftwareSMC::release(IOObject object) {
 KernelStatus SoftwareSMC::openService(IOObject service, std::uint32_t, IOObject& connection) {
   const std::lock_guard lock(mutex_);
   if (!holds(service, ObjectKind::kService)) {
-    return kIOReturnBadArgument;
+    return kKernelBadArgument;
   }
   const KernelStatus status = mayOpen();
   if (status == kKernelSuccess) {
@@ -46,7 +46,7 @@ KernelStatus SoftwareSMC::openService(IOObject service, std::uint32_t, IOObject&
 
 KernelStatus SoftwareSMC::closeService(IOObject connection) {
   const std::lock_guard lock(mutex_);
-  return dispose(connection, ObjectKind::kConnection) ? kKernelSuccess : kIOReturnNotOpen;
+  return dispose(connection, ObjectKind::kConnection) ? kKernelSuccess : kKernelNotOpen;
 }
 
 KernelStatus SoftwareSMC::callStructMethod(IOObject connection, std::uint32_t selector,
@@ -54,11 +54,11 @@ KernelStatus SoftwareSMC::callStructMethod(IOObject connection, std::uint32_t se
                                            std::span<std::byte> output) {
   const std::lock_guard lock(mutex_);
   if (!holds(connection, ObjectKind::kConnection)) {
-    return kIOReturnNotOpen;
+    return kKernelNotOpen;
   }
   if (selector != SMCSelector || input.size() != sizeof(SMCParamRecord) ||
       output.size() != sizeof(SMCParamRecord)) {
-    return kIOReturnBadArgument;
+    return kKernelBadArgument;
   }
   SMCParamRecord request;
   std::memcpy(&request, input.data(), sizeof request);

@@ -117,10 +117,10 @@ TEST(SMCConnection, IsInvalidAfterItCouldNotBeOpenedAgain) {
   ForwardingSMC& smc = ForwardingSMC::wrap(*platform);
   SMCConnection connection(smc);
   ASSERT_EQ(connection.open(), 0U);
-  smc.openStatus = platform::kIOReturnError;
+  smc.openStatus = platform::kKernelError;
   EXPECT_EQ(connection.open(), 1U);
   SMCValueRecord value;
-  EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kIOReturnNotOpen);
+  EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kKernelNotOpen);
   smc.openStatus.reset();
   EXPECT_EQ(connection.open(), 0U);
   EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), 0U);
@@ -158,7 +158,7 @@ TEST(SMCWrapper, OfTheCurrentPlatformSharesTheConnectionOfTheFunctions) {
     const SMCWrapper wrapper;
     EXPECT_EQ(SMCReadKey("TC0P", &value), 0U);
   }
-  EXPECT_EQ(SMCReadKey("TC0P", &value), platform::kIOReturnNotOpen);
+  EXPECT_EQ(SMCReadKey("TC0P", &value), platform::kKernelNotOpen);
 }
 
 TEST(SMCWrapper, OnARecordedMacMakesNoPlatformCurrent) {

@@ -48,7 +48,7 @@ TEST(SMCWrapper, ReportsAKeyAsItWasGivenInWellFormedText) {
   wrapper.setDelegate(messages);
   wrapper.rawValueByKey("TX0x\xff");
   smc.setOverride([](const SMCCallRecord&, ForwardingSMC::Output) {
-    return std::optional(platform::kIOReturnError);
+    return std::optional(platform::kKernelError);
   });
   wrapper.rawValueByKey("TX0x\xff");
   wrapper.rawStringValueByKey("TX0x\xff");

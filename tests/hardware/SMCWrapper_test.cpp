@@ -151,7 +151,7 @@ TEST(SMCWrapper, SkipsPositionsThatCannotBeReadWithoutAMessage) {
   wrapper.setDelegate(messages);
   smc.setOverride([](const SMCCallRecord& call, ForwardingSMC::Output) {
     const bool fails = call.command == 8 && call.data32 == 13;  // TC0P
-    return fails ? std::optional(platform::kIOReturnError) : std::nullopt;
+    return fails ? std::optional(platform::kKernelError) : std::nullopt;
   });
   EXPECT_THAT(wrapper.getAllSensorKeys(), ElementsAre("IC0C", "PC0C", "VC0C"));
   EXPECT_THAT(messages->all, IsEmpty());
@@ -164,7 +164,7 @@ TEST(SMCWrapper, SkipsAKeyWhosePayloadCannotBeReadWithoutAMessage) {
   wrapper.setDelegate(messages);
   smc.setOverride([](const SMCCallRecord& call, ForwardingSMC::Output) {
     const bool fails = call.command == SMCCommandReadBytes && call.key == SMCPackedKey("TC0P");
-    return fails ? std::optional(platform::kIOReturnError) : std::nullopt;
+    return fails ? std::optional(platform::kKernelError) : std::nullopt;
   });
   EXPECT_THAT(wrapper.getAllSensorKeys(), ElementsAre("IC0C", "PC0C", "VC0C"));
   EXPECT_THAT(messages->all, IsEmpty());
@@ -197,7 +197,7 @@ TEST(SMCWrapper, GoesOnWhileOneOfTheNext65536PositionsHasAKey) {
       return std::nullopt;
     }
     if (call.data32 % 60000 != 0) {
-      return platform::kIOReturnError;
+      return platform::kKernelError;
     }
     SMCParamRecord reply;
     reply.key = SMCPackedKey("TC0P");
@@ -244,7 +244,7 @@ TEST(SMCWrapper, LeavesOutAndReportsASensorThatCannotBeReadAnyMore) {
   wrapper.getAllSensors();
   EXPECT_THAT(messages->all, IsEmpty());
   smc.setOverride([](const SMCCallRecord& call, ForwardingSMC::Output) {
-    return call.key == SMCPackedKey("PC0C") ? std::optional(platform::kIOReturnError)
+    return call.key == SMCPackedKey("PC0C") ? std::optional(platform::kKernelError)
                                             : std::nullopt;
   });
   const SensorList sensors = wrapper.getAllSensors();

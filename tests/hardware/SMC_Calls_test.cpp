@@ -23,7 +23,7 @@ namespace {
 
 using platform::IOObject;
 using platform::KernelStatus;
-using platform::kIOReturnError;
+using platform::kKernelError;
 using ::testing::ElementsAre;
 
 // Records what it is asked and gives scripted answers.
@@ -115,7 +115,7 @@ TEST(SMCOpen, SaysThatThereIsNoSMC) {
 
 TEST(SMCOpen, PrintsTheStatusWhenOpeningFailsAndStillReleasesTheService) {
   ScriptedSMC& smc = ScriptedSMC::install();
-  smc.openStatus = kIOReturnError;
+  smc.openStatus = kKernelError;
   EXPECT_EQ(printedBySMCOpen(1), "Error: IOServiceOpen() = e00002bc\n");
   EXPECT_EQ(smc.log.back(), "release 22");
 }
@@ -125,9 +125,9 @@ TEST(SMCOpen, LeavesNoConnectionWhenItFails) {
   SMCValueRecord value;
   ASSERT_EQ(SMCOpen(), 0U);
   ASSERT_EQ(SMCReadKey("TC0P", &value), 0U);
-  smc.openStatus = kIOReturnError;
+  smc.openStatus = kKernelError;
   EXPECT_NE(printedBySMCOpen(1), "");
-  EXPECT_EQ(SMCReadKey("TC0P", &value), platform::kIOReturnNotOpen);
+  EXPECT_EQ(SMCReadKey("TC0P", &value), platform::kKernelNotOpen);
 }
 
 TEST(SMCOpen, WithoutAnySMCMakesEveryReadFail) {

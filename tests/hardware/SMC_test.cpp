@@ -17,7 +17,7 @@ namespace kelvora::testing {
 namespace {
 
 using platform::KernelStatus;
-using platform::kIOReturnError;
+using platform::kKernelError;
 using ::testing::ElementsAre;
 
 // A record that holds something already.
@@ -91,10 +91,10 @@ TEST(SMCReadKey, TakesNoPayloadOutOfTheReplyOfACallThatFailed) {
           return std::nullopt;
         }
         std::fill(output.begin(), output.end(), std::byte{0xaa});
-        return kIOReturnError;
+        return kKernelError;
       });
   SMCValueRecord value;
-  EXPECT_EQ(SMCReadKey("TC0P", &value), kIOReturnError);
+  EXPECT_EQ(SMCReadKey("TC0P", &value), kKernelError);
   EXPECT_TRUE(std::all_of(std::begin(value.bytes), std::end(value.bytes),
                           [](std::uint8_t byte) { return byte == 0; }));
 }

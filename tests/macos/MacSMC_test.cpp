@@ -73,8 +73,8 @@ TEST_F(MacSMCTest, WhereNoConnectionWasOpenedAReadFailsWithoutACall) {
   messageOfFailing("IOServiceOpen");
   kelvora::SMCConnection connection(smc);
   takeCalls();
-  EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kIOReturnNotOpen);
-  EXPECT_EQ(connection.close(), platform::kIOReturnNotOpen);
+  EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kKernelNotOpen);
+  EXPECT_EQ(connection.close(), platform::kKernelNotOpen);
   EXPECT_TRUE(takeCalls().empty());
 }
 
@@ -105,16 +105,16 @@ TEST_F(MacSMCTest, EachFailedCallOfAReadGivesItsStatusAndTheNextReadWorks) {
   kelvora::SMCConnection connection(smc);
   connection.open();
   ledger.failCall("IOConnectCallStructMethod", 1);
-  EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kIOReturnError);
+  EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kKernelError);
   EXPECT_EQ(value.dataSize, 0U);
   ledger.failCall("IOConnectCallStructMethod", 2);
-  EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kIOReturnError);
+  EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kKernelError);
   EXPECT_EQ(value.dataSize, 2U);
   EXPECT_EQ(value.bytes[0], 0);
   EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), 0U);
   ledger.failCallsFrom("IOConnectCallStructMethod");
-  EXPECT_EQ(connection.readKeyByIndex(0, value), platform::kIOReturnError);
-  EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kIOReturnError);
+  EXPECT_EQ(connection.readKeyByIndex(0, value), platform::kKernelError);
+  EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kKernelError);
   ledger.failNothing();
   EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), 0U);
   connection.close();
@@ -124,8 +124,8 @@ TEST_F(MacSMCTest, AFailedClosingGivesItsStatusAndTheConnectionIsGone) {
   kelvora::SMCConnection connection(smc);
   connection.open();
   ledger.failCall("IOServiceClose");
-  EXPECT_EQ(connection.close(), platform::kIOReturnError);
-  EXPECT_EQ(connection.close(), platform::kIOReturnNotOpen);
+  EXPECT_EQ(connection.close(), platform::kKernelError);
+  EXPECT_EQ(connection.close(), platform::kKernelNotOpen);
 }
 
 TEST_F(MacSMCTest, AClosedOrUnknownConnectionDoesNotReachTheKernel) {
@@ -134,12 +134,12 @@ TEST_F(MacSMCTest, AClosedOrUnknownConnectionDoesNotReachTheKernel) {
   {
     const SMCConnection connection(smc);
     handle = connection.handle();
-    EXPECT_EQ(smc.callStructMethod(handle + 1, 2, record, record), platform::kIOReturnNotOpen);
+    EXPECT_EQ(smc.callStructMethod(handle + 1, 2, record, record), platform::kKernelNotOpen);
   }
   takeCalls();
-  EXPECT_EQ(smc.callStructMethod(handle, 2, record, record), platform::kIOReturnNotOpen);
-  EXPECT_EQ(smc.callStructMethod(0, 2, record, record), platform::kIOReturnNotOpen);
-  EXPECT_EQ(smc.closeService(handle), platform::kIOReturnNotOpen);
+  EXPECT_EQ(smc.callStructMethod(handle, 2, record, record), platform::kKernelNotOpen);
+  EXPECT_EQ(smc.callStructMethod(0, 2, record, record), platform::kKernelNotOpen);
+  EXPECT_EQ(smc.closeService(handle), platform::kKernelNotOpen);
   EXPECT_TRUE(takeCalls().empty());
 }
 
@@ -148,9 +148,9 @@ TEST_F(MacSMCTest, AMalformedCallIsABadArgument) {
   std::array<std::byte, 80> record{};
   std::array<std::byte, 79> shorter{};
   const auto handle = connection.handle();
-  EXPECT_EQ(smc.callStructMethod(handle, 2, shorter, record), platform::kIOReturnBadArgument);
-  EXPECT_EQ(smc.callStructMethod(handle, 2, record, shorter), platform::kIOReturnBadArgument);
-  EXPECT_EQ(smc.callStructMethod(handle, 1, record, record), platform::kIOReturnBadArgument);
+  EXPECT_EQ(smc.callStructMethod(handle, 2, shorter, record), platform::kKernelBadArgument);
+  EXPECT_EQ(smc.callStructMethod(handle, 2, record, shorter), platform::kKernelBadArgument);
+  EXPECT_EQ(smc.callStructMethod(handle, 1, record, record), platform::kKernelBadArgument);
 }
 
 TEST_F(MacSMCTest, WhatIsStillOpenIsClosedWithThePort) {
@@ -171,7 +171,7 @@ TEST_F(MacSMCTest, ThreadsReadWhileAnotherCloses) {
     SMCValueRecord read;
     for (int i = 0; i < 300; ++i) {
       const auto status = connection.readKey(SMCPackedKey("TC0P"), read);
-      EXPECT_TRUE(status == 0 || status == platform::kIOReturnNotOpen) << status;
+      EXPECT_TRUE(status == 0 || status == platform::kKernelNotOpen) << status;
     }
   };
   std::thread first(work);

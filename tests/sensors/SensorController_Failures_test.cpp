@@ -71,7 +71,7 @@ class FailingSMC : public ::testing::Test {
     smc_.setOverride([](const SMCCallRecord& call,
                         std::span<std::byte>) -> std::optional<platform::KernelStatus> {
       if (call.key == SMCPackedKey("TC0P")) {
-        return platform::kIOReturnError;
+        return platform::kKernelError;
       }
       return std::nullopt;
     });

@@ -15,6 +15,10 @@
 #include "ports/SMCUserClient.h"
 #include "tests/support/RecordedMachines.h"
 
+namespace kelvora::platform {
+inline constexpr KernelStatus kIOReturnError = kKernelError;  // for tests that have not moved yet
+}
+
 namespace kelvora::testing {
 
 /// One 80-byte call, as it was sent.
@@ -46,7 +50,7 @@ class ForwardingSMC : public platform::SMCUserClient {
   }
 
   /// The n-th call from now (1 is the next) returns `status` without reaching the SMC.
-  void failNth(int n, platform::KernelStatus status = platform::kIOReturnError) {
+  void failNth(int n, platform::KernelStatus status = platform::kKernelError) {
     const std::lock_guard lock(mutex_);
     failures_.emplace_back(calls_.size() + static_cast<std::size_t>(n), status);
   }

@@ -10,7 +10,7 @@ namespace kelvora::tool {
 
 /// An SMC that fails when its reply has a result other than success. The operations of SMC.h look
 /// only at the status of the call; through this client they also fail when the SMC itself refuses,
-/// with kIOReturnError.
+/// with kKernelError.
 class StrictSMC : public platform::SMCUserClient {
  public:
   /// `behind` outlives the object.
@@ -40,7 +40,7 @@ class StrictSMC : public platform::SMCUserClient {
       return status;
     }
     result_ = std::to_integer<std::uint8_t>(output[offsetof(SMCParamRecord, result)]);
-    return result_ == SMCResultSuccess ? status : platform::kIOReturnError;
+    return result_ == SMCResultSuccess ? status : platform::kKernelError;
   }
 
   /// The result byte of the last reply, e.g. 132; 0 if there was none.

@@ -21,16 +21,16 @@ KernelStatus statusOf(int error) {
     case EACCES:
     case EPERM:
     case EROFS:
-      return kIOReturnNotPermitted;
+      return kKernelNotPermitted;
     case EINVAL:
-      return kIOReturnBadArgument;
+      return kKernelBadArgument;
     case EIO:
-      return kIOReturnIOError;
+      return kKernelIOError;
     case ENODEV:
     case ENOENT:
-      return kIOReturnNoDevice;
+      return kKernelNoDevice;
     default:
-      return kIOReturnError;
+      return kKernelError;
   }
 }
 
@@ -75,10 +75,10 @@ KernelStatus AppleSMCFiles::write(const std::string& name, const std::string& co
     count = pwrite(writable_[name].get(), content.data(), content.size(), 0);
   } while (count < 0 && errno == EINTR);
   if (count >= 0) {
-    return count == static_cast<ssize_t>(content.size()) ? kKernelSuccess : kIOReturnIOError;
+    return count == static_cast<ssize_t>(content.size()) ? kKernelSuccess : kKernelIOError;
   }
   const KernelStatus status = statusOf(errno);
-  if (status == kIOReturnNoDevice) {
+  if (status == kKernelNoDevice) {
     writable_.erase(name);  // a driver that was loaded again has other files of the same names
   }
   return status;

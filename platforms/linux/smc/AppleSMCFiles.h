@@ -26,10 +26,10 @@ class AppleSMCFiles {
   /// file stays open: reading it again costs one system call.
   virtual std::optional<std::string> read(const std::string& name);
   /// Opens a file for writing and keeps it open: `write` needs no rights afterwards. Returns
-  /// kIOReturnNotPermitted when this user may not write it, kIOReturnNoDevice when it is missing.
+  /// kKernelNotPermitted when this user may not write it, kKernelNoDevice when it is missing.
   virtual KernelStatus openForWriting(const std::string& name);
-  /// Writes a file in one call, e.g. "2000\n" to "fan1_output". Returns kIOReturnBadArgument for
-  /// what the driver does not take, kIOReturnIOError when the SMC refuses it, kIOReturnNoDevice
+  /// Writes a file in one call, e.g. "2000\n" to "fan1_output". Returns kKernelBadArgument for
+  /// what the driver does not take, kKernelIOError when the SMC refuses it, kKernelNoDevice
   /// when the driver is gone, or what `openForWriting` returns.
   virtual KernelStatus write(const std::string& name, const std::string& content);
   /// Writes an index to "key_at_index"; false when the driver refuses it.

@@ -200,11 +200,11 @@ KernelStatus DriverSensors::write(std::uint32_t name, std::uint32_t type,
                                   std::span<const std::byte> payload) {
   const auto file = writableFile(name);
   if (!file || !sources_.contains(name)) {
-    return kIOReturnNotPermitted;
+    return kKernelNotPermitted;
   }
   const auto number = decoded(payload, type);
   if (!number || !(*number >= 0 && *number <= kMostSpeed)) {
-    return kIOReturnBadArgument;
+    return kKernelBadArgument;
   }
   return files_.write(*file, std::to_string(std::lround(*number)) + "\n");
 }

@@ -39,8 +39,8 @@ class DriverSensors {
   /// is no such fan; none for any other key.
   static std::optional<std::string> writableFile(std::uint32_t name);
   /// Writes a value that has the form of a type, rounded to a whole number: {0x1f, 0x40} of "fpe2"
-  /// for "F0Mn" is "2000" in "fan1_min". Returns kIOReturnNotPermitted for a key that cannot be
-  /// written or a driver that refuses this user, kIOReturnBadArgument for a value that the type or
+  /// for "F0Mn" is "2000" in "fan1_min". Returns kKernelNotPermitted for a key that cannot be
+  /// written or a driver that refuses this user, kKernelBadArgument for a value that the type or
   /// the driver cannot hold, else what AppleSMCFiles::write returns.
   KernelStatus write(std::uint32_t name, std::uint32_t type, std::span<const std::byte> payload);
 

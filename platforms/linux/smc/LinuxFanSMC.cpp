@@ -24,7 +24,7 @@ KernelStatus LinuxFanSMC::mayOpen() const {
   const KernelStatus status = file_ ? files().openForWriting(*file_) : kKernelSuccess;
   files().openForWriting("key_at_index");
   // Without the file there is no such key, which the calls report.
-  return status == kIOReturnNoDevice ? kKernelSuccess : status;
+  return status == kKernelNoDevice ? kKernelSuccess : status;
 }
 
 KernelStatus LinuxFanSMC::perform(const SMCParamRecord& request, SMCParamRecord& reply) {
@@ -36,7 +36,7 @@ KernelStatus LinuxFanSMC::perform(const SMCParamRecord& request, SMCParamRecord&
   }
   const auto hasKey = DriverKeys(files()).has(request.key);
   if (!hasKey) {
-    return kIOReturnError;
+    return kKernelError;
   }
   if (!*hasKey) {
     reply.result = SMCResultKeyNotFound;

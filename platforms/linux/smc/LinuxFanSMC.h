@@ -21,9 +21,9 @@ class LinuxFanSMC : public LinuxSMC {
   bool exists() const { return files().exist(); }
 
  protected:
-  /// kIOReturnNotPermitted if this user may not write the key's file.
+  /// kKernelNotPermitted if this user may not write the key's file.
   KernelStatus mayOpen() const override;
-  /// kIOReturnError if the list cannot be read.
+  /// kKernelError if the list cannot be read.
   KernelStatus perform(const SMCParamRecord& request, SMCParamRecord& reply) override;
 
  private:

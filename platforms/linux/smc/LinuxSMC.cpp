@@ -46,7 +46,7 @@ KernelStatus LinuxSMC::perform(const SMCParamRecord& request, SMCParamRecord& re
     return kKernelSuccess;
   }
   if (command != SMCCommandReadBytes && command != SMCCommandGetKeyInfo) {
-    return kIOReturnBadArgument;
+    return kKernelBadArgument;
   }
   const Key* key = keyNamed(request.key);
   if (key == nullptr) {
@@ -139,7 +139,7 @@ void LinuxSMC::answerRead(const Key& key, SMCParamRecord& reply) {
 KernelStatus LinuxSMC::write(const SMCParamRecord& request, SMCParamRecord& reply) {
   const Key* key = keyNamed(request.key);
   if (key == nullptr || !sensors_->writableFile(request.key)) {
-    return kIOReturnNotPermitted;
+    return kKernelNotPermitted;
   }
   const std::uint32_t size = key->description.dataSize;
   if (request.keyInfo.dataSize != size || size > sizeof request.bytes) {

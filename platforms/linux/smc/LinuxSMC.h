@@ -17,7 +17,7 @@ namespace kelvora::platform {
 /// only; for anyone else one line in the log says so when the service is first opened. The mode of
 /// a fan, for which the driver has a file on every Mac, is in the list of keys only if root reads
 /// that the SMC has it. The driver knows no attributes (0 here). It takes writes of "F0Md", "F0Tg"
-/// and "F0Mn" and those of the other fans, from root; command 6 returns kIOReturnNotPermitted for
+/// and "F0Mn" and those of the other fans, from root; command 6 returns kKernelNotPermitted for
 /// any other key.
 class LinuxSMC : public SoftwareSMC {
  public:

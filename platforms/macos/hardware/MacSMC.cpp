@@ -8,6 +8,14 @@
 
 namespace kelvora::platform {
 
+// The kernel's statuses, which the SDK defines as macros of signed numbers.
+static_assert(kKernelError == static_cast<KernelStatus>(kIOReturnError));
+static_assert(kKernelNoDevice == static_cast<KernelStatus>(kIOReturnNoDevice));
+static_assert(kKernelBadArgument == static_cast<KernelStatus>(kIOReturnBadArgument));
+static_assert(kKernelIOError == static_cast<KernelStatus>(kIOReturnIOError));
+static_assert(kKernelNotOpen == static_cast<KernelStatus>(kIOReturnNotOpen));
+static_assert(kKernelNotPermitted == static_cast<KernelStatus>(kIOReturnNotPermitted));
+
 MacSMC::~MacSMC() {
   for (const IOObject connection : connections_) {
     IOServiceClose(connection);
@@ -34,7 +42,7 @@ KernelStatus MacSMC::openService(IOObject service, std::uint32_t type, IOObject&
 KernelStatus MacSMC::closeService(IOObject connection) {
   const std::lock_guard lock(mutex_);
   if (connections_.erase(connection) == 0) {
-    return kIOReturnNotOpen;
+    return kKernelNotOpen;
   }
   return static_cast<KernelStatus>(IOServiceClose(connection));
 }
@@ -44,7 +52,7 @@ KernelStatus MacSMC::callStructMethod(IOObject connection, std::uint32_t selecto
                                       std::span<std::byte> output) {
   const std::shared_lock lock(mutex_);
   if (!connections_.contains(connection)) {
-    return kIOReturnNotOpen;
+    return kKernelNotOpen;
   }
   std::size_t outputSize = output.size();
   return static_cast<KernelStatus>(IOConnectCallStructMethod(

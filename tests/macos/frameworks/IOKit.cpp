@@ -12,8 +12,8 @@ namespace kelvora::testing::mac {
 
 namespace {
 
-constexpr kern_return_t kFailure = static_cast<kern_return_t>(platform::kIOReturnError);
-constexpr kern_return_t kBadArgument = static_cast<kern_return_t>(platform::kIOReturnBadArgument);
+constexpr kern_return_t kFailure = kIOReturnError;
+constexpr kern_return_t kBadArgument = kIOReturnBadArgument;
 constexpr mach_port_t kThisTask = 0x103;
 
 std::string kindName(int kind) {

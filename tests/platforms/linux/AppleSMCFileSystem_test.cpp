@@ -210,11 +210,11 @@ TEST_F(AppleSMCFileSystem, ARefusalOfTheDriverIsTheStatusOfTheWrite) {
     return;
   }
   Fans fans(*driver);
-  const std::pair<const char*, std::uint32_t> rows[] = {{"EIO", platform::kIOReturnIOError},
-                                                        {"EACCES", platform::kIOReturnNotPermitted},
-                                                        {"EINVAL", platform::kIOReturnBadArgument},
-                                                        {"ENODEV", platform::kIOReturnNoDevice},
-                                                        {"EBUSY", platform::kIOReturnError}};
+  const std::pair<const char*, std::uint32_t> rows[] = {{"EIO", platform::kKernelIOError},
+                                                        {"EACCES", platform::kKernelNotPermitted},
+                                                        {"EINVAL", platform::kKernelBadArgument},
+                                                        {"ENODEV", platform::kKernelNoDevice},
+                                                        {"EBUSY", platform::kKernelError}};
   for (const auto& [error, status] : rows) {
     driver->refuse("fan1_manual", error);
     EXPECT_EQ(fans.write("F0Md", 1), status) << error;
@@ -237,7 +237,7 @@ TEST_F(AppleSMCFileSystem, WhoIsNotRootMayReadFansAndNotWriteThem) {
     }
     Fans fans(*driver);
     const int target = fans.speed("F0Tg");
-    return target > 0 && fans.write("F0Tg", 3000) == platform::kIOReturnNotPermitted &&
+    return target > 0 && fans.write("F0Tg", 3000) == platform::kKernelNotPermitted &&
                    fans.speed("F0Tg") == target
                ? 0
                : 1;

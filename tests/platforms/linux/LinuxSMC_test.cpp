@@ -25,7 +25,7 @@ namespace kelvora::testing {
 namespace {
 
 using platform::AppleSMCFiles;
-using platform::kIOReturnNotPermitted;
+using platform::kKernelNotPermitted;
 using platform::LinuxSMC;
 
 struct DriverKey {
@@ -139,7 +139,7 @@ TEST(LinuxSMC, AKeyThatCannotBeReadAnswersResult133) {
 TEST(LinuxSMC, WritesOfOtherKeysThanFansAreNotPermitted) {
   LinuxSMC smc(std::make_unique<ScriptedFiles>(kKeys));
   SMCConnection connection(smc);
-  EXPECT_EQ(connection.call(6, SMCPackedKey("TC0P"), 2).status, kIOReturnNotPermitted);
+  EXPECT_EQ(connection.call(6, SMCPackedKey("TC0P"), 2).status, kKernelNotPermitted);
 }
 
 // The files of a Mac with one fan and two temperatures, of which one is negative.
@@ -264,7 +264,7 @@ TEST_F(LinuxSMCWrites, WhatTheDriverCannotHoldIsNotWritten) {
       {"F0Mn", {0xff, 0xfe}},              // 16383.5 is more than 14 bits
   };
   for (const auto& [key, bytes] : rows) {
-    EXPECT_EQ(writeKey(*connection, key, bytes).status, platform::kIOReturnBadArgument)
+    EXPECT_EQ(writeKey(*connection, key, bytes).status, platform::kKernelBadArgument)
         << ::testing::PrintToString(bytes);
   }
   EXPECT_TRUE(files->written.empty());
@@ -282,7 +282,7 @@ TEST_F(LinuxSMCWrites, OnlyModeTargetAndMinimumOfAFanThatExistsCanBeWritten) {
   for (const char* key : {"F0Ac", "F0Mx", "F0Sf", "F0ID", "FNum", "TC0P", "#KEY", "F1Md", "F2Mn",
                           "FAMn", "F/Mn", "F:Mn", "G0Mn", "VC0C"}) {
     for (const std::size_t size : {1, 2, 4}) {
-      EXPECT_EQ(writeKey(*connection, key, std::vector<int>(size)).status, kIOReturnNotPermitted)
+      EXPECT_EQ(writeKey(*connection, key, std::vector<int>(size)).status, kKernelNotPermitted)
           << key;
     }
   }
@@ -290,7 +290,7 @@ TEST_F(LinuxSMCWrites, OnlyModeTargetAndMinimumOfAFanThatExistsCanBeWritten) {
 }
 
 TEST_F(LinuxSMCWrites, ARefusalOfTheDriverIsTheStatusOfTheCall) {
-  for (const auto status : {platform::kIOReturnIOError, kIOReturnNotPermitted}) {
+  for (const auto status : {platform::kKernelIOError, kKernelNotPermitted}) {
     files->refusal = status;
     EXPECT_EQ(writeKey(*connection, "F0Md", {1}).status, status);
   }
@@ -346,7 +346,7 @@ TEST(LinuxSMC, AWriteTakesTheTypeThatTheSMCSays) {
             platform::kIOReturnBadArgument);
   EXPECT_EQ(writeKey(connection, "F0Tg", {0x1f, 0x40}).status, 0U);
   EXPECT_EQ(writeKey(connection, "F0Mn", {0x00, 0x00, 0xfa, 0x44}).status, 0U);
-  EXPECT_EQ(writeKey(connection, "F0Md", {1}).status, platform::kIOReturnBadArgument);
+  EXPECT_EQ(writeKey(connection, "F0Md", {1}).status, platform::kKernelBadArgument);
   EXPECT_EQ(files.written, (std::vector<std::pair<std::string, std::string>>{
                                {"fan1_output", "2000\n"}, {"fan1_min", "2000\n"}}));
 }
@@ -594,10 +594,10 @@ TEST(AppleSMCFiles, ARefusedWriteHasItsReasonAsStatus) {
   std::filesystem::create_symlink("/dev/full", folder.path("full"));
   std::filesystem::create_directory(folder.path("folder"));
   AppleSMCFiles files(folder.path());
-  EXPECT_EQ(files.openForWriting("fan1_min"), platform::kIOReturnNoDevice);
-  EXPECT_EQ(files.write("fan1_min", "1\n"), platform::kIOReturnNoDevice);
-  EXPECT_EQ(files.write("full", "1\n"), platform::kIOReturnError);
-  EXPECT_EQ(files.write("folder", "1\n"), platform::kIOReturnError);
+  EXPECT_EQ(files.openForWriting("fan1_min"), platform::kKernelNoDevice);
+  EXPECT_EQ(files.write("fan1_min", "1\n"), platform::kKernelNoDevice);
+  EXPECT_EQ(files.write("full", "1\n"), platform::kKernelError);
+  EXPECT_EQ(files.write("folder", "1\n"), platform::kKernelError);
 }
 
 TEST(AppleSMCFiles, AFileThatOnlyRootMayWriteIsNotPermittedToOthers) {
@@ -610,8 +610,8 @@ TEST(AppleSMCFiles, AFileThatOnlyRootMayWriteIsNotPermittedToOthers) {
       return 2;
     }
     AppleSMCFiles files(folder.path());
-    return files.openForWriting("fan1_min") == kIOReturnNotPermitted &&
-                   files.write("fan1_min", "1\n") == kIOReturnNotPermitted
+    return files.openForWriting("fan1_min") == kKernelNotPermitted &&
+                   files.write("fan1_min", "1\n") == kKernelNotPermitted
                ? 0
                : 1;
   });

@@ -196,8 +196,8 @@ TEST_F(ChosenMachineTest, ADamagedFileFailsCallsOnceLoggedUntilItIsWhole) {
     replace(damaged);
     const std::string log = logOf([&] {
       for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(statusOfRead(connection), platform::kIOReturnNoDevice);
-        EXPECT_EQ(connection.call(6, kTarget, 4, 0, k4000).status, platform::kIOReturnNoDevice);
+        EXPECT_EQ(statusOfRead(connection), platform::kKernelNoDevice);
+        EXPECT_EQ(connection.call(6, kTarget, 4, 0, k4000).status, platform::kKernelNoDevice);
       }
     });
     EXPECT_EQ(std::ranges::count(log, '\n'), 1) << log;
@@ -240,12 +240,12 @@ TEST_F(ChosenMachineTest, AProgramNeverReadsAnotherMachineThanItStartedWith) {
   ChosenMachine smc(file());
   SMCConnection connection(smc);
   choose("Macmini8,1");
-  EXPECT_THAT(logOf([&] { EXPECT_EQ(statusOfRead(connection), platform::kIOReturnNoDevice); }),
+  EXPECT_THAT(logOf([&] { EXPECT_EQ(statusOfRead(connection), platform::kKernelNoDevice); }),
               HasSubstr("another machine was chosen"));
   Platform::chooseNone();
-  EXPECT_THAT(logOf([&] { EXPECT_EQ(statusOfRead(connection), platform::kIOReturnNoDevice); }),
+  EXPECT_THAT(logOf([&] { EXPECT_EQ(statusOfRead(connection), platform::kKernelNoDevice); }),
               HasSubstr("no longer exists"));
-  EXPECT_EQ(connection.call(6, kMode, 1, 0, kManual).status, platform::kIOReturnNoDevice);
+  EXPECT_EQ(connection.call(6, kMode, 1, 0, kManual).status, platform::kKernelNoDevice);
   EXPECT_FALSE(std::filesystem::exists(file())) << "a write does not bring it back";
   choose("MacBookPro15,1");
   EXPECT_EQ(statusOfRead(connection), 0U);
@@ -283,7 +283,7 @@ TEST_F(ChosenMachineTest, AWriteThatCannotBeStoredFailsAndIsNotTaken) {
   std::filesystem::create_directories(home_.path("Kelvora/Machine.json.new/x"));
   EXPECT_THAT(logOf([&] {
                 EXPECT_EQ(connection.call(6, kTarget, 4, 0, k4000).status,
-                          platform::kIOReturnError);
+                          platform::kKernelError);
               }),
               HasSubstr(file() + ": cannot be written: "));
   EXPECT_EQ(read(connection, kActual), k3000);
@@ -302,7 +302,7 @@ TEST_F(ChosenMachineTest, AWriteFailsWhileAnotherProgramKeepsTheLockAndNoneStill
   ASSERT_TRUE(held.isOpen());
   EXPECT_THAT(logOf([&] {
                 EXPECT_EQ(connection.call(6, kMode, 1, 0, kManual).status,
-                          platform::kIOReturnError);
+                          platform::kKernelError);
               }),
               HasSubstr("another program keeps it locked"));
   EXPECT_EQ(statusOfRead(connection), 0U) << "reading needs no lock";

@@ -31,7 +31,7 @@ std::vector<RecordedSMCKey> fewKeys() {
       {SMCPackedKey("#KEY"), SMCPackedKey("ui32"), 128, bytesOf({0, 0, 0, 4}), 0, 0},
       {SMCPackedKey("BNCM"), SMCPackedKey("ui8 "), 3, bytesOf({0}), 133, 0},
       {SMCPackedKey("TC0P"), SMCPackedKey("flt "), 1, bytesOf({1, 2, 3, 4}), 0, 0},
-      {SMCPackedKey("Fail"), SMCPackedKey("ui8 "), 0, bytesOf({7}), 0, platform::kIOReturnError},
+      {SMCPackedKey("Fail"), SMCPackedKey("ui8 "), 0, bytesOf({7}), 0, platform::kKernelError},
       {SMCPackedKey("None"), SMCPackedKey("ui8 "), 0, {}, 0, 0}};
 }
 
@@ -88,7 +88,7 @@ TEST(RecordedSMC, ARecordedResultOrStatusIsThatOfARead) {
   SMCConnection connection(smc);
   EXPECT_EQ(connection.call(5, SMCPackedKey("BNCM"), 1).result, 133);
   EXPECT_EQ(connection.call(9, SMCPackedKey("BNCM")).result, 0);
-  EXPECT_EQ(connection.call(5, SMCPackedKey("Fail"), 1).status, platform::kIOReturnError);
+  EXPECT_EQ(connection.call(5, SMCPackedKey("Fail"), 1).status, platform::kKernelError);
   EXPECT_EQ(connection.call(9, SMCPackedKey("Fail")).status, 0U);
 }
 
@@ -144,15 +144,15 @@ TEST(RecordedSMC, ThereIsNoServiceWithoutAListOrOfAnotherClass) {
 TEST(RecordedSMC, ACallNeedsAnOpenConnection) {
   RecordedSMC smc(fewKeys());
   std::array<std::byte, 80> record{};
-  EXPECT_EQ(smc.callStructMethod(0, 2, record, record), platform::kIOReturnNotOpen);
+  EXPECT_EQ(smc.callStructMethod(0, 2, record, record), platform::kKernelNotOpen);
   platform::IOObject handle = 0;
   {
     SMCConnection connection(smc);
     handle = connection.handle();
-    EXPECT_EQ(smc.callStructMethod(handle + 1, 2, record, record), platform::kIOReturnNotOpen);
+    EXPECT_EQ(smc.callStructMethod(handle + 1, 2, record, record), platform::kKernelNotOpen);
   }
-  EXPECT_EQ(smc.callStructMethod(handle, 2, record, record), platform::kIOReturnNotOpen);
-  EXPECT_EQ(smc.closeService(handle), platform::kIOReturnNotOpen);
+  EXPECT_EQ(smc.callStructMethod(handle, 2, record, record), platform::kKernelNotOpen);
+  EXPECT_EQ(smc.closeService(handle), platform::kKernelNotOpen);
 }
 
 TEST(RecordedSMC, AServiceOpensOnlyBeforeItIsReleased) {
@@ -163,7 +163,7 @@ TEST(RecordedSMC, AServiceOpensOnlyBeforeItIsReleased) {
   smc.release(iterator);
   smc.release(service);
   platform::IOObject connection = 0;
-  EXPECT_EQ(smc.openService(service, 0, connection), platform::kIOReturnBadArgument);
+  EXPECT_EQ(smc.openService(service, 0, connection), platform::kKernelBadArgument);
 }
 
 TEST(RecordedSMC, AMalformedCallIsABadArgument) {
@@ -172,10 +172,10 @@ TEST(RecordedSMC, AMalformedCallIsABadArgument) {
   std::array<std::byte, 80> record{};
   std::array<std::byte, 79> shorter{};
   const auto handle = connection.handle();
-  EXPECT_EQ(smc.callStructMethod(handle, 2, shorter, record), platform::kIOReturnBadArgument);
-  EXPECT_EQ(smc.callStructMethod(handle, 2, record, shorter), platform::kIOReturnBadArgument);
-  EXPECT_EQ(smc.callStructMethod(handle, 1, record, record), platform::kIOReturnBadArgument);
-  EXPECT_EQ(connection.call(77, SMCPackedKey("TC0P")).status, platform::kIOReturnBadArgument);
+  EXPECT_EQ(smc.callStructMethod(handle, 2, shorter, record), platform::kKernelBadArgument);
+  EXPECT_EQ(smc.callStructMethod(handle, 2, record, shorter), platform::kKernelBadArgument);
+  EXPECT_EQ(smc.callStructMethod(handle, 1, record, record), platform::kKernelBadArgument);
+  EXPECT_EQ(connection.call(77, SMCPackedKey("TC0P")).status, platform::kKernelBadArgument);
 }
 
 TEST(RecordedSMC, ManyThreadsReadAndWriteAtOnce) {
@@ -199,7 +199,7 @@ TEST(ForwardingSMC, CountsCallsAndMakesTheNthFail) {
   SMCConnection connection(smc);
   smc.failNth(2);
   EXPECT_EQ(connection.call(9, SMCPackedKey("TC0P")).status, 0U);
-  EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).status, platform::kIOReturnError);
+  EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).status, platform::kKernelError);
   EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).status, 0U);
   EXPECT_EQ(smc.count(), 3);
   EXPECT_EQ(smc.count(5), 2);

@@ -195,10 +195,10 @@ TEST_F(FanWriterTest, WritesTheBytesAsTheyAre) {
 }
 
 TEST_F(FanWriterTest, AnSMCThatIsNotThereOrRefusesToOpenIsNamed) {
-  smc->openStatus = platform::kIOReturnNotPermitted;
+  smc->openStatus = platform::kKernelNotPermitted;
   EXPECT_EQ(statusOf("F0Md", "00"), ExitStatus::kSMCRefused);
   EXPECT_EQ(message, "F0Md: the SMC cannot be opened: IOServiceOpen (status e00002e2)");
-  smc->matchingStatus = platform::kIOReturnError;
+  smc->matchingStatus = platform::kKernelError;
   EXPECT_EQ(statusOf("F0Md", "00"), ExitStatus::kSMCRefused);
   EXPECT_EQ(message,
             "F0Md: the SMC cannot be opened: IOServiceGetMatchingServices (status e00002bc)");
@@ -211,7 +211,7 @@ TEST_F(FanWriterTest, AnSMCThatIsNotThereOrRefusesToOpenIsNamed) {
 
 TEST_F(FanWriterTest, AFailureOfAnyCallEndsWithoutAWriteOrWithAFailedOne) {
   expectFailureOfEachCall(" (status e00002e2)", [this](int number) {
-    smc->failNth(number, platform::kIOReturnNotPermitted);
+    smc->failNth(number, platform::kKernelNotPermitted);
   });
   SetUpAgain();
   EXPECT_EQ(statusOf("F0Tg", "0000fa44"), ExitStatus::kWritten);
@@ -261,7 +261,7 @@ TEST_F(FanWriterTest, AFanWithAModeCannotBeStopped) {
 }
 
 TEST_F(FanWriterTest, AMinimumIsNotWrittenWhileItIsUnknownWhetherTheFanHasAMode) {
-  smc->failNth(2, platform::kIOReturnNotPermitted);
+  smc->failNth(2, platform::kKernelNotPermitted);
   EXPECT_EQ(statusOf("F1Mn", "12c0"), ExitStatus::kUnreadableLimits);
   EXPECT_EQ(message, "F1Mn: the mode F1Md cannot be read (status e00002e2)");
   SetUpAgain();

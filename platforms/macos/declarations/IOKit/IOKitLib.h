@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <IOKit/IOReturn.h>
 #include <device/device_types.h>
 #include <mach/mach.h>
 
