@@ -15,14 +15,15 @@ class MainQueue {
   /// Whether the calling thread is the main thread.
   virtual bool isMainThread() const = 0;
   /// Runs what is queued now, on the main thread; work that it queues waits for the next call.
-  /// Returns how many ran; 0 on a system whose own loop drains the queue.
+  /// Returns how many ran; on another thread it runs nothing and returns 0. What a piece throws
+  /// leaves the call, and the rest stays queued.
   virtual int runPending() = 0;
   /// A descriptor that is readable while work is queued, for the host's poll loop; -1 where the
-  /// system's own loop drains the queue. Owned by the queue.
+  /// system's own loop drains it. Owned by the queue.
   virtual int descriptor() const = 0;
   /// Blocks until work is queued, one of `descriptors` is readable or `deadline` has passed; may
-  /// return earlier. Main thread only. Where the system's own loop drains the queue, that loop runs
-  /// meanwhile, and work with it: what it throws leaves this call.
+  /// return earlier. Queued work stays queued. On macOS the run loop runs meanwhile, one turn at
+  /// least. Main thread only, and not from queued work.
   virtual void waitForWork(std::chrono::steady_clock::time_point deadline,
                            std::span<const int> descriptors) = 0;
 };

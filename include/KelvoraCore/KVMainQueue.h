@@ -9,14 +9,16 @@ namespace kelvora {
 
 /// The current platform's queue of work for the main thread: notices, and completions of what runs
 /// elsewhere. The main thread is the one that first calls an operation of this class or of the
-/// library. On macOS the system's run loop drains the queue; elsewhere the host does, in one of
-/// two ways: it waits in `runUntil` (or in `StopSignal::runUntil`), or it polls `descriptor()` in a
-/// loop of its own and calls `runPending()`.
+/// library. A host drains the queue in one of two ways: it waits in `runUntil` (or in
+/// `StopSignal::runUntil`), or it has a loop of its own. On macOS that is the run loop of the main
+/// thread, which drains the queue by itself; elsewhere it polls `descriptor()` and calls
+/// `runPending()`. A program without a loop calls `runPending()` before it ends.
 class KELVORA_EXPORT KVMainQueue {
  public:
   /// Runs work as it comes, until `deadline`. What is queued already runs even if the deadline has
   /// passed; work that keeps coming does not postpone the end. Only on the main thread; on another
-  /// it runs nothing and returns at once.
+  /// it runs nothing and returns at once. Not from queued work: where the system's loop runs that,
+  /// no more comes until the deadline.
   static void runUntil(std::chrono::steady_clock::time_point deadline);
 
   /// Runs what is queued now and returns how many pieces ran; work that they queue waits for the

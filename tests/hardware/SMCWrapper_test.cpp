@@ -244,8 +244,7 @@ TEST(SMCWrapper, LeavesOutAndReportsASensorThatCannotBeReadAnyMore) {
   wrapper.getAllSensors();
   EXPECT_THAT(messages->all, IsEmpty());
   smc.setOverride([](const SMCCallRecord& call, ForwardingSMC::Output) {
-    return call.key == SMCPackedKey("PC0C") ? std::optional(platform::kKernelError)
-                                            : std::nullopt;
+    return call.key == SMCPackedKey("PC0C") ? std::optional(platform::kKernelError) : std::nullopt;
   });
   const SensorList sensors = wrapper.getAllSensors();
   ASSERT_EQ(sensors.size(), 5U);

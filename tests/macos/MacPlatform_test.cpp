@@ -161,7 +161,6 @@ TEST_F(MacMainLoopTest, WorkRunsUntilTheDeadlineAndWhatItThrowsLeavesTheLoop) {
   KVMainQueue::async([&] { ++ran; });
   KVMainQueue::runUntil(Clock::time_point::min());
   EXPECT_EQ(ran, 1);
-  EXPECT_EQ(KVMainQueue::runPending(), 0);
   EXPECT_EQ(KVMainQueue::descriptor(), -1);
   KVMainQueue::async([] { throw 1; });
   KVMainQueue::async([&] { ++ran; });
@@ -169,6 +168,17 @@ TEST_F(MacMainLoopTest, WorkRunsUntilTheDeadlineAndWhatItThrowsLeavesTheLoop) {
   EXPECT_EQ(ran, 1);
   KVMainQueue::runUntil(Clock::now());
   EXPECT_EQ(ran, 2);
+}
+
+TEST_F(MacMainLoopTest, AProgramWithoutALoopSendsItsNoticesBeforeItEnds) {
+  {
+    KVSettings settings;
+    settings.setTempUnitCelsius(false);
+  }
+  const auto posts = [this] { return ledger.callCount("CFNotificationCenterPostNotification"); };
+  EXPECT_EQ(posts(), 0);
+  EXPECT_GT(KVMainQueue::runPending(), 0);
+  EXPECT_EQ(posts(), 1);
 }
 
 TEST_F(MacMainLoopTest, ASignalStopsTheLoopWithoutADescriptorOfTheQueue) {

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <exception>
+#include <deque>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -14,30 +15,31 @@ namespace kelvora::platform {
 
 namespace {
 
-void doNothing(void*) {}
-
 // In seconds before the difference: that to the ends of time overflows as a number of nanoseconds.
 CFTimeInterval secondsUntil(std::chrono::steady_clock::time_point deadline) {
   using Seconds = std::chrono::duration<CFTimeInterval>;
   const Seconds end = deadline.time_since_epoch();
   const Seconds now = std::chrono::steady_clock::now().time_since_epoch();
-  return (end - now).count();
+  return std::max((end - now).count(), 0.0);
 }
 
-// Makes the main queue run something, which ends a wait of its loop, while a descriptor is
-// readable.
+void setTrue(void* flag) { *static_cast<bool*>(flag) = true; }
+
+// Sets a flag on the main queue while a descriptor is readable.
 class Waking {
  public:
-  explicit Waking(int descriptor) {
+  Waking(int descriptor, bool& isReadable) {
     source_ =
         dispatch_source_create(DISPATCH_SOURCE_TYPE_READ, static_cast<std::uintptr_t>(descriptor),
                                0, dispatch_get_main_queue());
     if (source_ != nullptr) {
-      dispatch_source_set_event_handler_f(source_, doNothing);
+      dispatch_set_context(source_, &isReadable);
+      dispatch_source_set_event_handler_f(source_, setTrue);
       dispatch_resume(source_);
     }
   }
   ~Waking() {
+    // On the queue of the handler, so that the flag is not set afterwards.
     if (source_ != nullptr) {
       dispatch_source_cancel(source_);
       dispatch_release(source_);
@@ -50,78 +52,132 @@ class Waking {
   dispatch_source_t source_ = nullptr;
 };
 
-std::vector<std::unique_ptr<Waking>> wakingBy(std::span<const int> descriptors) {
+std::vector<std::unique_ptr<Waking>> wakingBy(std::span<const int> descriptors, bool& isReadable) {
   std::vector<std::unique_ptr<Waking>> waking;
   for (const int descriptor : descriptors) {
-    waking.push_back(std::make_unique<Waking>(descriptor));
+    waking.push_back(std::make_unique<Waking>(descriptor, isReadable));
   }
   return waking;
 }
 
 }  // namespace
 
-// Only the main thread changes it.
-struct MacMainQueue::State {
-  int waits = 0;  // calls of waitForWork that are under way
-  std::exception_ptr thrown;
+struct MacMainQueue::State : public std::enable_shared_from_this<State> {
+  int waits = 0;  // calls of waitForWork that are under way; only the main thread changes it
 
-  struct Work {
-    std::function<void()> run;
-    std::weak_ptr<State> queue;
-  };
+  void add(std::function<void()> work) {
+    const std::lock_guard lock(mutex_);
+    queued_.push_back(std::move(work));
+    announce();
+  }
 
-  // Exceptions must not pass through the system's frames.
-  void run(const std::function<void()>& work) {
-    if (waits == 0) {
+  bool hasWork() const {
+    const std::lock_guard lock(mutex_);
+    return !queued_.empty();
+  }
+
+  void clear() {
+    std::deque<std::function<void()>> released;  // outside the lock: what work holds may call back
+    const std::lock_guard lock(mutex_);
+    released.swap(queued_);
+  }
+
+  // Work that was left queued still runs if a loop of the host comes next.
+  void announceWhatIsLeft() {
+    const std::lock_guard lock(mutex_);
+    if (!queued_.empty()) {
+      announce();
+    }
+  }
+
+  int runPending() {
+    std::size_t pending = 0;
+    {
+      const std::lock_guard lock(mutex_);
+      pending = queued_.size();
+    }
+    int ran = 0;
+    for (; pending > 0; --pending) {
+      // Work may run what is pending itself, which leaves less than was counted.
+      const auto work = takeFirst();
+      if (!work) {
+        break;
+      }
       work();
+      ++ran;
+    }
+    return ran;
+  }
+
+ private:
+  using Weak = std::weak_ptr<State>;
+
+  std::function<void()> takeFirst() {
+    const std::lock_guard lock(mutex_);
+    if (queued_.empty()) {
+      return nullptr;
+    }
+    auto work = std::move(queued_.front());
+    queued_.pop_front();
+    return work;
+  }
+
+  void announce() {
+    if (!std::exchange(isAnnounced_, true)) {
+      auto queue = std::make_unique<Weak>(weak_from_this());
+      dispatch_async_f(dispatch_get_main_queue(), queue.release(), runAnnounced);
+    }
+  }
+
+  static void runAnnounced(void* context) {
+    const std::unique_ptr<Weak> queue(static_cast<Weak*>(context));
+    const auto state = queue->lock();
+    if (state == nullptr) {
       return;
     }
-    try {
-      work();
-    } catch (...) {
-      thrown = std::current_exception();
-      CFRunLoopStop(CFRunLoopGetMain());
+    {
+      const std::lock_guard lock(state->mutex_);
+      state->isAnnounced_ = false;
+    }
+    // A wait ends instead, and its caller runs the work: no exception passes through the system.
+    if (state->waits == 0) {
+      state->runPending();
     }
   }
 
-  static void runQueued(void* context) {
-    std::unique_ptr<Work> work(static_cast<Work*>(context));
-    const auto state = work->queue.lock();
-    if (state != nullptr && state->thrown != nullptr) {
-      // Again at the end, as all that is queued behind it: the order stays.
-      dispatch_async_f(dispatch_get_main_queue(), work.release(), runQueued);
-    } else if (state != nullptr) {
-      state->run(work->run);
-    }
-  }
-
-  void rethrow() {
-    if (thrown != nullptr) {
-      std::rethrow_exception(std::exchange(thrown, nullptr));
-    }
-  }
+  mutable std::mutex mutex_;
+  std::deque<std::function<void()>> queued_;
+  bool isAnnounced_ = false;  // the system's main queue has a call of runAnnounced
 };
 
 MacMainQueue::MacMainQueue() : state_(std::make_shared<State>()) {}
 
-MacMainQueue::~MacMainQueue() = default;
+MacMainQueue::~MacMainQueue() { state_->clear(); }
 
-void MacMainQueue::async(std::function<void()> work) {
-  auto queued = std::make_unique<State::Work>(State::Work{std::move(work), state_});
-  dispatch_async_f(dispatch_get_main_queue(), queued.release(), State::runQueued);
-}
+void MacMainQueue::async(std::function<void()> work) { state_->add(std::move(work)); }
 
 bool MacMainQueue::isMainThread() const { return pthread_main_np() != 0; }
 
+int MacMainQueue::runPending() {
+  const std::shared_ptr<State> state = state_;  // work may end this object
+  return isMainThread() ? state->runPending() : 0;
+}
+
 void MacMainQueue::waitForWork(std::chrono::steady_clock::time_point deadline,
                                std::span<const int> descriptors) {
-  const CFTimeInterval wait = secondsUntil(deadline);
-  const std::vector<std::unique_ptr<Waking>> waking = wakingBy(descriptors);
+  bool isReadable = false;
+  const auto waking = wakingBy(descriptors, isReadable);
   const std::shared_ptr<State> state = state_;
+  SInt32 result = kCFRunLoopRunHandledSource;
+  CFTimeInterval wait = 0;
   ++state->waits;
-  CFRunLoopRunInMode(kCFRunLoopDefaultMode, std::max(wait, 0.0), true);
+  // The loop also ends for sources of the system, among them the beginning and the end of `waking`.
+  do {
+    wait = state->hasWork() ? 0 : secondsUntil(deadline);
+    result = CFRunLoopRunInMode(kCFRunLoopDefaultMode, wait, true);
+  } while (result == kCFRunLoopRunHandledSource && wait > 0 && !isReadable && !state->hasWork());
   --state->waits;
-  state->rethrow();
+  state->announceWhatIsLeft();
 }
 
 }  // namespace kelvora::platform

@@ -6,9 +6,9 @@
 
 namespace kelvora::platform {
 
-/// The system's main queue, which the run loop of the main thread drains. Work that is still queued
-/// when this object ends does not run. What work throws leaves `waitForWork`, and later work stays
-/// queued; while a loop of the host runs, it ends the process.
+/// Work for the main thread, of which the system's main queue is told. A loop of the host runs it
+/// from there, and what it throws then ends the process; `runPending` runs it at once. Work that is
+/// still queued when this object ends does not run.
 class MacMainQueue : public MainQueue {
  public:
   MacMainQueue();
@@ -17,9 +17,10 @@ class MacMainQueue : public MainQueue {
   void async(std::function<void()> work) override;
   /// The first thread of the process.
   bool isMainThread() const override;
-  int runPending() override { return 0; }
+  int runPending() override;
   int descriptor() const override { return -1; }
-  /// Runs the run loop of the main thread.
+  /// Runs the run loop of the main thread: notices and replies of the system arrive. Queued work
+  /// ends the wait and stays queued.
   void waitForWork(std::chrono::steady_clock::time_point deadline,
                    std::span<const int> descriptors) override;
 

@@ -1,5 +1,6 @@
 #include "tests/macos/frameworks/Dispatch.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -109,7 +110,9 @@ MainQueue& mainQueue() {
 struct Source : public dispatch_object_s {
   int descriptor = -1;
   dispatch_function_t handler = nullptr;
+  void* context = nullptr;
   bool isResumed = false;
+  bool isInstalled = false;
   bool isCancelled = false;
 };
 
@@ -119,9 +122,19 @@ std::vector<Source*>& sources() {
   return *all;
 }
 
-bool& isStopped() {
-  static bool stopped = false;
-  return stopped;
+// Whether work of the main queue runs: then the system runs no more of it, whoever runs a loop.
+bool& isDraining() {
+  static bool draining = false;
+  return draining;
+}
+
+// No exception passes through the system.
+void run(const std::deque<Work>& ready) noexcept {
+  isDraining() = true;
+  for (const Work& work : ready) {
+    work();
+  }
+  isDraining() = false;
 }
 
 // Living objects, so that a use after the release is found.
@@ -154,13 +167,24 @@ class Living {
   std::set<dispatch_object_s*> objects_;
 };
 
+bool isLiving(const Source* source) {
+  return std::ranges::find(sources(), source) != sources().end();
+}
+
+// What ran before it may have cancelled it.
+void invoke(const Source* source) {
+  if (isLiving(source) && !source->isCancelled) {
+    source->handler(source->context);
+  }
+}
+
 // What one turn of the main loop has to do: handlers of readable descriptors, and the main queue.
 std::deque<Work> readyWork() {
   std::deque<Work> ready;
   for (const Source* source : sources()) {
     pollfd waiting{source->descriptor, POLLIN, 0};
-    if (source->isResumed && !source->isCancelled && poll(&waiting, 1, 0) > 0) {
-      ready.emplace_back([handler = source->handler] { handler(nullptr); });
+    if (source->isInstalled && !source->isCancelled && poll(&waiting, 1, 0) > 0) {
+      ready.emplace_back([source] { invoke(source); });
     }
   }
   for (Work& work : mainQueue().take()) {
@@ -172,7 +196,7 @@ std::deque<Work> readyWork() {
 void waitForWork(std::chrono::steady_clock::time_point deadline) {
   std::vector<pollfd> waiting{{mainQueue().descriptor(), POLLIN, 0}};
   for (const Source* source : sources()) {
-    if (source->isResumed && !source->isCancelled) {
+    if (source->isInstalled && !source->isCancelled) {
       waiting.push_back({source->descriptor, POLLIN, 0});
     }
   }
@@ -201,9 +225,7 @@ Dispatch& Dispatch::shared() {
 void Dispatch::drainMainQueue() {
   Ledger::shared().requireMainThread("the main loop");
   for (auto ready = readyWork(); !ready.empty(); ready = readyWork()) {
-    for (const Work& work : ready) {
-      work();
-    }
+    run(ready);
   }
 }
 
@@ -286,18 +308,31 @@ void dispatch_source_set_event_handler_f(dispatch_source_t source, dispatch_func
   }
 }
 
+void dispatch_set_context(dispatch_object_t object, void* context) {
+  if (auto* found = Living::shared().get<Source>("dispatch_set_context", object)) {
+    found->context = context;
+  }
+}
+
+// The queue of a source begins to watch it, and ends that: work of the queue that nobody asked for.
 void dispatch_resume(dispatch_object_t object) {
   if (auto* found = Living::shared().get<Source>("dispatch_resume", object)) {
     if (found->handler == nullptr || found->isResumed) {
       Ledger::misuse("dispatch_resume", "the source has no handler, or runs already");
     }
     found->isResumed = true;
+    mainQueue().add([found] {
+      if (isLiving(found)) {
+        found->isInstalled = true;
+      }
+    });
   }
 }
 
 void dispatch_source_cancel(dispatch_source_t source) {
   if (auto* found = Living::shared().get<Source>("dispatch_source_cancel", source)) {
     found->isCancelled = true;
+    mainQueue().add([] {});
   }
 }
 
@@ -318,16 +353,6 @@ void dispatch_release(dispatch_object_t object) {
   delete object;
 }
 
-CFRunLoopRef CFRunLoopGetMain() { return reinterpret_cast<CFRunLoopRef>(&mainQueue()); }
-
-void CFRunLoopStop(CFRunLoopRef loop) {
-  Ledger::shared().called("CFRunLoopStop");
-  if (loop != CFRunLoopGetMain()) {
-    Ledger::misuse("CFRunLoopStop", "the loop is not the main one");
-  }
-  isStopped() = true;
-}
-
 CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds,
                                       Boolean returnAfterSourceHandled) {
   Ledger::shared().requireMainThread("CFRunLoopRunInMode");
@@ -338,16 +363,18 @@ CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds
   if (fails) {
     return kCFRunLoopRunFinished;
   }
-  isStopped() = false;
   const auto deadline = deadlineIn(seconds);
+  if (isDraining()) {
+    if (deadline == std::chrono::steady_clock::time_point::max()) {
+      Ledger::misuse("CFRunLoopRunInMode", "within work of the main queue nothing ends this");
+    } else {
+      std::this_thread::sleep_until(deadline);
+    }
+    return kCFRunLoopRunTimedOut;
+  }
   do {
     const auto ready = readyWork();
-    for (const Work& work : ready) {
-      work();
-    }
-    if (isStopped()) {
-      return kCFRunLoopRunStopped;
-    }
+    run(ready);
     if (!ready.empty()) {
       return kCFRunLoopRunHandledSource;
     }

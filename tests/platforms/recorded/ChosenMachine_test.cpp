@@ -282,8 +282,7 @@ TEST_F(ChosenMachineTest, AWriteThatCannotBeStoredFailsAndIsNotTaken) {
   const std::string before = content();
   std::filesystem::create_directories(home_.path("Kelvora/Machine.json.new/x"));
   EXPECT_THAT(logOf([&] {
-                EXPECT_EQ(connection.call(6, kTarget, 4, 0, k4000).status,
-                          platform::kKernelError);
+                EXPECT_EQ(connection.call(6, kTarget, 4, 0, k4000).status, platform::kKernelError);
               }),
               HasSubstr(file() + ": cannot be written: "));
   EXPECT_EQ(read(connection, kActual), k3000);
@@ -301,8 +300,7 @@ TEST_F(ChosenMachineTest, AWriteFailsWhileAnotherProgramKeepsTheLockAndNoneStill
       platform::lockFile(file() + platform::kLockEnding, std::chrono::milliseconds(0));
   ASSERT_TRUE(held.isOpen());
   EXPECT_THAT(logOf([&] {
-                EXPECT_EQ(connection.call(6, kMode, 1, 0, kManual).status,
-                          platform::kKernelError);
+                EXPECT_EQ(connection.call(6, kMode, 1, 0, kManual).status, platform::kKernelError);
               }),
               HasSubstr("another program keeps it locked"));
   EXPECT_EQ(statusOfRead(connection), 0U) << "reading needs no lock";

@@ -26,13 +26,12 @@ std::vector<std::byte> bytesOf(std::initializer_list<int> values) {
 
 // Not in the order of their codes, one of them twice.
 std::vector<RecordedSMCKey> fewKeys() {
-  return {
-      {SMCPackedKey("TC0P"), SMCPackedKey("sp78"), 192, bytesOf({0x25, 0x20}), 0, 0},
-      {SMCPackedKey("#KEY"), SMCPackedKey("ui32"), 128, bytesOf({0, 0, 0, 4}), 0, 0},
-      {SMCPackedKey("BNCM"), SMCPackedKey("ui8 "), 3, bytesOf({0}), 133, 0},
-      {SMCPackedKey("TC0P"), SMCPackedKey("flt "), 1, bytesOf({1, 2, 3, 4}), 0, 0},
-      {SMCPackedKey("Fail"), SMCPackedKey("ui8 "), 0, bytesOf({7}), 0, platform::kKernelError},
-      {SMCPackedKey("None"), SMCPackedKey("ui8 "), 0, {}, 0, 0}};
+  return {{SMCPackedKey("TC0P"), SMCPackedKey("sp78"), 192, bytesOf({0x25, 0x20}), 0, 0},
+          {SMCPackedKey("#KEY"), SMCPackedKey("ui32"), 128, bytesOf({0, 0, 0, 4}), 0, 0},
+          {SMCPackedKey("BNCM"), SMCPackedKey("ui8 "), 3, bytesOf({0}), 133, 0},
+          {SMCPackedKey("TC0P"), SMCPackedKey("flt "), 1, bytesOf({1, 2, 3, 4}), 0, 0},
+          {SMCPackedKey("Fail"), SMCPackedKey("ui8 "), 0, bytesOf({7}), 0, platform::kKernelError},
+          {SMCPackedKey("None"), SMCPackedKey("ui8 "), 0, {}, 0, 0}};
 }
 
 TEST(RecordedSMC, ReadsTheBytesOfAKey) {

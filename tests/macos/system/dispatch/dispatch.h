@@ -22,6 +22,7 @@ extern "C" dispatch_source_t dispatch_source_create(dispatch_source_type_t type,
                                                     dispatch_queue_t queue);
 extern "C" void dispatch_source_set_event_handler_f(dispatch_source_t source,
                                                     dispatch_function_t handler);
+extern "C" void dispatch_set_context(dispatch_object_t object, void* context);
 extern "C" void dispatch_source_cancel(dispatch_source_t source);
 extern "C" void dispatch_resume(dispatch_object_t object);
 extern "C" void dispatch_release(dispatch_object_t object);
