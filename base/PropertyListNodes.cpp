@@ -6,6 +6,7 @@
 #include <utility>
 #include <variant>
 
+#include "base/BinaryPropertyList.h"
 #include "base/PropertyListExtent.h"
 #include "base/PropertyListText.h"
 #include "base/UTF8Text.h"
@@ -114,9 +115,11 @@ PropertyListNodes parsePropertyListNodes(std::span<const std::byte> bytes) {
   if (propertyListUnfoldsTooFar(bytes)) {
     return refused("unfolds to far more than its bytes");
   }
+  // Not plist_from_memory: its arguments differ by version, and newer ones also read other formats.
+  const auto parse = BinaryPropertyList::isBinary(bytes) ? plist_from_bin : plist_from_xml;
   plist_t root = nullptr;
-  plist_from_memory(reinterpret_cast<const char*>(bytes.data()),
-                    static_cast<std::uint32_t>(bytes.size()), &root);
+  parse(reinterpret_cast<const char*>(bytes.data()), static_cast<std::uint32_t>(bytes.size()),
+        &root);
   return root == nullptr ? refused("not a property list")
                          : PropertyListNodes{PropertyListNode(root), {}};
 }
