@@ -1,5 +1,6 @@
 #include "KelvoraCore/KVSettingsFile.h"
 
+#include <random>
 #include <utility>
 
 #include "KelvoraCore/KVApplicationGroup.h"
@@ -32,6 +33,14 @@ std::optional<KVSettingsFile> settingsFile(Platform& platform) {
   }
   return KVSettingsFile{std::move(file->path), file->exists, std::move(file->fault),
                         std::move(file->lockFault), mistypedIn(file->values)};
+}
+
+bool canStoreSettings(Platform& platform) {
+  const auto suite = platform.userDefaults().suite(kApplicationGroupIdentifier);
+  const std::string key = "KVTrial-" + std::to_string(std::random_device()());
+  const bool isStored =
+      suite->setObject(key, true) && suite->object(key) == PropertyListValue(true);
+  return suite->removeObject(key) && isStored;
 }
 
 }  // namespace kelvora

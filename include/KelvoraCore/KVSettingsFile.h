@@ -30,4 +30,9 @@ struct KELVORA_EXPORT KVSettingsFile {
 /// Logs nothing. Any thread.
 KELVORA_EXPORT std::optional<KVSettingsFile> settingsFile(Platform& platform = Platform::current());
 
+/// Whether this program can store settings: stores one of a name that nobody uses, reads it and
+/// removes it again. For a system without a file of settings; elsewhere `settingsFile` says it
+/// without a change of the file. A failure is logged. Any thread.
+KELVORA_EXPORT bool canStoreSettings(Platform& platform = Platform::current());
+
 }  // namespace kelvora

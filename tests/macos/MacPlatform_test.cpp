@@ -4,9 +4,11 @@
 
 #include <unistd.h>
 
+#include "KelvoraCore/KVApplicationGroup.h"
 #include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSetting.h"
 #include "KelvoraCore/KVSettings.h"
+#include "KelvoraCore/KVSettingsFile.h"
 #include "KelvoraCore/NotificationObserver.h"
 #include "KelvoraCore/Platform.h"
 #include "KelvoraCore/StopSignal.h"
@@ -168,6 +170,15 @@ TEST_F(MacMainLoopTest, WorkRunsUntilTheDeadlineAndWhatItThrowsLeavesTheLoop) {
   EXPECT_EQ(ran, 1);
   KVMainQueue::runUntil(Clock::now());
   EXPECT_EQ(ran, 2);
+}
+
+TEST_F(MacMainLoopTest, ATrialFindsWhetherTheSystemStoresSettings) {
+  EXPECT_FALSE(settingsFile()) << "no file of the library's own";
+  EXPECT_TRUE(canStoreSettings());
+  EXPECT_TRUE(
+      Platform::current().userDefaults().suite(kApplicationGroupIdentifier)->objects().empty());
+  ledger.failCallsFrom("CFPreferencesAppSynchronize");
+  EXPECT_FALSE(canStoreSettings());
 }
 
 TEST_F(MacMainLoopTest, AProgramWithoutALoopSendsItsNoticesBeforeItEnds) {

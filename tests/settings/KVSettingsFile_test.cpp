@@ -101,6 +101,17 @@ TEST_F(SettingsFileCheck, TheLockIsTheOneBesideTheFileThatALinkPointsTo) {
   EXPECT_EQ(file().lockFault, "the lock beside it: not a file");
 }
 
+TEST_F(SettingsFileCheck, ATrialStoresASettingAndRemovesIt) {
+  EXPECT_TRUE(canStoreSettings(*platform_));
+  EXPECT_TRUE(file().exists);
+  EXPECT_TRUE(platform_->ports().userDefaults->suite("group.com.kelvora")->objects().empty());
+}
+
+TEST_F(SettingsFileCheck, ATrialFailsWhereNothingCanBeStored) {
+  folder_.write("group.com.kelvora", "a file where the folder should be");
+  EXPECT_FALSE(canStoreSettings(*platform_));
+}
+
 TEST(KVSettingsFile, IsNoneWhereTheSystemKeepsSettingsInAPlaceOfItsOwn) {
   const auto platform = testing::recordedPlatform(testing::recordedMachine("Macmini8,1"));
   EXPECT_FALSE(settingsFile(*platform));

@@ -69,7 +69,7 @@ TEST_F(KelvoraDoctor, NamesEachThingInOrderWithItsState) {
   }
   EXPECT_EQ(names,
             "application support; documents; group container; settings; store; notices; "
-            "privileged tool; fan guardian; fans; recorded Mac; HID services; machine; ");
+            "privileged tool; fan guardian; fans; recorded Mac; SMC; HID services; machine; ");
   EXPECT_EQ(report["machine"]["live"], false);
 }
 
@@ -86,6 +86,18 @@ TEST_F(KelvoraDoctor, HintsAreNoFailure) {
   expectCheck("HID services", "ok", "none");
   expectCheck("machine", "ok",
               "iMac 27-inch 2019 (recorded): 162 sensors from the SMC, 2 computed");
+}
+
+TEST_F(KelvoraDoctor, KeysOfTheSMCAreCounted) {
+  const json keys =
+      json::parse(runKelvora({"keys", "--machine", "iMac19,1", "--json"}).standardOutput);
+  expectCheck("SMC", "ok", keys["count"].dump() + " keys");
+}
+
+TEST_F(KelvoraDoctor, AMacWithoutAnSMCIsAHint) {
+  const std::string machine = home_.write("machine.json", kMachine);
+  EXPECT_THAT(runKelvora({"doctor", "--machine", machine}).standardOutput,
+              ContainsRegex("hint +SMC +none, or it does not answer\n"));
 }
 
 TEST_F(KelvoraDoctor, SensorsOfHIDServicesAreCounted) {
@@ -138,7 +150,7 @@ TEST_F(KelvoraDoctor, SettingsThatCannotBeReadAreBroken) {
     const ProgramResult result = doctor();
     EXPECT_EQ(result.status, 1) << content;
     EXPECT_THAT(result.standardOutput, ContainsRegex("broken +settings +/"));
-    EXPECT_THAT(result.standardError, EndsWith("kelvora: 1 of 12 checks failed\n"));
+    EXPECT_THAT(result.standardError, EndsWith("kelvora: 1 of 13 checks failed\n"));
     EXPECT_EQ(home_.read(kSettingsFile), content) << "left as it is";
   }
   home_.write(kSettingsFile,

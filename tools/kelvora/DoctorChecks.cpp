@@ -22,6 +22,7 @@
 
 #include "tools/kelvora/FanReader.h"
 #include "tools/kelvora/FansReport.h"
+#include "tools/kelvora/SMCKeyList.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -118,8 +119,13 @@ Check suite(const MachineChoice& machine) {
   constexpr char kName[] = "settings";
   const auto file = settingsFile(machine.platform);
   if (!file) {
-    return {kName, CheckState::kOK, std::string(kApplicationGroupIdentifier) + " (the system's)",
-            ""};
+    const std::string finding = std::string(kApplicationGroupIdentifier) + " (the system's)";
+    if (!canStoreSettings(machine.platform)) {
+      return {kName, CheckState::kBroken, finding + ": cannot be written",
+              "give this user the folder Library/Preferences; a program in the sandbox needs the "
+              "group's entitlement"};
+    }
+    return {kName, CheckState::kOK, finding, ""};
   }
   if (!faultOfFolder(fs::path(file->path).parent_path()).empty()) {
     return {kName, CheckState::kBroken, file->path + ": cannot be written",
@@ -341,6 +347,16 @@ Check machineCheck(const MachineChoice& machine) {
   return {kName, CheckState::kOK, finding, ""};
 }
 
+Check smcCheck(const MachineChoice&) {
+  constexpr char kName[] = "SMC";
+  const std::uint32_t count = smcKeyCount();
+  if (count == 0) {
+    return {kName, CheckState::kHint, "none, or it does not answer",
+            "nothing where there is none; a program in the sandbox may not ask it"};
+  }
+  return {kName, CheckState::kOK, std::to_string(count) + " keys", ""};
+}
+
 Check hidServices(const MachineChoice& machine) {
   constexpr char kName[] = "HID services";
   const HIDWrapper wrapper(machine.platform);
@@ -355,8 +371,9 @@ Check hidServices(const MachineChoice& machine) {
 }
 
 constexpr Check (*kChecks[])(const MachineChoice&) = {
-    supportFolder,  documentsFolder, groupContainer, suite,       storeCheck,  notices,
-    privilegedTool, fanGuardian,     leftBehindFans, choiceCheck, hidServices, machineCheck,
+    supportFolder, documentsFolder, groupContainer, suite,          storeCheck,
+    notices,       privilegedTool,  fanGuardian,    leftBehindFans, choiceCheck,
+    smcCheck,      hidServices,     machineCheck,
 };
 
 }  // namespace

@@ -23,7 +23,8 @@ struct Check {
 };
 
 /// Everything that is checked, in the order of a report. Leaves every file and folder as it is; a
-/// folder is tried with a file of a name of its own, which is removed. Fans that programs have left
+/// folder is tried with a file of a name of its own, which is removed, and so are settings that the
+/// system keeps, with a setting. Fans that programs have left
 /// behind are handed back.
 std::vector<Check> doctorChecks(const MachineChoice& machine);
 

@@ -46,6 +46,15 @@ SMCKeyEntry entryOf(std::uint32_t index, const SMCValueRecord& record) {
 
 }  // namespace
 
+std::uint32_t smcKeyCount() {
+  if (SMCOpen() != 0) {
+    return 0;
+  }
+  const std::uint32_t count = keyCount();
+  SMCClose();
+  return count;
+}
+
 SMCKeyList readSMCKeys() {
   SMCKeyList list;
   if (SMCOpen() != 0) {

@@ -24,6 +24,10 @@ struct SMCKeyList {
   std::vector<SMCKeyEntry> entries;
 };
 
+/// How many keys the current platform's SMC reports ("#KEY"), e.g. 1250; 0 when it cannot be opened
+/// or does not say.
+std::uint32_t smcKeyCount();
+
 /// Reads every key of the current platform's SMC by index; an empty list when the SMC cannot be
 /// opened.
 SMCKeyList readSMCKeys();
