@@ -3,7 +3,9 @@
 # Every name begins with KelvoraCore, so that none is also a name of the project that uses the library.
 
 # kelvora_find_dependencies(<missing> [BUILD]): finds the libraries; BUILD adds those that only the
-# library's own build needs. Sets the variable <missing> to a list of what was not found.
+# library's own build needs. Sets the variable <missing> to a list of what was not found. With
+# KELVORA_STATIC_LIBRARIES it finds archives, and what these need; on macOS the system's own libraries are
+# text stubs, which it still finds.
 function(kelvora_find_dependencies result)
   set(missing)
   find_package(Threads QUIET)
@@ -15,6 +17,10 @@ function(kelvora_find_dependencies result)
     list(APPEND missing "pkg-config")
     set(${result} "${missing}" PARENT_SCOPE)
     return()
+  endif()
+  if(KELVORA_STATIC_LIBRARIES)
+    set(CMAKE_FIND_LIBRARY_SUFFIXES .a .tbd)
+    set(PKG_CONFIG_ARGN --static)
   endif()
 
   kelvora_find_module(ICU icu-i18n icu-uc)
@@ -52,7 +58,11 @@ macro(kelvora_find_sqlitecpp version)
     string(REGEX REPLACE ".*\"([0-9.]+)\".*" "\\1" found "${found}")
   endif()
   if(found VERSION_LESS ${version})
-    list(APPEND missing "SQLiteCpp ${version}")
+    if(KELVORA_STATIC_LIBRARIES)
+      list(APPEND missing "an archive of SQLiteCpp ${version} (or KELVORA_STATIC_LIBRARIES=OFF)")
+    else()
+      list(APPEND missing "SQLiteCpp ${version}")
+    endif()
   elseif(NOT TARGET KelvoraCore::SQLiteCpp)
     add_library(KelvoraCore::SQLiteCpp UNKNOWN IMPORTED GLOBAL)
     set_target_properties(KelvoraCore::SQLiteCpp PROPERTIES

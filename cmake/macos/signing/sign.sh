@@ -1,5 +1,5 @@
 #!/bin/sh
-# Signs the package on a Mac: sign.sh "Developer ID Application: NAME (TEAM)"
+# Signs on a Mac what was built there (docs/macos.md): sign.sh "Developer ID Application: NAME (TEAM)"
 # With a name of notarytool's keychain profile as the second argument it is also sent to be notarised.
 set -eu
 if [ $# -lt 1 ] || [ $# -gt 2 ]; then
@@ -12,6 +12,20 @@ if [ "$(uname -s)" != Darwin ]; then
 fi
 identity=$1
 package=$(cd "$(dirname "$0")/.." && pwd)
+
+# With the hardened runtime a program loads the system's libraries and those of the same team only.
+# linked FILE: what it links beside the system and the framework.
+linked() {
+  otool -L "$1" | sed -n 's/^[[:space:]]\{1,\}\(.*\) (compatibility.*/\1/p' |
+    grep -v -e '^/usr/lib/' -e '^/System/' -e '^@rpath/KelvoraCore.framework/' | sort -u || true
+}
+for file in KelvoraCore.framework/Versions/A/KelvoraCore bin/kelvora "bin/Kelvora SMC" "bin/Kelvora Guardian"; do
+  found=$(linked "$package/$file")
+  if [ -n "$found" ]; then
+    echo "sign.sh: $file would not start: it links" $found >&2
+    exit 1
+  fi
+done
 
 # From the inside out: a signature covers those of what is inside.
 codesign --force --timestamp --options runtime --sign "$identity" \
