@@ -31,7 +31,7 @@ TEST(KeyReading, AKeyWhoseReadFailsIsNotReadable) {
 }
 
 TEST(KeyReading, WithoutAnSMCNothingIsReadableOrListed) {
-  installFan().openStatus = platform::kIOReturnNotPermitted;
+  installFan().openStatus = platform::kKernelNotPermitted;
   EXPECT_FALSE(isReadable(Platform::current(), "F0Md"));
   EXPECT_FALSE(isListed(Platform::current(), "F0Md"));
   EXPECT_FALSE(readsAs(Platform::current(), "F0Md", "01"));

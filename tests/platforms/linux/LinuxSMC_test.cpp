@@ -341,9 +341,8 @@ TEST(LinuxSMC, AWriteTakesTheTypeThatTheSMCSays) {
   files.own = {{"fan1_input", "2000\n"}, {"fan1_manual", "0\n"}, {"fan2_input", "2000\n"}};
   LinuxSMC smc(std::move(owned));
   SMCConnection connection(smc);
-  EXPECT_EQ(writeKey(connection, "F1Tg", {0x1f, 0x40}).status, platform::kIOReturnBadArgument);
-  EXPECT_EQ(writeKey(connection, "F1Mn", {0, 0, 0x1f, 0x40}).status,
-            platform::kIOReturnBadArgument);
+  EXPECT_EQ(writeKey(connection, "F1Tg", {0x1f, 0x40}).status, platform::kKernelBadArgument);
+  EXPECT_EQ(writeKey(connection, "F1Mn", {0, 0, 0x1f, 0x40}).status, platform::kKernelBadArgument);
   EXPECT_EQ(writeKey(connection, "F0Tg", {0x1f, 0x40}).status, 0U);
   EXPECT_EQ(writeKey(connection, "F0Mn", {0x00, 0x00, 0xfa, 0x44}).status, 0U);
   EXPECT_EQ(writeKey(connection, "F0Md", {1}).status, platform::kKernelBadArgument);
@@ -418,7 +417,7 @@ TEST(LinuxSMC, DescribesAKeyWithoutAttributes) {
 TEST(LinuxSMC, AnotherCommandIsABadArgument) {
   LinuxSMC smc(filesWithSensors(false));
   SMCConnection connection(smc);
-  EXPECT_EQ(connection.call(7, SMCPackedKey("FNum"), 1).status, platform::kIOReturnBadArgument);
+  EXPECT_EQ(connection.call(7, SMCPackedKey("FNum"), 1).status, platform::kKernelBadArgument);
 }
 
 TEST(LinuxSMC, CountsMoreKeysThanAByteHolds) {
