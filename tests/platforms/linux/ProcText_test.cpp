@@ -88,11 +88,11 @@ TEST(ProcText, InterfaceCountersAreBytesReceivedAndSent) {
 
 TEST(ProcText, MountsHaveTheirPathsUnescaped) {
   const auto mounts = mountsOf(
-      "/dev/sda1 / ext4 rw 0 0\n/dev/sdb1 /media/My\\040Disk\\134x vfat rw 0 0\nshort line\n"
+      "/dev/sda1 / ext4 rw 0 0\n/dev/sdb1 /media/My\\0402nd\\134x vfat rw 0 0\nshort line\n"
       "none /odd\\04 tmpfs rw\n");
   ASSERT_EQ(mounts.size(), 3U);
   EXPECT_EQ(mounts[0].device, "/dev/sda1");
-  EXPECT_EQ(mounts[1].path, "/media/My Disk\\x");
+  EXPECT_EQ(mounts[1].path, "/media/My 2nd\\x");
   EXPECT_EQ(mounts[1].fileSystem, "vfat");
   EXPECT_EQ(mounts[2].path, "/odd\\04");
 }
