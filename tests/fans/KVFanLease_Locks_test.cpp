@@ -1,5 +1,6 @@
 // A lease and the locks of its fans: who has a fan, and when it is free again.
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -61,19 +62,35 @@ TEST_F(KVFanLeaseLocks, AreFreeAfterAReleaseBecauseItWaitsForTheGuardian) {
   EXPECT_TRUE(std::filesystem::exists(guardian + " has ended"));
 }
 
-// Not even a speed of 0.
-TEST_F(KVFanLeaseLocks, OfAFanThatCannotTurnAreNotTaken) {
-  platform::RecordedMachine machine = recordedMachine(kWithModes);
+// A recorded Mac whose first fan has these limits.
+platform::RecordedMachine withLimits(float minimum, float maximum) {
+  platform::RecordedMachine machine = recordedMachine("MacBookPro15,1");
   for (platform::RecordedSMCKey& key : *machine.smcKeys) {
-    if (key.key == SMCPackedKey("F0Mn") || key.key == SMCPackedKey("F0Mx")) {
-      key.bytes.assign(4, std::byte{0});
+    if (key.key == SMCPackedKey("F0Mn")) {
+      std::memcpy(key.bytes.data(), &minimum, sizeof minimum);
+    } else if (key.key == SMCPackedKey("F0Mx")) {
+      std::memcpy(key.bytes.data(), &maximum, sizeof maximum);
     }
   }
-  use(std::move(machine));
+  return machine;
+}
+
+// Not even a speed of 0.
+TEST_F(KVFanLeaseLocks, OfAFanThatCannotTurnAreNotTaken) {
+  use(withLimits(0, 0));
   const auto lease = newLease();
   EXPECT_FALSE(lease->take({{0, 0}}));
   EXPECT_EQ(lease->fault(), "fan 0: its limits cannot be read");
   EXPECT_TRUE(writes().empty());
+}
+
+TEST_F(KVFanLeaseLocks, OfAFanThatMayStandStillOrHasOneSpeedAreTaken) {
+  for (const float minimum : {0.0F, 1.0F}) {
+    use(withLimits(minimum, 1));
+    const auto lease = newLease();
+    EXPECT_TRUE(lease->take({{0, 1}})) << lease->fault();
+    EXPECT_TRUE(lease->release());
+  }
 }
 
 }  // namespace
