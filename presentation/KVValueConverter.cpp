@@ -1,8 +1,8 @@
 #include "KelvoraCore/KVValueConverter.h"
 
-#include <array>
-#include <charconv>
 #include <cmath>
+#include <locale>
+#include <sstream>
 
 #include "KelvoraCore/Sensor.h"
 
@@ -13,15 +13,17 @@ namespace kelvora {
 
 namespace {
 
-// As "%.*f" in the C locale, whatever the process's locale is. Not-a-number has no sign.
+// As "%.*f" in the C locale, whatever the process's locale is. Not-a-number has no sign. Not
+// std::to_chars, which the standard library of macOS before 13.3 lacks for floating-point numbers.
 std::string fixedText(double value, int fractionDigits) {
   if (std::isnan(value)) {
     return "nan";
   }
-  std::array<char, 400> buffer{};  // the largest double has 309 digits
-  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
-                                 std::chars_format::fixed, fractionDigits);
-  return {buffer.data(), end.ptr};
+  std::ostringstream stream;
+  stream.imbue(std::locale::classic());
+  stream.precision(fractionDigits);
+  stream << std::fixed << value;
+  return stream.str();
 }
 
 }  // namespace

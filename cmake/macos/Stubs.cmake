@@ -30,7 +30,8 @@ file(GLOB_RECURSE declared CONFIGURE_DEPENDS ${declarations}/*.h)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${declared} ${stubs_py})
 execute_process(COMMAND ${Python3_EXECUTABLE} ${stubs_py} frameworks ${declarations} ${stubs}
   COMMAND_ERROR_IS_FATAL ANY)
-add_compile_options(-isystem ${declarations})
+add_compile_options(-isystem ${declarations}
+  "SHELL:-include ${CMAKE_CURRENT_LIST_DIR}/StandardLibraryOfMacOS11.h")
 add_link_options(-F${stubs} -L${stubs})
 
 set(libraries /usr/lib/x86_64-linux-gnu)

@@ -1,7 +1,11 @@
 #include "KelvoraCore/KVValueConverter.h"
 
+#include <charconv>
 #include <clocale>
+#include <iterator>
 #include <limits>
+#include <locale>
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -116,6 +120,27 @@ TEST_F(Converter, AValueThatIsNotANumberIsFormattedAsOne) {
   EXPECT_EQ(full(-std::numeric_limits<double>::quiet_NaN(), 0), "nan°C");
   EXPECT_EQ(number(-std::numeric_limits<double>::quiet_NaN(), 4), "nan");
   EXPECT_EQ(full(std::numeric_limits<double>::infinity(), 2), "infV");
+}
+
+// Every text is what std::to_chars makes, also where the program has set a locale.
+TEST_F(Converter, TextsAreExactAndDoNotFollowTheLocaleOfTheProgram) {
+  struct DecimalComma : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const std::locale before =
+      std::locale::global(std::locale(std::locale::classic(), new DecimalComma));
+  std::mt19937_64 random(1);
+  for (int i = 0; i < 5000; ++i) {
+    const double value = static_cast<double>(random() % 10'000'000) / 1000.0;
+    for (const std::uint32_t type : {0U, 2U}) {
+      char expected[64];
+      const auto end = std::to_chars(expected, std::end(expected), value, std::chars_format::fixed,
+                                     type == 0 ? 0 : 2);
+      EXPECT_EQ(number(value, type), std::string(expected, end.ptr));
+    }
+  }
+  std::locale::global(before);
 }
 
 TEST_F(Converter, LargeValuesKeepAllTheirDigits) {

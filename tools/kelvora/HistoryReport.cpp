@@ -1,8 +1,6 @@
 #include "tools/kelvora/HistoryReport.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 
@@ -110,9 +108,7 @@ std::string csvHistory(const SensorHistory& history) {
   for (const HistoryPoint& point : history.points) {
     text += timeText(point.seconds) + ",";
     if (std::isfinite(point.raw)) {
-      std::array<char, 32> digits{};
-      const auto end = std::to_chars(digits.begin(), digits.end(), point.raw);
-      text.append(digits.data(), end.ptr);
+      text += shortestText(point.raw);
     }
     text += "\n";
   }

@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
+#include <locale>
+#include <sstream>
 
+#include <unicode/numberformatter.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
@@ -37,6 +41,26 @@ void forEachCharacter(std::string_view text, Visit visit) {
       return;
     }
   }
+}
+
+// With as few digits as the number needs, e.g. "4.55E1", "1E-7".
+std::string icuScientific(double number) {
+  static const icu::number::LocalizedNumberFormatter formatter =
+      icu::number::NumberFormatter::withLocale(icu::Locale::getRoot())
+          .notation(icu::number::Notation::scientific())
+          .precision(icu::number::Precision::unlimited());
+  UErrorCode status = U_ZERO_ERROR;
+  std::string text;
+  formatter.formatDouble(number, status).toString(status).toUTF8String(text);
+  return text;
+}
+
+std::string fixed(double number, int fractionDigits) {
+  std::ostringstream stream;
+  stream.imbue(std::locale::classic());
+  stream.precision(fractionDigits);
+  stream << std::fixed << number;
+  return stream.str();
 }
 
 }  // namespace
@@ -136,6 +160,20 @@ std::string enumerated(std::span<const std::string> words, std::string_view last
 
 std::string isoTime(std::chrono::system_clock::time_point time) {
   return KVExtension::dateFormatter().stringFromDate(time, "yyyy-MM-dd'T'HH:mm:ssxxx");
+}
+
+std::string shortestText(double number) {
+  const std::string text = icuScientific(number);
+  const std::size_t end = text.find('E');
+  const std::string mantissa = text.substr(0, end);
+  const std::size_t point = mantissa.find('.');
+  const int mantissaDigits = point == std::string::npos ? 0 : static_cast<int>(end - point - 1);
+  const int exponent = std::atoi(text.c_str() + end + 1);
+  const std::string digits = std::to_string(std::abs(exponent));
+  const std::string scientific =
+      mantissa + (exponent < 0 ? "e-" : "e+") + (digits.size() < 2 ? "0" : "") + digits;
+  std::string plain = fixed(number, std::max(0, mantissaDigits - exponent));
+  return plain.size() <= scientific.size() ? plain : scientific;
 }
 
 }  // namespace kelvora::tool

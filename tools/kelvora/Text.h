@@ -34,6 +34,10 @@ std::vector<std::string> broken(std::string_view text, std::size_t width);
 /// The words as one text: "0, 1 or 2".
 std::string enumerated(std::span<const std::string> words, std::string_view last = " or ");
 
+/// The shortest text that reads back as exactly this finite number, e.g. "45.5", "1e+20": what
+/// std::to_chars writes, which macOS has from 13.3 only.
+std::string shortestText(double number);
+
 /// A time in the form of ISO 8601 with the zone, e.g. "2024-03-07T14:05:09+01:00".
 std::string isoTime(std::chrono::system_clock::time_point time);
 
