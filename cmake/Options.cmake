@@ -28,7 +28,14 @@ endif()
 if(KELVORA_SANITIZE)
   add_compile_options(-fsanitize=${KELVORA_SANITIZE} -fno-omit-frame-pointer
     -fno-sanitize-recover=all)
-  add_link_options(-fsanitize=${KELVORA_SANITIZE})
+  # The checks' data holds a million addresses. At a fixed address the loader relocates none of them, and a
+  # program starts in half of the time.
+  add_link_options(-fsanitize=${KELVORA_SANITIZE} -no-pie)
+  # Two checks of GCC's that make a third of the compilation and nine tenths of that data. A null pointer
+  # that is used ends the program anyway, and the fuzz runs, compiled by clang, look at both.
+  if(KELVORA_SANITIZE MATCHES undefined AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-fno-sanitize=null,alignment)
+  endif()
 endif()
 
 # kelvora_export_only_the_interface(<target>): hidden visibility does not reach templates of the standard
