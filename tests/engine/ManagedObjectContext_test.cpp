@@ -459,10 +459,10 @@ TEST_F(ManagedObjectContextTest, WhatWorkThrowsReachesWhoWaitsForIt) {
 TEST_F(ManagedObjectContextTest, WorkMayHoldTheLastHandleOfItsContext) {
   for (int i = 0; i < 50; ++i) {
     auto child = store->newContext();
-    std::promise<void> done;
-    child->perform([held = child, &done]() mutable { done.set_value(); });
+    const auto done = std::make_shared<std::promise<void>>();
+    child->perform([held = child, done] { done->set_value(); });
     child.reset();
-    done.get_future().wait();
+    done->get_future().wait();
   }
 }
 

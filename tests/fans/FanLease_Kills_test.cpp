@@ -117,7 +117,7 @@ TEST_F(FanLeaseKills, AKilledHolderLeavesNoFanBehind) {
 // As when the computer is asked for too much, or a debugger stops the program.
 TEST_F(FanLeaseKills, AStoppedHolderLosesItsFanAndLearnsOfIt) {
   ChildWork holder([this] {
-    const auto held = lease(milliseconds(1000));
+    const auto held = lease(kShort);
     if (!held->take({{0, 3000}})) {
       return 2;
     }
@@ -137,11 +137,12 @@ class FanLeaseBothKilled : public FanLeaseKills {
   void SetUp() override {
     ChildWork holder([this] {
       const auto held = lease(std::chrono::seconds(30));
-      return held->take({{0, 3000}}) ? pause() : 2;
+      return held->take({{0, 3000}}) ? raise(SIGSTOP) : 2;
     });
     holderProcess = holder.pid();
-    ASSERT_TRUE(soon([this] { return writes().size() == 2; }));
-    kill(holder.pid(), SIGSTOP);
+    int state = 0;
+    ASSERT_EQ(waitpid(holder.pid(), &state, WUNTRACED), holder.pid());
+    ASSERT_TRUE(WIFSTOPPED(state));  // its tools have ended
     const auto all = guardians();
     ASSERT_EQ(all.size(), 1U);
     kill(all[0], SIGKILL);
@@ -282,7 +283,9 @@ TEST_F(FanLeaseKills, ALeaseIsKeptThatTheNextProgramFindsWhileItsHolderStarts) {
   EXPECT_TRUE(isOnDisk());
   holder.kill();
   ASSERT_EQ(holder.wait(), 128 + SIGKILL);
-  EXPECT_EQ(KVFanLeases::handBackLeftBehind(*platform).at(0).fault, "");
+  // The tool may still be about to end.
+  ASSERT_TRUE(
+      soon([this] { return KVFanLeases::handBackLeftBehind(*platform).at(0).fault.empty(); }));
   EXPECT_EQ(valueOf("F0Md"), "00");
   EXPECT_FALSE(isOnDisk());
 }

@@ -71,9 +71,9 @@ TEST_F(KVFanLeaseTest, TheEndOfTheObjectReleases) {
 }
 
 TEST_F(KVFanLeaseTest, ARenewedLeaseIsHeldLongerThanItsTimeOut) {
-  const auto lease = newLease(milliseconds(1000));
+  const auto lease = newLease(kShort);
   ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
-  const auto end = std::chrono::steady_clock::now() + milliseconds(2500);
+  const auto end = std::chrono::steady_clock::now() + kShort + kShort / 2;
   while (std::chrono::steady_clock::now() < end) {
     ASSERT_EQ(lease->renew(), KVFanLeaseState::kHeld) << lease->fault();
     std::this_thread::sleep_for(milliseconds(20));
@@ -303,7 +303,7 @@ TEST_F(KVFanLeaseTest, ATakeThatFailsAndTookEffectIsHandedBack) {
 }
 
 TEST_F(KVFanLeaseTest, AHandBackIsTriedUntilItSucceeds) {
-  const auto lease = newLease(milliseconds(1000));
+  const auto lease = newLease(kShort);
   ASSERT_TRUE(lease->take({{0, 3000}, {1, 3000}})) << lease->fault();
   failWrites("F0Md", "00");
   EXPECT_FALSE(lease->release());
@@ -340,7 +340,7 @@ TEST_F(KVFanLeaseTest, AFanThatReadsAsTheSystemsNeedsNoHandBack) {
   use(recordedMachine(kWithModes));
   failWrites("F0Md", "01");
   failWrites("F0Md", "00");
-  const auto lease = newLease(milliseconds(1000));
+  const auto lease = newLease(kShort);
   EXPECT_FALSE(lease->take({{0, 3000}}));
   EXPECT_EQ(lease->fault(), "fan 0: F0Md: the privileged tool ended with status 5");
   EXPECT_EQ(lease->state(), KVFanLeaseState::kEnded);
@@ -350,7 +350,7 @@ TEST_F(KVFanLeaseTest, AFanThatReadsAsTheSystemsNeedsNoHandBack) {
 
 TEST_F(KVFanLeaseTest, ATakeThatHangsIsNotForgotten) {
   hangWrites("F0Md", "01");
-  const auto lease = newLease(milliseconds(1000));
+  const auto lease = newLease(kShort);
   EXPECT_FALSE(lease->take({{0, 3000}}));
   EXPECT_EQ(lease->state(), KVFanLeaseState::kNotHandedBack);
   EXPECT_EQ(lease->fault(), "a privileged tool that sets a fan still runs");
@@ -412,7 +412,7 @@ TEST_F(KVFanLeaseTest, ALeaseWithoutItsGuardianIsHandedBack) {
 }
 
 TEST_F(KVFanLeaseTest, ALeaseWithASilentGuardianIsHandedBack) {
-  const auto lease = newLease(milliseconds(1000));
+  const auto lease = newLease(kShort);
   ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
   const pid_t guardian = guardianOf(getpid());
   ASSERT_GT(guardian, 0);
@@ -426,7 +426,7 @@ TEST_F(KVFanLeaseTest, ALeaseWithASilentGuardianIsHandedBack) {
 }
 
 TEST_F(KVFanLeaseTest, ALeaseThatIsRenewedTooLateIsHandedBack) {
-  const auto lease = newLease(milliseconds(1000));
+  const auto lease = newLease(kShort);
   ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
   EXPECT_TRUE(soon([this] { return valueOf("F0Md") == "00"; }));
   EXPECT_TRUE(soon([&] { return lease->renew() == KVFanLeaseState::kEnded; }));

@@ -36,6 +36,10 @@ class LeaseFixture : public ::testing::Test {
   /// Fans with a minimum only.
   static constexpr const char* kWithMinimum = "MacBookPro10,1";
 
+  /// A time-out that a test waits for. It is also the limit for the start of a guardian and for
+  /// each run of the tool, which a busy computer may delay.
+  static constexpr std::chrono::seconds kShort{5};
+
   LeaseFixture() {
     for (const char* variable : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "HOME"}) {
       setenv(variable, folder.path().c_str(), 1);

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "ports/Ports.h"
+#include "tests/support/MainQueueLoop.h"
 #include "tests/support/RecordedMachines.h"
 
 namespace kelvora::testing {
@@ -23,10 +24,7 @@ class NotificationObserverTest : public ::testing::Test {
   void postInProcess(const Notification& notification) {
     platform_->notificationCentres().inProcess().post(notification, true);
   }
-  void runMainQueue() {
-    while (platform_->mainQueue().runPending() > 0) {
-    }
-  }
+  void runMainQueue() { testing::runDry(platform_->mainQueue()); }
   NotificationObserver observer(const std::string& name) {
     return {name, [this](const Notification& notification) { heard_.push_back(notification); },
             *platform_};

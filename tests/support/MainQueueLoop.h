@@ -24,4 +24,10 @@ inline bool runUntil(platform::MainQueue& queue, const std::function<bool()>& do
   return true;
 }
 
+/// Runs what is queued, and what that queues, until nothing is left.
+inline void runDry(platform::MainQueue& queue) {
+  while (queue.runPending() > 0) {
+  }
+}
+
 }  // namespace kelvora::testing

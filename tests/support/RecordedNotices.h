@@ -5,6 +5,7 @@
 #include "KelvoraCore/KVSetting.h"
 
 #include "ports/Ports.h"
+#include "tests/support/MainQueueLoop.h"
 
 namespace kelvora::testing {
 
@@ -33,8 +34,7 @@ class RecordedNotices {
 
   /// Runs the main queue until it is empty and returns what was heard since the last call.
   std::vector<platform::Notification> take() {
-    while (platform_.mainQueue().runPending() > 0) {
-    }
+    runDry(platform_.mainQueue());
     return std::exchange(heard_, {});
   }
 

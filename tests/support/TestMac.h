@@ -9,6 +9,7 @@
 #include "tests/support/ForwardingCentres.h"
 #include "tests/support/ForwardingMainBundle.h"
 #include "tests/support/ForwardingPorts.h"
+#include "tests/support/MainQueueLoop.h"
 #include "tests/support/MemoryUserDefaults.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/TemporaryFolder.h"
@@ -35,10 +36,7 @@ struct TestMac {
         .setGlobalObject("AppleInterfaceStyle", std::move(style));
   }
   /// Runs the main queue dry.
-  void runMainQueue() const {
-    while (platform->mainQueue().runPending() > 0) {
-    }
-  }
+  void runMainQueue() const { runDry(platform->mainQueue()); }
 
   TemporaryFolder resources;
   std::unique_ptr<Platform> platform = recordedPlatform(recordedMachine("Macmini8,1"));

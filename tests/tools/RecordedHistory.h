@@ -15,6 +15,7 @@
 #include "KelvoraCore/SensorController.h"
 
 #include "ports/Ports.h"
+#include "tests/support/MainQueueLoop.h"
 #include "tests/support/ModelSMC.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/TemporaryFolder.h"
@@ -60,8 +61,7 @@ class RecordedHistory : public ::testing::Test {
   tool::HistoryRecorder::Outcome sampleAt(double seconds) {
     smc->seconds = seconds;
     auto outcome = recorder->sample(instantOf(seconds));
-    while (Platform::current().mainQueue().runPending() > 0) {
-    }
+    runDry(Platform::current().mainQueue());
     return outcome;
   }
   /// Samples from `from` to `until`, which is one of the times if the step fits.

@@ -203,8 +203,7 @@ class RecordedDays : public RecordedHistory {
     for (double at = from; at < until; at += step) {
       smc->seconds = at;
       const tool::Recording::Sample sample = recording->sample(instantOf(at));
-      while (Platform::current().mainQueue().runPending() > 0) {
-      }
+      runDry(Platform::current().mainQueue());
       model.add(at);
       ASSERT_EQ(sample.outcome.fault, "") << at;
       ASSERT_EQ(sample.outcome.saved, 1U) << at;

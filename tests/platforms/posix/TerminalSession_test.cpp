@@ -11,6 +11,7 @@
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -59,11 +60,18 @@ class TerminalSessionTest : public ::testing::Test {
   void type(const std::string& text) const {
     EXPECT_EQ(write(outer_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
-  std::string shown() const {
+  /// What has come, once it is as long as what is expected: a terminal passes it on in pieces.
+  std::string shown(const std::string& expected) const {
+    std::string text;
     std::array<char, 4096> bytes{};
-    const ssize_t count = read(outer_, bytes.data(), bytes.size());
-    return {bytes.data(), static_cast<std::size_t>(count > 0 ? count : 0)};
+    pollfd waiting{outer_, POLLIN, 0};
+    while (text.size() < expected.size() && poll(&waiting, 1, 60'000) > 0) {
+      const ssize_t count = read(outer_, bytes.data(), bytes.size());
+      text.append(bytes.data(), static_cast<std::size_t>(count > 0 ? count : 0));
+    }
+    return text;
   }
+  void expectShown(const std::string& expected) const { EXPECT_EQ(shown(expected), expected); }
 
  private:
   int outer_ = -1;
@@ -135,7 +143,7 @@ TEST_F(TerminalSessionTest, KnowsTheTerminalAndWritesToIt) {
               return allHold({session.size().columns == 70, session.size().rows == 20});
             }),
             0);
-  EXPECT_EQ(shown(), "drawn");
+  expectShown("drawn");
 }
 
 TEST_F(TerminalSessionTest, WithoutATerminalThereIsNoSize) {
@@ -155,7 +163,7 @@ TEST_F(TerminalSessionTest, MessagesWaitForTheEnd) {
               return 0;
             }),
             0);
-  EXPECT_EQ(shown(), "screen. first message. second message. ");
+  expectShown("screen. first message. second message. ");
 }
 
 std::FILE* screen = nullptr;
@@ -178,13 +186,13 @@ TEST_F(TerminalSessionTest, MessagesAreNotLostIfTheProcessExitsOnAnyThread) {
               return 0;
             }),
             3);
-  EXPECT_EQ(shown(), "screen left. why it ended");
+  expectShown("screen left. why it ended");
   EXPECT_EQ(run([&](TerminalSession&) {
               std::thread(fail).join();
               return 0;
             }),
             3);
-  EXPECT_EQ(shown(), "why it ended");
+  expectShown("why it ended");
 }
 
 TEST_F(TerminalSessionTest, MessagesAreNotLostIfTheProcessTerminates) {
@@ -193,7 +201,7 @@ TEST_F(TerminalSessionTest, MessagesAreNotLostIfTheProcessTerminates) {
               std::terminate();
             }),
             128 + SIGABRT);
-  EXPECT_TRUE(shown().starts_with("why it ended. "));
+  EXPECT_TRUE(shown("why it ended. ").starts_with("why it ended. "));
 }
 
 TEST_F(TerminalSessionTest, MoreMessagesThanAreKeptNeverBlock) {
