@@ -32,15 +32,15 @@ bool isThisUsers(const fs::path& folder) {
   return stat(folder.c_str(), &facts) == 0 && facts.st_uid == getuid();
 }
 
-// For a moment while it starts a program has no command line.
+// While it starts a program has no command line: for a moment, or longer on a busy computer.
 std::string commandLineOf(const fs::path& folder) {
-  constexpr int kAttempts = 10;
+  using Clock = std::chrono::steady_clock;
   constexpr std::chrono::milliseconds kPause(1);
-  std::string line;
-  for (int attempt = 0; line.empty() && attempt < kAttempts; ++attempt) {
-    if (attempt > 0) {
-      std::this_thread::sleep_for(kPause);
-    }
+  constexpr std::chrono::seconds kLongestStart(1);
+  const Clock::time_point deadline = Clock::now() + kLongestStart;
+  std::string line = readFile(folder / "cmdline").value_or("");
+  while (line.empty() && Clock::now() < deadline) {
+    std::this_thread::sleep_for(kPause);
     line = readFile(folder / "cmdline").value_or("");
   }
   return line;

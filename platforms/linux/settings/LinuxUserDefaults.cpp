@@ -5,8 +5,7 @@
 #include <system_error>
 #include <utility>
 
-#include <pwd.h>
-
+#include "platforms/linux/system/UserFolders.h"
 #include "platforms/posix/FileLock.h"
 
 namespace kelvora::platform {
@@ -14,14 +13,6 @@ namespace kelvora::platform {
 namespace {
 
 constexpr std::string_view kInterfaceStyle = "AppleInterfaceStyle";
-
-std::string homeFolder() {
-  if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') {
-    return home;
-  }
-  const passwd* account = getpwuid(getuid());
-  return account == nullptr ? "/" : account->pw_dir;
-}
 
 // Why a program that wants to write now would not get the lock of a settings file. Waits as long as
 // a write does.
@@ -105,8 +96,7 @@ std::string LinuxUserDefaults::suitePath(const std::string& name) const {
 }
 
 std::string LinuxUserDefaults::configurationFolder() {
-  const char* configured = std::getenv("XDG_CONFIG_HOME");
-  return configured != nullptr && *configured == '/' ? configured : homeFolder() + "/.config";
+  return baseFolder("XDG_CONFIG_HOME", "/.config").value_or("/.config");
 }
 
 }  // namespace kelvora::platform
