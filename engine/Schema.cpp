@@ -249,7 +249,10 @@ bool isOlder(SQLite::Database& database, const ManagedObjectModel& model) {
 }
 
 void requireEqual(SQLite::Database& database, const ManagedObjectModel& model) {
-  if (isEmptyFile(database) || isOlder(database, model)) {
+  if (isEmptyFile(database)) {
+    throw UnwrittenStore("nothing has been written to the file yet");
+  }
+  if (isOlder(database, model)) {
     throw IncompatibleStore("the file was not written with this model");
   }
 }

@@ -15,6 +15,13 @@ class IncompatibleStore : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// The file has no tables yet. A program that creates a store leaves it so for a moment, or for
+/// ever when it is killed then.
+class UnwrittenStore : public IncompatibleStore {
+ public:
+  using IncompatibleStore::IncompatibleStore;
+};
+
 /// Gives a file the tables of a model. Creates them in an empty file, adds what is new to the file
 /// of an older model (old rows get the defaults), and changes nothing in a file of the same model.
 /// One transaction; of programs that open the file at the same time only one does it. Throws
@@ -28,7 +35,8 @@ void requireCompatible(SQLite::Database& database, const ManagedObjectModel& mod
 /// Whether an open file that is compatible has the tables of another model. Only reads.
 bool isOlder(SQLite::Database& database, const ManagedObjectModel& model);
 
-/// Throws IncompatibleStore unless an open file has the tables of this very model. Only reads.
+/// Throws UnwrittenStore for a file without tables, and IncompatibleStore unless it has the tables
+/// of this very model. Only reads.
 void requireEqual(SQLite::Database& database, const ManagedObjectModel& model);
 
 /// A name in quotes, as SQL needs it for a word like "group".

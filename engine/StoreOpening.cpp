@@ -80,6 +80,10 @@ std::unique_ptr<StoreFile> openStore(const std::string& path, const ManagedObjec
       if (faults > kMostFaults || (!isFirst && Clock::now() >= deadline)) {
         throw;
       }
+    } catch (const UnwrittenStore&) {  // another program may be creating it
+      if (++faults > kMostFaults) {
+        throw;
+      }
     }
     std::this_thread::sleep_for(kPause);
   }

@@ -20,11 +20,6 @@ namespace {
 
 constexpr int kBusyTimeoutMs = 5000;
 
-bool exists(const std::string& path) {
-  std::error_code error;
-  return std::filesystem::exists(path, error);
-}
-
 void examineContent(KVStoreFile& file, Platform& platform) {
   const auto model = KVCoreDataStore(-1, platform).managedObjectModel();
   if (model == nullptr) {
@@ -66,8 +61,11 @@ std::optional<KVStoreFile> storeFile(Platform& platform) {
   }
   KVStoreFile file;
   file.path = *folder + "/" + kStoreFileName;
-  file.exists = exists(file.path);
-  if (file.exists) {
+  std::error_code error;
+  file.exists = std::filesystem::exists(file.path, error) || error;
+  if (error) {
+    file.fault = error.message();
+  } else if (file.exists) {
     examine(file, platform);
   }
   return file;

@@ -9,6 +9,7 @@
 
 #include "KelvoraCore/KVSettingsSnapshot.h"
 
+#include "tests/engine/StatementHook.h"
 #include "tests/support/StoreFixture.h"
 
 namespace kelvora::testing {
@@ -43,6 +44,27 @@ TEST_F(ReadOnlyStore, WithoutAFileCreatesNothingAndHasNoStore) {
   EXPECT_FALSE(store->allSensors());
   EXPECT_FALSE(store->persistentStoreCoordinator()->hasStore());
   EXPECT_TRUE(snapshot().empty());
+}
+
+TEST_F(ReadOnlyStore, AFileWithoutTablesHasNoStore) {
+  fs::create_directories(folder());
+  temporary.write(std::string(kApplicationGroupIdentifier) + "/Database.sqlite", "");
+  const auto before = snapshot();
+  EXPECT_FALSE(reader()->persistentStoreCoordinator()->hasStore());
+  EXPECT_EQ(snapshot(), before);
+  writeSensor("TC0P");
+  EXPECT_TRUE(reader()->getSensorByKey("TC0P"));
+}
+
+TEST_F(ReadOnlyStore, WaitsForTheTablesOfAFileThatAnotherProgramCreates) {
+  fs::create_directories(folder());
+  temporary.write(std::string(kApplicationGroupIdentifier) + "/Database.sqlite", "");
+  StatementHook hook;
+  hook.once("sqlite_master", [&] {  // it is empty still
+    hook.once("sqlite_master", [&] { writeSensor("TC0P"); });
+  });
+  EXPECT_TRUE(reader()->getSensorByKey("TC0P"));
+  EXPECT_FALSE(hook.isWaiting());
 }
 
 TEST_F(ReadOnlyStore, ReadsAFileThatNobodyHasOpenWithoutATrace) {

@@ -28,8 +28,13 @@ void refuseUnreadableStore() {
 
 bool StoreForReading::exists() {
   const auto folder = KVUtils::groupContainerLocation();
+  if (!folder) {
+    return false;
+  }
+  // An empty file was made by a program that has stored nothing in it yet.
   std::error_code error;
-  return folder && std::filesystem::exists(*folder + "/Database.sqlite", error);
+  const auto size = std::filesystem::file_size(*folder + "/Database.sqlite", error);
+  return error ? error != std::errc::no_such_file_or_directory : size > 0;
 }
 
 }  // namespace kelvora::tool

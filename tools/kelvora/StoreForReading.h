@@ -24,7 +24,7 @@ std::vector<T> readable(std::optional<std::vector<T>> objects) {
 /// only.
 class StoreForReading {
  public:
-  /// Whether there is a store file.
+  /// Whether there is a store file with content, or one that cannot be looked at.
   static bool exists();
 
   KVSettings& settings() { return settings_; }
