@@ -44,13 +44,13 @@ class OverheatRulesTest : public testing::ManagerFixture {
   std::vector<std::string> fireAt(int second) { return fireAt(second, rules); }
   std::vector<std::string> fireAt(int second, OverheatRules& evaluation) {
     std::vector<std::string> keys;
-    for (const FiredRule& fired : evaluation.fire(kStart + seconds(second), readKeys())) {
+    for (const FiredRule& fired : evaluation.fire(*manager, kStart + seconds(second), readings())) {
       keys.push_back(fired.rule.sensorKey.value());
     }
     return keys;
   }
   std::vector<FiredRule> fire(OverheatRules::Instant now = kStart) {
-    return rules.fire(now, readKeys());
+    return rules.fire(*manager, now, readings());
   }
   // Every stored sensor is read, but for these.
   std::set<std::string> unread;
@@ -58,19 +58,21 @@ class OverheatRulesTest : public testing::ManagerFixture {
     return manager->getOverheatNotificationBySensorKey(key)->lastTimeFired;
   }
 
-  OverheatRules rules{*manager};
+  OverheatRules rules;
 
  private:
-  std::set<std::string> readKeys() {
-    std::set<std::string> keys;
+  SensorList readings() {
+    SensorList list;
     const auto sensors = manager->coreDataStore().allSensors();
     for (const KVSensorPtr& sensor : sensors.value()) {
-      keys.insert(sensor->key());
+      if (!unread.contains(sensor->key())) {
+        list.push_back(Sensor::instanceWithKey(
+            sensor->key(), sensor->name(), sensor->fullName(), sensor->value(), 0, 110,
+            sensor->categoryType(), SensorGroupNone, SensorPlatformEvery,
+            static_cast<std::uint64_t>(sensor->sourceType()), false));
+      }
     }
-    for (const std::string& key : unread) {
-      keys.erase(key);
-    }
-    return keys;
+    return list;
   }
 };
 
@@ -133,7 +135,7 @@ TEST_F(OverheatRulesTest, WhatFiredStaysSilentInAnotherLaunchAndAnotherProgram) 
   store({activeRule("TC0P", 70), activeRule("any-sensor", 70, 3)});
   set("TC0P", 80);
   EXPECT_EQ(fireAt(0).size(), 2U);
-  OverheatRules later(*manager);
+  OverheatRules later;
   EXPECT_THAT(fireAt(2, later), IsEmpty());
   EXPECT_THAT(fireAt(60, later), ElementsAre("any-sensor"));
   EXPECT_THAT(fireAt(62), IsEmpty());
@@ -230,14 +232,6 @@ TEST_F(OverheatRulesTest, AFanIsComparedInRevolutionsInEveryUnit) {
   EXPECT_EQ(fired[0].value, 1500);
 }
 
-TEST_F(OverheatRulesTest, ASensorWithoutACategoryIsComparedAsItIs) {
-  const KVSensorPtr alone = set("X", 70);
-  alone->setCategory(nullptr);
-  manager->setTempUnitCelsius(false);
-  store({activeRule("X", 71)});
-  EXPECT_THAT(fireAt(0), IsEmpty());
-}
-
 TEST_F(OverheatRulesTest, AnySensorIsTheHottestDiscoveredTemperature) {
   set("TG0P", 81);
   set("TB0T", 79);
@@ -304,7 +298,7 @@ TEST_F(OverheatRulesTest, AListThatCannotBeStoredSilencesNoAlertAndRepeatsNone) 
   manager = std::make_unique<KVDataManager>(*platform);
   ASSERT_TRUE(
       manager->setOverheatNotifications({activeRule("TC0P", 70), activeRule("any-sensor", 70, 1)}));
-  OverheatRules evaluation(*manager);
+  OverheatRules evaluation;
   set("TC0P", 80);
   ::testing::internal::CaptureStderr();
   {

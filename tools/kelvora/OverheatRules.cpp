@@ -7,67 +7,75 @@
 #include "KelvoraCore/KVValueConverter.h"
 #include "KelvoraCore/Sensor.h"
 
+#include "tools/kelvora/StoredSensors.h"
+
 namespace kelvora::tool {
 
 namespace {
-
-bool isTemperature(const KVSensorPtr& sensor) {
-  const KVCategoryPtr category = sensor->category();
-  return category != nullptr && category->type() == SensorTypeTemperature;
-}
 
 bool canFire(const KVNotification& rule) {
   return rule.active.value_or(false) && rule.threshold.has_value();
 }
 
-using Keys = std::set<std::string>;
-
-bool hasReading(const KVSensorPtr& sensor, const Keys& readKeys) {
-  return sensor->value() >= 0 && readKeys.contains(sensor->key());
+bool hasReading(const SensorPtr& sensor) {
+  return StoredSensors::isRead(sensor->value) && sensor->value >= 0;
 }
 
-KVSensorPtr hottest(KVDataManager& manager, const Keys& readKeys) {
-  auto sensors = manager.coreDataStore().tempSensors().value_or(std::vector<KVSensorPtr>());
-  std::erase_if(sensors, [&](const KVSensorPtr& sensor) {
-    return sensor->sourceType() == SensorSourceComputed || !hasReading(sensor, readKeys);
-  });
-  const auto found = std::ranges::max_element(
-      sensors, {}, [](const KVSensorPtr& sensor) { return sensor->value(); });
-  return found == sensors.end() ? nullptr : *found;
+SensorPtr hottest(const SensorList& sensors) {
+  SensorPtr found;
+  for (const SensorPtr& sensor : sensors) {
+    const bool counts = sensor->type == SensorTypeTemperature &&
+                        sensor->sourceType != SensorSourceComputed && hasReading(sensor);
+    if (counts && (found == nullptr || sensor->value > found->value)) {
+      found = sensor;
+    }
+  }
+  return found;
 }
 
-double valueInUsersUnit(const KVSensorPtr& sensor, KVSettings& settings) {
-  return isTemperature(sensor) ? KVValueConverter::convertedTemp(sensor->value(), settings)
-                               : sensor->value();
+double valueInUsersUnit(const Sensor& sensor, KVSettings& settings) {
+  return sensor.type == SensorTypeTemperature
+             ? KVValueConverter::convertedTemp(sensor.value, settings)
+             : sensor.value;
 }
 
 // The sensor that a rule is about with its value; none without a reading.
-std::optional<FiredRule> readingFor(const KVNotification& rule, KVDataManager& manager,
-                                    const Keys& readKeys) {
-  const KVSensorPtr sensor =
-      rule.sensorKey == kAnySensorKey ? hottest(manager, readKeys) : rule.sensor(manager);
-  if (sensor == nullptr || !hasReading(sensor, readKeys)) {
+std::optional<FiredRule> readingFor(const KVNotification& rule, const SensorList& sensors,
+                                    KVSettings& settings) {
+  const auto found = std::ranges::find_if(
+      sensors, [&](const SensorPtr& sensor) { return sensor->key == rule.sensorKey; });
+  const SensorPtr sensor = rule.sensorKey == kAnySensorKey ? hottest(sensors)
+                           : found == sensors.end()        ? nullptr
+                                                           : *found;
+  if (sensor == nullptr || !hasReading(sensor)) {
     return std::nullopt;
   }
-  return FiredRule{rule, sensor->key(), sensor->name(), valueInUsersUnit(sensor, manager)};
+  return FiredRule{rule, sensor->key, sensor->name, valueInUsersUnit(*sensor, settings)};
+}
+
+// The stored list, whose rules for sensors that are gone have no reading; a new user's has
+// defaults.
+std::vector<KVNotification> rulesOf(KVDataManager& manager) {
+  auto rules = storedOverheatNotifications(manager);
+  if (!rules) {
+    rules = manager.overheatNotifications();
+  }
+  return std::move(rules).value_or(std::vector<KVNotification>());
 }
 
 }  // namespace
 
-std::vector<FiredRule> OverheatRules::fire(Instant now, const Keys& readKeys) {
+std::vector<FiredRule> OverheatRules::fire(KVDataManager& manager, Instant now,
+                                           const SensorList& sensors) {
   std::vector<FiredRule> fired;
-  const auto rules = manager_.overheatNotifications();
-  for (const KVNotification& rule : rules.value_or(std::vector<KVNotification>())) {
-    if (!canFire(rule)) {
-      continue;
-    }
-    auto reading = readingFor(rule, manager_, readKeys);
+  for (const KVNotification& rule : rulesOf(manager)) {
+    auto reading = canFire(rule) ? readingFor(rule, sensors, manager) : std::nullopt;
     if (!reading) {
       continue;
     }
     if (reading->value < *rule.threshold) {
-      arm(rule);
-    } else if (!isQuiet(rule, now) && takeTurn(*reading, now)) {
+      arm(manager, rule);
+    } else if (!isQuiet(rule, now) && takeTurn(manager, *reading, now)) {
       fired.push_back(*std::move(reading));
     }
   }
@@ -86,10 +94,10 @@ bool OverheatRules::isQuiet(const KVNotification& rule, Instant now) const {
 
 // False when another program fired the rule meanwhile, or the user removed it or changed it so that
 // it does not fire now. A list that cannot be stored silences no alert.
-bool OverheatRules::takeTurn(const FiredRule& fired, Instant now) {
+bool OverheatRules::takeTurn(KVDataManager& manager, const FiredRule& fired, Instant now) {
   const std::string& key = *fired.rule.sensorKey;
   std::optional<bool> isTaken;
-  const bool isStored = manager_.changeOverheatNotification(key, [&](KVNotification& stored) {
+  const bool isStored = manager.changeOverheatNotification(key, [&](KVNotification& stored) {
     isTaken = canFire(stored) && fired.value >= *stored.threshold && !isQuiet(stored, now);
     if (*isTaken) {
       stored.lastTimeFired = now;
@@ -100,7 +108,8 @@ bool OverheatRules::takeTurn(const FiredRule& fired, Instant now) {
     return *isTaken;
   }
   if (!isTaken) {
-    isTaken = manager_.getOverheatNotificationBySensorKey(key).has_value();
+    const std::vector<KVNotification> rules = rulesOf(manager);
+    isTaken = std::ranges::find(rules, fired.rule) != rules.end();
   }
   if (*isTaken) {
     unstored_[key] = now;
@@ -108,13 +117,13 @@ bool OverheatRules::takeTurn(const FiredRule& fired, Instant now) {
   return *isTaken;
 }
 
-void OverheatRules::arm(const KVNotification& rule) {
+void OverheatRules::arm(KVDataManager& manager, const KVNotification& rule) {
   if (rule.repeatMode() != 0) {
     return;
   }
   unstored_.erase(*rule.sensorKey);
   if (rule.lastTimeFired) {
-    manager_.changeOverheatNotification(
+    manager.changeOverheatNotification(
         *rule.sensorKey, [](KVNotification& stored) { stored.lastTimeFired.reset(); });
   }
 }

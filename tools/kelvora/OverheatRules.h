@@ -2,11 +2,11 @@
 
 #include <chrono>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "KelvoraCore/KVDataManager.h"
+#include "KelvoraCore/Sensor.h"
 
 namespace kelvora::tool {
 
@@ -18,40 +18,35 @@ struct FiredRule {
   double value = 0;        ///< its value, in the user's unit, as the limit
 };
 
-/// Compares the stored sensors with the user's overheat rules.
+/// Compares readings with the user's overheat rules.
 ///
 /// A rule fires when it is active and the value of its sensor is at its limit or above. A limit is
 /// in the unit that the user had chosen when the rule was written and is never converted; so it is
 /// compared with the value in the unit that is chosen now. A rule for "any-sensor" means the
 /// hottest of the discovered temperatures; computed ones only repeat them. A sensor that could not
-/// be read keeps its last value in the store, and a negative value is no reading: neither fires a
-/// rule or counts as below the limit.
+/// be read, or whose value is negative, neither fires a rule nor counts as below the limit.
 ///
 /// A rule with a repetition fires again while the limit is reached, but not before its delay after
 /// `lastTimeFired` has passed. One without fires once, and again only after its value has been
 /// below the limit. Both follow from `lastTimeFired` in the shared list of rules, so that they hold
 /// across programs and launches: firing sets it, and a value below the limit removes it from a rule
 /// without repetition. Two programs that compare at once fire a rule once. A rule that fires while
-/// the list cannot be stored keeps its time in this object.
+/// the list cannot be stored keeps its time in this object. The store is not needed.
 ///
 /// Main thread only.
 class OverheatRules {
  public:
   using Instant = std::chrono::system_clock::time_point;
 
-  /// The manager must outlive the object.
-  explicit OverheatRules(KVDataManager& manager) : manager_(manager) {}
-
-  /// The rules that fire at this instant, in the order of the list. `readKeys` are the keys of the
-  /// sensors whose stored values were read just now, e.g. {"TC0P", "TG0P"}.
-  std::vector<FiredRule> fire(Instant now, const std::set<std::string>& readKeys);
+  /// The rules in the manager's settings that fire at this instant, in the order of the list.
+  /// `sensors` were read just now, each key once.
+  std::vector<FiredRule> fire(KVDataManager& manager, Instant now, const SensorList& sensors);
 
  private:
   bool isQuiet(const KVNotification& rule, Instant now) const;
-  bool takeTurn(const FiredRule& fired, Instant now);
-  void arm(const KVNotification& rule);
+  bool takeTurn(KVDataManager& manager, const FiredRule& fired, Instant now);
+  void arm(KVDataManager& manager, const KVNotification& rule);
 
-  KVDataManager& manager_;
   std::map<std::string, Instant> unstored_;  // by key, of rules that fired and were not stored
 };
 

@@ -40,12 +40,9 @@ class Recording {
   KVDataManager& manager() { return recorder_.manager(); }
 
  private:
-  OverheatRules& rules();
-
   HistoryRecorder recorder_;
   SensorLog log_;
-  KVDataManager* rulesManager_ = nullptr;  // whose rules these are
-  std::optional<OverheatRules> rules_;
+  OverheatRules rules_;  // kept: it remembers what fired and could not be stored
   bool isBegun_ = false;
 };
 
