@@ -43,6 +43,13 @@ class Log : public RecordedHistory {
   bool exists(const std::string& name) const {
     return std::filesystem::exists(temporary.path("logs/" + name));
   }
+  void storeSensor(const std::string& key, const std::string& name) {
+    KVCoreDataStore& store = manager->coreDataStore();
+    const KVSensorPtr stored = store.createSensorWithKey(key, store.viewContext());
+    stored->setName(name);
+    stored->setCategory(store.createOrUpdateCategoryWithName("Temperature", store.viewContext()));
+    store.saveViewContext();
+  }
   std::optional<std::string> append(double after = 0) {
     return log.append(instantOf(kBegin + after), sensors, *manager);
   }
@@ -73,20 +80,35 @@ TEST_F(Log, WithoutChosenSensorsIsNotWritten) {
   EXPECT_FALSE(exists("log.csv"));
 }
 
-// The call that finds no choice stores the default for the later ones.
-TEST_F(Log, BeginsWithTheSampleAfterTheDefaultChoice) {
+TEST_F(Log, BeginsWithTheDefaultChoiceOnceThatIsStored) {
   manager->setFileLoggingSensorKeys(std::nullopt);
-  const KVCategoryPtr category = manager->coreDataStore().createOrUpdateCategoryWithName(
-      "Temperature", manager->coreDataStore().viewContext());
-  const KVSensorPtr stored =
-      manager->coreDataStore().createSensorWithKey("TC0P", manager->coreDataStore().viewContext());
-  stored->setName("CPU Proximity");
-  stored->setCategory(category);
-  manager->coreDataStore().saveViewContext();
-  EXPECT_EQ(append(), std::nullopt);
+  EXPECT_EQ(append(), std::nullopt);  // no sensor is stored that could be chosen
   EXPECT_FALSE(exists("log.csv"));
+  storeSensor("TC0P", "CPU Proximity");
   EXPECT_EQ(append(2), std::nullopt);
   EXPECT_EQ(content(), "Time,CPU Proximity (TC0P) °C\n2023-11-20T00:00:02+00:00,41.5\n");
+}
+
+TEST_F(Log, KeepsItsNamesWhileTheStoreCannotBeRead) {
+  manager->setFileLoggingSensorKeys({{"TC0P", "TCXX"}});
+  storeSensor("TCXX", "Desk");
+  append();
+  const std::string header = "Time,CPU Proximity (TC0P) °C,Desk (TCXX) °C\n";
+  EXPECT_EQ(content(), header + "2023-11-20T00:00:00+00:00,41.5,\n");
+  manager.reset();
+  const std::string store = temporary.path("group.com.kelvora/Database.sqlite");
+  std::filesystem::resize_file(store, 100);
+  for (const char* ending : {"-wal", "-shm"}) {
+    std::filesystem::remove(store + ending);
+  }
+  manager = std::make_unique<KVDataManager>(Platform::current());
+  append(2);
+  EXPECT_EQ(content(),
+            header + "2023-11-20T00:00:00+00:00,41.5,\n2023-11-20T00:00:02+00:00,41.5,\n");
+  EXPECT_FALSE(exists("log 2.csv"));
+  manager->setFileLoggingSensorKeys({{"TC0P"}});  // one column less
+  append(4);
+  EXPECT_TRUE(exists("log 2.csv"));
 }
 
 TEST_F(Log, AValueThatCannotBeReadIsAnEmptyField) {

@@ -56,6 +56,11 @@ std::string CSVFile::tail() const {
   return bytesOf(path_, size - std::min(size, kTailBytes), kTailBytes);
 }
 
+std::string CSVFile::header() const {
+  const std::string text = bytesOf(path_, 0, kTailBytes);
+  return text.substr(0, text.find('\n') + 1);
+}
+
 std::string CSVFile::beginOfLastLine(std::size_t length) const {
   std::string text = tail();
   if (text.ends_with('\n')) {

@@ -14,6 +14,8 @@ class CSVFile {
  public:
   explicit CSVFile(std::string path) : path_(std::move(path)) {}
 
+  /// The first line with its line feed; empty without one.
+  std::string header() const;
   /// The first characters of the last line; fewer when the line or the file is shorter.
   std::string beginOfLastLine(std::size_t length) const;
   /// Removes what the file holds if it begins with `header`.

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <sstream>
 #include <string_view>
 #include <vector>
 
@@ -48,7 +49,7 @@ std::string titleOf(const std::string& key, const SensorPtr& reading, KVDataMana
              : title(key, stored->name(), static_cast<std::uint64_t>(category->type()));
 }
 
-// At most three decimals, and none in vain.
+// At most three decimals, without trailing zeros.
 std::string number(double value) {
   constexpr double kThousand = 1000;
   if (!std::isfinite(value)) {
@@ -66,6 +67,19 @@ SensorPtr sensorOfKey(const SensorList& sensors, const std::string& key) {
 // Whether a line of a sample begins so, and not the line of names.
 bool isDay(const std::string& begin) {
   return begin.size() == kDayLength && begin.find_first_not_of("0123456789-") == std::string::npos;
+}
+
+// Whether a line of names has a column for each key: "Desk (TCXX) °C" or "TCXX".
+bool isHeaderOf(const std::string& header, const std::vector<std::string>& keys) {
+  std::istringstream columns(header);
+  std::string column;
+  std::getline(columns, column, ',');
+  return std::ranges::all_of(keys,
+                             [&](const std::string& key) {
+                               return std::getline(columns, column, ',') &&
+                                      column.find(field(key)) != std::string::npos;
+                             }) &&
+         !std::getline(columns, column, ',');
 }
 
 /// The line of names and the line of one sample, each with its end.
@@ -95,7 +109,10 @@ std::optional<std::string> SensorLog::append(Instant instant, const SensorList& 
   if (!manager.fileLoggingEnabled()) {
     return std::nullopt;
   }
-  const auto keys = manager.fileLoggingSensorKeys();
+  auto keys = manager.fileLoggingSensorKeys();
+  if (!keys) {  // the first question of an account only stores the list
+    keys = manager.fileLoggingSensorKeys();
+  }
   if (!keys || keys->empty()) {
     return std::nullopt;
   }
@@ -103,8 +120,12 @@ std::optional<std::string> SensorLog::append(Instant instant, const SensorList& 
   if (!path) {
     return "the log has no folder: set fileLoggingPath";
   }
-  const Lines lines = linesOf(instant, *keys, sensors, manager);
+  Lines lines = linesOf(instant, *keys, sensors, manager);
   const CSVFile file(*path);
+  // The names of sensors that are not read come from the store.
+  if (!manager.coreDataStore().allCategories() && isHeaderOf(file.header(), *keys)) {
+    lines.header = file.header();
+  }
   if (isReset(static_cast<SensorLogReset>(manager.fileLoggingResetMode()), file, lines.sample)) {
     file.clear(lines.header);
   }
