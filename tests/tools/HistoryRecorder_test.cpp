@@ -40,6 +40,25 @@ TEST_F(Recorder, MakesTheFiveCategoriesAndPutsEachSensorIntoItsOwn) {
   EXPECT_EQ(store->getSensorByKey("PC0C")->category()->type(), SensorTypePower);
 }
 
+// As programs leave it that make their first sensor at the same time.
+TEST_F(Recorder, JoinsACategoryThatIsThereTwice) {
+  const auto store = otherProgram();
+  const auto context = store->viewContext();
+  store->createOrUpdateCategoryWithName("Temperature", context)->setType(0);
+  ASSERT_EQ(context->save(), std::nullopt);
+  const auto twin = store->createOrUpdateCategoryWithName("Twin", context);
+  twin->setName("Temperature");
+  const auto sensor = store->createSensorWithKey("TCXX", context);
+  sensor->setCategory(twin);
+  sensor->setIsCustom(true);
+  ASSERT_EQ(context->save(), std::nullopt);
+  sampleAt(kBegin);
+  const auto later = otherProgram();
+  EXPECT_THAT(*later->allCategories(), SizeIs(5));
+  EXPECT_EQ(later->getSensorByKey("TCXX")->category()->objectID(),
+            later->getSensorByKey("TC0P")->category()->objectID());
+}
+
 TEST_F(Recorder, DescribesEachSensorAsItWasRead) {
   const auto sensors = sampleAt(kBegin).sensors;
   const auto store = otherProgram();

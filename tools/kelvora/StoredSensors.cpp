@@ -17,6 +17,20 @@ constexpr std::array<const char*, 5> kCategoryNames{"Temperature", "Fan", "Volta
 constexpr double kLowestTemperature = 0;
 constexpr double kHighestTemperature = 110;
 
+// Programs that create a category at the same time leave it twice.
+void joinTwins(KVCoreDataStore& store, const KVCategoryPtr& category) {
+  const auto categories = store.allCategories();
+  for (const KVCategoryPtr& twin : categories.value_or(std::vector<KVCategoryPtr>())) {
+    if (twin->objectID() == category->objectID() || twin->name() != category->name()) {
+      continue;
+    }
+    for (const KVSensorPtr& sensor : twin->sensors()) {
+      sensor->setCategory(category);
+    }
+    store.viewContext()->deleteObject(twin);
+  }
+}
+
 std::int16_t stored(std::uint64_t code) { return static_cast<std::int16_t>(code); }
 
 void describe(KVSensor& stored, const Sensor& sensor, const KVCategoryPtr& category) {
@@ -63,6 +77,7 @@ std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
     const KVCategoryPtr category =
         store.createOrUpdateCategoryWithName(kCategoryNames.at(type), context);
     category->setType(stored(type));
+    joinTwins(store, category);
     result.categories_.at(type) = category;
   }
   return result;
