@@ -1,31 +1,12 @@
 #pragma once
 
-#include <array>
-#include <cmath>
-#include <cstdint>
 #include <vector>
 
 #include "KelvoraCore/KVCoreDataStore.h"
 
+#include "tools/kelvora/HistorySeries.h"
+
 namespace kelvora::tool {
-
-/// One series of every sensor's history.
-struct HistorySeries {
-  std::int16_t timeRange;  ///< of its points: 0 hour, 1 day, 2 week
-  double stepSeconds;      ///< it has the first sample of each such time; 0 has every sample
-  double keptSeconds;      ///< how old its points get
-
-  /// When the step began that `seconds` since 1970 are in.
-  double stepBegin(double seconds) const {
-    return stepSeconds > 0 ? std::floor(seconds / stepSeconds) * stepSeconds : seconds;
-  }
-};
-
-inline constexpr std::array<HistorySeries, 3> kHistorySeries{{
-    {0, 0, 3600},
-    {1, 60, 86400},
-    {2, 600, 604800},
-}};
 
 /// The points of all sensors in a store. What changes is unsaved in the store's view context. Times
 /// are seconds since 1970. Only on the main thread.

@@ -24,7 +24,7 @@ using Seconds = std::chrono::duration<double>;
 constexpr double kShortestInterval = 1;
 constexpr double kLongestInterval = 3600;
 
-// When the recording ends: what no clock reaches where nothing is said.
+// Without an end: what no clock reaches.
 constexpr double kLongestDuration = 100.0 * 365 * 86400;
 
 std::optional<double> intervalOf(const Options& options) {
@@ -35,13 +35,12 @@ std::optional<double> intervalOf(const Options& options) {
   return every;
 }
 
-Clock::time_point endOf(const Options& options) {
+Seconds durationOf(const Options& options) {
   const double seconds = options.seconds("--for").value_or(kLongestDuration);
   if (!(seconds > 0)) {
     throw CommandError(kExitUsage, "--for takes a time above 0, e.g. 10m");
   }
-  return Clock::now() +
-         std::chrono::duration_cast<Clock::duration>(Seconds(std::min(seconds, kLongestDuration)));
+  return Seconds(std::min(seconds, kLongestDuration));
 }
 
 Platform& chooseRecordedMachine(const Options& options) {
@@ -68,12 +67,14 @@ class ReportedRecording {
   ReportedRecording(Platform& platform, RecordHistoryReport& report)
       : platform_(platform), report_(report), recording_(platform, controller_) {}
 
-  void run(StopSignal& stop, std::optional<double> every, Clock::time_point end) {
+  /// Until a signal, or until `duration` after the first sample.
+  void run(StopSignal& stop, std::optional<double> every, Seconds duration) {
     Clock::time_point next = Clock::now();
+    const Clock::time_point end = next + std::chrono::duration_cast<Clock::duration>(duration);
     do {
       sample();
       const Seconds interval(every ? *every : recording_.manager().updateInterval());
-      // What was missed, because the computer slept say, is not made up for.
+      // Samples that were missed, e.g. while the computer slept, are not taken later.
       next = std::max(next + std::chrono::duration_cast<Clock::duration>(interval), Clock::now());
     } while (stop.runUntil(std::min(next, end)) && next < end);
   }
@@ -108,7 +109,7 @@ class ReportedRecording {
 
 int runRecordHistory(const Options& options, StandardOutput& output) {
   const std::optional<double> every = intervalOf(options);
-  const Clock::time_point end = endOf(options);
+  const Seconds duration = durationOf(options);
   StopSignal stop;
   Platform& platform = chooseRecordedMachine(options);
   const KVProcessLock lock(KVHistoryRecordingLock, platform);
@@ -117,7 +118,7 @@ int runRecordHistory(const Options& options, StandardOutput& output) {
   RecordHistoryReport report(output, options.json);
   std::fputs("kelvora: recording; an interrupt (Ctrl-C) ends it\n", stderr);
   ReportedRecording recording(platform, report);
-  recording.run(stop, every, end);
+  recording.run(stop, every, duration);
   return recording.finish();
 }
 
