@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <thread>
 
@@ -65,6 +66,22 @@ TEST(Kelvora, HelpOfTheProgramAndOfEveryCommandShowsAnExample) {
     EXPECT_THAT(result.standardOutput, HasSubstr("Example:\n  kelvora ")) << arguments.front();
     EXPECT_EQ(result.standardError, "");
   }
+}
+
+TEST(Kelvora, HelpFitsTheTerminal) {
+  const ProgramResult result = runInTerminal(KELVORA_PROGRAM, {"sensors", "--help"}, 64);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.standardOutput,
+              HasSubstr("\n  --group NAME                Only those of one kind: cpu, gpu,\n"
+                        "                              memory, mainboard, airflow,\n"));
+  EXPECT_THAT(result.standardOutput,
+              HasSubstr("  kelvora sensors --group gpu --type temperature\n"));
+  std::istringstream lines(result.standardOutput);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_LE(line.size(), 64U) << line;
+  }
+  EXPECT_THAT(runKelvora({"sensors", "--help"}).standardOutput,
+              HasSubstr("display, fan or unknown\n"));
 }
 
 TEST(Kelvora, WrongUsageIsOneLineAndStatusTwo) {

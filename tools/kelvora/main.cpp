@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
-#include <iostream>
 #include <iterator>
 #include <map>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,6 +17,7 @@
 #include "KelvoraCore/StandardOutput.h"
 
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/HelpText.h"
 #include "tools/kelvora/MachineChoice.h"
 #include "tools/kelvora/NearName.h"
 #include "tools/kelvora/Text.h"
@@ -216,9 +217,13 @@ int refuse(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 int showHelp(const CLI::App& app, const CLI::ParseError& request) {
-  app.exit(request);
-  return std::cout.flush() ? kelvora::tool::kExitSuccess
-                           : fail("the help could not be written", kelvora::tool::kExitNothingRead);
+  std::ostringstream text;
+  app.exit(request, text, text);
+  kelvora::StandardOutput output;
+  const auto columns = static_cast<std::size_t>(output.columns());
+  return output.write(kelvora::tool::fittedHelp(text.str(), columns))
+             ? kelvora::tool::kExitSuccess
+             : fail("the help could not be written", kelvora::tool::kExitNothingRead);
 }
 
 }  // namespace
