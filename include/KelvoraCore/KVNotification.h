@@ -16,7 +16,8 @@ namespace kelvora {
 class KVDataManager;
 class KVSettings;
 
-/// The `sensorKey` of a rule that applies to every sensor.
+/// The `sensorKey` of a rule that applies to the hottest of all temperatures. No stored sensor has
+/// this key.
 inline constexpr char kAnySensorKey[] = "any-sensor";
 
 /// An overheat rule: the user wants to hear when a sensor reaches a limit. A plain value; a field
@@ -36,7 +37,8 @@ struct KELVORA_EXPORT KVNotification {
   /// `repeat` from 1 to 5; 0, which means no repetition, for anything else.
   std::uint64_t repeatMode() const;
   /// Seconds after `lastTimeFired` in which the rule does not fire again: 10, 30, 60, 120 or 300 by
-  /// `repeatMode`; 0 without repetition.
+  /// `repeatMode`. 0 without repetition: then it fires once, and again only after its value has
+  /// been below the limit, when a host removes `lastTimeFired`.
   std::uint64_t repeatDelays() const;
   /// The sensor of that key in the manager's store, looked up on every call; null without such a
   /// sensor. Main thread only.

@@ -1,6 +1,8 @@
 // Fan sets and fan conditions in the terminal.
 
 #include <cstdlib>
+#include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -10,6 +12,7 @@
 
 #include "KelvoraCore/KVDataManager.h"
 
+#include "tests/support/ChildProgram.h"
 #include "tests/support/StoreFixture.h"
 #include "tests/tools/KelvoraProgram.h"
 
@@ -81,18 +84,51 @@ TEST_F(KelvoraFanSets, SetsOfOneSecondHaveIdentifiersOfTheirOwn) {
   EXPECT_EQ(jsonOf({"fansets"}).at("applies"), all.at(1).at("identifier"));
 }
 
+TEST_F(KelvoraFanSets, AddedAtOnceHaveIdentifiersOfTheirOwn) {
+  std::vector<std::unique_ptr<ChildProgram>> programs;
+  for (const char* name : {"a", "b", "c"}) {
+    programs.push_back(std::make_unique<ChildProgram>(
+        KELVORA_PROGRAM, std::vector<std::string>{"fansets", "add", name, "0=1200"}));
+  }
+  for (const auto& program : programs) {
+    program->restOfOutput();
+    EXPECT_EQ(program->wait(), 0);
+  }
+  std::set<json> identifiers;
+  for (const json& set : sets()) {
+    identifiers.insert(set.at("identifier"));
+    EXPECT_EQ(set.at("speeds"), (json{{"F0", 1200.0}}));
+  }
+  EXPECT_EQ(identifiers.size(), 3U);
+}
+
+TEST_F(KelvoraFanSets, OneWhoseIdentifierAnotherHasIsNotChosen) {
+  run({"fansets", "add", "Quiet", "0=1200"});
+  KVDataManager manager(*platform);
+  KVCoreDataStore& store = manager.coreDataStore();
+  store.createFanSetWithName("Twin", {{"F0", 1300.0}})
+      ->setIdentifier(sets().at(0).at("identifier"));
+  ASSERT_EQ(store.viewContext()->save(), std::nullopt);
+  const bool isFirstMeant = run({"fansets", "use", "Quiet"}).status == 0;
+  const ProgramResult twin = run({"fansets", "use", "Twin"});
+  EXPECT_EQ(twin.status, isFirstMeant ? 2 : 0);
+  EXPECT_EQ(sets().size(), 2U);
+}
+
 TEST_F(KelvoraFanSets, SpeedsOfAnotherFormAreRefused) {
   for (const char* word : {"F0", "F0=", "F0=fast", "F0=0", "F0=-5", "F0=1e9", "F0=12rpm", "FK=1200",
                            "X0=1200", "F00=1200", "=1200", "F0=[1]"}) {
     expectRefused(run({"fansets", "add", "Quiet", word}),
                   std::string(word) +
-                      ": The data entered is not valid. (a speed is a fan's key and "
-                      "its revolutions per minute, e.g. F0=1200)");
+                      ": The data entered is not valid. (a speed is a fan's index and "
+                      "its revolutions per minute, e.g. 0=1200)");
   }
   expectRefused(run({"fansets", "add", "Quiet", "F0=1200", "F0=1300"}),
                 "F0: The data entered is not valid. (this fan has two speeds)");
-  expectRefused(run({"fansets", "add", "", "F0=1200"}),
-                "NAME: The data entered is not valid. (a fan set needs a name)");
+  for (const char* blank : {"", "  "}) {
+    expectRefused(run({"fansets", "add", blank, "F0=1200"}),
+                  "NAME: The data entered is not valid. (a fan set needs a name)");
+  }
   EXPECT_EQ(run({"fansets", "add", "Quiet"}).status, 2);
   EXPECT_TRUE(sets().empty());
 }
@@ -108,6 +144,7 @@ TEST_F(KelvoraFanSets, ASetIsChosenByHandAndGivenBack) {
             "no fan set by hand; the conditions choose\n");
   EXPECT_EQ(sets().at(1).at("isManual"), false);
   EXPECT_EQ(jsonOf({"fansets"}).at("applies"), nullptr);
+  EXPECT_EQ(jsonOf({"fansets", "automatic"}), jsonOf({"fansets"}));
 }
 
 TEST_F(KelvoraFanSets, GivingBackIsNotUndoneByTheOlderKey) {
@@ -125,7 +162,12 @@ TEST_F(KelvoraFanSets, AnUnknownOrAmbiguousSetIsRefused) {
   run({"fansets", "add", "Quiet", "F0=1200"});
   expectRefused(run({"fansets", "use", "Quite"}),
                 "Quite: The data entered is not valid. (did you mean Quiet?)");
-  run({"fansets", "add", "Quiet", "F0=1300"});
+  expectRefused(run({"fansets", "add", "Quiet", "F0=1300"}),
+                "Quiet: The data entered is not valid. (there is a fan set of this name already)");
+  KVDataManager manager(*platform);
+  KVCoreDataStore& store = manager.coreDataStore();
+  store.createFanSetWithName("Quiet", {{"F0", 1300.0}})->setIdentifier("7");
+  ASSERT_EQ(store.viewContext()->save(), std::nullopt);
   expectRefused(
       run({"fansets", "remove", "Quiet"}),
       "Quiet: The data entered is not valid. (several fan sets have this name; name one by "
@@ -165,12 +207,13 @@ TEST_F(KelvoraConditions, AnAddedConditionIsListedAndApplies) {
   EXPECT_EQ(added.status, 0) << added.standardError;
   const json condition = conditions().at(0);
   EXPECT_EQ(added.standardOutput,
-            idOf(condition) + "  Fast  TC0P from 80.0  battery: any  any display  enabled\n");
+            idOf(condition) + "  Fast  TC0P from 80°C  battery: any  any display  enabled\n");
   EXPECT_EQ(run({"conditions"}).standardOutput, added.standardOutput);
   EXPECT_EQ(condition, (json{{"id", condition.at("id")},
                              {"fanSet", "Fast"},
                              {"sensorKey", "TC0P"},
                              {"threshold", 80.0},
+                             {"unit", "°C"},
                              {"batteryState", 0},
                              {"externalDisplayConnected", false},
                              {"active", true},
@@ -208,6 +251,9 @@ TEST_F(KelvoraConditions, AreDisabledEnabledAndRemovedById) {
   EXPECT_EQ(conditions().at(0).at("active"), true);
   EXPECT_EQ(jsonOf({"conditions", "remove", id}).at("threshold"), 80.0);
   ASSERT_EQ(conditions().size(), 1U);
+  run({"conditions", "add", "Fast", "TC0P", "--threshold", "70"});
+  EXPECT_THAT(run({"conditions", "remove", idOf(conditions().at(1))}).standardOutput,
+              StartsWith("Removed "));
   EXPECT_EQ(conditions().at(0).at("threshold"), 90.0);
   expectRefused(
       run({"conditions", "remove", id}),
@@ -240,7 +286,7 @@ TEST_F(KelvoraConditions, AConditionOfASensorThatIsGoneIsMarked) {
     store->saveViewContext();
   }
   EXPECT_EQ(conditions().at(0).at("sensorIsStored"), false);
-  EXPECT_THAT(run({"conditions"}).standardOutput, HasSubstr("TC0P from 80.0 (no such sensor)"));
+  EXPECT_THAT(run({"conditions"}).standardOutput, HasSubstr("TC0P from 80 (no such sensor)"));
 }
 
 TEST_F(KelvoraConditions, AStoreThatCannotBeReadIsReported) {

@@ -19,6 +19,7 @@ namespace {
 using nlohmann::json;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
+using ::testing::StartsWith;
 
 class KelvoraRules : public StoreFixture {
  protected:
@@ -60,14 +61,15 @@ TEST_F(KelvoraRules, AnAddedRuleIsActiveAndListed) {
   addSensors();
   const ProgramResult added = rules({"add", "TC0P", "--threshold", "85.5", "--repeat", "3"});
   EXPECT_EQ(added.status, 0) << added.standardError;
-  EXPECT_EQ(added.standardOutput, "TC0P  CPU Proximity  from 85.5  every 60 s  active\n");
+  EXPECT_EQ(added.standardOutput, "TC0P  CPU Proximity  from 85.5°C  every 60 s  active\n");
   EXPECT_EQ(rules({"add", "any-sensor", "--threshold", "95"}).status, 0);
   EXPECT_EQ(rules().standardOutput,
-            "TC0P        CPU Proximity  from 85.5  every 60 s  active\n"
-            "any-sensor                 from 95    once        active\n");
+            "TC0P        CPU Proximity  from 85.5°C  every 60 s  active\n"
+            "any-sensor                 from 95°C    once        active\n");
   EXPECT_EQ(listed(), (json::array({{{"sensorKey", "TC0P"},
                                      {"sensorName", "CPU Proximity"},
                                      {"threshold", 85.5},
+                                     {"unit", "°C"},
                                      {"active", true},
                                      {"repeat", 3},
                                      {"repeatDelaySeconds", 60},
@@ -75,6 +77,7 @@ TEST_F(KelvoraRules, AnAddedRuleIsActiveAndListed) {
                                     {{"sensorKey", "any-sensor"},
                                      {"sensorName", nullptr},
                                      {"threshold", 95.0},
+                                     {"unit", "°C"},
                                      {"active", true},
                                      {"repeat", 0},
                                      {"repeatDelaySeconds", 0},
@@ -111,12 +114,12 @@ TEST_F(KelvoraRules, OnlyWhatIsNamedIsChanged) {
   addSensors();
   rules({"add", "TC0P", "--threshold", "85", "--repeat", "3"});
   const ProgramResult changed = rules({"change", "TC0P", "--threshold", "90"});
-  EXPECT_EQ(changed.standardOutput, "TC0P  CPU Proximity  from 90  every 60 s  active\n");
+  EXPECT_EQ(changed.standardOutput, "TC0P  CPU Proximity  from 90°C  every 60 s  active\n");
   EXPECT_EQ(rules({"change", "TC0P", "--active", "no"}).standardOutput,
-            "TC0P  CPU Proximity  from 90  every 60 s  not active\n");
+            "TC0P  CPU Proximity  from 90°C  every 60 s  not active\n");
   EXPECT_EQ(rules({"change", "TC0P", "--repeat", "0", "--active", "yes"}).standardOutput,
-            "TC0P  CPU Proximity  from 90  once  active\n");
-  EXPECT_EQ(rules().standardOutput, "TC0P  CPU Proximity  from 90  once  active\n");
+            "TC0P  CPU Proximity  from 90°C  once  active\n");
+  EXPECT_EQ(rules().standardOutput, "TC0P  CPU Proximity  from 90°C  once  active\n");
 }
 
 TEST_F(KelvoraRules, AChangedRuleMayFireAgain) {
@@ -159,6 +162,24 @@ TEST_F(KelvoraRules, ARemovedRuleIsGoneAndTheOthersStay) {
   EXPECT_EQ(json::parse(removed.standardOutput).at("sensorKey"), "TC0P");
   ASSERT_EQ(listed().size(), 1U);
   EXPECT_EQ(listed().at(0).at("sensorKey"), "TG0P");
+  EXPECT_THAT(rules({"remove", "TG0P"}).standardOutput, StartsWith("Removed TG0P  "));
+}
+
+TEST_F(KelvoraRules, ALimitIsShownInTheUnitInWhichItCountsNow) {
+  addSensors();
+  const auto setUnit = [](const char* celsius) {
+    return run({"settings", "set", "tempUnitCelsius", celsius}).standardError;
+  };
+  EXPECT_EQ(setUnit("false"), "");  // there are no rules
+  EXPECT_EQ(setUnit("true"), "");
+  rules({"add", "TC0P", "--threshold", "85"});
+  EXPECT_EQ(setUnit("true"), "");
+  EXPECT_EQ(setUnit("false"),
+            "kelvora: the limits of overheat rules for temperatures now count in °F "
+            "('kelvora rules' lists them)\n");
+  EXPECT_EQ(rules().standardOutput, "TC0P  CPU Proximity  from 85°F  once  active\n");
+  EXPECT_EQ(listed().at(0).at("unit"), "°F");
+  EXPECT_EQ(listed().at(0).at("threshold"), 85);
 }
 
 TEST_F(KelvoraRules, WrongOptionsAreRefused) {

@@ -235,7 +235,7 @@ TEST_F(KelvoraSettings, ArchivedDataIsShownAsItsSizeAndCannotBeSet) {
   EXPECT_EQ(settings({"get", "overheatNotifications"}).standardOutput, "4 bytes\n");
   EXPECT_EQ(setting("overheatNotifications")["value"], json({{"bytes", 4}}));
   expectRefused(settings({"set", "overheatNotifications", "x"}),
-                "overheatNotifications cannot be set here: only the programs can write it");
+                "overheatNotifications cannot be set here: 'kelvora rules' changes it");
 }
 
 TEST_F(KelvoraSettings, WrongNamesAndWordsAreOneLineAndStatusTwo) {

@@ -1,14 +1,18 @@
 #include "tools/kelvora/Changes.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <iterator>
+
+#include <nlohmann/json.hpp>
 
 #include "KelvoraCore/KVError.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/NearName.h"
+#include "tools/kelvora/Report.h"
 #include "tools/kelvora/StoreForReading.h"
 #include "tools/kelvora/Text.h"
 
@@ -76,6 +80,12 @@ void requireStored(bool isStored, const std::string& what) {
     throw CommandError(kExitNothingRead,
                        what + " could not be written ('kelvora doctor' says more)");
   }
+}
+
+std::string limitText(double limit, const std::optional<std::string>& unit) {
+  const bool isWhole = std::trunc(limit) == limit && std::abs(limit) < 1e15;
+  const Json number = isWhole ? Json(static_cast<std::int64_t>(limit)) : jsonNumber(limit);
+  return "from " + (number.is_null() ? "no number" : number.dump()) + unit.value_or("");
 }
 
 std::string table(const std::vector<std::vector<std::string>>& rows) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +33,9 @@ void save(KVCoreDataStore& store);
 
 /// Ends the command unless a setting was stored.
 void requireStored(bool isStored, const std::string& what);
+
+/// From which value on something happens: "from 85.5°C", or "from 85.5" without a unit.
+std::string limitText(double limit, const std::optional<std::string>& unit);
 
 /// A text as the first line of a table's column and the texts below it, e.g. for a list of rules:
 /// each column as wide as its widest text, two blanks between.

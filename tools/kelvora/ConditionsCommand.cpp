@@ -2,6 +2,7 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/FanSetChoice.h"
 #include "tools/kelvora/Report.h"
+#include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/StoreForReading.h"
 #include "tools/kelvora/Text.h"
 
@@ -31,12 +33,20 @@ std::string batteryText(std::int16_t state) {
   return index < batteryNames().size() ? batteryNames()[index] : std::to_string(state);
 }
 
+// Of the limit; none without the sensor.
+std::optional<std::string> unitOf(const KVFanCondition& condition) {
+  const KVSensorPtr sensor = condition.sensor();
+  return sensor == nullptr ? std::nullopt : rawUnit(sensor->categoryType());
+}
+
 Json jsonCondition(const KVFanCondition& condition) {
   const KVFanSetPtr set = condition.fanSet();
+  const auto unit = unitOf(condition);
   return {{"id", condition.objectID()},
           {"fanSet", set == nullptr ? Json(nullptr) : Json(set->name())},
           {"sensorKey", condition.sensorKey()},
           {"threshold", jsonNumber(condition.threshold())},
+          {"unit", unit ? Json(*unit) : Json(nullptr)},
           {"batteryState", condition.batteryState()},
           {"externalDisplayConnected", condition.externalDisplayConnected()},
           {"active", condition.active()},
@@ -47,7 +57,8 @@ std::vector<std::string> rowOf(const KVFanCondition& condition) {
   const KVFanSetPtr set = condition.fanSet();
   return {std::to_string(condition.objectID()),
           set == nullptr ? "no fan set" : printable(set->name()),
-          printable(condition.sensorKey()) + " from " + jsonNumber(condition.threshold()).dump() +
+          printable(condition.sensorKey()) + " " +
+              limitText(condition.threshold(), unitOf(condition)) +
               (condition.sensor() == nullptr ? " (no such sensor)" : ""),
           "battery: " + batteryText(condition.batteryState()),
           condition.externalDisplayConnected() ? "external display" : "any display",
@@ -122,7 +133,7 @@ int runRemove(const Options& options, StandardOutput& output) {
   KVCoreDataStore& store = KVDataManager::shared().coreDataStore();
   const KVFanConditionPtr condition = requiredCondition(store, options.text("ID"));
   const Json removed = jsonCondition(*condition);
-  const std::string text = table({rowOf(*condition)});
+  const std::string text = "Removed " + table({rowOf(*condition)});
   store.viewContext()->deleteObject(condition);
   save(store);
   options.json ? writeJson(output, removed) : writeText(output, text);

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -5,11 +7,13 @@
 #include <nlohmann/json.hpp>
 
 #include "KelvoraCore/KVDataManager.h"
+#include "KelvoraCore/KVExtension.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
 #include "KelvoraCore/KVUtils.h"
 
 #include "tools/kelvora/Changes.h"
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/FanChangeLock.h"
 #include "tools/kelvora/FanSetChoice.h"
 #include "tools/kelvora/FanSpeeds.h"
 #include "tools/kelvora/Report.h"
@@ -21,6 +25,7 @@ namespace kelvora::tool {
 
 namespace {
 
+constexpr std::chrono::seconds kLongestWait{10};
 constexpr char kChoice[] = "the choice of a fan set";
 
 Json jsonSet(const KVFanSet& set) {
@@ -87,8 +92,13 @@ int runAdd(const Options& options, StandardOutput& output) {
   const std::string name = options.text("NAME");
   const PropertyListValue::Dictionary speeds = parsedSpeeds(options.texts("SPEED"));
   KVCoreDataStore& store = KVDataManager::shared().coreDataStore();
-  if (name.empty()) {
+  if (KVExtension::isBlank(name)) {
     refuse("NAME", kInvalidInput, "a fan set needs a name");
+  }
+  const FanChangeLock lock(Platform::current(), kLongestWait, FanLockKind::kSets);
+  const auto sets = readable(store.allFanSets());
+  if (std::ranges::any_of(sets, [&](const KVFanSetPtr& set) { return set->name() == name; })) {
+    refuse(name, kInvalidInput, "there is a fan set of this name already");
   }
   const KVFanSetPtr set = store.createFanSetWithName(name, speeds);
   if (set != nullptr) {
@@ -104,7 +114,7 @@ int runRemove(const Options& options, StandardOutput& output) {
   KVCoreDataStore& store = manager.coreDataStore();
   const KVFanSetPtr set = requiredFanSet(store, options.text("NAME"));
   const Json removed = jsonSet(*set);
-  const std::string text = table({rowOf(*set, nullptr)});
+  const std::string text = "Removed " + table({rowOf(*set, nullptr)});
   store.viewContext()->deleteObject(set);
   save(store);
   options.json ? writeJson(output, removed) : writeText(output, text);
@@ -114,6 +124,10 @@ int runRemove(const Options& options, StandardOutput& output) {
 int runUse(const Options& options, StandardOutput& output) {
   KVDataManager& manager = KVDataManager::shared();
   const KVFanSetPtr set = requiredFanSet(manager.coreDataStore(), options.text("NAME"));
+  const KVFanSetPtr meant = manager.coreDataStore().getFanSetById(set->identifier());
+  if (meant == nullptr || meant->objectID() != set->objectID()) {
+    refuse(options.text("NAME"), kInvalidInput, "another fan set has the same identifier");
+  }
   requireStored(manager.setManualFanSetId(set->identifier()), kChoice);
   writeSet(options, output, *set);
   return kExitSuccess;
@@ -123,10 +137,9 @@ int runUse(const Options& options, StandardOutput& output) {
 int runAutomatic(const Options& options, StandardOutput& output) {
   requireStored(KVDataManager::shared().setManualFanSetId(""), kChoice);
   if (options.json) {
-    writeJson(output, {{"applies", nullptr}});
-  } else {
-    writeText(output, "no fan set by hand; the conditions choose\n");
+    return runFanSets(options, output);
   }
+  writeText(output, "no fan set by hand; the conditions choose\n");
   return kExitSuccess;
 }
 
@@ -138,22 +151,22 @@ std::vector<Command> fanSetsCommands() {
                       .need = Argument::Need::kRequired};
   return {{.name = "fansets",
            .description = "List the fan sets, or change them",
-           .example = "kelvora fansets\n  kelvora fansets add Quiet F0=1200 F1=1300",
+           .example = "kelvora fansets\n  kelvora fansets add Quiet 0=1200 1=1300",
            .machine = MachineUse::kEnvironment,
            .run = runFanSets},
           {.parent = "fansets",
            .name = "add",
            .description = "Add a fan set with the speeds of fans",
-           .example = "kelvora fansets add Fast F0=5000 F1=5200",
+           .example = "kelvora fansets add Fast 0=5000 1=5200",
            .machine = MachineUse::kEnvironment,
            .arguments = {{.name = "NAME",
                           .description = "A name of your own",
                           .need = Argument::Need::kRequired},
                          {.name = "SPEED",
                           .kind = Argument::Kind::kTexts,
-                          .description = "A fan's key and its revolutions per minute",
+                          .description = "A fan's index and its revolutions per minute",
                           .need = Argument::Need::kRequired,
-                          .typeName = "KEY=RPM"}},
+                          .typeName = "INDEX=RPM"}},
            .run = runAdd},
           {.parent = "fansets",
            .name = "remove",

@@ -37,18 +37,21 @@ PropertyListValue::Dictionary parsedSpeeds(const std::vector<std::string>& words
   for (const std::string& word : words) {
     const std::size_t sign = std::min(word.find('='), word.size());
     const auto revolutions = revolutionsIn(word.substr(std::min(sign + 1, word.size())));
-    const std::string key = word.substr(0, sign);
+    std::string key = word.substr(0, sign);
+    if (fanOfSetKey("F" + key)) {  // "0=1200"
+      key.insert(0, 1, 'F');
+    }
     if (!fanOfSetKey(key) || !revolutions || !(*revolutions > 0) ||
         *revolutions > kMostRevolutions) {
       refuse(word, kInvalidInput,
-             "a speed is a fan's key and its revolutions per minute, e.g. F0=1200");
+             "a speed is a fan's index and its revolutions per minute, e.g. 0=1200");
     }
     if (!speeds.emplace(key, *revolutions).second) {
       refuse(key, kInvalidInput, "this fan has two speeds");
     }
   }
   if (speeds.empty()) {
-    refuse("SPEED", kInvalidInput, "a fan set needs a speed, e.g. F0=1200");
+    refuse("SPEED", kInvalidInput, "a fan set needs a speed, e.g. 0=1200");
   }
   return speeds;
 }

@@ -8,12 +8,14 @@
 #include <nlohmann/json.hpp>
 
 #include "KelvoraCore/KVSettingsSnapshot.h"
-#include "KelvoraCore/KVValueConverter.h"
+#include "KelvoraCore/Sensor.h"
 
 #include "tools/kelvora/Changes.h"
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Notices.h"
 #include "tools/kelvora/Report.h"
+#include "tools/kelvora/SensorText.h"
+#include "tools/kelvora/StoreForReading.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -27,43 +29,52 @@ Json jsonOf(const std::optional<T>& value) {
   return value ? Json(*value) : Json(nullptr);
 }
 
-Json jsonRule(const KVNotification& rule) {
+using Unit = std::optional<std::string>;
+
+// A rule's limit counts in the unit that a value of its sensor is shown in; none without the
+// sensor.
+Unit unitOfRule(const KVNotification& rule, KVCoreDataStore& store, KVSettings& settings) {
+  if (rule.sensorKey == kAnySensorKey) {
+    return limitUnit(SensorTypeTemperature, settings);
+  }
+  const KVSensorPtr sensor = rule.sensorKey ? store.getSensorByKey(*rule.sensorKey) : KVSensorPtr();
+  return sensor == nullptr ? std::nullopt : limitUnit(sensor->categoryType(), settings);
+}
+
+Json jsonRule(const KVNotification& rule, const Unit& unit) {
   return {
       {"sensorKey", jsonOf(rule.sensorKey)},
       {"sensorName", jsonOf(rule.sensorName)},
       {"threshold", rule.threshold ? jsonNumber(*rule.threshold) : Json(nullptr)},
+      {"unit", jsonOf(unit)},
       {"active", rule.active.value_or(false)},
       {"repeat", rule.repeatMode()},
       {"repeatDelaySeconds", rule.repeatDelays()},
       {"lastTimeFired", rule.lastTimeFired ? Json(isoTime(*rule.lastTimeFired)) : Json(nullptr)}};
 }
 
-std::string thresholdText(const KVNotification& rule) {
-  if (!rule.threshold) {
-    return "no limit";
-  }
-  Json number = *rule.threshold;
-  return "from " + (std::trunc(*rule.threshold) == *rule.threshold
-                        ? Json(static_cast<std::int64_t>(*rule.threshold)).dump()
-                        : number.dump());
-}
-
-std::vector<std::string> rowOf(const KVNotification& rule) {
+std::vector<std::string> rowOf(const KVNotification& rule, const Unit& unit) {
   const std::string repetition =
       rule.repeatMode() == 0 ? "once" : "every " + std::to_string(rule.repeatDelays()) + " s";
   return {printable(rule.sensorKey.value_or("no sensor")),
           printable(rule.sensorName.value_or("")),
-          thresholdText(rule),
+          rule.threshold ? limitText(*rule.threshold, unit) : "no limit",
           repetition,
           rule.active.value_or(false) ? "active" : "not active",
           rule.lastTimeFired ? "fired " + isoTime(*rule.lastTimeFired) : ""};
 }
 
-void writeRule(const Options& options, StandardOutput& output, const KVNotification& rule) {
+/// What a command did to the rule that it prints.
+enum class Done { kStored, kRemoved };
+
+void writeRule(const Options& options, StandardOutput& output, const KVNotification& rule,
+               Done done = Done::kStored) {
+  KVSettingsSnapshot settings;
+  const Unit unit = unitOfRule(rule, KVDataManager::shared().coreDataStore(), settings);
   if (options.json) {
-    writeJson(output, jsonRule(rule));
+    writeJson(output, jsonRule(rule, unit));
   } else {
-    writeText(output, table({rowOf(rule)}));
+    writeText(output, (done == Done::kRemoved ? "Removed " : "") + table({rowOf(rule, unit)}));
   }
 }
 
@@ -91,21 +102,20 @@ void setRepeat(KVNotification& rule, const Options& options) {
 }
 
 int runRules(const Options& options, StandardOutput& output) {
-  KVSettingsSnapshot settings;
-  const auto rules = storedOverheatNotifications(settings);
-  if (options.json) {
-    Json list = Json::array();
-    for (const KVNotification& rule : rules.value_or(std::vector<KVNotification>())) {
-      list.push_back(jsonRule(rule));
-    }
-    writeJson(output, {{"rules", list}});
-    return kExitSuccess;
-  }
+  StoreForReading reading;
+  const auto rules = storedOverheatNotifications(reading.settings());
+  Json list = Json::array();
   std::vector<std::vector<std::string>> rows;
   for (const KVNotification& rule : rules.value_or(std::vector<KVNotification>())) {
-    rows.push_back(rowOf(rule));
+    const Unit unit = unitOfRule(rule, reading.store(), reading.settings());
+    list.push_back(jsonRule(rule, unit));
+    rows.push_back(rowOf(rule, unit));
   }
-  writeText(output, rows.empty() ? "no rules ('kelvora rules add' makes one)\n" : table(rows));
+  if (options.json) {
+    writeJson(output, {{"rules", list}});
+  } else {
+    writeText(output, rows.empty() ? "no rules ('kelvora rules add' makes one)\n" : table(rows));
+  }
   return kExitSuccess;
 }
 
@@ -162,7 +172,7 @@ int runRemove(const Options& options, StandardOutput& output) {
   const KVNotification rule = requiredRule(manager, options.text("SENSOR"));
   requireStored(manager.removeOverheatNotification(*rule.sensorKey), kList);
   sendNotices();
-  writeRule(options, output, rule);
+  writeRule(options, output, rule, Done::kRemoved);
   return kExitSuccess;
 }
 

@@ -66,6 +66,13 @@ std::optional<std::string> rawUnit(std::uint64_t type) {
   return type < kUnits.size() ? std::optional<std::string>(kUnits.at(type)) : std::nullopt;
 }
 
+std::optional<std::string> limitUnit(std::uint32_t type, KVSettings& settings) {
+  constexpr bool kShort = true;
+  return type == SensorTypeTemperature
+             ? KVValueConverter::unitStringFromCategoryType(type, !kShort, settings)
+             : rawUnit(type);
+}
+
 std::string localizedText(std::string_view key, std::string_view english,
                           const KVLocalized::Texts& texts) {
   const auto text = texts.localizedStringForKey(key);

@@ -21,6 +21,10 @@ std::string valueText(const Sensor& sensor, KVSettings& settings);
 /// is not a SensorType.
 std::optional<std::string> rawUnit(std::uint64_t type);
 
+/// The unit in which the limit of an overheat rule counts: as above, but "°F" for temperatures
+/// where the user has chosen degrees Fahrenheit.
+std::optional<std::string> limitUnit(std::uint32_t type, KVSettings& settings);
+
 /// The text of a key in the user's language; `english` where no table has a text for it.
 std::string localizedText(std::string_view key, std::string_view english,
                           const KVLocalized::Texts& texts);

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstddef>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -7,12 +8,15 @@
 
 #include <nlohmann/json.hpp>
 
+#include "KelvoraCore/KVDataManager.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
+#include "KelvoraCore/Sensor.h"
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/NearName.h"
 #include "tools/kelvora/Notices.h"
 #include "tools/kelvora/Report.h"
+#include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/SettingText.h"
 #include "tools/kelvora/Text.h"
 
@@ -128,8 +132,27 @@ std::string rendered(const std::vector<Line>& lines, std::size_t terminal, const
   return text;
 }
 
+// A look that stores no default.
+std::optional<std::string> unitOfRules() {
+  KVSettingsSnapshot settings;
+  return limitUnit(SensorTypeTemperature, settings);
+}
+
+// The numbers of the rules stay, but they mean another temperature.
+void warnOfRules() {
+  KVSettingsSnapshot settings;
+  const auto rules = storedOverheatNotifications(settings);
+  if (rules && !rules->empty()) {
+    std::fprintf(stderr,
+                 "kelvora: the limits of overheat rules for temperatures now count in %s "
+                 "('kelvora rules' lists them)\n",
+                 unitOfRules()->c_str());
+  }
+}
+
 void store(const KVSetting& setting, const std::optional<PropertyListValue>& value) {
   KVSettings& settings = KVSettings::shared();
+  const auto unit = unitOfRules();
   // The language is announced only when it changes.
   const bool isUnchanged = settings.isStored(setting) && settings.value(setting) == value;
   if (setting.id == KVSettingID::kCurrentLanguage && isUnchanged) {
@@ -140,6 +163,9 @@ void store(const KVSetting& setting, const std::optional<PropertyListValue>& val
                                              ": could not be written ('kelvora doctor' says more)");
   }
   sendNotices();
+  if (unitOfRules() != unit) {
+    warnOfRules();
+  }
 }
 
 int runSettings(const Options& options, StandardOutput& output) {
@@ -170,7 +196,7 @@ int runSet(const Options& options, StandardOutput& output) {
   const KVSetting& setting = settingNamed(options.text("NAME"));
   if (setting.type == KVSettingType::kData) {
     throw CommandError(kExitUsage, std::string(setting.property) +
-                                       " cannot be set here: only the programs can write it");
+                                       " cannot be set here: 'kelvora rules' changes it");
   }
   const auto value = parsedSetting(setting, options.text("VALUE"));
   if (!value) {
