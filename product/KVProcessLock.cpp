@@ -11,7 +11,8 @@ namespace kelvora {
 KVProcessLock::KVProcessLock(const std::string& name, Platform& platform) {
   const auto folder = KVUtils::groupContainerPath(platform);
   if (!folder) {
-    fault_ = "the programs have no folder in common";
+    const auto location = KVUtils::groupContainerLocation(platform);
+    fault_ = location ? *location + " cannot be created" : "the programs have no folder in common";
     return;
   }
   std::error_code error;

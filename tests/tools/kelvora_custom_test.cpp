@@ -174,8 +174,8 @@ TEST_F(KelvoraCustom, WhatCannotBeSavedIsAFailure) {
                              "{ trap '' XFSZ; ulimit -f 64; '" KELVORA_PROGRAM
                              "' custom add TCYY \"$0\" --type power; echo $?; } 2>&1 | cat",
                              std::string(60000, 'x')});
-  EXPECT_THAT(result.standardOutput,
-              HasSubstr("\nkelvora: TCYY: Something went wrong. Please try again.\n1\n"));
+  EXPECT_THAT(result.standardOutput, HasSubstr("\nkelvora: TCYY: Something went wrong. Please try "
+                                               "again. ('kelvora doctor' says more)\n1\n"));
   EXPECT_EQ(list().size(), 1U);
 }
 

@@ -62,13 +62,13 @@ std::string customText(const KVSensor& sensor, KVSettings& settings) {
 }
 
 // A refusal in the words of the library.
-[[noreturn]] void refuse(const std::string& word, const KVError& error, ExitStatus status) {
-  throw CommandError(status, printable(word) + ": " + error.localizedDescription());
+[[noreturn]] void refuse(const std::string& word, const KVError& error) {
+  throw CommandError(kExitUsage, printable(word) + ": " + error.localizedDescription());
 }
 
 [[noreturn]] void refuse(const std::string& word, std::int64_t code) {
   KVSettingsSnapshot settings;  // a refusal stores no language
-  refuse(word, KVError::errorWithCode(code, settings), kExitUsage);
+  refuse(word, KVError::errorWithCode(code, settings));
 }
 
 // An SMC has keys of four characters.
@@ -101,8 +101,11 @@ void requireDone(const std::string& key, bool done, const std::optional<KVError>
   sendNotices();
   if (!done) {
     constexpr std::int64_t kGeneral = 0;
-    const bool isFault = error->code == kGeneral;
-    refuse(key, *error, isFault ? kExitNothingRead : kExitUsage);
+    if (error->code == kGeneral) {
+      throw CommandError(kExitNothingRead, printable(key) + ": " + error->localizedDescription() +
+                                               " ('kelvora doctor' says more)");
+    }
+    refuse(key, *error);
   }
 }
 

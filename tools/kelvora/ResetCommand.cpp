@@ -51,6 +51,9 @@ Names entriesOf(const std::string& folder) {
        entry.increment(error)) {
     names.push_back(entry->path().filename().string());
   }
+  if (error && error != std::errc::no_such_file_or_directory) {
+    throw CommandError(kExitNothingRead, folder + ": " + error.message());
+  }
   std::ranges::sort(names);
   return names;
 }

@@ -60,6 +60,10 @@ bool isWanted(const Sensor& sensor, const Options& options) {
          (!options.has("--type") || options.text("--type") == typeNameOf(sensor.type));
 }
 
+bool isFiltered(const Options& options) {
+  return !options.texts("KEY").empty() || options.has("--group") || options.has("--type");
+}
+
 std::string remarkOf(const Sensor& sensor, const KVLocalized::Texts& texts) {
   if (sensor.sourceType == SensorSourceComputed) {
     return localizedText("sensor-source-computed", "computed", texts);
@@ -245,12 +249,16 @@ int runSensors(const Options& options, StandardOutput& output) {
                        {"failures", controller.failures},
                        {"notInRecording", failures.notInRecording}});
   } else {
-    writeReading(output, machine, sensors, failures);
+    // What some other sensor lacks is not what was asked for.
+    writeReading(output, machine, sensors, isFiltered(options) ? ReadFailures() : failures);
   }
   if (nothingRead) {
     throw CommandError(kExitNothingRead, machine.platform.title() + ": no sensor could be read");
   }
   requireEveryKey(options, sensors);
+  if (sensors.empty() && !options.json) {
+    writeText(output, "no sensor matches\n");
+  }
   return kExitSuccess;
 }
 
