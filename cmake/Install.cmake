@@ -20,10 +20,17 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/presentation/lproj/ DESTINATION ${KELVOR
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/machines DESTINATION ${KELVORA_RESOURCES}
   FILES_MATCHING PATTERN "*.json")
 
+# What a person reads: the README and what it leads to.
+install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# The programs that a host needs beside itself to hold fans.
+set(KELVORA_PROGRAM_FOLDER ${CMAKE_INSTALL_BINDIR})
+
 get_target_property(library_type KelvoraCore TYPE)
 configure_package_config_file(cmake/KelvoraCoreConfig.cmake.in
   ${package_files}/KelvoraCoreConfig.cmake INSTALL_DESTINATION ${package_folder}
-  PATH_VARS KELVORA_RESOURCES)
+  PATH_VARS KELVORA_RESOURCES KELVORA_PROGRAM_FOLDER)
 write_basic_package_version_file(${package_files}/KelvoraCoreConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
 install(FILES ${package_files}/KelvoraCoreConfig.cmake
