@@ -15,10 +15,6 @@
 #include "ports/SMCUserClient.h"
 #include "tests/support/RecordedMachines.h"
 
-namespace kelvora::platform {
-inline constexpr KernelStatus kIOReturnError = kKernelError;  // for tests that have not moved yet
-}
-
 namespace kelvora::testing {
 
 /// One 80-byte call, as it was sent.

@@ -89,8 +89,7 @@ TEST_F(WatchSamplerTest, AReadThatFailsEachTimeIsReportedOnce) {
   };
   read();
   smc.setOverride([](const auto& call, auto) {
-    return call.key == SMCPackedKey("TC0P") ? std::optional(platform::kIOReturnError)
-                                            : std::nullopt;
+    return call.key == SMCPackedKey("TC0P") ? std::optional(platform::kKernelError) : std::nullopt;
   });
   read();
   read();
