@@ -48,7 +48,7 @@ constexpr GuardianRow kGuardianRules[] = {
     {GS::kWatching, GE::kTimeIsOver, GS::kExpired, GA::kHandBack},
     // Also before the first speed was written: the tool may be on its way.
     {GS::kWatching, GE::kChannelEnded, GS::kEnding, GA::kHandBack},
-    // A late renewal changes nothing: the holder learns that its time is over and lets the fan go.
+    // A late renewal changes nothing: the holder learns that its time is over and hands it back.
     {GS::kExpired, GE::kRenewed, GS::kExpired, GA::kSayExpired},
     {GS::kExpired, GE::kHandedBack, GS::kExpired, GA::kSayExpired},
     {GS::kExpired, GE::kHandBackFailed, GS::kExpired, GA::kSayExpired},

@@ -42,7 +42,7 @@ void examineContent(KVStoreFile& file, Platform& platform) {
 }
 
 void examine(KVStoreFile& file, Platform& platform) {
-  // Opening a pipe, say, would wait for the other end.
+  // Opening e.g. a pipe would wait for the other end.
   if (std::error_code error; !std::filesystem::is_regular_file(file.path, error)) {
     file.fault = "not a file";
   } else if (!engine::isWritable(file.path)) {

@@ -6,7 +6,7 @@
 
 namespace kelvora {
 
-/// The facts in a hardware report. What it lacks is none.
+/// The facts in a hardware report. A fact that it lacks has no value.
 struct HardwareReport {
   std::optional<std::string> modelNumber;
   std::optional<std::string> serial;

@@ -282,6 +282,15 @@ TEST_F(OverheatRulesTest, RulesFireInTheOrderOfTheList) {
   EXPECT_THAT(fireAt(2), ElementsAre("TC0P", "TG0P"));
 }
 
+TEST_F(OverheatRulesTest, ARuleWithoutAReadingKeepsNoOtherFromFiring) {
+  KVNotification off = activeRule("TG0P", 1);
+  off.active = false;
+  set("TG0P", 80);
+  set("TC0P", 80);
+  store({off, activeRule("gone", 1), activeRule("TC0P", 70)});
+  EXPECT_THAT(fireAt(0), ElementsAre("TC0P"));
+}
+
 TEST_F(OverheatRulesTest, FiringKeepsWhatTheUserChangesMeanwhile) {
   store({activeRule("TC0P", 70, 1)});
   set("TC0P", 80);

@@ -24,7 +24,7 @@ std::uintmax_t sizeOf(const std::string& path) {
   return error ? 0 : size;
 }
 
-// Nothing of what is no file: opening a pipe, say, would wait for its other end.
+// Empty for what is no file: opening e.g. a pipe would wait for its other end.
 std::string bytesOf(const std::string& path, std::uintmax_t from, std::size_t most) {
   if (std::error_code error; !fs::is_regular_file(path, error)) {
     return "";

@@ -25,8 +25,8 @@ using Clock = std::chrono::steady_clock;
 constexpr double kShortestInterval = 0.2;
 constexpr double kLongestInterval = 3600;
 
-// When the sample after one at `time` is due. What was missed, because the computer slept say, is
-// not made up for.
+// When the sample after one at `time` is due. Samples that were missed, e.g. while the computer
+// slept, are not taken later.
 Clock::time_point nextTime(Clock::time_point time, const Options& options) {
   const auto every = options.seconds("--every");
   const std::chrono::duration<double> interval(every ? *every

@@ -25,7 +25,7 @@ namespace kelvora::tool {
 
 namespace {
 
-// What a person calls now, where one report is shown.
+// How long one live report measures, so that its rates are those of now.
 constexpr std::chrono::seconds kNow(1);
 
 constexpr std::size_t kMostBarColumns = 20;
@@ -181,7 +181,7 @@ int runUsage(const Options& options, StandardOutput& output) {
   const bool isOnce = !isWatched(options);
   const MachineChoice machine = chooseAnyMachine(options.machine);
   UsageReport report(machine.platform);
-  // Of a recording nothing is known but what was since start-up.
+  // The counters of a recording never change: waiting would give no rate.
   const bool isMeasured = !isOnce || !machine.platform.isLive() || measure(report);
   if (!isMeasured || !show(report, options, machine, output)) {
     throw CommandError(kExitNothingRead, kInterrupted);

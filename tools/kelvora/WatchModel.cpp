@@ -28,7 +28,7 @@ using Texts = KVLocalized::Texts;
 
 constexpr char kUnknown[] = "–";
 
-// From where on a figure stands out.
+// From which value on a figure is coloured.
 struct Limits {
   double warm;
   double hot;
@@ -196,7 +196,7 @@ WatchModel::WatchModel(Platform& platform)
     : platform_(platform), hasSensorHardware_(platform.hasSensorHardware()) {}
 
 void WatchModel::setReading(WatchReading reading) {
-  // The counters of a recording stand still: its load since start-up is all that there is to know.
+  // The counters of a recording never change: its load since start-up is all that there is to know.
   if (!platform_.isLive() && !reading.usage.load && reading_) {
     reading.usage.load = reading_->usage.load;
   }

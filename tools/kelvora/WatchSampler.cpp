@@ -18,7 +18,7 @@ namespace kelvora::tool {
 namespace {
 
 /// Posts each failure once, and not again each second.
-class PatientController : public SensorController {
+class ReportOnceController : public SensorController {
  public:
   using SensorController::SensorController;
   void smcReadValueFailedWithError(const std::string& message) override {
@@ -102,7 +102,7 @@ struct WatchSampler::Shared {
   WatchReading read() {
     // Made by the first reading, because it may ask the system's slow tools.
     if (controller == nullptr) {
-      controller = std::make_unique<PatientController>(platform);
+      controller = std::make_unique<ReportOnceController>(platform);
       usage = std::make_unique<UsageSampler>(platform);
     }
     WatchReading reading;
@@ -121,7 +121,7 @@ struct WatchSampler::Shared {
   }
 
   Platform& platform;
-  std::unique_ptr<PatientController> controller;
+  std::unique_ptr<ReportOnceController> controller;
   std::unique_ptr<UsageSampler> usage;
   CPUReader reader;
   Work<WatchReading> readings{"kelvora.read"};

@@ -25,10 +25,9 @@ std::optional<std::vector<ProcessorTicks>> LinuxHostStatistics::processorTicks()
   return ticks;
 }
 
-// proc(5): the time of waiting for devices may decrease. The kernel has then counted it as idle
-// time instead, but both are rounded down and not read at once, so that their sum decreases too. A
-// difference of 32 bits would take that for 497 days. A processor that was turned off and on begins
-// at 0, and what it lacks is not small.
+// proc(5): iowait may decrease, and its sum with the idle time too, by a few ticks. Callers
+// subtract 32-bit counters, so that a decrease would look like 497 days. Small decreases are hidden
+// here. A large one means that the processor was turned off and on, and counts from 0 again.
 void LinuxHostStatistics::holdIdleTicks(std::vector<ProcessorTicks>& ticks) {
   constexpr std::uint32_t kMostTakenBack = 6000;  // a minute
   const std::lock_guard lock(mutex_);

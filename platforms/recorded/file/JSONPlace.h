@@ -26,7 +26,7 @@ class JSONPlace {
   bool boolean() const;
   /// A finite number.
   double number() const;
-  /// A whole number within bounds; 3.0 is none.
+  /// A whole number within bounds; 3.0 is refused.
   std::int64_t integer(std::int64_t lowest, std::int64_t highest) const;
   template <typename T>
   T integer() const {
