@@ -175,6 +175,9 @@ class KVFanLease::Holder {
   }
 
   bool mayStart(const std::vector<KVFanSpeed>& speeds) {
+    if (options_.timeout < milliseconds(1) || options_.timeout > kLongestTimeout) {
+      return fail("the time-out of a lease is 1 ms to 24 hours");
+    }
     fans_.clear();
     const bool isReady =
         handBackLeftBehind(speeds) &&

@@ -15,9 +15,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-// A request may be a program's own text: a guardian takes no time-out that would never end.
-constexpr std::int64_t kLongestTimeout = 86'400'000;
-
 // What `Files::replace` adds to the name of a file while it writes.
 constexpr char kOfWriter[] = ".new";
 
@@ -55,7 +52,7 @@ LeaseRequest leaseRequest(const Json& json) {
   for (const Json& fan : json.at("fans")) {
     request.fans.push_back(leasedFan(fan));
   }
-  if (timeout <= 0 || timeout > kLongestTimeout || request.fans.empty()) {
+  if (timeout <= 0 || timeout > kLongestTimeout.count() || request.fans.empty()) {
     throw std::out_of_range("no such lease");
   }
   request.timeout = std::chrono::milliseconds(timeout);

@@ -21,6 +21,9 @@ struct LeasedFan {
   FanWrite handBack;  ///< ("F0Md", "00"), or the minimum that was there before: ("F0Mn", "12c0")
 };
 
+/// A guardian takes no time-out that would never end: a request may be a program's own text.
+inline constexpr std::chrono::milliseconds kLongestTimeout = std::chrono::hours(24);
+
 /// What a holder asks of its guardian.
 struct LeaseRequest {
   std::string program;                  ///< the holder's name, e.g. "kelvora"

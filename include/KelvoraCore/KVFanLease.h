@@ -20,8 +20,8 @@ struct KELVORA_EXPORT KVFanSpeed {
 
 /// How a lease is held.
 struct KELVORA_EXPORT KVFanLeaseOptions {
-  /// The fans are handed back when the lease is not renewed for so long; up to a day. Also the
-  /// longest wait for the privileged tool.
+  /// The fans are handed back when the lease is not renewed for so long: 1 ms to 24 hours, `take`
+  /// fails for any other. Also the longest wait for the privileged tool.
   std::chrono::milliseconds timeout{10'000};
   /// The name by which other programs know the holder; empty: that of the running executable.
   std::string program;

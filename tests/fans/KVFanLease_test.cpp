@@ -229,6 +229,17 @@ TEST_F(KVFanLeaseTest, WithoutAGuardianNothingIsWritten) {
   EXPECT_EQ(writes(), Writes{});
 }
 
+TEST_F(KVFanLeaseTest, ATimeOutOutOfRangeIsRefused) {
+  for (const milliseconds timeout : {milliseconds(0), milliseconds(-1), milliseconds(86'400'001)}) {
+    const auto lease = newLease(timeout);
+    EXPECT_FALSE(lease->take({{0, 3000}}));
+    EXPECT_EQ(lease->fault(), "the time-out of a lease is 1 ms to 24 hours");
+    EXPECT_EQ(lease->state(), KVFanLeaseState::kIdle);
+  }
+  EXPECT_EQ(writes(), Writes{});
+  EXPECT_TRUE(newLease(std::chrono::hours(24))->take({{0, 3000}}));
+}
+
 TEST_F(KVFanLeaseTest, AGuardianThatDoesNotAnswerLeavesTheFanAlone) {
   const std::string guardian = folder.write("silent", "#!/bin/sh\nwhile read line; do :; done\n");
   chmod(guardian.c_str(), 0755);
