@@ -144,5 +144,25 @@ TEST_F(KelvoraReset, AStoreThatCannotBeRemovedIsNamedAndIsAFailure) {
   EXPECT_TRUE(hasStore());
 }
 
+// What cannot be looked at is not reported as empty.
+TEST_F(KelvoraReset, AFolderOfAnotherAccountIsAFailureOfEachCommand) {
+  if (getuid() != 0) {
+    GTEST_SKIP() << "only root can make a folder of another account";
+  }
+  for (const char* command : {"reset --yes", "fansets", "conditions", "custom", "history"}) {
+    const ProgramResult result = runProgram(
+        "/bin/sh",
+        {"-c",
+         "cp \"$0\" \"$1/kelvora\" && chown -R nobody \"$1\" && chown root \"$2\" && "
+         "chmod 700 \"$2\" && exec setpriv --reuid nobody --clear-groups \"$1/kelvora\" " +
+             std::string(command),
+         KELVORA_PROGRAM, folder_.path(), folder_.path("data/group.com.kelvora")});
+    EXPECT_EQ(result.status, 1) << command;
+    EXPECT_EQ(result.standardOutput, "") << command;
+    EXPECT_THAT(result.standardError, HasSubstr(": Permission denied")) << command;
+  }
+  EXPECT_TRUE(hasStore());
+}
+
 }  // namespace
 }  // namespace kelvora::testing
