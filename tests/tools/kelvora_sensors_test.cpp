@@ -387,6 +387,19 @@ TEST(SensorFilters, AKeyWithoutASensorIsNamedAfterTheReport) {
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.standardOutput, HasSubstr("TC0P\n"));
   EXPECT_THAT(result.standardError, HasSubstr("kelvora: XXXX: no sensor has this key\n"));
+  EXPECT_THAT(runKelvora({"sensors", "--machine", "Macmini8,1", "TC0p"}).standardError,
+              HasSubstr("kelvora: TC0p: no sensor has this key; did you mean TC0P?\n"));
+}
+
+TEST(SensorFilters, WhatOtherSensorsLackIsNotReported) {
+  const std::vector<std::string> all = {"sensors", "--machine", "iMac19,1"};
+  EXPECT_THAT(runKelvora(all).standardOutput, HasSubstr("Not in this recording"));
+  EXPECT_THAT(runKelvora({"sensors", "TC0P", "--machine", "iMac19,1"}).standardOutput,
+              ::testing::Not(HasSubstr("Not in this recording")));
+  const ProgramResult none =
+      runKelvora({"sensors", "--group", "gpu", "--type", "fan", "--machine", "iMac19,1"});
+  EXPECT_EQ(none.status, 0);
+  EXPECT_THAT(none.standardOutput, EndsWith("\nno sensor matches\n"));
 }
 
 TEST(SensorFilters, AnUnknownGroupOrTypeIsRefusedWithTheKnownOnes) {

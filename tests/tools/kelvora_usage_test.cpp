@@ -318,7 +318,8 @@ TEST_F(KelvoraUsage, WrongArgumentsAreRefused) {
     expectUsageError({command, "--watch", "--every", "0.1"}, "--every takes 0.2 to 3600 seconds");
     expectUsageError({command, "--watch", "--every", "3601"}, "--every takes 0.2 to 3600 seconds");
     expectUsageError({command, "--watch", "--every", "1e999"}, "--every");
-    expectUsageError({command, "--watch", "--every", "nan"}, "--every: nan unit not recognized");
+    expectUsageError({command, "--watch", "--every", "nan"},
+                     "--every: takes a time, e.g. 90, 10m, 2h or 1d");
     expectUsageError({command, "--watch", "--every", "often"}, "--every");
     expectUsageError({command, "now"}, "now");
     expectUsageError({command, "--machine", "iMac99"}, "iMac99");

@@ -39,7 +39,7 @@ std::string characterSetOf(const std::string& locale) {
                                     : locale.substr(point + 1, locale.find('@') - point - 1);
 }
 
-icu::UnicodeString decoded(std::string_view text) {
+icu::UnicodeString unicodeOf(std::string_view text) {
   return icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
 }
 
@@ -86,7 +86,7 @@ std::string inCharacterSetOfLocale(std::string_view text) {
     return std::string(text);
   }
   UErrorCode status = U_ZERO_ERROR;
-  std::string result = encoded(replaced(decoded(text), *converter, status), *converter, status);
+  std::string result = encoded(replaced(unicodeOf(text), *converter, status), *converter, status);
   return U_SUCCESS(status) ? result : std::string(text);
 }
 
@@ -98,7 +98,7 @@ bool isInCharacterSetOfLocale(std::string_view text) {
   UErrorCode status = U_ZERO_ERROR;
   icu::UnicodeSet characters;
   ucnv_getUnicodeSet(converter.getAlias(), characters.toUSet(), UCNV_ROUNDTRIP_SET, &status);
-  return U_SUCCESS(status) && characters.containsAll(decoded(text));
+  return U_SUCCESS(status) && characters.containsAll(unicodeOf(text));
 }
 
 }  // namespace kelvora::tool

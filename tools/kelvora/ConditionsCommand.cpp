@@ -109,7 +109,7 @@ std::int16_t batteryStateIn(const Options& options) {
                               : static_cast<std::int16_t>(found - names.begin());
 }
 
-int runAdd(const Options& options, StandardOutput& output) {
+int runAddCondition(const Options& options, StandardOutput& output) {
   const double threshold =
       options.number("--threshold").value_or(std::numeric_limits<double>::quiet_NaN());
   if (!std::isfinite(threshold)) {
@@ -129,7 +129,7 @@ int runAdd(const Options& options, StandardOutput& output) {
   return kExitSuccess;
 }
 
-int runRemove(const Options& options, StandardOutput& output) {
+int runRemoveCondition(const Options& options, StandardOutput& output) {
   KVCoreDataStore& store = KVDataManager::shared().coreDataStore();
   const KVFanConditionPtr condition = requiredCondition(store, options.text("ID"));
   const Json removed = jsonCondition(*condition);
@@ -198,8 +198,8 @@ std::vector<Command> conditionsCommands() {
                          {.name = "--external-display",
                           .kind = Argument::Kind::kFlag,
                           .description = "It requires an external display"}},
-           .run = runAdd},
-          command("remove", "Remove a condition", &runRemove),
+           .run = runAddCondition},
+          command("remove", "Remove a condition", &runRemoveCondition),
           command("enable", "Enable a condition", &runEnable),
           command("disable", "Disable a condition; it stays in the list", &runDisable)};
 }

@@ -28,7 +28,7 @@ namespace {
 // Codes of the library's errors.
 constexpr std::int64_t kInvalidKey = 2;
 constexpr std::int64_t kDuplicate = 3;
-constexpr std::int64_t kInvalidInput = 5;
+constexpr std::int64_t kInvalidValue = 5;
 
 constexpr std::size_t kKeyLength = 4;
 
@@ -62,13 +62,13 @@ std::string customText(const KVSensor& sensor, KVSettings& settings) {
 }
 
 // A refusal in the words of the library.
-[[noreturn]] void refuse(const std::string& word, const KVError& error) {
+[[noreturn]] void refuseSensor(const std::string& word, const KVError& error) {
   throw CommandError(kExitUsage, printable(word) + ": " + error.localizedDescription());
 }
 
-[[noreturn]] void refuse(const std::string& word, std::int64_t code) {
+[[noreturn]] void refuseSensor(const std::string& word, std::int64_t code) {
   KVSettingsSnapshot settings;  // a refusal stores no language
-  refuse(word, KVError::errorWithCode(code, settings));
+  refuseSensor(word, KVError::errorWithCode(code, settings));
 }
 
 // An SMC has keys of four characters.
@@ -105,7 +105,7 @@ void requireDone(const std::string& key, bool done, const std::optional<KVError>
       throw CommandError(kExitNothingRead, printable(key) + ": " + error->localizedDescription() +
                                                " ('kelvora doctor' says more)");
     }
-    refuse(key, *error);
+    refuseSensor(key, *error);
   }
 }
 
@@ -136,21 +136,21 @@ int runCustom(const Options& options, StandardOutput& output) {
   return kExitSuccess;
 }
 
-int runAdd(const Options& options, StandardOutput& output) {
+int runAddCustom(const Options& options, StandardOutput& output) {
   const std::string key = options.text("KEY");
   const std::string name = options.text("NAME");
   const auto value = options.number("--value");
   if (!isSMCKey(key)) {
-    refuse(key, kInvalidKey);
+    refuseSensor(key, kInvalidKey);
   }
   if (KVExtension::isBlank(name) || !isUTF8(name) || (value && !std::isfinite(*value))) {
-    refuse(key, kInvalidInput);
+    refuseSensor(key, kInvalidValue);
   }
   requireReadableStore();
   KVDataManager manager;
   KVCoreDataStore& store = manager.coreDataStore();
   if (store.getSensorByKey(key) != nullptr) {
-    refuse(key, kDuplicate);
+    refuseSensor(key, kDuplicate);
   }
   const CustomType& type =
       *std::ranges::find(kCustomTypes, options.text("--type"),
@@ -174,16 +174,16 @@ KVSensorPtr sensorToRemove(KVDataManager& manager, const std::string& key) {
   return own != nullptr ? own : store.getSensorByKey(key);
 }
 
-int runRemove(const Options& options, StandardOutput& output) {
+int runRemoveCustom(const Options& options, StandardOutput& output) {
   const std::string key = options.text("KEY");
   requireReadableStore();
   if (!StoreForReading::exists()) {
-    refuse(key, kInvalidKey);
+    refuseSensor(key, kInvalidKey);
   }
   KVDataManager manager;
   const KVSensorPtr sensor = sensorToRemove(manager, key);
   if (sensor == nullptr) {
-    refuse(key, kInvalidKey);
+    refuseSensor(key, kInvalidKey);
   }
   const Json removed = jsonCustom(*sensor);
   const std::string name = sensor->name();
@@ -232,7 +232,7 @@ std::vector<Command> customCommands() {
                           .kind = Argument::Kind::kNumber,
                           .description = "Its first value in °C, V, A or W; without it, what this "
                                          "Mac reads now, or 0"}},
-           .run = runAdd},
+           .run = runAddCustom},
           {.parent = "custom",
            .name = "remove",
            .description = "Remove a sensor that you added, with its history",
@@ -241,7 +241,7 @@ std::vector<Command> customCommands() {
            .arguments = {{.name = "KEY",
                           .description = "Its key, as 'kelvora custom' lists it",
                           .need = Argument::Need::kRequired}},
-           .run = runRemove}};
+           .run = runRemoveCustom}};
 }
 
 }  // namespace kelvora::tool

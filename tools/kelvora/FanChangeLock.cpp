@@ -12,7 +12,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kStep{10};
+constexpr std::chrono::milliseconds kLockPause{10};
 
 struct Words {
   const char* lock;
@@ -32,7 +32,7 @@ FanChangeLock::FanChangeLock(Platform& platform, std::chrono::milliseconds longe
   const std::string object = wordsOf(what).what;
   const Clock::time_point deadline = Clock::now() + longestWait;
   while (lock_->state() == KVProcessLock::State::kHeldElsewhere && Clock::now() < deadline) {
-    KVMainQueue::runUntil(Clock::now() + kStep);
+    KVMainQueue::runUntil(Clock::now() + kLockPause);
     lock_ = std::make_unique<KVProcessLock>(wordsOf(what).lock, platform);
   }
   if (lock_->state() == KVProcessLock::State::kHeldElsewhere) {

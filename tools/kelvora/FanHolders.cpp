@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kLongestEnd{30};
 // Longer than a guardian takes to hand back, if it is not stopped.
 constexpr std::chrono::seconds kLongestHandBack{10};
-constexpr std::chrono::milliseconds kStep{10};
+constexpr std::chrono::milliseconds kHolderPause{10};
 
 bool isAmong(const std::vector<std::uint64_t>& fans, std::uint64_t fan) {
   return std::ranges::find(fans, fan) != fans.end();
@@ -91,7 +91,7 @@ std::vector<KVLeasedFan> endOwnHolders(const std::vector<std::uint64_t>& fans, P
   const Clock::time_point deadline = Clock::now() + (isAsked ? kLongestEnd : kLongestHandBack);
   std::vector<KVLeasedFan> left = leasesOf(processes, platform);
   while (!left.empty() && Clock::now() < deadline) {
-    KVMainQueue::runUntil(Clock::now() + kStep);
+    KVMainQueue::runUntil(Clock::now() + kHolderPause);
     left = leasesOf(processes, platform);
   }
   return left;

@@ -88,7 +88,7 @@ void makeIdentifierUnique(KVCoreDataStore& store, KVFanSet& set) {
   }
 }
 
-int runAdd(const Options& options, StandardOutput& output) {
+int runAddFanSet(const Options& options, StandardOutput& output) {
   const std::string name = options.text("NAME");
   const PropertyListValue::Dictionary speeds = parsedSpeeds(options.texts("SPEED"));
   KVCoreDataStore& store = KVDataManager::shared().coreDataStore();
@@ -109,7 +109,7 @@ int runAdd(const Options& options, StandardOutput& output) {
   return kExitSuccess;
 }
 
-int runRemove(const Options& options, StandardOutput& output) {
+int runRemoveFanSet(const Options& options, StandardOutput& output) {
   KVDataManager& manager = KVDataManager::shared();
   KVCoreDataStore& store = manager.coreDataStore();
   const KVFanSetPtr set = requiredFanSet(store, options.text("NAME"));
@@ -121,7 +121,7 @@ int runRemove(const Options& options, StandardOutput& output) {
   return kExitSuccess;
 }
 
-int runUse(const Options& options, StandardOutput& output) {
+int runUseFanSet(const Options& options, StandardOutput& output) {
   KVDataManager& manager = KVDataManager::shared();
   const KVFanSetPtr set = requiredFanSet(manager.coreDataStore(), options.text("NAME"));
   const KVFanSetPtr meant = manager.coreDataStore().getFanSetById(set->identifier());
@@ -167,21 +167,21 @@ std::vector<Command> fanSetsCommands() {
                           .description = "A fan's index and its revolutions per minute",
                           .need = Argument::Need::kRequired,
                           .typeName = "INDEX=RPM"}},
-           .run = runAdd},
+           .run = runAddFanSet},
           {.parent = "fansets",
            .name = "remove",
            .description = "Remove a fan set and the conditions that apply it",
            .example = "kelvora fansets remove Quiet",
            .machine = MachineUse::kEnvironment,
            .arguments = {name},
-           .run = runRemove},
+           .run = runRemoveFanSet},
           {.parent = "fansets",
            .name = "use",
            .description = "Choose a fan set by hand; it goes before every condition",
            .example = "kelvora fansets use Quiet",
            .machine = MachineUse::kEnvironment,
            .arguments = {name},
-           .run = runUse},
+           .run = runUseFanSet},
           {.parent = "fansets",
            .name = "automatic",
            .description = "Choose no fan set by hand; the conditions choose",

@@ -14,7 +14,7 @@ namespace kelvora::tool {
 namespace {
 
 constexpr std::string_view kFanLetters = "0123456789ABCDEFGHIJ";
-constexpr double kMostRevolutions = 100'000;
+constexpr double kMostSetSpeed = 100'000;
 
 // None for anything but a decimal number as a whole.
 std::optional<double> revolutionsIn(const std::string& text) {
@@ -41,8 +41,7 @@ PropertyListValue::Dictionary parsedSpeeds(const std::vector<std::string>& words
     if (fanOfSetKey("F" + key)) {  // "0=1200"
       key.insert(0, 1, 'F');
     }
-    if (!fanOfSetKey(key) || !revolutions || !(*revolutions > 0) ||
-        *revolutions > kMostRevolutions) {
+    if (!fanOfSetKey(key) || !revolutions || !(*revolutions > 0) || *revolutions > kMostSetSpeed) {
       refuse(word, kInvalidInput,
              "a speed is a fan's index and its revolutions per minute, e.g. 0=1200");
     }

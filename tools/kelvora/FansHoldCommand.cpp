@@ -20,18 +20,18 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr double kLongestDuration = 100.0 * 365 * 86400;
+constexpr double kLongestHold = 100.0 * 365 * 86400;
 
 // A lease may miss a renewal and is still held.
 constexpr int kRenewalsInTimeout = 3;
 
 Clock::time_point endOf(const Options& options) {
-  const double seconds = options.seconds("--for").value_or(kLongestDuration);
+  const double seconds = options.seconds("--for").value_or(kLongestHold);
   if (!(seconds > 0)) {
     throw CommandError(kExitUsage, "--for takes a time above 0, e.g. 10m");
   }
   return Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                            std::chrono::duration<double>(std::min(seconds, kLongestDuration)));
+                            std::chrono::duration<double>(std::min(seconds, kLongestHold)));
 }
 
 void take(KVFanLease& lease, const std::vector<KVFanSpeed>& speeds, Platform& platform) {

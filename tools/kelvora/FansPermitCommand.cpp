@@ -21,7 +21,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kStep{20};
+constexpr std::chrono::milliseconds kPermitPause{20};
 // A dialog for chmod may still be open.
 constexpr std::chrono::seconds kLongestCommands{60};
 
@@ -32,7 +32,7 @@ bool requested(Platform& platform) {
       [&granted](bool isGranted, const std::optional<std::string>&) { granted = isGranted; },
       platform);
   while (!granted) {
-    KVMainQueue::runUntil(Clock::now() + kStep);
+    KVMainQueue::runUntil(Clock::now() + kPermitPause);
   }
   return *granted;
 }
@@ -41,7 +41,7 @@ bool requested(Platform& platform) {
 bool becomesGranted(Platform& platform) {
   const Clock::time_point end = Clock::now() + kLongestCommands;
   while (!KVUtils::isSMCPermissionGranted(platform) && Clock::now() < end) {
-    KVMainQueue::runUntil(Clock::now() + kStep);
+    KVMainQueue::runUntil(Clock::now() + kPermitPause);
   }
   return KVUtils::isSMCPermissionGranted(platform);
 }

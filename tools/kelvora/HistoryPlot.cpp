@@ -17,7 +17,7 @@ namespace kelvora::tool {
 
 namespace {
 
-constexpr std::int64_t kPercentage = 1;
+constexpr std::int64_t kFanPercentage = 1;
 
 struct RangeRow {
   const char* key;
@@ -34,7 +34,7 @@ const RangeRow& rowOf(std::int64_t timeRange) {
                                             : kWeek;
 }
 
-std::string valueText(const SensorHistory& history, double shown, KVSettings& settings) {
+std::string pointText(const SensorHistory& history, double shown, KVSettings& settings) {
   return KVValueConverter::fullStringFromValue(shown, history.categoryType, false, settings);
 }
 
@@ -48,15 +48,15 @@ std::vector<std::string> summaryOf(const SensorHistory& history, KVSettings& set
                                    const KVLocalized::Texts& texts) {
   const std::string last = localizedText("history-last", "Last", texts) + " ";
   if (!history.last()) {
-    return history.older ? std::vector{last + valueText(history, history.older->shown, settings) +
+    return history.older ? std::vector{last + pointText(history, history.older->shown, settings) +
                                        " (" + dateText(history.older->seconds) + ")"}
                          : std::vector<std::string>();
   }
   return {localizedText("history-minimum", "Minimum", texts) + " " +
-              valueText(history, history.minimum()->shown, settings),
+              pointText(history, history.minimum()->shown, settings),
           localizedText("history-maximum", "Maximum", texts) + " " +
-              valueText(history, history.maximum()->shown, settings),
-          last + valueText(history, history.last()->shown, settings)};
+              pointText(history, history.maximum()->shown, settings),
+          last + pointText(history, history.last()->shown, settings)};
 }
 
 // The least difference between two texts of values.
@@ -64,7 +64,8 @@ double leastStep(const SensorHistory& history, KVSettings& settings) {
   if (history.categoryType == SensorTypeTemperature) {
     return 1;
   }
-  return history.categoryType == SensorTypeFan && settings.fanValueType() != kPercentage ? 1 : 0.01;
+  return history.categoryType == SensorTypeFan && settings.fanValueType() != kFanPercentage ? 1
+                                                                                            : 0.01;
 }
 
 PlotValues valuesOf(const SensorHistory& history, KVSettings& settings) {
@@ -129,7 +130,7 @@ std::vector<PlotPoint> plotPoints(const SensorHistory& history) {
 Plot plotOfHistory(const SensorHistory& history, int mostSteps, KVSettings& settings,
                    const KVLocalized::Texts& texts) {
   const RangeRow& range = rowOf(history.timeRange);
-  const auto label = [&](double value) { return valueText(history, value, settings); };
+  const auto label = [&](double value) { return pointText(history, value, settings); };
   return {.title = history.label,
           .range = localizedText(range.key, range.english, texts),
           .summary = summaryOf(history, settings, texts),

@@ -53,7 +53,7 @@ std::string headingOf(const Plot& plot, std::size_t columns, const Style& style)
          style.faint(plot.range) + "\n\n";
 }
 
-std::string linesOf(const Plot& plot, std::size_t columns, std::size_t rows, const Style& style) {
+std::string plotText(const Plot& plot, std::size_t columns, std::size_t rows, const Style& style) {
   std::string text;
   for (const PlotLine& line : plotLines(plot, columns, rows, signsOfLocale())) {
     text += style.faint(line.axis) + (line.curve.empty() ? "" : style.curve(line.curve)) + "\n";
@@ -80,7 +80,7 @@ void writeHistoryText(StandardOutput& output, const SensorHistory& history, KVSe
   const Plot plot = plotOfHistory(history, mostStepsOfPlot(rows), settings, texts);
   const Style style(output);
   std::string text = headingOf(plot, columns, style);
-  text += history.last() ? linesOf(plot, columns, rows, style) : plot.remark + "\n";
+  text += history.last() ? plotText(plot, columns, rows, style) : plot.remark + "\n";
   writeText(output, plot.summary.empty() ? text : text + wrappedLines(plot.summary, columns));
 }
 

@@ -22,8 +22,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr double kShortestInterval = 0.2;
-constexpr double kLongestInterval = 3600;
+constexpr double kShortestRepetition = 0.2;
+constexpr double kLongestRepetition = 3600;
 
 // When the sample after one at `time` is due. Samples that were missed, e.g. while the computer
 // slept, are not taken later.
@@ -200,7 +200,7 @@ bool isWatched(const Options& options) {
   if (every && !options.has("--watch")) {
     throw CommandError(kExitUsage, "--every needs --watch");
   }
-  if (every && !(*every >= kShortestInterval && *every <= kLongestInterval)) {
+  if (every && !(*every >= kShortestRepetition && *every <= kLongestRepetition)) {
     throw CommandError(kExitUsage, "--every takes 0.2 to 3600 seconds, e.g. 0.5, 5 or 1m");
   }
   return options.has("--watch");

@@ -98,7 +98,7 @@ void requireNoHolder() {
   }
 }
 
-int runUse(const Options& options, StandardOutput& output) {
+int runUseMachine(const Options& options, StandardOutput& output) {
   try {
     requireNoHolder();
     Platform::choose(options.text("MACHINE"));
@@ -138,7 +138,7 @@ std::vector<Command> machineCommands() {
                           .description = "A name that 'kelvora machines' lists, or a machine file",
                           .need = Argument::Need::kRequired,
                           .typeName = "FILE|NAME"}},
-           .run = runUse},
+           .run = runUseMachine},
           {.parent = "machine",
            .name = "none",
            .description = "Choose none again",

@@ -38,7 +38,7 @@ std::error_code written(const std::string& path, const char* mode, std::string_v
   return error;
 }
 
-std::string unusedName(const std::string& path) {
+std::string unusedNameBeside(const std::string& path) {
   std::random_device random;
   return path + "." + std::to_string(random()) + ".new";
 }
@@ -63,7 +63,7 @@ void writeFile(const std::string& path, std::string_view content) {
     return;
   }
   const std::string target = fs::exists(old) ? fs::canonical(path, error).string() : path;
-  const std::string beside = unusedName(target);
+  const std::string beside = unusedNameBeside(target);
   std::error_code failure = written(beside, "wbx", content);
   if (!failure) {
     keepPermissions(old, beside);

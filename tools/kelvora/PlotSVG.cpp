@@ -56,11 +56,11 @@ std::string escaped(std::string_view text) {
     std::string_view what;
     std::string_view with;
   };
-  constexpr Replacement kReplacements[] = {{"&", "&amp;"},        {"<", "&lt;"},
-                                           {">", "&gt;"},         {"\"", "&quot;"},
-                                           {"\xEF\xBF\xBE", "?"}, {"\xEF\xBF\xBF", "?"}};
+  constexpr Replacement kEntities[] = {{"&", "&amp;"},        {"<", "&lt;"},
+                                       {">", "&gt;"},         {"\"", "&quot;"},
+                                       {"\xEF\xBF\xBE", "?"}, {"\xEF\xBF\xBF", "?"}};
   std::string result = printable(text);
-  for (const Replacement& each : kReplacements) {
+  for (const Replacement& each : kEntities) {
     result = KVExtension::replace(result, each.what, each.with);
   }
   return result;

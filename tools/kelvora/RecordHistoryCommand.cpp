@@ -25,7 +25,7 @@ constexpr double kShortestInterval = 1;
 constexpr double kLongestInterval = 3600;
 
 // Without an end: what no clock reaches.
-constexpr double kLongestDuration = 100.0 * 365 * 86400;
+constexpr double kLongestRecording = 100.0 * 365 * 86400;
 
 std::optional<double> intervalOf(const Options& options) {
   const auto every = options.number("--every");
@@ -36,11 +36,11 @@ std::optional<double> intervalOf(const Options& options) {
 }
 
 Seconds durationOf(const Options& options) {
-  const double seconds = options.seconds("--for").value_or(kLongestDuration);
+  const double seconds = options.seconds("--for").value_or(kLongestRecording);
   if (!(seconds > 0)) {
     throw CommandError(kExitUsage, "--for takes a time above 0, e.g. 10m");
   }
-  return Seconds(std::min(seconds, kLongestDuration));
+  return Seconds(std::min(seconds, kLongestRecording));
 }
 
 Platform& chooseRecordedMachine(const Options& options) {

@@ -119,7 +119,7 @@ int runRules(const Options& options, StandardOutput& output) {
   return kExitSuccess;
 }
 
-int runAdd(const Options& options, StandardOutput& output) {
+int runAddRule(const Options& options, StandardOutput& output) {
   KVDataManager& manager = KVDataManager::shared();
   KVNotification rule;
   rule.sensorKey = options.text("SENSOR");
@@ -167,7 +167,7 @@ int runChange(const Options& options, StandardOutput& output) {
   return kExitSuccess;
 }
 
-int runRemove(const Options& options, StandardOutput& output) {
+int runRemoveRule(const Options& options, StandardOutput& output) {
   KVDataManager& manager = KVDataManager::shared();
   const KVNotification rule = requiredRule(manager, options.text("SENSOR"));
   requireStored(manager.removeOverheatNotification(*rule.sensorKey), kList);
@@ -206,7 +206,7 @@ std::vector<Command> rulesCommands() {
            .example = "kelvora rules add any-sensor --threshold 95",
            .machine = MachineUse::kEnvironment,
            .arguments = {sensor, thresholdArgument(Argument::Need::kRequired), repeat},
-           .run = runAdd},
+           .run = runAddRule},
           {.parent = "rules",
            .name = "change",
            .description = "Change a rule, which may then fire at once",
@@ -220,7 +220,7 @@ std::vector<Command> rulesCommands() {
            .example = "kelvora rules remove TC0P",
            .machine = MachineUse::kEnvironment,
            .arguments = {sensor},
-           .run = runRemove}};
+           .run = runRemoveRule}};
 }
 
 }  // namespace kelvora::tool

@@ -50,7 +50,7 @@ std::string titleOf(const std::string& key, const SensorPtr& reading, KVDataMana
 }
 
 // At most three decimals, without trailing zeros.
-std::string number(double value) {
+std::string logNumber(double value) {
   constexpr double kThousand = 1000;
   if (!std::isfinite(value)) {
     return "";
@@ -88,14 +88,14 @@ struct Lines {
   std::string sample;
 };
 
-Lines linesOf(SensorLog::Instant instant, const std::vector<std::string>& keys,
-              const SensorList& sensors, KVDataManager& manager) {
+Lines logLines(SensorLog::Instant instant, const std::vector<std::string>& keys,
+               const SensorList& sensors, KVDataManager& manager) {
   Lines lines;
   lines.sample = isoTime(instant);
   for (const std::string& key : keys) {
     const SensorPtr reading = sensorOfKey(sensors, key);
     lines.header += "," + titleOf(key, reading, manager);
-    lines.sample += "," + (reading == nullptr ? std::string() : number(reading->value));
+    lines.sample += "," + (reading == nullptr ? std::string() : logNumber(reading->value));
   }
   lines.header += "\n";
   lines.sample += "\n";
@@ -120,7 +120,7 @@ std::optional<std::string> SensorLog::append(Instant instant, const SensorList& 
   if (!path) {
     return "the log has no folder: set fileLoggingPath";
   }
-  Lines lines = linesOf(instant, *keys, sensors, manager);
+  Lines lines = logLines(instant, *keys, sensors, manager);
   const CSVFile file(*path);
   // The names of sensors that are not read come from the store.
   if (!manager.coreDataStore().allCategories() && isHeaderOf(file.header(), *keys)) {

@@ -22,10 +22,10 @@ constexpr std::array<std::string_view, 5> kLabelKeys{"Temp-%@", "Fan-%@", "Volta
 constexpr std::string_view kPlaceholder = "%@";
 
 // A machine may report anything; a whole number cannot hold what is far beyond any fan's speed.
-constexpr double kMostRevolutions = 1e9;
+constexpr double kMostShownSpeed = 1e9;
 
 std::string revolutionsText(double speed) {
-  return std::abs(speed) < kMostRevolutions ? std::to_string(std::lround(speed)) + "rpm" : kNoValue;
+  return std::abs(speed) < kMostShownSpeed ? std::to_string(std::lround(speed)) + "rpm" : kNoValue;
 }
 
 // Where a fan's speed lies between its limits, from 0 to 1.

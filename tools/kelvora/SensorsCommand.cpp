@@ -13,6 +13,7 @@
 #include "KelvoraCore/SensorController.h"
 
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/NearName.h"
 #include "tools/kelvora/ReadFailures.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SensorGroups.h"
@@ -217,11 +218,24 @@ Json jsonSensors(const SensorList& sensors) {
   return list;
 }
 
-void requireEveryKey(const Options& options, const SensorList& sensors) {
+std::vector<std::string> keysOf(const SensorList& sensors) {
+  std::vector<std::string> keys;
+  keys.reserve(sensors.size());
+  for (const SensorPtr& sensor : sensors) {
+    keys.push_back(sensor->key);
+  }
+  return keys;
+}
+
+void requireEveryKey(const Options& options, const SensorList& sensors,
+                     const std::vector<std::string>& allKeys) {
+  const std::vector<std::string> shown = keysOf(sensors);
   for (const std::string& key : options.texts("KEY")) {
-    if (std::ranges::find(sensors, key, [](const SensorPtr& sensor) { return sensor->key; }) ==
-        sensors.end()) {
-      throw CommandError(kExitNothingRead, key + ": no sensor has this key");
+    if (std::ranges::find(shown, key) == shown.end()) {
+      const auto near = nearName(key, allKeys);
+      throw CommandError(kExitNothingRead,
+                         key + ": no sensor has this key" +
+                             (near && *near != key ? "; did you mean " + *near + "?" : ""));
     }
   }
 }
@@ -241,7 +255,7 @@ int runSensors(const Options& options, StandardOutput& output) {
   ListeningController controller;
   SensorList sensors = controller.getAllSensors();
   const ReadFailures failures = readFailures(machine.platform, isSMCThere, controller.failures);
-  const bool nothingRead = sensors.empty();
+  const std::vector<std::string> allKeys = keysOf(sensors);
   std::erase_if(sensors, [&](const SensorPtr& sensor) { return !isWanted(*sensor, options); });
   if (options.json) {
     writeJson(output, {{"machine", jsonMachine(machine.platform)},
@@ -252,10 +266,10 @@ int runSensors(const Options& options, StandardOutput& output) {
     // What some other sensor lacks is not what was asked for.
     writeReading(output, machine, sensors, isFiltered(options) ? ReadFailures() : failures);
   }
-  if (nothingRead) {
+  if (allKeys.empty()) {
     throw CommandError(kExitNothingRead, machine.platform.title() + ": no sensor could be read");
   }
-  requireEveryKey(options, sensors);
+  requireEveryKey(options, sensors, allKeys);
   if (sensors.empty() && !options.json) {
     writeText(output, "no sensor matches\n");
   }

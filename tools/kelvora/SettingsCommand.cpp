@@ -70,14 +70,14 @@ void writeSetting(const Options& options, const KVSetting& setting, StandardOutp
   }
 }
 
-struct Line {
+struct SettingLine {
   std::string_view property;
   std::string_view key;
   std::string value;
   std::string_view remark;
 };
 
-constexpr std::size_t kGap = 2;
+constexpr std::size_t kSettingGap = 2;
 
 std::string_view remarkOn(const KVSetting& setting, const SettingState& state) {
   if (!state.isDefault) {
@@ -87,7 +87,9 @@ std::string_view remarkOn(const KVSetting& setting, const SettingState& state) {
   return isComputedLater ? "  (computed when asked)" : "  (default)";
 }
 
-std::size_t valueWidth(const Line& line) { return displayWidth(line.value) + line.remark.size(); }
+std::size_t valueWidth(const SettingLine& line) {
+  return displayWidth(line.value) + line.remark.size();
+}
 
 // Where a terminal is too narrow for everything, the keys give way first: they are cut, or left
 // out once too little of them could be read. 0 columns is as wide as it takes.
@@ -100,18 +102,19 @@ std::size_t fittingKeyWidth(std::size_t wanted, std::size_t others, std::size_t 
 }
 
 /// The columns of the list. A value that is unusually long narrows the key of its own line only.
-struct Columns {
-  Columns(const std::vector<Line>& lines, std::size_t terminalWidth) : terminal(terminalWidth) {
+struct SettingColumns {
+  SettingColumns(const std::vector<SettingLine>& lines, std::size_t terminalWidth)
+      : terminal(terminalWidth) {
     std::size_t value = 0;
-    for (const Line& line : lines) {
+    for (const SettingLine& line : lines) {
       property = std::max(property, displayWidth(line.property));
       key = std::max(key, displayWidth(line.key));
       value = valueWidth(line) > kMostValue ? value : std::max(value, valueWidth(line));
     }
-    key = fittingKeyWidth(key, property + kGap + kGap + value, terminal);
+    key = fittingKeyWidth(key, property + kSettingGap + kSettingGap + value, terminal);
   }
-  std::size_t keyWidth(const Line& line) const {
-    return fittingKeyWidth(key, property + kGap + kGap + valueWidth(line), terminal);
+  std::size_t keyWidth(const SettingLine& line) const {
+    return fittingKeyWidth(key, property + kSettingGap + kSettingGap + valueWidth(line), terminal);
   }
   static constexpr std::size_t kMostValue = 32;
   std::size_t terminal;
@@ -119,11 +122,12 @@ struct Columns {
   std::size_t key = 0;
 };
 
-std::string rendered(const std::vector<Line>& lines, std::size_t terminal, const Style& style) {
-  const std::string gap(kGap, ' ');
-  const Columns columns(lines, terminal);
+std::string rendered(const std::vector<SettingLine>& lines, std::size_t terminal,
+                     const Style& style) {
+  const std::string gap(kSettingGap, ' ');
+  const SettingColumns columns(lines, terminal);
   std::string text;
-  for (const Line& line : lines) {
+  for (const SettingLine& line : lines) {
     const std::size_t key = columns.keyWidth(line);
     text += style.heading(fitted(line.property, columns.property)) + gap +
             (key == 0 ? "" : style.faint(fitted(line.key, key)) + gap) + line.value +
@@ -170,7 +174,7 @@ void store(const KVSetting& setting, const std::optional<PropertyListValue>& val
 
 int runSettings(const Options& options, StandardOutput& output) {
   Json list = Json::array();
-  std::vector<Line> lines;
+  std::vector<SettingLine> lines;
   KVSettingsSnapshot settings;
   for (const KVSetting& setting : allSettings()) {
     const SettingState state = stateOf(setting, settings);

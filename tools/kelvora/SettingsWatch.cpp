@@ -61,7 +61,7 @@ std::vector<NotificationObserver> observersOfEveryNotice(
   return observers;
 }
 
-int runWatch(const Options& options, StandardOutput& output) {
+int runWatchSettings(const Options& options, StandardOutput& output) {
   StopSignal stop;
   if (!NotificationObserver::reachesOtherPrograms()) {
     throw CommandError(
@@ -83,7 +83,7 @@ std::vector<Command> settingsWatchCommands() {
            .description = "Print the notices between the programs as they come, until interrupted",
            .example = "kelvora settings watch --json",
            .machine = MachineUse::kEnvironment,
-           .run = runWatch}};
+           .run = runWatchSettings}};
 }
 
 }  // namespace kelvora::tool

@@ -107,12 +107,13 @@ std::size_t blankLines(const Screen& lines) {
 
 // Processor and memory at the left of the others. Blank lines only where `rows` are enough.
 Screen inTwoColumns(const std::vector<LineGroup>& groups, std::size_t columns, std::size_t rows) {
-  constexpr std::size_t kGap = 2;
+  constexpr std::size_t kColumnGap = 2;
   constexpr std::ptrdiff_t kGroupsAtLeft = 2;
   // The right half has the longer names.
   const std::size_t width = columns * 9 / 20;
   Screen left = linesOf({groups.begin(), groups.begin() + kGroupsAtLeft}, width);
-  Screen right = linesOf({groups.begin() + kGroupsAtLeft, groups.end()}, columns - width - kGap);
+  Screen right =
+      linesOf({groups.begin() + kGroupsAtLeft, groups.end()}, columns - width - kColumnGap);
   if (std::max(left.size(), right.size()) > rows) {
     std::erase_if(left, std::mem_fn(&ScreenLine::empty));
     std::erase_if(right, std::mem_fn(&ScreenLine::empty));
@@ -120,7 +121,7 @@ Screen inTwoColumns(const std::vector<LineGroup>& groups, std::size_t columns, s
   left.resize(std::max(left.size(), right.size()));
   for (std::size_t i = 0; i < right.size(); ++i) {
     for (Span& span : right[i]) {
-      span.column += width + kGap;
+      span.column += width + kColumnGap;
       left[i].push_back(std::move(span));
     }
   }

@@ -26,16 +26,16 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr double kShortestInterval = 0.1;
-constexpr double kLongestInterval = 3600;
+constexpr double kShortestUpdate = 0.1;
+constexpr double kLongestUpdate = 3600;
 
 // A list of processes starts another program, which costs more than all else on the screen, and its
 // shares are averages over a minute or more, which change slowly.
 constexpr std::chrono::seconds kProcessesInterval(10);
 
-Clock::duration intervalOf(const Options& options) {
+Clock::duration updateInterval(const Options& options) {
   const double seconds = options.seconds("--every").value_or(1);
-  if (!(seconds >= kShortestInterval && seconds <= kLongestInterval)) {
+  if (!(seconds >= kShortestUpdate && seconds <= kLongestUpdate)) {
     throw CommandError(kExitUsage, "--every takes 0.1 to 3600 seconds, e.g. 0.5, 5 or 1m");
   }
   return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
@@ -218,7 +218,7 @@ class Watch : public KVViewController {
 constexpr char kForPipes[] = "'kelvora sensors' and 'kelvora usage' write to pipes and files";
 
 int runWatch(const Options& options, StandardOutput& output) {
-  const Clock::duration interval = intervalOf(options);
+  const Clock::duration interval = updateInterval(options);
   Platform& platform = chooseWatchedMachine(options);
   output.discardMessages(!platform.isLive());
   WatchSampler sampler(platform);

@@ -26,7 +26,7 @@ using Meter = WatchContent::Meter;
 using SensorRow = WatchContent::SensorRow;
 using Texts = KVLocalized::Texts;
 
-constexpr char kUnknown[] = "–";
+constexpr char kNoFigure[] = "–";
 
 // From which value on a figure is coloured.
 struct Limits {
@@ -47,7 +47,7 @@ std::string formatted(const char* format, Numbers... numbers) {
   return text.data();
 }
 
-std::string percentText(double percent) { return formatted("%.1f%%", percent); }
+std::string loadText(double percent) { return formatted("%.1f%%", percent); }
 
 // "58% / 499.96 GB"
 std::string shareText(double share, const std::string& whole) {
@@ -61,16 +61,16 @@ Meter filled(std::string label, std::string text, double fraction) {
 Meter loadMeter(const UsageSample& usage, const Texts& texts) {
   const std::string label = localizedText("group-cpu-name", "CPU", texts);
   if (!usage.load) {
-    return {label, kUnknown};
+    return {label, kNoFigure};
   }
-  return filled(label, percentText(usage.load->total), usage.load->total / 100);
+  return filled(label, loadText(usage.load->total), usage.load->total / 100);
 }
 
 Meter memoryMeter(const UsageSample& usage, const Texts& texts) {
   const std::string label = localizedText("group-memory-name", "Memory", texts);
   const MemoryAccuracy accuracy = accuracyOf(usage.memory);
   if (accuracy == MemoryAccuracy::kUnknown) {
-    return {label, kUnknown};
+    return {label, kNoFigure};
   }
   const auto used = static_cast<double>(usage.memory.used);
   const auto all = static_cast<double>(installedMemory(usage.memory));
@@ -83,7 +83,7 @@ Meter memoryMeter(const UsageSample& usage, const Texts& texts) {
 Meter diskMeter(const UsageSample& usage, const Texts& texts) {
   const std::string label = localizedText("overview-disk-item", "Startup disk", texts);
   if (usage.disk.total <= 0) {
-    return {label, kUnknown};
+    return {label, kNoFigure};
   }
   const auto used = static_cast<double>(usage.disk.used);
   const auto all = static_cast<double>(usage.disk.total);
@@ -92,13 +92,14 @@ Meter diskMeter(const UsageSample& usage, const Texts& texts) {
 
 Meter networkMeter(const UsageSample& usage, const Texts& texts) {
   const auto rate = [](double bytes) { return decimalByteText(std::round(bytes)) + "/s"; };
-  return {localizedText("usage-network", "Network", texts),
-          usage.rate ? "↓" + rate(usage.rate->received) + " ↑" + rate(usage.rate->sent) : kUnknown};
+  return {
+      localizedText("usage-network", "Network", texts),
+      usage.rate ? "↓" + rate(usage.rate->received) + " ↑" + rate(usage.rate->sent) : kNoFigure};
 }
 
 Meter uptimeMeter(const UsageSample& usage, const Texts& texts) {
   return {localizedText("usage-uptime", "Uptime", texts),
-          usage.uptimeSeconds > 0 ? durationText(usage.uptimeSeconds) : kUnknown};
+          usage.uptimeSeconds > 0 ? durationText(usage.uptimeSeconds) : kNoFigure};
 }
 
 Meter batteryMeter(const UsageSample& usage, const Texts& texts) {
@@ -107,7 +108,7 @@ Meter batteryMeter(const UsageSample& usage, const Texts& texts) {
       battery.isCharging ? "  " + localizedText("usage-charging", "charging", texts) : "";
   const std::string label = localizedText("group-battery-name", "Battery", texts);
   if (battery.maxCapacity <= 0) {
-    return {label, kUnknown + charging};
+    return {label, kNoFigure + charging};
   }
   const double fraction = battery.currentCapacity / battery.maxCapacity;
   return {label, formatted("%.0f%%", fraction * 100) + charging, fraction, toneOf(1 - fraction)};
@@ -290,7 +291,7 @@ void WatchModel::addProcesses(WatchContent& content, const Texts& texts) const {
   for (const CPUTopProcess& process : *processes_) {
     content.processes.push_back({std::to_string(process.pid),
                                  printable(process.name.value_or(process.command)),
-                                 percentText(process.usage)});
+                                 loadText(process.usage)});
   }
 }
 

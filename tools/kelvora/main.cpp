@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -79,14 +80,28 @@ std::string typeNameOf(const Argument& argument) {
   }
 }
 
+// A check that changes the word as another one does, and reports its failure as `fault`.
+std::function<std::string(std::string&)> inPlainWords(CLI::Validator check, std::string fault) {
+  return [check = std::move(check), fault = std::move(fault)](std::string& word) {
+    try {
+      return check(word).empty() ? std::string() : fault;
+    } catch (const CLI::ValidationError&) {
+      return fault;
+    }
+  };
+}
+
 CLI::Validator checkOf(const Argument& argument) {
   switch (argument.kind) {
     case Argument::Kind::kNumber:
-      return CLI::Number;
+      return {inPlainWords(CLI::Number, "takes a number, e.g. 5 or 0.5"), ""};
     case Argument::Kind::kDuration:
-      return CLI::AsNumberWithUnit(
-          std::map<std::string, double>{{"s", 1}, {"m", 60}, {"h", 3600}, {"d", 86400}},
-          CLI::AsNumberWithUnit::CASE_SENSITIVE);
+      return {inPlainWords(
+                  CLI::AsNumberWithUnit(
+                      std::map<std::string, double>{{"s", 1}, {"m", 60}, {"h", 3600}, {"d", 86400}},
+                      CLI::AsNumberWithUnit::CASE_SENSITIVE),
+                  "takes a time, e.g. 90, 10m, 2h or 1d"),
+              ""};
     default:
       return {[choices = argument.choices](std::string& word) {
                 return choices.empty() || std::ranges::find(choices, word) != choices.end()
