@@ -271,7 +271,7 @@ int runSensors(const Options& options, StandardOutput& output) {
   }
   requireEveryKey(options, sensors, allKeys);
   if (sensors.empty() && !options.json) {
-    writeText(output, "no sensor matches\n");
+    writeText(output, "\nno sensor matches\n");
   }
   return kExitSuccess;
 }
