@@ -17,17 +17,22 @@ constexpr std::array<const char*, 5> kCategoryNames{"Temperature", "Fan", "Volta
 constexpr double kLowestTemperature = 0;
 constexpr double kHighestTemperature = 110;
 
+void join(KVCoreDataStore& store, const KVCategoryPtr& twin, const KVCategoryPtr& category) {
+  for (const KVSensorPtr& sensor : twin->sensors()) {
+    sensor->setCategory(category);
+  }
+  store.viewContext()->deleteObject(twin);
+}
+
 // Programs that create a category at the same time leave it twice.
-void joinTwins(KVCoreDataStore& store, const KVCategoryPtr& category) {
-  const auto categories = store.allCategories();
-  for (const KVCategoryPtr& twin : categories.value_or(std::vector<KVCategoryPtr>())) {
-    if (twin->objectID() == category->objectID() || twin->name() != category->name()) {
-      continue;
+void joinTwins(KVCoreDataStore& store, const std::array<KVCategoryPtr, 5>& categories) {
+  const auto all = store.allCategories();
+  for (const KVCategoryPtr& twin : all.value_or(std::vector<KVCategoryPtr>())) {
+    for (const KVCategoryPtr& category : categories) {
+      if (twin->name() == category->name() && twin->objectID() != category->objectID()) {
+        join(store, twin, category);
+      }
     }
-    for (const KVSensorPtr& sensor : twin->sensors()) {
-      sensor->setCategory(category);
-    }
-    store.viewContext()->deleteObject(twin);
   }
 }
 
@@ -77,9 +82,9 @@ std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
     const KVCategoryPtr category =
         store.createOrUpdateCategoryWithName(kCategoryNames.at(type), context);
     category->setType(stored(type));
-    joinTwins(store, category);
     result.categories_.at(type) = category;
   }
+  joinTwins(store, result.categories_);
   return result;
 }
 
