@@ -25,15 +25,20 @@ void join(KVCoreDataStore& store, const KVCategoryPtr& twin, const KVCategoryPtr
 }
 
 // Programs that create a category at the same time leave it twice.
-void joinTwins(KVCoreDataStore& store, const std::array<KVCategoryPtr, 5>& categories) {
-  const auto all = store.allCategories();
-  for (const KVCategoryPtr& twin : all.value_or(std::vector<KVCategoryPtr>())) {
-    for (const KVCategoryPtr& category : categories) {
-      if (twin->name() == category->name() && twin->objectID() != category->objectID()) {
-        join(store, twin, category);
-      }
+KVCategoryPtr categoryNamed(const char* name, KVCoreDataStore& store,
+                            const std::vector<KVCategoryPtr>& categories) {
+  KVCategoryPtr found;
+  for (const KVCategoryPtr& category : categories) {
+    if (category->name() != name) {
+      continue;
+    }
+    if (found == nullptr) {
+      found = category;
+    } else {
+      join(store, category, found);
     }
   }
+  return found != nullptr ? found : store.createOrUpdateCategoryWithName(name, store.viewContext());
 }
 
 std::int16_t stored(std::uint64_t code) { return static_cast<std::int16_t>(code); }
@@ -69,9 +74,9 @@ SensorPtr readingOf(const KVSensor& stored, SensorController& controller,
 }  // namespace
 
 std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
-  const ManagedObjectContextPtr context = store.viewContext();
   const KVCoreDataStore::Sensors sensors = store.allSensors();
-  if (!sensors) {
+  const KVCoreDataStore::Categories categories = store.allCategories();
+  if (!sensors || !categories) {
     return std::nullopt;
   }
   StoredSensors result(store);
@@ -79,12 +84,10 @@ std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
     result.sensors_.emplace(sensor->key(), sensor);
   }
   for (std::size_t type = 0; type < kCategoryNames.size(); ++type) {
-    const KVCategoryPtr category =
-        store.createOrUpdateCategoryWithName(kCategoryNames.at(type), context);
+    const KVCategoryPtr category = categoryNamed(kCategoryNames.at(type), store, *categories);
     category->setType(stored(type));
     result.categories_.at(type) = category;
   }
-  joinTwins(store, result.categories_);
   return result;
 }
 
