@@ -1,10 +1,9 @@
 #pragma once
 
-#include <deque>
-#include <mutex>
 #include <thread>
 
 #include "platforms/posix/FileDescriptor.h"
+#include "platforms/shared/PendingWork.h"
 #include "ports/MainQueue.h"
 
 namespace kelvora::platform {
@@ -23,12 +22,9 @@ class LinuxMainQueue : public MainQueue {
   int descriptor() const override;
 
  private:
-  std::function<void()> takeFirst();
-
   std::thread::id mainThread_;
   FileDescriptor event_;  // counts what is queued
-  std::mutex mutex_;
-  std::deque<std::function<void()>> queued_;
+  PendingWork work_;
 };
 
 }  // namespace kelvora::platform

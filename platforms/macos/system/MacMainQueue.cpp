@@ -1,15 +1,16 @@
 #include "platforms/macos/system/MacMainQueue.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
-#include <deque>
-#include <mutex>
 #include <utility>
 #include <vector>
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <dispatch/dispatch.h>
 #include <pthread.h>
+
+#include "platforms/shared/PendingWork.h"
 
 namespace kelvora::platform {
 
@@ -64,66 +65,20 @@ std::vector<std::unique_ptr<Waking>> wakingBy(std::span<const int> descriptors, 
 
 struct MacMainQueue::State : public std::enable_shared_from_this<State> {
   int waits = 0;  // calls of waitForWork that are under way; only the main thread changes it
-
-  void add(std::function<void()> work) {
-    const std::lock_guard lock(mutex_);
-    queued_.push_back(std::move(work));
-    announce();
-  }
-
-  bool hasWork() const {
-    const std::lock_guard lock(mutex_);
-    return !queued_.empty();
-  }
-
-  void clear() {
-    std::deque<std::function<void()>> released;  // outside the lock: what work holds may call back
-    const std::lock_guard lock(mutex_);
-    released.swap(queued_);
-  }
+  PendingWork work{[this] { announce(); }};
 
   // Work that was left queued still runs if a loop of the host comes next.
   void announceWhatIsLeft() {
-    const std::lock_guard lock(mutex_);
-    if (!queued_.empty()) {
+    if (!work.isEmpty()) {
       announce();
     }
-  }
-
-  int runPending() {
-    std::size_t pending = 0;
-    {
-      const std::lock_guard lock(mutex_);
-      pending = queued_.size();
-    }
-    int ran = 0;
-    for (; pending > 0; --pending) {
-      // Work may run what is pending itself, which leaves less than was counted.
-      const auto work = takeFirst();
-      if (!work) {
-        break;
-      }
-      work();
-      ++ran;
-    }
-    return ran;
   }
 
  private:
   using Weak = std::weak_ptr<State>;
 
-  std::function<void()> takeFirst() {
-    const std::lock_guard lock(mutex_);
-    if (queued_.empty()) {
-      return nullptr;
-    }
-    auto work = std::move(queued_.front());
-    queued_.pop_front();
-    return work;
-  }
-
   void announce() {
-    if (!std::exchange(isAnnounced_, true)) {
+    if (!isAnnounced_.exchange(true)) {
       auto queue = std::make_unique<Weak>(weak_from_this());
       dispatch_async_f(dispatch_get_main_queue(), queue.release(), runAnnounced);
     }
@@ -135,32 +90,28 @@ struct MacMainQueue::State : public std::enable_shared_from_this<State> {
     if (state == nullptr) {
       return;
     }
-    {
-      const std::lock_guard lock(state->mutex_);
-      state->isAnnounced_ = false;
-    }
+    // Before the work is counted: whoever adds some afterwards announces it.
+    state->isAnnounced_ = false;
     // A wait ends instead, and its caller runs the work: no exception passes through the system.
     if (state->waits == 0) {
-      state->runPending();
+      state->work.run();
     }
   }
 
-  mutable std::mutex mutex_;
-  std::deque<std::function<void()>> queued_;
-  bool isAnnounced_ = false;  // the system's main queue has a call of runAnnounced
+  std::atomic<bool> isAnnounced_ = false;  // the system's main queue has a call of runAnnounced
 };
 
 MacMainQueue::MacMainQueue() : state_(std::make_shared<State>()) {}
 
-MacMainQueue::~MacMainQueue() { state_->clear(); }
+MacMainQueue::~MacMainQueue() { state_->work.clear(); }
 
-void MacMainQueue::async(std::function<void()> work) { state_->add(std::move(work)); }
+void MacMainQueue::async(std::function<void()> work) { state_->work.add(std::move(work)); }
 
 bool MacMainQueue::isMainThread() const { return pthread_main_np() != 0; }
 
 int MacMainQueue::runPending() {
   const std::shared_ptr<State> state = state_;  // work may end this object
-  return isMainThread() ? state->runPending() : 0;
+  return isMainThread() ? state->work.run() : 0;
 }
 
 void MacMainQueue::waitForWork(std::chrono::steady_clock::time_point deadline,
@@ -173,9 +124,10 @@ void MacMainQueue::waitForWork(std::chrono::steady_clock::time_point deadline,
   ++state->waits;
   // The loop also ends for sources of the system, among them the beginning and the end of `waking`.
   do {
-    wait = state->hasWork() ? 0 : secondsUntil(deadline);
+    wait = state->work.isEmpty() ? secondsUntil(deadline) : 0;
     result = CFRunLoopRunInMode(kCFRunLoopDefaultMode, wait, true);
-  } while (result == kCFRunLoopRunHandledSource && wait > 0 && !isReadable && !state->hasWork());
+  } while (result == kCFRunLoopRunHandledSource && wait > 0 && !isReadable &&
+           state->work.isEmpty());
   --state->waits;
   state->announceWhatIsLeft();
 }

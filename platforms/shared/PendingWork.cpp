@@ -1,0 +1,58 @@
+#include "platforms/shared/PendingWork.h"
+
+#include <cstddef>
+#include <utility>
+
+namespace kelvora::platform {
+
+PendingWork::PendingWork(std::function<void()> added, std::function<void()> taken)
+    : added_(std::move(added)), taken_(std::move(taken)) {}
+
+void PendingWork::add(std::function<void()> work) {
+  const std::lock_guard lock(mutex_);
+  queued_.push_back(std::move(work));
+  added_();
+}
+
+bool PendingWork::isEmpty() const {
+  const std::lock_guard lock(mutex_);
+  return queued_.empty();
+}
+
+void PendingWork::clear() {
+  std::deque<std::function<void()>> released;  // outside the lock: what work holds may call back
+  const std::lock_guard lock(mutex_);
+  released.swap(queued_);
+}
+
+int PendingWork::run() {
+  std::size_t pending = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    pending = queued_.size();
+  }
+  int ran = 0;
+  for (; pending > 0; --pending) {
+    // Work may run what is pending itself, which leaves less than was counted.
+    const auto work = takeFirst();
+    if (!work) {
+      break;
+    }
+    work();
+    ++ran;
+  }
+  return ran;
+}
+
+std::function<void()> PendingWork::takeFirst() {
+  const std::lock_guard lock(mutex_);
+  if (queued_.empty()) {
+    return nullptr;
+  }
+  auto work = std::move(queued_.front());
+  queued_.pop_front();
+  taken_();
+  return work;
+}
+
+}  // namespace kelvora::platform
