@@ -4,8 +4,6 @@
 #include <cmath>
 #include <limits>
 
-#include "KelvoraCore/SMCRecords.h"
-
 #include "platforms/linux/smc/DriverKeys.h"
 
 namespace kelvora::platform {
@@ -14,7 +12,6 @@ namespace {
 
 using Bytes = std::vector<std::byte>;
 
-constexpr std::uint32_t kByteType = SMCPackedKey("ui8 ");
 constexpr std::uint32_t kTemperatureType = SMCPackedKey("sp78");
 constexpr std::uint32_t kSpeedType = SMCPackedKey("fpe2");
 constexpr std::uint32_t kFloatType = SMCPackedKey("flt ");

@@ -8,10 +8,18 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/SMCRecords.h"
+
 #include "platforms/linux/smc/AppleSMCFiles.h"
 #include "ports/IOKitTypes.h"
 
 namespace kelvora::platform {
+
+/// The type of a fan's mode, one byte.
+inline constexpr std::uint32_t kByteType = SMCPackedKey("ui8 ");
+
+/// Whether a packed key names the mode of a fan, e.g. "F0Md".
+constexpr bool isFanMode(std::uint32_t name) { return (name & 0xffff) == SMCPackedKey("Md") >> 16; }
 
 /// The temperatures and fans that the driver offers in files of their own, as SMC keys: "TC0P" is
 /// in the "tempN_input" whose "tempN_label" is this key, "F0Ac", "F0Mn", "F0Mx", "F0Sf" and "F0Tg"

@@ -4,9 +4,6 @@ namespace kelvora::platform {
 
 namespace {
 
-constexpr std::uint32_t kByteType = SMCPackedKey("ui8 ");
-constexpr std::uint32_t kModeSuffix = SMCPackedKey("Md") >> 16;
-
 class FilesOfFans : public AppleSMCFiles {
  public:
   using AppleSMCFiles::AppleSMCFiles;
@@ -28,7 +25,7 @@ KernelStatus LinuxFanSMC::mayOpen() const {
 }
 
 KernelStatus LinuxFanSMC::perform(const SMCParamRecord& request, SMCParamRecord& reply) {
-  const bool isMode = (request.key & 0xffff) == kModeSuffix;
+  const bool isMode = isFanMode(request.key);
   const bool isAsked = isMode && request.command == SMCCommandGetKeyInfo && request.key != key_;
   const bool takesFan = isMode && request.command == SMCCommandWriteBytes && request.bytes[0] != 0;
   if (!isAsked && !takesFan) {

@@ -10,7 +10,6 @@ namespace {
 
 constexpr std::uint32_t kKeyCountName = SMCPackedKey("#KEY");
 constexpr std::uint32_t kKeyCountType = SMCPackedKey("ui32");
-constexpr std::uint32_t kModeSuffix = SMCPackedKey("Md") >> 16;
 
 std::vector<std::byte> bigEndian(std::uint32_t number) {
   std::vector<std::byte> bytes;
@@ -90,7 +89,7 @@ void LinuxSMC::listEveryKey() {
 void LinuxSMC::listSensors() {
   list_.push_back(Key{{kKeyCountName, kKeyCountType, 4}, std::nullopt});
   for (const DriverSensors::Key& key : sensors_->keys()) {
-    if ((key.name & 0xffff) == kModeSuffix) {
+    if (isFanMode(key.name)) {
       continue;
     }
     list_.push_back(Key{{key.name, key.type, key.dataSize}, std::nullopt});
