@@ -1,37 +1,18 @@
 #include <cmath>
-#include <cstdlib>
 #include <limits>
-#include <string_view>
 
 #include <unicode/numberformatter.h>
 
 #include "KelvoraCore/KVExtension.h"
 
+#include "base/UserLocale.h"
+
 namespace kelvora::KVExtension {
 
-namespace {
-
-bool isPlain(std::string_view locale) {
-  return locale == "C" || locale == "POSIX" || locale.starts_with("C.");
-}
-
-// ICU's default follows the language of messages, and has neither grouping nor a sign for infinity
-// where no locale is chosen.
-icu::Locale localeOfNumbers() {
-  for (const char* variable : {"LC_ALL", "LC_NUMERIC", "LANG"}) {
-    const char* name = std::getenv(variable);
-    if (name != nullptr && *name != '\0') {
-      return isPlain(name) ? icu::Locale::getEnglish() : icu::Locale::createCanonical(name);
-    }
-  }
-  return icu::Locale::getEnglish();
-}
-
-}  // namespace
-
 std::string formattedStringFromNumber(std::optional<double> number) {
+  // ICU's default locale has neither grouping nor a sign for infinity where no locale is chosen.
   static const icu::number::LocalizedNumberFormatter formatter =
-      icu::number::NumberFormatter::withLocale(localeOfNumbers())
+      icu::number::NumberFormatter::withLocale(localeOfCategory("LC_NUMERIC"))
           .precision(icu::number::Precision::fixedFraction(2));
   if (!number) {
     return "0";

@@ -7,6 +7,8 @@
 
 #include <unicode/calendar.h>
 
+#include "base/UserLocale.h"
+#include "base/UserTimeZone.h"
 #include "ports/Ports.h"
 #include "sysinfo/HardwareReport.h"
 #include "sysinfo/ModelCatalogue.h"
@@ -69,7 +71,9 @@ std::int64_t familyOfIdentifier(std::string_view identifier) {
 
 std::int64_t yearInCurrentCalendar(std::chrono::system_clock::time_point date) {
   UErrorCode status = U_ZERO_ERROR;
-  const std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(status));
+  const std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(
+      timeZoneAt(std::chrono::system_clock::to_time_t(date)).release(), localeOfCategory("LC_TIME"),
+      status));
   if (U_FAILURE(status)) {
     return 0;
   }

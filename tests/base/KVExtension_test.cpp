@@ -307,6 +307,18 @@ TEST(KVExtensionTimeZone, ARuleWithoutSummerTimeIsHonoured) {
   EXPECT_EQ(dateTimeFormat(berlinAfternoon()), "2024-03-07 18:50:09");
 }
 
+// Rules of the C library, in which a zone behind Greenwich has a positive sign.
+TEST(KVExtensionTimeZone, ARuleThatLooksLikeANameIsHonoured) {
+  for (const auto& [zone, time] :
+       {std::pair("GMT-5:30", "18:35:09"), std::pair("GMT+3:30", "09:35:09"),
+        std::pair("GMT+3", "10:05:09"), std::pair("GMT+03:00", "10:05:09"),
+        std::pair("GMT+1:00:00", "12:05:09"), std::pair("UTC-5:30", "18:35:09"),
+        std::pair("Etc/GMT+5", "08:05:09"), std::pair("EST5EDT", "08:05:09")}) {
+    setenv("TZ", zone, 1);
+    EXPECT_EQ(DateFormatter().stringFromDate(berlinAfternoon(), "HH:mm:ss"), time) << zone;
+  }
+}
+
 TEST(KVExtensionTimeZone, AnEmptyTZIsUniversalTime) {
   setenv("TZ", "", 1);
   EXPECT_EQ(dateTimeFormat(berlinAfternoon()), "2024-03-07 13:05:09");

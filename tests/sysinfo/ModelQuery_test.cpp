@@ -5,8 +5,6 @@
 #include <string>
 
 #include <gtest/gtest.h>
-#include <unicode/locid.h>
-#include <unicode/timezone.h>
 
 #include "platforms/linux/system/LinuxSystemControls.h"
 #include "tests/support/ForwardingPorts.h"
@@ -67,27 +65,27 @@ TEST(ModelQuery, AnUnknownModelIsNamedByItsReportAndDatedToday) {
 TEST(ModelQuery, TheYearIsThatOfTheUsersCalendarAndNotOfItsWeek) {
   using namespace std::chrono;
   const sys_time<hours> noon = sys_days(year(2024) / December / 30) + hours(12);
-  UErrorCode status = U_ZERO_ERROR;
-  icu::Locale::setDefault(icu::Locale("en_US"), status);
-  EXPECT_EQ(yearInCurrentCalendar(noon), 2024);
-  icu::Locale::setDefault(icu::Locale("de_DE"), status);
-  EXPECT_EQ(yearInCurrentCalendar(noon), 2024);
-  icu::Locale::setDefault(icu::Locale("ar_EG"), status);
-  EXPECT_EQ(yearInCurrentCalendar(noon), 2024);
-  icu::Locale::setDefault(icu::Locale("th_TH"), status);
-  EXPECT_EQ(yearInCurrentCalendar(noon), 2567);
+  unsetenv("LC_ALL");
+  for (const auto& [ofTimes, calendarYear] :
+       {std::pair("en_US.UTF-8", 2024), std::pair("de_DE", 2024), std::pair("ar_EG", 2024),
+        std::pair("C", 2024), std::pair("th_TH.UTF-8", 2567)}) {
+    setenv("LC_TIME", ofTimes, 1);
+    setenv("LANG", calendarYear == 2024 ? "th_TH" : "en_US", 1);
+    EXPECT_EQ(yearInCurrentCalendar(noon), calendarYear) << ofTimes;
+  }
 }
 
 // Half an hour before the year ends in Greenwich.
 TEST(ModelQuery, TheYearIsThatOfTheUsersTimeZone) {
   using namespace std::chrono;
   const sys_time<minutes> late = sys_days(year(2024) / December / 31) + hours(23) + minutes(30);
-  UErrorCode status = U_ZERO_ERROR;
-  icu::Locale::setDefault(icu::Locale("en_US"), status);
-  icu::TimeZone::adoptDefault(icu::TimeZone::createTimeZone("Pacific/Auckland"));
-  EXPECT_EQ(yearInCurrentCalendar(late), 2025);
-  icu::TimeZone::adoptDefault(icu::TimeZone::createTimeZone("America/New_York"));
-  EXPECT_EQ(yearInCurrentCalendar(late), 2024);
+  setenv("LC_ALL", "en_US", 1);
+  for (const auto& [zone, calendarYear] :
+       {std::pair("Pacific/Auckland", 2025), std::pair("America/New_York", 2024),
+        std::pair("XYZ-1", 2025), std::pair("XYZ+1", 2024)}) {
+    setenv("TZ", zone, 1);
+    EXPECT_EQ(yearInCurrentCalendar(late), calendarYear) << zone;
+  }
 }
 
 TEST(ModelQuery, AMacThatRunsLinuxIsNamedByItsFirmwareWithoutToolsOfMacOS) {
