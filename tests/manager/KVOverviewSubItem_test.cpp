@@ -47,6 +47,7 @@ TEST(OverviewSubItem, ShowsTheWholePercents) {
   EXPECT_EQ(display(0.999), "99%");
   EXPECT_EQ(display(0), "0%");
   EXPECT_EQ(display(0.009), "0%");
+  EXPECT_EQ(display(0.29), "28%");  // 28.999999999999996, which single precision rounds up
   EXPECT_EQ(display(2.5), "250%");
 }
 
