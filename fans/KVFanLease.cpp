@@ -13,6 +13,7 @@
 
 #include "fans/FanLeaseRules.h"
 #include "fans/FanToTake.h"
+#include "fans/GuardianProcess.h"
 #include "fans/LeaseMachine.h"
 #include "fans/LeaseRecord.h"
 #include "fans/LeftBehind.h"
@@ -54,7 +55,8 @@ class KVFanLease::Holder {
         platform_(controller.platform()),
         options_(std::move(options)),
         take_(platform_, options_.timeout),
-        handBack_(platform_, options_.timeout) {}
+        handBack_(platform_, options_.timeout),
+        guardian_(platform_.childProcesses(), options_.timeout) {}
 
   bool take(const std::vector<KVFanSpeed>& speeds) {
     if (state_ == HolderState::kEnded || state_ == HolderState::kEnding) {
@@ -127,7 +129,7 @@ class KVFanLease::Holder {
         handle(write() ? HolderEvent::kTaken : HolderEvent::kTakeFailed);
         break;
       case HolderAction::kRenew:
-        sendRenewal();
+        guardian_.renew();
         break;
       case HolderAction::kHandBack:
         handle(handBack() ? HolderEvent::kHandedBack : HolderEvent::kHandBackFailed);
@@ -228,13 +230,13 @@ class KVFanLease::Holder {
   }
 
   void startGuardian() {
-    unanswered_.reset();
-    if (!launchGuardian()) {
+    if (std::string fault = guardian_.launch(guardianPath(), leaseRequest()); !fault.empty()) {
+      fail(std::move(fault));
       handle(HolderEvent::kGuardianGone);
       return;
     }
     std::string line;
-    switch (channel_->receive(line, options_.timeout)) {
+    switch (guardian_.receive(line, options_.timeout)) {
       case GuardChannel::Event::kNothing:
         fail("the guardian does not answer");
         handle(HolderEvent::kGuardianSilent);
@@ -256,26 +258,6 @@ class KVFanLease::Holder {
   std::string guardianPath() const {
     return options_.guardian.empty() ? KVUtils::fanGuardianPath(platform_).value_or("")
                                      : options_.guardian;
-  }
-
-  bool launchGuardian() {
-    auto ends = GuardChannel::open();
-    if (!ends) {
-      return fail("the system has no descriptors left");
-    }
-    platform::ChildRequest request;
-    request.path = guardianPath();
-    request.isOwnProgram = true;
-    request.standardInput = ends->second.descriptor();
-    platform::ChildLaunch launch = platform_.childProcesses().launch(request);
-    if (!launch.child) {
-      return fail("the guardian cannot be started: " + request.path + ": " + launch.failure);
-    }
-    guardian_ = std::move(launch.child);
-    channel_.emplace(std::move(ends->first));
-    ends->second.close();
-    channel_->send(lineOf(leaseRequest()));
-    return true;
   }
 
   LeaseRequest leaseRequest() const {
@@ -311,7 +293,7 @@ class KVFanLease::Holder {
   // The tools have the holder's end, so that the channel ends after the last of them, and the
   // fan's lock.
   ToolDescriptors descriptorsOf(const HeldFan& fan) const {
-    return {channel_ ? channel_->descriptor() : -1, fan.lock->descriptor()};
+    return {guardian_.descriptor(), fan.lock->descriptor()};
   }
 
   // A tool that set a fan and hangs may set it after this. So a hand-back counts if it began when
@@ -327,26 +309,17 @@ class KVFanLease::Holder {
     return obstacle_.empty();
   }
 
-  void sendRenewal() {
-    channel_->send("renew");
-    if (!unanswered_) {
-      unanswered_ = Clock::now();
-    }
-  }
-
   void receiveWhatCame() {
     std::string line;
     while (state_ == HolderState::kHeld) {
-      const GuardChannel::Event event = channel_->receive(line, milliseconds(0));
+      const GuardChannel::Event event = guardian_.receive(line, milliseconds(0));
       if (event == GuardChannel::Event::kEnd) {
         fail("the guardian has ended");
         handle(HolderEvent::kGuardianGone);
       } else if (event == GuardChannel::Event::kNothing) {
         lookWhetherSilent();
         return;
-      } else if (line == "alive") {
-        unanswered_.reset();
-      } else {
+      } else if (line != "alive") {
         fail("the lease was not renewed in time");
         handle(HolderEvent::kGuardianExpired);
       }
@@ -354,7 +327,7 @@ class KVFanLease::Holder {
   }
 
   void lookWhetherSilent() {
-    if (unanswered_ && Clock::now() - *unanswered_ > options_.timeout) {
+    if (guardian_.isSilent()) {
       fail("the guardian is silent");
       handle(HolderEvent::kGuardianSilent);
     }
@@ -362,13 +335,11 @@ class KVFanLease::Holder {
 
   // The guardian hands back once more when the channel ends, before it releases the fans' locks.
   void waitForGuardiansEnd() {
-    channel_.reset();
+    guardian_.leave();
     for (HeldFan& fan : fans_) {
       fan.lock.reset();
     }
-    const auto guardian = std::move(guardian_);
-    const bool hasEnded =
-        guardian == nullptr || guardian->waitUntilExit(options_.timeout).has_value();
+    const bool hasEnded = guardian_.waitUntilEnded();
     // A guardian that was killed has left the leases on the disk.
     for (const HeldFan& fan : fans_) {
       if (hasEnded) {
@@ -389,9 +360,7 @@ class KVFanLease::Holder {
   std::string obstacle_;  // why they are not handed back yet
   std::vector<KVFanSpeed> wanted_;
   std::vector<HeldFan> fans_;
-  std::optional<GuardChannel> channel_;
-  std::unique_ptr<platform::ChildProcess> guardian_;
-  std::optional<Clock::time_point> unanswered_;  // the first renewal that was not answered yet
+  GuardianProcess guardian_;
 };
 
 KVFanLease::KVFanLease(SensorController& controller, KVFanLeaseOptions options)
