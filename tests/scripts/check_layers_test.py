@@ -79,11 +79,36 @@ class CheckLayers(unittest.TestCase):
             "hardware/Reader.h": "// class Controller;\nclass Controller;\n",
         }
         self.assert_violation(files, "hardware/Reader.h:2: declares Controller, which is in sensors/")
+        for text in ("namespace kelvora { class Controller; }", "class KELVORA_EXPORT Controller;",
+                     "class ::kelvora::Controller;", "struct Other; class Controller ;"):
+            self.assert_violation(files | {"hardware/Reader.h": text + "\n"},
+                                  "hardware/Reader.h:1: declares Controller, which is in sensors/")
         files["hardware/Controller.h"] = "struct KELVORA_EXPORT Controller {};\n"
         self.assert_clean(files)
 
+    def test_a_program_declares_public_classes_and_its_own_only(self):
+        files = {
+            "hardware/Wrapper.h": "class Wrapper {\n};\n", "include/KelvoraCore/Reader.h": "class Reader {\n};\n",
+            "include/KelvoraCore/KelvoraCore.h": '#include "KelvoraCore/Reader.h"\n',
+            "tools/kelvora/Text.h": "class Text {\n};\n", "tools/smc/main.cpp": "class Wrapper;\n",
+            "tools/kelvora/Report.h": "class Reader;\nclass Text;\nclass OfALibrary;\n",
+        }
+        self.assert_clean(files)
+        self.assert_violation(files | {"tools/kelvora/Report.h": "namespace kelvora {\nclass Wrapper;\n}\n"},
+                              "tools/kelvora/Report.h:2: declares Wrapper, which is not public")
+
+    def test_an_include_in_angle_brackets_is_one_of_the_project_too(self):
+        for target, header in (("store/File.h", "store/File.h"),
+                               ("KelvoraCore/Manager.h", "include/KelvoraCore/Manager.h")):
+            self.assert_violation({
+                "store/File.h": "", "manager/Manager.cpp": "", header: "",
+                "include/KelvoraCore/KelvoraCore.h": '#include "KelvoraCore/Manager.h"\n',
+                "platforms/linux/Live.cpp": f"#include <{target}>\n",
+            }, f'platforms/linux/Live.cpp:1: "{target}" is in ')
+
     def test_a_friend_in_a_higher_layer_is_a_violation(self):
-        for friend in ("friend Controller;", "friend class kelvora::Controller;"):
+        for friend in ("friend Controller;", "friend class kelvora::Controller;", "friend class ::kelvora::Controller;",
+                       "int x; friend struct Controller ;"):
             self.assert_violation({
                 "sensors/Controller.h": "class Controller {\n};\n",
                 "hardware/Reader.h": "class Reader {\n  " + friend + "\n};\n",
