@@ -1,5 +1,4 @@
 // The labels and values of a reading beside the reading itself.
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -15,6 +14,7 @@
 #include "InMemoryMac.h"
 #include "RatioReporter.h"
 #include "platforms/linux/settings/LinuxUserDefaults.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::bench {
 namespace {
@@ -34,21 +34,6 @@ class TableBundle : public platform::MainBundle {
   std::optional<PropertyListValue::Dictionary> informationDictionary(const std::string&) override {
     return std::nullopt;
   }
-};
-
-// A folder for the suite of this run.
-class Folder {
- public:
-  Folder() : path_((std::filesystem::temp_directory_path() / "kelvoraXXXXXX").string()) {
-    if (mkdtemp(path_.data()) == nullptr) {
-      std::exit(1);
-    }
-  }
-  ~Folder() { std::filesystem::remove_all(path_); }
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
 };
 
 void read(benchmark::State& state) {
@@ -76,7 +61,7 @@ std::size_t show(const SensorList& sensors, KVSettings& live, Platform& platform
 }
 
 void refresh(benchmark::State& state) {
-  const Folder folder;
+  const testing::TemporaryFolder folder;
   const auto platform = macInMemory(kSensors);
   platform->ports().mainBundle = std::make_unique<TableBundle>();
   platform->ports().userDefaults = std::make_unique<platform::LinuxUserDefaults>(folder.path());

@@ -1,14 +1,14 @@
 #include "hardware/KeyReading.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
-#include <cstdio>
 #include <cstdlib>
+#include <span>
 #include <string>
 
 #include "KelvoraCore/Platform.h"
 
+#include "base/HexadecimalText.h"
 #include "hardware/SMCConnection.h"
 
 namespace kelvora {
@@ -18,21 +18,14 @@ namespace {
 // A real SMC has some hundred to some thousand; a faulty one may claim any number.
 constexpr std::uint32_t kMostKeys = 65'536;
 
-std::string hexadecimal(const SMCValueRecord& value) {
-  std::string text;
-  for (std::uint32_t i = 0; i < std::min<std::uint32_t>(value.dataSize, sizeof value.bytes); ++i) {
-    std::array<char, 3> digits = {};
-    std::snprintf(digits.data(), digits.size(), "%02x", static_cast<unsigned>(value.bytes[i]));
-    text += digits.data();
-  }
-  return text;
-}
-
 // Empty when the key cannot be read; the SMC gives a key that it does not know the size 0.
 std::string bytesOf(SMCConnection& connection, std::string_view key) {
   SMCValueRecord value;
   const auto status = connection.readKey(SMCPackedKey(key), value);
-  return status == platform::kKernelSuccess ? hexadecimal(value) : "";
+  const auto bytes = std::as_bytes(std::span(value.bytes));
+  return status == platform::kKernelSuccess
+             ? hexadecimalText(bytes.first(std::min<std::size_t>(value.dataSize, bytes.size())))
+             : "";
 }
 
 // What `work` returns with a connection; without an SMC each of its calls fails.

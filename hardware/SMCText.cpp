@@ -5,6 +5,7 @@
 
 #include "KelvoraCore/SMCRecords.h"
 
+#include "base/Latin1.h"
 #include "base/UTF8Text.h"
 
 namespace kelvora {
@@ -17,14 +18,7 @@ bool isASCII(char character) { return static_cast<unsigned char>(character) < 0x
 
 }  // namespace
 
-void appendSMCCharacter(std::string& text, unsigned char byte) {
-  if (byte < 0x80) {
-    text += static_cast<char>(byte);
-  } else {
-    text += static_cast<char>(0xc0 | byte >> 6);
-    text += static_cast<char>(0x80 | (byte & 0x3f));
-  }
-}
+void appendSMCCharacter(std::string& text, unsigned char byte) { appendLatin1(text, byte); }
 
 std::string textFromSMC(std::string_view bytes) {
   std::string text;

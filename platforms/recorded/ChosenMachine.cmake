@@ -1,6 +1,7 @@
 # What a program that does without the library compiles for the chosen recorded Mac, besides the
 # sources of its system: TrustedEnvironment.cpp and the log.
 set(KELVORA_CHOSEN_MACHINE_SOURCES
+  base/HexadecimalText.cpp
   base/JSONNesting.cpp
   platforms/posix/FileLock.cpp
   platforms/posix/NewFiles.cpp

@@ -3,6 +3,8 @@
 #include <optional>
 #include <utility>
 
+#include "base/HexadecimalText.h"
+#include "base/Latin1.h"
 #include "base/Log.h"
 #include "platforms/recorded/file/MachineFileParts.h"
 #include "platforms/shared/TrustedEnvironment.h"
@@ -15,23 +17,7 @@ namespace {
 std::string textOfKey(std::uint32_t key) {
   std::string text;
   for (const int shift : {24, 16, 8, 0}) {
-    const std::uint32_t code = key >> shift & 0xff;
-    if (code < 0x80) {
-      text += static_cast<char>(code);
-    } else {
-      text += static_cast<char>(0xc0 | code >> 6);
-      text += static_cast<char>(0x80 | (code & 0x3f));
-    }
-  }
-  return text;
-}
-
-std::string hexadecimalText(const std::vector<std::byte>& bytes) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::string text;
-  for (const std::byte byte : bytes) {
-    text += kDigits[std::to_integer<unsigned>(byte) >> 4];
-    text += kDigits[std::to_integer<unsigned>(byte) & 0xf];
+    appendLatin1(text, static_cast<unsigned char>(key >> shift & 0xff));
   }
   return text;
 }

@@ -143,7 +143,7 @@ int runAddCustom(const Options& options, StandardOutput& output) {
   if (!isSMCKey(key)) {
     refuseSensor(key, kInvalidKey);
   }
-  if (KVExtension::isBlank(name) || !isUTF8(name) || (value && !std::isfinite(*value))) {
+  if (KVExtension::isBlank(name) || !isValidUTF8(name) || (value && !std::isfinite(*value))) {
     refuseSensor(key, kInvalidValue);
   }
   requireReadableStore();

@@ -13,8 +13,6 @@ namespace kelvora::tool {
 
 namespace {
 
-constexpr double kMostFans = 20;
-
 // An SMC answers for a key that it does not know, with size 0, which would be the number 0.
 std::optional<double> valueOf(SMCWrapper& smc, const std::string& key) {
   SMCKeyInfo info{};
@@ -43,7 +41,8 @@ void FanReader::requireSMC() {
 
 std::vector<FanState> FanReader::read(const std::vector<KVLeasedFan>& leases) {
   const double claimed = valueOf(controller_.smc(), "FNum").value_or(0);
-  const auto count = static_cast<std::uint64_t>(std::clamp(claimed, 0.0, kMostFans));
+  const auto count =
+      static_cast<std::uint64_t>(std::clamp(claimed, 0.0, static_cast<double>(kMostFans)));
   std::vector<FanState> fans;
   for (std::uint64_t fan = 0; fan < count; ++fan) {
     fans.push_back(read(fan, leases));

@@ -14,7 +14,7 @@ namespace kelvora::tool {
 namespace {
 
 constexpr std::string_view kFanLetters = "0123456789ABCDEFGHIJ";
-constexpr double kMostSetSpeed = 100'000;
+static_assert(kFanLetters.size() == kMostFans);
 
 // None for anything but a decimal number as a whole.
 std::optional<double> revolutionsIn(const std::string& text) {

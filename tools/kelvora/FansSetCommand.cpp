@@ -54,11 +54,10 @@ int setFans(const Options& options, StandardOutput& output, FanControl& control,
 }
 
 std::optional<KVFanSpeed> speedIn(const std::string& key, const PropertyListValue& value) {
-  constexpr double kMostSpeed = 100'000;
   const auto fan = fanOfSetKey(key);
   const bool isNumber = value.as<double>() != nullptr || value.as<std::int64_t>() != nullptr;
   const double speed = value.doubleValue();
-  if (!fan || !isNumber || !(speed > 0) || speed > kMostSpeed) {
+  if (!fan || !isNumber || !(speed > 0) || speed > kMostSetSpeed) {
     return std::nullopt;
   }
   return KVFanSpeed{*fan, static_cast<std::uint64_t>(std::llround(speed))};

@@ -43,7 +43,7 @@ std::string textOf(const SMCKeyEntry& entry) {
       numbers + fitted(printable(entry.key), 4) + "  " + fitted(printable(entry.type), 4);
   std::snprintf(numbers, sizeof numbers, "  %4u  0x%02x  ", entry.size, entry.attributes);
   line += numbers;
-  std::string value = "–";
+  std::string value = kNoValue;
   if (entry.value) {
     std::snprintf(numbers, sizeof numbers, "%.7g", *entry.value);
     value = numbers;

@@ -12,6 +12,7 @@
 #include "tools/kelvora/LineGroup.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SensorText.h"
+#include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
@@ -35,7 +36,7 @@ LineGroup groupOf(const ZDNetworkInfo& info, Platform& platform) {
   const KVLocalized::Texts texts(settings, platform);
   LineGroup group;
   const auto add = [&](const char* key, const char* english, const Text& text) {
-    group.add(localizedText(key, english, texts), known(text).value_or("–"));
+    group.add(localizedText(key, english, texts), known(text).value_or(kNoValue));
   };
   add("usage-local-address", "Local address", info.ipAddress());
   add("usage-public-address", "Public address", info.publicIpAddress());

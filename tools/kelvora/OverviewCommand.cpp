@@ -11,12 +11,11 @@
 #include "tools/kelvora/InventoryText.h"
 #include "tools/kelvora/LineGroup.h"
 #include "tools/kelvora/Report.h"
+#include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
 namespace {
-
-constexpr char kNone[] = "–";
 
 Json jsonOf(const std::vector<KVOverviewItem>& items) {
   Json list = Json::array();
@@ -32,7 +31,7 @@ LineGroup groupOf(const std::vector<KVOverviewItem>& items) {
   LineGroup group;
   for (const KVOverviewItem& item : items) {
     const std::string value = item.value.value_or("");
-    group.add(item.title, value.empty() ? kNone : value);
+    group.add(item.title, value.empty() ? kNoValue : value);
   }
   return group;
 }

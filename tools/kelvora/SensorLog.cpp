@@ -13,6 +13,7 @@
 #include "KelvoraCore/KVExtension.h"
 
 #include "tools/kelvora/CSVFile.h"
+#include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -20,9 +21,6 @@ namespace kelvora::tool {
 namespace {
 
 constexpr std::size_t kDayLength = std::string_view("2024-03-07").size();
-
-// By SensorType. The user's units would change the meaning of a column from one line to the next.
-constexpr std::array<const char*, 5> kUnits{"°C", "rpm", "V", "A", "W"};
 
 // The separators of lines and the quotation marks that a reader of the file would take for its own.
 std::string field(std::string_view text) {
@@ -33,9 +31,10 @@ std::string field(std::string_view text) {
   return content;
 }
 
+// The user's units would change the meaning of a column from one line to the next.
 std::string title(const std::string& key, const std::string& name, std::uint64_t type) {
-  const std::string unit = type < kUnits.size() ? std::string(" ") + kUnits.at(type) : "";
-  return field((name == key ? key : name + " (" + key + ")") + unit);
+  const auto unit = rawUnit(type);
+  return field((name == key ? key : name + " (" + key + ")") + (unit ? " " + *unit : ""));
 }
 
 std::string titleOf(const std::string& key, const SensorPtr& reading, KVDataManager& manager) {

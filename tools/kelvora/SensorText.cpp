@@ -8,11 +8,13 @@
 
 #include "KelvoraCore/KVValueConverter.h"
 
+#include "tools/kelvora/SensorTypes.h"
+#include "tools/kelvora/Text.h"
+
 namespace kelvora::tool {
 
 namespace {
 
-constexpr char kNoValue[] = "–";
 constexpr std::int64_t kPercentage = 1;
 constexpr bool kShortForm = false;
 
@@ -61,9 +63,8 @@ std::string filled(std::string format, const std::string& text) {
 }  // namespace
 
 std::optional<std::string> rawUnit(std::uint64_t type) {
-  // By SensorType.
-  constexpr std::array<const char*, 5> kUnits{"°C", "rpm", "V", "A", "W"};
-  return type < kUnits.size() ? std::optional<std::string>(kUnits.at(type)) : std::nullopt;
+  return type < std::size(kSensorTypes) ? std::optional<std::string>(kSensorTypes[type].unit)
+                                        : std::nullopt;
 }
 
 std::optional<std::string> limitUnit(std::uint32_t type, KVSettings& settings) {

@@ -18,6 +18,7 @@
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SensorGroups.h"
 #include "tools/kelvora/SensorText.h"
+#include "tools/kelvora/SensorTypes.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -35,22 +36,8 @@ class ListeningController : public SensorController {
   std::vector<std::string> failures;
 };
 
-struct TypeRow {
-  std::uint64_t type;
-  const char* name;  ///< as --type takes it
-};
-
-constexpr TypeRow kTypes[] = {
-    {SensorTypeTemperature, "temperature"},
-    {SensorTypeFan, "fan"},
-    {SensorTypeVoltage, "voltage"},
-    {SensorTypeCurrent, "current"},
-    {SensorTypePower, "power"},
-};
-
 std::string typeNameOf(std::uint64_t type) {
-  const auto* row = std::ranges::find(kTypes, type, &TypeRow::type);
-  return row == std::end(kTypes) ? "" : row->name;
+  return type < std::size(kSensorTypes) ? kSensorTypes[type].name : "";
 }
 
 // Whether the options ask for a sensor: every filter that was given fits.
@@ -242,7 +229,7 @@ void requireEveryKey(const Options& options, const SensorList& sensors,
 
 std::vector<std::string> sensorTypeNames() {
   std::vector<std::string> names;
-  for (const TypeRow& row : kTypes) {
+  for (const SensorTypeRow& row : kSensorTypes) {
     names.emplace_back(row.name);
   }
   return names;

@@ -88,7 +88,7 @@ std::optional<PropertyListValue> parsedInteger(std::string_view text) {
 
 // A text in a property list ends at its first NUL.
 bool isStorable(std::string_view text) {
-  return isUTF8(text) && text.find('\0') == std::string_view::npos;
+  return isValidUTF8(text) && text.find('\0') == std::string_view::npos;
 }
 
 std::optional<PropertyListValue> parsedText(const std::string& text) {

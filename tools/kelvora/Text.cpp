@@ -77,7 +77,7 @@ std::string printable(std::string_view text) {
   return result;
 }
 
-bool isUTF8(std::string_view text) {
+bool isValidUTF8(std::string_view text) {
   std::string valid;
   return decoded(text).toUTF8String(valid) == text;
 }

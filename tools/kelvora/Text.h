@@ -9,11 +9,14 @@
 
 namespace kelvora::tool {
 
+/// What is shown in place of a value that is not known.
+inline constexpr char kNoValue[] = "–";
+
 /// `text` (UTF-8) for a terminal: control characters, which a machine's texts may hold, become "?".
 std::string printable(std::string_view text);
 
-/// Whether `text` is UTF-8 throughout.
-bool isUTF8(std::string_view text);
+/// Whether all of `text` is well-formed UTF-8.
+bool isValidUTF8(std::string_view text);
 
 /// Columns that a terminal gives to `text`: wide characters count 2, combining ones 0.
 std::size_t displayWidth(std::string_view text);

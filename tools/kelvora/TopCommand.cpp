@@ -70,7 +70,7 @@ Json jsonOf(const CPUTopProcess& process) {
 std::string percentText(double percent) {
   std::array<char, 400> text{};
   std::snprintf(text.data(), text.size(), "%.1f %%", percent);
-  return std::isfinite(percent) ? text.data() : "–";
+  return std::isfinite(percent) ? text.data() : kNoValue;
 }
 
 class TopReport : public LiveReport {

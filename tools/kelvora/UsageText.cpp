@@ -10,12 +10,11 @@
 
 #include "tools/kelvora/ByteText.h"
 #include "tools/kelvora/SensorText.h"
+#include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
 namespace {
-
-constexpr char kUnknown[] = "–";
 
 std::string numberText(double number, int decimals, const char* unit) {
   std::array<char, 400> text{};
@@ -67,7 +66,7 @@ LineGroup Groups::processor() const {
   LineGroup group(text("overview-processor-item", "Processor") +
                   (sample_.isLoadSinceStartUp ? " (" + since + ")" : ""));
   const auto percent = [&](double ZDCPUUsage::*share) {
-    return sample_.load ? numberText((*sample_.load).*share, 1, "%") : kUnknown;
+    return sample_.load ? numberText((*sample_.load).*share, 1, "%") : kNoValue;
   };
   const double load = sample_.load ? sample_.load->total / 100 : 0;
   addGauge(group, text("usage-total", "Total"), load, toneOf(load), percent(&ZDCPUUsage::total));
@@ -83,7 +82,7 @@ std::string Groups::memoryText(std::int64_t bytes, bool isLostPart) const {
   std::string amount = binaryByteText(static_cast<double>(bytes));
   switch (accuracyOf(sample_.memory)) {
     case MemoryAccuracy::kUnknown:
-      return kUnknown;
+      return kNoValue;
     case MemoryAccuracy::kExact:
       return amount;
     case MemoryAccuracy::kWrapped:
@@ -117,15 +116,15 @@ LineGroup Groups::disk() const {
   const bool isKnown = total > 0;
   const double share = isKnown ? used / total : 0;
   addGauge(group, text("usage-used", "Used"), share, toneOf(share),
-           isKnown ? partText(decimalByteText(used), decimalByteText(total)) : kUnknown);
+           isKnown ? partText(decimalByteText(used), decimalByteText(total)) : kNoValue);
   group.add(text("usage-free", "Free"),
-            isKnown ? decimalByteText(static_cast<double>(sample_.disk.free)) : kUnknown);
+            isKnown ? decimalByteText(static_cast<double>(sample_.disk.free)) : kNoValue);
   return group;
 }
 
 // "1.2 KB/s, 123.46 MB since start-up"
 std::string Groups::rateText(std::uint64_t total, std::optional<double> perSecond) const {
-  const std::string now = perSecond ? decimalByteText(*perSecond) + "/s" : kUnknown;
+  const std::string now = perSecond ? decimalByteText(*perSecond) + "/s" : kNoValue;
   return now + ", " + decimalByteText(static_cast<double>(total)) + " " +
          text("usage-since-start-up", "since start-up");
 }
@@ -162,7 +161,7 @@ LineGroup Groups::battery() const {
   const bool isKnown = battery.maxCapacity > 0;
   const double charge = isKnown ? battery.currentCapacity / battery.maxCapacity : 0;
   addGauge(group, text("usage-charge", "Charge"), charge, toneOf(isKnown ? 1 - charge : 0),
-           (isKnown ? numberText(charge * 100, 0, "%") : kUnknown) + ", " + chargeState());
+           (isKnown ? numberText(charge * 100, 0, "%") : kNoValue) + ", " + chargeState());
   group.add(text("usage-voltage", "Voltage"), numberText(battery.voltage, 2, "V"));
   group.add(text("usage-current", "Current"), numberText(battery.amperage, 2, "A"));
   const std::string cycles = std::to_string(battery.cycleCount);
@@ -178,7 +177,7 @@ LineGroup Groups::battery() const {
 LineGroup Groups::uptime() const {
   LineGroup group;
   group.add(text("usage-uptime", "Uptime"),
-            sample_.uptimeSeconds > 0 ? durationText(sample_.uptimeSeconds) : kUnknown);
+            sample_.uptimeSeconds > 0 ? durationText(sample_.uptimeSeconds) : kNoValue);
   return group;
 }
 

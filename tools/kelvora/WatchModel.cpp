@@ -26,8 +26,6 @@ using Meter = WatchContent::Meter;
 using SensorRow = WatchContent::SensorRow;
 using Texts = KVLocalized::Texts;
 
-constexpr char kNoFigure[] = "–";
-
 // From which value on a figure is coloured.
 struct Limits {
   double warm;
@@ -61,7 +59,7 @@ Meter filled(std::string label, std::string text, double fraction) {
 Meter loadMeter(const UsageSample& usage, const Texts& texts) {
   const std::string label = localizedText("group-cpu-name", "CPU", texts);
   if (!usage.load) {
-    return {label, kNoFigure};
+    return {label, kNoValue};
   }
   return filled(label, loadText(usage.load->total), usage.load->total / 100);
 }
@@ -70,7 +68,7 @@ Meter memoryMeter(const UsageSample& usage, const Texts& texts) {
   const std::string label = localizedText("group-memory-name", "Memory", texts);
   const MemoryAccuracy accuracy = accuracyOf(usage.memory);
   if (accuracy == MemoryAccuracy::kUnknown) {
-    return {label, kNoFigure};
+    return {label, kNoValue};
   }
   const auto used = static_cast<double>(usage.memory.used);
   const auto all = static_cast<double>(installedMemory(usage.memory));
@@ -83,7 +81,7 @@ Meter memoryMeter(const UsageSample& usage, const Texts& texts) {
 Meter diskMeter(const UsageSample& usage, const Texts& texts) {
   const std::string label = localizedText("overview-disk-item", "Startup disk", texts);
   if (usage.disk.total <= 0) {
-    return {label, kNoFigure};
+    return {label, kNoValue};
   }
   const auto used = static_cast<double>(usage.disk.used);
   const auto all = static_cast<double>(usage.disk.total);
@@ -92,14 +90,13 @@ Meter diskMeter(const UsageSample& usage, const Texts& texts) {
 
 Meter networkMeter(const UsageSample& usage, const Texts& texts) {
   const auto rate = [](double bytes) { return decimalByteText(std::round(bytes)) + "/s"; };
-  return {
-      localizedText("usage-network", "Network", texts),
-      usage.rate ? "↓" + rate(usage.rate->received) + " ↑" + rate(usage.rate->sent) : kNoFigure};
+  return {localizedText("usage-network", "Network", texts),
+          usage.rate ? "↓" + rate(usage.rate->received) + " ↑" + rate(usage.rate->sent) : kNoValue};
 }
 
 Meter uptimeMeter(const UsageSample& usage, const Texts& texts) {
   return {localizedText("usage-uptime", "Uptime", texts),
-          usage.uptimeSeconds > 0 ? durationText(usage.uptimeSeconds) : kNoFigure};
+          usage.uptimeSeconds > 0 ? durationText(usage.uptimeSeconds) : kNoValue};
 }
 
 Meter batteryMeter(const UsageSample& usage, const Texts& texts) {
@@ -108,7 +105,7 @@ Meter batteryMeter(const UsageSample& usage, const Texts& texts) {
       battery.isCharging ? "  " + localizedText("usage-charging", "charging", texts) : "";
   const std::string label = localizedText("group-battery-name", "Battery", texts);
   if (battery.maxCapacity <= 0) {
-    return {label, kNoFigure + charging};
+    return {label, kNoValue + charging};
   }
   const double fraction = battery.currentCapacity / battery.maxCapacity;
   return {label, formatted("%.0f%%", fraction * 100) + charging, fraction, toneOf(1 - fraction)};
@@ -140,6 +137,12 @@ class Filter {
   std::array<icu::UnicodeString, kRules.size()> parts_;
 };
 
+// As KVSensor::isUnknownSensor of a stored one.
+bool isUnknown(const Sensor& sensor) {
+  return sensor.group == SensorGroupNone && sensor.key == sensor.name &&
+         sensor.key == sensor.fullName;
+}
+
 // What the display settings of the product let through.
 bool isLetThrough(const Sensor& sensor, KVSettings& settings) {
   switch (sensor.sourceType) {
@@ -148,7 +151,7 @@ bool isLetThrough(const Sensor& sensor, KVSettings& settings) {
     case SensorSourceHID:
       return settings.showHIDSensors();
     default:
-      return sensor.group != SensorGroupNone || settings.showUnknownSensors();
+      return !isUnknown(sensor) || settings.showUnknownSensors();
   }
 }
 

@@ -1,10 +1,11 @@
 #include "platforms/linux/smc/DriverKeys.h"
 
-#include <charconv>
 #include <mutex>
 #include <string_view>
 
 #include "KelvoraCore/SMCRecords.h"
+
+#include "platforms/linux/system/WholeNumber.h"
 
 namespace kelvora::platform {
 
@@ -13,14 +14,6 @@ namespace {
 constexpr int kAttempts = 100;
 
 }  // namespace
-
-std::int64_t decimalNumber(const std::optional<std::string>& content) {
-  std::int64_t number = 0;
-  if (content) {
-    std::from_chars(content->data(), content->data() + content->size(), number);
-  }
-  return number;
-}
 
 std::uint32_t packedLine(std::string_view line) {
   if (line.ends_with('\n')) {
@@ -36,7 +29,7 @@ std::optional<Result> DriverKeys::readUndisturbed(unsigned index, Read read) {
       return std::nullopt;
     }
     std::optional<Result> result = read();
-    if (decimalNumber(files_.read("key_at_index")) == index) {
+    if (numberOf(files_.read("key_at_index")) == index) {
       return result;
     }
   }
@@ -44,7 +37,7 @@ std::optional<Result> DriverKeys::readUndisturbed(unsigned index, Read read) {
 }
 
 std::uint32_t DriverKeys::count() {
-  return static_cast<std::uint32_t>(decimalNumber(files_.read("key_count")));
+  return static_cast<std::uint32_t>(numberOf(files_.read("key_count")));
 }
 
 std::optional<DriverKey> DriverKeys::keyAt(unsigned index) {
@@ -57,7 +50,7 @@ std::optional<DriverKey> DriverKeys::keyAt(unsigned index) {
       return std::nullopt;
     }
     return DriverKey{packedLine(*name), packedLine(*type),
-                     static_cast<std::uint32_t>(decimalNumber(size))};
+                     static_cast<std::uint32_t>(numberOf(size))};
   });
 }
 

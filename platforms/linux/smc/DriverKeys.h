@@ -38,9 +38,6 @@ class DriverKeys {
   AppleSMCFiles& files_;
 };
 
-/// The number at the start of a file's content, e.g. 42250 for "42250\n"; 0 if there is none.
-std::int64_t decimalNumber(const std::optional<std::string>& content);
-
 /// Four characters as they travel in an SMC record. The driver prints the characters up to a NUL,
 /// then a line end: what is missing was NUL.
 std::uint32_t packedLine(std::string_view line);

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "platforms/linux/smc/DriverKeys.h"
+#include "platforms/linux/system/WholeNumber.h"
 
 namespace kelvora::platform {
 
@@ -176,7 +177,7 @@ std::optional<Bytes> DriverSensors::payload(std::uint32_t name, std::uint32_t ty
   if (source.content == Content::kText) {
     return fanRecord(*content);
   }
-  const auto number = static_cast<double>(decimalNumber(content));
+  const auto number = static_cast<double>(numberOf(content));
   return encoded(source.content == Content::kThousandths ? number / 1000 : number, type);
 }
 

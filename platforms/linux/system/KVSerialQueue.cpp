@@ -2,7 +2,6 @@
 
 #include <condition_variable>
 #include <deque>
-#include <future>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -82,13 +81,6 @@ void KVSerialQueue::async(std::function<void()> work) {
   if (work) {
     implementation_->add(std::move(work));
   }
-}
-
-void KVSerialQueue::sync(const std::function<void()>& work) {
-  std::packaged_task<void()> task(work);
-  std::future<void> done = task.get_future();
-  implementation_->add([&task] { task(); });
-  done.get();
 }
 
 }  // namespace kelvora

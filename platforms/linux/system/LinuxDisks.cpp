@@ -6,6 +6,7 @@
 #include "platforms/linux/system/LinuxFiles.h"
 #include "platforms/linux/system/ProcText.h"
 #include "platforms/linux/system/TextFile.h"
+#include "platforms/linux/system/WholeNumber.h"
 
 namespace kelvora::platform {
 

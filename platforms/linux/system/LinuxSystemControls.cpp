@@ -8,6 +8,7 @@
 
 #include "platforms/linux/system/ProcText.h"
 #include "platforms/linux/system/TextFile.h"
+#include "platforms/linux/system/WholeNumber.h"
 #include "ports/RoutingMessages.h"
 
 namespace kelvora::platform {

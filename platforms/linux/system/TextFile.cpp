@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 #include "base/InputFile.h"
 
@@ -30,14 +29,6 @@ std::optional<std::string> readLine(const std::string& path) {
     content->resize(std::min(content->find('\n'), content->size()));
   }
   return content;
-}
-
-std::int64_t numberOf(const std::optional<std::string>& text) {
-  std::int64_t number = 0;
-  if (text) {
-    std::from_chars(text->data(), text->data() + text->size(), number);
-  }
-  return number;
 }
 
 }  // namespace kelvora::platform

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -12,8 +11,5 @@ std::optional<std::string> readFile(const std::string& path);
 std::optional<std::string> readFile(const std::string& path, int& error);
 /// The first line of a file, without its end; none if it cannot be read.
 std::optional<std::string> readLine(const std::string& path);
-
-/// The whole number at the start of a text; 0 for none and where there is no number.
-std::int64_t numberOf(const std::optional<std::string>& text);
 
 }  // namespace kelvora::platform

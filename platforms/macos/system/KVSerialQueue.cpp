@@ -1,6 +1,5 @@
 #include "KelvoraCore/KVSerialQueue.h"
 
-#include <future>
 #include <utility>
 
 #include <dispatch/dispatch.h>
@@ -52,14 +51,6 @@ void KVSerialQueue::async(std::function<void()> work) {
   if (work) {
     implementation_->add(std::move(work));
   }
-}
-
-// Not by dispatch_sync_f, which runs work on the thread that waits.
-void KVSerialQueue::sync(const std::function<void()>& work) {
-  std::packaged_task<void()> task(work);
-  std::future<void> done = task.get_future();
-  implementation_->add([&task] { task(); });
-  done.get();
 }
 
 }  // namespace kelvora
