@@ -85,6 +85,21 @@ TEST_F(KelvoraFans, AnotherSpeedReplacesTheHolderWhichKeepsItsOtherFans) {
   EXPECT_TRUE(soon([&] { return !isRunning(first); }));
 }
 
+TEST_F(KelvoraFans, OfAnotherHolderStayWithIt) {
+  ASSERT_EQ(run({"fans", "hold", "--background", "0=3000"}).status, 0);
+  ASSERT_EQ(run({"fans", "hold", "--background", "1=2500"}).status, 0);
+  const pid_t first = holderOf(0);
+  const pid_t second = holderOf(1);
+  ASSERT_NE(first, second);
+  ASSERT_EQ(run({"fans", "set", "0", "3500"}).status, 0);
+  expectSet(0, 3500);
+  EXPECT_NE(holderOf(0), first);
+  EXPECT_EQ(holderOf(1), second);
+  ASSERT_EQ(run({"fans", "auto", "0"}).status, 0);
+  EXPECT_EQ(holderOf(1), second);
+  expectSet(1, 2500);
+}
+
 TEST_F(KelvoraFans, WithoutModesHaveTheirMinimumRaisedAndLoweredAgain) {
   choose(kWithMinimum);
   EXPECT_THAT(run({"fans", "set", "0", "4000"}).standardOutput,

@@ -53,8 +53,8 @@ bool isBack(const FanState& fan, bool hasModes) {
          (!fan.raisedTo || *fan.raisedTo < fan.minimum.value_or(0) + kRounding);
 }
 
-std::uint64_t wholeSpeed(const std::optional<double>& speed) {
-  return speed && *speed > 0 ? static_cast<std::uint64_t>(std::llround(*speed)) : 0;
+std::uint64_t wholeSpeed(double speed) {
+  return static_cast<std::uint64_t>(std::llround(std::max(0.0, speed)));
 }
 
 // Returns the speed that was written; none if nothing was, or it failed.
@@ -62,7 +62,7 @@ std::optional<double> handBack(FanControl& control, const FanState& fan) {
   if (!control.hasModes() && !fan.raisedTo) {
     return std::nullopt;
   }
-  const std::uint64_t minimum = wholeSpeed(fan.minimum);
+  const std::uint64_t minimum = wholeSpeed(fan.minimum.value_or(0));
   const bool isWritten = control.controller().setSpeed(minimum, fan.index, /*autoMode=*/true);
   return isWritten ? std::optional(static_cast<double>(minimum)) : std::nullopt;
 }
