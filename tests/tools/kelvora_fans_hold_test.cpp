@@ -75,6 +75,23 @@ TEST_F(KelvoraFans, ALostLeaseIsReported) {
   expectAutomatic(0);
 }
 
+TEST_F(KelvoraFans, ThatCannotBeHandedBackAreSaidOnceAndTriedUntilTheyAre) {
+  ChildProgram holder(KELVORA_PROGRAM, {"fans", "hold", "0=3000"});
+  holder.nextLine();
+  holder.nextErrorLine();
+  const std::string tool = home_.read(kTool);
+  home_.write(kTool, "#!/bin/sh\nexit 1\n");
+  holder.signal(SIGTERM);
+  EXPECT_EQ(holder.nextErrorLine(),
+            "kelvora: fan 0: not handed back: F0Md: the privileged tool ended with status 1; "
+            "trying again");
+  EXPECT_THAT(run({"fans"}).standardOutput, HasSubstr("fixed, target 3000 rpm"));
+  home_.write(kTool, tool);
+  EXPECT_EQ(holder.restOfError(), "");
+  EXPECT_EQ(holder.wait(), 0);
+  expectAutomatic(0);
+}
+
 // Another program has locked the fan after the look at the leases, or has no lease on the disk yet.
 TEST_F(KelvoraFans, TakenByAnotherProgramAtTheSameMomentAreHeldElsewhere) {
   const KVProcessLock another("Fan0.holder");

@@ -135,6 +135,9 @@ TEST_F(KelvoraFans, OfADeadHolderWhoseGuardianIsStoppedAreAFailure) {
                                     std::to_string(holder) + ") cannot hand it back: " + fault +
                                     " ('kelvora fans auto 0' tries)\n");
   EXPECT_THAT(run({"doctor"}).standardOutput, ContainsRegex("broken +fans +not handed back: "));
+  expectRefused({"fans", "set", "0", "3500"}, 3,
+                "fan 0: still held by kelvora (process " + std::to_string(holder) +
+                    "), which was asked to end");
   const ProgramResult back = run({"fans", "auto", "0"});
   EXPECT_EQ(back.status, 0) << back.standardError;
   EXPECT_THAT(back.standardOutput, HasSubstr("automatic"));

@@ -1,21 +1,27 @@
 // Installing the privileged tool by the command.
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "KelvoraCore/Platform.h"
 
 #include "tests/support/HomeFolder.h"
+#include "tests/support/MountedDriver.h"
 #include "tests/tools/KelvoraProgram.h"
 
 namespace kelvora::testing {
 namespace {
 
 using nlohmann::json;
+using ::testing::EndsWith;
 
 class KelvoraFansPermit : public ::testing::Test {
  protected:
@@ -63,6 +69,88 @@ TEST_F(KelvoraFansPermit, WithoutAMachineNothingIsInstalled) {
                 "no Apple hardware here; choose a recorded Mac first: kelvora machine use "
                 "MacBookPro15,1");
   EXPECT_FALSE(std::filesystem::exists(tool()));
+}
+
+// Root's, with a driver of one fan and with groups that only this process and its children see.
+class KelvoraFansPermitOnAMac : public KelvoraFansPermit {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0 || !haveOwnMounts()) {
+      GTEST_SKIP() << "mounts of its own need root";
+    }
+    useGroups("root:x:0:\nadmin:x:64999:\n");
+    ASSERT_EQ(mount("none", kDevices.c_str(), "tmpfs", 0, nullptr), 0);
+    const std::string driver = kDevices + "/applesmc.768";
+    ASSERT_EQ(mkdir(driver.c_str(), 0755), 0);
+    for (const auto& [file, content] : {std::pair("key_count", "0\n"),
+                                        {"fan1_input", "2000\n"},
+                                        {"fan1_min", "1200\n"},
+                                        {"fan1_max", "6000\n"}}) {
+      std::ofstream(driver + "/" + file) << content;
+    }
+  }
+  ~KelvoraFansPermitOnAMac() override {
+    umount2(kDevices.c_str(), MNT_DETACH);
+    umount2("/etc/group", MNT_DETACH);
+  }
+  void useGroups(const char* list) {
+    ASSERT_EQ(mount(home_.write("group", list).c_str(), "/etc/group", nullptr, MS_BIND, nullptr),
+              0);
+  }
+  struct stat facts() const {
+    struct stat result = {};
+    EXPECT_EQ(lstat(tool().c_str(), &result), 0);
+    return result;
+  }
+
+  const std::string kDevices = "/sys/devices/platform";
+};
+
+TEST_F(KelvoraFansPermitOnAMac, TheToolGetsItsRights) {
+  const ProgramResult result = runKelvora({"fans", "permit"});
+  EXPECT_EQ(result.status, 0) << result.standardError;
+  EXPECT_EQ(result.standardOutput, tool() + ": may write the fans of this computer\n");
+  EXPECT_EQ(facts().st_uid, 0U);
+  EXPECT_EQ(facts().st_gid, 64999U);
+  EXPECT_EQ(facts().st_mode, S_IFREG | 06555U);
+  const json report = json::parse(runKelvora({"fans", "permit", "--json"}).standardOutput);
+  EXPECT_EQ(report["needed"], true);
+  EXPECT_EQ(report["granted"], true);
+}
+
+TEST_F(KelvoraFansPermitOnAMac, ALinkInPlaceOfTheToolGetsNoRights) {
+  const std::string other = home_.write("data/Kelvora/other", "");
+  const std::string line =
+      tool() + ": is no file of its own, but a folder or a link; remove it first";
+  std::filesystem::create_symlink(other, tool());
+  expectRefused(runKelvora({"fans", "permit"}), line, 1);
+  std::filesystem::remove(tool());
+  std::filesystem::create_hard_link(other, tool());
+  expectRefused(runKelvora({"fans", "permit"}), line, 1);
+  std::filesystem::remove(tool());
+  std::filesystem::create_symlink(home_.path("gone"), tool());
+  expectRefused(runKelvora({"fans", "permit"}), line, 1);
+}
+
+TEST_F(KelvoraFansPermitOnAMac, WithoutTheGroupTheRightsAreRefused) {
+  useGroups("root:x:0:\n");
+  const ProgramResult result = runKelvora({"fans", "permit"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.standardError,
+              EndsWith("\nkelvora: " + tool() +
+                       ": the rights were refused ('kelvora doctor' says how the tool is)\n"))
+      << "after the line of chown";
+  EXPECT_EQ(facts().st_mode & 06000U, 0U);
+}
+
+TEST_F(KelvoraFansPermitOnAMac, AToolWithoutItsRightsIsTheHintOfAFanThatIsNotHeld) {
+  home_.write("data/Kelvora/Kelvora SMC", "#!/bin/sh\nexit 74\n");
+  ASSERT_EQ(chmod(tool().c_str(), 0755), 0);
+  const ProgramResult result = runKelvora({"fans", "hold", "0=3000"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.standardError,
+              EndsWith("kelvora: fan 0: F0Mn: the privileged tool ended with status 74 ('kelvora "
+                       "fans permit' gives the tool its permission)\n"));
 }
 
 }  // namespace

@@ -21,6 +21,7 @@ using ::testing::ContainsRegex;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 TEST_F(KelvoraFans, KeepTheSpeedAfterTheCommandHasEnded) {
   const ProgramResult set = run({"fans", "set", "0", "3000"});
@@ -195,6 +196,34 @@ TEST_F(KelvoraFans, WithoutTheToolAreNotSetButListed) {
   EXPECT_EQ(run({"fans"}).status, 0);
   EXPECT_EQ(run({"fans", "auto", "all"}).status, 0) << "they are the system's already";
   EXPECT_THAT(processes(), IsEmpty());
+}
+
+TEST_F(KelvoraFans, WhoseNewHolderCannotTakeThemAreHandedBackWithItsOthers) {
+  ASSERT_EQ(run({"fans", "hold", "--background", "0=3000", "1=2500"}).status, 0);
+  fs::rename(home_.path(kTool), home_.path("tool"));
+  home_.write(kTool, "#!/bin/sh\ncase $4 in 00c05a45) exit 1;; esac\nexec " + home_.path("tool") +
+                         " \"$@\"\n");  // 3500
+  fs::permissions(home_.path(kTool), fs::perms(0755));
+  expectRefused({"fans", "set", "0", "3500"}, 1,
+                "fan 0: F0Tg: the privileged tool ended with status 1\n"
+                "kelvora: fan 1: handed back, as its holder has ended");
+  expectAutomatic(0);
+  expectAutomatic(1);
+}
+
+TEST_F(KelvoraFans, AreNotSetWithoutTheLockOfTheCommandsAndHandedBackAllTheSame) {
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  const std::string lock = home_.path("data/group.com.kelvora/FanChange.lock");
+  fs::remove(lock);
+  fs::create_directory(lock);
+  EXPECT_THAT(run({"fans", "set", "0", "3100"}).standardError,
+              StartsWith("kelvora: the fans cannot be locked: "));
+  expectSet(0, 3000);
+  const ProgramResult back = run({"fans", "auto", "0"});
+  EXPECT_EQ(back.status, 0);
+  EXPECT_THAT(back.standardError, StartsWith("kelvora: the fans cannot be locked: "));
+  EXPECT_THAT(back.standardError, EndsWith("; handing back all the same\n"));
+  expectAutomatic(0);
 }
 
 // The tool ends whoever started it, so the holder before it can say anything, and its guardian.

@@ -494,6 +494,7 @@ TEST(DriverKeys, DoesNotKnowAKeyIfANameCannotBeRead) {
   EXPECT_EQ(platform::DriverKeys(files).has(SMCPackedKey("F0Md")), std::nullopt);
   EXPECT_FALSE(files.isLocked);
   ScriptedFiles none({DriverKey{"TC0P", "sp78", "\x25\x20"}});
+  EXPECT_EQ(platform::DriverKeys(none).has(SMCPackedKey("F0Md")), false);
   none.own["key_count"] = "0\n";
   EXPECT_EQ(platform::DriverKeys(none).has(SMCPackedKey("F0Md")), std::nullopt);
 }
