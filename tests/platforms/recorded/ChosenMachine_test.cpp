@@ -133,8 +133,12 @@ TEST_F(ChosenMachineTest, AWriteOfOneProgramIsReadByTheOthersAtOnce) {
                           RecordedWrite{"F0Tg", "00007a45"}));
 }
 
+// Of a Mac with two keys: each write stores the whole Mac, and no program waits long for another.
 TEST_F(ChosenMachineTest, WritesOfManyProgramsAreAllTaken) {
-  choose("MacBookPro15,1");
+  Platform::choose(home_.write("mac.json", R"({"format": "kelvora-machine", "version": 1,
+    "architecture": "x86_64", "sysctl": {"hw.model": "MacBookPro15,1"}, "smc": {"keys": [
+      {"key": "F0Md", "type": "ui8 ", "bytes": "00"},
+      {"key": "F0Tg", "type": "flt ", "bytes": "0000fa44"}]}})"));
   std::vector<ChildWork> writers;
   writers.reserve(4);
   for (int i = 0; i < 4; ++i) {
