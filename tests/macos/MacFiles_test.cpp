@@ -1,6 +1,7 @@
 #include "platforms/macos/system/MacFiles.h"
 
 #include <cstdlib>
+#include <filesystem>
 
 #include <sys/stat.h>
 
@@ -31,6 +32,9 @@ TEST_F(MacFilesTest, ACopyReplacesNothing) {
   ledger.failCall("copyfile");
   EXPECT_FALSE(files.copy(from, folder.path("third")));
   EXPECT_FALSE(files.exists(folder.path("third")));
+  ledger.failCall("renamex_np");
+  EXPECT_FALSE(files.copy(from, folder.path("fourth")));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2);
 }
 
 TEST_F(MacFilesTest, AttributesAreAccountNamesAndTwelvePermissionBits) {

@@ -1,13 +1,16 @@
 #include "platforms/linux/system/LinuxFiles.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "platforms/linux/system/ProcText.h"
 #include "platforms/linux/system/TextFile.h"
 #include "platforms/linux/system/UserFolders.h"
+#include "platforms/posix/FileDescriptor.h"
 
 namespace kelvora::platform {
 
@@ -27,11 +30,26 @@ std::string documentsLineValue(const std::string& line, const std::string& home)
   return value.starts_with('/') ? value : "";
 }
 
+bool isOnDisk(const std::string& path) {
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  return file.isOpen() && fsync(file.get()) == 0;
+}
+
 }  // namespace
 
+// Under a name of this process's own until it is whole.
 bool LinuxFiles::copy(const std::string& from, const std::string& to) {
+  const std::string unfinished = to + "." + std::to_string(getpid());
   std::error_code error;
-  return std::filesystem::copy_file(from, to, std::filesystem::copy_options::none, error);
+  const bool isCopied =
+      std::filesystem::copy_file(from, unfinished,
+                                 std::filesystem::copy_options::overwrite_existing, error) &&
+      isOnDisk(unfinished) &&
+      renameat2(AT_FDCWD, unfinished.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0;
+  if (!isCopied) {
+    std::filesystem::remove(unfinished, error);
+  }
+  return isCopied;
 }
 
 std::optional<std::string> LinuxFiles::documentsFolder() {

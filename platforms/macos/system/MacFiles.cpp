@@ -1,6 +1,8 @@
 #include "platforms/macos/system/MacFiles.h"
 
 #include <copyfile.h>
+#include <sys/stdio.h>
+#include <unistd.h>
 
 #include "platforms/macos/cocoa/UserFolders.h"
 
@@ -14,8 +16,16 @@ std::optional<std::string> unlessEmpty(std::string path) {
 
 }  // namespace
 
+// Under a name of this process's own until it is whole.
 bool MacFiles::copy(const std::string& from, const std::string& to) {
-  return copyfile(from.c_str(), to.c_str(), nullptr, COPYFILE_ALL | COPYFILE_EXCL) == 0;
+  const std::string unfinished = to + "." + std::to_string(getpid());
+  const bool isCopied =
+      copyfile(from.c_str(), unfinished.c_str(), nullptr, COPYFILE_ALL | COPYFILE_UNLINK) == 0 &&
+      renamex_np(unfinished.c_str(), to.c_str(), RENAME_EXCL) == 0;
+  if (!isCopied) {
+    unlink(unfinished.c_str());
+  }
+  return isCopied;
 }
 
 std::optional<std::string> MacFiles::documentsFolder() {

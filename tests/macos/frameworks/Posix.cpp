@@ -4,12 +4,14 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <system_error>
 
 #include <copyfile.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/stdio.h>
 #include <unistd.h>
 
 #include "platforms/posix/ProcessExecutable.h"
@@ -39,15 +41,32 @@ int pthread_main_np() { return getpid() == gettid() ? 1 : 0; }
 
 int copyfile(const char* from, const char* to, copyfile_state_t, copyfile_flags_t flags) {
   const bool fails = Ledger::shared().called("copyfile", from, to);
-  if (flags != (COPYFILE_ALL | COPYFILE_EXCL)) {
-    Ledger::misuse("copyfile", "the double knows only whole copies that replace nothing");
+  if (flags != (COPYFILE_ALL | COPYFILE_UNLINK)) {
+    Ledger::misuse("copyfile", "the double knows only whole copies that remove the old file first");
   }
   std::error_code error;
-  if (fails || !std::filesystem::copy_file(from, to, error)) {
-    errno = fails ? ENOSPC : error.value();
+  std::filesystem::remove(to, error);
+  if (fails) {
+    std::ofstream(to) << "a part of it";
+    errno = ENOSPC;
+    return -1;
+  }
+  if (!std::filesystem::copy_file(from, to, error)) {
+    errno = error.value();
     return -1;
   }
   return 0;
+}
+
+int renamex_np(const char* from, const char* to, unsigned flags) {
+  if (flags != RENAME_EXCL) {
+    Ledger::misuse("renamex_np", "the double knows only names that replace nothing");
+  }
+  if (Ledger::shared().called("renamex_np", from, to)) {
+    errno = EIO;
+    return -1;
+  }
+  return renameat2(AT_FDCWD, from, AT_FDCWD, to, 1 /* RENAME_NOREPLACE */);
 }
 
 namespace kelvora::platform {

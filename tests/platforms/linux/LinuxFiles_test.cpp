@@ -1,5 +1,6 @@
 #include "platforms/linux/system/LinuxFiles.h"
 
+#include <csignal>
 #include <filesystem>
 #include <span>
 #include <string_view>
@@ -8,6 +9,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -40,6 +42,23 @@ TEST(LinuxFiles, ACopyKeepsThePermissionsAndReplacesNothing) {
   EXPECT_FALSE(files.copy(from, to));
   EXPECT_FALSE(files.copy(folder.path() + "/missing", folder.path() + "/other"));
   EXPECT_FALSE(files.exists(folder.path() + "/other"));
+}
+
+// The half of a program, which is then given the rights of root, would stay for ever.
+TEST(LinuxFiles, ACopyThatIsCutOffLeavesNothing) {
+  const TemporaryFolder folder;
+  const std::string from = folder.write("tool", std::string(8192, 'x'));
+  LinuxFiles files;
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit least{4096, limit.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &least);
+  EXPECT_FALSE(files.copy(from, folder.path("copy")));
+  setrlimit(RLIMIT_FSIZE, &limit);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+  EXPECT_TRUE(files.copy(from, folder.path("copy")));
+  EXPECT_EQ(std::filesystem::file_size(folder.path("copy")), 8192U);
 }
 
 TEST(LinuxFiles, AttributesAreAccountNamesAndTwelvePermissionBits) {
