@@ -11,6 +11,9 @@ namespace {
 
 std::vector<platform::RunningApplication> instancesOf(const std::string& bundleIdentifier,
                                                       Platform& platform) {
+  if (bundleIdentifier.empty()) {
+    return {};  // applications without an identifier are not instances of one another
+  }
   auto applications = platform.workspace().runningApplications();
   std::erase_if(applications, [&](const platform::RunningApplication& application) {
     return application.bundleIdentifier != bundleIdentifier;

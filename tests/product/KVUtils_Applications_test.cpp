@@ -238,6 +238,21 @@ TEST_F(Applications, OnlyTheNamedApplicationIsMeant) {
   EXPECT_TRUE(isRunning());
 }
 
+TEST_F(Applications, WithoutAnIdentifierTheyAreNotInstancesOfOneAnother) {
+  ASSERT_TRUE(open(install("Plain", "")));
+  const auto plain = [this] {
+    auto applications = mac_.platform->workspace().runningApplications();
+    std::erase_if(applications, [this](const auto& each) { return each.localizedName != "Plain"; });
+    return applications;
+  };
+  ASSERT_EQ(plain().size(), 1U);
+  EXPECT_FALSE(isRunning(""));
+  KVUtils::terminateApp("", true, nullptr, *mac_.platform);
+  KVUtils::terminateApp("", true, *mac_.platform);
+  ASSERT_EQ(plain().size(), 1U);
+  EXPECT_TRUE(mac_.platform->workspace().terminate(plain()[0], true));
+}
+
 TEST_F(Applications, TheMainApplicationIsLaunchedByItsIdentifier) {
   install("Kelvora", kMainAppBundleIdentifier);
   KVUtils::loadMainApp(*mac_.platform);
