@@ -1,7 +1,6 @@
 #include "sysinfo/BatteryAge.h"
 
 #include <algorithm>
-#include <ctime>
 
 namespace kelvora {
 
@@ -26,13 +25,6 @@ std::uint64_t batteryAgeInDays(std::int64_t manufactureDate, std::chrono::sys_da
   }
   const auto age = (today - unpackedDate(manufactureDate)).count();
   return static_cast<std::uint64_t>(std::max<std::int64_t>(age, 0));
-}
-
-std::chrono::sys_days localToday() {
-  const std::time_t now = std::time(nullptr);
-  std::tm fields{};
-  localtime_r(&now, &fields);
-  return std::chrono::year(1900 + fields.tm_year) / (fields.tm_mon + 1) / fields.tm_mday;
 }
 
 }  // namespace kelvora

@@ -10,7 +10,4 @@ namespace kelvora {
 /// date (0) and for one to come.
 std::uint64_t batteryAgeInDays(std::int64_t manufactureDate, std::chrono::sys_days today);
 
-/// Today's date in the computer's time zone.
-std::chrono::sys_days localToday();
-
 }  // namespace kelvora

@@ -1,16 +1,12 @@
 #include "sysinfo/ModelQuery.h"
 
 #include <chrono>
-#include <memory>
 #include <optional>
 #include <string>
 
-#include <unicode/calendar.h>
-
-#include "base/UserLocale.h"
-#include "base/UserTimeZone.h"
 #include "ports/Ports.h"
 #include "sysinfo/HardwareReport.h"
+#include "sysinfo/LocalDate.h"
 #include "sysinfo/ModelCatalogue.h"
 #include "sysinfo/SystemControlValues.h"
 #include "sysinfo/SystemProfiler.h"
@@ -38,8 +34,10 @@ HardwareReport hardwareReport(Platform& platform) {
 }
 
 ZDModelInfo unknownModel(const std::string& identifier, const HardwareReport& report) {
+  // Of the calendar in which the catalogue's years are, whatever the user's is: newer Macs have
+  // their fans set by another scheme, and 1405 would be older than any.
   const std::int64_t year =
-      report.fallbackName ? yearInCurrentCalendar(std::chrono::system_clock::now()) : 0;
+      report.fallbackName ? static_cast<int>(std::chrono::year_month_day(localToday()).year()) : 0;
   return ZDModelInfo::objectWithName(report.fallbackName, year, familyOfIdentifier(identifier));
 }
 
@@ -67,20 +65,6 @@ std::int64_t familyOfIdentifier(std::string_view identifier) {
     }
   }
   return ZDModelFamilyUnknown;
-}
-
-std::int64_t yearInCurrentCalendar(std::chrono::system_clock::time_point date) {
-  UErrorCode status = U_ZERO_ERROR;
-  const std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(
-      timeZoneAt(std::chrono::system_clock::to_time_t(date)).release(), localeOfCategory("LC_TIME"),
-      status));
-  if (U_FAILURE(status)) {
-    return 0;
-  }
-  const auto sinceEpoch = std::chrono::floor<std::chrono::milliseconds>(date.time_since_epoch());
-  calendar->setTime(static_cast<UDate>(sinceEpoch.count()), status);
-  const std::int32_t year = calendar->get(UCAL_YEAR, status);
-  return U_FAILURE(status) ? 0 : year;
 }
 
 std::string queryModelIdentifier(platform::SystemControls& controls) {

@@ -30,8 +30,4 @@ bool queryT2ChipSupport(Platform& platform);
 /// The family that a model identifier begins with: "MacBookPro99,1" gives 2; 0 for "Mac99,1".
 std::int64_t familyOfIdentifier(std::string_view identifier);
 
-/// The year of a date in the calendar and the time zone of the user: 2024 for 30 December 2024, in
-/// the Buddhist calendar of Thailand 2567. 0 when there is no such calendar; any thread.
-std::int64_t yearInCurrentCalendar(std::chrono::system_clock::time_point date);
-
 }  // namespace kelvora

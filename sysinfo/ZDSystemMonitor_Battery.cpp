@@ -5,6 +5,7 @@
 
 #include "ports/Ports.h"
 #include "sysinfo/BatteryAge.h"
+#include "sysinfo/LocalDate.h"
 
 namespace kelvora {
 

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "sysinfo/LocalDate.h"
+
 namespace kelvora {
 namespace {
 

@@ -5,8 +5,10 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <unicode/locid.h>
 
 #include "platforms/linux/system/LinuxSystemControls.h"
+#include "sysinfo/LocalDate.h"
 #include "tests/support/ForwardingPorts.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/SmallMac.h"
@@ -47,8 +49,6 @@ std::int64_t thisYear() {
 }
 
 TEST(ModelQuery, AnUnknownModelIsNamedByItsReportAndDatedToday) {
-  UErrorCode status = U_ZERO_ERROR;
-  icu::Locale::setDefault(icu::Locale("en_US"), status);
   const std::int64_t before = thisYear();
   const ZDModelInfo info = modelOf(machineOf("MacBookPro99,1", kReport));
   EXPECT_EQ(info.modelId, "MacBookPro99,1");
@@ -61,30 +61,32 @@ TEST(ModelQuery, AnUnknownModelIsNamedByItsReportAndDatedToday) {
   EXPECT_EQ(info.physicalMemory, std::nullopt);
 }
 
-// Noon of 30 December 2024, a day of the first week of 2025.
-TEST(ModelQuery, TheYearIsThatOfTheUsersCalendarAndNotOfItsWeek) {
-  using namespace std::chrono;
-  const sys_time<hours> noon = sys_days(year(2024) / December / 30) + hours(12);
-  unsetenv("LC_ALL");
-  for (const auto& [ofTimes, calendarYear] :
-       {std::pair("en_US.UTF-8", 2024), std::pair("de_DE", 2024), std::pair("ar_EG", 2024),
-        std::pair("C", 2024), std::pair("th_TH.UTF-8", 2567)}) {
-    setenv("LC_TIME", ofTimes, 1);
-    setenv("LANG", calendarYear == 2024 ? "th_TH" : "en_US", 1);
-    EXPECT_EQ(yearInCurrentCalendar(noon), calendarYear) << ofTimes;
+// The Persian year 1405 would be older than every Mac, and its fans would be set by the wrong
+// scheme.
+TEST(ModelQuery, TheYearIsThatOfTheCatalogueWhateverTheUsersCalendar) {
+  for (const char* locale : {"fa_IR.UTF-8", "th_TH.UTF-8", "ar_SA.UTF-8"}) {
+    setenv("LC_ALL", locale, 1);
+    setenv("LC_TIME", locale, 1);
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Locale::setDefault(icu::Locale(locale), status);
+    const ZDModelInfo info = modelOf(machineOf("Mac99,1", kReport));
+    EXPECT_EQ(info.year, thisYear()) << locale;
+    EXPECT_TRUE(info.isT2ChipSupport()) << locale;
   }
 }
 
 // Half an hour before the year ends in Greenwich.
-TEST(ModelQuery, TheYearIsThatOfTheUsersTimeZone) {
+TEST(LocalDate, IsThatOfTheUsersTimeZone) {
   using namespace std::chrono;
   const sys_time<minutes> late = sys_days(year(2024) / December / 31) + hours(23) + minutes(30);
-  setenv("LC_ALL", "en_US", 1);
-  for (const auto& [zone, calendarYear] :
-       {std::pair("Pacific/Auckland", 2025), std::pair("America/New_York", 2024),
-        std::pair("XYZ-1", 2025), std::pair("XYZ+1", 2024)}) {
+  for (const auto& [zone, date] :
+       {std::pair("Pacific/Auckland", sys_days(year(2025) / January / 1)),
+        std::pair("America/New_York", sys_days(year(2024) / December / 31)),
+        std::pair("XYZ-1", sys_days(year(2025) / January / 1)),
+        std::pair("XYZ+1", sys_days(year(2024) / December / 31))}) {
     setenv("TZ", zone, 1);
-    EXPECT_EQ(yearInCurrentCalendar(late), calendarYear) << zone;
+    tzset();
+    EXPECT_EQ(localDateOf(late), date) << zone;
   }
 }
 

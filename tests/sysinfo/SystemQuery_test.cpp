@@ -25,6 +25,7 @@ TEST(SystemQuery, TheBuildStandsInTheBracketsOfTheVersionText) {
   EXPECT_EQ(buildOf("Version 13.4 (Build 22F66)"), "22F66");
   EXPECT_EQ(buildOf("Version 13.4 (22F66)"), "22F66");
   EXPECT_EQ(buildOf("a (Build 1) (Build 2)"), "1 ");
+  EXPECT_EQ(buildOf("Version 13.4 (x Build 5)"), "x 5");
   EXPECT_EQ(buildOf("("), "");
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "sysinfo/BatteryAge.h"
+#include "sysinfo/LocalDate.h"
 #include "tests/sysinfo/MonitoredMac.h"
 
 namespace kelvora {
@@ -69,11 +70,16 @@ TEST(ZDSystemMonitor_Battery, TextsAreConvertedAndOtherKindsAreZero) {
   const auto usage = batteryWith(testing::entry("b", {{"Voltage", "12450 mV"},
                                                       {"DesignCapacity", "8440.5"},
                                                       {"MaxCapacity", testing::data("ab")},
+                                                      {"CurrentCapacity", 5876.25},
+                                                      {"Amperage", "-1820.5"},
                                                       {"CycleCount", "412"},
                                                       {"DesignCycleCount9C", 1000.9}}));
   EXPECT_EQ(usage.voltage, 12.45);
   EXPECT_EQ(usage.designCapacity, 8440.5);
   EXPECT_EQ(usage.maxCapacity, 0);
+  EXPECT_EQ(usage.currentCapacity, 5876.25);
+  EXPECT_EQ(usage.amperage, -1.8205);
+  EXPECT_EQ(batteryWith(testing::entry("b", {{"Voltage", 12450.5}})).voltage, 12.4505);
   EXPECT_EQ(usage.cycleCount, 412U);
   EXPECT_EQ(usage.designCycleCount, 1000U);
 }

@@ -33,6 +33,7 @@ TEST(LocalAddress, IsTheLastIPv4AddressThatIsNotLoopback) {
   EXPECT_EQ(localAddress({"127.0.0.1", "192.0.2.10", "fe80::1", "198.51.100.7", "::1"}),
             "198.51.100.7");
   EXPECT_EQ(localAddress({"192.0.2.10", "127.1.2.3"}), "192.0.2.10");
+  EXPECT_EQ(localAddress({"192.0.2.10", "1270.0.0.1"}), "192.0.2.10") << "no dot ends the 127";
 }
 
 TEST(LocalAddress, HasExactlyFourPieces) {
