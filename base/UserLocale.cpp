@@ -1,7 +1,10 @@
 #include "base/UserLocale.h"
 
 #include <cstdlib>
+#include <string>
 #include <string_view>
+
+#include "base/SystemLocale.h"
 
 namespace kelvora {
 
@@ -20,7 +23,8 @@ icu::Locale localeOfCategory(const char* category) {
       return isPlain(name) ? icu::Locale::getEnglish() : icu::Locale::createCanonical(name);
     }
   }
-  return icu::Locale::getEnglish();
+  const std::string chosen = systemLocale();
+  return chosen.empty() ? icu::Locale::getEnglish() : icu::Locale::createCanonical(chosen.c_str());
 }
 
 }  // namespace kelvora

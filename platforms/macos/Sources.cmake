@@ -20,6 +20,7 @@ set(KELVORA_MACOS_SOURCES
   system/MacMainQueue.cpp
   system/MacSystemControls.cpp
   system/MacSystemFacts.cpp
+  system/SystemLocale.cpp
   system/TrustedEnvironment.cpp
 )
 # Those that are only compiled for macOS: that call classes of Cocoa, in Objective-C++, each as thin as

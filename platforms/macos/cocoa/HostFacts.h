@@ -15,6 +15,9 @@ std::optional<OSVersion> osVersion();
 /// NSProcessInfo's operatingSystemVersionString, e.g. "Version 13.4 (Build 22F66)".
 std::string osVersionText();
 
+/// NSLocale's identifier of the user's locale, e.g. "de_DE".
+std::string localeIdentifier();
+
 /// NSHost's localizedName, e.g. "Anna's MacBook Pro".
 std::string localizedHostName();
 /// NSHost's name, e.g. "annas-macbook-pro.local". May wait for the name service.

@@ -23,6 +23,12 @@ std::string osVersionText() {
   }
 }
 
+std::string localeIdentifier() {
+  @autoreleasepool {
+    return plainText(NSLocale.currentLocale.localeIdentifier);
+  }
+}
+
 std::string localizedHostName() {
   @autoreleasepool {
     return plainText([NSHost currentHost].localizedName);

@@ -51,6 +51,7 @@ std::optional<OSVersion> osVersion() {
   return Ledger::shared().called("osVersion") ? std::nullopt : machine().osVersion;
 }
 std::string osVersionText() { return asked("osVersionText", machine().osText); }
+std::string localeIdentifier() { return asked("localeIdentifier", Cocoa::shared().locale); }
 std::string localizedHostName() { return asked("localizedHostName", machine().localizedHostName); }
 std::string hostName() { return asked("hostName", machine().hostName); }
 std::vector<std::string> hostAddresses() {

@@ -19,6 +19,7 @@ class Cocoa {
   std::vector<platform::RunningApplication> running;
   /// Paths of installed applications by bundle identifier.
   std::map<std::string, std::string> installed;
+  std::string locale;
   std::string documents;
   std::string applicationSupport;
   std::map<std::string, std::string> containers;  ///< by group

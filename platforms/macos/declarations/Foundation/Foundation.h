@@ -66,6 +66,13 @@ API_AVAILABLE(macos(10.0))
 /// Writes a line to the unified log; a program in a terminal also writes it to standard error.
 extern "C" void NSLog(NSString* format, ...) API_AVAILABLE(macos(10.0));
 
+/// Language, region and formats.
+API_AVAILABLE(macos(10.0))
+@interface NSLocale : NSObject
+@property(class, readonly) NSLocale* currentLocale;  ///< the user's, whatever the environment
+@property(readonly) NSString* localeIdentifier;      ///< e.g. "de_DE" or "en_US@calendar=buddhist"
+@end
+
 /// A computer of the network.
 API_AVAILABLE(macos(10.0))
 @interface NSHost : NSObject

@@ -1,0 +1,7 @@
+#include "base/SystemLocale.h"
+
+namespace kelvora {
+
+std::string systemLocale() { return ""; }
+
+}  // namespace kelvora
