@@ -1,16 +1,18 @@
 #include "platforms/shared/PendingWork.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
+#include <vector>
 
 namespace kelvora::platform {
 
 PendingWork::PendingWork(std::function<void()> added, std::function<void()> taken)
     : added_(std::move(added)), taken_(std::move(taken)) {}
 
-void PendingWork::add(std::function<void()> work) {
+void PendingWork::add(std::function<void()> work, const void* owner) {
   const std::lock_guard lock(mutex_);
-  queued_.push_back(std::move(work));
+  queued_.push_back({std::move(work), owner});
   added_();
 }
 
@@ -19,10 +21,16 @@ bool PendingWork::isEmpty() const {
   return queued_.empty();
 }
 
-void PendingWork::clear() {
-  std::deque<std::function<void()>> released;  // outside the lock: what work holds may call back
+void PendingWork::clear(const void* owner) {
+  std::vector<Piece> released;  // outside the lock: what work holds may call back
   const std::lock_guard lock(mutex_);
-  released.swap(queued_);
+  const auto rest = std::ranges::stable_partition(
+      queued_, [owner](const Piece& piece) { return piece.owner != owner; });
+  for (Piece& piece : rest) {
+    released.push_back(std::move(piece));
+    taken_();
+  }
+  queued_.erase(rest.begin(), rest.end());
 }
 
 int PendingWork::run() {
@@ -49,7 +57,7 @@ std::function<void()> PendingWork::takeFirst() {
   if (queued_.empty()) {
     return nullptr;
   }
-  auto work = std::move(queued_.front());
+  auto work = std::move(queued_.front().work);
   queued_.pop_front();
   taken_();
   return work;

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -10,6 +11,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "KelvoraCore/KVMainQueue.h"
+#include "KelvoraCore/NotificationObserver.h"
 #include "KelvoraCore/SensorController.h"
 
 #include "ports/MainQueue.h"
@@ -22,6 +25,7 @@
 namespace kelvora::testing {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
@@ -135,6 +139,21 @@ TEST_F(FailingSMC, EachMessageIsPostedInItsOrder) {
     messages.push_back(post.notification.object.value());
   }
   EXPECT_THAT(messages, ElementsAre("first", "second"));
+}
+
+// As a host sees it: it has a queue to drain, whatever machines it reads.
+TEST(FailureOfASecondMachine, IsHeardThroughTheQueueOfTheCurrentOne) {
+  Platform::current();
+  const auto second = Platform::recordedFromFile(KELVORA_MACHINES "/MacBookPro15,1.json");
+  std::vector<std::string> heard;
+  const NotificationObserver observer(
+      SensorControllerDidFailNotification,
+      [&](const Notification& notification) { heard.push_back(notification.object.value_or("")); },
+      *second);
+  SensorController(*second).getAllSensors();
+  KVMainQueue::runUntil(std::chrono::steady_clock::now());
+  KVMainQueue::runPending();
+  EXPECT_THAT(heard, Contains("SMC read (F0ID) failed"));
 }
 
 }  // namespace

@@ -67,6 +67,33 @@ TEST(LinuxMainQueue, OnlyTheThreadThatMadeItRunsWork) {
   EXPECT_EQ(queue.runPending(), 2);
 }
 
+// A host drains the queue of the current machine, and may have others.
+TEST(LinuxMainQueue, OneQueueRunsTheWorkOfAllInOrder) {
+  LinuxMainQueue queue;
+  LinuxMainQueue other;
+  std::vector<int> ran;
+  other.async([&] { ran.push_back(1); });
+  queue.async([&] { ran.push_back(2); });
+  other.async([&] { ran.push_back(3); });
+  EXPECT_TRUE(isReadable(queue));
+  EXPECT_EQ(queue.runPending(), 3);
+  EXPECT_EQ(ran, (std::vector{1, 2, 3}));
+}
+
+TEST(LinuxMainQueue, WhatWaitsWhenItsQueueEndsDoesNotRun) {
+  LinuxMainQueue queue;
+  std::vector<int> ran;
+  {
+    LinuxMainQueue other;
+    other.async([&] { ran.push_back(1); });
+    queue.async([&] { ran.push_back(2); });
+    other.async([&] { ran.push_back(3); });
+  }
+  EXPECT_EQ(queue.runPending(), 1);
+  EXPECT_EQ(ran, (std::vector{2}));
+  EXPECT_FALSE(isReadable(queue));
+}
+
 TEST(LinuxMainQueue, WorkMayDrainTheQueueItself) {
   LinuxMainQueue queue;
   int ran = 0;
