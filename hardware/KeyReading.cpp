@@ -78,7 +78,8 @@ bool readsAs(Platform& platform, std::string_view key, std::string_view value) {
   const auto isSameDigit = [](unsigned char read, unsigned char digit) {
     return read == std::tolower(digit);
   };
-  return std::ranges::equal(bytesOf(platform, key), value, isSameDigit);
+  const std::string bytes = bytesOf(platform, key);
+  return !bytes.empty() && std::ranges::equal(bytes, value, isSameDigit);
 }
 
 }  // namespace kelvora

@@ -1,4 +1,5 @@
 #include <string>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include "tests/support/ForwardingPorts.h"
 #include "tests/support/RecordedMachines.h"
 #include "tests/support/ScriptedChildProcesses.h"
+#include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
 namespace {
@@ -20,7 +22,8 @@ using ::testing::IsEmpty;
 // A platform with an installed tool that ends with a scripted outcome.
 class SMCWrapperWrites : public ::testing::Test {
  protected:
-  SMCWrapperWrites() : platform_(installRecordedPlatform(platform::RecordedMachine{})) {
+  explicit SMCWrapperWrites(platform::RecordedMachine machine = {})
+      : platform_(installRecordedPlatform(std::move(machine))) {
     auto& files = wrapPort<ForwardingFiles>(platform_.ports().files);
     files.onApplicationSupportFolder = [] { return "/Users/anna/Library/Application Support"; };
     files.onExists = [this](const std::string& path) {
@@ -30,7 +33,7 @@ class SMCWrapperWrites : public ::testing::Test {
         [this](const platform::ChildRequest&) { return outcome_; });
     children_ = children.get();
     platform_.ports().childProcesses = std::move(children);
-    ::testing::internal::CaptureStdout();  // there is no SMC
+    ::testing::internal::CaptureStdout();  // there may be no SMC
     wrapper_ = std::make_unique<SMCWrapper>(platform_);
     std::fflush(stdout);
     ::testing::internal::GetCapturedStdout();
@@ -61,6 +64,24 @@ TEST_F(SMCWrapperWrites, SucceedOnlyWithExitStatusZero) {
     outcome_->exitStatus = status;
     EXPECT_FALSE(wrapper_->setExternalValue("0fa0", "F0Tg")) << status;
   }
+}
+
+// Of a process that ignores SIGCHLD.
+class SMCWrapperWritesOfUnknownStatus : public SMCWrapperWrites {
+ protected:
+  SMCWrapperWritesOfUnknownStatus()
+      : SMCWrapperWrites(machineWithKeys({smcKey("F0Tg", "flt ", {0, 0, 0xfa, 0x44})})) {
+    outcome_->exitStatus = platform::kUnknownExitStatus;
+  }
+};
+
+TEST_F(SMCWrapperWritesOfUnknownStatus, SucceedIfTheKeyHoldsTheValue) {
+  EXPECT_TRUE(wrapper_->setExternalValue("0000fa44", "F0Tg"));
+  EXPECT_TRUE(wrapper_->setExternalValue("0000FA44", "F0Tg"));
+  EXPECT_FALSE(wrapper_->setExternalValue("0000fa45", "F0Tg"));
+  EXPECT_FALSE(wrapper_->setExternalValue("0000fa", "F0Tg"));
+  EXPECT_FALSE(wrapper_->setExternalValue("0000fa44", "F1Tg"));
+  EXPECT_FALSE(wrapper_->setExternalValue("", "F1Tg"));
 }
 
 TEST_F(SMCWrapperWrites, FailWithoutALaunchWhenTheToolIsMissing) {
