@@ -31,6 +31,37 @@ TEST_F(KelvoraFans, HandedBackLeaveTheOthersOfTheirHolderAtTheirSpeeds) {
   expectAutomatic(1);
 }
 
+// Three fans with modes: one that is handed back, one that stays with its holder, one of no holder.
+constexpr char kThreeFans[] = R"({"format": "kelvora-machine", "version": 1,
+  "architecture": "x86_64", "title": "T", "sysctl": {"hw.model": "MacBookPro15,1"},
+  "smc": {"keys": [
+    {"key": "FNum", "type": "ui8 ", "bytes": "03"},
+    {"key": "F0Md", "type": "ui8 ", "bytes": "00"}, {"key": "F0Tg", "type": "flt ", "bytes": "0000fa44"},
+    {"key": "F0Mn", "type": "flt ", "bytes": "0000fa44"}, {"key": "F0Mx", "type": "flt ", "bytes": "00409c45"},
+    {"key": "F1Md", "type": "ui8 ", "bytes": "00"}, {"key": "F1Tg", "type": "flt ", "bytes": "0000fa44"},
+    {"key": "F1Mn", "type": "flt ", "bytes": "0000fa44"}, {"key": "F1Mx", "type": "flt ", "bytes": "00409c45"},
+    {"key": "F2Md", "type": "ui8 ", "bytes": "01"}, {"key": "F2Tg", "type": "flt ", "bytes": "0000fa44"},
+    {"key": "F2Mn", "type": "flt ", "bytes": "0000fa44"},
+    {"key": "F2Mx", "type": "flt ", "bytes": "00409c45"}]}})";
+
+TEST_F(KelvoraFans, AreHandedBackAlsoWhereTheHolderOfTheOthersIsKilled) {
+  choose(home_.write("mac.json", kThreeFans).c_str());
+  ASSERT_EQ(run({"fans", "hold", "--background", "0=3000", "1=2500"}).status, 0);
+  fs::rename(home_.path(kTool), home_.path("tool"));
+  home_.write(kTool, "#!/bin/sh\ncase $2$4 in F1Md01) kill -9 $PPID;; esac\nexec " +
+                         home_.path("tool") + " \"$@\"\n");
+  fs::permissions(home_.path(kTool), fs::perms(0755));
+  const ProgramResult back = run({"fans", "auto", "0", "2"});
+  EXPECT_EQ(back.status, 1);
+  EXPECT_EQ(back.standardError, "kelvora: the holder has been ended by signal 9\n");
+  EXPECT_THAT(back.standardOutput, HasSubstr("0  Fan 1  handed back  now "));
+  EXPECT_THAT(back.standardOutput, HasSubstr("2  Fan 3  handed back  now "));
+  EXPECT_TRUE(soon([this] { return processes().empty(); }));
+  for (const std::size_t index : {0U, 1U, 2U}) {
+    expectAutomatic(index);
+  }
+}
+
 TEST_F(KelvoraFans, WithoutALeaseAreHandedBackToo) {
   ASSERT_EQ(runProgram(home_.path(kTool), {"-k", "F1Md", "-w", "01"}).status, 0);
   EXPECT_EQ(fan(1).at("mode"), "fixed");

@@ -1,6 +1,7 @@
 // Fans that are set, and speeds that are refused before anything is written.
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -198,17 +199,22 @@ TEST_F(KelvoraFans, WithoutTheToolAreNotSetButListed) {
   EXPECT_THAT(processes(), IsEmpty());
 }
 
+// The new holder ends by itself, or without a word.
 TEST_F(KelvoraFans, WhoseNewHolderCannotTakeThemAreHandedBackWithItsOthers) {
-  ASSERT_EQ(run({"fans", "hold", "--background", "0=3000", "1=2500"}).status, 0);
   fs::rename(home_.path(kTool), home_.path("tool"));
-  home_.write(kTool, "#!/bin/sh\ncase $4 in 00c05a45) exit 1;; esac\nexec " + home_.path("tool") +
-                         " \"$@\"\n");  // 3500
-  fs::permissions(home_.path(kTool), fs::perms(0755));
-  expectRefused({"fans", "set", "0", "3500"}, 1,
-                "fan 0: F0Tg: the privileged tool ended with status 1\n"
-                "kelvora: fan 1: handed back, as its holder has ended");
-  expectAutomatic(0);
-  expectAutomatic(1);
+  for (const auto& [command, line] :
+       {std::pair("exit 1", "fan 0: F0Tg: the privileged tool ended with status 1"),
+        {"kill -9 $PPID", "the holder has been ended by signal 9"}}) {
+    home_.write(kTool, "#!/bin/sh\ncase $4 in 00c05a45) " + std::string(command) +
+                           ";; esac\nexec " + home_.path("tool") + " \"$@\"\n");  // 3500
+    fs::permissions(home_.path(kTool), fs::perms(0755));
+    ASSERT_EQ(run({"fans", "hold", "--background", "0=3000", "1=2500"}).status, 0);
+    expectRefused({"fans", "set", "0", "3500"}, 1,
+                  std::string(line) + "\nkelvora: fan 1: handed back, as its holder has ended");
+    EXPECT_TRUE(soon([this] { return processes().empty(); }));
+    expectAutomatic(0);
+    expectAutomatic(1);
+  }
 }
 
 TEST_F(KelvoraFans, AreNotSetWithoutTheLockOfTheCommandsAndHandedBackAllTheSame) {

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <set>
 
 #include "KelvoraCore/BackgroundProgram.h"
 #include "KelvoraCore/KVMainQueue.h"
 
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
@@ -48,6 +50,11 @@ std::vector<KVLeasedFan> leasesOf(const std::set<std::int64_t>& processes, Platf
     }
   }
   return found;
+}
+
+int failed(const std::string& outcome) {
+  std::fprintf(stderr, "kelvora: the holder %s\n", printable(outcome).c_str());
+  return kExitNothingRead;
 }
 
 // What the fan has as its holder's speed.
@@ -105,14 +112,13 @@ int startHolder(const std::vector<KVFanSpeed>& speeds, const std::vector<std::st
   }
   const BackgroundProgram::Start start = BackgroundProgram::start(arguments);
   if (!start.fault.empty()) {
-    throw CommandError(kExitNothingRead, "the holder cannot be started: " + start.fault);
+    return failed("cannot be started: " + start.fault);
   }
   constexpr int kOfSignals = 128;
-  if (start.status.value_or(0) >= kOfSignals) {
-    throw CommandError(kExitNothingRead, "the holder has been ended by signal " +
-                                             std::to_string(*start.status - kOfSignals));
-  }
-  return start.status.value_or(kExitSuccess);
+  const int status = start.status.value_or(kExitSuccess);
+  return status < kOfSignals
+             ? status
+             : failed("has been ended by signal " + std::to_string(status - kOfSignals));
 }
 
 }  // namespace kelvora::tool
