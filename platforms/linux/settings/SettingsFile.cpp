@@ -90,6 +90,9 @@ bool SettingsFile::keepAside() {
 bool SettingsFile::replace(const Values& values) {
   const std::string next = target_ + ".new";
   const auto bytes = serializePropertyList(values, PropertyListFormat::kBinary);
+  if (const std::string fault = faultOfSettings(bytes); !fault.empty()) {
+    return fail("it would not be readable any more: " + fault);
+  }
   // Opened first: nothing can fail once the new file is in place.
   const FileDescriptor folder(open(folderOf(target_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   const bool replaced = folder.isOpen() && writeNewFile(next, bytes) &&

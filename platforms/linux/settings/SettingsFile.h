@@ -48,7 +48,8 @@ class SettingsFile {
   std::optional<PropertyListValue> value(std::string_view key);
 
   /// Stores a setting, or removes it with none. Waits up to `kWaitOfWrite`. On failure
-  /// returns false, logs it (the same reason once until a write succeeds) and stores nothing.
+  /// returns false, logs it (the same reason once until a write succeeds) and stores nothing. A
+  /// file that no program could read any more, e.g. one larger than 16 MB, is not written.
   bool write(std::string_view key, const std::optional<PropertyListValue>& value);
 
   /// Stores what `change` makes of a setting while no other program writes, and returns what the

@@ -16,6 +16,7 @@ namespace kelvora::platform {
 namespace {
 
 constexpr off_t kMostBytes = 16 << 20;
+constexpr const char* kTooLarge = "larger than 16 MB";
 constexpr int kMostLinks = 40;
 
 // File times have the resolution of this clock. A change within the tick of the last one may leave
@@ -57,7 +58,7 @@ void failUnreadable(SettingsReading& reading) {
   fail(reading, SettingsState::kUnreadable, std::generic_category().message(errno));
 }
 
-void parse(SettingsReading& reading, const std::vector<std::byte>& bytes) {
+void parse(SettingsReading& reading, std::span<const std::byte> bytes) {
   PropertyListReading list = parsePropertyList(bytes);
   const auto* values = list.value ? list.value->as<PropertyListValue::Dictionary>() : nullptr;
   if (values == nullptr) {
@@ -81,7 +82,7 @@ void readOpenFile(SettingsReading& reading) {
   }
   if (facts.st_size > kMostBytes) {
     reading.facts = facts;
-    fail(reading, SettingsState::kUnreadable, "larger than 16 MB");
+    fail(reading, SettingsState::kUnreadable, kTooLarge);
     return;
   }
   const auto bytes = readAll(reading.file.get(), static_cast<std::size_t>(facts.st_size));
@@ -109,6 +110,15 @@ SettingsReading readSettingsFile(const std::string& path) {
     failUnreadable(reading);
   }
   return reading;
+}
+
+std::string faultOfSettings(std::span<const std::byte> bytes) {
+  if (bytes.size() > kMostBytes) {
+    return kTooLarge;
+  }
+  SettingsReading reading;
+  parse(reading, bytes);
+  return reading.fault;
 }
 
 std::string endOfLinks(const std::string& path) {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 #include <sys/stat.h>
@@ -32,6 +34,9 @@ struct SettingsReading {
 
 /// Reads the file at a path. Changes nothing and logs nothing.
 SettingsReading readSettingsFile(const std::string& path);
+
+/// Why the bytes of a settings file cannot be used, e.g. "larger than 16 MB"; empty when they can.
+std::string faultOfSettings(std::span<const std::byte> bytes);
 
 /// Where the links end that a path leads through, even if nothing exists there.
 std::string endOfLinks(const std::string& path);

@@ -1,6 +1,7 @@
 // Settings files that are damaged, cannot be read, or are no files.
 
 #include <filesystem>
+#include <ostream>
 #include <string>
 #include <utility>
 
@@ -181,6 +182,56 @@ TEST_F(LinuxUserDefaultsTest, AChangeThatCannotBeStoredReturnsNone) {
   }
   ::testing::internal::GetCapturedStderr();
   EXPECT_EQ(suite->object("a"), PropertyListValue(1));
+}
+
+struct Unreadable {
+  const char* name;
+  PropertyListValue value;
+  const char* fault;
+
+  friend std::ostream& operator<<(std::ostream& out, const Unreadable& each) {
+    return out << each.name;
+  }
+};
+
+PropertyListValue nested(int levels) {
+  PropertyListValue value = 1;
+  for (int level = 0; level < levels; ++level) {
+    value = PropertyListValue::Array{value};
+  }
+  return value;
+}
+
+class UnreadableValue : public LinuxUserDefaultsTest,
+                        public ::testing::WithParamInterface<Unreadable> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    LinuxUserDefaults, UnreadableValue,
+    ::testing::Values(
+        Unreadable{"tooLarge", PropertyListValue::Data(std::size_t{16} << 20), "larger than 16 MB"},
+        Unreadable{"manyEqualTexts", PropertyListValue::Array(20'000, std::string(100, 'x')),
+                   "unfolds to far more than its bytes"},
+        Unreadable{"tooDeep", nested(101), "nested too deeply"}),
+    [](const auto& each) { return each.param.name; });
+
+TEST_P(UnreadableValue, IsNotStoredAndLosesNoOtherSetting) {
+  const auto suite = open();
+  ASSERT_TRUE(suite->setObject("KVMainSensor", "TC0P"));
+  ::testing::internal::CaptureStderr();
+  EXPECT_FALSE(suite->setObject("KVMenuSensors", GetParam().value));
+  EXPECT_EQ(suite->setObjectIfAbsent("KVMenuSensors", GetParam().value), std::nullopt);
+  EXPECT_EQ(
+      ::testing::internal::GetCapturedStderr(),
+      "Settings: " + file() + ": it would not be readable any more: " + GetParam().fault + "\n");
+  EXPECT_EQ(open()->objects(), (Dictionary{{"KVMainSensor", "TC0P"}}));
+  EXPECT_TRUE(suite->setObject("KVMenuSensors", PropertyListValue::Array{"TC0P"}));
+}
+
+TEST_F(LinuxUserDefaultsTest, TheLargestReadableFileIsWritten) {
+  const auto suite = open();
+  ASSERT_TRUE(suite->setObject("a", PropertyListValue::Data((std::size_t{16} << 20) - 4096)));
+  ASSERT_TRUE(suite->setObject("b", 1));
+  EXPECT_EQ(open()->object("b"), PropertyListValue(1));
 }
 
 }  // namespace
