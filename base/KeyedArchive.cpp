@@ -13,6 +13,7 @@ namespace {
 constexpr std::uint64_t kVersion = 100000;
 constexpr int kDeepestNesting = 100;
 constexpr std::size_t kMostBytes = 4 << 20;
+constexpr std::size_t kMostUnfolding = 16;  // bytes in memory for each byte of the archive
 
 // Ends the reading of an archive.
 struct Refusal {};
@@ -74,8 +75,8 @@ std::size_t sizeOfPlainValue(const PropertyListValue& value) {
 
 class ArchiveReader {
  public:
-  explicit ArchiveReader(const std::vector<std::string>& allowedClasses)
-      : allowedClasses_(allowedClasses) {}
+  ArchiveReader(const std::vector<std::string>& allowedClasses, std::size_t archiveBytes)
+      : allowedClasses_(allowedClasses), bytesLeft_(kMostBytes + kMostUnfolding * archiveBytes) {}
 
   ArchiveValue root(plist_t archive) {
     require(plist_get_node_type(archive) == PLIST_DICT);
@@ -206,7 +207,7 @@ class ArchiveReader {
   std::vector<plist_t> objects_;
   std::vector<bool> isBeingRead_;
   int level_ = 0;
-  std::size_t bytesLeft_ = kMostBytes;
+  std::size_t bytesLeft_;
 };
 
 }  // namespace
@@ -218,7 +219,7 @@ std::optional<ArchiveValue> readKeyedArchive(std::span<const std::byte> bytes,
     return std::nullopt;
   }
   try {
-    return ArchiveReader(allowedClasses).root(nodes.root.get());
+    return ArchiveReader(allowedClasses, bytes.size()).root(nodes.root.get());
   } catch (const Refusal&) {
     return std::nullopt;
   }

@@ -19,8 +19,9 @@ std::vector<std::byte> keyedArchive(const ArchiveValue& root);
 /// The root of an archive that this library or the system's archiver wrote; the property list may
 /// be binary or XML. Returns none, and logs nothing, for anything else: bytes that are no archive,
 /// a class that is not in `allowedClasses`, a reference that leads nowhere or back to itself, more
-/// than 100 levels, and a tree of more than 4 MB in memory, as small archives can describe by
-/// naming one large object many times. Never throws on foreign bytes. Any thread.
+/// than 100 levels, and a tree of more than 4 MB in memory and 16 times the bytes, as small
+/// archives can describe by naming one large object many times. Never throws on foreign bytes. Any
+/// thread.
 ///
 /// `allowedClasses` has the immutable names, e.g. {"NSArray", "NSString", "KVNotification"}; they
 /// allow the mutable classes too. "NSString", "NSNumber" (booleans too), "NSDate" and "NSData"

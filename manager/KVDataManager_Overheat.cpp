@@ -4,6 +4,7 @@
 #include "KelvoraCore/KVDataManager.h"
 #include "KelvoraCore/KVValueConverter.h"
 
+#include "base/Log.h"
 #include "manager/NotificationArchive.h"
 
 namespace kelvora {
@@ -14,6 +15,16 @@ constexpr std::int64_t kLaunchesOfANewUser = 2;
 constexpr double kDefaultThresholdCelsius = 70.0;
 
 const KVSetting& listSetting() { return settingOf(KVSettingID::kOverheatNotifications); }
+
+// None, and logged, for a list that no program could read back.
+std::optional<PropertyListValue> storableArchiveOf(const std::vector<KVNotification>& rules) {
+  PropertyListValue::Data archive = archiveOfNotifications(rules);
+  if (!notificationsInArchive(archive)) {
+    log("Overheat rules: the list is too large to be stored");
+    return std::nullopt;
+  }
+  return archive;
+}
 
 auto isFor(std::string_view sensorKey) {
   return [sensorKey](const KVNotification& rule) { return rule.sensorKey == sensorKey; };
@@ -64,7 +75,8 @@ std::optional<KVNotification> KVDataManager::getOverheatNotificationBySensorKey(
 }
 
 bool KVDataManager::setOverheatNotifications(const std::vector<KVNotification>& rules) {
-  return setValue(listSetting(), archiveOfNotifications(rules));
+  const auto archive = storableArchiveOf(rules);
+  return archive && setValue(listSetting(), archive);
 }
 
 // A store that cannot be read now has not lost its sensors.
@@ -89,8 +101,7 @@ bool KVDataManager::changeOverheatNotifications(
         std::vector<KVNotification> rules =
             archive ? notificationsIn(*archive) : std::vector<KVNotification>();
         std::erase_if(rules, [&](const KVNotification& rule) { return isSensorGone(rule); });
-        return change(rules) ? std::optional<PropertyListValue>(archiveOfNotifications(rules))
-                             : std::nullopt;
+        return change(rules) ? storableArchiveOf(rules) : std::nullopt;
       });
 }
 

@@ -119,7 +119,8 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   std::optional<std::vector<KVNotification>> overheatNotifications();
   /// The rule for that key, e.g. "TC0P" or "any-sensor"; none without such a rule.
   std::optional<KVNotification> getOverheatNotificationBySensorKey(std::string_view sensorKey);
-  /// Stores the whole list, also over the rules that other programs have added meanwhile.
+  /// Stores the whole list, also over the rules that other programs have added meanwhile. A list
+  /// that could not be read back (texts of many megabytes) is not stored, which is logged.
   bool setOverheatNotifications(const std::vector<KVNotification>& rules);
 
   // Each of these changes the stored list in one step: rules that other programs add or change at

@@ -229,6 +229,42 @@ TEST_F(OverheatRules, ADamagedListIsEmptyAndStaysAsItIs) {
   EXPECT_EQ(broadcasts(), 0U);
 }
 
+TEST_F(OverheatRules, ThousandsAreReadBack) {
+  std::vector<KVNotification> many;
+  for (int number = 0; number < 4'000; ++number) {
+    KVNotification one = testing::activeRule("T" + std::to_string(number), number, 1);
+    one.sensorName = "CPU";
+    one.lastTimeFired = std::chrono::system_clock::now();
+    many.push_back(one);
+  }
+  EXPECT_TRUE(manager->setOverheatNotifications(many));
+  EXPECT_EQ(stored(), many);
+}
+
+// A text that several rules share takes its bytes once in the archive, and in memory each time.
+TEST_F(OverheatRules, AListThatCouldNotBeReadBackIsNotStored) {
+  KVNotification large = rule("any-sensor");
+  large.sensorName = std::string(100'000, 'x');
+  Rules rules(50, large);
+  rules.front() = rule("TC0P");
+  while (notificationsInArchive(archiveOfNotifications(rules))) {
+    rules.push_back(large);
+  }
+  ::testing::internal::CaptureStderr();
+  EXPECT_FALSE(manager->setOverheatNotifications(rules));
+  EXPECT_EQ(suite->object(kKey), std::nullopt);
+  rules.pop_back();
+  store(rules);
+  EXPECT_FALSE(manager->changeOverheatNotification(
+      "TC0P", [&](KVNotification& stored) { stored.sensorName = large.sensorName; }));
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "Overheat rules: the list is too large to be stored\n"
+            "Overheat rules: the list is too large to be stored\n");
+  EXPECT_EQ(stored()->size(), rules.size());
+  EXPECT_EQ(stored()->front().sensorName, std::nullopt);
+  EXPECT_EQ(broadcasts(), 0U);
+}
+
 TEST_F(OverheatRules, AnUpdateReplacesADamagedList) {
   suite->setObject(kKey, PropertyListValue::Data{std::byte{1}});
   EXPECT_TRUE(manager->updateOverheatNotification(rule("TC0P")));
