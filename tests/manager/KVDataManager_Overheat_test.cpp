@@ -245,7 +245,7 @@ TEST_F(OverheatRules, ThousandsAreReadBack) {
 TEST_F(OverheatRules, AListThatCouldNotBeReadBackIsNotStored) {
   KVNotification large = rule("any-sensor");
   large.sensorName = std::string(100'000, 'x');
-  Rules rules(50, large);
+  Rules rules(20, large);
   rules.front() = rule("TC0P");
   while (notificationsInArchive(archiveOfNotifications(rules))) {
     rules.push_back(large);
