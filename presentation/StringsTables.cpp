@@ -1,25 +1,33 @@
 #include "presentation/StringsTables.h"
 
-#include <fstream>
-#include <iterator>
+#include <array>
 #include <span>
 #include <system_error>
 #include <utility>
+#include <vector>
 
+#include "base/InputFile.h"
 #include "base/Log.h"
 
 namespace kelvora {
 
 namespace {
 
-StringsTable readTable(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  StringsTableReading reading = parseStringsTable(std::as_bytes(std::span(bytes)));
-  if (!reading.table) {
-    log("Localization: " + path + ": " + reading.failure);
+struct FileReading {
+  std::vector<char> bytes;
+  int error = 0;  // of the system; 0 for none
+};
+
+FileReading readFile(const std::string& path) {
+  InputFile file(path);
+  FileReading reading;
+  std::array<char, 16384> buffer{};
+  while (const std::size_t count = file.read(buffer)) {
+    const auto filled = std::span(buffer).first(count);
+    reading.bytes.insert(reading.bytes.end(), filled.begin(), filled.end());
   }
-  return std::move(reading.table).value_or(StringsTable());
+  reading.error = file.error();
+  return reading;
 }
 
 }  // namespace
@@ -29,16 +37,33 @@ StringsTables& StringsTables::shared() {
   return tables;
 }
 
+void StringsTables::read(const std::string& path, const FileVersion& version, Entry& entry) {
+  const FileReading file = readFile(path);
+  std::string failure;
+  if (file.error != 0) {
+    failure = std::generic_category().message(file.error);
+  } else {
+    StringsTableReading reading = parseStringsTable(std::as_bytes(std::span(file.bytes)));
+    entry.table =
+        std::make_shared<const StringsTable>(std::move(reading.table).value_or(StringsTable()));
+    entry.version = version;
+    failure = std::move(reading.failure);
+  }
+  if (!failure.empty() && failure != entry.failure) {
+    log("Localization: " + path + ": " + failure);
+  }
+  entry.failure = std::move(failure);
+}
+
 std::shared_ptr<const StringsTable> StringsTables::tableOf(const std::string& path) {
-  std::error_code error;
-  const auto changed = std::filesystem::last_write_time(path, error);
-  if (error || !std::filesystem::is_regular_file(path, error)) {
+  const auto version = fileVersion(path);
+  if (!version) {
     return std::make_shared<const StringsTable>();
   }
   const std::lock_guard lock(mutex_);
   Entry& entry = entries_[path];
-  if (!entry.table || entry.changed != changed) {
-    entry = {changed, std::make_shared<const StringsTable>(readTable(path))};
+  if (entry.version != version) {
+    read(path, *version, entry);
   }
   return entry.table;
 }

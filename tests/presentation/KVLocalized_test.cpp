@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "tests/support/ResourceLimit.h"
 #include "tests/support/TestMac.h"
 
 namespace kelvora {
@@ -125,6 +126,43 @@ TEST_F(Localized, AnOlderTableInPlaceOfTheOneReadIsReadAgain) {
   std::filesystem::last_write_time(
       mac_.resources.path("de.lproj/Localizable.strings"),
       std::filesystem::file_time_type::clock::now() - std::chrono::hours(24));
+  EXPECT_EQ(textIn("de", "category-fan-name"), "Gebläse");
+}
+
+TEST_F(Localized, ATableWithTheSizeAndTimeOfTheOneReadIsReadAgain) {
+  const std::string path = mac_.resources.path("de.lproj/Localizable.strings");
+  const auto time = std::filesystem::last_write_time(path);
+  EXPECT_EQ(textIn("de", "category-fan-name"), "Lüfter");
+  mac_.addStrings("other", "\"category-fan-name\" = \"Gebäud\";");
+  const std::string other = mac_.resources.path("other.lproj/Localizable.strings");
+  ASSERT_EQ(std::filesystem::file_size(other), std::filesystem::file_size(path));
+  std::filesystem::last_write_time(other, time);
+  std::filesystem::rename(other, path);
+  EXPECT_EQ(textIn("de", "category-fan-name"), "Gebäud");
+}
+
+TEST_F(Localized, ATableThatCannotBeReadForAMomentIsLoggedOnceAndTriedAgain) {
+  ::testing::internal::CaptureStderr();
+  {
+    const testing::ResourceLimit descriptors(RLIMIT_NOFILE, 3);
+    EXPECT_EQ(textIn("de", "category-fan-name"), "category-fan-name");
+    EXPECT_EQ(textIn("de", "category-fan-name"), "category-fan-name");
+  }
+  EXPECT_EQ(textIn("de", "category-fan-name"), "Lüfter");
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "Localization: " + mac_.resources.path("de.lproj") +
+                "/Localizable.strings: Too many open files\n");
+}
+
+TEST_F(Localized, WhileAChangedTableCannotBeReadItsLastTextsRemain) {
+  EXPECT_EQ(textIn("de", "category-fan-name"), "Lüfter");
+  mac_.addStrings("de", "\"category-fan-name\" = \"Gebläse\";");
+  ::testing::internal::CaptureStderr();
+  {
+    const testing::ResourceLimit descriptors(RLIMIT_NOFILE, 3);
+    EXPECT_EQ(textIn("de", "category-fan-name"), "Lüfter");
+  }
+  EXPECT_NE(::testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(textIn("de", "category-fan-name"), "Gebläse");
 }
 
