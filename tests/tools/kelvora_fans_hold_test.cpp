@@ -92,6 +92,22 @@ TEST_F(KelvoraFans, ThatCannotBeHandedBackAreSaidOnceAndTriedUntilTheyAre) {
   expectAutomatic(0);
 }
 
+TEST_F(KelvoraFans, OfALostLeaseAreTriedUntilTheyAreHandedBack) {
+  ChildProgram holder(KELVORA_PROGRAM, {"fans", "hold", "0=3000"});
+  holder.nextLine();
+  holder.nextErrorLine();
+  const std::string tool = home_.read(kTool);
+  home_.write(kTool, "#!/bin/sh\nexit 1\n");
+  ::kill(guardians().at(0), SIGKILL);
+  EXPECT_EQ(holder.nextErrorLine(),
+            "kelvora: fan 0: not handed back: F0Md: the privileged tool ended with status 1; "
+            "trying again");
+  home_.write(kTool, tool);
+  EXPECT_THAT(holder.nextErrorLine(), StartsWith("kelvora: the fans are no longer held: "));
+  EXPECT_EQ(holder.wait(), 1);
+  expectAutomatic(0);
+}
+
 // Another program has locked the fan after the look at the leases, or has no lease on the disk yet.
 TEST_F(KelvoraFans, TakenByAnotherProgramAtTheSameMomentAreHeldElsewhere) {
   const KVProcessLock another("Fan0.holder");

@@ -59,8 +59,8 @@ void requireWithinLimits(const FanState& fan, std::uint64_t speed, bool hasModes
   }
 }
 
-void requireFree(const FanState& fan, bool fromAnyone) {
-  if (fan.lease && fan.lease->isLive && (fromAnyone || !isOwnHolder(*fan.lease))) {
+void requireFree(const FanState& fan) {
+  if (fan.lease && fan.lease->isLive && !isOwnHolder(*fan.lease)) {
     throw CommandError(kExitElsewhere, fanText(fan.index) + "held by " + holderOf(*fan.lease));
   }
 }
@@ -132,7 +132,7 @@ void FanControl::requireTool() const {
   }
 }
 
-void FanControl::requireSettable(const std::vector<KVFanSpeed>& speeds, bool fromAnyone) {
+void FanControl::requireSettable(const std::vector<KVFanSpeed>& speeds) {
   for (auto speed = speeds.begin(); speed != speeds.end(); ++speed) {
     requireWithinLimits(fan(speed->fan), speed->speed, hasModes());
     if (std::any_of(speeds.begin(), speed,
@@ -142,7 +142,7 @@ void FanControl::requireSettable(const std::vector<KVFanSpeed>& speeds, bool fro
   }
   requireTool();
   for (const KVFanSpeed& speed : speeds) {
-    requireFree(fan(speed.fan), fromAnyone);
+    requireFree(fan(speed.fan));
   }
 }
 

@@ -38,9 +38,8 @@ class FanControl {
   void readAgain();
 
   /// Throws CommandError unless the fans can be set: each exists, once, and its speed is within its
-  /// limits; the tool is installed; no other program holds one, and with `fromAnyone` no other
-  /// process.
-  void requireSettable(const std::vector<KVFanSpeed>& speeds, bool fromAnyone);
+  /// limits; the tool is installed; no other program holds one.
+  void requireSettable(const std::vector<KVFanSpeed>& speeds);
   /// Throws CommandError while the privileged tool is not installed.
   void requireTool() const;
 

@@ -87,7 +87,7 @@ int holdUntilEnd(const Options& options, StandardOutput& output,
   const Clock::time_point end = endOf(options);
   StopSignal stop;
   FanControl control(options, output);
-  control.requireSettable(speeds, /*fromAnyone=*/true);
+  control.requireSettable(speeds);
   KVFanLeaseOptions leaseOptions;
   leaseOptions.program = kFanHolderName;
   KVFanLease lease(control.controller(), leaseOptions);
@@ -113,7 +113,7 @@ int holdInBackground(const Options& options, StandardOutput& output,
                      const std::vector<KVFanSpeed>& speeds) {
   endOf(options);  // refuses a wrong one
   FanControl control(options, output);
-  control.requireSettable(speeds, /*fromAnyone=*/true);
+  control.requireSettable(speeds);
   std::vector<std::string> more;
   if (options.has("--for")) {
     more = {"--for", options.text("--for")};

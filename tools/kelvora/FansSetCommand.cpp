@@ -36,7 +36,7 @@ int setFans(const Options& options, StandardOutput& output, FanControl& control,
             const std::vector<KVFanSpeed>& wanted) {
   const FanChangeLock lock(control.machine().platform);
   control.readAgain();
-  control.requireSettable(wanted, /*fromAnyone=*/false);
+  control.requireSettable(wanted);
   std::vector<KVFanSpeed> speeds = wanted;
   const std::vector<KVFanSpeed> others = otherFansOfHolders(fansOf(wanted), control.fans());
   speeds.insert(speeds.end(), others.begin(), others.end());
