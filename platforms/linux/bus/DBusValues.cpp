@@ -73,9 +73,12 @@ std::optional<PropertyListValue> dataIn(const sdbus::Variant& variant) {
 }
 
 std::optional<PropertyListValue> instantIn(const sdbus::Variant& variant) {
-  const std::chrono::microseconds elapsed(variant.get<Instant>().get<0>());
-  return PropertyListValue::Date(
-      std::chrono::duration_cast<PropertyListValue::Date::duration>(elapsed));
+  using Microseconds = std::chrono::microseconds;
+  using Elapsed = PropertyListValue::Date::duration;
+  const Microseconds elapsed(variant.get<Instant>().get<0>());
+  const auto kept = std::clamp(elapsed, std::chrono::duration_cast<Microseconds>(Elapsed::min()),
+                               std::chrono::duration_cast<Microseconds>(Elapsed::max()));
+  return PropertyListValue::Date(std::chrono::duration_cast<Elapsed>(kept));
 }
 
 std::optional<PropertyListValue> arrayIn(const sdbus::Variant& variant) {

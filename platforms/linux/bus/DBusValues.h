@@ -13,7 +13,8 @@ namespace kelvora::platform {
 sdbus::Variant variantOf(const PropertyListValue& value);
 
 /// The way back; also takes the other D-Bus numbers, object paths and signatures. None for what no
-/// property list can hold, e.g. a file descriptor; such an entry of a container is left out.
+/// property list can hold, e.g. a file descriptor; such an entry of a container is left out. An
+/// instant beyond the clock's range gives the nearest.
 std::optional<PropertyListValue> valueOf(const sdbus::Variant& variant);
 
 using VariantDictionary = std::map<std::string, sdbus::Variant>;
