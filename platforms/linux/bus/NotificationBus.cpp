@@ -1,6 +1,6 @@
 #include "platforms/linux/bus/NotificationBus.h"
 
-#include <atomic>
+#include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -38,29 +38,83 @@ Notification notificationIn(sdbus::Message& message) {
   return notification;
 }
 
+// What was sent and has not come back, in order. A bus that goes may have taken it to nobody, so
+// that its sender must hear it without the bus.
+class SentNotifications {
+ public:
+  /// False when the bus has gone.
+  bool add(const Notification& notification) {
+    const std::lock_guard lock(mutex_);
+    if (!hasGone_) {
+      sent_.push_back(notification);
+    }
+    return !hasGone_;
+  }
+  /// Takes back what was added last, which the bus has refused. False when it was handed over.
+  bool takeBack() {
+    const std::lock_guard lock(mutex_);
+    if (!hasGone_) {
+      sent_.pop_back();
+    }
+    return !hasGone_;
+  }
+  void firstCameBack() {
+    const std::lock_guard lock(mutex_);
+    if (!sent_.empty()) {
+      sent_.pop_front();
+    }
+  }
+  /// The bus has gone. Hands over what remains before anything else can be posted.
+  void handOver(const std::function<void(const Notification&)>& received) {
+    const std::lock_guard lock(mutex_);
+    hasGone_ = true;
+    for (const Notification& notification : sent_) {
+      received(notification);
+    }
+    sent_.clear();
+  }
+  bool hasGone() const {
+    const std::lock_guard lock(mutex_);
+    return hasGone_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::deque<Notification> sent_;
+  bool hasGone_ = false;
+};
+
 }  // namespace
 
 struct NotificationBus::Connection {
   Connection(std::function<void(const Notification&)> given, std::function<void()> ended)
-      : received(std::move(given)), object(sdbus::createObject(loop.connection(), kPath)) {
+      : received(std::move(given)),
+        object(sdbus::createObject(loop.connection(), kPath)),
+        ownName(loop.connection().getUniqueName()) {
     loop.connection().addMatch(
-        kPostedMatch,
-        [this](sdbus::Message& message) {
-          guardedFromBus([&] { received(notificationIn(message)); });
-        },
-        sdbus::floating_slot);
+        kPostedMatch, [this](sdbus::Message& message) { hear(message); }, sdbus::floating_slot);
     loop.start([this, ended = std::move(ended)] {
-      connected = false;
+      sent.handOver(received);
       ended();
     });
   }
   ~Connection() { loop.stop(); }
 
+  void hear(sdbus::Message& message) {
+    guardedFromBus([&] {
+      if (message.getSender() == ownName) {
+        sent.firstCameBack();
+      }
+      received(notificationIn(message));
+    });
+  }
+
   std::function<void(const Notification&)> received;
   SessionBusLoop loop;
   std::unique_ptr<sdbus::IObject> object;
-  std::mutex sending;
-  std::atomic<bool> connected{true};
+  std::string ownName;
+  std::mutex sending;  // never locked by the loop's thread, for which a sender may wait
+  SentNotifications sent;
 };
 
 std::unique_ptr<NotificationBus> NotificationBus::open(
@@ -78,7 +132,7 @@ NotificationBus::NotificationBus(std::unique_ptr<Connection> connection)
 
 NotificationBus::~NotificationBus() = default;
 
-bool NotificationBus::isConnected() const { return connection_->connected; }
+bool NotificationBus::isConnected() const { return !connection_->sent.hasGone(); }
 
 void NotificationBus::send(const Notification& notification) {
   std::vector<std::string> object;
@@ -89,7 +143,6 @@ void NotificationBus::send(const Notification& notification) {
   if (notification.userInfo) {
     userInfo.push_back(variantsOf(*notification.userInfo));
   }
-  const std::lock_guard lock(connection_->sending);
   sdbus::Signal signal = connection_->object->createSignal(kInterface, kMember);
   signal << validUTF8(notification.name) << object << userInfo;
   connection_->object->emitSignal(signal);
@@ -97,10 +150,14 @@ void NotificationBus::send(const Notification& notification) {
 }
 
 bool NotificationBus::post(const Notification& notification) {
+  const std::lock_guard lock(connection_->sending);
+  if (!connection_->sent.add(notification)) {
+    return false;
+  }
   try {
     send(notification);
   } catch (const sdbus::Error&) {
-    return false;
+    return !connection_->sent.takeBack();
   }
   return true;
 }

@@ -2,7 +2,9 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
+#include <limits>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -10,6 +12,7 @@
 #include <gtest/gtest.h>
 #include <sdbus-c++/sdbus-c++.h>
 
+#include "platforms/linux/bus/DBusValues.h"
 #include "platforms/linux/bus/LinuxNotificationCentres.h"
 #include "platforms/linux/system/LinuxMainQueue.h"
 #include "tests/support/ChildWork.h"
@@ -171,6 +174,30 @@ TEST(DBusNotificationCentre, WhenTheBusGoesAwayNoticesStayInTheProcess) {
   program.centre.post(named(kSettingsChanged), true);
   ASSERT_TRUE(program.catchUp());
   EXPECT_EQ(program.heard.size(), 1U);
+}
+
+TEST(DBusNotificationCentre, WhatABusTookAndNeverDeliveredIsHeardInOrderWhenItGoes) {
+  testing::SessionBus bus;
+  Program program;
+  program.observe(kSettingsChanged);
+  ASSERT_TRUE(program.catchUp());
+  const auto post = [&](int number) {
+    program.centre.post({kSettingsChanged, std::nullopt, Dictionary{{"n", number}}}, true);
+  };
+  post(0);
+  ASSERT_TRUE(program.catchUp());
+  bus.freeze();
+  for (int number = 1; number < 20; ++number) {
+    post(number);
+  }
+  bus.end();
+  ASSERT_TRUE(runUntil(program.queue, [&] { return !program.centre.isConnected(); }));
+  post(20);
+  ASSERT_TRUE(program.catchUp());
+  ASSERT_EQ(program.heard.size(), 21U);
+  for (int number = 0; number <= 20; ++number) {
+    EXPECT_EQ(program.heard[number].userInfo, (Dictionary{{"n", number}}));
+  }
 }
 
 TEST(DBusNotificationCentre, ABusThatComesBackIsJoinedAgain) {
@@ -391,6 +418,20 @@ TEST(DBusNotificationCentre, NumbersOfOtherSendersAreRead) {
                                                    {"o", "/a"},
                                                    {"g", "s"},
                                                    {"v", true}}));
+}
+
+TEST(DBusNotificationCentre, AnInstantBeyondTheClocksRangeIsTheNearest) {
+  using std::chrono::floor;
+  using std::chrono::microseconds;
+  using Limits = std::numeric_limits<std::int64_t>;
+  const auto instantOf = [](std::int64_t elapsed) {
+    const auto value = valueOf(sdbus::Variant(sdbus::Struct<std::int64_t>(elapsed)));
+    return *value->as<PropertyListValue::Date>();
+  };
+  using Date = PropertyListValue::Date;
+  EXPECT_EQ(floor<microseconds>(instantOf(Limits::max())), floor<microseconds>(Date::max()));
+  EXPECT_LT(instantOf(Limits::min()) - Date::min(), microseconds(1));
+  EXPECT_EQ(instantOf(-1), Date(microseconds(-1)));
 }
 
 // The desktop's settings service, with a colour scheme that can change.
