@@ -3,10 +3,14 @@ print what libFuzzer prints."""
 import hashlib
 import os
 import pathlib
+import pty
+import re
+import select
 import shutil
 import signal
 import subprocess
 import tempfile
+import time
 import unittest
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
@@ -144,6 +148,58 @@ class Fuzz(unittest.TestCase):
         self.assertEqual(script.returncode, 130)
         self.assertIn("first: stopped, 262144 executions, coverage 12, corpus 5\n", errors)
         self.assertEqual(len(self.runs()), 1)
+
+    def progress(self, arguments, lines):
+        """Runs endless targets on a terminal, with pauses of no time, until it shows these lines; returns all."""
+        self.write_program(self.folder / "tools" / "sleep", "#!/bin/sh\nexit 0\n")
+        terminal, stderr = pty.openpty()
+        started, end = os.pipe()
+        script = subprocess.Popen([self.project / "scripts" / "fuzz", *arguments], cwd=self.folder, stderr=stderr,
+                                  preexec_fn=self.heed_interrupts, pass_fds=[end],
+                                  env={**self.environment, "ENDLESS": str(end)})
+        os.close(stderr)
+        os.close(end)
+        shown = ""
+        deadline = time.monotonic() + 60
+        while not all(re.search(line, shown) for line in lines) and time.monotonic() < deadline:
+            if select.select([terminal], [], [], 1)[0]:
+                shown += os.read(terminal, 4096).decode()
+        script.send_signal(signal.SIGINT)
+        while True:
+            try:
+                shown += os.read(terminal, 4096).decode()
+            except OSError:  # nobody has the terminal open any more
+                break
+        self.assertEqual(script.wait(), 130)
+        os.close(started)
+        os.close(terminal)
+        return shown.replace("\r\n", "\n")
+
+    def test_a_terminal_shows_how_far_each_target_is(self):
+        figures = "262144 executions, coverage 12, corpus 5"
+        shown = self.progress(["first", "third", "--minutes", "100"],
+                              [f"{name}: {figures}, [0-9:]+ " for name in ("first", "third")])
+        for name in ("first", "third"):
+            self.assertRegex(shown, rf"(?m)^{name}: {figures}, (100:00|99:[0-5][0-9]) left$")
+        self.assertNotIn("second_one", shown)
+
+    def test_a_target_that_is_overdue_has_no_time_left(self):
+        shown = self.progress(["first", "--seconds", "1"], ["corpus 5, 0:00 left"])
+        self.assertIn("first: 262144 executions, coverage 12, corpus 5, 0:00 left\n", shown)
+        self.assertNotIn("-", shown.split("first: ", 1)[1].split(" left")[0])
+
+    def test_a_log_has_no_progress_lines(self):
+        self.write_program(self.folder / "tools" / "sleep", "#!/bin/sh\necho slept >>\"$CALLS\"\n")
+        script = subprocess.Popen([self.project / "scripts" / "fuzz", "first"], cwd=self.folder, text=True,
+                                  stderr=subprocess.PIPE, preexec_fn=self.heed_interrupts, pass_fds=[2],
+                                  env={**self.environment, "ENDLESS": "2"})
+        deadline = time.monotonic() + 60
+        while self.calls.read_text().count("slept") < 120 and time.monotonic() < deadline:
+            time.sleep(0.01)
+        script.send_signal(signal.SIGINT)
+        _, errors = script.communicate()
+        self.assertIn("first: stopped, 262144", errors)
+        self.assertNotIn(" left", errors)
 
     @staticmethod
     def heed_interrupts():
