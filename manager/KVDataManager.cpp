@@ -68,18 +68,28 @@ KVDataManager::~KVDataManager() {
 }
 
 void KVDataManager::chooseMainSensor() {
-  if (mainSensor() != nullptr) {
+  const KVSetting& setting = settingOf(KVSettingID::kMainSensor);
+  const auto key = value(setting);
+  if (sensorWith(key) != nullptr) {
     return;
   }
   const KVCoreDataStore::Sensors sensors = store_->tempSensors();
-  if (sensors && !sensors->empty()) {
-    setMainSensor(sensors->front());
+  if (!sensors || sensors->empty()) {
+    return;
   }
+  // Another program may have chosen one meanwhile.
+  changeValue(setting, [&](const std::optional<PropertyListValue>& held) {
+    return !held || held == key ? std::optional<PropertyListValue>(sensors->front()->key())
+                                : std::nullopt;
+  });
+}
+
+KVSensorPtr KVDataManager::sensorWith(const std::optional<PropertyListValue>& key) {
+  return key ? store_->getSensorByKey(*key->as<std::string>()) : nullptr;
 }
 
 KVSensorPtr KVDataManager::mainSensor() {
-  const auto key = value(settingOf(KVSettingID::kMainSensor));
-  return key ? store_->getSensorByKey(*key->as<std::string>()) : nullptr;
+  return sensorWith(value(settingOf(KVSettingID::kMainSensor)));
 }
 
 bool KVDataManager::setMainSensor(const KVSensorPtr& sensor) {

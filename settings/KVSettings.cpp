@@ -75,10 +75,13 @@ PropertyListValue KVSettings::storeDefault(const KVSetting& setting, PropertyLis
 }
 
 void KVSettings::storeIfNotStored(const KVSetting& setting, const PropertyListValue& value) {
-  const auto held = suite_->setObjectIfAbsent(setting.key, value);
-  if (held && !asSettingType(setting.type, *held)) {
-    suite_->setObject(setting.key, value);
-  }
+  suite_->changeObject(
+      setting.key,
+      [&](const std::optional<PropertyListValue>& found) {
+        const bool isHeld = found && asSettingType(setting.type, *found);
+        return isHeld ? std::nullopt : std::optional(value);
+      },
+      platform::SuiteWrite::kDefault);
 }
 
 std::optional<PropertyListValue> KVSettings::defaultValue(const KVSetting& setting) {

@@ -165,6 +165,7 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   bool isSensorGone(const KVNotification& rule);
   bool changeOverheatNotifications(const std::function<bool(std::vector<KVNotification>&)>& change);
   void chooseMainSensor();
+  KVSensorPtr sensorWith(const std::optional<PropertyListValue>& key);
   std::vector<std::string> keysOfShownSensors();
   void appendMissingCategories(std::vector<KVDropdownItem>& items);
   std::optional<std::vector<std::string>> texts(KVSettingID id);

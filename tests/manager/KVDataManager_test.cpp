@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -21,8 +22,60 @@ using Items = std::vector<KVDropdownItem>;
 
 constexpr std::int16_t kTemperature = 0;
 
+enum class Access : std::uint8_t { kRead, kReadAll, kChange };
+
+// Another program stores a choice after the first access of a kind.
+class ChoiceOfAnotherProgram : public platform::MemoryUserDefaults {
+ public:
+  ChoiceOfAnotherProgram(std::string key, PropertyListValue choice, Access access)
+      : key_(std::move(key)), choice_(std::move(choice)), access_(access) {}
+  std::unique_ptr<platform::UserDefaultsSuite> suite(const std::string& name) override {
+    return std::make_unique<Suite>(MemoryUserDefaults::suite(name), *this);
+  }
+
+ private:
+  struct Suite : platform::UserDefaultsSuite {
+    Suite(std::unique_ptr<UserDefaultsSuite> suite, ChoiceOfAnotherProgram& program)
+        : real(std::move(suite)), other(program) {}
+    std::optional<PropertyListValue> object(std::string_view key) override {
+      return after(Access::kRead, key, real->object(key));
+    }
+    PropertyListValue::Dictionary objects() override {
+      return after(Access::kReadAll, other.key_, real->objects());
+    }
+    bool setObject(std::string_view key, PropertyListValue value) override {
+      return real->setObject(key, std::move(value));
+    }
+    bool removeObject(std::string_view key) override { return real->removeObject(key); }
+    std::optional<PropertyListValue> changeObject(std::string_view key, const Change& change,
+                                                  platform::SuiteWrite reason) override {
+      return after(Access::kChange, key, real->changeObject(key, change, reason));
+    }
+    template <typename Result>
+    Result after(Access access, std::string_view key, Result result) {
+      if (!other.isMade_ && access == other.access_ && key == other.key_) {
+        other.isMade_ = real->setObject(other.key_, other.choice_);
+      }
+      return result;
+    }
+    std::unique_ptr<UserDefaultsSuite> real;
+    ChoiceOfAnotherProgram& other;
+  };
+
+  const std::string key_;
+  const PropertyListValue choice_;
+  const Access access_;
+  bool isMade_ = false;
+};
+
 class DataManager : public testing::ManagerFixture {
  protected:
+  void otherProgramChooses(const std::string& key, const PropertyListValue& choice, Access access) {
+    manager.reset();
+    platform->ports().userDefaults = std::make_unique<ChoiceOfAnotherProgram>(key, choice, access);
+    manager = std::make_unique<KVDataManager>(*platform);
+    suite = platform->userDefaults().suite(kApplicationGroupIdentifier);
+  }
   void announceDataset() {
     platform->notificationCentres().inProcess().post(
         {KVDataManagerDidGenerateDatasetNotification, std::nullopt, std::nullopt}, true);
@@ -184,42 +237,32 @@ TEST_F(DataManager, MistypedLoggingSensorsAreReplacedByTheList) {
   EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre("TC0P"));
 }
 
-// The other program stores a choice after this one found none.
-class ChoiceOfAnotherProgram : public platform::MemoryUserDefaults {
- public:
-  std::unique_ptr<platform::UserDefaultsSuite> suite(const std::string& name) override {
-    return std::make_unique<Suite>(MemoryUserDefaults::suite(name));
-  }
-
- private:
-  struct Suite : platform::UserDefaultsSuite {
-    explicit Suite(std::unique_ptr<UserDefaultsSuite> suite) : real(std::move(suite)) {}
-    std::optional<PropertyListValue> object(std::string_view key) override {
-      return real->object(key);
-    }
-    PropertyListValue::Dictionary objects() override {
-      real->setObject("KVFileLoggingSensorsKey", Array{"chosen"});
-      return real->objects();
-    }
-    bool setObject(std::string_view key, PropertyListValue value) override {
-      return real->setObject(key, std::move(value));
-    }
-    bool removeObject(std::string_view key) override { return real->removeObject(key); }
-    std::optional<PropertyListValue> changeObject(std::string_view key, const Change& change,
-                                                  platform::SuiteWrite reason) override {
-      return real->changeObject(key, change, reason);
-    }
-    std::unique_ptr<UserDefaultsSuite> real;
-  };
-};
-
 TEST_F(DataManager, TheListOfLoggingSensorsGivesWayToAChoiceMadeMeanwhile) {
-  manager.reset();
-  platform->ports().userDefaults = std::make_unique<ChoiceOfAnotherProgram>();
-  manager = std::make_unique<KVDataManager>(*platform);
+  otherProgramChooses("KVFileLoggingSensorsKey", Array{"chosen"}, Access::kReadAll);
   add("TC0P");
   EXPECT_EQ(manager->fileLoggingSensorKeys(), std::nullopt);
   EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre("chosen"));
+}
+
+TEST_F(DataManager, MistypedLoggingSensorsGiveWayToAChoiceMadeMeanwhile) {
+  otherProgramChooses("KVFileLoggingSensorsKey", Array{"chosen"}, Access::kChange);
+  add("TC0P");
+  suite->setObject("KVFileLoggingSensorsKey", "TC0P");
+  EXPECT_EQ(manager->fileLoggingSensorKeys(), std::nullopt);
+  EXPECT_THAT(manager->fileLoggingSensorKeys().value(), ElementsAre("chosen"));
+}
+
+TEST_F(DataManager, AGeneratedDatasetLeavesAMainSensorChosenMeanwhile) {
+  for (const char* before : {"", "gone"}) {
+    otherProgramChooses("KVMainSensor", "TB1T", Access::kRead);
+    add("TB0T");
+    add("TB1T");
+    if (before[0] != '\0') {
+      suite->setObject("KVMainSensor", before);
+    }
+    announceDataset();
+    EXPECT_EQ(suite->object("KVMainSensor"), PropertyListValue("TB1T")) << before;
+  }
 }
 
 TEST_F(DataManager, TheDropdownFirstShowsTwoItemsAndEveryCategory) {
