@@ -1,10 +1,12 @@
 #include "platforms/linux/processes/LinuxWorkspace.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <filesystem>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
@@ -50,15 +52,32 @@ bool isRunning(const ApplicationBundle& bundle) {
   return found;
 }
 
+// False when somebody else holds the lock all of `wait`: every account that may read the folder
+// can.
+bool lockWithin(const FileDescriptor& folder, std::chrono::milliseconds wait) {
+  using Clock = std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds kPause{2};
+  const Clock::time_point deadline = Clock::now() + wait;
+  while (flock(folder.get(), LOCK_EX | LOCK_NB) != 0 && (errno == EWOULDBLOCK || errno == EINTR)) {
+    if (Clock::now() >= deadline) {
+      return false;
+    }
+    std::this_thread::sleep_for(kPause);
+  }
+  return true;
+}
+
 // Two programs that open one application at the same time start it once: the second finds it
 // running. None on success, also if it ran already.
 std::optional<std::string> openBundle(const std::optional<ApplicationBundle>& bundle,
-                                      const std::string& path) {
+                                      const std::string& path, std::chrono::milliseconds wait) {
   if (!bundle || bundle->executablePath.empty()) {
     return "no application at " + path;
   }
   const FileDescriptor folder(::open(bundle->path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  flock(folder.get(), LOCK_EX);
+  if (!lockWithin(folder, wait)) {
+    return "another program keeps " + path + " locked";
+  }
   if (isRunning(*bundle)) {
     return std::nullopt;
   }
@@ -68,7 +87,8 @@ std::optional<std::string> openBundle(const std::optional<ApplicationBundle>& bu
 
 }  // namespace
 
-LinuxWorkspace::LinuxWorkspace(std::vector<std::string> folders) : folders_(std::move(folders)) {}
+LinuxWorkspace::LinuxWorkspace(std::vector<std::string> folders, std::chrono::milliseconds wait)
+    : folders_(std::move(folders)), wait_(wait) {}
 
 bool LinuxWorkspace::launchApplication(std::string_view bundleIdentifier) {
   for (const std::string& folder : folders_) {
@@ -77,7 +97,7 @@ bool LinuxWorkspace::launchApplication(std::string_view bundleIdentifier) {
          entry.increment(error)) {
       const auto bundle = applicationAt(entry->path().string());
       if (bundle && bundle->text("CFBundleIdentifier") == bundleIdentifier) {
-        return !openBundle(bundle, bundle->path);
+        return !openBundle(bundle, bundle->path, wait_);
       }
     }
   }
@@ -86,8 +106,8 @@ bool LinuxWorkspace::launchApplication(std::string_view bundleIdentifier) {
 
 void LinuxWorkspace::openApplication(
     std::string_view path, std::function<void(std::optional<std::string> failure)> completion) {
-  queue_.async([application = std::string(path), completion = std::move(completion)] {
-    auto failure = openBundle(applicationAt(application), application);
+  queue_.async([application = std::string(path), completion = std::move(completion), wait = wait_] {
+    auto failure = openBundle(applicationAt(application), application, wait);
     if (completion) {
       completion(std::move(failure));
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -13,8 +14,12 @@ namespace kelvora::platform {
 /// processes that run an application's executable; activating one that runs does nothing.
 class LinuxWorkspace : public Workspace {
  public:
+  /// How long opening waits for other programs that open the same application.
+  static constexpr std::chrono::milliseconds kWaitOfOpening{10'000};
+
   /// Looks for applications by identifier in `folders`; the first match counts.
-  explicit LinuxWorkspace(std::vector<std::string> folders);
+  explicit LinuxWorkspace(std::vector<std::string> folders,
+                          std::chrono::milliseconds wait = kWaitOfOpening);
 
   bool launchApplication(std::string_view bundleIdentifier) override;
   void openApplication(std::string_view path,
@@ -26,6 +31,7 @@ class LinuxWorkspace : public Workspace {
 
  private:
   std::vector<std::string> folders_;
+  const std::chrono::milliseconds wait_;
   KVSerialQueue queue_{"Open Application"};
 };
 

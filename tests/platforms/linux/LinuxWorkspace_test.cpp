@@ -1,18 +1,23 @@
 #include "platforms/linux/processes/LinuxWorkspace.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platforms/posix/FileDescriptor.h"
 #include "tests/support/ChildProgram.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -138,6 +143,23 @@ TEST_F(Workspaces, ProgramsThatLaunchItAtTheSameTimeStartOneInstance) {
     EXPECT_EQ(instances().size(), 1U);
     endAll();
   }
+}
+
+TEST_F(Workspaces, AnApplicationWhoseFolderAnotherProgramKeepsLockedIsNotOpened) {
+  install();
+  const std::string path = folder_.path("apps/Companion.app");
+  LinuxWorkspace impatient({folder_.path("apps")}, std::chrono::milliseconds(20));
+  {
+    const FileDescriptor other(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(flock(other.get(), LOCK_EX), 0);
+    EXPECT_FALSE(impatient.launchApplication(kIdentifier));
+    std::promise<std::optional<std::string>> failure;
+    impatient.openApplication(
+        path, [&](std::optional<std::string> reason) { failure.set_value(std::move(reason)); });
+    EXPECT_EQ(failure.get_future().get(), "another program keeps " + path + " locked");
+    EXPECT_TRUE(instances().empty());
+  }
+  EXPECT_TRUE(impatient.launchApplication(kIdentifier));
 }
 
 TEST_F(Workspaces, AnApplicationThatCannotBeStartedOrIsUnknownIsNotLaunched) {
