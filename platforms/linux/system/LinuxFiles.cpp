@@ -16,6 +16,9 @@ namespace kelvora::platform {
 
 namespace {
 
+// Far more than the eight lines of a desktop.
+constexpr std::size_t kMostUserFolderBytes = 1 << 20;
+
 // The value of a line like XDG_DOCUMENTS_DIR="$HOME/Documents"; empty for any other line.
 std::string documentsLineValue(const std::string& line, const std::string& home) {
   constexpr std::string_view kStart = "XDG_DOCUMENTS_DIR=\"";
@@ -58,7 +61,8 @@ std::optional<std::string> LinuxFiles::documentsFolder() {
     return std::nullopt;
   }
   const std::string content =
-      readFile(baseFolder("XDG_CONFIG_HOME", "/.config").value_or("") + "/user-dirs.dirs")
+      readSmallFile(baseFolder("XDG_CONFIG_HOME", "/.config").value_or("") + "/user-dirs.dirs",
+                    kMostUserFolderBytes)
           .value_or("");
   std::string folder = home + "/Documents";
   for (const std::string_view line : linesOf(content)) {

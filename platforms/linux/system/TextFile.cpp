@@ -7,6 +7,24 @@
 
 namespace kelvora::platform {
 
+namespace {
+
+// Stops as soon as there is more than `mostBytes`.
+std::string readUpTo(InputFile& file, std::size_t mostBytes) {
+  std::string content;
+  std::array<char, 4096> block;
+  while (content.size() <= mostBytes) {
+    const std::size_t count = file.read(block);
+    if (count == 0) {
+      break;
+    }
+    content.append(block.data(), count);
+  }
+  return content;
+}
+
+}  // namespace
+
 std::optional<std::string> readFile(const std::string& path) {
   int error = 0;
   return readFile(path, error);
@@ -14,13 +32,16 @@ std::optional<std::string> readFile(const std::string& path) {
 
 std::optional<std::string> readFile(const std::string& path, int& error) {
   InputFile file(path);
-  std::string content;
-  std::array<char, 4096> block;
-  while (const std::size_t count = file.read(block)) {
-    content.append(block.data(), count);
-  }
+  std::string content = readUpTo(file, std::string::npos - 1);
   error = file.error();
   return error == 0 ? std::optional(std::move(content)) : std::nullopt;
+}
+
+std::optional<std::string> readSmallFile(const std::string& path, std::size_t mostBytes) {
+  InputFile file(path);
+  std::string content = readUpTo(file, mostBytes);
+  const bool isWhole = file.error() == 0 && content.size() <= mostBytes;
+  return isWhole ? std::optional(std::move(content)) : std::nullopt;
 }
 
 std::optional<std::string> readLine(const std::string& path) {

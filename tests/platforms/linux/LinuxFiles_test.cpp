@@ -168,6 +168,12 @@ TEST(LinuxFiles, TheUsersFoldersFollowTheEnvironment) {
   home.write(".config/user-dirs.dirs",
              "XDG_DOCUMENTS_DIR=\"\nXDG_DOCUMENTS_DIR=\"relative\"\nXDG_DOCUMENTS_DIR=\"/cut");
   EXPECT_EQ(files.documentsFolder(), home.path() + "/Documents");
+  const std::string line = "XDG_DOCUMENTS_DIR=\"$HOME/Dokumente\"\n";
+  const std::string filling((1 << 20) - line.size(), '\n');
+  home.write(".config/user-dirs.dirs", filling + line);
+  EXPECT_EQ(files.documentsFolder(), home.path() + "/Dokumente");
+  home.write(".config/user-dirs.dirs", line + filling + "\n");
+  EXPECT_EQ(files.documentsFolder(), home.path() + "/Documents") << "too large";
   // A named pipe that nobody writes to does not hold up the question.
   std::filesystem::remove(home.path(".config/user-dirs.dirs"));
   ASSERT_EQ(mkfifo(home.path(".config/user-dirs.dirs").c_str(), 0600), 0);
