@@ -311,6 +311,9 @@ TEST_F(ManagedObjectContextTest, ASaveWritesOnlyChangedProperties) {
   EXPECT_EQ(read->value(), 2);
   EXPECT_EQ(read->maxValue(), 9);
   EXPECT_EQ(read->name(), "mine");
+  EXPECT_EQ(mine->value(), 1) << "values that were read are kept";
+  view->refreshAllObjects();
+  EXPECT_EQ(mine->value(), 2);
 }
 
 TEST_F(ManagedObjectContextTest, SettingAnEqualValueIsNoChange) {
