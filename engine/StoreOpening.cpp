@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
+#include <system_error>
 #include <thread>
 
 #include <SQLiteCpp/Exception.h>
 #include <sqlite3.h>
 
 #include "engine/Schema.h"
+#include "ports/NewFile.h"
 
 namespace kelvora::engine {
 
@@ -23,16 +24,16 @@ using std::chrono::milliseconds;
 constexpr int kMostFaults = 25;
 constexpr milliseconds kPause{10};
 
-// A new file is its owner's alone; SQLite gives the files beside it the same mode. Failures show
-// when SQLite opens the file.
+// SQLite gives the files beside it the same owner and mode.
 void createPrivate(const std::string& path) {
-  namespace fs = std::filesystem;
   std::error_code error;
-  if (fs::exists(path, error) || error) {
+  if (std::filesystem::exists(path, error) || error) {
     return;
   }
-  const std::ofstream created(path, std::ios::app);
-  fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write, error);
+  error = platform::createNewFile(path, platform::NewFileAccess::kOwnerOnly);
+  if (error && error != std::errc::file_exists) {
+    throw SQLite::Exception("unable to create database file: " + error.message(), SQLITE_CANTOPEN);
+  }
 }
 
 std::unique_ptr<StoreFile> openToRead(const std::string& path, const ManagedObjectModel& model,

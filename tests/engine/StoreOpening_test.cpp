@@ -5,6 +5,7 @@
 #include "tests/engine/Peer.h"
 #include "tests/engine/StatementHook.h"
 #include "tests/engine/SystemFaults.h"
+#include "tests/support/HomeOfAnotherAccount.h"
 #include "tests/support/StoreFixture.h"
 
 namespace kelvora {
@@ -172,6 +173,23 @@ TEST_F(StoreOpeningTest, ANewFileIsItsOwnersAlone) {
   }
 }
 
+TEST_F(StoreOpeningTest, ANewFileThatALinkLeadsToIsItsOwnersAloneToo) {
+  namespace fs = std::filesystem;
+  const std::string elsewhere = temporary.path("elsewhere.sqlite");
+  fs::create_symlink(elsewhere, storePath());
+  insertWith(open(kNew));
+  EXPECT_TRUE(fs::is_symlink(storePath()));
+  EXPECT_EQ(fs::status(elsewhere).permissions(), fs::perms(0600));
+}
+
+TEST_F(StoreOpeningTest, AFileThatCannotBeCreatedHasTheSystemsReason) {
+  std::filesystem::remove_all(folder());
+  const auto context = contextOn(open(kNew, 50));
+  context->insertNewObject("Sensor");
+  EXPECT_EQ(context->save(),
+            "there is no store: unable to create database file: No such file or directory");
+}
+
 TEST_F(StoreOpeningTest, TheModeOfAnExistingFileStays) {
   namespace fs = std::filesystem;
   insertWith(open(kNew));
@@ -186,6 +204,27 @@ TEST_F(StoreOpeningTest, ACoordinatorWithoutAFileSaysSo) {
   const auto context = contextOn(coordinator);
   context->insertNewObject("Sensor");
   EXPECT_EQ(context->save(), "there is no store: no file was opened");
+}
+
+class StoreOfAnotherAccount : public testing::HomeOfAnotherAccount {
+ protected:
+  // The number of stored sensors after one was added; 0 on failure.
+  std::size_t add() const {
+    const auto coordinator = std::make_shared<PersistentStoreCoordinator>(
+        engine::modelFromText(kNew), engine::EntityClasses());
+    coordinator->addStore(home_.path("Database.sqlite"), 5000);
+    const auto context =
+        makeContext(coordinator, nullptr, std::make_unique<engine::PrivateContextQueue>());
+    context->insertNewObject("Sensor");
+    return context->save() ? 0 : context->objectsOf("Sensor")->size();
+  }
+};
+
+TEST_F(StoreOfAnotherAccount, WhatRootCreatesBelongsToTheAccount) {
+  EXPECT_EQ(add(), 1U);
+  EXPECT_EQ(entriesOfTheAccount(), 1U);
+  EXPECT_EQ(asUser([&] { return static_cast<int>(add()); }), 2);
+  EXPECT_EQ(add(), 3U);
 }
 
 }  // namespace

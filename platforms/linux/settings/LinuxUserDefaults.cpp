@@ -7,6 +7,7 @@
 
 #include "platforms/linux/system/UserFolders.h"
 #include "platforms/posix/FileLock.h"
+#include "platforms/posix/NewFiles.h"
 
 namespace kelvora::platform {
 

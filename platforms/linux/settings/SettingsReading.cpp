@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <ctime>
-#include <filesystem>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -17,7 +16,6 @@ namespace {
 
 constexpr off_t kMostBytes = 16 << 20;
 constexpr const char* kTooLarge = "larger than 16 MB";
-constexpr int kMostLinks = 40;
 
 // File times have the resolution of this clock. A change within the tick of the last one may leave
 // no trace in them.
@@ -119,19 +117,6 @@ std::string faultOfSettings(std::span<const std::byte> bytes) {
   SettingsReading reading;
   parse(reading, bytes);
   return reading.fault;
-}
-
-std::string endOfLinks(const std::string& path) {
-  std::filesystem::path end = path;
-  for (int link = 0; link < kMostLinks; ++link) {
-    std::error_code error;
-    const std::filesystem::path next = std::filesystem::read_symlink(end, error);
-    if (error) {
-      break;
-    }
-    end = end.parent_path() / next;
-  }
-  return end.string();
 }
 
 }  // namespace kelvora::platform

@@ -38,7 +38,4 @@ SettingsReading readSettingsFile(const std::string& path);
 /// Why the bytes of a settings file cannot be used, e.g. "larger than 16 MB"; empty when they can.
 std::string faultOfSettings(std::span<const std::byte> bytes);
 
-/// Where the links end that a path leads through, even if nothing exists there.
-std::string endOfLinks(const std::string& path);
-
 }  // namespace kelvora::platform

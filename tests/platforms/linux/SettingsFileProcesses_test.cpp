@@ -18,6 +18,7 @@
 #include "platforms/linux/settings/LinuxUserDefaults.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/FileCalls.h"
+#include "tests/support/HomeOfAnotherAccount.h"
 #include "tests/support/LockHolder.h"
 #include "tests/support/RandomSeed.h"
 #include "tests/support/TemporaryFolder.h"
@@ -241,42 +242,16 @@ TEST(SettingsFileProcesses, ALookAtTheFileReportsALockThatIsNeverReleased) {
   EXPECT_EQ(defaults.fileOfSuite(kGroup)->lockFault, "");
 }
 
-// What root does with the home folder of user 65534, and that user afterwards.
-class SettingsOfAnotherAccount : public ::testing::Test {
+class SettingsOfAnotherAccount : public testing::HomeOfAnotherAccount {
  protected:
-  static constexpr uid_t kUser = 65534;
-
-  void SetUp() override {
-    if (geteuid() != 0) {
-      GTEST_SKIP() << "only root can act for another account";
-    }
-    ASSERT_EQ(chown(home_.path().c_str(), kUser, kUser), 0);
-  }
-
   std::unique_ptr<UserDefaultsSuite> suite() const {
     return LinuxUserDefaults(home_.path(".config")).suite(kGroup);
   }
-
-  int asUser(const std::function<int()>& work) const {
-    return ChildWork([&] { return setuid(kUser) == 0 ? work() : 100; }).wait();
-  }
-
-  static uid_t ownerOf(const std::string& path) {
-    struct stat facts = {};
-    return lstat(path.c_str(), &facts) == 0 ? facts.st_uid : static_cast<uid_t>(-1);
-  }
-
-  testing::TemporaryFolder home_;
 };
 
 TEST_F(SettingsOfAnotherAccount, WhatRootCreatesBelongsToTheAccount) {
   ASSERT_TRUE(suite()->setObject("root's", 1));
-  std::size_t entries = 0;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(home_.path())) {
-    EXPECT_EQ(ownerOf(entry.path()), kUser) << entry.path();
-    ++entries;
-  }
-  EXPECT_EQ(entries, 4U);  // two folders, the file and its lock
+  EXPECT_EQ(entriesOfTheAccount(), 4U);  // two folders, the file and its lock
   EXPECT_EQ(asUser([&] {
               const auto own = suite();
               return own->object("root's") == PropertyListValue(1) && own->setObject("own", 2) ? 0
