@@ -1,17 +1,10 @@
 #include "platforms/linux/bus/BusMembership.h"
 
-#include <algorithm>
-#include <chrono>
 #include <utility>
 
+#include "platforms/linux/bus/RejoinPause.h"
+
 namespace kelvora::platform {
-
-namespace {
-
-constexpr std::chrono::milliseconds kFirstPause(100);
-constexpr std::chrono::milliseconds kLongestPause(10'000);
-
-}  // namespace
 
 BusMembership::BusMembership(std::function<void(const Notification&)> received,
                              std::function<void(bool)> changed)
@@ -54,16 +47,15 @@ void BusMembership::end() {
 }
 
 void BusMembership::keepJoined() {
-  auto pause = kFirstPause;
+  RejoinPause pause;
   std::unique_lock lock(mutex_);
   while (!isEnding_) {
     if (isJoined()) {
-      pause = kFirstPause;
+      pause.reset();
       wake_.wait(lock, [this] { return isEnding_ || !isJoined(); });
     } else if (bus_ != nullptr) {
       leaveGoneBus(lock);
-    } else if (!wake_.wait_for(lock, pause, [this] { return isEnding_; })) {
-      pause = std::min(pause * 2, kLongestPause);
+    } else if (!wake_.wait_for(lock, pause.next(), [this] { return isEnding_; })) {
       lock.unlock();
       if (join()) {
         changed_(true);
