@@ -5,6 +5,7 @@
 
 #include "KelvoraCore/KVApplicationGroup.h"
 
+#include "ports/NewFile.h"
 #include "ports/Ports.h"
 #include "ports/ProgramNames.h"
 
@@ -54,6 +55,15 @@ Path KVUtils::groupContainerLocation(Platform& platform) {
 Path KVUtils::groupContainerPath(Platform& platform) {
   const Path path = groupContainerLocation(platform);
   return path && platform.files().createFolder(*path) ? path : std::nullopt;
+}
+
+std::error_code KVUtils::createFile(const std::string& path) {
+  const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+  if (const std::error_code error = platform::createNewFolders(folder.string())) {
+    return error;
+  }
+  const std::error_code error = platform::createNewFile(path, platform::NewFileAccess::kUsual);
+  return error == std::errc::file_exists ? std::error_code() : error;
 }
 
 Path KVUtils::smcExeSrcPath(Platform& platform) { return besideExecutable(platform, kSMCToolName); }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "KelvoraCore/Export.h"
@@ -60,6 +61,11 @@ class KELVORA_EXPORT KVUtils {
       Platform& platform = Platform::current());
   static std::optional<std::string> groupContainerLocation(
       Platform& platform = Platform::current());
+
+  /// Creates an empty file for the user, e.g. a log, and the folders above it, with the permissions
+  /// that the user's programs give; does nothing if something exists. What root creates belongs to
+  /// the owner of the folder it is in. Returns the system's error if nothing exists then.
+  static std::error_code createFile(const std::string& path);
 
   /// The privileged tool: ".../Kelvora SMC".
   static std::optional<std::string> smcExeSrcPath(Platform& platform = Platform::current());

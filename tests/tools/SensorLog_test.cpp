@@ -8,8 +8,10 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "tests/support/HomeOfAnotherAccount.h"
 #include "tests/support/ResourceLimit.h"
 #include "tests/tools/RecordedHistory.h"
+#include "tools/kelvora/CSVFile.h"
 
 namespace kelvora::testing {
 namespace {
@@ -211,6 +213,16 @@ TEST_F(Log, WhatIsNoFileIsReportedWithoutWaitingForIt) {
 TEST_F(Log, AFolderThatCannotBeMadeIsReported) {
   temporary.write("logs", "a file");
   EXPECT_EQ(append(), path() + ": Not a directory");
+}
+
+class LogOfAnotherAccount : public HomeOfAnotherAccount {};
+
+TEST_F(LogOfAnotherAccount, TheFileAndItsFoldersThatRootCreatesBelongToTheAccount) {
+  const std::string path = home_.path("Documents/logs/Kelvora Log.csv");
+  EXPECT_EQ(tool::CSVFile(path).append("a\n", "1\n"), std::nullopt);
+  EXPECT_EQ(entriesOfTheAccount(), 3U);
+  EXPECT_EQ(asUser([&] { return tool::CSVFile(path).append("a\n", "2\n") ? 1 : 0; }), 0);
+  EXPECT_EQ(home_.read("Documents/logs/Kelvora Log.csv"), "a\n1\n2\n");
 }
 
 // The modes of fileLoggingResetMode.

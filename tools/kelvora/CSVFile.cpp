@@ -8,6 +8,8 @@
 #include <fstream>
 #include <system_error>
 
+#include "KelvoraCore/KVUtils.h"
+
 namespace kelvora::tool {
 
 namespace {
@@ -100,9 +102,7 @@ void CSVFile::keepUnderAnotherName() const {
 std::optional<std::string> CSVFile::append(const std::string& header,
                                            const std::string& line) const {
   std::error_code error;
-  const fs::path path(path_);
-  fs::create_directories(path.parent_path(), error);
-  if (fs::exists(path, error) && !fs::is_regular_file(path, error)) {
+  if (fs::exists(path_, error) && !fs::is_regular_file(path_, error)) {
     return path_ + ": not a file";
   }
   const std::string first = bytesOf(path_, 0, header.size());
@@ -118,6 +118,9 @@ std::optional<std::string> CSVFile::append(const std::string& header,
 
 std::optional<std::string> CSVFile::write(const std::string& text) const {
   const std::uintmax_t before = sizeOf(path_);
+  if (const std::error_code error = KVUtils::createFile(path_)) {
+    return faultOf(path_, error.value());
+  }
   errno = 0;
   std::ofstream file(path_, std::ios::binary | std::ios::app);
   if (file << text && file.flush()) {
