@@ -41,13 +41,39 @@ void examineContent(KVStoreFile& file, Platform& platform) {
   }
 }
 
+std::string faultOf(const std::string& path) {
+  return path + ": " + std::generic_category().message(errno);
+}
+
+// SQLite keeps its log beside the file that a link leads to.
+std::string faultBeside(const std::string& path) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::path file = fs::canonical(path, error);
+  if (const std::string folder = file.parent_path().string(); !engine::isWritable(folder)) {
+    return faultOf(folder);
+  }
+  for (const char* ending : {"-wal", "-shm"}) {
+    const std::string beside = file.string() + ending;
+    const fs::file_status status = fs::symlink_status(beside, error);
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
+      return beside + ": not a file";
+    }
+    // The last program that closes the store removes them.
+    if (fs::exists(status) && !engine::isWritable(beside) && errno != ENOENT) {
+      return faultOf(beside);
+    }
+  }
+  return "";
+}
+
 void examine(KVStoreFile& file, Platform& platform) {
   // Opening e.g. a pipe would wait for the other end.
   if (std::error_code error; !std::filesystem::is_regular_file(file.path, error)) {
     file.fault = "not a file";
   } else if (!engine::isWritable(file.path)) {
     file.fault = std::generic_category().message(errno);
-  } else {
+  } else if (file.fault = faultBeside(file.path); file.fault.empty()) {
     examineContent(file, platform);
   }
 }

@@ -13,7 +13,8 @@ struct KELVORA_EXPORT KVStoreFile {
   std::string path;     ///< e.g. "/home/anna/.local/share/group.com.kelvora/Database.sqlite"
   bool exists = false;  ///< also when its folder cannot be searched, so that nobody knows
   /// Why programs cannot use it, e.g. "file is not a database", "the file was written with another
-  /// model" or "Permission denied"; empty when they can, or when the file does not exist.
+  /// model" or "Permission denied", or what is wrong beside the file, e.g.
+  /// "/.../Database.sqlite-wal: not a file"; empty when they can, or when the file does not exist.
   std::string fault;
   /// Whether an earlier version of the product wrote it. A program that opens it for writing brings
   /// it up to date; until then none can open it for reading only.

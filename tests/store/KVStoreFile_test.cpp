@@ -122,6 +122,66 @@ TEST_F(StoreFileCheck, AFileThatThisUserMayNotWriteIsAFault) {
   EXPECT_EQ(other.wait(), 0);
 }
 
+TEST_F(StoreFileCheck, WhatIsNoFileInThePlaceOfTheLogIsAFault) {
+  auto canSave = [this, number = 0]() mutable {
+    const auto store = makeStore(0, 50);
+    addCategory(*store, "Category " + std::to_string(++number), 0);
+    return !store->viewContext()->save();
+  };
+  ASSERT_TRUE(canSave());
+  for (const std::string ending : {"-wal", "-shm"}) {
+    const std::string beside = storePath() + ending;
+    fs::create_directory(beside);
+    EXPECT_EQ(fault(), beside + ": not a file");
+    EXPECT_FALSE(canSave()) << ending;
+    fs::remove(beside);
+    fs::create_symlink(temporary.path("elsewhere"), beside);
+    EXPECT_EQ(fault(), beside + ": not a file");
+    EXPECT_FALSE(canSave()) << ending;
+    fs::remove(beside);
+    EXPECT_EQ(fault(), "");
+  }
+}
+
+TEST_F(StoreFileCheck, ALogThatThisUserMayNotWriteIsAFault) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can act for another account";
+  }
+  constexpr uid_t kOther = 65534;
+  addCategory(*makeStore(), "Temperature", 0);
+  const std::string log = storePath() + "-wal";
+  std::ofstream(log).close();
+  fs::permissions(log, fs::perms(0600));
+  for (const std::string& each : {home, folder(), storePath()}) {
+    ASSERT_EQ(chown(each.c_str(), kOther, kOther), 0);
+  }
+  ChildWork other([&] {
+    return setuid(kOther) == 0 && storeFile(*platform)->fault == log + ": Permission denied" ? 0
+                                                                                             : 1;
+  });
+  EXPECT_EQ(other.wait(), 0);
+}
+
+TEST_F(StoreFileCheck, AFolderThatThisUserMayNotWriteIsAFaultAlsoWhereALinkLeadsThere) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can act for another account";
+  }
+  constexpr uid_t kOther = 65534;
+  addCategory(*makeStore(), "Temperature", 0);
+  const TemporaryFolder elsewhere;
+  fs::permissions(elsewhere.path(), fs::perms(0755));
+  fs::rename(storePath(), elsewhere.path("Database.sqlite"));
+  fs::create_symlink(elsewhere.path("Database.sqlite"), storePath());
+  for (const std::string& each : {home, folder(), elsewhere.path("Database.sqlite")}) {
+    ASSERT_EQ(chown(each.c_str(), kOther, kOther), 0);
+  }
+  ChildWork other([&] {
+    const std::string expected = elsewhere.path() + ": Permission denied";
+    return setuid(kOther) == 0 && storeFile(*platform)->fault == expected ? 0 : 1;
+  });
+  EXPECT_EQ(other.wait(), 0);
+}
+
 TEST_F(StoreFileCheck, AStoreOfAnotherModelIsAFault) {
   makeStore()->persistentStoreCoordinator();
   const auto setModel = [&](const std::string& text) {
