@@ -67,6 +67,8 @@ struct SuiteFile {
   PropertyListValue::Dictionary values;  ///< what is in it; empty when it cannot be read
   std::string fault;      ///< why it cannot be read, e.g. "not a dictionary"; else empty
   std::string lockFault;  ///< why nothing can be stored now, e.g. "another program keeps it locked"
+  std::string target;     ///< where the links at `path` lead; else `path`
+  std::string obstacle;   ///< what is in the way of a new file, e.g. "/…/Settings.plist.new"
 };
 
 /// Opens suites, and reads the user's global settings. Any thread.

@@ -31,8 +31,10 @@ std::optional<KVSettingsFile> settingsFile(Platform& platform) {
   if (!file) {
     return std::nullopt;
   }
-  return KVSettingsFile{std::move(file->path), file->exists, std::move(file->fault),
-                        std::move(file->lockFault), mistypedIn(file->values)};
+  return KVSettingsFile{std::move(file->path),    file->exists,
+                        std::move(file->fault),   std::move(file->lockFault),
+                        mistypedIn(file->values), std::move(file->target),
+                        std::move(file->obstacle)};
 }
 
 bool canStoreSettings(Platform& platform) {

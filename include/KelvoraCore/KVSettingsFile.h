@@ -22,6 +22,12 @@ struct KELVORA_EXPORT KVSettingsFile {
   /// Settings whose stored value is of another type, so that their default counts, by property:
   /// {"tempUnitCelsius"}.
   std::vector<std::string> mistyped;
+  /// The file that programs write: where the symbolic links at `path` lead, else `path`.
+  std::string target;
+  /// A folder in the place of the file that every write makes beside `target` for a moment, so that
+  /// nothing can be stored, e.g. "/home/anna/.config/group.com.kelvora/Settings.plist.new"; empty
+  /// when there is none.
+  std::string obstacle;
 };
 
 /// The file behind `KVSettings`, read now and left as it is; none where the system keeps settings

@@ -58,6 +58,19 @@ class KelvoraDoctor : public ::testing::Test {
     EXPECT_EQ(found["advice"].is_null(), state == "ok") << found;
   }
 
+  // What the account nobody reads of this home, of which root owns some entries.
+  std::string findingsOfNobody(const std::vector<std::string>& entriesOfRoot) const {
+    std::vector<std::string> arguments = {
+        "-c",
+        "home=$1 && machine=$2 && shift 2 && cp \"$0\" \"$home/kelvora\" && "
+        "chown -hR nobody \"$home\" && (cd \"$home\" && chown root \"$@\") && "
+        "exec setpriv --reuid nobody --clear-groups \"$home/kelvora\" doctor --machine "
+        "\"$machine\"",
+        KELVORA_PROGRAM, home_.path(), home_.write("m.json", kMachine)};
+    arguments.insert(arguments.end(), entriesOfRoot.begin(), entriesOfRoot.end());
+    return runProgram("/bin/sh", arguments).standardOutput;
+  }
+
   HomeFolder home_;
 };
 
@@ -201,6 +214,93 @@ TEST_F(KelvoraDoctor, ChangesNothing) {
   EXPECT_EQ(entriesOf(home_), before);
 }
 
+TEST_F(KelvoraDoctor, FoldersThatAreLinksToNothingAreBroken) {
+  std::filesystem::create_directories(home_.path("config"));
+  std::filesystem::create_directories(home_.path("data"));
+  for (const char* link : {"config/group.com.kelvora", "data/group.com.kelvora", "data/Kelvora"}) {
+    std::filesystem::create_symlink(home_.path("nothing"), home_.path(link));
+  }
+  const auto before = entriesOf(home_);
+  expectCheck("settings", "broken",
+              "Settings.plist: cannot be written: " + home_.path("config/group.com.kelvora") +
+                  " is a link to nothing");
+  expectCheck("group container", "broken",
+              home_.path("data/group.com.kelvora") + " is a link to nothing");
+  expectCheck("application support", "broken",
+              home_.path("data/Kelvora") + " is a link to nothing");
+  EXPECT_EQ(entriesOf(home_), before);
+}
+
+TEST_F(KelvoraDoctor, AFolderInAFolderThatIsALinkToNothingIsBroken) {
+  std::filesystem::create_symlink(home_.path("nothing"), home_.path("data"));
+  expectCheck("group container", "broken", home_.path("data") + " is a link to nothing");
+}
+
+TEST_F(KelvoraDoctor, AFolderInThePlaceOfTheNewSettingsIsBroken) {
+  home_.write(kSettingsFile, kEmptySettings);
+  const std::string obstacle = home_.path(kSettingsFile) + ".new";
+  std::filesystem::create_directory(obstacle);
+  expectCheck("settings", "broken",
+              "Settings.plist: cannot be written: " + obstacle + " is a folder");
+  EXPECT_TRUE(std::filesystem::is_directory(obstacle));
+  std::filesystem::remove(obstacle);
+  home_.write(std::string(kSettingsFile) + ".new", "left by a killed writer");
+  expectCheck("settings", "ok", "Settings.plist");
+}
+
+TEST_F(KelvoraDoctor, SettingsInAFolderOfAnotherAccountThatALinkLeadsToAreBroken) {
+  if (getuid() != 0) {
+    GTEST_SKIP() << "only root can act for another account";
+  }
+  home_.write("elsewhere/Settings.plist", kEmptySettings);
+  std::filesystem::create_directories(home_.path("config/group.com.kelvora"));
+  std::filesystem::create_symlink(home_.path("elsewhere/Settings.plist"),
+                                  home_.path(kSettingsFile));
+  EXPECT_THAT(findingsOfNobody({"elsewhere"}),
+              ContainsRegex(
+                  "broken +settings +[^\n]*Settings.plist: cannot be written: Permission denied"));
+}
+
+TEST_F(KelvoraDoctor, AStoreInAFolderOfAnotherAccountThatALinkLeadsToIsBroken) {
+  if (getuid() != 0) {
+    GTEST_SKIP() << "only root can act for another account";
+  }
+  home_.write("elsewhere/Database.sqlite", "");
+  std::filesystem::create_directories(home_.path("data/group.com.kelvora"));
+  std::filesystem::create_symlink(home_.path("elsewhere/Database.sqlite"), home_.path(kStoreFile));
+  EXPECT_THAT(findingsOfNobody({"elsewhere"}),
+              ContainsRegex("broken +store +[^\n]*/elsewhere: Permission denied"));
+}
+
+TEST_F(KelvoraDoctor, AStoreThatALinkCannotLeadToIsBroken) {
+  std::filesystem::create_directories(home_.path("data/group.com.kelvora"));
+  std::filesystem::create_symlink("elsewhere/Database.sqlite", home_.path(kStoreFile));
+  const std::string folder = home_.path("data/group.com.kelvora/elsewhere");
+  expectCheck("store", "broken", "a link to nothing in " + folder + ": not a folder");
+  std::filesystem::create_directory(folder);
+  expectCheck("store", "hint", "Database.sqlite: none yet");
+}
+
+TEST_F(KelvoraDoctor, AStoreWhoseLogBelongsToAnotherAccountIsBroken) {
+  if (getuid() != 0) {
+    GTEST_SKIP() << "only root can act for another account";
+  }
+  home_.write(kStoreFile, "");
+  for (const std::string ending : {"-wal", "-shm"}) {
+    const std::string log = kStoreFile + ending;
+    chmod(home_.write(log, "").c_str(), 0600);
+    EXPECT_THAT(findingsOfNobody({log}), ContainsRegex("broken +store +[^\n]*Database.sqlite" +
+                                                       ending + ": Permission denied"));
+    std::filesystem::remove(home_.path(log));
+  }
+}
+
+TEST_F(KelvoraDoctor, AStoreWithAFolderInThePlaceOfItsLogIsBroken) {
+  home_.write(kStoreFile, "");
+  std::filesystem::create_directory(home_.path(kStoreFile) + "-wal");
+  expectCheck("store", "broken", "Database.sqlite: " + home_.path(kStoreFile) + "-wal: not a file");
+}
+
 TEST_F(KelvoraDoctor, AStoreThatCannotBeOpenedIsBroken) {
   home_.write(kStoreFile, std::string(5000, 'x'));
   expectCheck("store", "broken", "Database.sqlite: file is not a database");
@@ -256,14 +356,8 @@ TEST_F(KelvoraDoctor, ALockOfAnotherAccountIsBroken) {
   home_.write(kSettingsFile, kEmptySettings);
   const std::string lock = home_.write(std::string(kSettingsFile) + ".lock", "");
   chmod(lock.c_str(), 0600);
-  const ProgramResult result = runProgram(
-      "/bin/sh", {"-c",
-                  "cp \"$0\" \"$1/kelvora\" && chown -R nobody \"$1\" && chown root \"$2\" && "
-                  "exec setpriv --reuid nobody --clear-groups \"$1/kelvora\" doctor --json "
-                  "--machine \"$3\"",
-                  KELVORA_PROGRAM, home_.path(), lock, home_.write("m.json", kMachine)});
-  EXPECT_THAT(result.standardOutput, HasSubstr("the lock beside it: Permission denied"))
-      << result.standardError;
+  EXPECT_THAT(findingsOfNobody({std::string(kSettingsFile) + ".lock"}),
+              HasSubstr("the lock beside it: Permission denied"));
 }
 
 TEST_F(KelvoraDoctor, SettingsOfAnotherTypeAreNamed) {

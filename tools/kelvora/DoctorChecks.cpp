@@ -66,21 +66,27 @@ std::string faultOfWriting(const fs::path& folder) {
   return isWritten ? "" : std::generic_category().message(fault);
 }
 
-// The closest folder above a path that exists.
-fs::path existingFolderAbove(const fs::path& path) {
-  fs::path folder = path.parent_path();
-  while (!pathExists(folder) && folder.has_relative_path()) {
-    folder = folder.parent_path();
-  }
-  return folder;
+bool isDanglingLink(const fs::path& path) {
+  std::error_code error;
+  return fs::is_symlink(fs::symlink_status(path, error)) && !pathExists(path);
 }
 
-// Why files cannot be written in a folder, which the programs create where it is missing.
+// The path, else the closest one above it, where something exists, be it a link to nothing.
+fs::path occupiedPathAt(fs::path path) {
+  while (!pathExists(path) && !isDanglingLink(path) && path.has_relative_path()) {
+    path = path.parent_path();
+  }
+  return path;
+}
+
+// Why files cannot be written in a folder, which the programs create where it is missing; empty
+// when they can be.
 std::string faultOfFolder(const fs::path& folder) {
-  const fs::path existing = pathExists(folder) ? folder : existingFolderAbove(folder);
-  const std::string fault =
-      isFolder(existing) ? faultOfWriting(existing) : existing.string() + " is not a folder";
-  return fault.empty() ? "" : folder.string() + ": cannot be written: " + fault;
+  const fs::path path = occupiedPathAt(folder);
+  if (isDanglingLink(path)) {
+    return path.string() + " is a link to nothing";
+  }
+  return isFolder(path) ? faultOfWriting(path) : path.string() + " is not a folder";
 }
 
 Check folderCheck(const char* name, const std::optional<std::string>& folder) {
@@ -89,7 +95,7 @@ Check folderCheck(const char* name, const std::optional<std::string>& folder) {
             "give the user a home folder (HOME) that can be written"};
   }
   if (const std::string fault = faultOfFolder(*folder); !fault.empty()) {
-    return {name, CheckState::kBroken, fault, kOwnFolder};
+    return {name, CheckState::kBroken, *folder + ": cannot be written: " + fault, kOwnFolder};
   }
   return {name, CheckState::kOK,
           *folder + (pathExists(*folder) ? "" : ": none yet, created when needed"), ""};
@@ -127,9 +133,14 @@ Check suite(const MachineChoice& machine) {
     }
     return {kName, CheckState::kOK, finding, ""};
   }
-  if (!faultOfFolder(fs::path(file->path).parent_path()).empty()) {
-    return {kName, CheckState::kBroken, file->path + ": cannot be written",
+  if (const auto fault = faultOfFolder(fs::path(file->target).parent_path()); !fault.empty()) {
+    return {kName, CheckState::kBroken, file->path + ": cannot be written: " + fault,
             "make its folder one that belongs to the user (XDG_CONFIG_HOME)"};
+  }
+  if (!file->obstacle.empty()) {
+    return {kName, CheckState::kBroken,
+            file->path + ": cannot be written: " + file->obstacle + " is a folder",
+            "remove that folder: the programs write a file of this name before each change"};
   }
   if (!file->lockFault.empty()) {
     return {kName, CheckState::kBroken, file->path + ": " + file->lockFault,
@@ -152,11 +163,25 @@ Check suite(const MachineChoice& machine) {
   return {kName, CheckState::kOK, file->path, ""};
 }
 
+// Why a link to nothing cannot become a link to a new file.
+std::string faultOfLink(const fs::path& link) {
+  std::error_code error;
+  const fs::path folder = (link.parent_path() / fs::read_symlink(link, error)).parent_path();
+  const std::string fault = isFolder(folder) ? faultOfWriting(folder) : "not a folder";
+  return fault.empty() ? "" : folder.string() + ": " + fault;
+}
+
 Check storeCheck(const MachineChoice& machine) {
   constexpr char kName[] = "store";
   const auto file = storeFile(machine.platform);
   if (!file) {
     return {kName, CheckState::kBroken, "none", "see the group container"};
+  }
+  if (isDanglingLink(file->path)) {
+    if (const std::string fault = faultOfLink(file->path); !fault.empty()) {
+      return {kName, CheckState::kBroken, file->path + ": a link to nothing in " + fault,
+              kOwnFolder};
+    }
   }
   if (!file->exists) {
     return {kName, CheckState::kHint, file->path + ": none yet",

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -17,8 +18,8 @@ constexpr std::string_view kInterfaceStyle = "AppleInterfaceStyle";
 
 // Why a program that wants to write now would not get the lock of a settings file. Waits as long as
 // a write does.
-std::string faultOfLock(const std::string& path) {
-  if (lockExistingFile(endOfLinks(path) + kLockEnding, SettingsFile::kWaitOfWrite).isOpen()) {
+std::string faultOfLock(const std::string& target) {
+  if (lockExistingFile(target + kLockEnding, SettingsFile::kWaitOfWrite).isOpen()) {
     return "";
   }
   switch (errno) {
@@ -33,6 +34,12 @@ std::string faultOfLock(const std::string& path) {
     default:
       return "the lock beside it: " + std::generic_category().message(errno);
   }
+}
+
+// A writer replaces whatever else has the name.
+std::string folderInPlaceOf(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::is_directory(std::filesystem::symlink_status(path, error)) ? path : "";
 }
 
 }  // namespace
@@ -78,9 +85,15 @@ std::unique_ptr<UserDefaultsSuite> LinuxUserDefaults::suite(const std::string& n
 
 std::optional<SuiteFile> LinuxUserDefaults::fileOfSuite(const std::string& name) {
   const std::string path = suitePath(name);
+  const std::string target = endOfLinks(path);
   SettingsReading reading = readSettingsFile(path);
-  return SuiteFile{path, reading.state != SettingsState::kMissing, std::move(reading.values),
-                   reading.fault, faultOfLock(path)};
+  return SuiteFile{path,
+                   reading.state != SettingsState::kMissing,
+                   std::move(reading.values),
+                   reading.fault,
+                   faultOfLock(target),
+                   target,
+                   folderInPlaceOf(target + kNewFileEnding)};
 }
 
 std::optional<PropertyListValue> LinuxUserDefaults::globalObject(std::string_view key) {

@@ -88,7 +88,7 @@ bool SettingsFile::keepAside() {
 }
 
 bool SettingsFile::replace(const Values& values) {
-  const std::string next = target_ + ".new";
+  const std::string next = target_ + kNewFileEnding;
   const auto bytes = serializePropertyList(values, PropertyListFormat::kBinary);
   if (const std::string fault = faultOfSettings(bytes); !fault.empty()) {
     return fail("it would not be readable any more: " + fault);

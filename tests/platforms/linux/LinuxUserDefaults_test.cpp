@@ -316,6 +316,22 @@ TEST_F(LinuxUserDefaultsTest, TheLockOfALinkedSuiteIsBesideItsTarget) {
             "the lock beside it: not a file");
 }
 
+TEST_F(LinuxUserDefaultsTest, AFolderInPlaceOfTheNewFileOfALinkedSuiteIsAnObstacle) {
+  LinuxUserDefaults defaults(folder_.path("config"));
+  const auto look = [&] { return *defaults.fileOfSuite(kGroup); };
+  EXPECT_EQ(look().target, file());
+  const std::string target = folder_.write("elsewhere/Settings.plist", "<plist><dict/></plist>");
+  fs::create_directories(folder_.path(kGroupFolder));
+  fs::create_symlink(target, file());
+  folder_.write("elsewhere/Settings.plist.new", "left by a killed writer");
+  EXPECT_EQ(look().target, target);
+  EXPECT_EQ(look().obstacle, "");
+  fs::remove(target + ".new");
+  fs::create_directory(target + ".new");
+  EXPECT_EQ(look().obstacle, target + ".new");
+  EXPECT_FALSE(open()->setObject("a", 1));
+}
+
 TEST_F(LinuxUserDefaultsTest, GlobalSettingsComeFromTheirOwnFileAndFollowIt) {
   LinuxUserDefaults defaults(folder_.path("config"));
   EXPECT_FALSE(defaults.globalObject("AppleInterfaceStyle"));
