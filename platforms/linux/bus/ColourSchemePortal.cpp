@@ -1,5 +1,6 @@
 #include "platforms/linux/bus/ColourSchemePortal.h"
 
+#include <atomic>
 #include <string>
 #include <utility>
 
@@ -20,6 +21,9 @@ constexpr const char* kColourScheme = "color-scheme";
 constexpr const char* kChanged =
     "type='signal',interface='org.freedesktop.portal.Settings',member='SettingChanged',"
     "path='/org/freedesktop/portal/desktop',arg0='org.freedesktop.appearance',arg1='color-scheme'";
+constexpr const char* kOwnerChanged =
+    "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
+    "member='NameOwnerChanged',arg0='org.freedesktop.portal.Desktop'";
 
 std::uint32_t schemeIn(const sdbus::Variant& variant) {
   const auto value = valueOf(variant);
@@ -29,53 +33,72 @@ std::uint32_t schemeIn(const sdbus::Variant& variant) {
 }  // namespace
 
 struct ColourSchemePortal::Connection {
-  explicit Connection(std::function<void(std::uint32_t)> given)
-      : handler(std::move(given)),
+  explicit Connection(Handlers given)
+      : handlers(std::move(given)),
         proxy(sdbus::createProxy(loop.connection(), kPortalName, kPortalPath)) {
     loop.connection().addMatch(
         kChanged, [this](sdbus::Message& message) { changed(message); }, sdbus::floating_slot);
-    proxy->callMethodAsync("Read")
-        .onInterface(kSettings)
-        .withArguments(std::string(kAppearance), std::string(kColourScheme))
-        .uponReplyInvoke([this](const sdbus::Error* error, const sdbus::Variant& value) {
-          answered(error, value);
-        });
-    loop.start();
+    loop.connection().addMatch(
+        kOwnerChanged, [this](sdbus::Message& message) { ownerChanged(message); },
+        sdbus::floating_slot);
+    ask();
+    loop.start([this] { connected = false; });
   }
   ~Connection() { loop.stop(); }
 
+  // A change that is heard before the answer is newer than it.
+  void ask() {
+    proxy->callMethodAsync("Read")
+        .onInterface(kSettings)
+        .withArguments(std::string(kAppearance), std::string(kColourScheme))
+        .uponReplyInvoke(
+            [this, before = changes](const sdbus::Error* error, const sdbus::Variant& value) {
+              if (error != nullptr) {
+                handlers.unanswered();
+              } else if (changes == before) {
+                guardedFromBus([&] { handlers.answered(schemeIn(value)); });
+              }
+            });
+  }
   void changed(sdbus::Message& message) {
     guardedFromBus([&] {
       std::string space;
       std::string key;
       sdbus::Variant value;
       message >> space >> key >> value;
-      hasChanged = true;
-      handler(schemeIn(value));
+      ++changes;
+      handlers.changed(schemeIn(value));
     });
   }
-  // A change that was heard meanwhile is newer than the answer.
-  void answered(const sdbus::Error* error, const sdbus::Variant& value) {
-    if (error == nullptr && !hasChanged) {
-      guardedFromBus([&] { handler(schemeIn(value)); });
-    }
+  void ownerChanged(sdbus::Message& message) {
+    guardedFromBus([&] {
+      std::string name;
+      std::string before;
+      std::string now;
+      message >> name >> before >> now;
+      if (!now.empty()) {
+        ask();
+      }
+    });
   }
 
-  std::function<void(std::uint32_t)> handler;
+  Handlers handlers;
+  std::atomic<bool> connected{true};
   SessionBusLoop loop;
   std::unique_ptr<sdbus::IProxy> proxy;
-  bool hasChanged = false;  // on the loop's thread
+  int changes = 0;  // on the loop's thread once that has started
 };
 
-std::unique_ptr<ColourSchemePortal> ColourSchemePortal::open(
-    std::function<void(std::uint32_t)> handler) {
+std::unique_ptr<ColourSchemePortal> ColourSchemePortal::open(Handlers handlers) {
   try {
     return std::unique_ptr<ColourSchemePortal>(
-        new ColourSchemePortal(std::make_unique<Connection>(std::move(handler))));
+        new ColourSchemePortal(std::make_unique<Connection>(std::move(handlers))));
   } catch (const sdbus::Error&) {
     return nullptr;
   }
 }
+
+bool ColourSchemePortal::isConnected() const { return connection_->connected; }
 
 ColourSchemePortal::ColourSchemePortal(std::unique_ptr<Connection> connection)
     : connection_(std::move(connection)) {}

@@ -10,13 +10,22 @@ namespace kelvora::platform {
 /// session bus. It has a connection of its own, so that a slow portal holds up no notification.
 class ColourSchemePortal {
  public:
-  /// Asks once and listens from then on. `handler` is called on the portal's own thread, until the
-  /// end of the object, with each "color-scheme": 0 no preference, 1 dark, 2 light. Null where
-  /// there is no session bus; a desktop without the portal never calls.
-  static std::unique_ptr<ColourSchemePortal> open(std::function<void(std::uint32_t)> handler);
+  /// Called on the portal's own thread, until the end of the object. A colour scheme is 0 for no
+  /// preference, 1 dark, 2 light.
+  struct Handlers {
+    std::function<void(std::uint32_t scheme)> answered;
+    std::function<void(std::uint32_t scheme)> changed;
+    std::function<void()> unanswered;  ///< there is no portal, or it has no colour scheme
+  };
+  /// Asks now and whenever the portal starts, and listens for changes. Null where there is no
+  /// session bus.
+  static std::unique_ptr<ColourSchemePortal> open(Handlers handlers);
   ~ColourSchemePortal();
   ColourSchemePortal(const ColourSchemePortal&) = delete;
   ColourSchemePortal& operator=(const ColourSchemePortal&) = delete;
+
+  /// Whether the bus has not closed the connection. Any thread.
+  bool isConnected() const;
 
  private:
   struct Connection;

@@ -19,31 +19,20 @@ DBusNotificationCentre::DBusNotificationCentre(MainQueue& queue,
       reachChanged_(std::move(reachChanged)),
       observers_(&queue),
       membership_([this](const Notification& heard) { observers_.post(heard, true); },
-                  [this](bool isJoined) { membershipChanged(isJoined); }) {}
-
-void DBusNotificationCentre::schemeIs(std::uint32_t value) {
-  if (scheme_->exchange(value) != value) {
+                  [this](bool isJoined) { membershipChanged(isJoined); }) {
+  scheme_->setHandler([this] {
     observers_.post({kThemeChanged, std::nullopt, std::nullopt}, true);
-  }
+  });
 }
 
-void DBusNotificationCentre::askForScheme() {
-  auto portal = ColourSchemePortal::open([this](std::uint32_t value) { schemeIs(value); });
-  const std::lock_guard lock(portalMutex_);
-  portal_.swap(portal);
-}
+DBusNotificationCentre::~DBusNotificationCentre() { scheme_->setHandler(nullptr); }
 
 // The portal's connection went with the bus.
 void DBusNotificationCentre::membershipChanged(bool isJoined) {
   log(isJoined ? "session bus: other programs are heard again"
                : "session bus: cut off, other programs are not heard");
-  bool isThemeObserved = false;
-  {
-    const std::lock_guard lock(portalMutex_);
-    isThemeObserved = isThemeObserved_;
-  }
-  if (isJoined && isThemeObserved) {
-    askForScheme();
+  if (isJoined) {
+    scheme_->followAgain();
   }
   if (reachChanged_) {
     reachChanged_(isJoined);
@@ -57,13 +46,8 @@ ObserverToken DBusNotificationCentre::addObserver(
     std::function<void(const Notification&)> handler) {
   membership_.bus();
   const ObserverToken token = observers_.addObserver(name, behavior, std::move(handler));
-  bool isFirst = false;
   if (name == kThemeChanged) {
-    const std::lock_guard lock(portalMutex_);
-    isFirst = !std::exchange(isThemeObserved_, true);
-  }
-  if (isFirst) {
-    askForScheme();
+    scheme_->follow();
   }
   return token;
 }

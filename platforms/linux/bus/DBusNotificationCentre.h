@@ -2,11 +2,9 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "platforms/linux/bus/BusMembership.h"
-#include "platforms/linux/bus/ColourSchemePortal.h"
 #include "platforms/linux/bus/DesktopColourScheme.h"
 #include "platforms/shared/InProcessNotificationCentre.h"
 #include "ports/MainQueue.h"
@@ -23,11 +21,12 @@ namespace kelvora::platform {
 /// The desktop's change of its colour scheme is heard as "AppleInterfaceThemeChangedNotification".
 class DBusNotificationCentre : public NotificationCentre {
  public:
-  /// `queue` outlives the centre. `scheme` is kept up to date from the first observer of the theme
-  /// on. `reachChanged`, if given, is called when the bus has gone (false) and when it is back
-  /// (true), on a thread of the centre.
+  /// `queue` outlives the centre, which takes the handler of `scheme` and follows the desktop from
+  /// the first observer of the theme on. `reachChanged`, if given, is called when the bus has gone
+  /// (false) and when it is back (true), on a thread of the centre.
   DBusNotificationCentre(MainQueue& queue, std::shared_ptr<DesktopColourScheme> scheme,
                          std::function<void(bool isConnected)> reachChanged = nullptr);
+  ~DBusNotificationCentre() override;
 
   ObserverToken addObserver(const std::string& name, SuspensionBehavior behavior,
                             std::function<void(const Notification&)> handler) override;
@@ -38,17 +37,12 @@ class DBusNotificationCentre : public NotificationCentre {
   bool isConnected();
 
  private:
-  void schemeIs(std::uint32_t value);
-  void askForScheme();
   void membershipChanged(bool isJoined);
 
   std::shared_ptr<DesktopColourScheme> scheme_;
   std::function<void(bool)> reachChanged_;
   InProcessNotificationCentre observers_;
-  std::mutex portalMutex_;
-  bool isThemeObserved_ = false;
-  // Last: their threads use the members above.
-  std::unique_ptr<ColourSchemePortal> portal_;
+  // Last: its threads use the members above.
   BusMembership membership_;
 };
 

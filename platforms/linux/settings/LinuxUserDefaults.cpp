@@ -74,7 +74,7 @@ std::optional<PropertyListValue> LinuxUserDefaultsSuite::changeObject(std::strin
 }
 
 LinuxUserDefaults::LinuxUserDefaults(std::string folder,
-                                     std::shared_ptr<const DesktopColourScheme> scheme)
+                                     std::shared_ptr<DesktopColourScheme> scheme)
     : folder_(std::move(folder)),
       scheme_(std::move(scheme)),
       global_(folder_ + "/.GlobalPreferences.plist") {}
@@ -97,12 +97,15 @@ std::optional<SuiteFile> LinuxUserDefaults::fileOfSuite(const std::string& name)
 }
 
 std::optional<PropertyListValue> LinuxUserDefaults::globalObject(std::string_view key) {
-  const std::lock_guard lock(mutex_);
-  if (auto value = global_.value(key)) {
-    return value;
+  {
+    const std::lock_guard lock(mutex_);
+    if (auto value = global_.value(key)) {
+      return value;
+    }
   }
-  const bool dark = scheme_ && scheme_->value() == DesktopColourScheme::kDark;
-  return key == kInterfaceStyle && dark ? std::optional<PropertyListValue>("Dark") : std::nullopt;
+  const bool isDark =
+      key == kInterfaceStyle && scheme_ && scheme_->value() == DesktopColourScheme::kDark;
+  return isDark ? std::optional<PropertyListValue>("Dark") : std::nullopt;
 }
 
 std::string LinuxUserDefaults::suitePath(const std::string& name) const {

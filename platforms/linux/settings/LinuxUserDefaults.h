@@ -32,12 +32,13 @@ class LinuxUserDefaultsSuite : public UserDefaultsSuite {
 /// Settings as property-list files in the user's configuration folder: a suite is
 /// "<folder>/<suite>/Settings.plist", the global settings are "<folder>/.GlobalPreferences.plist",
 /// which the library only reads. While "AppleInterfaceStyle" is not set there it follows the
-/// desktop: "Dark" while the desktop prefers dark colours.
+/// desktop: "Dark" while the desktop prefers dark colours. The first look waits for the desktop, at
+/// most half a second.
 class LinuxUserDefaults : public UserDefaults {
  public:
   /// `folder` is the configuration folder, e.g. "/home/anna/.config"; `scheme` may be null.
   explicit LinuxUserDefaults(std::string folder = configurationFolder(),
-                             std::shared_ptr<const DesktopColourScheme> scheme = nullptr);
+                             std::shared_ptr<DesktopColourScheme> scheme = nullptr);
 
   std::unique_ptr<UserDefaultsSuite> suite(const std::string& name) override;
   std::optional<SuiteFile> fileOfSuite(const std::string& name) override;
@@ -51,7 +52,7 @@ class LinuxUserDefaults : public UserDefaults {
 
  private:
   std::string folder_;
-  std::shared_ptr<const DesktopColourScheme> scheme_;
+  std::shared_ptr<DesktopColourScheme> scheme_;
   std::mutex mutex_;
   SettingsFile global_;
 };

@@ -14,6 +14,7 @@
 
 #include "platforms/linux/bus/DBusValues.h"
 #include "platforms/linux/bus/LinuxNotificationCentres.h"
+#include "platforms/linux/settings/LinuxUserDefaults.h"
 #include "platforms/linux/system/LinuxMainQueue.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/MainQueueLoop.h"
@@ -434,17 +435,21 @@ TEST(DBusNotificationCentre, AnInstantBeyondTheClocksRangeIsTheNearest) {
   EXPECT_EQ(instantOf(-1), Date(microseconds(-1)));
 }
 
-// The desktop's settings service, with a colour scheme that can change.
+// The desktop's settings service, with a colour scheme that can change. A slow one answers nothing
+// before `answer`.
 class Desktop {
  public:
-  explicit Desktop(std::uint32_t scheme)
-      : connection_(sdbus::createSessionBusConnection("org.freedesktop.portal.Desktop")),
+  enum class Speed { kPrompt, kSlow };
+
+  explicit Desktop(std::uint32_t scheme, Speed speed = Speed::kPrompt)
+      : scheme_(scheme),
+        isSlow_(speed == Speed::kSlow),
+        connection_(sdbus::createSessionBusConnection("org.freedesktop.portal.Desktop")),
         object_(sdbus::createObject(*connection_, "/org/freedesktop/portal/desktop")) {
     object_->registerMethod("Read")
         .onInterface(kInterface)
-        .implementedAs([scheme](const std::string&, const std::string&) {
-          return sdbus::Variant(sdbus::Variant(scheme));
-        });
+        .implementedAs([this](sdbus::Result<sdbus::Variant>&& reply, const std::string&,
+                              const std::string&) { asked(std::move(reply)); });
     object_->registerSignal("SettingChanged")
         .onInterface(kInterface)
         .withParameters<std::string, std::string, sdbus::Variant>();
@@ -456,9 +461,32 @@ class Desktop {
         .onInterface(kInterface)
         .withArguments(space, key, sdbus::Variant(value));
   }
+  void answer() {
+    const std::lock_guard lock(mutex_);
+    isSlow_ = false;
+    for (const auto& reply : waiting_) {
+      reply.returnResults(value());
+    }
+    waiting_.clear();
+  }
 
  private:
   static constexpr const char* kInterface = "org.freedesktop.portal.Settings";
+
+  sdbus::Variant value() const { return sdbus::Variant(sdbus::Variant(scheme_)); }
+  void asked(sdbus::Result<sdbus::Variant>&& reply) {
+    const std::lock_guard lock(mutex_);
+    if (isSlow_) {
+      waiting_.push_back(std::move(reply));
+    } else {
+      reply.returnResults(value());
+    }
+  }
+
+  std::mutex mutex_;
+  std::uint32_t scheme_;
+  bool isSlow_;
+  std::vector<sdbus::Result<sdbus::Variant>> waiting_;
   std::unique_ptr<sdbus::IConnection> connection_;
   std::unique_ptr<sdbus::IObject> object_;
 };
@@ -483,13 +511,85 @@ TEST(DBusNotificationCentre, TheDesktopsColourSchemeIsHeardAsAThemeChange) {
   EXPECT_EQ(program.heard[1].name, kThemeChanged);
 }
 
-TEST(DBusNotificationCentre, ADarkDesktopIsLearntWhenTheThemeIsFirstObserved) {
+TEST(DBusNotificationCentre, TheDesktopsFirstAnswerIsNoThemeChange) {
   testing::SessionBus bus;
   Desktop desktop(DesktopColourScheme::kDark);
   Program program;
   program.observe(kThemeChanged);
+  EXPECT_EQ(program.scheme->value(), DesktopColourScheme::kDark);
+  ASSERT_TRUE(program.catchUp());
+  EXPECT_TRUE(program.heard.empty());
+}
+
+TEST(DBusNotificationCentre, ADarkDesktopIsDarkForAProgramThatObservesNothing) {
+  testing::SessionBus bus;
+  Desktop desktop(DesktopColourScheme::kDark);
+  const testing::TemporaryFolder folder;
+  LinuxUserDefaults defaults(folder.path("config"), std::make_shared<DesktopColourScheme>());
+  EXPECT_EQ(defaults.globalObject("AppleInterfaceStyle"), PropertyListValue("Dark"));
+}
+
+TEST(DBusNotificationCentre, AProgramThatLookedBeforeTheDesktopsAnswerHearsOfIt) {
+  testing::SessionBus bus;
+  Desktop desktop(DesktopColourScheme::kDark, Desktop::Speed::kSlow);
+  Program program;
+  program.observe(kThemeChanged);
+  EXPECT_EQ(program.scheme->value(), DesktopColourScheme::kNoPreference);
+  desktop.answer();
   ASSERT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == 1; }));
   EXPECT_EQ(program.scheme->value(), DesktopColourScheme::kDark);
+}
+
+TEST(DBusNotificationCentre, ADesktopThatStartsLaterIsAskedThen) {
+  testing::SessionBus bus;
+  Program program;
+  program.observe(kThemeChanged);
+  EXPECT_EQ(program.scheme->value(), DesktopColourScheme::kNoPreference);
+  {
+    Desktop desktop(DesktopColourScheme::kDark);
+    ASSERT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == 1; }));
+    EXPECT_EQ(program.scheme->value(), DesktopColourScheme::kDark);
+  }
+  Desktop desktop(DesktopColourScheme::kLight);
+  ASSERT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == 2; }));
+  EXPECT_EQ(program.scheme->value(), DesktopColourScheme::kLight);
+}
+
+TEST(DBusNotificationCentre, AChangeBeforeTheDesktopsAnswerIsAThemeChange) {
+  testing::SessionBus bus;
+  Desktop desktop(DesktopColourScheme::kDark, Desktop::Speed::kSlow);
+  Program program;
+  program.observe(kThemeChanged);
+  desktop.change("org.freedesktop.appearance", "color-scheme", DesktopColourScheme::kLight);
+  ASSERT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == 1; }));
+  desktop.answer();
+  desktop.change("org.freedesktop.appearance", "color-scheme", DesktopColourScheme::kDark);
+  ASSERT_TRUE(runUntil(program.queue, [&] { return program.heard.size() == 2; }));
+  EXPECT_EQ(program.scheme->value(), DesktopColourScheme::kDark);
+}
+
+TEST(DBusNotificationCentre, AProgramThatOnlyLooksFollowsADesktopOnANewBus) {
+  testing::SessionBus bus;
+  DesktopColourScheme scheme;
+  {
+    Desktop desktop(DesktopColourScheme::kLight);
+    EXPECT_EQ(scheme.value(), DesktopColourScheme::kLight);
+  }
+  bus.end();
+  bus.begin();
+  Desktop desktop(DesktopColourScheme::kDark);
+  LinuxMainQueue queue;
+  EXPECT_TRUE(runUntil(queue, [&] { return scheme.value() == DesktopColourScheme::kDark; }));
+}
+
+TEST(DBusNotificationCentre, ABusThatAppearsAfterTheFirstLookShowsADarkDesktop) {
+  testing::SessionBus bus(testing::SessionBus::Start::kLater);
+  DesktopColourScheme scheme;
+  EXPECT_EQ(scheme.value(), DesktopColourScheme::kNoPreference);
+  bus.begin();
+  Desktop desktop(DesktopColourScheme::kDark);
+  LinuxMainQueue queue;
+  EXPECT_TRUE(runUntil(queue, [&] { return scheme.value() == DesktopColourScheme::kDark; }));
 }
 
 TEST(DBusNotificationCentre, TheThemeIsAskedForAgainWhenTheBusIsBack) {

@@ -345,9 +345,9 @@ TEST_F(LinuxUserDefaultsTest, TheDesktopsDarkColoursCountWhereNothingIsSet) {
   const auto scheme = std::make_shared<DesktopColourScheme>();
   LinuxUserDefaults defaults(folder_.path("config"), scheme);
   EXPECT_FALSE(defaults.globalObject("AppleInterfaceStyle"));
-  scheme->exchange(DesktopColourScheme::kDark);
+  scheme->changed(DesktopColourScheme::kDark);
   EXPECT_EQ(defaults.globalObject("AppleInterfaceStyle"), PropertyListValue("Dark"));
-  scheme->exchange(DesktopColourScheme::kLight);
+  scheme->changed(DesktopColourScheme::kLight);
   EXPECT_FALSE(defaults.globalObject("AppleInterfaceStyle"));
 }
 
