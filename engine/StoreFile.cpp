@@ -1,6 +1,8 @@
 #include "engine/StoreFile.h"
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
 #include <SQLiteCpp/Exception.h>
@@ -35,19 +37,46 @@ std::string escaped(const std::string& path) {
   return text;
 }
 
-int flagsFor(StoreAccess access) {
-  return SQLite::OPEN_NOMUTEX |
-         (access == StoreAccess::kReadOnly ? SQLite::OPEN_READONLY | SQLite::OPEN_URI
-                                           : SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+std::optional<std::uintmax_t> sizeOf(const std::string& path) {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(path, error);
+  return error ? std::nullopt : std::optional(size);
+}
+
+// SQLite keeps the log beside the file that a link leads to.
+std::string endOfLinks(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path end = std::filesystem::canonical(path, error);
+  return error ? path : end.string();
+}
+
+constexpr int kReadingFlags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_READONLY | SQLITE_OPEN_URI;
+constexpr int kWritingFlags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+
+// With a log that has no index, as a copy of the two files. SQLite builds the index in memory where
+// it has the file for itself, which it does without asking in a file system without locks. At the
+// end it would try to write the log into the file.
+SQLite::Database databaseWithLog(const std::string& uri, int busyTimeoutMs) {
+  SQLite::Database database(uri, kReadingFlags, busyTimeoutMs, "unix-none");
+  sqlite3_db_config(database.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+  database.exec("PRAGMA locking_mode=EXCLUSIVE");
+  return database;
 }
 
 }  // namespace
 
 // SQLite reads a write-ahead log through its index, and would create one. Without an index no
-// program has the file open, and the file is read by itself.
-std::string readOnlyURI(const std::string& path) {
-  const bool isInUse = exists(path + "-wal") && exists(path + "-shm");
-  return "file:" + escaped(path) + (isInUse ? "?mode=ro" : "?mode=ro&immutable=1");
+// program has the file open.
+SQLite::Database databaseForReading(const std::string& path, int busyTimeoutMs) {
+  const std::string uri = "file:" + escaped(path) + "?mode=ro";
+  const std::string file = endOfLinks(path);
+  if (exists(file + "-wal") && exists(file + "-shm")) {
+    return {uri, kReadingFlags, busyTimeoutMs};
+  }
+  if (sizeOf(file + "-wal").value_or(0) > 0) {
+    return databaseWithLog(uri, busyTimeoutMs);
+  }
+  return {uri + "&immutable=1", kReadingFlags, busyTimeoutMs};
 }
 
 bool isWritable(const std::string& path) {
@@ -58,8 +87,9 @@ bool isWritable(const std::string& path) {
 }
 
 StoreFile::StoreFile(const std::string& path, int busyTimeoutMs, StoreAccess access)
-    : database_(access == StoreAccess::kReadOnly ? readOnlyURI(path) : path, flagsFor(access),
-                busyTimeoutMs) {
+    : database_(access == StoreAccess::kReadOnly
+                    ? databaseForReading(path, busyTimeoutMs)
+                    : SQLite::Database(path, kWritingFlags, busyTimeoutMs)) {
   if (access == StoreAccess::kReadOnly) {
     configure();
     return;
@@ -74,12 +104,31 @@ StoreFile::StoreFile(const std::string& path, int busyTimeoutMs, StoreAccess acc
 
 void StoreFile::configureWriting() {
   database_.exec(kPageSize);
+  removeRemains();
   database_.exec("PRAGMA journal_mode=WAL");
   // A commit survives the end of the process at any moment. A power cut may lose the last commits,
   // never the file.
   database_.exec("PRAGMA synchronous=NORMAL");
   // 16 MB: a page that several saves change is then copied into the file once.
   database_.exec("PRAGMA wal_autocheckpoint=16384");
+}
+
+// A log beside a new file is of a file that was deleted. While a program has that file open, SQLite
+// would take its index for the new one's. With the lock no other program can use a log of the new
+// file, since it keeps a lock on the file as long as it does.
+void StoreFile::removeRemains() {
+  const char* const name = sqlite3_db_filename(database_.getHandle(), "main");
+  const std::string path = name == nullptr ? "" : name;
+  if (sizeOf(path) != 0U) {
+    return;
+  }
+  database_.exec("BEGIN EXCLUSIVE");
+  if (sizeOf(path) == 0U) {
+    std::error_code error;
+    std::filesystem::remove(path + "-wal", error);
+    std::filesystem::remove(path + "-shm", error);
+  }
+  database_.exec("ROLLBACK");
 }
 
 void StoreFile::configure() {

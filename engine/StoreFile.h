@@ -19,13 +19,15 @@ bool isWritable(const std::string& path);
 /// What a program does with a store file.
 enum class StoreAccess : std::uint8_t {
   kReadWrite,
-  kReadOnly,  ///< creates and changes nothing: neither the file nor those beside it
+  /// Creates nothing, and changes neither the file nor its log. The log's index, the "-shm" file,
+  /// is made again where a program was killed.
+  kReadOnly,
 };
 
-/// The address of a file for SQLite to read without creating anything beside it, also while
-/// programs write to it. For a connection that ends soon: a program that starts to write later may
-/// change what such a connection reads.
-std::string readOnlyURI(const std::string& path);
+/// A connection that reads a file without creating anything beside it, also while programs write to
+/// it. It must end soon: a program that starts to write later may change what it reads. Throws
+/// SQLite::Exception.
+SQLite::Database databaseForReading(const std::string& path, int busyTimeoutMs);
 
 /// The connection to a store file: SQLite with a write-ahead log, so that readers never wait for
 /// the writer, and a busy time-out, since one program writes at a time. Every failure throws
@@ -57,6 +59,7 @@ class StoreFile {
  private:
   void configure();
   void configureWriting();
+  void removeRemains();
 
   SQLite::Database database_;
   std::unordered_map<std::string, std::shared_ptr<PreparedStatement>> statements_;

@@ -38,12 +38,22 @@ void createPrivate(const std::string& path) {
 
 std::unique_ptr<StoreFile> openToRead(const std::string& path, const ManagedObjectModel& model,
                                       int busyTimeoutMs) {
+  namespace fs = std::filesystem;
   std::error_code error;
-  if (!std::filesystem::exists(path, error)) {
-    throw IncompatibleStore("there is no file");
+  // Opening e.g. a pipe would wait for the other end.
+  if (const fs::file_status status = fs::status(path, error); !fs::is_regular_file(status)) {
+    throw IncompatibleStore(fs::exists(status) ? "not a file" : "there is no file");
   }
   auto file = std::make_unique<StoreFile>(path, busyTimeoutMs, StoreAccess::kReadOnly);
   requireEqual(file->database(), model);
+  return file;
+}
+
+// What a reader sees of a file that has no tables, as a full disk may leave it.
+std::unique_ptr<StoreFile> emptyStore(const ManagedObjectModel& model) {
+  auto file = std::make_unique<StoreFile>(":memory:", 0, StoreAccess::kReadWrite);
+  prepareSchema(*file, model);
+  file->execute("PRAGMA query_only=1");
   return file;
 }
 
@@ -83,7 +93,7 @@ std::unique_ptr<StoreFile> openStore(const std::string& path, const ManagedObjec
       }
     } catch (const UnwrittenStore&) {  // another program may be creating it
       if (++faults > kMostFaults) {
-        throw;
+        return emptyStore(model);
       }
     }
     std::this_thread::sleep_for(kPause);

@@ -12,7 +12,8 @@ namespace kelvora::engine {
 /// other programs' locks up to the busy time-out, and tries again after other failures for a
 /// quarter of a second at most. Throws IncompatibleStore at once, else the last SQLite::Exception.
 /// For reading only the file must exist with the tables of this very model, else it throws
-/// IncompatibleStore; for a file without tables after that quarter of a second.
+/// IncompatibleStore. A file that still has no tables after that quarter of a second is an empty
+/// store then.
 std::unique_ptr<StoreFile> openStore(const std::string& path, const ManagedObjectModel& model,
                                      int busyTimeoutMs, StoreAccess access);
 

@@ -27,8 +27,7 @@ void examineContent(KVStoreFile& file, Platform& platform) {
     return;
   }
   try {
-    SQLite::Database database(engine::readOnlyURI(file.path),
-                              SQLite::OPEN_READONLY | SQLite::OPEN_URI, kBusyTimeoutMs);
+    SQLite::Database database = engine::databaseForReading(file.path, kBusyTimeoutMs);
     const std::string result = database.execAndGet("PRAGMA quick_check(1)").getString();
     if (result != "ok") {
       file.fault = result;

@@ -43,8 +43,9 @@ class KELVORA_EXPORT KVCoreDataStore {
   struct Options {
     int busyTimeoutMs = 5000;  ///< how long opening and saving wait for another program's lock
     /// For a program that only looks, for a short time: it creates and changes nothing, neither
-    /// the file nor its folder. Without a file, or with one of an older model, there is no store.
-    /// Every save fails.
+    /// the file nor its folder, except that the index of a log which a killed program left is made
+    /// again. Without a file, or with one of an older model, there is no store; a file without
+    /// tables, as a full disk may leave it, is an empty one. Every save fails.
     bool isReadOnly = false;
   };
 

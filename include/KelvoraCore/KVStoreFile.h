@@ -22,8 +22,9 @@ struct KELVORA_EXPORT KVStoreFile {
 };
 
 /// The file behind `KVCoreDataStore`, opened for reading and checked page by page: a gigabyte may
-/// take seconds. Creates and changes nothing, also while programs write to the file. None when the
-/// system has no folder for it. Logs nothing. Any thread.
+/// take seconds. Creates and changes nothing, also while programs write to the file, except that
+/// the index of a log which a killed program left is made again. None when the system has no folder
+/// for it. Logs nothing. Any thread.
 KELVORA_EXPORT std::optional<KVStoreFile> storeFile(Platform& platform = Platform::current());
 
 }  // namespace kelvora

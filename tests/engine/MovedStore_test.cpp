@@ -67,6 +67,17 @@ TEST_F(MovedStoreTest, AReplacedFileKeepsWhatAnotherProgramSavedThere) {
   EXPECT_EQ(makeStore()->getSensorByKey("a")->value(), 3);
 }
 
+TEST_F(MovedStoreTest, ANewFileTakesNothingFromTheLogOfADeletedOneThatIsStillOpen) {
+  std::filesystem::remove(storePath());
+  ASSERT_TRUE(std::filesystem::exists(storePath() + "-shm"));
+  otherProgramSets("b", "3");
+  otherProgramSets("c", "4");
+  EXPECT_EQ(makeStore()->allSensors()->size(), 2U);
+  EXPECT_EQ(store->getSensorByKey("a")->value(), 1);
+  store->getSensorByKey("a")->setValue(2);
+  expectSaveFails();
+}
+
 TEST_F(MovedStoreTest, TheEndOfAProgramWithADeletedFileLeavesTheNewFilesLogAlone) {
   deleteFiles();
   const auto later = makeStore();

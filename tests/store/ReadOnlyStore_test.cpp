@@ -6,8 +6,10 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "KelvoraCore/KVSettingsSnapshot.h"
+#include "KelvoraCore/KVStoreFile.h"
 
 #include "tests/engine/StatementHook.h"
 #include "tests/support/StoreFixture.h"
@@ -46,13 +48,68 @@ TEST_F(ReadOnlyStore, WithoutAFileCreatesNothingAndHasNoStore) {
   EXPECT_TRUE(snapshot().empty());
 }
 
-TEST_F(ReadOnlyStore, AFileWithoutTablesHasNoStore) {
-  fs::create_directories(folder());
+TEST_F(ReadOnlyStore, AnEmptyFileIsAnEmptyStore) {
   temporary.write(std::string(kApplicationGroupIdentifier) + "/Database.sqlite", "");
   const auto before = snapshot();
-  EXPECT_FALSE(reader()->persistentStoreCoordinator()->hasStore());
+  EXPECT_THAT(reader()->allSensors(), ::testing::Optional(::testing::IsEmpty()));
   EXPECT_EQ(snapshot(), before);
   writeSensor("TC0P");
+  EXPECT_TRUE(reader()->getSensorByKey("TC0P"));
+}
+
+// As a disk leaves it that became full at the first opening.
+TEST_F(ReadOnlyStore, AFileWithoutTablesIsAnEmptyStoreThatRefusesToSave) {
+  fs::create_directories(folder());
+  SQLite::Database(storePath(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
+      .exec("PRAGMA page_size=1024; PRAGMA journal_mode=WAL");
+  ASSERT_EQ(fs::file_size(storePath()), 1024U);
+  const auto before = snapshot();
+  const auto store = reader();
+  EXPECT_THAT(store->allSensors(), ::testing::Optional(::testing::IsEmpty()));
+  store->createSensorWithKey("TC0P", store->viewContext());
+  EXPECT_THAT(store->viewContext()->save().value_or(""), ::testing::HasSubstr("readonly"));
+  EXPECT_EQ(snapshot(), before);
+  writeSensor("TC0P");
+  EXPECT_TRUE(reader()->getSensorByKey("TC0P"));
+}
+
+TEST_F(ReadOnlyStore, APipeIsNoStoreAndIsNotWaitedFor) {
+  fs::create_directories(folder());
+  ASSERT_EQ(mkfifo(storePath().c_str(), 0600), 0);
+  EXPECT_FALSE(reader()->allSensors());
+}
+
+// As a copy of both files, or after a crash in which the index was lost.
+TEST_F(ReadOnlyStore, ReadsTheLogThatHasNoIndexWithoutATrace) {
+  const auto writer = makeStore();
+  addSensor(*writer, "TC0P", addCategory(*writer, "Temperature", 0));
+  writer->saveViewContext();
+  const std::string copy = temporary.path("copy/") + kApplicationGroupIdentifier;
+  fs::create_directories(copy);
+  for (const char* ending : {"", "-wal"}) {
+    fs::copy_file(storePath() + ending, copy + "/Database.sqlite" + ending);
+  }
+  ASSERT_GT(fs::file_size(copy + "/Database.sqlite-wal"), 0U);
+  setenv("XDG_DATA_HOME", temporary.path("copy").c_str(), 1);
+  platform = Platform::live();
+  const auto before = snapshot();
+  {
+    const auto store = reader();
+    EXPECT_TRUE(store->getSensorByKey("TC0P"));
+    EXPECT_EQ(snapshot(), before);
+  }
+  EXPECT_EQ(storeFile(*platform)->fault, "");
+  EXPECT_EQ(snapshot(), before);
+  EXPECT_TRUE(makeStore()->getSensorByKey("TC0P")) << "a program that writes takes the log over";
+}
+
+TEST_F(ReadOnlyStore, ReadsTheLogBesideTheFileThatALinkLeadsTo) {
+  fs::create_directories(folder());
+  fs::create_directories(temporary.path("real"));
+  fs::create_symlink(temporary.path("real/Database.sqlite"), storePath());
+  const auto writer = makeStore();
+  addSensor(*writer, "TC0P", nullptr);
+  writer->saveViewContext();
   EXPECT_TRUE(reader()->getSensorByKey("TC0P"));
 }
 
@@ -114,12 +171,6 @@ TEST_F(ReadOnlyStore, DoesNotMigrateAnOlderFile) {
   EXPECT_FALSE(reader()->allSensors());
   EXPECT_EQ(snapshot(), before);
   EXPECT_TRUE(makeStore()->allSensors()) << "a program that writes migrates it";
-}
-
-TEST_F(ReadOnlyStore, AnEmptyFileIsNoStore) {
-  temporary.write(std::string(kApplicationGroupIdentifier) + "/Database.sqlite", "");
-  EXPECT_FALSE(reader()->allSensors());
-  EXPECT_EQ(fs::file_size(storePath()), 0U);
 }
 
 TEST_F(ReadOnlyStore, ObjectsReadTheSettingsThatAreGiven) {
