@@ -9,20 +9,10 @@ namespace kelvora {
 
 namespace {
 
-// The database comes last among the files of a store that a program opens meanwhile: without a
-// database the program would create one, and then lose its log to this loop. What it created beside
-// the old database goes at the end.
-constexpr const char* kExtensionsInOrder[] = {".sqlite-shm", ".sqlite-wal", ".sqlite",
-                                              ".sqlite-shm", ".sqlite-wal"};
-
-void removeEntries(platform::Files& files, const std::string& folder, const char* extension) {
-  const auto names = files.list(folder);
-  for (const std::string& name : names.value_or(std::vector<std::string>())) {
-    if (std::filesystem::path(name).extension() == extension) {
-      files.remove((std::filesystem::path(folder) / name).string());
-    }
-  }
-}
+// The database comes last: while it exists no program creates another one. A log that is beside a
+// new database would hold what was saved there, so nothing is removed after the database. A log
+// that a program creates meanwhile for the old one is removed by whoever creates the next.
+constexpr const char* kExtensionsInOrder[] = {".sqlite-shm", ".sqlite-wal", ".sqlite"};
 
 }  // namespace
 
@@ -34,8 +24,13 @@ void KVDataManager::clearData() {
   if (folder.empty()) {
     return;
   }
+  const auto names = platform().files().list(folder).value_or(std::vector<std::string>());
   for (const char* extension : kExtensionsInOrder) {
-    removeEntries(platform().files(), folder, extension);
+    for (const std::string& name : names) {
+      if (std::filesystem::path(name).extension() == extension) {
+        platform().files().remove((std::filesystem::path(folder) / name).string());
+      }
+    }
   }
 }
 

@@ -1,5 +1,6 @@
 #include <set>
 
+#include "tests/support/ChildWork.h"
 #include "tests/support/ManagerFixture.h"
 #include "tests/support/RecordedNotices.h"
 
@@ -105,20 +106,56 @@ TEST_F(ClearData, ARunningStoreDoesNotBringAnythingBack) {
   EXPECT_EQ(testing::keysOf(otherStore()->allSensors().value()), std::vector<std::string>{"NEW"});
 }
 
-TEST_F(ClearData, RemovesADatabaseAfterWhatAnOpeningProgramWouldTakeForItsOwn) {
+TEST_F(ClearData, RemovesADatabaseAfterItsLog) {
   auto& files = testing::wrapPort<testing::ForwardingFiles>(platform->ports().files);
   std::vector<std::string> removed;
   files.onRemove = [&](const std::string& path) {
     removed.push_back(fs::path(path).filename().string());
-    if (removed.back() == "Database.sqlite") {  // opened by another program until just now
+    return files.behind->remove(path);
+  };
+  manager->clearData();
+  EXPECT_THAT(removed,
+              ElementsAre("Database.sqlite-shm", "Database.sqlite-wal", "Database.sqlite"));
+}
+
+// The log holds what was saved, until a program ends orderly.
+TEST_F(ClearData, KeepsTheNewStoreOfAProgramThatStartsAtThatMoment) {
+  auto& files = testing::wrapPort<testing::ForwardingFiles>(platform->ports().files);
+  files.onRemove = [&](const std::string& path) {
+    const bool isRemoved = files.behind->remove(path);
+    if (path == storePath()) {
+      testing::ChildWork program([this] {
+        const auto fresh = otherStore();
+        fresh->createSensorWithKey("NEW", fresh->viewContext());
+        fresh->saveViewContext();
+        std::_Exit(0);
+        return 1;
+      });
+      EXPECT_EQ(program.wait(), 0);
+    }
+    return isRemoved;
+  };
+  manager->clearData();
+  EXPECT_TRUE(fs::exists(storePath() + "-wal"));
+  manager.reset();
+  EXPECT_EQ(testing::keysOf(otherStore()->allSensors().value()), std::vector<std::string>{"NEW"});
+}
+
+TEST_F(ClearData, WhatAProgramAddedToTheOldStoreMeanwhileIsNotInTheNextOne) {
+  auto& files = testing::wrapPort<testing::ForwardingFiles>(platform->ports().files);
+  files.onRemove = [&](const std::string& path) {
+    if (path == storePath()) {  // opened by another program until just now
       write("Database.sqlite-wal");
     }
     return files.behind->remove(path);
   };
   manager->clearData();
-  EXPECT_THAT(removed, ElementsAre("Database.sqlite-shm", "Database.sqlite-wal", "Database.sqlite",
-                                   "Database.sqlite-wal"));
-  EXPECT_THAT(entries(), IsEmpty());
+  manager.reset();
+  const auto next = otherStore();
+  EXPECT_THAT(next->allSensors().value(), IsEmpty());
+  next->createSensorWithKey("NEW", next->viewContext());
+  next->saveViewContext();
+  EXPECT_EQ(testing::keysOf(otherStore()->allSensors().value()), std::vector<std::string>{"NEW"});
 }
 
 TEST_F(ClearData, IgnoresWhatCannotBeListedOrRemoved) {
