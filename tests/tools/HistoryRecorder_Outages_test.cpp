@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "tests/support/ChildWork.h"
+#include "tests/support/ForwardingMainBundle.h"
 #include "tests/support/RandomSeed.h"
 #include "tests/support/ResourceLimit.h"
 #include "tests/tools/Recorder.h"
@@ -63,6 +64,17 @@ TEST_F(Recorder, ADiskThatIsFullFromTheStartIsWaitedForToo) {
   }
   EXPECT_EQ(sampleAt(kBegin + 4).saved, 3U);
   EXPECT_THAT(series("TC0P", kHour), SizeIs(3));
+}
+
+TEST_F(Recorder, WithoutAModelEverySampleWaits) {
+  auto& bundle = Platform::current().ports().mainBundle;
+  auto forwarding = std::make_unique<ForwardingMainBundle>(std::move(bundle));
+  forwarding->onResourcePath = [](std::string_view, std::string_view) { return std::nullopt; };
+  bundle = std::move(forwarding);
+  beginRecording();
+  EXPECT_THAT(sampleAt(kBegin).fault, HasSubstr("the store cannot be opened or read"));
+  EXPECT_EQ(sampleAt(kBegin + 2).waiting, 2U);
+  EXPECT_EQ(recorder->saveWaiting().waiting, 2U);
 }
 
 TEST_F(Recorder, WhatWaitsIsBoundedByTheRetention) {

@@ -4,9 +4,11 @@
 #include <string>
 #include <vector>
 
+#include <SQLiteCpp/Database.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 #include "KelvoraCore/KVCoreDataStore.h"
 #include "KelvoraCore/Platform.h"
@@ -19,8 +21,10 @@ namespace kelvora::testing {
 namespace {
 
 using nlohmann::json;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 class KelvoraCustom : public ::testing::Test {
  protected:
@@ -164,6 +168,56 @@ TEST_F(KelvoraCustom, AStoreThatCannotBeUsedIsNamedAndLeftAsItIs) {
     EXPECT_THAT(result.standardError, HasSubstr(path + ": file is not a database"));
   }
   EXPECT_EQ(folder_.read("data/group.com.kelvora/Database.sqlite"), "no database");
+}
+
+void makeOlder(const std::string& path) {
+  SQLite::Database(path, SQLite::OPEN_READWRITE)
+      .exec("UPDATE _store SET value = '{\"entities\": []}'");
+}
+
+TEST_F(KelvoraCustom, AStoreOfAnEarlierVersionIsBroughtUpToDate) {
+  const std::string path = folder_.path("data/group.com.kelvora/Database.sqlite");
+  add("TCXX", "temperature");
+  makeOlder(path);
+  EXPECT_EQ(custom().status, 1) << "looking changes nothing";
+  EXPECT_EQ(add("TCYY", "temperature").status, 0);
+  makeOlder(path);
+  EXPECT_EQ(custom({"remove", "TCXX"}).status, 0);
+  EXPECT_EQ(list().size(), 1U);
+}
+
+// As a disk leaves it that became full at the first opening.
+TEST_F(KelvoraCustom, AStoreWithoutTablesIsEmpty) {
+  std::filesystem::create_directories(folder_.path("data/group.com.kelvora"));
+  SQLite::Database(folder_.path("data/group.com.kelvora/Database.sqlite"),
+                   SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
+      .exec("PRAGMA journal_mode=WAL");
+  EXPECT_EQ(custom().standardOutput, "There are no sensors of your own.\n");
+  expectRefused(custom({"remove", "TCXX"}), "TCXX: The sensor key is not valid.");
+  EXPECT_EQ(add("TCXX", "temperature").status, 0);
+  EXPECT_EQ(list().size(), 1U);
+}
+
+TEST_F(KelvoraCustom, AStoreThatCannotBeOpenedForWritingIsTheFaultAndNotTheKey) {
+  add("TCXX", "temperature");
+  for (const std::string words : {"remove TCXX", "add TCYY Desk --type power"}) {
+    const ProgramResult result =
+        runProgram("/bin/sh", {"-c", "{ trap '' XFSZ; ulimit -f 0; '" KELVORA_PROGRAM "' custom " +
+                                         words + "; echo $?; } 2>&1 | cat"});
+    EXPECT_THAT(result.standardOutput,
+                AllOf(Not(HasSubstr("key")), HasSubstr(" ('kelvora doctor' says more)\n1\n")));
+  }
+  EXPECT_EQ(list().size(), 1U);
+}
+
+TEST_F(KelvoraCustom, APipeInPlaceOfTheStoreIsNotWaitedFor) {
+  std::filesystem::create_directories(folder_.path("data/group.com.kelvora"));
+  const std::string path = folder_.path("data/group.com.kelvora/Database.sqlite");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  for (const auto& result : {custom(), add("TCXX", "power"), custom({"remove", "TCXX"})}) {
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.standardError, HasSubstr(path + ": not a file"));
+  }
 }
 
 // Files may have 32 KB: enough to open a store, and too little for a long name.

@@ -136,6 +136,21 @@ TEST_F(KelvoraDoctor, OnANarrowTerminalAdviceIsBrokenAtItsBlanks) {
               HasSubstr(indent + "log in to a desktop session, or start the programs under dbus"));
 }
 
+TEST_F(KelvoraDoctor, AProgramWithoutTheModelOfTheStoreIsBroken) {
+  std::filesystem::create_directories(home_.path("bin"));
+  std::filesystem::create_directories(home_.path("share"));
+  const std::string program = home_.path("bin/kelvora");
+  std::filesystem::copy_file(KELVORA_PROGRAM, program);
+  const std::string machine = home_.write("machine.json", kMachine);
+  const auto report = [&] { return runProgram(program, {"doctor", "--machine", machine}); };
+  EXPECT_EQ(report().status, 1);
+  EXPECT_THAT(report().standardOutput,
+              ContainsRegex("broken +store +this program has no model of it"));
+  home_.write(kStoreFile, "");
+  EXPECT_THAT(report().standardOutput,
+              ContainsRegex("broken +store +this program has no model of it"));
+}
+
 TEST_F(KelvoraDoctor, WhatExistsIsWell) {
   const SessionBus bus;
   home_.write("data/group.com.kelvora/Database.sqlite", "");

@@ -77,8 +77,12 @@ bool isSMCKey(std::string_view key) {
          std::ranges::all_of(key, [](char letter) { return letter > ' ' && letter <= '~'; });
 }
 
-// A store that exists can be read.
-void requireReadableStore() { StoreForReading().objects(&KVCoreDataStore::allCategories); }
+// Opened for writing as the command will need it, so that an older file is brought up to date.
+KVCoreDataStore& readableStore(KVDataManager& manager) {
+  KVCoreDataStore& store = manager.coreDataStore();
+  readable(store.allCategories());
+  return store;
+}
 
 // What this Mac reads for the key now; 0 where it reads nothing.
 double currentReading(const std::string& key, std::uint64_t type) {
@@ -146,9 +150,8 @@ int runAddCustom(const Options& options, StandardOutput& output) {
   if (KVExtension::isBlank(name) || !isValidUTF8(name) || (value && !std::isfinite(*value))) {
     refuseSensor(key, kInvalidValue);
   }
-  requireReadableStore();
   KVDataManager manager;
-  KVCoreDataStore& store = manager.coreDataStore();
+  KVCoreDataStore& store = readableStore(manager);
   if (store.getSensorByKey(key) != nullptr) {
     refuseSensor(key, kDuplicate);
   }
@@ -162,13 +165,16 @@ int runAddCustom(const Options& options, StandardOutput& output) {
        {"category_type", static_cast<std::int64_t>(type.type)},
        {"value", value ? *value : currentReading(key, type.type)}},
       [&](bool done, const std::optional<KVError>& error) { requireDone(key, done, error); });
-  report(options, *store.getSensorByKey(key), output);
+  const KVSensorPtr added = store.getSensorByKey(key);
+  if (added == nullptr) {
+    throw CommandError(kExitNothingRead, printable(key) + ": another program removed it meanwhile");
+  }
+  report(options, *added, output);
   return kExitSuccess;
 }
 
 // The user's own sensor comes before one that was found under the same key.
-KVSensorPtr sensorToRemove(KVDataManager& manager, const std::string& key) {
-  KVCoreDataStore& store = manager.coreDataStore();
+KVSensorPtr sensorToRemove(KVCoreDataStore& store, const std::string& key) {
   auto own =
       store.sensorWhere(Predicate("key = %@ && isCustom = TRUE", {key}), store.viewContext());
   return own != nullptr ? own : store.getSensorByKey(key);
@@ -176,12 +182,11 @@ KVSensorPtr sensorToRemove(KVDataManager& manager, const std::string& key) {
 
 int runRemoveCustom(const Options& options, StandardOutput& output) {
   const std::string key = options.text("KEY");
-  requireReadableStore();
   if (!StoreForReading::exists()) {
     refuseSensor(key, kInvalidKey);
   }
   KVDataManager manager;
-  const KVSensorPtr sensor = sensorToRemove(manager, key);
+  const KVSensorPtr sensor = sensorToRemove(readableStore(manager), key);
   if (sensor == nullptr) {
     refuseSensor(key, kInvalidKey);
   }

@@ -11,6 +11,7 @@
 
 #include "KelvoraCore/HIDWrapper.h"
 #include "KelvoraCore/KVApplicationGroup.h"
+#include "KelvoraCore/KVCoreDataStore.h"
 #include "KelvoraCore/KVFanLeases.h"
 #include "KelvoraCore/KVMainQueue.h"
 #include "KelvoraCore/KVSettingsFile.h"
@@ -173,6 +174,10 @@ std::string faultOfLink(const fs::path& link) {
 
 Check storeCheck(const MachineChoice& machine) {
   constexpr char kName[] = "store";
+  if (KVCoreDataStore(-1, machine.platform).managedObjectModel() == nullptr) {
+    return {kName, CheckState::kBroken, "this program has no model of it",
+            "install the program again, with its resources beside it"};
+  }
   const auto file = storeFile(machine.platform);
   if (!file) {
     return {kName, CheckState::kBroken, "none", "see the group container"};

@@ -87,7 +87,11 @@ HistoryRecorder::Outcome HistoryRecorder::saveWaiting() {
 
 std::optional<StoredSensors> HistoryRecorder::readStore() {
   KVCoreDataStore& store = manager().coreDataStore();
-  store.viewContext()->refreshAllObjects();
+  const ManagedObjectContextPtr context = store.viewContext();
+  if (context == nullptr) {  // there is no model
+    return std::nullopt;
+  }
+  context->refreshAllObjects();
   return StoredSensors::read(store);
 }
 
