@@ -81,25 +81,51 @@ void KVDataManager::addCustomSensor(const Info& info, const Completion& completi
     complete(completion, error(kGeneralError));
     return;
   }
-  joinTwins(sensor, category, value);
+  returnToCategory(sensor, category->type());
+  joinTwins(sensor, value);
   complete(completion, std::nullopt);
 }
 
-// Two programs that add one key at the same time both find none, and both insert it. Whoever saves
-// last sees both sensors; both programs then keep the first by its identity.
-void KVDataManager::joinTwins(const KVSensorPtr& sensor, const KVCategoryPtr& category,
-                              double value) {
-  const ManagedObjectContextPtr context = store_->viewContext();
-  const auto twins =
-      context->objectsOf("Sensor", Predicate("key = %@ && isCustom = TRUE", {sensor->key()}));
-  if (!twins || twins->size() < 2) {
+// A program that joins two categories of one type deletes one of them, and what was added to it
+// meanwhile has none.
+void KVDataManager::returnToCategory(const KVSensorPtr& sensor, std::int64_t type) {
+  const Predicate isLost("key = %@ && category = nil", {sensor->key()});
+  if (store_->sensorWhere(isLost, store_->viewContext()) != sensor) {
     return;
   }
-  if (twins->front() != sensor) {
-    fillCustomSensor(std::static_pointer_cast<KVSensor>(twins->front()), category, value);
+  if (const KVCategoryPtr category = store_->getCategoryWithType(type)) {
+    category->addToSensors(sensor);
+    if (!saveStore()) {
+      store_->viewContext()->rollback();
+    }
   }
-  std::for_each(twins->begin() + 1, twins->end(),
-                [&](const ManagedObjectPtr& twin) { context->deleteObject(twin); });
+}
+
+// Two programs that add one key at the same time both find none, and both insert it; so does one
+// that records what it reads. Whoever saves last sees both sensors; all programs then keep the
+// first that a user added, by its identity.
+void KVDataManager::joinTwins(const KVSensorPtr& sensor, double value) {
+  const ManagedObjectContextPtr context = store_->viewContext();
+  const auto twins = context->objectsOf("Sensor", Predicate("key = %@", {sensor->key()}));
+  if (!twins || twins->size() < 2 || !sensor->isCustom()) {
+    return;
+  }
+  const auto own = std::find_if(twins->begin(), twins->end(), [](const ManagedObjectPtr& twin) {
+    return std::static_pointer_cast<KVSensor>(twin)->isCustom();
+  });
+  const auto kept = own == twins->end() ? sensor : std::static_pointer_cast<KVSensor>(*own);
+  const KVCategoryPtr category = sensor->category();
+  if (kept != sensor && category != nullptr) {
+    fillCustomSensor(kept, category, value);
+  }
+  for (const ManagedObjectPtr& twin : *twins) {
+    if (twin != kept) {
+      for (const KVGraphPointPtr& point : std::static_pointer_cast<KVSensor>(twin)->graphPoints()) {
+        point->setSensor(kept);
+      }
+      context->deleteObject(twin);
+    }
+  }
   if (!saveStore()) {
     context->rollback();
   }

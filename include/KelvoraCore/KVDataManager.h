@@ -160,7 +160,8 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
  private:
   bool saveStore();
   KVError error(std::int64_t code);
-  void joinTwins(const KVSensorPtr& sensor, const KVCategoryPtr& category, double value);
+  void returnToCategory(const KVSensorPtr& sensor, std::int64_t type);
+  void joinTwins(const KVSensorPtr& sensor, double value);
   void removeFromMenu(const std::string& key);
   bool isSensorGone(const KVNotification& rule);
   bool changeOverheatNotifications(const std::function<bool(std::vector<KVNotification>&)>& change);

@@ -399,6 +399,51 @@ TEST_F(CustomSensors, OneThatAnotherProgramSavesMeanwhileIsThereOnceWithTheValue
   }
 }
 
+// A program that records inserts the key as it reads it.
+TEST_F(CustomSensors, OneThatIsFoundAtTheSameMomentIsJoinedWithItsHistory) {
+  for (int i = 0; i < 6; ++i) {  // either may have the lesser identity
+    const std::string key = "TF" + std::to_string(i);
+    testing::StatementHook hook;
+    KVDataManager late(*platform);
+    const auto other = otherStore();
+    const auto found = addSensor(*other, key, other->getCategoryWithType(0));
+    const auto point = other->createGraphPoint();
+    point->setPointY(20);
+    point->setSensor(found);
+    late.coreDataStore().viewContext();
+    hook.once("BEGIN IMMEDIATE", [&] { other->saveViewContext(); });
+    expectDone(addTo(late, infoOf(key, 33)));
+    EXPECT_FALSE(hook.isWaiting());
+    const auto fresh = otherStore();
+    ASSERT_EQ(fresh->allSensors()->size(), static_cast<std::size_t>(i) + 1);
+    EXPECT_TRUE(fresh->getSensorByKey(key)->isCustom());
+    EXPECT_EQ(fresh->getSensorByKey(key)->graphPoints().size(), 1U);
+  }
+}
+
+TEST_F(CustomSensors, OneWhoseCategoryIsJoinedWithAnotherMeanwhileIsInThatOne) {
+  for (const double staleness : {-1.0, 0.0}) {
+    testing::StatementHook hook;
+    KVDataManager late(*platform);
+    late.coreDataStore().viewContext()->setStalenessInterval(staleness);
+    hook.once("BEGIN IMMEDIATE", [&] {
+      const auto other = otherStore();
+      const auto old = other->getCategoryWithType(0);
+      const auto kept = other->createOrUpdateCategoryWithName("Kept", other->viewContext());
+      for (const KVSensorPtr& sensor : old->sensors()) {
+        sensor->setCategory(kept);
+      }
+      other->viewContext()->deleteObject(old);
+      kept->setName("Type 0");
+      other->saveViewContext();
+    });
+    const std::string key = staleness < 0 ? "TCXX" : "TCYY";
+    expectDone(addTo(late, infoOf(key)));
+    EXPECT_FALSE(hook.isWaiting());
+    EXPECT_EQ(keysInCategory(0).back(), key);
+  }
+}
+
 // Settings and store in files, as programs of one user have them.
 class CustomSensorsOfTwoPrograms : public testing::StoreFixture {
  protected:
