@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <span>
 #include <sstream>
 #include <utility>
 
@@ -50,6 +51,38 @@ std::vector<std::string> environmentLanguages() {
   return languages;
 }
 
+// "zh_Hant_TW" gives "zh", "Hant" and "TW".
+std::vector<std::string> partsOf(const std::string& locale) {
+  std::vector<std::string> parts;
+  for (std::size_t start = 0; start <= locale.size();) {
+    const std::size_t end = std::min(locale.find_first_of("_-", start), locale.size());
+    parts.push_back(locale.substr(start, end - start));
+    start = end + 1;
+  }
+  return parts;
+}
+
+// The localisations of Chinese are told apart by script. A locale that names none means that of its
+// territory.
+std::string chineseCode(const std::vector<std::string>& parts) {
+  for (const std::string& part : parts) {
+    if (part == "Hans" || part == "Hant") {
+      return "zh-" + part;
+    }
+  }
+  const bool isTraditional = std::ranges::any_of(
+      parts, [](const std::string& part) { return part == "TW" || part == "HK" || part == "MO"; });
+  return isTraditional ? "zh-Hant" : "zh-Hans";
+}
+
+std::string joined(std::span<const std::string> parts, char separator) {
+  std::string name;
+  for (const std::string& part : parts) {
+    name += name.empty() ? part : separator + part;
+  }
+  return name;
+}
+
 // Codes that a locale name may mean, the closest first: "pt_BR.UTF-8" gives "pt-BR", "pt_BR"
 // and "pt".
 std::vector<std::string> candidates(std::string name) {
@@ -57,19 +90,17 @@ std::vector<std::string> candidates(std::string name) {
   if (name.empty() || isPlainLocale(name)) {
     return {};
   }
-  if (name == "zh_TW" || name == "zh_HK" || name == "zh_MO") {
-    return {"zh-Hant"};
+  const std::vector<std::string> parts = partsOf(name);
+  if (parts.front() == "zh") {
+    return {chineseCode(parts)};
   }
-  if (name == "zh" || name == "zh_CN" || name == "zh_SG") {
-    return {"zh-Hans"};
+  std::vector<std::string> codes;
+  for (std::size_t count = parts.size(); count > 0; --count) {
+    const auto first = std::span(parts).first(count);
+    codes.push_back(joined(first, '-'));
+    codes.push_back(joined(first, '_'));
   }
-  const std::size_t separator = name.find('_');
-  if (separator == std::string::npos) {
-    return {name};
-  }
-  std::string dashed = name;
-  dashed[separator] = '-';
-  return {dashed, name, name.substr(0, separator)};
+  return codes;
 }
 
 bool contains(const std::vector<std::string>& texts, const std::string& text) {

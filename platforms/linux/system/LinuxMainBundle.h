@@ -36,7 +36,8 @@ class LinuxMainBundle : public MainBundle {
 
 /// The localisations out of `available` that the user wants, in the user's order, the development
 /// language "en" last; "en" alone when none fits. `languages` are the locale names of the
-/// environment in order of preference, e.g. {"de_AT.UTF-8", "C"}; "zh_TW" fits "zh-Hant".
+/// environment in order of preference, e.g. {"de_AT.UTF-8", "C"}, with "_" or "-" between language,
+/// script and territory; "zh_TW" fits "zh-Hant", "sr_Latn_RS" fits "sr-Latn" and "sr".
 std::vector<std::string> matchedLocalizations(const std::vector<std::string>& languages,
                                               const std::vector<std::string>& available);
 

@@ -282,6 +282,23 @@ TEST(LinuxMainBundle, LocaleNamesFitTheClosestLocalisation) {
   EXPECT_EQ(matchedLocalizations({"de", "de_DE", "en_US"}, available), (Texts{"de", "en"}));
 }
 
+TEST(LinuxMainBundle, LocaleNamesMayHaveAScriptAndDashes) {
+  const Texts available = {"de", "en", "sr", "sr-Latn", "zh-Hans", "zh-Hant"};
+  const auto first = [&](const char* language) {
+    return matchedLocalizations({language}, available).front();
+  };
+  EXPECT_EQ(first("de-DE"), "de");
+  EXPECT_EQ(first("zh_Hant_TW"), "zh-Hant");
+  EXPECT_EQ(first("zh_Hans_CN.UTF-8"), "zh-Hans");
+  EXPECT_EQ(first("zh-Hant"), "zh-Hant");
+  EXPECT_EQ(first("zh_Hans_HK"), "zh-Hans");
+  EXPECT_EQ(first("zh-TW"), "zh-Hant");
+  EXPECT_EQ(first("zh"), "zh-Hans");
+  EXPECT_EQ(first("sr_Latn_RS"), "sr-Latn");
+  EXPECT_EQ(first("sr-Cyrl-RS"), "sr");
+  EXPECT_EQ(first("_"), "en");
+}
+
 TEST(LinuxMainBundle, ABundleWithoutInformationHasNoDictionary) {
   EXPECT_FALSE(LinuxMainBundle().informationDictionary("/Applications/Missing.app").has_value());
   EXPECT_FALSE(LinuxMainBundle().informationDictionary("").has_value());
