@@ -7,6 +7,7 @@
 #include "KelvoraCore/KVApplicationGroup.h"
 #include "KelvoraCore/KVUtils.h"
 
+#include "base/Log.h"
 #include "ports/Ports.h"
 #include "settings/SettingValue.h"
 
@@ -29,6 +30,15 @@ std::optional<PropertyListValue> constantDefault(KVSettingDefault value) {
       break;
   }
   return std::nullopt;
+}
+
+// Logs it when a suite would return another text than the one given.
+bool isKept(const KVSetting& setting, const PropertyListValue& value) {
+  const bool isWhole = isStoredAsItIs(value);
+  if (!isWhole) {
+    log("Settings: " + std::string(setting.key) + ": a text that is not UTF-8, or holds a NUL");
+  }
+  return isWhole;
 }
 
 }  // namespace
@@ -94,6 +104,9 @@ bool KVSettings::setValue(const KVSetting& setting, std::optional<PropertyListVa
   if (value && !asSettingType(setting.type, *value)) {
     throw std::invalid_argument("KVSettings: a value of another type for " +
                                 std::string(setting.property));
+  }
+  if (value && !isKept(setting, *value)) {
+    return false;
   }
   const bool written =
       value ? suite_->setObject(setting.key, *value) : suite_->removeObject(setting.key);

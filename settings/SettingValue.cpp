@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "base/UTF8Text.h"
+
 namespace kelvora {
 
 namespace {
@@ -58,6 +60,22 @@ std::optional<PropertyListValue> asSettingType(KVSettingType type, const Propert
     default:
       return value;
   }
+}
+
+bool isStoredAsItIs(const PropertyListValue& value) {
+  const auto isWhole = [](const std::string& text) {
+    return isValidUTF8(text) && text.find('\0') == std::string::npos;
+  };
+  if (const auto* text = value.as<std::string>()) {
+    return isWhole(*text);
+  }
+  if (const auto* elements = value.as<Array>()) {
+    return std::ranges::all_of(*elements, isStoredAsItIs);
+  }
+  const auto* entries = value.as<Dictionary>();
+  return entries == nullptr || std::ranges::all_of(*entries, [&](const auto& entry) {
+           return isWhole(entry.first) && isStoredAsItIs(entry.second);
+         });
 }
 
 }  // namespace kelvora

@@ -11,4 +11,8 @@ namespace kelvora {
 /// another type. A text never counts as a number.
 std::optional<PropertyListValue> asSettingType(KVSettingType type, const PropertyListValue& value);
 
+/// Whether a suite returns the value as it was stored: each text and key in it is UTF-8 without a
+/// NUL.
+bool isStoredAsItIs(const PropertyListValue& value);
+
 }  // namespace kelvora

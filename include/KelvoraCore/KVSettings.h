@@ -48,7 +48,8 @@ class KELVORA_EXPORT KVSettings {
   /// Whether the suite holds a value of the right type, so that `value` returns no default.
   bool isStored(const KVSetting& setting);
   /// Stores a value of the row's type, or with none removes the key; flushes and broadcasts.
-  /// Throws std::invalid_argument for a value of another type.
+  /// Throws std::invalid_argument for a value of another type. Returns false, and logs it, for a
+  /// text that is not UTF-8 or holds a NUL, since another one would be stored.
   bool setValue(const KVSetting& setting, std::optional<PropertyListValue> value);
 
   // One getter and one setter per setting; docs/settings.md lists keys, defaults and notices.

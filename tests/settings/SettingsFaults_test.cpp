@@ -72,6 +72,27 @@ TEST_F(SettingsFaults, ADefaultThatMetAFullDiskIsNotStoredOverALaterChoice) {
   EXPECT_EQ(other()->object("KVTempUnitCelsius"), PropertyListValue(false));
 }
 
+TEST_F(SettingsFaults, ATextThatWouldBeStoredAsAnotherOneIsRefused) {
+  ASSERT_TRUE(settings_.setFileLoggingPath("/tmp/log.csv"));
+  ASSERT_TRUE(settings_.setCurrentLanguage("de"));
+  notices_.take();
+  for (const std::string& text : {std::string("/tmp/\xe4"), std::string("a\0b", 3)}) {
+    EXPECT_FALSE(settings_.setFileLoggingPath(text));
+    EXPECT_FALSE(settings_.setCurrentLanguage(text));
+    EXPECT_FALSE(settings_.setValue(settingOf(KVSettingID::kMenuSensors),
+                                    PropertyListValue::Array{"TC0P", text}));
+    EXPECT_FALSE(settings_.setValue(settingOf(KVSettingID::kDropdownItems),
+                                    PropertyListValue::Array{Dictionary{{text, true}}}));
+  }
+  EXPECT_TRUE(notices_.take().empty());
+  EXPECT_EQ(settings_.fileLoggingPath(), "/tmp/log.csv");
+  EXPECT_EQ(settings_.currentLanguage(), "de");
+  EXPECT_EQ(other()->objects(),
+            (Dictionary{{"KVFileLoggingPathKey", "/tmp/log.csv"}, {"CURRENT_LANGUAGE_KEY", "de"}}));
+  EXPECT_TRUE(settings_.setFileLoggingPath("/tmp/\xc3\xa4"));
+  EXPECT_EQ(settings_.fileLoggingPath(), "/tmp/\xc3\xa4");
+}
+
 TEST_F(SettingsFaults, ASetterThatFailedSaysSoAndItsValueDoesNotComeBack) {
   ASSERT_TRUE(other()->setObject("KVUpdateFrequencyKey", 0));
   {
