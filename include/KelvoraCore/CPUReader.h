@@ -49,7 +49,7 @@ KELVORA_EXPORT std::optional<CPUTopProcess> topProcessInArchive(std::span<const 
 KELVORA_EXPORT std::optional<std::vector<CPUTopProcess>> topProcessesInArchive(
     std::span<const std::byte> bytes);
 
-/// Receives the lists of a CPUReader. Its operations do nothing by default.
+/// Receives the lists of a CPUReader. Operations do nothing unless overridden.
 class KELVORA_EXPORT CPUReaderDelegate {
  public:
   virtual ~CPUReaderDelegate() = default;
@@ -60,7 +60,7 @@ class KELVORA_EXPORT CPUReaderDelegate {
 };
 
 /// Lists the processes that use the processors most, by the system's tool `ps`. One thread at a
-/// time, but for `stop`.
+/// time, except for `stop`.
 ///
 /// On macOS a share is an average over the last minute. On Linux it is an average over the life of
 /// the process, and commands are cut to 15 bytes.
@@ -82,7 +82,8 @@ class KELVORA_EXPORT CPUReader {
   /// `std::shared_ptr<CPUReaderDelegate>(token, this)`: the delegate ends with the token.
   void setDelegate(std::weak_ptr<CPUReaderDelegate> delegate) { delegate_ = std::move(delegate); }
 
-  /// Does nothing: a reader is ready when it exists. All readers can be prepared alike.
+  /// Does nothing: a reader is ready when it exists. It exists so that code can prepare all readers
+  /// in the same way.
   void setup() {}
 
   /// Takes one sample and passes it to the delegate. Blocks until `ps` has ended, some 10 to 50 ms:
@@ -94,8 +95,8 @@ class KELVORA_EXPORT CPUReader {
   /// x7" gives 1.2 and "x".
   void read();
 
-  /// Ends the readings, e.g. because the program ends: the `ps` that another thread's `read` waits
-  /// for is ended, and that `read` returns without a call of the delegate, as does each later one.
+  /// Ends the readings, e.g. because the program ends: terminates the `ps` that another thread's
+  /// `read` is waiting for. That `read`, and every later one, returns without calling the delegate.
   /// Any thread; does not wait.
   void stop();
 

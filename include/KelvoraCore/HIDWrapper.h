@@ -38,15 +38,15 @@ class KELVORA_EXPORT HIDWrapper {
   std::optional<HIDReadings> getSensorsDictByType(std::uint64_t type) const;
 
   /// New records of the temperatures, then of the voltages, each with its product name as key and
-  /// names. The caller owns them. Values are not judged: zero is listed too.
+  /// names. The caller owns them. Values are not filtered: zero is listed too.
   SensorList getAllSensors() const;
 
   /// The value of the product of exactly this name, e.g. 41.25 for ("PMU tdie1", 0), or none.
   std::optional<double> getSensorValueByKey(std::string_view key, std::uint64_t type) const;
 
-  /// The functions that macOS does not document, that reading HID services needs, and that this
-  /// version of it lacks, e.g. {"IOHIDServiceClientCopyEvent"}: then there are no sensors. Empty on
-  /// a recorded Mac and on other systems.
+  /// The undocumented macOS functions that reading HID services needs and that this version of
+  /// macOS lacks, e.g. {"IOHIDServiceClientCopyEvent"}: then there are no sensors. Empty on a
+  /// recorded Mac and on other systems.
   std::vector<std::string> missingFunctions() const;
 
  private:

@@ -53,9 +53,9 @@ class KELVORA_EXPORT KVCategory : public KVManagedObject {
   std::string localizedName() const;
   std::string localizedName(const KVLocalized::Texts& texts) const;
 
-  /// The sensors that the display settings let through, in stored order: computed ones, HID ones
-  /// and unknown ones each by a setting of their own, all others always. Source comes first: an
-  /// unknown HID sensor follows the setting for HID sensors. A refresh passes its snapshot.
+  /// The sensors that the display settings show, in stored order. Computed, HID and unknown sensors
+  /// each have their own setting; all others are always shown. Source comes first: an unknown HID
+  /// sensor follows the setting for HID sensors. A refresh passes its snapshot.
   std::vector<KVSensorPtr> filterSensors() const;
   std::vector<KVSensorPtr> filterSensors(KVSettings& settings) const;
   /// Replaces that list for as long as this object lives; none makes it computed again. Nothing is

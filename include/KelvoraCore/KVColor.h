@@ -23,8 +23,8 @@ struct KELVORA_EXPORT KVColor {
   friend bool operator==(const KVColor&, const KVColor&) = default;
 
   /// The opaque colour of a hexadecimal number, in the calibrated space: "FF9500" and " 0xff9500"
-  /// give 255, 149, 0. Reading stops at the first character that is not a digit, so "#FF9500" gives
-  /// black, as does none; a number beyond 32 bits gives white.
+  /// give 255, 149, 0. Reading stops at the first character that is not a digit, so "#FF9500" and
+  /// the empty text give black; a number above 32 bits gives white.
   static KVColor colorWithHexString(std::optional<std::string_view> text);
 
   /// `darkStyleColor` while the system is dark, else `light`; ask again after a theme change.

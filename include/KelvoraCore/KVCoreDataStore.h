@@ -67,8 +67,8 @@ class KELVORA_EXPORT KVCoreDataStore {
   /// As given at creation, in seconds.
   double stalenessInterval() const { return stalenessInterval_; }
 
-  /// The root context, whose changes win over the file's, property by property. Null when the main
-  /// bundle has no readable model.
+  /// The root context, whose unsaved changes override the file's values, property by property. Null
+  /// when the main bundle has no readable model.
   ManagedObjectContextPtr viewContext();
   /// A child of the view context on a private queue; the caller owns it. Without a model it is a
   /// context without objects. Any thread.
@@ -86,7 +86,7 @@ class KELVORA_EXPORT KVCoreDataStore {
   /// then return none and saves fail with "Save error: there is no store: …" and the reason.
   std::shared_ptr<engine::PersistentStoreCoordinator> persistentStoreCoordinator();
   /// The folder of the store file, e.g. "/home/anna/.local/share/group.com.kelvora"; empty when the
-  /// system gives none.
+  /// system has none.
   std::string applicationDocumentsDirectory();
 
   // Categories.
@@ -144,7 +144,8 @@ class KELVORA_EXPORT KVCoreDataStore {
   KVFanSetPtr createFanSetWithName(std::string_view name,
                                    const PropertyListValue::Dictionary& value,
                                    const ManagedObjectContextPtr& context);
-  /// The first set with that identifier; null if there is no such set, and for none.
+  /// The first set with that identifier; null if there is no such set, or if no identifier is
+  /// given.
   KVFanSetPtr getFanSetById(const std::optional<std::string>& identifier);
 
   using FanSets = std::optional<std::vector<KVFanSetPtr>>;
@@ -153,8 +154,8 @@ class KELVORA_EXPORT KVCoreDataStore {
   FanSets allFanSetsInContext(const ManagedObjectContextPtr& context);
 
   // Fan conditions.
-  /// A new condition, made now, that applies the set from that value of the sensor on. Returns null
-  /// and makes nothing without a set or a sensor, and for a set that the context does not see.
+  /// A new condition, made now, that applies the set when the sensor reaches that value. Returns
+  /// null and makes nothing without a set or a sensor, and for a set that the context does not see.
   KVFanConditionPtr createFanConditionWithFanSet(const KVFanSetPtr& fanSet,
                                                  const KVSensorPtr& sensor, double threshold,
                                                  std::int16_t batteryState,

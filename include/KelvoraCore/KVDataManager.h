@@ -60,14 +60,14 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   /// Null makes the next `mainSensor` choose again. Returns whether the choice was stored.
   bool setMainSensor(const KVSensorPtr& sensor);
 
-  /// Keys of the sensors in the menu bar, in order. The first time the main sensor's; none without
-  /// a main sensor.
+  /// Keys of the sensors in the menu bar, in order. The default is the main sensor's key; none
+  /// without a main sensor.
   std::optional<std::vector<std::string>> menuSensors();
   bool setMenuSensors(std::optional<std::vector<std::string>> keys);
 
-  /// Keys of the sensors that are logged to a file. The call that finds none chosen returns none,
-  /// and stores the keys of all sensors that the display settings let through, by category; later
-  /// calls return those. It stores nothing while there is no such sensor.
+  /// Keys of the sensors that are logged to a file. If none are chosen, the call returns none and
+  /// stores the keys of all sensors that the display settings show, ordered by category; later
+  /// calls return those. If no sensor is shown, it stores nothing.
   std::optional<std::vector<std::string>> fileLoggingSensorKeys();
 
   /// The lines of the dropdown: the stored ones (at first "main_sensor" and "fan_control"), then
@@ -76,7 +76,7 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   std::vector<KVDropdownItem> dropdownItems();
   bool setDropdownItems(const std::vector<KVDropdownItem>& items);
 
-  // Sensors of the user's own, and the end of all data.
+  // Custom sensors, and clearing the data.
 
   /// Whether an operation was done, and the error for the user if it was not.
   using Completion = std::function<void(bool done, std::optional<KVError> error)>;
@@ -100,7 +100,7 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   /// Forgets the main sensor, the menu sensors and `openAtLogin`, and removes the files of stored
   /// objects: every entry of the group's folder whose extension is "sqlite", "sqlite-shm" or
   /// "sqlite-wal". Other files and settings stay; failures are ignored. The store stays open: it
-  /// still shows what it shows, and its saves fail from now on, in every program that has it open.
+  /// keeps its current values, and its saves fail from now on, in every program that has it open.
   void clearData();
 
   /// The fan set that the user has chosen by hand, by the setting `manualFanSetId`; null when none
@@ -119,23 +119,23 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   std::optional<std::vector<KVNotification>> overheatNotifications();
   /// The rule for that key, e.g. "TC0P" or "any-sensor"; none without such a rule.
   std::optional<KVNotification> getOverheatNotificationBySensorKey(std::string_view sensorKey);
-  /// Stores the whole list, also over the rules that other programs have added meanwhile. A list
-  /// that could not be read back (texts of many megabytes) is not stored, which is logged.
+  /// Stores the whole list; rules that other programs have added since are lost. A list that could
+  /// not be read back (texts of many megabytes) is not stored, which is logged.
   bool setOverheatNotifications(const std::vector<KVNotification>& rules);
 
   // Each of these changes the stored list in one step: rules that other programs add or change at
-  // the same time stay. Each drops the rules whose sensors are no longer in the store, but none
-  // while the store cannot be read. Each broadcasts the list that it stores. The list of a new user
-  // is stored first. They return whether a list was stored.
+  // the same time stay. Each drops the rules whose sensors are no longer in the store; while the
+  // store cannot be read it drops none. Each broadcasts the list that it stores. For a new user it
+  // first stores the default list. They return whether a list was stored.
 
   /// Replaces the rule of the same key. Without one the list is stored and broadcast as it is.
   bool updateOverheatNotification(const KVNotification& rule);
-  /// Appends a rule. Stores nothing when there is one for the same key.
+  /// Appends a rule. If the list has a rule for the same key, stores nothing.
   bool addOverheatNotification(const KVNotification& rule);
   /// Removes the rule for a key. Without such a rule nothing is stored.
   bool removeOverheatNotification(std::string_view sensorKey);
-  /// Calls `change` with the rule for a key as it is stored now, and stores what it makes of it. It
-  /// must not use the manager. Stores nothing when there is no such rule.
+  /// Calls `change` with the rule for a key as it is stored now, and stores the result. It must not
+  /// use the manager. Stores nothing when there is no such rule.
   bool changeOverheatNotification(std::string_view sensorKey,
                                   const std::function<void(KVNotification&)>& change);
 

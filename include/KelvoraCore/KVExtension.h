@@ -16,8 +16,8 @@ namespace kelvora::KVExtension {
 /// Whether `trimWhitespace` leaves nothing: true for "" and " \t ", false for a line feed.
 KELVORA_EXPORT bool isBlank(std::string_view text);
 
-/// Every occurrence of `what` replaced, from left to right; a missing `with` counts as the empty
-/// text, an empty `what` occurs nowhere: replace("a,b", ",", ";") gives "a;b".
+/// Every occurrence of `what` replaced, from left to right; a missing `with` removes the
+/// occurrences, an empty `what` changes nothing: replace("a,b", ",", ";") gives "a;b".
 KELVORA_EXPORT std::string replace(std::string_view text, std::string_view what,
                                    std::optional<std::string_view> with);
 
@@ -34,8 +34,8 @@ KELVORA_EXPORT std::string formattedName(std::string_view name);
 /// With ";" for every ",", so that it stays one field of a comma-separated line.
 KELVORA_EXPORT std::string formattedForCSVContent(std::string_view text);
 
-// Patterns are regular expressions of ICU. One that cannot be compiled, or that ICU gives up on
-// because matching takes too long or too much memory, matches nowhere.
+// Patterns are regular expressions of ICU. One that cannot be compiled, or whose matching exceeds
+// ICU's limit of time or memory, matches nothing.
 
 /// The first match, trimmed by `trimWhitespace`, or the empty text: getPattern("412  38.4 Safari",
 /// "^\\d+\\s") gives "412".
@@ -44,9 +44,9 @@ KELVORA_EXPORT std::string getPattern(std::string_view text, std::string_view pa
 /// With every match removed; case counts.
 KELVORA_EXPORT std::string trimPattern(std::string_view text, std::string_view pattern);
 
-/// With every match replaced, whatever its case, by a template in which "$1" is the first
-/// group and a backslash takes the next character as it is: ("Apple M1", "Apple ", "") gives "M1".
-/// A template that names a group which the pattern has not leaves the text as it is.
+/// With every match replaced, whatever its case, by a template in which "$1" is the first group and
+/// a backslash takes the next character as it is: ("Apple M1", "Apple ", "") gives "M1". A template
+/// that names a group the pattern lacks leaves the text unchanged.
 KELVORA_EXPORT std::string removedRegexMatchesWithPattern(std::string_view text,
                                                           std::string_view pattern,
                                                           std::string_view replaceWith);
@@ -62,7 +62,7 @@ using Date = std::chrono::system_clock::time_point;
 /// Formats dates by the patterns of Unicode's date fields, with the locale "en_US_POSIX", the
 /// Gregorian calendar and the time zone that was the system's when it was created: that of the
 /// environment variable TZ, which may be a rule ("CET-1CEST,M3.5.0,M10.5.0/3"), else the
-/// computer's. These are fixed formats: no variable of the locale changes them, LC_TIME neither.
+/// computer's. These are fixed formats: no locale variable, not even LC_TIME, changes them.
 class KELVORA_EXPORT DateFormatter {
  public:
   /// Takes over the time zone as it is now. Never fails: an unknown zone counts as UTC.

@@ -10,10 +10,10 @@ namespace kelvora {
 class KELVORA_EXPORT KVFanGuardian {
  public:
   /// The whole of the program "Kelvora Guardian". Speaks with the holder over the channel that is
-  /// the process's standard input, and returns the exit status when the fans are the system's: 0,
-  /// or 64 when standard input is not such a channel. Call it from main(), first of all: it leaves
-  /// the terminal's session, ignores the signals that end programs politely, and makes the standard
-  /// descriptors /dev/null.
+  /// the process's standard input, and returns the exit status once the system controls the fans
+  /// again: 0, or 64 when standard input is not such a channel. Call it first in main(): it leaves
+  /// the terminal's session, ignores SIGHUP, SIGINT, SIGQUIT, SIGTERM and SIGTSTP, and redirects
+  /// the standard descriptors to /dev/null.
   static int run(Platform& platform = Platform::current());
 };
 

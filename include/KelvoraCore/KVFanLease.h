@@ -20,8 +20,8 @@ struct KELVORA_EXPORT KVFanSpeed {
 
 /// How a lease is held.
 struct KELVORA_EXPORT KVFanLeaseOptions {
-  /// The fans are handed back when the lease is not renewed for so long: 1 ms to 24 hours, `take`
-  /// fails for any other. Also the longest wait for the privileged tool.
+  /// If the lease is not renewed for this long, the fans are handed back. 1 ms to 24 hours; `take`
+  /// fails for other values. Also the longest wait for the privileged tool.
   std::chrono::milliseconds timeout{10'000};
   /// The name by which other programs know the holder; empty: that of the running executable.
   std::string program;
@@ -29,16 +29,17 @@ struct KELVORA_EXPORT KVFanLeaseOptions {
   std::string guardian;
 };
 
-/// What has become of the fans of a lease.
+/// The state of a lease's fans.
 enum class KVFanLeaseState : std::uint8_t {
   kIdle,           ///< no fan was taken
   kHeld,           ///< the fans have the speeds that were asked for
   kNotHandedBack,  ///< a fan could not be handed back yet: `fault()` says which and why
-  kEnded,          ///< the fans are the system's; `fault()` says why if nobody released them
+  kEnded,  ///< the system controls the fans; `fault()` gives the reason unless the lease was
+           ///< released
 };
 
-/// Fans that a program takes out of the system's control, and that come back whatever becomes of
-/// the program. A guardian, a process of its own, hands them back when the holder ends, is killed,
+/// Fans that a program takes out of the system's control and that are handed back however the
+/// program ends. A guardian, a process of its own, hands them back when the holder ends, is killed,
 /// or does not renew the lease in time. It must be installed beside the program
 /// (KVUtils::fanGuardianPath), and the privileged tool must be installed (KVUtils::smcExePath).
 ///
@@ -47,14 +48,14 @@ enum class KVFanLeaseState : std::uint8_t {
 ///     every few seconds: if (lease.renew() != KVFanLeaseState::kHeld) { show(lease.fault()); }
 ///     lease.release();
 ///
-/// In a process that ignores SIGCHLD the outcome of the privileged tool is lost; a write has then
-/// succeeded if the key reads so. One thread at a time. The lease has no thread of its own: a
-/// program that hangs loses its fans.
+/// In a process that ignores SIGCHLD the outcome of the privileged tool is lost; a write then
+/// counts as successful if the key reads back the written value. One thread at a time. The lease
+/// has no thread of its own: a program that hangs loses its fans.
 class KELVORA_EXPORT KVFanLease {
  public:
   /// Takes nothing yet. The fans are those of the controller's machine; it must outlive the lease.
   explicit KVFanLease(SensorController& controller, KVFanLeaseOptions options = {});
-  /// Releases the fans. If that fails, the guardian goes on trying.
+  /// Releases the fans. If that fails, the guardian keeps trying.
   ~KVFanLease();
   KVFanLease(const KVFanLease&) = delete;
   KVFanLease& operator=(const KVFanLease&) = delete;
@@ -67,8 +68,8 @@ class KELVORA_EXPORT KVFanLease {
   bool take(const std::vector<KVFanSpeed>& speeds);
 
   /// Says that the program still runs; call it at least three times within the time-out. Hands the
-  /// fans back when the guardian has gone, is silent, or says that a renewal came too late; tries
-  /// again when that failed before. Does not block while the fans are held.
+  /// fans back when the guardian has ended, does not answer, or reports that a renewal came too
+  /// late; retries an earlier hand-back that failed. Does not block while the fans are held.
   KVFanLeaseState renew();
 
   /// Hands the fans back, and waits until the guardian has ended too, so that they can be taken
@@ -76,9 +77,9 @@ class KELVORA_EXPORT KVFanLease {
   /// it to the guardian. True if nothing is held.
   bool release();
 
-  /// As the last operation left it; looks at nothing.
+  /// The state after the last operation; does not check anything.
   KVFanLeaseState state() const;
-  /// One line in English; empty while all is well.
+  /// One line in English; empty when there is no fault.
   const std::string& fault() const;
   /// Whether the last `take` failed because another program has one of the fans.
   bool isHeldElsewhere() const;

@@ -21,22 +21,24 @@ struct KELVORA_EXPORT KVLeasedFan {
   /// mode; else none.
   std::optional<double> minimum;
   bool isLive = false;  ///< a guardian watches the holder, or is handing the fan back
-  std::string fault;  ///< e.g. why the fan cannot be handed back; empty if it was, or was not tried
+  std::string
+      fault;  ///< e.g. why the fan cannot be handed back; empty on success or if not attempted
 };
 
-/// The leases of the account, each a file in the folder that the product's programs share: whatever
-/// happens to a program, the next one sees which fans it had.
+/// The leases of the account, each a file in the folder that the product's programs share: so the
+/// next program finds which fans an ended one had.
 class KELVORA_EXPORT KVFanLeases {
  public:
   /// The fans that are leased or were left behind, by index; changes nothing. A lease that cannot
-  /// be read has a fault that names its file. Any thread; waits for a fraction of a second for a
-  /// program that is just taking or handing back a fan.
+  /// be read has a fault that names its file. Any thread; waits up to a fraction of a second while
+  /// a program is taking or handing back a fan.
   static std::vector<KVLeasedFan> leasedFans(Platform& platform = Platform::current());
 
   /// Hands the fans back that programs have left behind: holder and guardian were killed together,
   /// or the computer lost its power. Returns what was left behind, with a fault for each fan that
   /// is not back now, which a later call tries again. A host calls it when it starts. Leases of
-  /// programs that still run are not touched. Runs the privileged tool, for seconds if that hangs.
+  /// programs that still run are not touched. Runs the privileged tool; takes seconds if the tool
+  /// hangs.
   ///
   /// A lease is of one machine. That of another has a fault that says so, and nothing is written;
   /// it is removed if it is of a recorded Mac that is no longer chosen, or came to this Mac with a

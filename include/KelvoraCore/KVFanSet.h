@@ -42,7 +42,7 @@ class KELVORA_EXPORT KVFanSet : public KVManagedObject {
   void setValue(ManagedData value);
 
   /// The speeds in `value`. The fan controller that writes them chooses keys and values; the store
-  /// does not look into them. They may be texts, numbers, booleans, bytes and dictionaries of
+  /// does not interpret them. They may be texts, numbers, booleans, bytes and dictionaries of
   /// these. None when `value` is not set, is damaged, or holds anything else.
   std::optional<PropertyListValue::Dictionary> valueDict() const;
   /// Archives the speeds into `value`.

@@ -30,7 +30,7 @@ KELVORA_EXPORT std::optional<std::string> localizedStringForKey(
     std::string_view key, std::string_view fromLanguage, Platform& platform = Platform::current());
 
 /// The texts of one language, for a refresh or a report. The constructor finds language and table;
-/// every change before it shows, and none after it. A lookup costs no file access.
+/// it sees every change made before it, and no later one. A lookup costs no file access.
 class KELVORA_EXPORT Texts {
  public:
   /// The settings' current language. Without one, the first of the main bundle's preferred

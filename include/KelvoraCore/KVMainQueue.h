@@ -15,15 +15,15 @@ namespace kelvora {
 /// `runPending()`. A program without a loop calls `runPending()` before it ends.
 class KELVORA_EXPORT KVMainQueue {
  public:
-  /// Runs work as it comes, until `deadline`. What is queued already runs even if the deadline has
-  /// passed; work that keeps coming does not postpone the end. Only on the main thread; on another
-  /// it runs nothing and returns at once. Not from queued work: where the system's loop runs that,
-  /// no more comes until the deadline.
+  /// Runs queued work as it arrives until `deadline`. What is queued already runs even if the
+  /// deadline has passed; work that keeps coming does not postpone the end. Only on the main
+  /// thread; on another it runs nothing and returns at once. Do not call it from queued work: where
+  /// the system's loop runs the queue, no further work runs before the deadline.
   static void runUntil(std::chrono::steady_clock::time_point deadline);
 
-  /// Runs what is queued now and returns how many pieces ran; work that they queue waits for the
-  /// next call. What a piece throws leaves the call, and the rest stays queued. Only on the main
-  /// thread; on another it runs nothing and returns 0.
+  /// Runs the work that is queued now and returns the number of items run; work queued meanwhile
+  /// waits for the next call. An exception from an item propagates, and the rest stays queued. Only
+  /// on the main thread; on another it runs nothing and returns 0.
   static int runPending();
 
   /// A descriptor for the host's own poll loop, readable while work is queued; -1 where the

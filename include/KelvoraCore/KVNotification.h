@@ -20,7 +20,7 @@ class KVSettings;
 /// this key.
 inline constexpr char kAnySensorKey[] = "any-sensor";
 
-/// An overheat rule: the user wants to hear when a sensor reaches a limit. A plain value; a field
+/// An overheat rule: the user wants an alert when a sensor reaches a limit. A plain value; a field
 /// that was never set has no value. KVDataManager keeps the list of rules.
 struct KELVORA_EXPORT KVNotification {
   using Date = std::chrono::system_clock::time_point;
@@ -50,14 +50,15 @@ struct KELVORA_EXPORT KVNotification {
   }
 };
 
-/// The list that is stored, with the rules whose sensors are gone, for a program that only shows:
-/// stores nothing. Empty when the stored list is damaged, none when nothing is stored. Any thread.
+/// The stored list, including rules whose sensors no longer exist, for programs that only display
+/// it. Stores nothing. Empty when the stored list is damaged, none when nothing is stored. Any
+/// thread.
 KELVORA_EXPORT std::optional<std::vector<KVNotification>> storedOverheatNotifications(
     KVSettings& settings);
 
 }  // namespace kelvora
 
-/// Follows the key alone, as the equality.
+/// Uses the key only, like operator==.
 template <>
 struct std::hash<kelvora::KVNotification> {
   /// The hash of the key, so that equal rules have equal hashes. Any thread.

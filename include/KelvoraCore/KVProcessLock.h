@@ -17,18 +17,18 @@ class HeldLock;
 /// no sample is recorded twice.
 inline constexpr char KVHistoryRecordingLock[] = "HistoryRecording";
 
-/// Lets one process of the user's account at a time do something, whatever program it is.
+/// A lock that one process of the user's account can hold at a time.
 ///
-/// The lock ends with the object or with its process, however that ends: nothing is left that could
-/// keep the next one out. Two objects of one process keep each other out too. A program that the
+/// The lock ends with the object or with its process, however that ends: nothing remains that could
+/// block the next one. Two objects of one process exclude each other too. A program that the
 /// process starts does not inherit it, unless it is given the descriptor.
 class KELVORA_EXPORT KVProcessLock {
  public:
-  /// What an attempt to take the lock came to.
+  /// The result of an attempt to take the lock.
   enum class State : std::uint8_t {
     kHeld,
     kHeldElsewhere,  ///< another object has it, of this process or another
-    kFailed,         ///< nobody can have it, for the reason that `fault` gives
+    kFailed,         ///< it cannot be taken; `fault` gives the reason
   };
 
   /// Tries to take the lock of a name, a file name without its extension: "HistoryRecording" is the
@@ -41,10 +41,10 @@ class KELVORA_EXPORT KVProcessLock {
 
   /// As the constructor found it; a held lock stays held.
   State state() const { return state_; }
-  /// Why nobody can have the lock, e.g. "Permission denied"; empty in the other states.
+  /// Why the lock cannot be taken, e.g. "Permission denied"; empty in the other states.
   const std::string& fault() const { return fault_; }
-  /// A descriptor for a program that the process starts, as its standard output, say: the lock is
-  /// then held until that program has ended too. -1 unless the lock is held. Owned by the lock.
+  /// A descriptor to pass to a child process, e.g. as its standard output: the lock is then held
+  /// until the child has ended too. -1 unless the lock is held. Owned by the lock.
   int descriptor() const;
 
  private:

@@ -39,7 +39,8 @@ class KELVORA_EXPORT KVSensor : public KVManagedObject {
   /// The attributes by name, as the model has them.
   static const std::vector<std::string>& attributeNames();
 
-  /// SMC key ("TC0P"), HID product name or computed key ("AverageCPU"); its identity by convention.
+  /// SMC key ("TC0P"), HID product name or computed key ("AverageCPU"); identifies the sensor by
+  /// convention.
   std::string key() const;
   void setKey(std::string value);
 
@@ -112,8 +113,8 @@ class KELVORA_EXPORT KVSensor : public KVManagedObject {
 
   /// Whether the key is "TC0P", a temperature with a threshold of its own.
   bool isCPUProximitySensor() const;
-  /// Whether no entry of the catalogue named it: key, name and full name are the same, and it has
-  /// no group.
+  /// Whether no catalogue entry names it: key, name and full name are the same, and it has no
+  /// group.
   bool isUnknownSensor() const;
 
   // Status (KVSensor_Status.cpp).

@@ -7,7 +7,7 @@ namespace kelvora {
 /// The health of a stored sensor by its last value. Programs compare and store these numbers: never
 /// renumber them. A number outside the table is representable.
 enum KVSensorStatus : std::int32_t {
-  KVSensorStatusNone = 0,  ///< nothing to say, e.g. a sensor of the user's that reads 0
+  KVSensorStatusNone = 0,  ///< no status, e.g. a custom sensor that reads 0
   KVSensorStatusNormalTemperature = 1,
   KVSensorStatusHighTemperature = 2,
   KVSensorStatusVeryHighTemperature = 3,
@@ -17,7 +17,7 @@ enum KVSensorStatus : std::int32_t {
   KVSensorStatusVeryHighSpeed = 7,
   KVSensorStatusOK = 8,
 
-  // What an SMC reports in the place of a temperature. -127 is 9 and -128 is 10: not in the order
+  // Codes that an SMC reports instead of a temperature. -127 is 9 and -128 is 10: not in the order
   // of the readings.
   KVSensorStatusSkipped = 9,                   ///< reading -127
   KVSensorStatusTemperatureCannotBeRead = 10,  ///< reading -128

@@ -9,8 +9,8 @@
 namespace kelvora {
 
 /// Runs work in order, one piece at a time, on a thread of its own, which starts with the first
-/// work. Any thread may queue; destruction waits for what is queued. A binary never holds two
-/// implementations, so each system has a source of its own.
+/// work. Any thread may queue; destruction waits for what is queued. Each system has its own
+/// source, because a binary contains only one implementation.
 class KELVORA_EXPORT KVSerialQueue {
  public:
   /// `label` names the queue to debuggers (on Linux its first 15 bytes name the thread), e.g.
@@ -24,8 +24,8 @@ class KELVORA_EXPORT KVSerialQueue {
   /// Queues `work` and returns at once, also on the queue itself. `work` must not throw. Any
   /// thread.
   void async(std::function<void()> work);
-  /// Runs `work` on the queue and waits for it, also for what it throws; called from the queue
-  /// itself it never returns.
+  /// Runs `work` on the queue, waits for it, and rethrows its exception. Deadlocks when called from
+  /// the queue itself.
   void sync(const std::function<void()>& work);
 
  private:

@@ -25,10 +25,10 @@ class UserDefaultsSuite;
 /// or one of another type, gives the setting's default. Where the table says so, the getter that
 /// finds the key absent stores the default, unless another program stores a value first.
 ///
-/// A setter writes the suite, flushes it, and for settings that other programs follow broadcasts a
-/// notification: later, from the main thread. It returns whether the value was stored. On failure
-/// nothing changes, now or later, nothing is broadcast, and the suite logs the reason once until a
-/// write succeeds. Any thread.
+/// A setter writes the suite, flushes it, and for settings that other programs follow later
+/// broadcasts a notification from the main thread. It returns whether the value was stored. On
+/// failure nothing changes and nothing is broadcast, now or later; the suite logs the reason once
+/// until a write succeeds. Any thread.
 class KELVORA_EXPORT KVSettings {
  public:
   /// Opens the shared suite of a platform, which must outlive the object. Reads and writes nothing.
@@ -140,8 +140,8 @@ class KELVORA_EXPORT KVSettings {
   /// Broadcasts a stored value (none: a removed key) as the setting's row says.
   virtual void announce(const KVSetting& setting, const std::optional<PropertyListValue>& value);
 
-  /// What to store in place of a setting's value, which is missing when there is no value of the
-  /// row's type; none stores nothing. Must not use the settings.
+  /// Returns the value to store for a setting, given its current value (none if absent or of
+  /// another type). To store nothing, return none. Must not use the settings.
   using Change =
       std::function<std::optional<PropertyListValue>(const std::optional<PropertyListValue>&)>;
 

@@ -9,7 +9,7 @@
 
 namespace kelvora {
 
-/// The file in which a system keeps the settings, and whether it can be used.
+/// The settings file and whether it can be used.
 struct KELVORA_EXPORT KVSettingsFile {
   std::string path;  ///< e.g. "/home/anna/.config/group.com.kelvora/Settings.plist"
   bool exists = false;
@@ -30,15 +30,15 @@ struct KELVORA_EXPORT KVSettingsFile {
   std::string obstacle;
 };
 
-/// The file behind `KVSettings`, read now and left as it is; none where the system keeps settings
-/// in a place of its own (macOS). Without the file every setting has its default. Takes the lock
-/// for a moment; while another program holds it, waits for it as long as a setter does (up to 5 s).
-/// Logs nothing. Any thread.
+/// The file behind `KVSettings`, read now and not changed; none on macOS, where the system stores
+/// the settings itself. Without the file every setting has its default. Takes the lock for a
+/// moment; while another program holds it, waits for it as long as a setter does (up to 5 s). Logs
+/// nothing. Any thread.
 KELVORA_EXPORT std::optional<KVSettingsFile> settingsFile(Platform& platform = Platform::current());
 
-/// Whether this program can store settings: stores one of a name that nobody uses, reads it and
-/// removes it again. For a system without a file of settings; elsewhere `settingsFile` says it
-/// without a change of the file. A failure is logged. Any thread.
+/// Whether this program can store settings: stores a setting under an unused name, reads it and
+/// removes it. For systems without a settings file; elsewhere `settingsFile` answers without
+/// changing the file. A failure is logged. Any thread.
 KELVORA_EXPORT bool canStoreSettings(Platform& platform = Platform::current());
 
 }  // namespace kelvora

@@ -11,7 +11,7 @@ namespace kelvora {
 /// The file of the product's stored objects, and whether it can be used.
 struct KELVORA_EXPORT KVStoreFile {
   std::string path;     ///< e.g. "/home/anna/.local/share/group.com.kelvora/Database.sqlite"
-  bool exists = false;  ///< also when its folder cannot be searched, so that nobody knows
+  bool exists = false;  ///< also true when its folder cannot be searched and existence is unknown
   /// Why programs cannot use it, e.g. "file is not a database", "the file was written with another
   /// model" or "Permission denied", or what is wrong beside the file, e.g.
   /// "/.../Database.sqlite-wal: not a file"; empty when they can, or when the file does not exist.

@@ -11,8 +11,8 @@ namespace kelvora {
 /// The notification by which a theme manager announces a theme change to all programs.
 inline constexpr char KVThemeDidChangeNotification[] = "KVThemeDidChangeNotification";
 
-/// Reports whether the system is dark, and announces it to all programs of the product when that
-/// changes.
+/// Reports whether the system uses the dark appearance, and announces changes to all programs of
+/// the product.
 class KELVORA_EXPORT KVThemeManager {
  public:
   /// Listens to the system's theme notification until the object is destroyed.

@@ -56,7 +56,7 @@ class KELVORA_EXPORT KVUtils {
   /// the system has none or it cannot be created.
   static std::optional<std::string> groupContainerPath(Platform& platform = Platform::current());
 
-  /// The same two folders where they are or would be: nothing is created.
+  /// The paths of the same two folders, without creating them.
   static std::optional<std::string> applicationSupportLocation(
       Platform& platform = Platform::current());
   static std::optional<std::string> groupContainerLocation(
@@ -71,7 +71,7 @@ class KELVORA_EXPORT KVUtils {
   static std::optional<std::string> smcExeSrcPath(Platform& platform = Platform::current());
   static std::optional<std::string> smcExePath(Platform& platform = Platform::current());
 
-  /// The program that guards the fans of a `KVFanLease`, carried beside the running program and run
+  /// The program that guards the fans of a `KVFanLease`, shipped beside the running program and run
   /// from there: ".../Kelvora Guardian".
   static std::optional<std::string> fanGuardianPath(Platform& platform = Platform::current());
 
@@ -101,13 +101,13 @@ class KELVORA_EXPORT KVUtils {
                       bool forceRelaunch, OpenCompletion completion,
                       Platform& platform = Platform::current());
 
-  /// Asks every instance of an application to end, again and again without a pause, until none
-  /// runs; then calls `completion` (it may be empty) on the calling thread. An application that
-  /// refuses to end blocks it for ever unless `force`.
+  /// Repeatedly asks every instance of an application to end, without pausing, until none runs;
+  /// then calls `completion` (it may be empty) on the calling thread. Blocks forever if an
+  /// application refuses to end, unless `force` is set.
   static void terminateApp(const std::string& bundleIdentifier, bool force,
                            const std::function<void()>& completion,
                            Platform& platform = Platform::current());
-  /// Asks every instance once, politely or by `force`, and does not wait.
+  /// Asks every instance once (or kills it with `force`) and does not wait.
   static void terminateApp(const std::string& bundleIdentifier, bool force,
                            Platform& platform = Platform::current());
 
@@ -127,15 +127,15 @@ class KELVORA_EXPORT KVUtils {
   /// False also when it is not installed, and for anything but a file, e.g. a symbolic link.
   static bool isSMCPermissionGranted(Platform& platform = Platform::current());
 
-  /// The result of a request for the permission: whether it is granted. There is no error ever; a
-  /// refusal is `granted` alone.
+  /// The result of a request for the permission: whether it is granted. No error is reported; a
+  /// refusal only sets `granted` to false.
   using PermissionCompletion = std::function<void(bool granted, std::optional<std::string> error)>;
 
   /// Installs the privileged tool and gives it its rights, on a thread of its own. Copies
   /// `smcExeSrcPath` to `smcExePath` if nothing is installed yet; a tool that is there is never
   /// replaced. When the permission is not granted already, asks the user to authorise as an
   /// administrator and starts chown and chmod as root. Then calls `completion` (it may be empty)
-  /// later, on the main thread: a host that does not run its main queue hears nothing.
+  /// later, on the main thread: a host that does not run its main queue never gets the call.
   ///
   /// `granted` says that chmod was started. To be certain, call `isSMCPermissionGranted` a moment
   /// later. Not granted when the user refuses, when a command cannot be started, on a recorded Mac
@@ -145,8 +145,8 @@ class KELVORA_EXPORT KVUtils {
   static void requestSMCPermission(PermissionCompletion completion,
                                    Platform& platform = Platform::current());
 
-  /// Owner and permissions of the installed privileged tool (`smcExePath`), for a host that
-  /// explains why its permission is missing; none when it is not installed or may not be examined.
+  /// Owner and permissions of the installed privileged tool (`smcExePath`), so that a host can
+  /// explain why the permission is missing; none when it is not installed or may not be examined.
   static std::optional<KVFileOwnership> smcExeOwnership(Platform& platform = Platform::current());
 
   /// Whether at least one active display is not built in.

@@ -25,12 +25,12 @@ class EntityDescription;
 }  // namespace engine
 
 /// One row of the store as one context sees it. Within a context a row is always the same object,
-/// for as long as somebody holds it. A shared handle: the context keeps objects with unsaved
-/// changes alive and forgets the others with their last user.
+/// while any handle to it exists. A shared handle: the context keeps objects with unsaved changes
+/// alive and releases the others with their last handle.
 ///
-/// Values are read from the store on first access. The staleness interval of the context says
-/// whether they then stay as read or follow what any program last committed. Unsaved values of this
-/// context always show; those of its parents show as far as the staleness interval lets them.
+/// Values are read from the store on first access. The context's staleness interval decides whether
+/// they stay as read or follow what any program last committed. Unsaved values of this context
+/// always show; those of its parents show as the staleness interval allows.
 ///
 /// An object whose row another program deleted keeps the values that it last read, and no
 /// relationship leads to it any more. The same holds for an object of a child whose row the parent
@@ -41,7 +41,7 @@ class EntityDescription;
 /// the end of the context the object keeps the values it has and saves nothing. Nothing here logs.
 class KELVORA_EXPORT ManagedObject : public std::enable_shared_from_this<ManagedObject> {
  public:
-  /// What a context makes an object from.
+  /// The data from which a context creates an object.
   struct Origin {
     std::shared_ptr<engine::ContextState> context;
     const engine::EntityDescription* entity;
@@ -98,7 +98,7 @@ class KELVORA_EXPORT ManagedObject : public std::enable_shared_from_this<Managed
   /// Inserts or moves an object so that it then has this index (at most the count of the others).
   bool insertMember(std::string_view relationship, const ManagedObjectPtr& object,
                     std::size_t index);
-  /// Ends the membership; the object itself stays in the store. False also for one that was no
+  /// Ends the membership; the object itself stays in the store. Also false if the object was not a
   /// member.
   bool removeMember(std::string_view relationship, const ManagedObjectPtr& object);
   /// Makes these objects the members, in this order. Leaves out those that cannot be members.

@@ -18,9 +18,9 @@ namespace kelvora {
 /// tree: the root, bound to the main queue, saves to the file. A child, on a private queue, saves
 /// into its parent and sees the parent's unsaved state.
 ///
-/// A shared handle, owned by whoever asked for it. Unsaved changes are dropped with the last
-/// handle. A child does not keep its parent alive: after the parent's end its saves fail with "the
-/// parent context is gone", and its changes stay unsaved.
+/// A shared handle, owned by the caller. Unsaved changes are dropped with the last handle. A child
+/// does not keep its parent alive: after the parent's end its saves fail with "the parent context
+/// is gone", and its changes stay unsaved.
 ///
 /// Threads: functions marked "any thread" may be called anywhere. Call all others on the context's
 /// queue: inside performAndWait or perform, or, for the root, on the main thread. A child that only
@@ -40,28 +40,28 @@ class KELVORA_EXPORT ManagedObjectContext
   ManagedObjectContextPtr parentContext() const;
 
   /// Runs `work` on the context's queue and waits for it: a private queue runs it on the calling
-  /// thread when its turn comes, the main queue on the main thread. Runs at once when called from
-  /// the queue itself. Waiting for the main queue ends only when the main thread runs its queue.
-  /// Any thread.
+  /// thread, in queue order; the main queue runs it on the main thread. Runs at once when called
+  /// from the queue itself. Waiting for the main queue ends only when the main thread runs its
+  /// queue. Any thread.
   void performAndWait(const std::function<void()>& work);
   /// Runs `work` on the context's queue later, after all work that was passed before; returns at
   /// once. Any thread.
   void perform(std::function<void()> work);
 
-  /// How many seconds a value that was read may be used without looking at the store again: any
-  /// negative number for ever, 0 never. Children start with their parent's interval. Any thread.
+  /// How many seconds a value that was read may be used without reading the store again; negative:
+  /// forever; 0: never. Children start with their parent's interval. Any thread.
   double stalenessInterval() const;
   void setStalenessInterval(double seconds);
 
-  /// A new object of an entity, e.g. "Sensor", with the model's defaults. In memory only, and never
-  /// waits for another program. Null when the model has no such entity or there is no model.
+  /// A new object of an entity, e.g. "Sensor", with the model's defaults. Changes memory only and
+  /// never waits for another program. Null when the model has no such entity or there is no model.
   ManagedObjectPtr insertNewObject(std::string_view entity);
-  /// Deletes an object and what the delete rules of its relationships say, in memory until the
+  /// Deletes an object, and applies the delete rules of its relationships, in memory until the
   /// save. For an object of another context it deletes this context's object of the same row; null
   /// and objects of another store are ignored.
   void deleteObject(const ManagedObjectPtr& object);
   /// This context's object of the row of another context's object. Null for null and for an object
-  /// of another store. The row may be gone or unsaved elsewhere; that shows on access.
+  /// of another store. The row may be deleted or not yet saved; this is detected on access.
   ManagedObjectPtr objectFor(const ManagedObjectPtr& object);
   /// Whether anything is unsaved here; the parents' changes do not count.
   bool hasChanges() const;

@@ -11,7 +11,7 @@
 
 namespace kelvora {
 
-/// A notice as it was posted.
+/// A notification as posted.
 struct KELVORA_EXPORT Notification {
   std::string name;                   ///< e.g. "KVDataManagerSettingsDidChangeNotification"
   std::optional<std::string> object;  ///< the sender's text; none for most
@@ -19,29 +19,29 @@ struct KELVORA_EXPORT Notification {
   std::optional<PropertyListValue::Dictionary> userInfo;
 };
 
-/// Posted in this process when notices stop to travel between programs, e.g. because the session
-/// bus has ended, and when they do again. Its user info has `KVReachesOtherProgramsKey`: a truth
-/// value, whether other programs are reached now.
+/// Posted in this process when notifications stop reaching other programs, e.g. because the session
+/// bus has ended, and when they reach them again. Its user info has `KVReachesOtherProgramsKey`: a
+/// truth value, whether other programs are reached now.
 inline constexpr char KVNotificationReachDidChangeNotification[] =
     "KVNotificationReachDidChangeNotification";
 inline constexpr char KVReachesOtherProgramsKey[] = "KVReachesOtherProgramsKey";
 
-/// Hears the notices of one name, until its end. It hears both kinds: those that any program of the
-/// user's session posted on the distributed notification centre, and those that this process posted
-/// on its own centre. Every notice of the library has a constant for its name:
+/// Observes notifications of one name until it is destroyed. It receives both kinds: those that any
+/// program of the user's session posted on the distributed notification centre, and those that this
+/// process posted on its own centre. Every notice of the library has a constant for its name:
 /// KVSetting.h (settings), KVThemeManager.h (theme), SensorController.h (failed readings).
 class KELVORA_EXPORT NotificationObserver {
  public:
   using Handler = std::function<void(const Notification&)>;
 
   /// Calls `handler` on the main thread, from the main queue, once for each notice that is posted
-  /// from now on: a host that does not run its main queue hears nothing. What `handler` throws
-  /// leaves `KVMainQueue::runPending`. Any thread.
+  /// from now on: a host that does not run its main queue receives none. An exception from
+  /// `handler` propagates out of `KVMainQueue::runPending`. Any thread.
   NotificationObserver(const std::string& name, Handler handler,
                        Platform& platform = Platform::current());
-  /// On the main thread: the handler is not called again, also not for notices that were posted
-  /// before; the handler itself may end its observer. On another thread a call that has begun goes
-  /// on.
+  /// After destruction on the main thread the handler is not called again, not even for
+  /// notifications posted before. The handler may destroy its observer. When destroyed on another
+  /// thread, a call in progress finishes.
   ~NotificationObserver();
   NotificationObserver(NotificationObserver&& other) noexcept;
   NotificationObserver& operator=(NotificationObserver&& other) noexcept;

@@ -38,7 +38,7 @@ enum class Architecture : std::uint8_t { kIntel, kAppleSilicon };
 /// The field's name of an architecture: "x86_64" or "arm64". Any thread.
 KELVORA_EXPORT const char* architectureName(Architecture architecture);
 
-/// What a platform says of itself.
+/// The description of a platform.
 struct KELVORA_EXPORT PlatformIdentity {
   std::string title;  ///< shown with every reading, e.g. "MacBook Pro 15-inch 2018"; UTF-8
   bool isLive = false;
@@ -112,7 +112,7 @@ class KELVORA_EXPORT Platform {
 
   // Recorded Macs. All throw MachineFileError, and log nothing. `host` is the live platform whose
   // files, settings, notices and main queue the recorded Mac uses; without one a new live platform
-  // is made. It is used up even by an operation that throws.
+  // is made. It is consumed even if the operation throws.
 
   /// The recorded Mac that `machine` names: a name of `recordedMacs()` in any case ("imac19,1"),
   /// else a machine file.
@@ -154,8 +154,8 @@ class KELVORA_EXPORT Platform {
   /// it was recorded; replaces a choice that was there, usable or not. Throws when there is no such
   /// machine, and when the choice cannot be stored; then the earlier choice stays.
   static void choose(std::string_view machine);
-  /// Removes the choice, usable or not; nothing happens without one. Waits for a program that
-  /// writes to it, but not for ever. Throws when the file cannot be removed.
+  /// Removes the choice, usable or not; does nothing without one. Waits, for a limited time, for a
+  /// program that is writing to it. Throws when the file cannot be removed.
   static void chooseNone();
   /// Where a choice is kept, even before one is made; none without a support folder. Creates
   /// nothing.

@@ -87,10 +87,10 @@ class KELVORA_EXPORT PredicateArgument {
 /// Placeholders: %@ any value, list or object, %d %i %u (with h, l, ll, q) a whole number, %f %g a
 /// decimal number, %K a key path. Inside quotes a per cent sign is a character like any other.
 ///
-/// nil is a value: `a = nil` asks for it, `a != 5` holds for it, and an ordering or text comparison
-/// with it never holds. A not-a-number counts as nil. The same objects match whether they are saved
-/// or not. Texts compare by their UTF-8 bytes. A MATCHES or LIKE that takes more than some 100,000
-/// steps for one text does not match it. A plain value; any thread.
+/// nil is a value: `a = nil` tests for it, `a != 5` is true for it, and an ordering or text
+/// comparison with it is always false. A not-a-number counts as nil. The same objects match whether
+/// they are saved or not. Texts compare by their UTF-8 bytes. A MATCHES or LIKE that takes more
+/// than some 100,000 steps for one text does not match it. A plain value; any thread.
 class KELVORA_EXPORT Predicate {
  public:
   /// Throws PredicateError when the text is malformed or the arguments do not fit its placeholders.

@@ -8,7 +8,7 @@
 // The System Management Controller by its own protocol: 80-byte records that are exchanged with the
 // user client of the `AppleSMC` service. These functions use one connection, that of the process to
 // the current platform. Any thread may call them; none allocates. Statuses are IOKit's, 0 is
-// success; nothing but what SMCOpen says of itself is printed or logged.
+// success; only SMCOpen prints anything, as described below; nothing is logged.
 
 namespace kelvora {
 
@@ -51,7 +51,7 @@ KELVORA_EXPORT std::uint32_t SMCReadKeyByIndex(std::uint32_t index, SMCValueReco
 KELVORA_EXPORT std::uint32_t SMCWriteKey(SMCValueRecord value);
 
 /// A record's payload as a number by its type and size: "sp78" bytes ff 80 are -0.5, "{pwm" bytes
-/// 80 00 are 50 (percent). 0 for size 0; exactly -1 when type or size are unknown, as a genuine
+/// 80 00 are 50 (percent). 0 for size 0; exactly -1 when type or size are unknown, which a
 /// reading of -1 is too. Types are compared with their NUL: "ui8" followed by two NULs
 /// is unknown. "ui8 ", "ui16" and "ui32" are taken at any size, modulo 2^32 and at most 32 bytes.
 KELVORA_EXPORT float SMCConvertValueToNumber(SMCValueRecord value);

@@ -14,18 +14,15 @@
 /// Enciphers and deciphers bytes with a symmetric cipher, as CommonCrypto does. The library has no
 /// key of its own and enciphers nothing itself: this is for the programs around it.
 ///
-/// What it does not give:
-/// - No authentication. Whoever changes the bytes on their way is not noticed; wrong padding is
-///   reported, and only that.
-/// - No protection by the two short functions: their cipher is DES, whose keys a computer of today
-///   finds by trying them all. They are for data that older programs have enciphered.
-/// - No secret beginnings: without a vector of its own for each message (all zeros are used), equal
-///   beginnings give equal bytes. In ECB mode every equal block does.
+/// What it does not give: - No authentication. Changes to the bytes in transit are not detected;
+/// only wrong padding is reported. - The two short functions give no protection: they use DES,
+/// whose keys can be found by brute force. They exist for data that older programs encrypted. -
+/// Equal beginnings of messages give equal bytes unless each message has its own vector; the
+/// default is all zeros. In ECB mode every equal block does.
 /// - No key from a password: the bytes of a text are the key.
 ///
-/// The library keeps no key: it makes no copy of one beside the cipher's own, which is wiped, as is
-/// what was deciphered before a failure. All functions may be called on any thread. Nothing is
-/// logged.
+/// The library keeps no key: the only copy is the cipher's own, which is wiped, like data decrypted
+/// before a failure. All functions may be called on any thread. Nothing is logged.
 namespace kelvora::SMCEncryption {
 
 using Data = std::vector<std::byte>;

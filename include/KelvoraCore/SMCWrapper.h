@@ -48,11 +48,11 @@ class KELVORA_EXPORT SMCWrapper {
   /// `std::shared_ptr<SMCWrapperDelegate>(token, this)`: the delegate ends with the token.
   void setDelegate(std::weak_ptr<SMCWrapperDelegate> delegate);
 
-  /// The sensor keys as far as they are known: empty before the first enumeration. The reference is
-  /// valid until the list is replaced or the wrapper ends.
+  /// The sensor keys found so far; empty before the first enumeration. The reference is valid until
+  /// the list is replaced or the wrapper ends.
   const std::vector<std::string>& cachedAllSensorKeys() const;
   /// Replaces them. With an empty list the next use enumerates again. A delegate may call this
-  /// during a reading, which then still ends with the keys it began with.
+  /// during a reading, which still uses the keys it started with.
   void setCachedAllSensorKeys(std::vector<std::string> keys);
 
   /// The keys that begin with T, V, P or I and whose values can be converted, in the SMC's order,

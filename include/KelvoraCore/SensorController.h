@@ -89,9 +89,9 @@ class KELVORA_EXPORT SensorController : public SMCWrapperDelegate {
                              const SensorList& allSensors);
 
   /// Has the privileged tool set a fan, 0 to 19, to `speed` revolutions per minute, and blocks
-  /// until it has. On models of 2018 and later it takes the fan out of the system's control, or
-  /// hands it back with `autoMode`, and writes the target speed either way. Older models only take
-  /// a higher minimum speed, and `autoMode` makes no difference.
+  /// until the tool has ended. On models of 2018 and later it takes the fan out of the system's
+  /// control, or hands it back with `autoMode`, and writes the target speed either way. Older
+  /// models only take a higher minimum speed, and `autoMode` makes no difference.
   ///
   /// True if the last write succeeded: on models of 2018 and later that is the target, so true does
   /// not say that the fan was handed back. Nothing is written for a fan above 19. There is no

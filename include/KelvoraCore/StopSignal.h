@@ -18,7 +18,7 @@ class KELVORA_EXPORT StopSignal {
   StopSignal(const StopSignal&) = delete;
   StopSignal& operator=(const StopSignal&) = delete;
 
-  /// Runs the main queue's work as it comes, as `KVMainQueue::runUntil` does. Returns true at the
+  /// Runs the main queue's work as it arrives, as `KVMainQueue::runUntil` does. Returns true at the
   /// deadline, or false once the program is to stop: work that is still queued then stays queued.
   /// Called again after a stop it returns false at once. Only on the main thread.
   bool runUntil(std::chrono::steady_clock::time_point deadline);

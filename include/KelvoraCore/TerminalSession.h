@@ -10,8 +10,8 @@
 
 namespace kelvora {
 
-/// What a program that fills a terminal's screen needs from the system, beside a library that
-/// draws. While an object exists:
+/// What a full-screen terminal program needs from the system, in addition to a drawing library.
+/// While an object exists:
 ///
 /// - SIGINT (Ctrl-C), SIGTERM, SIGHUP (the terminal was closed), SIGTSTP (Ctrl-Z), SIGCONT and
 ///   SIGWINCH are events. SIGHUP and SIGTSTP stay ignored where they were ignored before (nohup).
@@ -23,7 +23,7 @@ namespace kelvora {
 /// At most one object per process at a time, and none beside a StopSignal; only on the main thread.
 class KELVORA_EXPORT TerminalSession {
  public:
-  /// What a wait ended with, the most urgent first.
+  /// Why a wait ended, most urgent first.
   enum class Event : std::uint8_t {
     kStop,      ///< the program is to end; every later wait returns this too
     kSuspend,   ///< the user pressed Ctrl-Z: restore the terminal, then call `suspend`
@@ -53,12 +53,11 @@ class KELVORA_EXPORT TerminalSession {
   /// The terminal's size in characters, e.g. 80 by 24; 0 by 0 where the output is not a terminal.
   Size size() const;
 
-  /// Runs the main queue's work as it comes, as `KVMainQueue::runUntil` does, until there is
-  /// something for the program to do. Returns every event on its own, each once, except kStop and
-  /// kInput, which last.
+  /// Runs the main queue's work as it comes, as `KVMainQueue::runUntil` does, until an event
+  /// occurs. Returns one event per call, each once, except kStop and kInput, which persist.
   Event waitUntil(std::chrono::steady_clock::time_point deadline);
   /// Stops the process as Ctrl-Z does by default, and returns when it is continued; returns at once
-  /// where nobody could continue it (no shell with job control).
+  /// without a shell with job control, which could not continue it.
   void suspend();
 
  private:

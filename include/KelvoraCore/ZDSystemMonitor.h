@@ -36,10 +36,10 @@ class KELVORA_EXPORT ZDSystemMonitor {
   explicit ZDSystemMonitor(Platform& platform,
                            std::string publicAddressService = kPublicAddressService);
 
-  /// The processor load since the sample before, whoever took that; the first sample measures since
+  /// The processor load since the previous sample, by any caller; the first sample measures since
   /// start-up. A processor that the system does not report counts as neither busy nor idle. If the
   /// system reports none, all five are -1 and "Error fetching CPU usage - returning -1!" is logged.
-  /// Threads that sample at once get valid percentages, but of intervals that overlap.
+  /// Threads that sample at the same time get valid percentages of overlapping intervals.
   ZDCPUUsage cpuUsageInfo();
   /// The use of memory now. What the system does not report counts as 0, after "getting page size"
   /// or "Failed to get VM statistics." on standard error.
@@ -56,8 +56,9 @@ class KELVORA_EXPORT ZDSystemMonitor {
   ///
   /// The public address is what "/usr/bin/curl -s" with the service's address prints, less every
   /// character but digits and points, at most the first MiB of those; empty if the service does not
-  /// answer. This blocks until curl has ended: for ever if a service accepts and never answers,
-  /// unless curl's own settings (".curlrc") limit the time. Not for a user-interface thread.
+  /// answer. This blocks until curl has ended: forever if the service accepts the connection and
+  /// never answers, unless curl's own settings (".curlrc") limit the time. Not for a user-interface
+  /// thread.
   ZDNetworkInfo networkInfo() const;
   /// Seconds since start-up, without the time that the computer slept; 0 if that is unknown.
   double systemUptime() const;

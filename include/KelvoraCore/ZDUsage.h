@@ -21,7 +21,7 @@ struct KELVORA_EXPORT ZDCPUUsage {
 
 /// Memory in bytes. `free`, `active`, `inactive` and `wired` are 32-bit figures: each wraps to 0 at
 /// 4 GiB, so 8.5 GiB of active memory are shown as 0.5 GiB. `used` and `other` are computed from
-/// them and are too large by what they lost.
+/// them and are too large by the lost amount.
 struct KELVORA_EXPORT ZDMemoryUsage {
   std::int64_t free = 0;
   std::int64_t used = 0;  ///< installed memory that is not free
