@@ -6,8 +6,8 @@
 
 namespace kelvora {
 
-/// What tells one content of a file from a later one: another file in its place, another size, or
-/// another time of its change, which no program can set back.
+/// What distinguishes one content of a file from a later one: another file in its place, another
+/// size, or another time of its change, which no program can set back.
 struct FileVersion {
   struct Time {
     std::int64_t seconds = 0;

@@ -6,8 +6,8 @@
 
 namespace kelvora {
 
-/// A file that is read from its beginning. A named pipe that nobody writes to is opened at once and
-/// ends at once. One thread at a time.
+/// A file that is read from its beginning. Opening a named pipe without a writer does not block;
+/// reading it gives the end of the file. One thread at a time.
 class InputFile {
  public:
   explicit InputFile(const std::string& path);

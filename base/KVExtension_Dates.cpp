@@ -49,7 +49,7 @@ std::string DateFormatter::stringFromDate(Date date, std::string_view pattern) {
   return text.toUTF8String(result);
 }
 
-// Never destroyed: whatever lives for the process formats dates until the very end.
+// Never destroyed: objects with process lifetime may format dates during exit.
 DateFormatter& dateFormatter() {
   static auto* const formatter = new DateFormatter;
   return *formatter;

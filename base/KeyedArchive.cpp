@@ -15,7 +15,7 @@ constexpr int kDeepestNesting = 100;
 constexpr std::size_t kMostBytes = 4 << 20;
 constexpr std::size_t kMostUnfolding = 16;  // bytes in memory for each byte of the archive
 
-// Ends the reading of an archive.
+// Thrown to abort reading an archive.
 struct Refusal {};
 
 void require(bool condition) {

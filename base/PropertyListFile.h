@@ -24,11 +24,12 @@ enum class PropertyListFormat : std::uint8_t { kBinary, kXML };
 /// which only a keyed archive holds. Never throws on foreign bytes. Any thread.
 PropertyListReading parsePropertyList(std::span<const std::byte> bytes);
 
-/// How much of a property list's file is read.
+/// The largest property-list file that is read, in bytes.
 inline constexpr std::size_t kMostPropertyListBytes = std::size_t{16} << 20;
 
 /// The same for a file of up to `mostBytes`; a failure also names what the system said, e.g. "No
-/// such file or directory". Refuses what is no file, e.g. a named pipe, and waits for nobody.
+/// such file or directory". Refuses anything but a regular file, e.g. a named pipe, and never
+/// blocks.
 PropertyListReading readPropertyListFile(const std::string& path,
                                          std::size_t mostBytes = kMostPropertyListBytes);
 

@@ -58,7 +58,7 @@ std::int64_t receiveTime(int pipe) {
   return time;
 }
 
-// Tells through the pipe when each notice has come; first when it listens.
+// Writes to the pipe when it is listening, and again for each notification received.
 class Listener : public kelvora::KVViewController {
  public:
   explicit Listener(int pipe) : pipe_(pipe) {}

@@ -67,7 +67,7 @@ PrivateContextQueue::PrivateContextQueue() : turns_(std::make_shared<Turns>()) {
 
 PrivateContextQueue::~PrivateContextQueue() {
   if (later_ != nullptr && turns_->isMine()) {
-    // The last user was work on this queue, which cannot wait for its own end.
+    // The last reference was held by work on this queue, and the queue cannot wait for itself.
     std::thread([queue = std::move(later_)]() mutable { queue.reset(); }).detach();
   }
 }

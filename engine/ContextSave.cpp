@@ -75,7 +75,7 @@ std::optional<std::string> ContextState::saveToParent() {
   if (all.changes.empty()) {
     return std::nullopt;
   }
-  // Refused here: in the parent it would fail every save, and nobody there could mend it.
+  // Refused here: in the parent it would fail every save and could not be corrected there.
   for (const RowChange& change : all.changes) {
     if (auto missing = missingValue(change)) {
       return missing;

@@ -21,8 +21,8 @@ class Writer {
   Writer(const ManagedObjectModel& model, const EntityDescription& entity)
       : model_(model), entity_(entity) {}
 
-  // SQL's third truth value never leaves a comparison. Where the negation is needed, an unknown
-  // comparison counts as false, as it does in memory.
+  // SQL's third truth value (NULL) never leaves a comparison. Where the negation is needed, an
+  // unknown comparison counts as false, as it does in memory.
   std::string condition(const ResolvedPredicate& predicate, bool negated) {
     switch (predicate.kind) {
       case NodeKind::kTrue:

@@ -28,7 +28,7 @@ std::int64_t newBlock(StoreFile* file, std::int64_t last) {
     try {
       return std::max(last, readCounter(*file, kCounter)) + 1 + randomBelow(kWidestStep);
     } catch (const std::exception&) {
-      // The save will report it.
+      // The failure is reported by the save.
     }
   }
   return last != 0 ? last + 1 + randomBelow(kWidestStep)

@@ -231,7 +231,7 @@ std::uint64_t PersistentStoreCoordinator::version() {
   try {
     version_.store(file_->currentVersion(), std::memory_order_relaxed);
   } catch (const std::exception&) {
-    // The file cannot be read now: values that were read stay in use.
+    // If the file cannot be read, the values already read remain in use.
   }
   return seenVersion();
 }

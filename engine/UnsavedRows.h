@@ -26,7 +26,7 @@ struct UnsavedObjects {
 
 /// The rows of one entity that a context or one of its parents has changed, so that the file does
 /// not have their current values. Those of the parents are copied when this is made, before the
-/// file is read. The context's own, of which there may be very many, are not copied.
+/// file is read. The context's own rows are not copied, because there may be very many.
 class DirtyRows {
  public:
   /// `mutex` guards `own`, which is changed from elsewhere only when the context ends.

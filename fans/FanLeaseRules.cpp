@@ -32,7 +32,8 @@ constexpr HolderRow kHolderRules[] = {
     {S::kHandingBack, E::kRenewalDue, S::kHandingBack, A::kHandBack},
     {S::kHandingBack, E::kReleaseAsked, S::kHandingBack, A::kHandBack},
     {S::kHandingBack, E::kHandedBack, S::kEnding, A::kClose},
-    // A silent guardian is left alone: it hands back as soon as it runs again.
+    // A guardian that does not answer is not killed: it hands the fans back as soon as it runs
+    // again.
     {S::kEnding, E::kGuardianSilent, S::kEnded, A::kNothing},
     {S::kEnding, E::kGuardianGone, S::kEnded, A::kNothing},
 };

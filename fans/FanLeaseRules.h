@@ -56,7 +56,7 @@ enum class GuardianEvent : std::uint8_t {
   kPrepared,
   kCannotPrepare,
   kRenewed,     ///< a line of the holder
-  kTimeIsOver,  ///< no line came for as long as the lease's time-out, or the pause between two
+  kTimeIsOver,  ///< no line arrived within the lease's time-out, or within the pause between two
                 ///< tries
   kChannelEnded,
   kHandedBack,

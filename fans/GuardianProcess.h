@@ -12,7 +12,7 @@
 namespace kelvora {
 
 /// The guardian of a lease as its holder sees it: a process, and the channel of which it waits for
-/// the end. Used anew for each guardian. One thread at a time.
+/// the end. `launch` starts over. One thread at a time.
 class GuardianProcess {
  public:
   using Event = platform::GuardChannel::Event;

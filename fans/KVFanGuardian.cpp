@@ -25,7 +25,7 @@ using platform::GuardChannel;
 using std::chrono::milliseconds;
 
 constexpr int kExitWrongUsage = 64;
-// Longer than a holder takes to ask.
+// Longer than a holder needs to send its request.
 constexpr milliseconds kWaitForRequest{60'000};
 
 class Guardian {
@@ -102,7 +102,7 @@ class Guardian {
 
   milliseconds nextPause() { return pauses_.next(tool_.isInstalled()); }
 
-  // Every fan is tried, whatever became of the others.
+  // Tries every fan, even if another failed.
   void handBack() {
     handedBack_ = true;
     for (const LeasedFan& fan : request_.fans) {
@@ -112,7 +112,8 @@ class Guardian {
     }
   }
 
-  // Nobody sees a guardian: what is in its way is in the lease, for whoever looks at the fans.
+  // A guardian has no output, so it writes its fault into the lease, where other programs can read
+  // it.
   void note(const LeasedFan& fan, const std::string& fault) {
     if (std::exchange(noted_[fan.fan], fault) != fault) {
       writeLease(platform_, recordOf(fan, fault));
@@ -161,7 +162,7 @@ class Guardian {
   ToolWrites tool_;
   GuardianState state_ = GuardianState::kPreparing;
   RetryPauses pauses_;
-  std::optional<bool> handedBack_;  // what the last try came to, until it is an event
+  std::optional<bool> handedBack_;  // the result of the last try, until it becomes an event
   std::vector<std::unique_ptr<KVProcessLock>> locks_;
   std::vector<std::uint64_t> written_;
   std::map<std::uint64_t, std::string> noted_;  // of each fan, why it cannot be handed back

@@ -158,7 +158,7 @@ class KVFanLease::Holder {
       return fail("no fan to take");
     }
     if (state_ != HolderState::kIdle && state_ != HolderState::kHeld) {
-      return false;  // not handed back yet, or just lost: what was in the way is known
+      return false;  // not handed back yet, or just lost: the fault is already set
     }
     if (!privilegedToolRequest(platform_, "", "")) {
       return fail("the privileged tool is not installed: " +

@@ -86,7 +86,8 @@ KVLeasedFan ofAnotherMachine(KVLeasedFan fan, const LeaseRecord& record) {
   return fan;
 }
 
-// Under the fan's lock. A hand-back counts if it began when nobody was left who may set the fan.
+// Under the fan's lock. A hand-back counts only if it began after the last process that may set the
+// fan had ended.
 std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
   const auto write = handBackOf(platform, fan, reading);
   if (!write) {

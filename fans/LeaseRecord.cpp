@@ -18,7 +18,7 @@ using Json = nlohmann::json;
 // What `Files::replace` adds to the name of a file while it writes.
 constexpr char kOfWriter[] = ".new";
 
-// A lease has a few hundred bytes; at its path may be anything.
+// A lease has a few hundred bytes; its path may contain any file.
 constexpr std::size_t kMostBytes = 65'536;
 
 template <typename Value>

@@ -22,7 +22,7 @@ std::string ToolWrites::write(const FanWrite& write, ToolDescriptors descriptors
 }
 
 std::string ToolWrites::handBack(const FanWrite& write, ToolDescriptors descriptors) {
-  // Tried until it succeeds: what the tool says would be said again and again.
+  // It is retried until it succeeds, so the tool's message would be repeated each time.
   const std::string outcome = outcomeOf(write, descriptors, /*isSilent=*/true);
   std::string fault = outcome.empty() ? "" : faultOf(write, outcome);
   return !fault.empty() && readsAs(platform_, write.key, write.value) ? "" : fault;

@@ -12,8 +12,8 @@ namespace kelvora {
 
 class Platform;
 
-/// What a tool has open for as long as it runs, so that others see that it does. -1: what this
-/// process has.
+/// Descriptors that a tool inherits while it runs, so that others can detect it. -1: this process's
+/// own.
 struct ToolDescriptors {
   int standardInput = -1;
   int standardOutput = -1;

@@ -28,7 +28,7 @@ std::string bytesOf(SMCConnection& connection, std::string_view key) {
              : "";
 }
 
-// What `work` returns with a connection; without an SMC each of its calls fails.
+// Returns the result of `work` on a connection; without an SMC every call on it fails.
 template <typename Work>
 auto withConnection(Platform& platform, Work work) {
   SMCConnection connection(platform.smc());

@@ -10,7 +10,7 @@ class Platform;
 bool isReadable(Platform& platform, std::string_view key);
 
 /// Whether the SMC has a key in its list, e.g. "F0Md". On Linux the driver may have a value for a
-/// key that the SMC itself has not. Goes through the whole list. Likewise.
+/// key that the SMC itself lacks. Reads the whole list. Over its own connection, any thread.
 bool isListed(Platform& platform, std::string_view key);
 
 /// Whether a key holds the bytes of a hexadecimal text, e.g. ("F0Md", "00"). False also when the

@@ -128,7 +128,7 @@ SensorList SMCWrapper::getAllSensors() {
     sensors.push_back(fan(i));
   }
   getAllSensorKeys();
-  // A delegate that receives a failure may replace the list: this reading keeps its own.
+  // The delegate may replace the list when it receives a failure; this reading keeps its copy.
   const auto keys = sensorKeys_;
   sensors.reserve(sensors.size() + keys->size());
   for (const std::string& key : *keys) {

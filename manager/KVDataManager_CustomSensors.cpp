@@ -63,8 +63,8 @@ KVError KVDataManager::error(std::int64_t code) {
 }
 
 // Each change begins with a save of what the host left unsaved, so that a rollback drops only the
-// change itself. Without it a later save would store what the user was told had failed, over what
-// other programs have stored since.
+// change itself. Without this a later save would store a change that was reported as failed, and
+// overwrite what other programs have stored since.
 void KVDataManager::addCustomSensor(const Info& info, const Completion& completion) {
   const KVCategoryPtr category =
       store_->getCategoryWithType(numberIn(info, "category_type").integerValue());

@@ -12,7 +12,7 @@ namespace kelvora {
 PropertyListValue::Data archiveOfNotifications(const std::vector<KVNotification>& rules);
 
 /// The list of rules in an archive; none when the bytes are damaged, or hold anything but rules. A
-/// field of the wrong kind is none. Never throws on foreign bytes. Any thread.
+/// field of the wrong type is left without a value. Never throws on foreign bytes. Any thread.
 std::optional<std::vector<KVNotification>> notificationsInArchive(
     const PropertyListValue::Data& bytes);
 

@@ -22,7 +22,7 @@ struct ChildRequest {
   std::string path;                    ///< of the executable, e.g. "/usr/sbin/system_profiler"
   std::vector<std::string> arguments;  ///< without the program's own name
   bool captureStandardOutput = false;  ///< otherwise the child writes where this process does
-  bool discardStandardError = false;   ///< otherwise likewise
+  bool discardStandardError = false;   ///< otherwise the child writes where this process does
   int qualityOfService = 0;   ///< as a task of Foundation has it; launching a program ignores it
   int standardInput = -1;     ///< a descriptor that the child has as its own; -1: as this process
   int standardOutput = -1;    ///< the same, unless it is captured

@@ -44,8 +44,8 @@ class Files {
   /// Names of the entries of a folder, sorted, without those of its folders; none if it cannot be
   /// listed.
   virtual std::optional<std::vector<std::string>> list(const std::string& folder) = 0;
-  /// Removes a file, or a folder with everything in it. False if there is none, or something in it
-  /// cannot be removed.
+  /// Removes a file, or a folder with everything in it. False if it does not exist, or if something
+  /// in it cannot be removed.
   virtual bool remove(const std::string& path) = 0;
   /// Creates a folder and its parents. Returns whether the folder exists afterwards, so true also
   /// for one that existed.

@@ -13,7 +13,7 @@ namespace kelvora::platform {
 /// never holds two implementations. One thread at a time.
 class GuardChannel {
  public:
-  /// What a wait for a line came to.
+  /// The result of a wait for a line.
   enum class Event : std::uint8_t {
     kLine,
     kNothing,  ///< no line came in time

@@ -6,7 +6,7 @@
 
 namespace kelvora::platform {
 
-/// Work for the main thread, in order. The main thread is the one that first touched the queue.
+/// Work for the main thread, in order. The main thread is the first thread that used the queue.
 class MainQueue {
  public:
   virtual ~MainQueue() = default;

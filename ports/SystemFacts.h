@@ -15,7 +15,7 @@ struct OSVersion {
   std::int64_t patch = 0;
 };
 
-/// DiskArbitration's description of a disk. A member is none if the description lacks it.
+/// DiskArbitration's description of a disk. A member has no value if the description lacks it.
 struct DiskDescription {
   std::optional<std::string> mediaName;    ///< e.g. "APPLE SSD AP0512M Media"
   std::optional<std::string> deviceModel;  ///< may carry blanks at its ends

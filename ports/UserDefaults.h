@@ -17,8 +17,8 @@ enum class SuiteWrite : std::uint8_t {
   kDefault,  ///< a default is kept: gives up soon, and leaves a damaged suite as it is
 };
 
-/// A named suite of settings that several programs share. Nothing waits in memory: a read returns
-/// what any program last wrote, and a write is on disk when it returns. Any thread.
+/// A named suite of settings that several programs share. Nothing is cached: a read returns what
+/// any program last wrote, and a write is on disk when it returns. Any thread.
 class UserDefaultsSuite {
  public:
   virtual ~UserDefaultsSuite() = default;
@@ -37,8 +37,8 @@ class UserDefaultsSuite {
   /// Removes a key; otherwise as `setObject`. True also when the key was absent.
   virtual bool removeObject(std::string_view key) = 0;
 
-  /// What to store in place of the value that a key holds; none leaves the key as it is. The
-  /// argument is none when the key is absent. Must not use the suite.
+  /// Returns the value to store for a key; none leaves the key unchanged. The argument is none when
+  /// the key is absent. Must not use the suite.
   using Change =
       std::function<std::optional<PropertyListValue>(const std::optional<PropertyListValue>& held)>;
 

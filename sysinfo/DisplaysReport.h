@@ -18,9 +18,9 @@ struct DisplaysReport {
 /// Reads what `system_profiler SPDisplaysDataType -json` printed.
 ///
 /// A text that is not JSON gives no list and no failure. A report without "SPDisplaysDataType"
-/// gives an empty list. Where the platform's code would meet an object that does not answer, there
-/// is a failure: the report or one of its entries is not an object, the list is not an array, or
-/// "sppci_cores" is neither a text nor a number. Any other member of a wrong kind is none.
+/// gives an empty list. There is a failure where the platform's own code would raise an exception:
+/// the report or one of its entries is not an object, the list is not an array, or "sppci_cores" is
+/// neither a text nor a number. Any other member of the wrong type has no value.
 DisplaysReport parseDisplaysReport(std::string_view text);
 
 }  // namespace kelvora

@@ -25,7 +25,7 @@ CPUTopProcess processOf(std::string_view text) {
   std::string line = trimWhitespace(text);
   CPUTopProcess process;
   process.pid = PropertyListValue(takePattern(line, "^\\d+")).integerValue();
-  // Some languages write a decimal comma.
+  // Some locales use a decimal comma.
   const std::string usage = takePattern(line, "^[0-9,.]+ ");
   process.usage = PropertyListValue(replace(usage, ",", ".")).doubleValue();
   process.command = line;

@@ -34,7 +34,7 @@ std::optional<std::string> localAddress(platform::SystemFacts& facts) {
   return noneIfEmpty(last.empty() ? facts.primaryHostAddress() : last);
 }
 
-// Digits and points of what a child prints. A child that prints them on and on meets a closed pipe.
+// Digits and points of what a child prints. If a child keeps printing them, the pipe is closed.
 std::string scannedOutput(platform::ChildProcess& child) {
   constexpr std::size_t kMostScanned = 1 << 20;
   constexpr std::string_view kScanned = "0123456789.";

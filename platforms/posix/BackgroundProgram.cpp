@@ -16,7 +16,7 @@ namespace kelvora {
 
 namespace {
 
-// The end of what a process writes that goes on; no text has it.
+// Marks the end of a background process's answer; it does not occur in text.
 constexpr std::string_view kDetached("\0", 1);
 
 std::string outputOf(platform::ChildProcess& child) {

@@ -22,13 +22,13 @@ using Clock = std::chrono::steady_clock;
 // No line of a guardian or of its holder is as long.
 constexpr std::size_t kLongestLine = 65'536;
 
-#ifdef SOCK_CLOEXEC  // so that not even a child that is started this moment inherits an end
+#ifdef SOCK_CLOEXEC  // so that a child started at the same moment does not inherit an end
 constexpr int kStream = SOCK_STREAM | SOCK_CLOEXEC;
 #else
 constexpr int kStream = SOCK_STREAM;
 #endif
 
-#ifdef SO_NOSIGPIPE  // macOS says it once, of the socket; Linux of each call
+#ifdef SO_NOSIGPIPE  // macOS sets it once per socket, Linux per call
 constexpr int kWithoutSignal = 0;
 bool raisesNoSignal(int descriptor) {
   const int yes = 1;

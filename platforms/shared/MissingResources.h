@@ -8,7 +8,7 @@
 
 namespace kelvora::platform {
 
-/// Reports resources that were looked for in vain. Any thread.
+/// Reports resources that were not found. Any thread.
 class MissingResources {
  public:
   /// Logs the first missing resource of each type, e.g. "Database.momd" of "momd", with the folders

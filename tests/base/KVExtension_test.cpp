@@ -123,7 +123,7 @@ TEST(KVExtensionPatterns, ATemplateHasNoCharactersByNumber) {
   EXPECT_EQ(removedRegexMatchesWithPattern("ab", "a", "\\u"), "ub");
 }
 
-TEST(KVExtensionPatterns, ADollarWithoutANumberStandsForItself) {
+TEST(KVExtensionPatterns, ADollarWithoutANumberIsLiteral) {
   EXPECT_EQ(removedRegexMatchesWithPattern("5 usd", " usd", "$"), "5$");
   EXPECT_EQ(removedRegexMatchesWithPattern("a", "a", "$x${y}$"), "$x${y}$");
 }
@@ -145,7 +145,7 @@ TEST(KVExtensionPatterns, APatternThatBacktracksWithoutEndMatchesNowhere) {
   EXPECT_EQ(trimPattern(hostile, "^(a+)+$"), hostile);
 }
 
-TEST(KVExtensionPatterns, APatternThatBacktracksWithoutRoomMatchesNowhere) {
+TEST(KVExtensionPatterns, APatternThatExceedsTheBacktrackingLimitMatchesNothing) {
   const std::string large(8'000'000, 'a');
   EXPECT_EQ(getPattern(large, "(a|b)*c"), "");
 }
@@ -324,7 +324,7 @@ TEST(KVExtensionTimeZone, AnEmptyTZIsUniversalTime) {
   EXPECT_EQ(dateTimeFormat(berlinAfternoon()), "2024-03-07 13:05:09");
 }
 
-TEST_F(KVExtensionDate, OneFormatterServesEveryPatternFromEveryThread) {
+TEST_F(KVExtensionDate, OneFormatterHandlesEveryPatternOnEveryThread) {
   EXPECT_EQ(&dateFormatter(), &dateFormatter());
   EXPECT_EQ(dateFormatter().stringFromDate(berlinAfternoon(), "EEE d MMM"), "Thu 7 Mar");
   std::vector<std::string> wrong(4);

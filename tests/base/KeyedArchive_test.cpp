@@ -129,7 +129,7 @@ TEST(KeyedArchive, MutableClassesCountAsTheirImmutableOnes) {
   }
 }
 
-TEST(KeyedArchive, PlainValuesMayStandInPlaceOfAReference) {
+TEST(KeyedArchive, PlainValuesMayReplaceAReference) {
   const auto bytes =
       archiveOfObjects(arrayObject("<string>a</string><integer>1</integer><true/><real>0.5</real>"
                                    "<date>2024-03-07T00:00:00Z</date>",

@@ -144,12 +144,12 @@ TEST(PropertyListFile, NestingBeyondAHundredLevelsIsRefused) {
   EXPECT_EQ(parsePropertyList(deeper).failure, "nested too deeply");
 }
 
-TEST(PropertyListFile, AMissingFileTellsWhatTheSystemSaid) {
+TEST(PropertyListFile, AMissingFileReportsTheSystemsError) {
   const testing::TemporaryFolder folder;
   EXPECT_EQ(readPropertyListFile(folder.path("none.plist")).failure, "No such file or directory");
 }
 
-TEST(PropertyListFile, OnlyAFileIsReadAndNobodyIsWaitedFor) {
+TEST(PropertyListFile, OnlyARegularFileIsReadAndOpeningNeverBlocks) {
   const testing::TemporaryFolder folder;
   ASSERT_EQ(mkfifo(folder.path("pipe.plist").c_str(), 0600), 0);
   EXPECT_EQ(readPropertyListFile(folder.path("pipe.plist")).failure, "not a file");

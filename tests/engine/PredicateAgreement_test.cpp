@@ -259,7 +259,7 @@ TEST_F(PredicateAgreementTest, UnsavedChangesOfSomeObjectsMatchAsTheyDoOnceSaved
   }
 }
 
-TEST_F(PredicateAgreementTest, StoredRowsAndObjectsInMemoryAreJudgedAndOrderedAlike) {
+TEST_F(PredicateAgreementTest, StoredRowsAndObjectsInMemoryMatchAndSortAlike) {
   SCOPED_TRACE(testing::seedNote(seed));
   int matched = 0;
   for (int i = 0; i < 3000; ++i) {

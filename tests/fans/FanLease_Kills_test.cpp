@@ -221,7 +221,7 @@ TEST_F(FanLeaseBothKilled, WithoutModesADamagedLeaseIsNamedAndKept) {
 }
 
 // Anybody may write into the folder of the account: a lease only gives its own fan back.
-TEST_F(FanLeaseBothKilled, ALeaseThatWritesAnotherKeyIsNone) {
+TEST_F(FanLeaseBothKilled, ALeaseThatWritesAnotherKeyIsIgnored) {
   const std::string lease = "group.com.kelvora/Fan0.plist";
   std::string text = folder.read(lease);
   text.replace(text.find("F0Md"), 4, "F1Tg");

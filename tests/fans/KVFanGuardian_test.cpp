@@ -174,7 +174,7 @@ TEST(LeaseRequest, ALineGivesTheRequestBack) {
   EXPECT_EQ(again->machine, request.machine);
 }
 
-TEST(LeaseRequest, OtherLinesAreNone) {
+TEST(LeaseRequest, OtherLinesAreNotRequests) {
   for (
       const char* line : {
           "",

@@ -84,7 +84,7 @@ TEST_F(KVFanLeaseLocks, OfAFanThatCannotTurnAreNotTaken) {
   EXPECT_TRUE(writes().empty());
 }
 
-TEST_F(KVFanLeaseLocks, OfAFanThatMayStandStillOrHasOneSpeedAreTaken) {
+TEST_F(KVFanLeaseLocks, OfAFanWithMinimumZeroOrOneSpeedAreTaken) {
   for (const float minimum : {0.0F, 1.0F}) {
     use(withLimits(minimum, 1));
     const auto lease = newLease();

@@ -249,7 +249,7 @@ TEST_F(KVFanLeaseTest, AGuardianThatDoesNotAnswerLeavesTheFanAlone) {
   EXPECT_EQ(writes(), Writes{});
 }
 
-TEST_F(KVFanLeaseTest, ASecondHolderIsToldWhoHasTheFan) {
+TEST_F(KVFanLeaseTest, ASecondHolderLearnsWhichProgramHasTheFan) {
   const auto first = newLease();
   ASSERT_TRUE(first->take({{0, 3000}})) << first->fault();
   const auto second = newLease();

@@ -101,7 +101,7 @@ TEST(AppleSiliconSensors, AsksForPageUsageProductAndTheFirstFieldOfOneEvent) {
   EXPECT_EQ(hid.createdClients, 2);
 }
 
-TEST(AppleSiliconSensors, IsNoneWhenNoServiceMatchesOrThereIsNoClient) {
+TEST(AppleSiliconSensors, ReturnsNoneWhenNoServiceMatchesOrThereIsNoClient) {
   const auto platform = macWithServices({temperature("PMU tdie1", 40)});
   EXPECT_EQ(AppleSiliconSensors(65280, 6, 15, *platform), std::nullopt);
   auto& hid = wrapPort<ForwardingHIDEventSystem>(platform->ports().hid);

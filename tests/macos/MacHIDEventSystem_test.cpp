@@ -63,7 +63,7 @@ TEST_F(MacHIDTest, ListsTheMatchingServicesInOrder) {
   EXPECT_EQ((*services)[2]->copyProperty("Product"), "A");
 }
 
-TEST_F(MacHIDTest, APropertyThatIsNoTextIsNone) {
+TEST_F(MacHIDTest, APropertyThatIsNotTextHasNoValue) {
   plugIn({hidTemperature("B", 44.28)});
   const auto client = hid.createClient();
   const auto services = client->copyServices();
@@ -82,7 +82,7 @@ TEST_F(MacHIDTest, AnEventHoldsItsValueInItsFirstField) {
   EXPECT_EQ(services->front()->copyEvent(std::int64_t{1} << 40, 0, 0), nullptr);
 }
 
-TEST_F(MacHIDTest, NothingMatchingIsNoneWhetherTheSystemListsNothingOrNoList) {
+TEST_F(MacHIDTest, ReturnsNoneWhenTheSystemReturnsAnEmptyListOrNoList) {
   plugIn({hidTemperature("B", 44.28)});
   for (const bool listsEmptyArrays : {false, true}) {
     HIDSystem::shared().listsEmptyArrays = listsEmptyArrays;
@@ -111,7 +111,7 @@ TEST_F(MacHIDTest, AReadingMatchesByTwoNumbersAndAsksEachServiceForNameEventAndF
                                R"("PrimaryUsagePage": 65288}))");
 }
 
-TEST_F(MacHIDTest, EachFailedCallOfTheEnumerationIsNone) {
+TEST_F(MacHIDTest, ReturnsNoneWhenAnyCallOfTheEnumerationFails) {
   plugIn({hidTemperature("A", 40)});
   for (const char* function : {"IOHIDEventSystemClientCreate", "IOHIDEventSystemClientCopyServices",
                                "CFDictionaryCreateMutable", "CFNumberCreate"}) {

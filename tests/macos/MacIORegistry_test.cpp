@@ -88,7 +88,7 @@ TEST_F(MacIORegistryTest, ListsTheServicesOfAClassInOrderWithTheirChildren) {
   EXPECT_EQ(services->back()->name(), "second");
 }
 
-TEST_F(MacIORegistryTest, AClassWithoutServicesIsEmptyAndAFailedQueryIsNone) {
+TEST_F(MacIORegistryTest, AClassWithoutServicesIsEmptyAndAFailedQueryReturnsNone) {
   bootWith({});
   EXPECT_TRUE(registry.matchingServices("A")->empty());
   boot({});
@@ -146,7 +146,7 @@ TEST_F(MacIORegistryTest, ANameThatIsNotUTF8IsReadable) {
   EXPECT_EQ(registry.matchingServices("A")->front()->name(), "GFX\uFFFD");
 }
 
-TEST_F(MacIORegistryTest, EachFailedCallIsNoneOrEmpty) {
+TEST_F(MacIORegistryTest, EachFailedCallReturnsNoneOrAnEmptyList) {
   bootWith({{"A", {"first", {{"count", 3}}, {{"child", {}, {}}}}}});
   for (const char* function : {"IOServiceMatching", "IOServiceGetMatchingServices"}) {
     ledger.failCall(function);

@@ -69,7 +69,7 @@ TEST_F(MacMainQueueTest, WorkOfAnotherThreadEndsAWaitAndStaysQueued) {
   other.join();
 }
 
-TEST_F(MacMainQueueTest, AWaitWithQueuedWorkIsOneTurnInWhichTheSystemIsServed) {
+TEST_F(MacMainQueueTest, AWaitWithQueuedWorkRunsTheRunLoopOnce) {
   int arrived = 0;
   queue.async([] {});
   Dispatch::shared().onMainLoop([&] { ++arrived; });

@@ -27,7 +27,7 @@ std::int64_t endedProcess() {
   return pid;
 }
 
-TEST_F(MacWorkspaceTest, AnApplicationIsLaunchedByItsIdentifierUnlessThereIsNone) {
+TEST_F(MacWorkspaceTest, AnApplicationIsLaunchedByItsIdentifierIfItExists) {
   Cocoa::shared().installed["com.kelvora"] = "/Applications/Kelvora.app";
   MacWorkspace workspace;
   EXPECT_TRUE(workspace.launchApplication("com.kelvora"));
@@ -96,7 +96,7 @@ TEST_F(MacAuthorizationTest, OneRightIsAskedForWithInteractionAndExtensionAndRel
                    "AuthorizationFree(8)"}));
 }
 
-TEST_F(MacAuthorizationTest, ARefusedRightIsNoneAndThereIsNothingToRelease) {
+TEST_F(MacAuthorizationTest, ARefusedRightReturnsNoneAndLeavesNothingToRelease) {
   ledger.failCall("AuthorizationCreate");
   EXPECT_EQ(MacAuthorization().request("system.privilege.admin"), nullptr);
   EXPECT_EQ(ledger.callCount("AuthorizationFree"), 0);

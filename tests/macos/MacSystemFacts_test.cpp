@@ -34,7 +34,7 @@ TEST_F(MacSystemFactsTest, ADiskIsDescribedThroughASessionAndReleased) {
                                 "DADiskCopyDescription()"}));
 }
 
-TEST_F(MacSystemFactsTest, WhatADescriptionLacksIsNone) {
+TEST_F(MacSystemFactsTest, FieldsThatADescriptionLacksHaveNoValue) {
   const auto stick = facts.diskDescription("/Volumes/Stick");
   ASSERT_TRUE(stick.has_value());
   EXPECT_EQ(stick->deviceModel, std::nullopt);

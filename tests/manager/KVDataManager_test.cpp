@@ -103,7 +103,7 @@ TEST_F(DataManager, AChosenMainSensorIsKeptByItsKey) {
   EXPECT_EQ(manager->mainSensor(), graphics);
 }
 
-TEST_F(DataManager, AStaleMainSensorIsNoneAndStaysChosen) {
+TEST_F(DataManager, ADeletedMainSensorReturnsNullAndStaysChosen) {
   add("TC0P");
   suite->setObject("KVMainSensor", "gone");
   EXPECT_EQ(manager->mainSensor(), nullptr);

@@ -146,7 +146,7 @@ TEST(NotificationArchive, NumbersOfEveryKindAreAccepted) {
   EXPECT_EQ(ruleWithFields("<key>active</key><real>0</real>")->active, false);
 }
 
-TEST(NotificationArchive, AFieldOfTheWrongKindIsNoneAndTheOthersStay) {
+TEST(NotificationArchive, AFieldOfTheWrongTypeHasNoValueAndTheOthersStay) {
   const std::string text = "<string>a</string>";
   const auto read = ruleWithFields("<key>sensorKey</key><integer>1</integer><key>sensorName</key>" +
                                    text + "<key>threshold</key>" + text + "<key>active</key>" +
@@ -158,7 +158,7 @@ TEST(NotificationArchive, AFieldOfTheWrongKindIsNoneAndTheOthersStay) {
   expectSame(*read, expected);
 }
 
-TEST(NotificationArchive, ANullFieldIsNone) {
+TEST(NotificationArchive, ANullFieldHasNoValue) {
   const auto read = ruleWithFields("<key>sensorKey</key>@0@<key>lastTimeFired</key>@0@");
   ASSERT_TRUE(read.has_value());
   expectSame(*read, KVNotification());

@@ -177,7 +177,7 @@ TEST_F(Localized, TextsShowEveryChangeBeforeThemAndNoneAfterThem) {
   EXPECT_EQ(english.localizedStringForKey("category-fan-name"), "Fans");
 }
 
-TEST_F(Localized, TextsOfALanguageWithoutAFolderAreNone) {
+TEST_F(Localized, ReturnsNoneForALanguageWithoutAFolder) {
   mac_.settings.setCurrentLanguage("tr");
   const KVLocalized::Texts texts(mac_.settings, *mac_.platform);
   EXPECT_FALSE(texts.localizedStringForKey("category-fan-name"));

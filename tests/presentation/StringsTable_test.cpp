@@ -24,7 +24,7 @@ std::string utf16(std::u16string_view text, bool bigEndian) {
   return bytes;
 }
 
-TEST(StringsTable, EntriesStandBetweenCommentsOfBothKinds) {
+TEST(StringsTable, EntriesMayBeBetweenCommentsOfBothKinds) {
   const auto reading = parse(
       "/* Categories; \"no\" = \"entry\"; */\n"
       "\"category-fan-name\" = \"Fans\"; // spinning\n"
@@ -62,7 +62,7 @@ TEST(StringsTable, WordsNeedNoQuotesAndAKeyAloneIsItsOwnText) {
                                          {"also alone", "also alone"}}));
 }
 
-TEST(StringsTable, BracesMayStandAroundTheEntries) {
+TEST(StringsTable, BracesMayEncloseTheEntries) {
   EXPECT_EQ(parse("{ a = b; }").table, (StringsTable{{"a", "b"}}));
   EXPECT_EQ(parse("{}").table, StringsTable());
   EXPECT_EQ(parse("{ a = b;").failure, "line 1: '}' expected");

@@ -163,7 +163,7 @@ TEST_F(Applications, OneThatRunsAlreadyIsNotOpenedAndKeepsRunning) {
   EXPECT_EQ(after[0].pid, before[0].pid);
 }
 
-TEST_F(Applications, AMissingOneIsNotOpenedAndToldAtOnce) {
+TEST_F(Applications, AMissingOneIsNotOpenedAndCompletesAtOnce) {
   int answers = 0;
   KVUtils::openApp(
       kMenu, folder_.path("none.app"),

@@ -77,7 +77,7 @@ TEST_F(Companions, ATerminationAsksEveryInstanceOfTheApplicationOnce) {
   EXPECT_THAT(workspace_->requests, ElementsAre("kill 1", "kill 3"));
 }
 
-TEST_F(Companions, OneIsOpenedWithoutTellingAnybody) {
+TEST_F(Companions, OneIsOpenedWithoutACompletion) {
   KVUtils::openApp(kMenuIdentifier, app_, nullptr, *mac_.platform);
   EXPECT_NO_THROW(mac_.runMainQueue());
   EXPECT_THAT(workspace_->requests, ElementsAre("open " + app_));
@@ -103,7 +103,7 @@ TEST_F(Companions, WithoutAPlatformTheCurrentOnesApplicationsAreMeant) {
                           "kill 1", "open " + app_, "quit 2", "kill 3"));
 }
 
-TEST_F(Companions, WithoutAPlatformTheCurrentOnesFactsAreTold) {
+TEST_F(Companions, WithoutAPlatformTheCurrentOneIsUsed) {
   testing::wrapPort<testing::ForwardingSystemFacts>(mac_.platform->ports().systemFacts)
       .onActiveDisplays = [] {
     return std::vector{platform::Display{false, 2560, 1440}};

@@ -35,12 +35,12 @@ TEST(ProcessWithPath, AnswersTheStandardOutputAndClosesIt) {
   EXPECT_EQ(request.qualityOfService, 0);
 }
 
-TEST(ProcessWithPath, IsNoneForACommandThatPrintsNothing) {
+TEST(ProcessWithPath, ReturnsNoneForACommandThatPrintsNothing) {
   ScriptedChildProcesses children = printing("");
   EXPECT_EQ(ZDSystemKitHelper::processWithPath("/bin/true", {}, children), std::nullopt);
 }
 
-TEST(ProcessWithPath, IsNoneForOutputThatIsNotUTF8) {
+TEST(ProcessWithPath, ReturnsNoneForOutputThatIsNotUTF8) {
   for (const char* output : {"caf\xe9", "\xc0\xaf", "ok \xed\xa0\x80", "cut \xe2\x82", "\xff"}) {
     ScriptedChildProcesses children = printing(output);
     EXPECT_EQ(ZDSystemKitHelper::processWithPath("/bin/x", {}, children), std::nullopt) << output;

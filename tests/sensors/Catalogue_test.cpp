@@ -107,7 +107,7 @@ TEST(Catalogue, EveryEntryHasItsNameAsFullNameAndNoValue) {
 }
 
 // The families of Apple silicon use these keys for different cores, Intel one for its power supply.
-TEST(Catalogue, OnlyTheKeysOfSeveralFamiliesStandTwice) {
+TEST(Catalogue, OnlyTheKeysOfSeveralFamiliesAppearTwice) {
   std::set<std::string> twice;
   for (const auto& [key, count] : countKeys(SensorController::getDefaultSMCSensors())) {
     EXPECT_LE(count, 2) << key;
@@ -133,7 +133,7 @@ TEST(Catalogue, NoFamilyFindsAKeyTwice) {
   }
 }
 
-TEST(Catalogue, KeysThatDifferInCaseOnlyStandSideBySide) {
+TEST(Catalogue, KeysThatDifferOnlyInCaseAreDistinct) {
   const auto counts = countKeys(SensorController::getDefaultSMCSensors());
   for (const char* key : {"TC%C", "TC%c", "TCXC", "TCXc", "TCSC", "TCSc", "TCGC", "TCGc", "TH%A",
                           "TH%a", "TH0P", "Th0H", "Tp0C", "TP0D"}) {

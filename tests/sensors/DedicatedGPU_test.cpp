@@ -33,7 +33,7 @@ TEST(DedicatedGPU, IsTheLastOfTwoDedicatedOnes) {
   EXPECT_EQ(dedicatedGPU(both), &both->at(1));
 }
 
-TEST(DedicatedGPU, IsNoneOfAnyOtherNumber) {
+TEST(DedicatedGPU, IsNullForAnyOtherNumberOfProcessors) {
   EXPECT_EQ(dedicatedGPU(std::nullopt), nullptr);
   EXPECT_EQ(dedicatedGPU(std::vector<ZDGPUInfo>{}), nullptr);
   EXPECT_EQ(dedicatedGPU({{gpu("AMD", true)}}), nullptr);

@@ -112,7 +112,7 @@ TEST_F(SettingsFileCheck, ATrialFailsWhereNothingCanBeStored) {
   EXPECT_FALSE(canStoreSettings(*platform_));
 }
 
-TEST(KVSettingsFile, IsNoneWhereTheSystemKeepsSettingsInAPlaceOfItsOwn) {
+TEST(KVSettingsFile, ReturnsNoneWhereTheSystemStoresSettingsItself) {
   const auto platform = testing::recordedPlatform(testing::recordedMachine("Macmini8,1"));
   EXPECT_FALSE(settingsFile(*platform));
 }

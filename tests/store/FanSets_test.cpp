@@ -96,7 +96,7 @@ TEST_F(FanSets, SpeedsAreStoredAsAnArchive) {
   EXPECT_EQ(set->valueDict(), Dictionary());
 }
 
-TEST_F(FanSets, SpeedsThatAreNoDictionaryAreNone) {
+TEST_F(FanSets, SpeedsThatAreNotADictionaryReturnNone) {
   const KVFanSetPtr set = addSet("Quiet");
   const std::vector<ArchiveValue> roots = {
       "text",

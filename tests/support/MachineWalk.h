@@ -75,14 +75,14 @@ inline void walkRegistry(const platform::RecordedMachine& machine) {
 
 inline void walkSystem(const platform::RecordedMachine& machine) {
   platform::SystemControlTable controls(machine.sysctl);
-  std::array<std::byte, 16> room{};
+  std::array<std::byte, 16> buffer{};
   for (const auto& [name, bytes] : machine.sysctl) {
-    std::size_t size = room.size();
-    controls.byName(name.c_str(), room.data(), &size);
+    std::size_t size = buffer.size();
+    controls.byName(name.c_str(), buffer.data(), &size);
   }
   for (const int number : {3, 7}) {
-    std::size_t size = room.size();
-    controls.byNumber(std::array{6, number}, room.data(), &size);
+    std::size_t size = buffer.size();
+    controls.byNumber(std::array{6, number}, buffer.data(), &size);
   }
   platform::RecordedSystemFacts facts(machine);
   for (const auto& path : facts.mountedVolumePaths()) {
@@ -95,7 +95,7 @@ inline void walkSystem(const platform::RecordedMachine& machine) {
   platform::RecordedChildProcesses children(machine.commands);
   for (const auto& command : machine.commands) {
     const auto launch = children.launch({command.path, command.arguments, true, false, 0});
-    while (launch.child->readStandardOutput(room) > 0) {
+    while (launch.child->readStandardOutput(buffer) > 0) {
     }
   }
 }

@@ -107,14 +107,14 @@ TEST(CPUTopProcessArchive, ARecordIsNoListAndAListIsNoRecord) {
   EXPECT_FALSE(topProcessInArchive(keyedArchive("Safari")));
 }
 
-TEST(CPUTopProcessArchive, AListOfAnythingElseIsNone) {
+TEST(CPUTopProcessArchive, AListOfAnythingElseReturnsNone) {
   const ArchiveValue process = ArchiveValue::Object("CPUTopProcess");
   EXPECT_TRUE(topProcessesInArchive(keyedArchive(ArchiveValue::Array{process, process})));
   EXPECT_FALSE(topProcessesInArchive(keyedArchive(ArchiveValue::Array{process, "Safari"})));
   EXPECT_FALSE(topProcessesInArchive(keyedArchive(ArchiveValue::Array{ArchiveValue()})));
 }
 
-TEST(CPUTopProcessArchive, BytesThatAreNoArchiveAreNone) {
+TEST(CPUTopProcessArchive, BytesThatAreNotAnArchiveReturnNone) {
   const std::vector<std::byte> nothing;
   const std::vector<std::byte> damaged(100, std::byte{0x62});
   EXPECT_FALSE(topProcessInArchive(nothing));

@@ -65,7 +65,7 @@ TEST(DiskQuery, WithoutARootVolumeThereIsNoDiskAndNoLogLine) {
   EXPECT_EQ(answer.logged, "");
 }
 
-TEST(DiskQuery, ADiskThatCannotBeDescribedOrIsRemovableIsNone) {
+TEST(DiskQuery, ReturnsNoneForADiskThatIsRemovableOrCannotBeDescribed) {
   EXPECT_FALSE(diskOf({"/"}, std::nullopt).disk);
   DiskDescription removable = kDescription;
   removable.mediaRemovable = true;

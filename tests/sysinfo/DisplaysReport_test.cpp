@@ -30,7 +30,7 @@ void expectFailure(const std::string& text, const std::string& reason) {
   EXPECT_EQ(report.failure, reason);
 }
 
-TEST(DisplaysReport, TellsEveryProcessorInItsOrder) {
+TEST(DisplaysReport, ListsEveryProcessorInOrder) {
   const auto report = parseDisplaysReport(reportOf(
       R"([{"sppci_model":"Apple M1","spdisplays_vendor":"sppci_vendor_Apple","sppci_cores":"8",
            "spdisplays_vram_shared":"8 GB","spdisplays_vram":"1 GB"},{"sppci_model":"Second"}])"));
@@ -75,7 +75,7 @@ TEST(DisplaysReport, CoresOfAnotherKindAreAFailure) {
   expectFailure(withCores("{}"), "sppci_cores is not a number but object");
 }
 
-TEST(DisplaysReport, NumbersWhereTextsAreExpectedAreNone) {
+TEST(DisplaysReport, NumbersWhereTextsAreExpectedHaveNoValue) {
   EXPECT_EQ(processorOf(R"({"sppci_model":5,"spdisplays_vendor":{},"spdisplays_vram":1536})"),
             ZDGPUInfo{});
 }
@@ -95,7 +95,7 @@ TEST(DisplaysReport, AListOrAnEntryOfAnotherKindIsAFailure) {
   expectFailure(reportOf("[1]"), "an entry is not an object but number");
 }
 
-TEST(DisplaysReport, ATextThatIsNotJSONTellsNothing) {
+TEST(DisplaysReport, ATextThatIsNotJSONGivesNoList) {
   for (const char* text :
        {"", "system_profiler: error", "{", "5", "\"text\"", "null",
         R"({"SPDisplaysDataType":[]} trailing)", "{\"a\":\"\xff\"}", R"({"a":1e999})"}) {
@@ -103,7 +103,7 @@ TEST(DisplaysReport, ATextThatIsNotJSONTellsNothing) {
   }
 }
 
-TEST(DisplaysReport, ADeepTextTellsNothing) {
+TEST(DisplaysReport, ATextThatIsNestedTooDeeplyGivesNoList) {
   const std::string deep(513, '[');
   expectNothing(deep + std::string(513, ']'));
   expectNothing(std::string(10 << 20, '['));

@@ -121,7 +121,7 @@ TEST(GraphicsQuery, AnAppleSiliconMacAsksTheSystemProfiler) {
   EXPECT_EQ(result.logged, "");
 }
 
-TEST(GraphicsQuery, AReportThatCannotBeHadOrReadIsNoneWithoutALogLine) {
+TEST(GraphicsQuery, AMissingOrUnreadableReportReturnsNoneWithoutALogLine) {
   for (const char* output : {"", "no JSON", "\xff\xfe", "7"}) {
     const auto result = reported(output);
     EXPECT_EQ(result.infos, std::nullopt) << output;
@@ -130,13 +130,13 @@ TEST(GraphicsQuery, AReportThatCannotBeHadOrReadIsNoneWithoutALogLine) {
   EXPECT_EQ(reported(std::string(10 << 20, 'x')).infos, std::nullopt);
 }
 
-TEST(GraphicsQuery, AChildThatCannotBeLaunchedIsNone) {
+TEST(GraphicsQuery, ReturnsNoneWhenTheChildCannotBeLaunched) {
   const auto result = reported(std::nullopt);
   EXPECT_EQ(result.infos, std::nullopt);
   EXPECT_EQ(result.logged.find("SPDisplaysDataType"), std::string::npos);
 }
 
-TEST(GraphicsQuery, AReportOfAnotherShapeIsNoneAndLogged) {
+TEST(GraphicsQuery, AReportOfAnotherShapeReturnsNoneAndIsLogged) {
   const auto result = reported(R"({"SPDisplaysDataType":null})");
   EXPECT_EQ(result.infos, std::nullopt);
   EXPECT_EQ(result.logged,

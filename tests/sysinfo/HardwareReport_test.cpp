@@ -17,7 +17,7 @@ void expectNothing(const HardwareReport& report) {
   EXPECT_EQ(report.fallbackName, std::nullopt);
 }
 
-TEST(HardwareReport, TellsNumberSerialAndAFallbackName) {
+TEST(HardwareReport, ReportsNumberSerialAndAFallbackName) {
   const auto report = reportOf(R"([{"machine_name":"MacBook Pro","chip_type":"Apple M9",
       "model_number":"Z12N","serial_number":"C02"},{"serial_number":"second"}])");
   EXPECT_EQ(report.modelNumber, "Z12N");
@@ -38,14 +38,14 @@ TEST(HardwareReport, TheFallbackNameNeedsBothParts) {
   EXPECT_EQ(reportOf(R"([{"machine_name":5,"chip_type":"Apple M9"}])").fallbackName, std::nullopt);
 }
 
-TEST(HardwareReport, ReportsOfAnotherShapeTellNothing) {
+TEST(HardwareReport, ReportsOfAnotherShapeGiveNoFacts) {
   for (const char* entries : {"[]", "{}", "null", "\"x\"", "[null]", "[[]]", "[\"x\"]", "[5]",
                               R"([{"serial_number":5,"model_number":null}])"}) {
     expectNothing(reportOf(entries));
   }
 }
 
-TEST(HardwareReport, TextsThatAreNoReportTellNothing) {
+TEST(HardwareReport, TextsThatAreNotAReportGiveNoFacts) {
   for (const char* text : {"", "not JSON", "[]", "5", "{}", "{\"SPHardwareDataType\":",
                            "{\"SPHardwareDataType\":[{\"serial_number\":\"\xff\"}]}"}) {
     expectNothing(parseHardwareReport(text));

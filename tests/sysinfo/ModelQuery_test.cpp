@@ -155,7 +155,7 @@ TEST(ModelQuery, FamiliesAreThePrefixesOfIdentifiers) {
   EXPECT_EQ(familyOfIdentifier(""), 0);
 }
 
-TEST(ModelQuery, TheByteOrderTellsTheEndianness) {
+TEST(ModelQuery, TheByteOrderDeterminesTheEndianness) {
   const auto endiannessOf = [](std::vector<std::byte> bytes) {
     return modelOf(testing::machineWithControls({{"hw.byteorder", std::move(bytes)}})).endianness;
   };

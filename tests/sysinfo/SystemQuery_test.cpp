@@ -21,7 +21,7 @@ ZDOSInfo systemOf(std::optional<platform::OSVersion> version, const std::string&
 
 std::string buildOf(const std::string& text) { return systemOf(std::nullopt, text).build; }
 
-TEST(SystemQuery, TheBuildStandsInTheBracketsOfTheVersionText) {
+TEST(SystemQuery, TheBuildIsInTheBracketsOfTheVersionText) {
   EXPECT_EQ(buildOf("Version 13.4 (Build 22F66)"), "22F66");
   EXPECT_EQ(buildOf("Version 13.4 (22F66)"), "22F66");
   EXPECT_EQ(buildOf("a (Build 1) (Build 2)"), "1 ");

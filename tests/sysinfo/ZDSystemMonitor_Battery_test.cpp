@@ -105,7 +105,7 @@ class EntryWithoutProperties : public platform::RegistryEntry {
   }
 };
 
-TEST(ZDSystemMonitor_Battery, APowerSourceWhosePropertiesCannotBeReadIsNone) {
+TEST(ZDSystemMonitor_Battery, APowerSourceWithUnreadablePropertiesCountsAsAbsent) {
   testing::MonitoredMac mac;
   mac.registry.onMatchingServices = [](std::string_view) {
     std::vector<std::unique_ptr<platform::RegistryEntry>> entries;

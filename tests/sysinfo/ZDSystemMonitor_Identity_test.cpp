@@ -46,7 +46,9 @@ TEST(LocalAddress, IsThePrimaryOneIfThereIsOnlyLoopbackAndIPv6) {
   EXPECT_EQ(localAddress({"127.0.0.1", "fe80::1"}), "127.0.0.1");
 }
 
-TEST(LocalAddress, IsNoneIfTheSystemHasNone) { EXPECT_EQ(localAddress({}), std::nullopt); }
+TEST(LocalAddress, ReturnsNoneIfTheSystemHasNoAddress) {
+  EXPECT_EQ(localAddress({}), std::nullopt);
+}
 
 TEST(HostName, IsTheSystemsAndNoneIfThatIsEmpty) {
   const testing::MonitoredMac mac(machineWithAddresses({}));

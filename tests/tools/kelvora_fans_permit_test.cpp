@@ -57,7 +57,7 @@ TEST_F(KelvoraFansPermit, AToolThatCannotBeCopiedIsNamed) {
 TEST_F(KelvoraFansPermit, AFolderInPlaceOfTheToolIsReported) {
   home_.write("data/Kelvora/Kelvora SMC/x", "");
   expectRefused(runKelvora({"fans", "permit", "--machine", "iMac19,1"}),
-                tool() + ": is no file of its own, but a folder or a link; remove it first", 1);
+                tool() + ": is a folder or a link, not a regular file; remove it first", 1);
 }
 
 // The default recording is shown where nothing else can be; nobody wants to write its fans.
@@ -120,8 +120,7 @@ TEST_F(KelvoraFansPermitOnAMac, TheToolGetsItsRights) {
 
 TEST_F(KelvoraFansPermitOnAMac, ALinkInPlaceOfTheToolGetsNoRights) {
   const std::string other = home_.write("data/Kelvora/other", "");
-  const std::string line =
-      tool() + ": is no file of its own, but a folder or a link; remove it first";
+  const std::string line = tool() + ": is a folder or a link, not a regular file; remove it first";
   std::filesystem::create_symlink(other, tool());
   expectRefused(runKelvora({"fans", "permit"}), line, 1);
   std::filesystem::remove(tool());

@@ -327,7 +327,7 @@ TEST_F(KelvoraSettings, WatchWritesALineOfTextForANotice) {
   EXPECT_EQ(watch.wait(), 0);
 }
 
-// Tells the session as another program of the product would.
+// Posts to the session as another program of the product would.
 void post(Platform& program, const std::string& name,
           const std::optional<std::string>& object = std::nullopt) {
   program.notificationCentres().distributed().post({name, object, std::nullopt}, true);

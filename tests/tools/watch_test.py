@@ -103,7 +103,7 @@ def wait_until(condition):
     end = time.monotonic() + PATIENCE
     while not (result := condition()):
         if time.monotonic() > end:
-            raise AssertionError("waited in vain")
+            raise AssertionError("timed out")
         time.sleep(0.01)
     return result
 

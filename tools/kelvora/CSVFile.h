@@ -7,9 +7,9 @@
 
 namespace kelvora::tool {
 
-/// A file of lines under one line of names, to which lines are added. Nothing of it is kept open or
-/// remembered: it may be moved away, emptied or changed between two calls. A failure is returned as
-/// e.g. "/no/log.csv: No such file or directory".
+/// A CSV file: a header line and appended lines. It is not kept open and nothing is cached: it may
+/// be moved away, emptied or changed between two calls. A failure is returned as e.g. "/no/log.csv:
+/// No such file or directory".
 class CSVFile {
  public:
   explicit CSVFile(std::string path) : path_(std::move(path)) {}

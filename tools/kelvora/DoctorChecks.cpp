@@ -153,7 +153,8 @@ Check suite(const MachineChoice& machine) {
   }
   if (!file->fault.empty()) {
     return {kName, CheckState::kBroken, file->path + ": " + file->fault,
-            "put a good copy in its place; else the next change starts anew and keeps this one "
+            "replace it with a good copy; otherwise the next change starts with an empty file and "
+            "keeps this one "
             "beside"};
   }
   if (!file->mistyped.empty()) {
@@ -225,7 +226,7 @@ Check notices(const MachineChoice& machine) {
   }
   if (!reachesOthers) {
     return {kName, CheckState::kHint,
-            "no session bus: a change of a setting is not told to other programs",
+            "no session bus: other programs are not notified of changed settings",
             "log in to a desktop session, or start the programs under dbus-run-session"};
   }
   return {kName, CheckState::kOK, "come back, and reach the other programs", ""};
@@ -382,7 +383,7 @@ Check smcCheck(const MachineChoice&) {
   const std::uint32_t count = smcKeyCount();
   if (count == 0) {
     return {kName, CheckState::kHint, "none, or it does not answer",
-            "nothing where there is none; a program in the sandbox may not ask it"};
+            "nothing to do if the Mac has none; a sandboxed program has no access"};
   }
   return {kName, CheckState::kOK, std::to_string(count) + " keys", ""};
 }

@@ -15,7 +15,7 @@ namespace kelvora::tool {
 
 /// The speeds that a person wrote as "0=3000". Throws CommandError (wrong usage) for another form.
 std::vector<KVFanSpeed> parsedFanSpeeds(const std::vector<std::string>& words);
-/// One index, and one speed. Throw likewise.
+/// Parse one index and one speed; throw the same error.
 std::uint64_t parsedFan(const std::string& word);
 std::uint64_t parsedSpeed(const std::string& word);
 

@@ -21,7 +21,7 @@ bool isOwnHolder(const KVLeasedFan& lease);
 std::vector<KVFanSpeed> otherFansOfHolders(const std::vector<std::uint64_t>& fans,
                                            const std::vector<FanState>& states);
 
-/// Asks the own holders that have any of `fans` to end, and waits until all their fans are handed
+/// Asks this program's holders of any of `fans` to end, and waits until all their fans are handed
 /// back. Returns those that did not end in time, one lease each.
 std::vector<KVLeasedFan> endOwnHolders(const std::vector<std::uint64_t>& fans, Platform& platform);
 

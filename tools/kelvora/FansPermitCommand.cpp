@@ -65,7 +65,7 @@ bool isFileOfItsOwn(const std::string& path, Platform& platform) {
 bool permit(Platform& platform, const std::string& path) {
   const bool isRequested = requested(platform);
   if (!isRequested && !isFileOfItsOwn(path, platform)) {
-    fail(path + ": is no file of its own, but a folder or a link; remove it first");
+    fail(path + ": is a folder or a link, not a regular file; remove it first");
   }
   if (!KVUtils::smcExeOwnership(platform)) {
     fail(path + ": could not be copied from " +

@@ -36,8 +36,7 @@ std::string holderOf(const KVLeasedFan& lease);
 /// Returns whether all of it was.
 bool reportLeftBehind(const std::vector<KVLeasedFan>& leftBehind);
 
-/// The same for fans whose guardians still try to hand them back; returns whether all of them are
-/// well.
+/// The same for fans whose guardians still try to hand them back; returns whether none has a fault.
 bool reportStuck(const std::vector<KVLeasedFan>& held);
 
 /// Whether the fan is at a fixed speed and no program of the account is known to hold it.

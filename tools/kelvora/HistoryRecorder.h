@@ -21,8 +21,8 @@ namespace kelvora::tool {
 /// history of each sensor: its series and its recorded extremes. docs/history.md says what is kept.
 ///
 /// What was sampled but could not be saved waits in memory for the next sample, for as long as a
-/// series would keep it. Of the store nothing is remembered between two samples, so that what
-/// another program adds, changes or deletes counts at the next one. Only on the main thread.
+/// series would keep it. Nothing of the store is cached between samples, so that what another
+/// program adds, changes or deletes counts at the next one. Only on the main thread.
 class HistoryRecorder {
  public:
   using Instant = std::chrono::system_clock::time_point;

@@ -19,8 +19,8 @@ inline constexpr char kInterrupted[] = "interrupted";
 class LiveReport {
  public:
   virtual ~LiveReport() = default;
-  /// Begins to take a sample, unless one is still being taken. What takes long is for another
-  /// thread, which queues work of the main queue at its end.
+  /// Begins to take a sample, unless one is still being taken. Slow work belongs on another thread,
+  /// which queues its result on the main queue.
   virtual void begin() = 0;
   /// Whether a sample has been taken, once for each; from then on the other operations show it.
   virtual bool take() = 0;

@@ -42,7 +42,7 @@ std::string textOf(const std::optional<ChosenMac>& chosen, bool isUsed, const St
   }
   std::string text = headOf(*chosen, style) + "chosen in " + printable(chosen->file) + "\n";
   if (!isUsed) {
-    text += "not used: this computer has sensors of its own\n";
+    text += "not used: this computer has its own sensors\n";
   }
   for (const RecordedWrite& write : chosen->writes) {
     text += "written: " + printable(write.key) + " " + write.bytes + "\n";

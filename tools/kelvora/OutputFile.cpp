@@ -31,7 +31,7 @@ std::error_code written(const std::string& path, const char* mode, std::string_v
   if (std::fwrite(content.data(), 1, content.size(), file) != content.size()) {
     error = lastError();
   }
-  // What is buffered may fail only now.
+  // Buffered data may fail only here.
   if (std::fclose(file) != 0 && !error) {
     error = lastError();
   }

@@ -88,7 +88,7 @@ bool OverheatRules::isQuiet(const KVNotification& rule, Instant now) const {
   if (!last || rule.repeatMode() == 0) {
     return last.has_value();
   }
-  // A time to come is of a clock that was set back since.
+  // A time in the future means that the clock was set back.
   return *last <= now && now < *last + std::chrono::seconds(rule.repeatDelays());
 }
 

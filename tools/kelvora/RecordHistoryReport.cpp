@@ -36,7 +36,7 @@ void RecordHistoryReport::sample(Instant instant, const HistoryRecorder::Outcome
 
 void RecordHistoryReport::noteStore(Instant instant, const HistoryRecorder::Outcome& outcome) {
   if (outcome.isStoreNew) {
-    event(instant, "another program cleared the stored data; recording goes on in a new store",
+    event(instant, "another program cleared the stored data; recording continues in a new store",
           {{"event", "newStore"}});
   }
   if (outcome.fault.empty() != isSaving_) {

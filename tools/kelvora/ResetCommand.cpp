@@ -95,7 +95,7 @@ std::string textOf(const ResetState& cleared, const ResetState& left) {
          "\nPrograms that run now save nothing until they are started again.\n";
 }
 
-// A file that is there now may also be new: another program may have made it meanwhile.
+// A file that exists now may be new: another program may have created it since.
 void requireCleared(const ResetState& left) {
   for (const char* setting : {"mainSensor", "menuSensors", "openAtLogin"}) {
     if (std::ranges::binary_search(left.settings, setting)) {

@@ -136,7 +136,7 @@ std::string rendered(const std::vector<SettingLine>& lines, std::size_t terminal
   return text;
 }
 
-// A look that stores no default.
+// Reads without storing defaults.
 std::optional<std::string> unitOfRules() {
   KVSettingsSnapshot settings;
   return limitUnit(SensorTypeTemperature, settings);

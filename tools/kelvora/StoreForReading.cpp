@@ -11,7 +11,7 @@
 
 namespace kelvora::tool {
 
-// The look at the whole file takes its time; only a command that failed has it.
+// Checking the whole file is slow, so only a command that failed does it.
 void refuseUnreadableStore() {
   const auto file = storeFile();
   if (file && file->isOlder) {

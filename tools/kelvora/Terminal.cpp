@@ -73,8 +73,9 @@ Key keyOf(wint_t character) {
 
 bool isScreenOn = false;
 
-// The library may end the process from any thread: from then on nothing is drawn. Never destroyed,
-// because the main thread goes on meanwhile; recursive, because a drawing may terminate.
+// The library may end the process from any thread; nothing is drawn after that. Never destroyed,
+// because the main thread keeps running meanwhile; recursive, because drawing may terminate the
+// process.
 std::recursive_mutex& screenMutex() {
   static auto* const mutex = new std::recursive_mutex;
   return *mutex;

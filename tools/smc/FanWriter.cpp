@@ -17,7 +17,7 @@ bool isSpeed(std::uint32_t type, std::uint32_t size) {
   return (type == kFloatType && size == sizeof(float)) || (type == kFixedPointType && size == 2);
 }
 
-// "%.9g" tells any two floats apart.
+// "%.9g" prints any two different floats differently.
 std::string text(float number) {
   char digits[32];
   std::snprintf(digits, sizeof digits, "%.9g", static_cast<double>(number));

@@ -75,7 +75,7 @@ void BusMembership::leaveGoneBus(std::unique_lock<std::mutex>& lock) {
 
 bool BusMembership::join() {
   std::shared_ptr<NotificationBus> joined = NotificationBus::open(received_, [this] {
-    // The lock orders this after the keeper's last look.
+    // The lock orders this after the keeper's last check.
     { const std::lock_guard lock(mutex_); }
     wake_.notify_all();
   });

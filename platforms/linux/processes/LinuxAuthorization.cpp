@@ -45,8 +45,8 @@ class Grant : public AuthorizationGrant {
   }
 
  private:
-  // One tool after the other: a chown that comes after a chmod takes the set-user-id bit away. And
-  // none after one that the user refused.
+  // Tools run one at a time, because a chown after a chmod clears the set-user-id bit. After a
+  // refusal no further tool runs.
   bool lastHasSucceeded() const { return last_ == nullptr || last_->waitUntilExit() == 0; }
 
   std::shared_ptr<ChildProcesses> children_;

@@ -31,7 +31,7 @@ std::string folderOf(const std::string& path) {
 
 SettingsFile::SettingsFile(std::string path) : path_(std::move(path)) {}
 
-// Each write gives a file another change time, which no program can set back.
+// Every write changes the file's change time, which programs cannot set.
 bool SettingsFile::isCurrent(const struct stat& facts) const {
   return facts_ && facts_->st_dev == facts.st_dev && facts_->st_ino == facts.st_ino &&
          facts_->st_ctim.tv_sec == facts.st_ctim.tv_sec &&

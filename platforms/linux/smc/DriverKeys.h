@@ -16,8 +16,8 @@ struct DriverKey {
 };
 
 /// The keys by index, for root. Another program may choose a key at any moment: each operation
-/// holds the lock; a read counts only if the index is still the own one afterwards, and is tried
-/// again otherwise.
+/// holds the lock; a read counts only if the index is unchanged afterwards; otherwise it is
+/// retried.
 class DriverKeys {
  public:
   /// `files` outlives the object.

@@ -33,7 +33,7 @@ class DriverSensors {
     std::uint32_t dataSize = 0;  ///< of that type
   };
 
-  /// Finds the files. `files` outlives the object.
+  /// Finds the files. `files` must outlive the object.
   explicit DriverSensors(AppleSMCFiles& files);
 
   /// Every key: "FNum", those of the fans, the temperatures.

@@ -70,9 +70,9 @@ void LinuxSMC::listKeys() {
       byName_.emplace(key->description.name, *key);
     }
   }
-  // What the driver has a file for but the SMC no key, as the mode of a fan on older Macs, has a
-  // name only: the list has as many keys as "#KEY" says. Who may not read the SMC's list does not
-  // know whether it has the mode.
+  // On older Macs the driver has a file for a fan's mode, but the SMC has no such key. It can be
+  // read by name but is not in the list, whose length is "#KEY". A user who may not read the SMC's
+  // list cannot know whether the mode exists.
   for (const DriverSensors::Key& key : sensors_->keys()) {
     byName_.emplace(key.name, Key{{key.name, key.type, key.dataSize}, std::nullopt});
   }
@@ -109,7 +109,8 @@ void LinuxSMC::answerKeyAt(unsigned index, SMCParamRecord& reply) const {
   }
 }
 
-// What has a file of its own is read from it: nobody else can change what that file is about.
+// A key with its own file is read from that file: unlike "key_at_index", no other program can
+// redirect it.
 std::optional<std::vector<std::byte>> LinuxSMC::payloadOf(const Key& key) {
   if (auto payload = sensors_->payload(key.description.name, key.description.type)) {
     return payload;

@@ -9,8 +9,8 @@
 namespace kelvora::platform {
 
 /// Counters of the kernel under /proc. Wired memory is what the kernel keeps for itself and what
-/// programs have locked: it cannot be paged out. An idle counter that the kernel takes a little of
-/// back stays as it was until the kernel has counted as much again.
+/// programs have locked: it cannot be paged out. When the kernel decreases an idle counter
+/// slightly, the last value is returned until the kernel's counter exceeds it.
 class LinuxHostStatistics : public HostStatistics {
  public:
   /// `root` is put before the paths of /proc, empty for the system's.

@@ -6,8 +6,8 @@
 
 namespace kelvora::platform {
 
-/// Work for the main thread, of which the system's main queue is told. A loop of the host runs it
-/// from there, and what it throws then ends the process; `runPending` runs it at once. Work that is
+/// Work for the main thread, announced to the system's main queue. A loop of the host runs it from
+/// there, and what it throws then ends the process; `runPending` runs it at once. Work that is
 /// still queued when this object ends does not run.
 class MacMainQueue : public MainQueue {
  public:

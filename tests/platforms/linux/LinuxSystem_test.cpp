@@ -49,7 +49,7 @@ std::optional<T> numberControl(platform::SystemControls& controls, const char* n
   return value;
 }
 
-TEST(LinuxSystemControls, TellsTheFactsOfDMIProcessorsAndMemory) {
+TEST(LinuxSystemControls, ReportsTheFactsOfDMIProcessorsAndMemory) {
   const TemporaryFolder root;
   root.write("sys/class/dmi/id/product_name", "MacBookPro15,1\n");
   root.write("proc/cpuinfo",
@@ -97,7 +97,7 @@ TEST(LinuxSystemControls, TellsTheFactsOfDMIProcessorsAndMemory) {
   EXPECT_EQ(processors, 2);
 }
 
-TEST(LinuxSystemControls, WhatLinuxDoesNotTellIsAnUnknownControl) {
+TEST(LinuxSystemControls, WhatLinuxDoesNotReportIsAnUnknownControl) {
   const TemporaryFolder root;
   LinuxSystemControls controls(root.path());
   std::size_t size = 0;
@@ -124,7 +124,7 @@ TEST(LinuxHostStatistics, ReadsTheKernelsCounters) {
   EXPECT_GT(statistics.uptimeSeconds(), 0);
 }
 
-TEST(LinuxHostStatistics, WhatCannotBeReadIsNone) {
+TEST(LinuxHostStatistics, ReturnsNoneForFilesThatCannotBeRead) {
   const TemporaryFolder root;
   LinuxHostStatistics statistics(root.path());
   EXPECT_FALSE(statistics.processorTicks().has_value());
@@ -135,7 +135,7 @@ TEST(LinuxHostStatistics, WhatCannotBeReadIsNone) {
   EXPECT_LE(size->freeBytes, size->totalBytes);
 }
 
-TEST(LinuxSystemFacts, TellsTheSystemsVersionAndHost) {
+TEST(LinuxSystemFacts, ReportsTheSystemsVersionAndHost) {
   const TemporaryFolder root;
   root.write("etc/os-release", "PRETTY_NAME=\"Ubuntu 22.04.3 LTS\"\nVERSION_ID=\"22.04\"\n");
   LinuxSystemFacts facts(root.path());

@@ -37,7 +37,7 @@ TEST(ProcText, ProcessorFacts) {
   EXPECT_DOUBLE_EQ(facts.frequencyHz, 3.7005e9);
 }
 
-TEST(ProcText, ProcessorFactsOfATextThatTellsLittle) {
+TEST(ProcText, ProcessorFactsOfAnIncompleteText) {
   const ProcessorFacts arm = processorFactsOf("processor\t: 0\nBogoMIPS\t: 48.00\n");
   EXPECT_EQ(arm.logicalProcessors, 1);
   EXPECT_EQ(arm.packages, 1);

@@ -146,7 +146,7 @@ TEST(PosixChildProcesses, AChildThatNobodyWaitsForIsNeitherWaitedForNorEnded) {
     ASSERT_NE(launch.child, nullptr) << launch.failure;
     pid = std::stoi(outputOf(*launch.child));
   }
-  EXPECT_EQ(kill(pid, 0), 0) << "it runs until it is told to end";
+  EXPECT_EQ(kill(pid, 0), 0) << "it runs until it is asked to end";
   dup2(standardInput, STDIN_FILENO);
   close(standardInput);
   close(input[0]);

@@ -328,7 +328,7 @@ TEST(MachineFile, AFileThatCannotBeReadIsNamed) {
             folder.path() + "/bad.json: line 1, column 2: is not JSON");
 }
 
-TEST(MachineFile, EveryRecordedMachineTellsWhatWasRecorded) {
+TEST(MachineFile, EveryRecordedMachineNotesWhatWasRecorded) {
   for (const char* name : kRecordedMachines) {
     const RecordedMachine machine = recordedMachine(name);
     EXPECT_NE(machine.notes.find("recorded"), std::string::npos) << name;

@@ -31,7 +31,7 @@ TEST_P(EveryRecordedMachine, IsAPlatformThatSaysItIsRecorded) {
                                           : Architecture::kIntel);
 }
 
-TEST_P(EveryRecordedMachine, TellsItsModel) {
+TEST_P(EveryRecordedMachine, ReportsItsModel) {
   const auto platform = recordedPlatform(recordedMachine(GetParam()));
   std::size_t size = 0;
   ASSERT_EQ(platform->systemControls().byName("hw.model", nullptr, &size), 0);

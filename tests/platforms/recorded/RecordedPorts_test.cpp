@@ -47,7 +47,7 @@ TEST(RecordedHID, AnEventHoldsItsValueInItsFirstField) {
   EXPECT_EQ(services->front()->copyEvent(std::int64_t{1} << 40, 0, 0), nullptr);
 }
 
-TEST(RecordedHID, NothingMatchingIsNone) {
+TEST(RecordedHID, ReturnsNoneWhenNothingMatches) {
   RecordedHID hid(std::vector<RecordedHIDService>{{65280, 5, "B", {}}});
   const auto client = hid.createClient();
   client->setMatching({{"PrimaryUsagePage", 65288}, {"PrimaryUsage", 5}});
@@ -88,7 +88,7 @@ TEST(RecordedRegistry, EntriesOutliveTheRegistry) {
   EXPECT_EQ(children.front()->name(), "child");
 }
 
-TEST(SystemControlTable, TellsTheSizeThenTheBytes) {
+TEST(SystemControlTable, ReturnsTheSizeThenTheBytes) {
   SystemControlTable controls({{"hw.model", platform::textControlBytes("Mac")}});
   std::size_t size = 99;
   EXPECT_EQ(controls.byName("hw.model", nullptr, &size), 0);
@@ -100,7 +100,7 @@ TEST(SystemControlTable, TellsTheSizeThenTheBytes) {
   EXPECT_STREQ(text.data(), "Mac");
 }
 
-TEST(SystemControlTable, TooLittleRoomGetsWhatFitsAndAnError) {
+TEST(SystemControlTable, ATooSmallBufferIsFilledAndReturnsAnError) {
   SystemControlTable controls({{"hw.model", platform::textControlBytes("Mac")}});
   std::array<char, 3> text{'x', 'x', 'x'};
   std::size_t size = 2;
@@ -178,7 +178,7 @@ TEST(RecordedWorkspace, ListsApplicationsAndChangesNone) {
   EXPECT_EQ(workspace.runningApplications().size(), 1U);
 }
 
-TEST(RecordedSystemFacts, AnswersWhatTheFileTells) {
+TEST(RecordedSystemFacts, ReturnsTheFactsOfTheFile) {
   const auto platform = recordedPlatform(recordedMachine("MacBookPro15,1"));
   auto& facts = platform->systemFacts();
   EXPECT_EQ(facts.osVersion()->major, 10);
@@ -196,7 +196,7 @@ TEST(RecordedSystemFacts, AnswersWhatTheFileTells) {
   EXPECT_EQ(facts.activeDisplays().front().width, 1680);
 }
 
-TEST(RecordedHostStatistics, AnswersWhatTheFileTells) {
+TEST(RecordedHostStatistics, ReturnsTheStatisticsOfTheFile) {
   const auto platform = recordedPlatform(recordedMachine("MacBookPro15,1"));
   auto& statistics = platform->hostStatistics();
   EXPECT_EQ(statistics.processorTicks()->size(), 12U);

@@ -45,7 +45,7 @@ TEST(RecordedSMC, ReadsTheBytesOfAKey) {
   EXPECT_EQ(reply.payload[2], std::byte{0});
 }
 
-TEST(RecordedSMC, TellsSizeTypeAndAttributesOfAKey) {
+TEST(RecordedSMC, ReturnsSizeTypeAndAttributesOfAKey) {
   RecordedSMC smc(fewKeys());
   SMCConnection connection(smc);
   const auto reply = connection.call(9, SMCPackedKey("TC0P"));
