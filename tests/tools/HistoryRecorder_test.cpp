@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "tests/engine/StatementHook.h"
 #include "tests/support/ChildWork.h"
 #include "tests/support/RandomSeed.h"
 #include "tests/support/ResourceLimit.h"
@@ -57,6 +58,59 @@ TEST_F(Recorder, JoinsACategoryThatIsThereTwice) {
   EXPECT_THAT(*later->allCategories(), SizeIs(5));
   EXPECT_EQ(later->getSensorByKey("TCXX")->category()->objectID(),
             later->getSensorByKey("TC0P")->category()->objectID());
+}
+
+TEST_F(Recorder, ASensorThatIsAddedToATwinMeanwhileKeepsACategory) {
+  for (int i = 0; i < 4; ++i) {
+    const std::string key = "TC_" + std::to_string(i);
+    const auto store = otherProgram();
+    const auto context = store->viewContext();
+    const auto first = store->createOrUpdateCategoryWithName("Temperature", context);
+    first->setName("First");
+    ASSERT_EQ(context->save(), std::nullopt);
+    const auto twin = store->createOrUpdateCategoryWithName("Temperature", context);
+    first->setName("Temperature");
+    ASSERT_EQ(context->save(), std::nullopt);
+    StatementHook hook;
+    beginRecording();
+    hook.once("BEGIN IMMEDIATE", [&] {
+      const auto sensor = store->createSensorWithKey(key, context);
+      sensor->setIsCustom(true);
+      sensor->setCategory(twin);
+      EXPECT_EQ(context->save(), std::nullopt);
+    });
+    sampleAt(kBegin + 2 * i);
+    EXPECT_FALSE(hook.isWaiting());
+    const auto later = otherProgram();
+    EXPECT_THAT(*later->allCategories(), SizeIs(5));
+    const auto category = later->getSensorByKey(key)->category();
+    ASSERT_NE(category, nullptr);
+    EXPECT_EQ(category->objectID(), later->getSensorByKey("TC0P")->category()->objectID());
+  }
+}
+
+TEST_F(Recorder, JoinsASensorWithTheUsersOwnOfTheSameKey) {
+  sampleAt(kBegin);
+  for (const bool isOwnFirst : {false, true}) {
+    const auto store = otherProgram();
+    const auto context = store->viewContext();
+    const auto known = store->getSensorByKey("TC0P");
+    known->setIsCustom(isOwnFirst);
+    known->setKey("");
+    const auto twin = store->createSensorWithKey("TC0P", context);
+    twin->setName("Desk");
+    twin->setIsCustom(!isOwnFirst);
+    twin->setCategory(known->category());
+    known->setKey("TC0P");
+    ASSERT_EQ(context->save(), std::nullopt);
+    const std::int64_t own = (isOwnFirst ? known : twin)->objectID();
+    sampleAt(kBegin + (isOwnFirst ? 4 : 2));
+    const auto later = otherProgram();
+    const auto stored = later->viewContext()->objectsOf("Sensor", Predicate("key = %@", {"TC0P"}));
+    ASSERT_THAT(*stored, SizeIs(1));
+    EXPECT_EQ(stored->front()->objectID(), own);
+    EXPECT_THAT(series("TC0P", kHour), SizeIs(isOwnFirst ? 3 : 2));
+  }
 }
 
 TEST_F(Recorder, DescribesEachSensorAsItWasRead) {

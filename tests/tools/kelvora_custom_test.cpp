@@ -233,6 +233,46 @@ TEST_F(KelvoraCustom, WhatCannotBeSavedIsAFailure) {
   EXPECT_EQ(list().size(), 1U);
 }
 
+// As programs leave it that make their first sensor at the same time.
+TEST_F(KelvoraCustom, ACategoryThatIsThereTwiceIsJoined) {
+  const auto platform = Platform::live();
+  {
+    KVCoreDataStore store(-1, *platform);
+    const auto context = store.viewContext();
+    for (const char* key : {"TCAA", "TCBB"}) {
+      const auto category = store.createOrUpdateCategoryWithName(key, context);
+      category->setName("Temperature");
+      store.createSensorWithKey(key, context)->setCategory(category);
+      ASSERT_EQ(context->save(), std::nullopt);
+      category->setName(key);
+    }
+    const auto categories = store.allCategories().value();
+    ASSERT_EQ(categories.size(), 2U);
+    for (const auto& category : categories) {
+      category->setName("Temperature");
+    }
+    store.saveViewContext();
+  }
+  EXPECT_EQ(add("TCXX", "temperature").status, 0);
+  KVCoreDataStore store(-1, *platform);
+  EXPECT_EQ(store.allCategories()->size(), 1U);
+  EXPECT_EQ(store.tempSensors()->size(), 3U);
+}
+
+TEST_F(KelvoraCustom, ManyProgramsThatStartTheStoreMakeOneCategory) {
+  std::vector<ChildWork> programs;
+  for (int i = 0; i < 4; ++i) {
+    programs.emplace_back([i] { return add("TC0" + std::to_string(i), "temperature").status; });
+  }
+  for (ChildWork& program : programs) {
+    EXPECT_EQ(program.wait(), 0);
+  }
+  const auto platform = Platform::live();
+  KVCoreDataStore store(-1, *platform);
+  EXPECT_EQ(store.allCategories()->size(), 1U);
+  EXPECT_EQ(store.tempSensors()->size(), 4U);
+}
+
 TEST_F(KelvoraCustom, ManyProgramsAtOnceAddOneKeyOnce) {
   add("TCXX", "temperature");
   std::vector<ChildWork> programs;

@@ -85,6 +85,12 @@ KVFanConditionPtr requiredCondition(KVCoreDataStore& store, const std::string& i
   return *found;
 }
 
+bool isStored(KVCoreDataStore& store, const KVFanCondition& condition) {
+  return std::ranges::any_of(
+      readable(store.allFanConditions()),
+      [&](const KVFanConditionPtr& stored) { return stored->objectID() == condition.objectID(); });
+}
+
 int runConditions(const Options& options, StandardOutput& output) {
   StoreForReading reading;
   Json list = Json::array();
@@ -125,6 +131,11 @@ int runAddCondition(const Options& options, StandardOutput& output) {
     refuse(options.text("FANSET"), kCannotAddCondition, "it was removed");
   }
   save(store);
+  // A set that another program removes meanwhile takes its conditions with it.
+  if (!isStored(store, *condition)) {
+    throw CommandError(kExitNothingRead, printable(options.text("FANSET")) +
+                                             ": another program removed it meanwhile");
+  }
   writeCondition(options, output, *condition);
   return kExitSuccess;
 }

@@ -19,6 +19,7 @@
 #include "tools/kelvora/Notices.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/StoreForReading.h"
+#include "tools/kelvora/StoredCategories.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -165,6 +166,7 @@ int runAddCustom(const Options& options, StandardOutput& output) {
        {"category_type", static_cast<std::int64_t>(type.type)},
        {"value", value ? *value : currentReading(key, type.type)}},
       [&](bool done, const std::optional<KVError>& error) { requireDone(key, done, error); });
+  joinCategories(store, type.category);  // another program may have made it at the same time
   const KVSensorPtr added = store.getSensorByKey(key);
   if (added == nullptr) {
     throw CommandError(kExitNothingRead, printable(key) + ": another program removed it meanwhile");

@@ -1,10 +1,13 @@
 #include "tools/kelvora/StoredSensors.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <unordered_set>
+
+#include "tools/kelvora/StoredCategories.h"
 
 namespace kelvora::tool {
 
@@ -17,28 +20,24 @@ constexpr std::array<const char*, 5> kCategoryNames{"Temperature", "Fan", "Volta
 constexpr double kLowestTemperature = 0;
 constexpr double kHighestTemperature = 110;
 
-void join(KVCoreDataStore& store, const KVCategoryPtr& twin, const KVCategoryPtr& category) {
-  for (const KVSensorPtr& sensor : twin->sensors()) {
-    sensor->setCategory(category);
-  }
-  store.viewContext()->deleteObject(twin);
-}
-
-// Programs that create a category at the same time leave it twice.
 KVCategoryPtr categoryNamed(const char* name, KVCoreDataStore& store,
                             const std::vector<KVCategoryPtr>& categories) {
-  KVCategoryPtr found;
-  for (const KVCategoryPtr& category : categories) {
-    if (category->name() != name) {
-      continue;
-    }
-    if (found == nullptr) {
-      found = category;
-    } else {
-      join(store, category, found);
-    }
+  const auto found = std::ranges::find_if(
+      categories, [name](const KVCategoryPtr& category) { return category->name() == name; });
+  return found != categories.end()
+             ? *found
+             : store.createOrUpdateCategoryWithName(name, store.viewContext());
+}
+
+// Of two sensors of one key the one that the user added stays, with the history of both.
+KVSensorPtr joined(KVCoreDataStore& store, const KVSensorPtr& first, const KVSensorPtr& second) {
+  const KVSensorPtr& kept = first->isCustom() ? first : second;
+  const KVSensorPtr& twin = first->isCustom() ? second : first;
+  for (const KVGraphPointPtr& point : twin->graphPoints()) {
+    point->setSensor(kept);
   }
-  return found != nullptr ? found : store.createOrUpdateCategoryWithName(name, store.viewContext());
+  store.viewContext()->deleteObject(twin);
+  return kept;
 }
 
 std::int16_t stored(std::uint64_t code) { return static_cast<std::int16_t>(code); }
@@ -74,6 +73,9 @@ SensorPtr readingOf(const KVSensor& stored, SensorController& controller,
 }  // namespace
 
 std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
+  for (const char* name : kCategoryNames) {
+    joinCategories(store, name);
+  }
   const KVCoreDataStore::Sensors sensors = store.allSensors();
   const KVCoreDataStore::Categories categories = store.allCategories();
   if (!sensors || !categories) {
@@ -81,7 +83,12 @@ std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
   }
   StoredSensors result(store);
   for (const KVSensorPtr& sensor : *sensors) {
-    result.sensors_.emplace(sensor->key(), sensor);
+    KVSensorPtr& known = result.sensors_[sensor->key()];
+    if (known == nullptr) {
+      known = sensor;
+    } else if (known->isCustom() || sensor->isCustom()) {
+      known = joined(store, known, sensor);
+    }
   }
   for (std::size_t type = 0; type < kCategoryNames.size(); ++type) {
     const KVCategoryPtr category = categoryNamed(kCategoryNames.at(type), store, *categories);

@@ -18,8 +18,8 @@ inline constexpr double kNothingRecorded = -1;
 /// reading. What changes is unsaved in the store's view context. Only on the main thread.
 class StoredSensors {
  public:
-  /// Reads them, creates the categories that are missing, and joins those that are there twice;
-  /// none when the store cannot be read.
+  /// Reads them, creates the categories that are missing, and joins categories that are there twice
+  /// and sensors that are there twice when the user added one; none when the store cannot be read.
   static std::optional<StoredSensors> read(KVCoreDataStore& store);
 
   /// Gives the sensors that the user added their names, and appends a reading of those that
