@@ -62,7 +62,7 @@ std::vector<std::string> partsOf(const std::string& locale) {
   return parts;
 }
 
-// The localisations of Chinese are told apart by script. A locale that names none means that of its
+// The localisations of Chinese differ by script. A locale that names none means that of its
 // territory.
 std::string chineseCode(const std::vector<std::string>& parts) {
   for (const std::string& part : parts) {
