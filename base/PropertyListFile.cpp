@@ -7,6 +7,7 @@
 
 #include "base/InputFile.h"
 #include "base/PropertyListNodes.h"
+#include "base/UTF8Text.h"
 
 namespace kelvora {
 
@@ -91,6 +92,24 @@ std::vector<std::byte> serializePropertyList(const PropertyListValue& value,
                                              PropertyListFormat format) {
   const PropertyListNode root = nodeOfValue(value);
   return format == PropertyListFormat::kBinary ? binaryOfNode(root.get()) : xmlOfNode(root.get());
+}
+
+std::vector<std::byte> propertyListWith(std::span<const std::byte> dictionary,
+                                        const std::string& key,
+                                        const std::optional<PropertyListValue>& value) {
+  PropertyListNode root = parsePropertyListNodes(dictionary).root;
+  if (root == nullptr) {
+    root.reset(plist_new_dict());
+  }
+  const std::string name = validUTF8(key);
+  // A binary list of another program may hold a key twice.
+  while (plist_dict_get_item(root.get(), name.c_str()) != nullptr) {
+    plist_dict_remove_item(root.get(), name.c_str());
+  }
+  if (value) {
+    plist_dict_set_item(root.get(), name.c_str(), nodeOfValue(*value).release());
+  }
+  return binaryOfNode(root.get());
 }
 
 }  // namespace kelvora

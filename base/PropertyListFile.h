@@ -38,4 +38,12 @@ PropertyListReading readPropertyListFile(const std::string& path,
 std::vector<std::byte> serializePropertyList(const PropertyListValue& value,
                                              PropertyListFormat format);
 
+/// Returns a binary property list of a dictionary with one entry set, or removed with none. All
+/// other entries stay as they are in `dictionary`, also what no PropertyListValue expresses:
+/// 2^64-1, or the year 1800. `dictionary` is a list of a dictionary that `parsePropertyList` reads,
+/// or no bytes.
+std::vector<std::byte> propertyListWith(std::span<const std::byte> dictionary,
+                                        const std::string& key,
+                                        const std::optional<PropertyListValue>& value);
+
 }  // namespace kelvora

@@ -59,6 +59,7 @@ void SettingsFile::reload() {
   state_ = reading.state;
   if (state_ != SettingsState::kUnreadable) {
     contents_ = std::move(reading.values);
+    bytes_ = std::move(reading.bytes);
   }
   if (!reading.fault.empty() && reading.fault != readFailure_) {
     log("Settings: " + path_ + ": " + reading.fault);
@@ -87,9 +88,8 @@ bool SettingsFile::keepAside() {
   return rename(target_.c_str(), aside.c_str()) == 0;
 }
 
-bool SettingsFile::replace(const Values& values) {
+bool SettingsFile::replace(const std::vector<std::byte>& bytes) {
   const std::string next = target_ + kNewFileEnding;
-  const auto bytes = serializePropertyList(values, PropertyListFormat::kBinary);
   if (const std::string fault = faultOfSettings(bytes); !fault.empty()) {
     return fail("it would not be readable any more: " + fault);
   }
@@ -108,14 +108,11 @@ bool SettingsFile::replace(const Values& values) {
 }
 
 bool SettingsFile::store(std::string_view key, const std::optional<PropertyListValue>& value) {
-  Values values = contents_;
-  if (value) {
-    values.insert_or_assign(std::string(key), *value);
-  } else {
-    values.erase(std::string(key));
-  }
-  const bool isUnchanged = state_ != SettingsState::kDamaged && values == contents_;
-  if (!isUnchanged && !replace(values)) {
+  const std::string name(key);
+  const auto found = contents_.find(name);
+  const auto held = found == contents_.end() ? std::nullopt : std::optional(found->second);
+  const bool isUnchanged = state_ != SettingsState::kDamaged && value == held;
+  if (!isUnchanged && !replace(propertyListWith(bytes_, name, value))) {
     return false;
   }
   writeFailure_.clear();

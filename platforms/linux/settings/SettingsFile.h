@@ -1,9 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -18,11 +20,12 @@ namespace kelvora::platform {
 /// A property-list file of settings that several programs share.
 ///
 /// Reading is a `stat` while the file is the one read last, and changes nothing. Writing takes a
-/// lock beside the file ("Settings.plist.lock"), reads the file again, changes one setting, and
-/// replaces the file as a whole (written beside it, brought to disk, renamed), so that a reader
-/// finds either the old or the new one even when a writer is killed. A symbolic link is followed:
-/// the file that it leads to is replaced. Mode 0600, new folders 0700; what root creates belongs to
-/// the owner of the folder.
+/// lock beside the file ("Settings.plist.lock"), reads the file again, changes one setting, leaves
+/// the others as they are (also values of other programs that no setting has), and replaces the
+/// file as a whole (written beside it, brought to disk, renamed), so that a reader finds either the
+/// old or the new one even when a writer is killed. A symbolic link is followed: the file that it
+/// leads to is replaced. Mode 0600, new folders 0700; what root creates belongs to the owner of the
+/// folder.
 ///
 /// A file is in one of four states:
 /// - missing: it has no settings;
@@ -65,7 +68,7 @@ class SettingsFile {
   void reload();
   FileDescriptor beginWriting(std::chrono::milliseconds wait);
   bool store(std::string_view key, const std::optional<PropertyListValue>& value);
-  bool replace(const Values& values);
+  bool replace(const std::vector<std::byte>& bytes);
   bool keepAside();
   std::chrono::milliseconds waitFor(SuiteWrite reason) const;
   bool fail(const std::string& why);
@@ -73,6 +76,7 @@ class SettingsFile {
   std::string path_;
   std::string target_;  // where links lead; valid while writing
   Values contents_;
+  std::vector<std::byte> bytes_;  // that `contents_` was read from; a write changes one entry in it
   SettingsState state_ = SettingsState::kMissing;
   // The file read last stays open, so that no later file can carry its inode number.
   FileDescriptor open_;

@@ -83,7 +83,7 @@ void readOpenFile(SettingsReading& reading) {
     fail(reading, SettingsState::kUnreadable, kTooLarge);
     return;
   }
-  const auto bytes = readAll(reading.file.get(), static_cast<std::size_t>(facts.st_size));
+  auto bytes = readAll(reading.file.get(), static_cast<std::size_t>(facts.st_size));
   if (!bytes) {
     failUnreadable(reading);
     return;
@@ -92,6 +92,9 @@ void readOpenFile(SettingsReading& reading) {
     reading.facts = facts;
   }
   parse(reading, *bytes);
+  if (reading.state == SettingsState::kReadable) {
+    reading.bytes = *std::move(bytes);
+  }
 }
 
 }  // namespace

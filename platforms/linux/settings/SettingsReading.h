@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -26,6 +27,7 @@ struct SettingsReading {
   SettingsState state = SettingsState::kMissing;
   std::string fault;                     ///< why it is unreadable or damaged; else empty
   PropertyListValue::Dictionary values;  ///< empty unless readable
+  std::vector<std::byte> bytes;          ///< of the whole file; empty unless readable
   FileDescriptor file;                   ///< what was read; not open when it could not be opened
   /// By which the file is known again while it does not change; none when it may change without a
   /// trace in them, and when the reason of a failure lies elsewhere.

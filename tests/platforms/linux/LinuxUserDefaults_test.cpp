@@ -1,5 +1,7 @@
 #include "platforms/linux/settings/LinuxUserDefaults.h"
 
+#include <bit>
+#include <chrono>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -68,6 +70,55 @@ TEST_F(LinuxUserDefaultsTest, AWriteChangesOnlyItsOwnSetting) {
   for (const auto* suite : {&first, &second}) {
     EXPECT_EQ((*suite)->objects(), (Dictionary{{"a", 1}, {"b", 2}, {"c", 3}}));
   }
+}
+
+std::string bigEndianText(std::uint64_t number) {
+  std::string text;
+  for (int shift = 56; shift >= 0; shift -= 8) {
+    text += static_cast<char>(number >> static_cast<unsigned>(shift));
+  }
+  return text;
+}
+
+TEST_F(LinuxUserDefaultsTest, AWriteLeavesForeignValuesThatNoSettingHas) {
+  folder_.write(kFile,
+                "<plist><dict><key>most</key><integer>18446744073709551615</integer>"
+                "<key>then</key><date>1800-01-01T00:00:00Z</date>"
+                "<key>list</key><array><integer>9223372036854775808</integer></array></dict>"
+                "</plist>");
+  using namespace std::chrono;
+  const auto since = sys_days(year{1800} / 1 / 1) - sys_days(year{2001} / 1 / 1);
+  const auto then = static_cast<double>(duration_cast<seconds>(since).count());
+  const auto suite = open();
+  for (int round = 0; round < 2; ++round) {
+    ASSERT_TRUE(suite->setObject("KVAppLaunchCountKey", round));
+    ASSERT_TRUE(suite->removeObject("gone"));
+    const std::string file = folder_.read(kFile);
+    EXPECT_NE(file.find("\x14" + bigEndianText(0) + bigEndianText(~std::uint64_t{0})),
+              std::string::npos);
+    EXPECT_NE(file.find("\x14" + bigEndianText(0) + bigEndianText(std::uint64_t{1} << 63U)),
+              std::string::npos);
+    EXPECT_NE(file.find("\x33" + bigEndianText(std::bit_cast<std::uint64_t>(then))),
+              std::string::npos);
+  }
+}
+
+TEST_F(LinuxUserDefaultsTest, AKeyThatAForeignFileHoldsTwiceIsWrittenAndRemoved) {
+  const auto suite = open();
+  const auto writeTwice = [&] {
+    ASSERT_TRUE(suite->setObject("ka", 1));
+    ASSERT_TRUE(suite->setObject("kb", 2));
+    std::string file = folder_.read(kFile);
+    file.replace(file.find("kb"), 2, "ka");
+    folder_.write(kFile, file);
+    ASSERT_EQ(suite->objects().size(), 1U);
+  };
+  writeTwice();
+  ASSERT_TRUE(suite->setObject("ka", 3));
+  EXPECT_EQ(open()->objects(), (Dictionary{{"ka", 3}}));
+  writeTwice();
+  ASSERT_TRUE(suite->removeObject("ka"));
+  EXPECT_TRUE(open()->objects().empty());
 }
 
 TEST_F(LinuxUserDefaultsTest, ADefaultIsStoredOnlyIfTheKeyIsStillAbsent) {
