@@ -15,7 +15,7 @@ namespace kelvora {
 
 namespace {
 
-PropertyListNodes refused(std::string why) { return {nullptr, std::move(why)}; }
+PropertyListNodes withoutRoot(std::string why) { return {nullptr, std::move(why)}; }
 
 PropertyListValue textOfNode(plist_t node) {
   std::uint64_t length = 0;
@@ -104,23 +104,23 @@ std::vector<std::byte> taken(char* text, std::uint32_t length) {
 
 PropertyListNodes parsePropertyListNodes(std::span<const std::byte> bytes) {
   if (bytes.empty()) {
-    return refused("empty");
+    return withoutRoot("empty");
   }
   if (bytes.size() > std::numeric_limits<std::uint32_t>::max()) {
-    return refused("too large");
+    return withoutRoot("too large");
   }
   if (propertyListTextHoldsNul(bytes)) {
-    return refused("holds a text with a NUL");
+    return withoutRoot("holds a text with a NUL");
   }
   if (propertyListUnfoldsTooFar(bytes)) {
-    return refused("unfolds to far more than its bytes");
+    return withoutRoot("unfolds to far more than its bytes");
   }
   // Not plist_from_memory: its arguments differ by version, and newer ones also read other formats.
   const auto parse = BinaryPropertyList::isBinary(bytes) ? plist_from_bin : plist_from_xml;
   plist_t root = nullptr;
   parse(reinterpret_cast<const char*>(bytes.data()), static_cast<std::uint32_t>(bytes.size()),
         &root);
-  return root == nullptr ? refused("not a property list")
+  return root == nullptr ? withoutRoot("not a property list")
                          : PropertyListNodes{PropertyListNode(root), {}};
 }
 

@@ -25,7 +25,7 @@ namespace kelvora::platform {
 namespace {
 
 // How often to look whether a child has ended, for a wait that has a limit.
-constexpr std::chrono::milliseconds kPause{1};
+constexpr std::chrono::milliseconds kPauseBetweenLooks{1};
 
 // The child's exit status; none while it runs, if `options` say not to wait for it.
 std::optional<int> reapedStatus(pid_t pid, int options) {
@@ -94,7 +94,7 @@ class Child : public ChildProcess {
   std::optional<int> waitUntilExit(std::chrono::milliseconds limit) override {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (!exitStatus_ && !reap() && std::chrono::steady_clock::now() < deadline) {
-      std::this_thread::sleep_for(kPause);
+      std::this_thread::sleep_for(kPauseBetweenLooks);
     }
     return exitStatus_;
   }

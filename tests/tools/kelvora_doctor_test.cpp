@@ -63,6 +63,7 @@ class KelvoraDoctor : public ::testing::Test {
     std::vector<std::string> arguments = {
         "-c",
         "home=$1 && machine=$2 && shift 2 && cp \"$0\" \"$home/kelvora\" && "
+        "cp -r \"$(dirname \"$0\")/Resources\" \"$home\" && "
         "chown -hR nobody \"$home\" && (cd \"$home\" && chown root \"$@\") && "
         "exec setpriv --reuid nobody --clear-groups \"$home/kelvora\" doctor --machine "
         "\"$machine\"",
