@@ -24,13 +24,13 @@ bool PendingWork::isEmpty() const {
 void PendingWork::clear(const void* owner) {
   std::vector<Piece> released;  // outside the lock: what work holds may call back
   const std::lock_guard lock(mutex_);
-  const auto rest = std::ranges::stable_partition(
-      queued_, [owner](const Piece& piece) { return piece.owner != owner; });
-  for (Piece& piece : rest) {
-    released.push_back(std::move(piece));
+  const auto rest = std::stable_partition(
+      queued_.begin(), queued_.end(), [owner](const Piece& piece) { return piece.owner != owner; });
+  for (auto piece = rest; piece != queued_.end(); ++piece) {
+    released.push_back(std::move(*piece));
     taken_();
   }
-  queued_.erase(rest.begin(), rest.end());
+  queued_.erase(rest, queued_.end());
 }
 
 int PendingWork::run() {
