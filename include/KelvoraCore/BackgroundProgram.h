@@ -30,7 +30,7 @@ class KELVORA_EXPORT BackgroundProgram {
   /// same standard input and error, and blocks until the new process detaches or ends.
   static Start start(const std::vector<std::string>& arguments);
 
-  /// In the process that was started: leaves the session and its terminal, closes `output`, makes
+  /// In the process that was started: leaves the session and its terminal, closes `output`,
   /// redirects the standard descriptors to /dev/null, and makes "/" the working directory. Signals
   /// stay as they are, so that SIGTERM still ends it.
   static void detach(StandardOutput& output);

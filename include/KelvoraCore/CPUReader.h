@@ -82,8 +82,8 @@ class KELVORA_EXPORT CPUReader {
   /// `std::shared_ptr<CPUReaderDelegate>(token, this)`: the delegate ends with the token.
   void setDelegate(std::weak_ptr<CPUReaderDelegate> delegate) { delegate_ = std::move(delegate); }
 
-  /// Does nothing: a reader is ready when it exists. It exists so that code can prepare all readers
-  /// in the same way.
+  /// Does nothing: a reader is ready once constructed. Lets a program prepare all readers in the
+  /// same way.
   void setup() {}
 
   /// Takes one sample and passes it to the delegate. Blocks until `ps` has ended, some 10 to 50 ms:

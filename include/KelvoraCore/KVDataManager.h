@@ -134,8 +134,8 @@ class KELVORA_EXPORT KVDataManager : public KVSettings {
   bool addOverheatNotification(const KVNotification& rule);
   /// Removes the rule for a key. Without such a rule nothing is stored.
   bool removeOverheatNotification(std::string_view sensorKey);
-  /// Calls `change` with the rule for a key as it is stored now, and stores the result. It must not
-  /// use the manager. Stores nothing when there is no such rule.
+  /// Calls `change` with the rule for a key as it is stored now, and stores the result. `change`
+  /// must not use the manager. Stores nothing when there is no such rule.
   bool changeOverheatNotification(std::string_view sensorKey,
                                   const std::function<void(KVNotification&)>& change);
 

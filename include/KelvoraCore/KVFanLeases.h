@@ -21,12 +21,12 @@ struct KELVORA_EXPORT KVLeasedFan {
   /// mode; else none.
   std::optional<double> minimum;
   bool isLive = false;  ///< a guardian watches the holder, or is handing the fan back
-  std::string
-      fault;  ///< e.g. why the fan cannot be handed back; empty on success or if not attempted
+  /// E.g. why the fan cannot be handed back; empty on success or if not attempted.
+  std::string fault;
 };
 
-/// The leases of the account, each a file in the folder that the product's programs share: so the
-/// next program finds which fans an ended one had.
+/// The leases of the account, each a file in the folder that the product's programs share, so that
+/// the next program finds which fans an ended one had.
 class KELVORA_EXPORT KVFanLeases {
  public:
   /// The fans that are leased or were left behind, by index; changes nothing. A lease that cannot

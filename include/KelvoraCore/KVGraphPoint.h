@@ -48,8 +48,8 @@ class KELVORA_EXPORT KVGraphPoint : public KVManagedObject {
   std::string title() const;
   /// The value as the settings want it: a temperature in Celsius or Fahrenheit, a fan's speed in
   /// revolutions or as a fraction of its upper limit, any other as stored. The fraction begins at 0
-  /// revolutions and, unlike the sensor's, is not clamped: 3000 rpm of 1200 to 6000 is 0.5.
-  /// Infinite or not-a-number without an upper limit; the stored value without a sensor.
+  /// revolutions and is not clamped, unlike the sensor's: 3000 rpm of 1200 to 6000 is 0.5. Infinite
+  /// or not-a-number without an upper limit; the stored value without a sensor.
   double convertedPointY() const;
   double convertedPointY(KVSettings& settings) const;
   /// That value with its unit, e.g. "46°C" or "50%"; "-" below 0.

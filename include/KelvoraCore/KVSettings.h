@@ -25,7 +25,7 @@ class UserDefaultsSuite;
 /// or one of another type, gives the setting's default. Where the table says so, the getter that
 /// finds the key absent stores the default, unless another program stores a value first.
 ///
-/// A setter writes the suite, flushes it, and for settings that other programs follow later
+/// A setter writes and flushes the suite. For settings that other programs follow it later
 /// broadcasts a notification from the main thread. It returns whether the value was stored. On
 /// failure nothing changes and nothing is broadcast, now or later; the suite logs the reason once
 /// until a write succeeds. Any thread.

@@ -28,14 +28,14 @@ inline constexpr char KVReachesOtherProgramsKey[] = "KVReachesOtherProgramsKey";
 
 /// Observes notifications of one name until it is destroyed. It receives both kinds: those that any
 /// program of the user's session posted on the distributed notification centre, and those that this
-/// process posted on its own centre. Every notice of the library has a constant for its name:
+/// process posted on its own centre. Every notification of the library has a constant for its name:
 /// KVSetting.h (settings), KVThemeManager.h (theme), SensorController.h (failed readings).
 class KELVORA_EXPORT NotificationObserver {
  public:
   using Handler = std::function<void(const Notification&)>;
 
-  /// Calls `handler` on the main thread, from the main queue, once for each notice that is posted
-  /// from now on: a host that does not run its main queue receives none. An exception from
+  /// Calls `handler` on the main thread, from the main queue, once for each notification that is
+  /// posted from now on: a host that does not run its main queue receives none. An exception from
   /// `handler` propagates out of `KVMainQueue::runPending`. Any thread.
   NotificationObserver(const std::string& name, Handler handler,
                        Platform& platform = Platform::current());
@@ -46,8 +46,8 @@ class KELVORA_EXPORT NotificationObserver {
   NotificationObserver(NotificationObserver&& other) noexcept;
   NotificationObserver& operator=(NotificationObserver&& other) noexcept;
 
-  /// Whether notices travel between programs. False where the system has no bus for them (on Linux
-  /// without a D-Bus session bus): notices then stay within this process. Any thread.
+  /// Whether notifications travel between programs. False where the system has no bus for them (on
+  /// Linux without a D-Bus session bus): notifications then stay within this process. Any thread.
   static bool reachesOtherPrograms(Platform& platform = Platform::current());
 
  private:

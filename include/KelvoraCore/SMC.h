@@ -51,9 +51,9 @@ KELVORA_EXPORT std::uint32_t SMCReadKeyByIndex(std::uint32_t index, SMCValueReco
 KELVORA_EXPORT std::uint32_t SMCWriteKey(SMCValueRecord value);
 
 /// A record's payload as a number by its type and size: "sp78" bytes ff 80 are -0.5, "{pwm" bytes
-/// 80 00 are 50 (percent). 0 for size 0; exactly -1 when type or size are unknown, which a
-/// reading of -1 is too. Types are compared with their NUL: "ui8" followed by two NULs
-/// is unknown. "ui8 ", "ui16" and "ui32" are taken at any size, modulo 2^32 and at most 32 bytes.
+/// 80 00 are 50 (percent). 0 for size 0; exactly -1 when type or size are unknown, which looks like
+/// a genuine reading of -1. Types are compared with their NUL: "ui8" followed by two NULs is
+/// unknown. "ui8 ", "ui16" and "ui32" are taken at any size, modulo 2^32 and at most 32 bytes.
 KELVORA_EXPORT float SMCConvertValueToNumber(SMCValueRecord value);
 
 /// The first `size` bytes as a big-endian integer modulo 2^32. With base 16, and no other, each

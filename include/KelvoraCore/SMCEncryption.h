@@ -14,15 +14,17 @@
 /// Enciphers and deciphers bytes with a symmetric cipher, as CommonCrypto does. The library has no
 /// key of its own and enciphers nothing itself: this is for the programs around it.
 ///
-/// What it does not give: - No authentication. Changes to the bytes in transit are not detected;
-/// only wrong padding is reported. - The two short functions give no protection: they use DES,
-/// whose keys can be found by brute force. They exist for data that older programs encrypted. -
-/// Equal beginnings of messages give equal bytes unless each message has its own vector; the
-/// default is all zeros. In ECB mode every equal block does.
+/// What it does not give:
+/// - No authentication. Changes to the bytes in transit are not detected; only wrong padding is
+///   reported.
+/// - No protection by the two short functions: they use DES, whose keys can be found by brute
+///   force. They exist for data that older programs have enciphered.
+/// - No secret beginnings: equal beginnings of messages give equal bytes unless each message has
+///   its own vector; the default is all zeros. In ECB mode every equal block does.
 /// - No key from a password: the bytes of a text are the key.
 ///
-/// The library keeps no key: the only copy is the cipher's own, which is wiped, like data decrypted
-/// before a failure. All functions may be called on any thread. Nothing is logged.
+/// The library keeps no key: the only copy is the cipher's own, which is wiped, like data
+/// deciphered before a failure. All functions may be called on any thread. Nothing is logged.
 namespace kelvora::SMCEncryption {
 
 using Data = std::vector<std::byte>;

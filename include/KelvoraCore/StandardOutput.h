@@ -20,7 +20,7 @@ class KELVORA_EXPORT StandardOutput {
   StandardOutput& operator=(const StandardOutput&) = delete;
 
   /// Writes all of `text` and blocks until the system has taken it. False when it could not be
-  /// written: the disk is full, say, or the program was started with its output closed. Logs
+  /// written, e.g. because the disk is full or the program was started with its output closed. Logs
   /// nothing.
   bool write(std::string_view text);
   /// Ends the output: a reader sees the end, and every later `write` returns false.
