@@ -14,8 +14,8 @@ constexpr const char* kCounter = "block";
 constexpr int kCountBits = 16;
 constexpr std::int64_t kMostOfBlock = (std::int64_t{1} << kCountBits) - 1;
 constexpr std::int64_t kWidestStep = std::int64_t{1} << 28;
-// Blocks of programs that could not read the file. They are not recorded, so that the others go on
-// below them.
+// Blocks of programs that could not read the file. They are not recorded, so that the recorded
+// blocks stay below them.
 constexpr std::int64_t kFirstUnrecorded = std::int64_t{1} << 46;
 
 std::int64_t randomBelow(std::int64_t bound) {
@@ -28,7 +28,7 @@ std::int64_t newBlock(StoreFile* file, std::int64_t last) {
     try {
       return std::max(last, readCounter(*file, kCounter)) + 1 + randomBelow(kWidestStep);
     } catch (const std::exception&) {
-      // The failure is reported by the save.
+      // The save reports the failure.
     }
   }
   return last != 0 ? last + 1 + randomBelow(kWidestStep)

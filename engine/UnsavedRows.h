@@ -37,7 +37,7 @@ class DirtyRows {
 
   bool empty() const;
   bool contains(std::int64_t id) const;
-  /// The ids of those that nobody has deleted, ascending.
+  /// The ids of those that are not deleted, ascending.
   std::vector<std::int64_t> live() const;
 
  private:

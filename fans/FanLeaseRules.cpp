@@ -27,7 +27,7 @@ constexpr HolderRow kHolderRules[] = {
     {S::kHeld, E::kGuardianExpired, S::kHandingBack, A::kHandBack},
     {S::kHeld, E::kGuardianSilent, S::kHandingBack, A::kHandBack},
     {S::kHeld, E::kGuardianGone, S::kHandingBack, A::kHandBack},
-    // The channel stays open until the fans are back, so that the guardian goes on watching.
+    // The channel stays open until the fans are back, so that the guardian keeps watching.
     {S::kHandingBack, E::kHandBackFailed, S::kHandingBack, A::kNothing},
     {S::kHandingBack, E::kRenewalDue, S::kHandingBack, A::kHandBack},
     {S::kHandingBack, E::kReleaseAsked, S::kHandingBack, A::kHandBack},

@@ -11,8 +11,8 @@
 
 namespace kelvora {
 
-/// The guardian of a lease as its holder sees it: a process, and the channel of which it waits for
-/// the end. `launch` starts over. One thread at a time.
+/// The guardian of a lease as its holder sees it: a process and the channel whose end it waits for.
+/// `launch` starts over. One thread at a time.
 class GuardianProcess {
  public:
   using Event = platform::GuardChannel::Event;

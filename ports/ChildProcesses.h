@@ -13,8 +13,8 @@ namespace kelvora::platform {
 /// The platform's quality-of-service class of a child that a user is waiting for.
 inline constexpr int kQualityOfServiceUserInteractive = 33;
 
-/// The exit status of a child that another part of the program has waited for, or that nobody can
-/// wait for because the program ignores SIGCHLD: that the child has ended is all that is known.
+/// The exit status of a child that another part of the program has waited for, or that cannot be
+/// waited for because the program ignores SIGCHLD: only its end is known.
 inline constexpr int kUnknownExitStatus = -1;
 
 /// What to start, and how.

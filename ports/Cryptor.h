@@ -42,7 +42,7 @@ struct CryptorCreation {
 /// Creates a cryptor. Any thread; failures are not logged.
 CryptorCreation createCryptor(const CryptorRequest& request);
 
-/// Overwrites bytes with zeros, also where the compiler can see that nobody reads them any more.
+/// Overwrites bytes with zeros, even if the compiler can see that they are never read again.
 void wipe(std::span<std::byte> bytes);
 
 }  // namespace kelvora::platform

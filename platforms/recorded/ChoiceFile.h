@@ -13,8 +13,8 @@ namespace kelvora::platform {
 /// The file that holds the recorded Mac that an account has chosen, and what was written to its
 /// SMC: {"format": "kelvora-choice", "version": 1, "name": what it was chosen by, "machine": the
 /// machine file, "writes": [{"key": "F0Md", "bytes": "01"}]}. Writers replace it as a whole, one at
-/// a time. It is used only when it is a file of the account itself: no symbolic link, and nobody
-/// else may write it. One thread at a time; any number of processes and objects.
+/// a time. It is used only when it is a file of the account itself: no symbolic link, and no other
+/// account may write it. One thread at a time; any number of processes and objects.
 class ChoiceFile {
  public:
   static constexpr const char* kFormat = "kelvora-choice";

@@ -25,7 +25,7 @@ struct SMCWrite {
 ///
 /// A write changes the key, and nothing else but this: when a fan's mode ("F0Md"), target ("F0Tg")
 /// or limit ("F0Mn", "F0Mx") is written, its actual speed ("F0Ac") becomes what the firmware of a
-/// Mac would make of it (actualFanSpeed).
+/// Mac would set (actualFanSpeed).
 class RecordedSMC : public SoftwareSMC {
  public:
   explicit RecordedSMC(std::optional<std::vector<RecordedSMCKey>> keys);

@@ -153,9 +153,8 @@ Check suite(const MachineChoice& machine) {
   }
   if (!file->fault.empty()) {
     return {kName, CheckState::kBroken, file->path + ": " + file->fault,
-            "replace it with a good copy; otherwise the next change starts with an empty file and "
-            "keeps this one "
-            "beside"};
+            "replace it with a good copy; otherwise the next change starts with an empty "
+            "file and keeps this one under another name"};
   }
   if (!file->mistyped.empty()) {
     return {kName, CheckState::kBroken,
@@ -200,7 +199,7 @@ Check storeCheck(const MachineChoice& machine) {
   return {kName, CheckState::kOK, file->path, ""};
 }
 
-// Posts a notice that nobody else knows, and waits a little for it to come back.
+// Posts a notice that no other program knows, and waits a little for it to come back.
 bool hearsItsOwnNotice(Platform& platform) {
   using Clock = std::chrono::steady_clock;
   constexpr std::chrono::seconds kLongestWay{2};

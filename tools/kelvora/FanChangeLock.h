@@ -17,8 +17,8 @@ enum class FanLockKind {
 /// before it is done. Ends with the object.
 class FanChangeLock {
  public:
-  /// Waits for another command. Throws CommandError when that does not end in time, or nobody can
-  /// have the lock.
+  /// Waits for another command. Throws CommandError when that does not end in time, or the lock
+  /// cannot be taken.
   explicit FanChangeLock(Platform& platform,
                          std::chrono::milliseconds longestWait = std::chrono::minutes(1),
                          FanLockKind what = FanLockKind::kSpeeds);

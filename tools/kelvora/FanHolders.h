@@ -26,8 +26,8 @@ std::vector<KVFanSpeed> otherFansOfHolders(const std::vector<std::uint64_t>& fan
 std::vector<KVLeasedFan> endOwnHolders(const std::vector<std::uint64_t>& fans, Platform& platform);
 
 /// Starts a process of this program that holds the fans until it is asked to end, and waits until
-/// it holds them. Returns 0 if it goes on; else an exit status, with the reason on standard error.
-/// `more` are further arguments of 'kelvora fans hold'.
+/// it holds them. Returns 0 if it keeps running, else an exit status, with the reason on standard
+/// error. `more` are further arguments of 'kelvora fans hold'.
 int startHolder(const std::vector<KVFanSpeed>& speeds, const std::vector<std::string>& more = {});
 
 }  // namespace kelvora::tool

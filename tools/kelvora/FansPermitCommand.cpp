@@ -37,7 +37,7 @@ bool requested(Platform& platform) {
   return *granted;
 }
 
-// Nobody waits for the commands that give the rights.
+// The library does not wait for the commands that give the rights.
 bool becomesGranted(Platform& platform) {
   const Clock::time_point end = Clock::now() + kLongestCommands;
   while (!KVUtils::isSMCPermissionGranted(platform) && Clock::now() < end) {

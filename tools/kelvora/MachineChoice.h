@@ -33,7 +33,7 @@ MachineChoice chooseAnyMachine(const std::string& machine);
 /// cannot be used counts as none.
 MachineChoice chooseMachineToCheck(const std::string& machine);
 
-/// Throws CommandError (wrong usage) for the default recording, which nobody has asked for.
+/// Throws CommandError (wrong usage) for the default recording, which the user has not asked for.
 void requireMachine(const MachineChoice& machine);
 
 /// Installs the recorded Mac of the environment, if it names one, for commands that read no

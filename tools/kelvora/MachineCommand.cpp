@@ -79,7 +79,7 @@ bool hasUsableChoice() {
   try {
     return Platform::choice().has_value();
   } catch (const MachineFileError&) {
-    return false;  // nobody can hand its fans back: it may always be replaced
+    return false;  // its fans cannot be handed back: it may always be replaced
   }
 }
 

@@ -153,7 +153,7 @@ void setTone(Tone tone) {
   attr_set(attributesOf(tone), hasColour ? static_cast<short>(tone) : short{0}, nullptr);
 }
 
-// A text that is too long would go on in the next line.
+// A text that is too long would continue in the next line.
 std::vector<std::string> textsOf(const Screen& screen, std::size_t columns) {
   std::vector<std::string> texts;
   for (const ScreenLine& line : screen) {

@@ -38,8 +38,8 @@ Notification notificationIn(sdbus::Message& message) {
   return notification;
 }
 
-// What was sent and has not come back, in order. A bus that goes may have taken it to nobody, so
-// that its sender must hear it without the bus.
+// What was sent and has not come back, in order. A bus that ends may not have delivered it, so its
+// sender must receive it without the bus.
 class SentNotifications {
  public:
   /// False when the bus has gone.

@@ -45,7 +45,8 @@ void reportError(int report, int error) {
   static_cast<void>(ignored);
 }
 
-// In the first child: the program becomes a child of this short-lived one and then of nobody here.
+// In the first child: the program becomes a child of this short-lived one, and is then adopted by
+// the system.
 [[noreturn]] void runInGrandchild(const char* path, int report) {
   resetSignals();
   const pid_t program = fork();

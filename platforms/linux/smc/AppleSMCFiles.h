@@ -34,8 +34,8 @@ class AppleSMCFiles {
   virtual KernelStatus write(const std::string& name, const std::string& content);
   /// Writes an index to "key_at_index"; false when the driver refuses it.
   virtual bool chooseKey(unsigned chosen);
-  /// Keeps other programs that lock from choosing keys. Waits at most a second for them, and goes
-  /// on without the lock then.
+  /// Keeps other programs that lock from choosing keys. Waits at most a second for them, then
+  /// continues without the lock.
   virtual void lock();
   virtual void unlock();
 

@@ -109,8 +109,8 @@ void LinuxSMC::answerKeyAt(unsigned index, SMCParamRecord& reply) const {
   }
 }
 
-// A key with its own file is read from that file: unlike "key_at_index", no other program can
-// redirect it.
+// A key with its own file is read from that file, which no other program can redirect, unlike
+// "key_at_index".
 std::optional<std::vector<std::byte>> LinuxSMC::payloadOf(const Key& key) {
   if (auto payload = sensors_->payload(key.description.name, key.description.type)) {
     return payload;

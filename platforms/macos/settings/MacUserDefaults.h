@@ -11,8 +11,8 @@
 namespace kelvora::platform {
 
 /// The preferences of an application group. Core Foundation cannot look and write in one step: so
-/// programs of this library hold a lock meanwhile, a file in the group's folder. A write goes on
-/// without it when it cannot be had in 0.2 s, or when the group has no folder.
+/// programs of this library hold a lock meanwhile, a file in the group's folder. A write continues
+/// without the lock if it is not free within 0.2 s, or if the group has no folder.
 class MacUserDefaultsSuite : public UserDefaultsSuite {
  public:
   /// `lockFolder` may be empty: no lock.
@@ -23,8 +23,8 @@ class MacUserDefaultsSuite : public UserDefaultsSuite {
   /// A write that failed is taken back, also from memory: the value from before is set again.
   bool setObject(std::string_view key, PropertyListValue value) override;
   bool removeObject(std::string_view key) override;
-  /// Unlike `setObject` never goes on without a lock that another program has. Waits up to 5 s for
-  /// it, for a default 0.2 s.
+  /// Unlike `setObject` never continues without a lock that another program has. Waits up to 5 s
+  /// for it, for a default 0.2 s.
   std::optional<PropertyListValue> changeObject(std::string_view key, const Change& change,
                                                 SuiteWrite reason) override;
 
