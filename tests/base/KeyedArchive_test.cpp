@@ -228,7 +228,7 @@ TEST(KeyedArchive, ObjectsOfTheWrongKindAreRefused) {
   }
 }
 
-TEST(KeyedArchive, APropertyListThatIsNoArchiveIsRefused) {
+TEST(KeyedArchive, APropertyListThatIsNotAnArchiveIsRefused) {
   const std::string version = "<key>$version</key><integer>100000</integer>";
   const std::string archiver = "<key>$archiver</key><string>NSKeyedArchiver</string>";
   const std::string top = "<key>$top</key><dict><key>root</key>@1@</dict>";
@@ -404,7 +404,7 @@ TEST(ArchiveValue, PropertyListValuesConvertBothWays) {
   EXPECT_EQ(propertyListValueOf(archiveValueOf(value)), value);
 }
 
-TEST(ArchiveValue, NullsAndObjectsAreNoPropertyListValues) {
+TEST(ArchiveValue, NullsAndObjectsAreNotPropertyListValues) {
   const ArchiveValue object = Object("KVNotification");
   for (const ArchiveValue& value : {ArchiveValue(), object}) {
     EXPECT_EQ(propertyListValueOf(value), std::nullopt);

@@ -53,7 +53,7 @@ TEST(PropertyListText, AnOffsetTakesEightBytesAtMost) {
   EXPECT_FALSE(holdsNul(binaryListOf("\x51\x00"sv, 9)));
 }
 
-TEST(PropertyListText, ZeroBytesOfTwoCharactersAreNoNul) {
+TEST(PropertyListText, ZeroBytesOfTwoCharactersAreNotANul) {
   EXPECT_FALSE(holdsNul(binaryListOf("\x62\x01\x00\x00\x41"sv)));
   EXPECT_TRUE(holdsNul(binaryListOf("\x62\x01\x00\x00\x00"sv)));
 }

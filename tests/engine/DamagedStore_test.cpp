@@ -50,7 +50,7 @@ TEST_F(DamagedStoreTest, OneIdInSeveralEntitiesIsSeveralObjects) {
   EXPECT_EQ(makeStore()->getCategoryWithName("both")->sensors().size(), 1U);
 }
 
-TEST_F(DamagedStoreTest, ARowOfAnotherEntityWithTheSameIdIsNoTarget) {
+TEST_F(DamagedStoreTest, ARowOfAnotherEntityWithTheSameIdIsNotATarget) {
   execute("UPDATE Sensor SET _id = (SELECT _id FROM Category) WHERE key = 'a'");
   const auto store = makeStore();
   const auto sensor = store->getSensorByKey("a");
@@ -131,7 +131,7 @@ TEST_F(DamagedStoreTest, AReferenceToARowThatIsNotThereLeadsNowhere) {
             2U);
 }
 
-TEST_F(DamagedStoreTest, AFileWithoutTheMarkIsNoStore) {
+TEST_F(DamagedStoreTest, AFileWithoutTheMarkIsNotAStore) {
   execute("PRAGMA application_id = 0");
   EXPECT_EQ(makeStore()->allSensors(), std::nullopt);
   execute("PRAGMA application_id = 0x4B566F73");

@@ -54,7 +54,7 @@ TEST_F(TreeDeletionTest, ARingGoesWhole) {
   EXPECT_EQ(rowsInFile(), 1);
 }
 
-TEST_F(TreeDeletionTest, AnOwnerOfItselfGoesOnce) {
+TEST_F(TreeDeletionTest, AnOwnerOfItselfIsDeletedOnce) {
   const auto self = node(nullptr);
   self->setRelated("parent", self);
   context->deleteObject(self);

@@ -147,7 +147,7 @@ TEST_F(ManagedObjectContextTest, OrdersThatDifferInALaterStepOfTheirPathAreTwo) 
               ElementsAre(second, first));
 }
 
-TEST_F(ManagedObjectContextTest, ARelationshipIsNoOrder) {
+TEST_F(ManagedObjectContextTest, ARelationshipIsNotASortKey) {
   for (int unsaved = 0; unsaved < 2; ++unsaved) {
     for (const char* key : {"category", "category.sensors", "category._id", "name.key", "", ".",
                             "_category_order", "category."}) {
@@ -227,7 +227,7 @@ TEST_F(ManagedObjectContextTest, AParentSeesTheChangesOfItsChildOnlyAfterTheSave
 
 TEST_F(ManagedObjectContextTest, SavingRecursivelyReachesTheFileThroughAllParents) {
   const auto grandchild = store->newContext()->newChild();
-  EXPECT_EQ(grandchild->parentContext(), nullptr);  // nobody holds it
+  EXPECT_EQ(grandchild->parentContext(), nullptr);  // it has no handle
   const auto child = store->newContext();
   const auto deep = child->newChild();
   sensor("a", deep);
@@ -316,7 +316,7 @@ TEST_F(ManagedObjectContextTest, ASaveWritesOnlyChangedProperties) {
   EXPECT_EQ(mine->value(), 2);
 }
 
-TEST_F(ManagedObjectContextTest, SettingAnEqualValueIsNoChange) {
+TEST_F(ManagedObjectContextTest, SettingAnEqualValueIsNotAChange) {
   const auto object = sensor("a", view);
   store->saveViewContext();
   object->setKey("a");

@@ -98,7 +98,7 @@ TEST(ManagedObjectModel, ContradictionsAreRefusedWithWhatIsWrong) {
   }
 }
 
-TEST(ManagedObjectModel, AnUnreadableFileIsNoModel) {
+TEST(ManagedObjectModel, AnUnreadableFileGivesNoModel) {
   std::string problem;
   EXPECT_EQ(modelFromFile("/nowhere/Database.momd", &problem), nullptr);
   EXPECT_NE(problem, "");

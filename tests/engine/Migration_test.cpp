@@ -89,7 +89,7 @@ TEST_F(MigrationTest, ANewerFileLeavesTheCoordinatorWithoutAStore) {
   EXPECT_TRUE(open(kNew)->hasStore());
 }
 
-TEST_F(MigrationTest, AnAttributeOfAnotherTypeIsNoAddition) {
+TEST_F(MigrationTest, AnAttributeOfAnotherTypeIsNotAnAddition) {
   writeWith(kOld);
   EXPECT_FALSE(open(kForeign)->hasStore());
   EXPECT_TRUE(open(kOld)->hasStore());

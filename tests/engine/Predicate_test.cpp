@@ -84,7 +84,7 @@ TEST_F(PredicateTest, TestsBits) {
   EXPECT_THAT(match("(platform | 1) = 5"), ElementsAre("bare"));
 }
 
-TEST_F(PredicateTest, ListsAreNoOperandsOfBitsAndNoElementsOfLists) {
+TEST_F(PredicateTest, ListsAreNeitherOperandsOfBitsNorElementsOfLists) {
   for (const char* format :
        {"{}&{}=8", "{1} | {2} = 3", "platform & {1} = 1", "nil & {} = nil", "platform IN {{}}",
         "platform IN {1, {2}}", "platform BETWEEN {{1}, 2}", "{} = {}", "{1} = 1", "platform = {1}",
@@ -166,7 +166,7 @@ TEST_F(PredicateTest, ABackslashTakesTheNextCharacterAsItIsOrMakesABlank) {
   EXPECT_THAT(match(R"(name = "it's \"so\" \\\n\t\r")"), ElementsAre("quoted"));
 }
 
-TEST_F(PredicateTest, TheEnginesOwnColumnsAreNoAttributes) {
+TEST_F(PredicateTest, TheEnginesOwnColumnsAreNotAttributes) {
   EXPECT_THAT(match("_category_order > 0"), ElementsAre("<none>"));
   EXPECT_THAT(match("_id > 0"), ElementsAre("<none>"));
 }

@@ -27,7 +27,7 @@ class RelationshipRefusalsTest : public testing::StoreFixture {
   KVSensorPtr sensor = addSensor(*store, "TC0P", category);
 };
 
-TEST_F(RelationshipRefusalsTest, AnObjectOfAnotherEntityIsNoMemberAndNoOwner) {
+TEST_F(RelationshipRefusalsTest, AnObjectOfAnotherEntityIsNeitherMemberNorOwner) {
   const auto set = view->insertNewObject("FanSet");
   ASSERT_EQ(view->save(), std::nullopt);
   expectRefused(set);
@@ -36,19 +36,19 @@ TEST_F(RelationshipRefusalsTest, AnObjectOfAnotherEntityIsNoMemberAndNoOwner) {
   expectNoCategory(sensor);
 }
 
-TEST_F(RelationshipRefusalsTest, AnObjectOfAnotherStoreIsNoMemberAndNoOwner) {
+TEST_F(RelationshipRefusalsTest, AnObjectOfAnotherStoreIsNeitherMemberNorOwner) {
   const auto other = makeStore();
   expectRefused(other->getSensorByKey("TC0P"));
   expectNoCategory(other->getCategoryWithType(0));
 }
 
-TEST_F(RelationshipRefusalsTest, WhatAnotherContextHasNotSavedIsNoMemberAndNoOwner) {
+TEST_F(RelationshipRefusalsTest, AnUnsavedObjectOfAnotherContextIsNeitherMemberNorOwner) {
   const auto child = store->newContext();
   expectRefused(store->createSensorWithKey("new", child));
   expectNoCategory(store->createOrUpdateCategoryWithName("new", child));
 }
 
-TEST_F(RelationshipRefusalsTest, AnObjectThatAnotherProgramDeletedIsNoMemberAndNoOwner) {
+TEST_F(RelationshipRefusalsTest, AnObjectThatAnotherProgramDeletedIsNeitherMemberNorOwner) {
   const auto childs = store->newContext()->objectFor(sensor);
   const auto other = makeStore();
   other->viewContext()->deleteObject(other->getSensorByKey("TC0P"));
@@ -59,9 +59,9 @@ TEST_F(RelationshipRefusalsTest, AnObjectThatAnotherProgramDeletedIsNoMemberAndN
   EXPECT_FALSE(view->hasChanges());
 }
 
-TEST_F(RelationshipRefusalsTest, NothingIsNoMember) { expectRefused(nullptr); }
+TEST_F(RelationshipRefusalsTest, NullIsNotAMember) { expectRefused(nullptr); }
 
-TEST_F(RelationshipRefusalsTest, ADeletedObjectIsNoMemberAndNoOwner) {
+TEST_F(RelationshipRefusalsTest, ADeletedObjectIsNeitherMemberNorOwner) {
   const auto second = store->createSensorWithKey("second", view);
   view->deleteObject(second);
   expectRefused(second);

@@ -257,7 +257,7 @@ TEST_F(RelationshipsTest, WhatAChildAppendedFirstComesFirstInMemoryAsInTheFile) 
   EXPECT_THAT(reopened(), ElementsAre("a", "b", "c"));
 }
 
-TEST_F(RelationshipsTest, SettingTheSameAgainIsNoChange) {
+TEST_F(RelationshipsTest, SettingTheSameAgainIsNotAChange) {
   const auto a = sensor("a");
   category->setSensors({a, sensor("b")});
   store->saveViewContext();
@@ -267,7 +267,7 @@ TEST_F(RelationshipsTest, SettingTheSameAgainIsNoChange) {
   EXPECT_THAT(reopened(), ElementsAre("a", "b"));
 }
 
-TEST_F(RelationshipsTest, AMemberThatAChildMovesLeavesItsListThoughNobodyHoldsIt) {
+TEST_F(RelationshipsTest, AMemberThatAChildMovesLeavesItsListEvenWithoutAHandle) {
   category->addToSensors(sensor("a"));
   const auto fan = addCategory(*store, "Fan", 1);
   store->saveViewContext();

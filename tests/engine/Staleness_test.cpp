@@ -130,7 +130,7 @@ TEST_F(StalenessTest, WhatAFetchBringsIsNotReadOnceMore) {
   EXPECT_EQ(reader->persistentStoreCoordinator()->reads(), before + 1);
 }
 
-TEST_F(StalenessTest, AListOnceReadStaysThoughNobodyHoldsItsMembers) {
+TEST_F(StalenessTest, AListOnceReadStaysWithoutHandlesToItsMembers) {
   const auto reader = makeStore(-1);
   const auto category = reader->getCategoryWithType(0);
   EXPECT_EQ(category->sensors().size(), 1U);

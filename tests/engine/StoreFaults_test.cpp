@@ -52,12 +52,12 @@ class StoreFaultsTest : public testing::StoreFixture {
   }
 };
 
-TEST_F(StoreFaultsTest, ADirectoryInPlaceOfTheFileIsNoStore) {
+TEST_F(StoreFaultsTest, ADirectoryInPlaceOfTheFileIsNotAStore) {
   std::filesystem::create_directories(storePath());
   expectNoStore();
 }
 
-TEST_F(StoreFaultsTest, AFileOfRandomBytesIsNoStoreAndStaysAsItIs) {
+TEST_F(StoreFaultsTest, AFileOfRandomBytesIsNotAStoreAndStaysAsItIs) {
   std::filesystem::create_directories(folder());
   std::mt19937 random(3);
   std::string bytes;
@@ -116,7 +116,7 @@ TEST_F(StoreFaultsTest, AReadOnlyFileIsReadOrAbsentAndNeverSaved) {
   EXPECT_EQ(makeStore()->allSensors()->size(), 200U);
 }
 
-TEST_F(StoreFaultsTest, AnUnreadableFolderIsNoStore) {
+TEST_F(StoreFaultsTest, AnUnreadableFolderGivesNoStore) {
   if (geteuid() != 0) {
     GTEST_SKIP() << "taking another user's rights needs an administrator";
   }

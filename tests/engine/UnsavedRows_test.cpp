@@ -16,7 +16,7 @@ class DirtyRowsTest : public ::testing::Test {
   DirtyRows rows{own, mutex};
 };
 
-TEST_F(DirtyRowsTest, AreNoneWithoutChanges) {
+TEST_F(DirtyRowsTest, AreEmptyWithoutChanges) {
   rows.add(parent);
   EXPECT_TRUE(rows.empty());
   EXPECT_FALSE(rows.contains(1));

@@ -6,7 +6,7 @@
 //   store_peer probe [UID [BYTES]]      as a user, with a limit on file sizes: reads and saves once
 //   store_peer set KEY VALUE            gives a sensor a value and saves
 //   store_peer hold PATH                holds the write lock until its standard input ends
-//   store_peer own PATH                 the same with the whole file, which nobody can read then
+//   store_peer own PATH                 the same with the whole file, which is then unreadable
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>

@@ -49,7 +49,7 @@ class LeaseFixture : public ::testing::Test {
     installTool();
   }
 
-  // A guardian goes on trying for as long as its fan is not handed back.
+  // A guardian keeps trying until its fan is handed back.
   ~LeaseFixture() override {
     endOrders();
     EXPECT_TRUE(soon([] { return guardianOf(getpid()) == 0; }));

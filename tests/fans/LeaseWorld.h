@@ -53,7 +53,7 @@ struct Tool {
   Owner owner = Owner::kHolder;
   bool isAwaited = true;  // else its owner has given it up, or has ended
   bool hasEnded = false;  // its owner has not seen it yet
-  bool counts = true;     // of a hand-back: nobody was left who may set the fan after it
+  bool counts = true;     // of a hand-back: no process was left that may set the fan after it
   auto operator<=>(const Tool&) const = default;
 };
 
@@ -351,8 +351,8 @@ class LeaseWalk {
   // --- the next program
 
   // It has the fan's lock, which the guardian has had, until its tool has ended; or it gives that
-  // up, or is killed, which is the same. Somebody starts it in the end, but nobody may count on it
-  // who runs.
+  // up, or is killed, which is the same. It is started in the end, but no running program may count
+  // on it.
   void stepNextProgram(const World& world) {
     if (design_.nextProgramComes && world.isOnDisk && !world.guardianRuns &&
         !world.isAwaiting(Owner::kNextProgram)) {

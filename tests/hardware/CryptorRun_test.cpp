@@ -53,7 +53,7 @@ TEST(CryptorRun, WithoutInputItIsTheFinalStepsOutput) {
   EXPECT_EQ(cryptor.calls, "update 0/8, finish 8");
 }
 
-TEST(CryptorRun, AFailedUpdateIsItsStatusAndThereIsNoFinalStep) {
+TEST(CryptorRun, AFailedUpdateReturnsItsStatusWithoutAFinalStep) {
   ScriptedCryptor cryptor;
   cryptor.updateStatus = -4308;
   std::int32_t status = 0;

@@ -82,7 +82,7 @@ TEST(SMCWrapper, ReportsATextKeyWithoutBytesAsFailedReadButReadsANumberKeyWithou
   EXPECT_EQ(wrapper.rawValueByKey("Nope"), 0.0);
 }
 
-TEST(SMCWrapper, ReportsToNobodyWhenTheDelegateIsGone) {
+TEST(SMCWrapper, ReportsNothingWhenTheDelegateIsGone) {
   installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   auto messages = std::make_shared<Messages>();
@@ -91,7 +91,7 @@ TEST(SMCWrapper, ReportsToNobodyWhenTheDelegateIsGone) {
   messages.reset();
   EXPECT_EQ(wrapper.delegate(), nullptr);
   EXPECT_EQ(wrapper.rawValueByKey("TX0x"), std::nullopt);
-  wrapper.handleFailedWithErrMsg("nobody hears");
+  wrapper.handleFailedWithErrMsg("not received");
 }
 
 TEST(SMCWrapper, ForgetsADelegateWithItsToken) {

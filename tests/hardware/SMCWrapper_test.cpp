@@ -188,7 +188,7 @@ TEST(SMCWrapper, GivesUpAfter65536PositionsWithoutAKey) {
   EXPECT_EQ(smc.count(8), 16 + 65536);
 }
 
-TEST(SMCWrapper, GoesOnWhileOneOfTheNext65536PositionsHasAKey) {
+TEST(SMCWrapper, ContinuesWhileOneOfTheNext65536PositionsHasAKey) {
   ForwardingSMC& smc = installSMC(
       {smcKey("#KEY", "ui32", {0, 2, 0xbf, 0x21}), smcKey("TC0P", "sp78", {0x28, 0x80})});
   smc.setOverride([](const SMCCallRecord& call,
@@ -229,7 +229,7 @@ TEST(SMCWrapper, GivesUpAfterAMillionPositionsWhenEveryOneAnswers) {
   EXPECT_EQ(asked, 1U << 20);
 }
 
-TEST(SMCWrapper, TakesAKeyCountThatIsNoNumberOrNegativeForNone) {
+TEST(SMCWrapper, TakesAKeyCountThatIsNotANumberOrNegativeForNone) {
   ForwardingSMC& smc = installSMC({smcKey("#KEY", "flt ", {0, 0, 0xc0, 0x7f})});
   SMCWrapper wrapper;
   EXPECT_THAT(wrapper.getAllSensorKeys(), IsEmpty());
@@ -288,7 +288,7 @@ TEST(SMCWrapper, GivesAKeyNoValueOfTheKeyBeforeIt) {
   EXPECT_EQ(sensors[3]->value, 0.0);
 }
 
-TEST(SMCWrapper, ReadsTheKeysThatItsListWasReplacedWithAndSkipsThoseThatAreNoSensors) {
+TEST(SMCWrapper, ReadsTheKeysThatItsListWasReplacedWithAndSkipsThoseThatAreNotSensors) {
   ForwardingSMC& smc = installSMC(twoFansAndSensors());
   SMCWrapper wrapper;
   wrapper.setCachedAllSensorKeys({"TC0P", "B0AV", "VC0C"});

@@ -76,7 +76,7 @@ TEST_F(CFValues, ATextKeepsAnEmbeddedNul) {
   EXPECT_EQ(CFStringGetLength(makeText(text).get()), 3);
 }
 
-TEST_F(CFValues, WhatIsNoTextBecomesTheReplacementCharacter) {
+TEST_F(CFValues, BytesThatAreNotTextBecomeTheReplacementCharacter) {
   EXPECT_EQ(platform::textOf(makeText("a\xff"
                                       "b")
                                  .get()),

@@ -142,7 +142,7 @@ TEST_F(MacNotificationCentresTest, ANoticeOfTheProcessIsHeardBeforeThePostReturn
   EXPECT_EQ(thread, expected);
 }
 
-TEST_F(MacNotificationCentresTest, ANoticeOfTheHostItselfIsHeardWithoutASenderThatIsNoText) {
+TEST_F(MacNotificationCentresTest, ANoticeOfTheHostItselfIsReceivedWithoutASenderThatIsNotText) {
   std::vector<Notification> heard;
   centres->inProcess().addObserver(
       "KVDataManagerDidGenerateDatasetNotification", SuspensionBehavior::kDefault,

@@ -1,4 +1,4 @@
-// The live usage of a Mac: what the monitor asks the kernel for, and what it makes of it.
+// The live usage of a Mac: what the monitor asks the kernel for, and the figures that it computes.
 #include "KelvoraCore/Platform.h"
 #include "KelvoraCore/ZDSystemMonitor.h"
 

@@ -84,7 +84,7 @@ TEST_F(MacUserDefaultsTest, AnObjectOfEachKindComesBackAsItWas) {
   EXPECT_EQ(suite->objects(), all);
 }
 
-TEST_F(MacUserDefaultsTest, AWriteThatFailsIsLoggedOnceTakenBackAndLaterOnesGoOn) {
+TEST_F(MacUserDefaultsTest, AWriteThatFailsIsLoggedOnceAndTakenBackAndLaterOnesSucceed) {
   ASSERT_TRUE(suite->setObject("key", "old"));
   ::testing::internal::CaptureStderr();
   ledger.failCallsFrom("CFPreferencesAppSynchronize");

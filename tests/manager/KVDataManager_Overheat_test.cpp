@@ -271,7 +271,7 @@ TEST_F(OverheatRules, AnUpdateReplacesADamagedList) {
   EXPECT_THAT(stored().value(), IsEmpty());
 }
 
-TEST_F(OverheatRules, AValueThatIsNoDataCountsAsAbsentAndStaysAsItIs) {
+TEST_F(OverheatRules, AValueThatIsNotDataCountsAsAbsentAndStaysAsItIs) {
   suite->setObject(kKey, "text");
   EXPECT_EQ(manager->overheatNotifications(), std::nullopt);
   manager->setAppLaunchCount(0);

@@ -175,7 +175,7 @@ TEST(NotificationArchive, OnlyArraysRulesNumbersTextsAndDatesAreAllowed) {
       archive(ArchiveValue::Object("KVNotification", {{"a", ArchiveValue::Dictionary()}})));
 }
 
-TEST(NotificationArchive, AListOfAnythingElseIsNoListOfRules) {
+TEST(NotificationArchive, AListOfAnythingElseIsNotAListOfRules) {
   EXPECT_FALSE(notificationsInArchive(keyedArchive(ArchiveValue::Array{"TC0P"})));
   EXPECT_FALSE(notificationsInArchive(keyedArchive(ArchiveValue::Array{ArchiveValue()})));
   EXPECT_FALSE(notificationsInArchive(keyedArchive(ArchiveValue::Object("KVNotification"))));

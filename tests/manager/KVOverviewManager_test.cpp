@@ -289,7 +289,7 @@ TEST(Overview, TheNextListFollowsTheLanguage) {
   EXPECT_EQ(overview.items().at(4).title, "macOS");
 }
 
-TEST(Overview, TheTextsOfTheHostAreNoFormatsOfPrintf) {
+TEST(Overview, TheTextsOfTheHostAreNotFormatsOfPrintf) {
   const testing::TestMac host;
   host.addStrings("en",
                   "\"overview-number-of-p-cores-value\" = \"%s%n %d%%\";"

@@ -100,7 +100,7 @@ TEST_F(ProcessLock, ItsFileIsTheOwnersAlone) {
             std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
 }
 
-TEST_F(ProcessLock, ReportsWhyNobodyCanHaveIt) {
+TEST_F(ProcessLock, ReportsWhyItCannotBeTaken) {
   std::filesystem::create_directories(file());
   const KVProcessLock lock("Work", *platform);
   EXPECT_EQ(lock.state(), State::kFailed);

@@ -193,7 +193,7 @@ TEST_F(PermissionRequest, AsksForRightsWhenAnythingAboutTheToolIsWrong) {
   }
 }
 
-TEST_F(PermissionRequest, GoesOnAfterACopyThatFailed) {
+TEST_F(PermissionRequest, ContinuesAfterACopyThatFailed) {
   EXPECT_TRUE(request()) << "nothing is carried here, and the commands were started";
   EXPECT_THAT(steps, ElementsAre("attributes", copyStep(), "attributes", kRight, chownStep(),
                                  chmodStep(), "released"));

@@ -101,7 +101,7 @@ TEST_F(KVUtilsPaths, LeadToAGroupContainerThatExistsOrNowhere) {
   EXPECT_THAT(created_, IsEmpty());
 }
 
-TEST_F(KVUtilsPaths, AreNoneWithoutAFolderOfTheSystem) {
+TEST_F(KVUtilsPaths, ReturnNoneWithoutAFolderOfTheSystem) {
   supportFolder_.reset();
   exists_ = false;
   EXPECT_EQ(KVUtils::applicationSupportPath(*platform_), std::nullopt);

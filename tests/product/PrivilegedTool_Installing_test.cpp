@@ -54,7 +54,7 @@ class InstallingThePrivilegedTool : public ::testing::Test {
     return result.value_or(false);
   }
   bool isGranted() { return KVUtils::isSMCPermissionGranted(*platform); }
-  // Nobody waits for chmod but this.
+  // Only this function waits for chmod.
   bool becomesGranted() {
     return testing::runUntil(platform->mainQueue(), [this] { return isGranted(); });
   }

@@ -70,7 +70,7 @@ class CheckContracts(unittest.TestCase):
             "  bool operator==(const A& other) const;\n\n  void two(int count = 2);\n"),
             "A::one", "A::operator==", "A::two")
 
-    def test_statements_of_an_inline_body_are_no_declarations(self):
+    def test_statements_of_an_inline_body_are_not_declarations(self):
         self.assert_missing(self.in_class("  /// One.\n  int one() {\n    if (x()) {\n      y();\n    }\n    return z();\n  }\n"))
 
     def test_a_report_lists_without_failing(self):

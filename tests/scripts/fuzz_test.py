@@ -168,7 +168,7 @@ class Fuzz(unittest.TestCase):
         while True:
             try:
                 shown += os.read(terminal, 4096).decode()
-            except OSError:  # nobody has the terminal open any more
+            except OSError:  # no process has the terminal open any more
                 break
         self.assertEqual(script.wait(), 130)
         os.close(started)

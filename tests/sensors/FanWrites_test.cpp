@@ -47,7 +47,7 @@ TEST(FanWrites, SpeedsAreBytesOfAFloatOrFixedPoint) {
       {6200, "00c0c145", "60e0"},
       {16383, "00fc7f46", "fffc"},
       {16384, "00008046", "10000"},       // more than two bytes: the tool refuses it
-      {16777217, "0000804b", "4000004"},  // a float cannot tell it from 16777216
+      {16777217, "0000804b", "4000004"},  // the same float as 16777216
       {1073741824, "0000804e", "0000"},   // 2^30 times 4 wraps
       {1073741825, "0000804e", "0004"},
       {UINT64_MAX, "0000805f", "fffffffc"},  // 2^64

@@ -237,7 +237,7 @@ TEST_F(Settings, TypedAccessorsReadAndWriteTheirOwnKeys) {
   EXPECT_EQ(suite_->object("KVFileLoggingSensorsKey"), PropertyListValue(Array{"TC0P", "TG0P"}));
 }
 
-TEST_F(Settings, SensorsThatNobodyChoseToSeeAreHiddenButComputedOnesShown) {
+TEST_F(Settings, ByDefaultHIDAndUnknownSensorsAreHiddenButComputedOnesShown) {
   EXPECT_FALSE(settings_.showUnknownSensors());
   EXPECT_FALSE(settings_.showHIDSensors());
   EXPECT_TRUE(settings_.showComputedSensors());
@@ -296,7 +296,7 @@ TEST_F(Settings, AnOlderFanSetNameIsTakenOverOnceAndNeverDeleted) {
   EXPECT_TRUE(notices_.take().empty());
 }
 
-TEST_F(Settings, AnOlderFanSetNameThatIsNoTextIsNotTakenOver) {
+TEST_F(Settings, AnOlderFanSetNameThatIsNotTextIsNotTakenOver) {
   suite_->setObject("KVFanControllerFanSetNameKey", 5);
   EXPECT_FALSE(settings_.value(settingOf(KVSettingID::kManualFanSetId)));
   EXPECT_FALSE(suite_->object("KVFanControllerManualFanSetIdKey"));

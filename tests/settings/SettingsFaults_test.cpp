@@ -1,5 +1,5 @@
-// A program whose reads or writes of the suite fail for a while, beside another program that goes
-// on writing: nothing older wins.
+// A program whose reads or writes of the suite fail for a while, beside another program that keeps
+// writing: nothing older wins.
 #include <functional>
 #include <memory>
 #include <string>

@@ -97,7 +97,7 @@ TEST_F(StoreFileCheck, AStoreThatThisProgramHasOpenStaysLocked) {
   EXPECT_TRUE(isLocked());
 }
 
-TEST_F(StoreFileCheck, AFileThatIsNoStoreIsAFault) {
+TEST_F(StoreFileCheck, AFileThatIsNotAStoreIsAFault) {
   const std::string name = std::string(kApplicationGroupIdentifier) + "/Database.sqlite";
   temporary.write(name, std::string(5000, 'x'));
   EXPECT_THAT(fault(), HasSubstr("not a database"));
@@ -122,7 +122,7 @@ TEST_F(StoreFileCheck, AFileThatThisUserMayNotWriteIsAFault) {
   EXPECT_EQ(other.wait(), 0);
 }
 
-TEST_F(StoreFileCheck, WhatIsNoFileInThePlaceOfTheLogIsAFault) {
+TEST_F(StoreFileCheck, AnythingButAFileInThePlaceOfTheLogIsAFault) {
   auto canSave = [this, number = 0]() mutable {
     const auto store = makeStore(0, 50);
     addCategory(*store, "Category " + std::to_string(++number), 0);

@@ -73,7 +73,7 @@ TEST_F(ReadOnlyStore, AFileWithoutTablesIsAnEmptyStoreThatRefusesToSave) {
   EXPECT_TRUE(reader()->getSensorByKey("TC0P"));
 }
 
-TEST_F(ReadOnlyStore, APipeIsNoStoreAndIsNotWaitedFor) {
+TEST_F(ReadOnlyStore, APipeIsNotAStoreAndNeverBlocks) {
   fs::create_directories(folder());
   ASSERT_EQ(mkfifo(storePath().c_str(), 0600), 0);
   EXPECT_FALSE(reader()->allSensors());
@@ -124,7 +124,7 @@ TEST_F(ReadOnlyStore, WaitsForTheTablesOfAFileThatAnotherProgramCreates) {
   EXPECT_FALSE(hook.isWaiting());
 }
 
-TEST_F(ReadOnlyStore, ReadsAFileThatNobodyHasOpenWithoutATrace) {
+TEST_F(ReadOnlyStore, ReadsAFileThatIsNotOpenElsewhereWithoutATrace) {
   writeSensor("TC0P");
   const auto before = snapshot();
   ASSERT_EQ(before.count(std::string(kApplicationGroupIdentifier) + "/Database.sqlite-shm"), 0U);

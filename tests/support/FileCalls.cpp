@@ -70,8 +70,8 @@ int nextStop(pid_t child) {
   return waitpid(child, &status, 0) == child && WIFSTOPPED(status) ? WSTOPSIG(status) : 0;
 }
 
-// Lets a child that has stopped itself go on until it does so again. `atCall` gets the number of
-// each call that it makes. False when it fails.
+// Lets a child that has stopped itself run until it does so again. `atCall` gets the number of each
+// call that it makes. False when it fails.
 bool followUntilStopped(pid_t child, const std::function<void(std::uint64_t)>& atCall) {
   constexpr int kSystemCall = SIGTRAP | 0x80;
   while (true) {

@@ -12,7 +12,7 @@
 #include "platforms/shared/SystemControlTable.h"
 #include "tests/support/SMCConnection.h"
 
-// Calls every operation of every port of a recorded Mac: for inputs that nobody has looked at.
+// Calls every operation of every port of a recorded Mac: for inputs that were not written by hand.
 namespace kelvora::testing {
 
 inline void walkSMC(const platform::RecordedMachine& machine) {

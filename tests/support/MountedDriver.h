@@ -13,8 +13,8 @@
 
 namespace kelvora::testing {
 
-/// From now on this process and its children have mounts of their own: what they mount nobody else
-/// sees. False if that is not allowed, as without the rights of root.
+/// From now on this process and its children have mounts of their own: no other process sees what
+/// they mount. False if that is not allowed, as without the rights of root.
 inline bool haveOwnMounts() {
   return unshare(CLONE_NEWNS) == 0 &&
          mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;

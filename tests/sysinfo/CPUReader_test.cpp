@@ -103,7 +103,7 @@ TEST_F(CPUReaderTest, PassesItselfAndTheListOnTheCallersThread) {
   EXPECT_NE(delegate->thread, std::this_thread::get_id());
 }
 
-TEST_F(CPUReaderTest, AProcessThatIsNoApplicationHasNoName) {
+TEST_F(CPUReaderTest, AProcessThatIsNotAnApplicationHasNoName) {
   reader.read();
   EXPECT_EQ(delegate->lists.at(0).at(1).name, std::nullopt);
   EXPECT_EQ(delegate->lists.at(0).at(1).command, "WindowServer");

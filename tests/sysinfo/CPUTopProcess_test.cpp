@@ -101,7 +101,7 @@ TEST(CPUTopProcessArchive, OnlyItsClassListsNumbersAndTextsAreAllowed) {
   EXPECT_TRUE(processWith({{"extra", "text"}}));
 }
 
-TEST(CPUTopProcessArchive, ARecordIsNoListAndAListIsNoRecord) {
+TEST(CPUTopProcessArchive, ARecordIsNotAListAndAListIsNotARecord) {
   EXPECT_FALSE(topProcessesInArchive(archiveOfTopProcess(kSafari)));
   EXPECT_FALSE(topProcessInArchive(archiveOfTopProcesses({kSafari})));
   EXPECT_FALSE(topProcessInArchive(keyedArchive("Safari")));

@@ -80,7 +80,7 @@ TEST(DiskQuery, ASizeOfZeroIsASize) {
   EXPECT_EQ(answer.disk->size, 0);
 }
 
-TEST(DiskQuery, AbsentTextsAreEmptyAndAnAbsentSizeIsNone) {
+TEST(DiskQuery, AbsentTextsAreEmptyAndAnAbsentSizeHasNoValue) {
   const auto answer = diskOf({"/"}, DiskDescription{});
   ASSERT_TRUE(answer.disk);
   EXPECT_EQ(answer.disk->name, "");

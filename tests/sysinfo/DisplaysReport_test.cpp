@@ -46,7 +46,9 @@ TEST(DisplaysReport, ListsEveryProcessorInOrder) {
   EXPECT_EQ(report.gpuInfos->back().modelName, "Second");
 }
 
-TEST(DisplaysReport, AbsentMembersAreNoneAndZero) { EXPECT_EQ(processorOf("{}"), ZDGPUInfo{}); }
+TEST(DisplaysReport, AbsentMembersHaveNoValueOrAreZero) {
+  EXPECT_EQ(processorOf("{}"), ZDGPUInfo{});
+}
 
 TEST(DisplaysReport, VramIsTheSharedOneOrWithoutItsKeyTheOther) {
   EXPECT_EQ(processorOf(R"({"spdisplays_vram":"1536 MB"})").vram, "1536 MB");

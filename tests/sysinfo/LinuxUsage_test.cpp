@@ -248,7 +248,7 @@ TEST_F(LinuxFolder, InterfacesThatCannotBeReadEndTheProcess) {
 }
 
 // user nice system idle iowait
-TEST_F(LinuxFolder, WaitingThatTheKernelTakesBackIsNoTimeThatPassed) {
+TEST_F(LinuxFolder, WaitingThatTheKernelTakesBackIsNotElapsedTime) {
   write("proc", {{"stat", "cpu0 1000 0 1000 5000 300"}});
   ZDSystemMonitor monitor(*mac_.platform);
   monitor.cpuUsageInfo();

@@ -61,7 +61,7 @@ TEST(ZDSystemMonitor_Memory, FiguresAreUnsignedBeforeTheyAreWidened) {
   EXPECT_EQ(usage.other, 4 * kGiB);
 }
 
-TEST(ZDSystemMonitor_Memory, WithoutAPageSizeWritesSoAndGoesOn) {
+TEST(ZDSystemMonitor_Memory, WithoutAPageSizeWritesSoAndContinues) {
   const auto [usage, standardError] = sampled({{10, 20, 30, 40}}, std::nullopt);
   EXPECT_EQ(standardError, "getting page size");
   EXPECT_EQ(usage.free, 0);
@@ -69,7 +69,7 @@ TEST(ZDSystemMonitor_Memory, WithoutAPageSizeWritesSoAndGoesOn) {
   EXPECT_EQ(usage.other, 16 * kGiB);
 }
 
-TEST(ZDSystemMonitor_Memory, WithoutStatisticsWritesSoAndGoesOn) {
+TEST(ZDSystemMonitor_Memory, WithoutStatisticsWritesSoAndContinues) {
   const auto [usage, standardError] = sampled(std::nullopt, 4096);
   EXPECT_EQ(standardError, "Failed to get VM statistics.");
   EXPECT_EQ(usage.active, 0);

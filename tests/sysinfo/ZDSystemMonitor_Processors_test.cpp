@@ -120,7 +120,7 @@ TEST_F(ProcessorLoad, WithoutProcessorInformationIsMinusOneAndALine) {
   EXPECT_EQ(sample(monitor, {{{11, 0, 13, 0}}})[0], 25) << "since the last sample that was taken";
 }
 
-TEST_F(ProcessorLoad, AListWithoutProcessorsIsNoProcessorInformation) {
+TEST_F(ProcessorLoad, AListWithoutProcessorsIsNotProcessorInformation) {
   auto& monitor = monitorOf(1);
   ::testing::internal::CaptureStderr();
   EXPECT_EQ(sample(monitor, Ticks()), std::vector<double>(5, -1));

@@ -37,7 +37,7 @@ class FanSetChoiceTest : public testing::ManagerFixture {
   int created = 0;
 };
 
-TEST_F(FanSetChoiceTest, WithoutAManualSetAndConditionsThereIsNone) {
+TEST_F(FanSetChoiceTest, ChoosesNothingWithoutAManualSetAndConditions) {
   EXPECT_EQ(choice().fanSet, nullptr);
   EXPECT_EQ(choice().condition, nullptr);
 }

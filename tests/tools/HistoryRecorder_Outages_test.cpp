@@ -33,7 +33,7 @@ TEST_F(Recorder, AFullDiskLosesNothingThatStillFits) {
       EXPECT_NE(outcome.fault, "");
       EXPECT_EQ(outcome.saved, 0U);
       EXPECT_EQ(outcome.waiting, static_cast<std::size_t>(i));
-      // What compares the values with a limit, say, sees those of now.
+      // A comparison with a limit uses the present values.
       EXPECT_EQ(recorder->manager().coreDataStore().getSensorByKey("TC0P")->value(),
                 processor(kBegin + 30 * i));
     }

@@ -342,7 +342,7 @@ TEST_F(Recorder, AClockThatIsSetBackLosesNothingAtFirst) {
   EXPECT_THAT(series("TC0P", kDay), SizeIs(13 + 6));
 }
 
-TEST_F(Recorder, PointsOfALaterTimeGoOnceTheClockHasRunOn) {
+TEST_F(Recorder, PointsOfALaterTimeAreDeletedOnceTheClockHasRunOn) {
   record(kBegin, kBegin + 600, 60);
   const double past = kBegin - 3 * kDaySeconds;
   record(past, past + 900, 60);
@@ -368,7 +368,7 @@ TEST_F(Recorder, TheSameMinuteAgainAddsNoSecondPoint) {
   EXPECT_THAT(series("TC0P", kDay), SizeIs(3));
 }
 
-TEST_F(Recorder, AfterASleepTheSeriesHaveAGapAndGoOn) {
+TEST_F(Recorder, AfterASleepTheSeriesHaveAGapAndContinue) {
   record(kBegin, kBegin + 600, 2);
   const double woken = kBegin + 4 * kHourSeconds;
   record(woken, woken + 60, 2);
@@ -379,7 +379,7 @@ TEST_F(Recorder, AfterASleepTheSeriesHaveAGapAndGoOn) {
 
 // Values that cannot be read.
 
-TEST_F(RecordedHistory, AValueThatIsNoNumberOrNothingIsNotRecorded) {
+TEST_F(RecordedHistory, AValueThatIsMissingOrNotFiniteIsNotRecorded) {
   double voltage = 5;
   useMac({{"TC0P", constant(50)}, {"VC0C", [&](double) { return voltage; }}});
   sampleAt(kBegin);

@@ -55,7 +55,7 @@ class KelvoraFans : public ::testing::Test {
     return nlohmann::json::parse(result.standardOutput);
   }
   static nlohmann::json fan(std::size_t index) { return jsonOf({"fans"}).at("fans").at(index); }
-  // 0 for a fan that nobody holds.
+  // 0 for a fan that no process holds.
   static pid_t holderOf(std::size_t index) {
     const nlohmann::json lease = fan(index).at("lease");
     return lease.is_null() ? 0 : lease.at("process").get<pid_t>();

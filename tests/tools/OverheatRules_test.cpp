@@ -168,7 +168,7 @@ TEST_F(OverheatRulesTest, AnHourOfHeatFiresARuleOfAMinuteSixtyTimes) {
   EXPECT_EQ(count, 60U);
 }
 
-TEST_F(OverheatRulesTest, ATimeToComeIsNoQuietPeriod) {
+TEST_F(OverheatRulesTest, ATimeInTheFutureIsNotAQuietPeriod) {
   KVNotification future = activeRule("TC0P", 70, 5);
   future.lastTimeFired = kStart + std::chrono::hours(24);
   store({future});

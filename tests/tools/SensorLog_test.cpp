@@ -126,7 +126,7 @@ TEST_F(Log, AValueThatCannotBeReadIsAnEmptyField) {
   EXPECT_EQ(content(), std::string(kHeader) + kDefaultLine + "2023-11-20T00:00:02+00:00,,,1.235\n");
 }
 
-TEST_F(Log, AKeyThatNobodyKnowsIsAColumnOfItsOwn) {
+TEST_F(Log, AnUnknownKeyHasItsOwnColumn) {
   manager->setFileLoggingSensorKeys({{"TXXX", "TC0P"}});
   append();
   EXPECT_EQ(content(), "Time,TXXX,CPU Proximity (TC0P) °C\n2023-11-20T00:00:00+00:00,,41.5\n");
@@ -204,7 +204,7 @@ TEST_F(Log, AFullDiskMakesNoFurtherFiles) {
   EXPECT_EQ(content(), "");
 }
 
-TEST_F(Log, WhatIsNoFileIsReportedWithoutWaitingForIt) {
+TEST_F(Log, APathThatIsNotAFileIsReportedWithoutBlocking) {
   std::filesystem::create_directories(temporary.path("logs"));
   ASSERT_EQ(mkfifo(path().c_str(), 0600), 0);
   EXPECT_EQ(append(), path() + ": not a file");

@@ -256,7 +256,7 @@ TEST(WatchScreen, ABarOfLessThanSixColumnsIsLeftOut) {
   EXPECT_EQ(shortest, 6U);
 }
 
-TEST(WatchScreen, TonesMarkWhatIsImportant) {
+TEST(WatchScreen, TonesMarkTitlesHeadingsAndHotValues) {
   const Screen screen = layOut(smallContent(), {80, 24}, 0).screen;
   EXPECT_EQ(screen[0].front().tone, Tone::kTitle);
   EXPECT_EQ(screen[4].front().tone, Tone::kHeading);

@@ -130,7 +130,7 @@ TEST_F(KelvoraCustom, RefusalsAreInTheLibrarysWordsAndTheUsersLanguage) {
   EXPECT_EQ(list().size(), 1U);
 }
 
-TEST_F(KelvoraCustom, ATypeIsNeededAndAFanIsNone) {
+TEST_F(KelvoraCustom, ATypeIsNeededAndAFanIsRefused) {
   EXPECT_EQ(custom({"add", "TCXX", "Desk"}).status, 2);
   const ProgramResult fan = add("F9Ac", "fan");
   EXPECT_EQ(fan.status, 2);

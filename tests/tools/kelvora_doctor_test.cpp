@@ -58,7 +58,7 @@ class KelvoraDoctor : public ::testing::Test {
     EXPECT_EQ(found["advice"].is_null(), state == "ok") << found;
   }
 
-  // What the account nobody reads of this home, of which root owns some entries.
+  // The findings of the account "nobody" on this home, of which root owns some entries.
   std::string findingsOfNobody(const std::vector<std::string>& entriesOfRoot) const {
     std::vector<std::string> arguments = {
         "-c",
@@ -87,7 +87,7 @@ TEST_F(KelvoraDoctor, NamesEachThingInOrderWithItsState) {
   EXPECT_EQ(report["machine"]["live"], false);
 }
 
-TEST_F(KelvoraDoctor, HintsAreNoFailure) {
+TEST_F(KelvoraDoctor, HintsAreNotFailures) {
   const ProgramResult result = doctor();
   EXPECT_EQ(result.status, 0) << result.standardOutput;
   EXPECT_THAT(result.standardOutput, ContainsRegex("ok +application support +/"));

@@ -57,7 +57,7 @@ TEST_F(KelvoraFans, OfAFanSetOfAnotherProgramMayBeWholeNumbers) {
   expectSet(0, 3000);
 }
 
-TEST_F(KelvoraFans, OfAFanSetThatAreNoSpeedsAreRefused) {
+TEST_F(KelvoraFans, OfAFanSetThatAreNotSpeedsAreRefused) {
   const PropertyListValue values[] = {"3000", true, 0.0, -3000.0, 100'000.5, HUGE_VAL};
   for (const PropertyListValue& value : values) {
     store("Bad", {{"F0", 3000.0}, {"F1", value}});

@@ -121,7 +121,7 @@ TEST_F(KelvoraFans, OfAMacThatLacksTheirKeysAreNotSaidToBeHandedBack) {
   EXPECT_THAT(back.standardOutput, HasSubstr("nothing written"));
 }
 
-// Their minimum may be raised, and nobody knows what it was.
+// Their minimum may be raised, and its original value is lost.
 TEST_F(KelvoraFans, WithoutModesOfALeaseThatCannotBeReadAreNotSaidToBeBack) {
   choose(kWithMinimum);
   const std::string lease = home_.write("data/group.com.kelvora/Fan0.plist", "no lease");

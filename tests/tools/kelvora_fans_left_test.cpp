@@ -90,7 +90,7 @@ TEST_F(KelvoraFans, OfALeaseThatCannotBeReadAreHandedBackByTheirMode) {
   EXPECT_EQ(run({"fans"}).standardError, "");
 }
 
-// The minimum that was there before is known to nobody.
+// The original minimum is lost.
 TEST_F(KelvoraFans, OfALeaseThatCannotBeReadAreListedWithAnotherProgram) {
   choose(kWithMinimum);
   home_.write("data/group.com.kelvora/Fan1.plist", "no lease");
@@ -101,7 +101,7 @@ TEST_F(KelvoraFans, OfALeaseThatCannotBeReadAreListedWithAnotherProgram) {
   EXPECT_THAT(list.standardOutput, HasSubstr("left behind by another program\n"));
 }
 
-// Nobody writes to the pipe: a reader would wait for ever.
+// The pipe has no writer: a reader would wait for ever.
 TEST_F(KelvoraFans, OfALeaseThatIsAPipeOrTooLargeAreReportedWithItsPath) {
   choose(kWithMinimum);
   const std::string large =

@@ -47,12 +47,12 @@ TEST_F(KelvoraFansLimits, OfAFractionAreRoundedInwards) {
   EXPECT_EQ(fan(0).at("minimum"), 1200.25) << "to the quarter of a revolution";
 }
 
-TEST_F(KelvoraFansLimits, ThatAreNoLimitsAreReported) {
+TEST_F(KelvoraFansLimits, ThatAreNotLimitsAreReported) {
   for (const char* index : {"1", "2", "3", "4"}) {
     expectRefused({"fans", "set", index, "2000"}, 1,
                   "fan " + std::string(index) + ": its limits cannot be read");
   }
-  EXPECT_EQ(run({"fans", "set", "3", "0"}).status, 1) << "a maximum of 0 is none";
+  EXPECT_EQ(run({"fans", "set", "3", "0"}).status, 1) << "a maximum of 0 is not a limit";
 }
 
 TEST_F(KelvoraFansLimits, AreSpeedsThatCanBeSet) {

@@ -56,7 +56,7 @@ TEST_F(KelvoraFans, OfAMachineThatIsNamedHaveNoLeases) {
   expectSet(0, 3000);
 }
 
-TEST_F(KelvoraFans, OfAMachineWithoutSMCAreNone) {
+TEST_F(KelvoraFans, OfAMachineWithoutSMCAreReportedAsMissing) {
   const std::string file = home_.write(
       "none.json", R"({"format": "kelvora-machine", "version": 1, "architecture": "x86_64"})");
   const ProgramResult result = run({"fans", "--machine", file});

@@ -60,7 +60,7 @@ TEST_F(KelvoraFansPermit, AFolderInPlaceOfTheToolIsReported) {
                 tool() + ": is a folder or a link, not a regular file; remove it first", 1);
 }
 
-// The default recording is shown where nothing else can be; nobody wants to write its fans.
+// The default recording is shown where nothing else can be; its fans need not be written.
 TEST_F(KelvoraFansPermit, WithoutAMachineNothingIsInstalled) {
   if (Platform::live()->hasSensorHardware()) {
     GTEST_SKIP() << "this computer is a Mac";

@@ -65,7 +65,7 @@ TEST_F(KelvoraFans, AreHeldAlsoIfTheReportCannotBeWritten) {
 }
 
 TEST_F(KelvoraFans, TheHolderHasNeitherTheTerminalNorItsDescriptors) {
-  // The end of the output comes although the holder goes on.
+  // The output ends although the holder keeps running.
   EXPECT_EQ(runInTerminal(KELVORA_PROGRAM, {"fans", "set", "0", "3000"}, 200).status, 0);
   const std::string process = "/proc/" + std::to_string(holderOf(0));
   for (const char* descriptor : {"0", "1", "2"}) {

@@ -123,7 +123,7 @@ TEST_F(KelvoraHistory, ASinglePointAndEqualPointsAreDrawn) {
   EXPECT_THAT(text({"VC0C", "--range", "hour"}), HasSubstr("Minimum 150.00V   Maximum 150.00V"));
 }
 
-TEST_F(KelvoraHistory, WhatIsNoReadingIsAGapAndNoExtreme) {
+TEST_F(KelvoraHistory, WhatIsNotAReadingIsAGapAndDoesNotCountAsAnExtreme) {
   record("TC0P", "CPU", kTemperature, kHour,
          {{50, 40},
           {45, -1},

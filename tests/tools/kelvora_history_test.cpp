@@ -128,7 +128,7 @@ TEST_F(KelvoraHistory, TheValueAxisIsAroundTheReadingsWhereTheSensorHasNoRange) 
       << "a label below 0 would be a dash";
 }
 
-TEST_F(KelvoraHistory, ASettingThatIsNoRangeCountsAsAWeek) {
+TEST_F(KelvoraHistory, ASettingThatIsNotARangeCountsAsAWeek) {
   record("TC0P", "CPU", kTemperature, kWeek, {{60, 33}});
   KVSettings(*platform_).setGraphTimeRange(7);
   EXPECT_EQ(report({"TC0P"})["range"], "week");

@@ -232,7 +232,7 @@ TEST_F(RecordHistory, RefusesTimesOutOfRange) {
   EXPECT_FALSE(std::filesystem::exists(storePath()));
 }
 
-TEST_F(RecordHistory, RecordsNoMachineThatNobodyAskedFor) {
+TEST_F(RecordHistory, RecordsNoMachineThatWasNotAskedFor) {
   const ProgramResult result = runKelvora({"record-history", "--for", "1"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.standardError,

@@ -281,7 +281,7 @@ std::string machineWithLimits(const std::string& least, const std::string& most)
          least + R"("}, {"key": "F0Mx", "type": "flt ", "bytes": ")" + most + R"("}]}})";
 }
 
-TEST(SensorLimits, ThatAreNoSpeedAreADash) {
+TEST(SensorLimits, ThatAreNotSpeedsAreADash) {
   const TemporaryFolder folder;
   const auto limits = [&](const std::string& least, const std::string& most) {
     const std::string path = folder.write("machine.json", machineWithLimits(least, most));

@@ -102,7 +102,7 @@ TEST(Kelvora, WrongUsagePointsAtTheHelpOfTheCommandThatWasNamed) {
                    "(see kelvora settings set --help)");
 }
 
-TEST(Kelvora, AWordThatIsNoCommandIsAnsweredWithTheNearestOne) {
+TEST(Kelvora, AWordThatIsNotACommandIsAnsweredWithTheNearestOne) {
   expectUsageError(runKelvora({"sensrs"}), "sensrs: no such command; did you mean sensors? (see");
   expectUsageError(runKelvora({"esnsors"}), "did you mean sensors?");
   expectUsageError(runKelvora({"docto"}), "did you mean doctor?");
@@ -347,7 +347,7 @@ TEST(Kelvora, TextsOfTheMachineCannotControlTheTerminal) {
             "B");
 }
 
-TEST(Kelvora, ValuesThatAreNoNumbersAreNull) {
+TEST(Kelvora, ValuesThatAreNotNumbersAreNull) {
   const MachineText hostile(machineWithKeys(
       R"({"key": "#KEY", "type": "ui32", "bytes": "00000003"},
          {"key": "TCnn", "type": "flt ", "bytes": "0000c07f"},
@@ -406,7 +406,7 @@ TEST(Kelvora, AFaultIsOneHarmlessLineWhateverItsNamesHold) {
   }
 }
 
-TEST(Kelvora, ANamedPipeThatNobodyWritesToIsNotWaitedFor) {
+TEST(Kelvora, ANamedPipeWithoutAWriterNeverBlocks) {
   const MachineText machine("");
   const std::string pipe = machine.path + ".pipe";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);

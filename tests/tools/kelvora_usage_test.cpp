@@ -305,7 +305,7 @@ TEST_F(KelvoraUsage, TheIntervalMayHaveAUnit) {
   EXPECT_EQ(watch.wait(), 0);
 }
 
-TEST_F(KelvoraUsage, AWatchThatNobodyReadsAnyMoreEnds) {
+TEST_F(KelvoraUsage, AWatchWhoseReaderHasGoneEnds) {
   const ProgramResult result = runProgram(
       "/bin/sh", {"-c", std::string("'") + KELVORA_PROGRAM +
                             "' usage --machine iMac19,1 --watch --every 0.2 --json | head -1"});
@@ -412,7 +412,7 @@ TEST_F(KelvoraUsage, ALongNameIsCutWhereTheTerminalEnds) {
   EXPECT_THAT(report, EndsWith("        1  250.0 %  ██████████  a-proce…\n"));
 }
 
-TEST_F(KelvoraUsage, OnANarrowTerminalALongNameGoesOnInTheNextLine) {
+TEST_F(KelvoraUsage, OnANarrowTerminalALongNameContinuesInTheNextLine) {
   const auto network = [](unsigned short columns) {
     return runInTerminal(KELVORA_PROGRAM, {"network", "--machine", "iMac19,1"}, columns)
         .standardOutput;

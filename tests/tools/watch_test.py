@@ -397,7 +397,7 @@ class Live(unittest.TestCase):
             pane.watch("", shown="Busiest processes")
             hanging = stop_child(pane.program())
             before = clock(pane.wait_for(lambda shown: re.search(r"\d\d:\d\d:\d\d", shown)))
-            pane.wait_for(lambda shown: clock(shown) != before)  # readings go on
+            pane.wait_for(lambda shown: clock(shown) != before)  # readings continue
             if number:
                 os.kill(pane.program(), number)
             else:
@@ -442,7 +442,7 @@ class Terminals(unittest.TestCase):
 
     # ncurses keeps what it allocated for a terminal that it cannot use.
     @in_pane(columns=200, environment={"ASAN_OPTIONS": "detect_leaks=0"})
-    def test_what_is_no_terminal_for_screens_is_refused_in_one_line(self, pane):
+    def test_anything_but_a_terminal_for_screens_is_refused_in_one_line(self, pane):
         watch = f"{PROGRAM} watch --machine {MACHINE}"
         self.refused(pane, f"TERM=no-such-kind {watch}", "TERM=no-such-kind")
         self.refused(pane, f"TERM=dumb {watch}", "TERM=dumb")
@@ -462,7 +462,7 @@ class Terminals(unittest.TestCase):
         self.assertEqual((result.returncode, result.stdout), (2, ""))
         self.assertTrue(result.stderr.startswith("kelvora: KELVORA_MACHINE: iMac99"), result.stderr)
 
-    def test_a_screen_is_no_json(self):
+    def test_a_screen_is_not_json(self):
         result = subprocess.run([PROGRAM, "watch", "--json"], text=True, capture_output=True, check=False)
         self.assertEqual((result.returncode, result.stdout), (2, ""))
         self.assertIn("--json", result.stderr)

@@ -181,7 +181,7 @@ void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFu
   if (found == nullptr) {
     return;
   }
-  // Backwards: nobody may rely on an order.
+  // Backwards: no caller may rely on an order.
   for (auto pair = found->pairs.rbegin(); pair != found->pairs.rend(); ++pair) {
     function(referenceTo<CFTypeRef>(pair->first), referenceTo<CFTypeRef>(pair->second), context);
   }

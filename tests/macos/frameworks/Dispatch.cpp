@@ -314,7 +314,8 @@ void dispatch_set_context(dispatch_object_t object, void* context) {
   }
 }
 
-// The queue of a source begins to watch it, and ends that: work of the queue that nobody asked for.
+// The queue of a source begins to watch it, and ends that: work of the queue that the program did
+// not queue.
 void dispatch_resume(dispatch_object_t object) {
   if (auto* found = Living::shared().get<Source>("dispatch_resume", object)) {
     if (found->handler == nullptr || found->isResumed) {

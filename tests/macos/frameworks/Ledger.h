@@ -47,7 +47,7 @@ class Ledger {
   /// The kinds of which something is open, and how many.
   std::map<std::string, int> open() const;
 
-  /// Fails the test: the program called `function` as nobody may.
+  /// Fails the test: the program called `function` in a way that is not allowed.
   static void misuse(const std::string& function, const std::string& what);
   /// Fails the test unless the thread that called `reset` calls.
   void requireMainThread(const std::string& function) const;

@@ -26,7 +26,7 @@ class Object {
   virtual bool equals(const Object& other) const { return this == &other; }
   /// The object as recorded calls show it.
   virtual std::string described() const { return kind_; }
-  /// Drops what the object holds. Called once, when nobody owns or holds the object any more.
+  /// Drops what the object holds. Called once, when the object has no owner or holder any more.
   virtual void dispose() {}
 
  private:

@@ -49,7 +49,7 @@ OSStatus AuthorizationExecuteWithPrivileges(AuthorizationRef authorization, cons
                                             FILE** pipe) {
   requireAuthorization("AuthorizationExecuteWithPrivileges", authorization);
   if (pipe != nullptr) {
-    Ledger::misuse("AuthorizationExecuteWithPrivileges", "nobody reads the pipe");
+    Ledger::misuse("AuthorizationExecuteWithPrivileges", "the pipe is never read");
   }
   std::string line = tool;
   for (; *arguments != nullptr; ++arguments) {

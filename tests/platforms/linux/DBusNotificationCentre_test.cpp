@@ -511,7 +511,7 @@ TEST(DBusNotificationCentre, TheDesktopsColourSchemeIsHeardAsAThemeChange) {
   EXPECT_EQ(program.heard[1].name, kThemeChanged);
 }
 
-TEST(DBusNotificationCentre, TheDesktopsFirstAnswerIsNoThemeChange) {
+TEST(DBusNotificationCentre, TheDesktopsFirstAnswerIsNotAThemeChange) {
   testing::SessionBus bus;
   Desktop desktop(DesktopColourScheme::kDark);
   Program program;

@@ -174,7 +174,7 @@ TEST(LinuxFiles, TheUsersFoldersFollowTheEnvironment) {
   EXPECT_EQ(files.documentsFolder(), home.path() + "/Dokumente");
   home.write(".config/user-dirs.dirs", line + filling + "\n");
   EXPECT_EQ(files.documentsFolder(), home.path() + "/Documents") << "too large";
-  // A named pipe that nobody writes to does not hold up the question.
+  // A named pipe without a writer does not block the call.
   std::filesystem::remove(home.path(".config/user-dirs.dirs"));
   ASSERT_EQ(mkfifo(home.path(".config/user-dirs.dirs").c_str(), 0600), 0);
   EXPECT_EQ(files.documentsFolder(), home.path() + "/Documents");

@@ -76,7 +76,7 @@ TEST_F(LinuxUserDefaultsTest, AFolderInPlaceOfTheFileIsKeptAside) {
   EXPECT_EQ(folder_.read(std::string(kFile) + ".unusable-1/note.txt"), "mine");
 }
 
-TEST_F(LinuxUserDefaultsTest, APipeInPlaceOfTheFileIsKeptAsideAndBlocksNobody) {
+TEST_F(LinuxUserDefaultsTest, APipeInPlaceOfTheFileIsKeptAsideAndNeverBlocks) {
   fs::create_directories(folder_.path(kGroupFolder));
   ASSERT_EQ(mkfifo(file().c_str(), 0600), 0);
   EXPECT_EQ(logOfAWrite(), "Settings: " + file() + ": not a file\n");

@@ -212,7 +212,7 @@ TEST_F(LinuxUserDefaultsTest, ASecondWriterLeavesNothingBesideTheFileAndItsLock)
   EXPECT_EQ(entries, 2U);
 }
 
-TEST_F(LinuxUserDefaultsTest, WhatAKilledWriterLeftIsInNobodysWay) {
+TEST_F(LinuxUserDefaultsTest, WhatAKilledWriterLeftBlocksNoProgram) {
   folder_.write(std::string(kFile) + ".new", "half a fi");
   EXPECT_TRUE(open()->setObject("KVMainSensor", "TC0P"));
   EXPECT_EQ(open()->object("KVMainSensor"), PropertyListValue("TC0P"));

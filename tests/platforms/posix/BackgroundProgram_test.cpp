@@ -16,7 +16,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-// What a program does that goes on is tested with 'kelvora fans set'.
+// A program that keeps running is tested with 'kelvora fans set'.
 TEST(BackgroundProgram, OneThatEndsAnswersWithItsOutputAndStatus) {
   const auto start = BackgroundProgram::start({"--gtest_filter=None.None"});
   EXPECT_EQ(start.fault, "");

@@ -141,7 +141,7 @@ TEST(GuardChannel, AProcessTakesTheEndThatIsItsStandardInput) {
   EXPECT_EQ(ends.first.receive(line, kAtMost), GuardChannel::Event::kEnd);
 }
 
-TEST(GuardChannel, AnotherStandardInputIsNoChannel) {
+TEST(GuardChannel, AnotherStandardInputIsNotAChannel) {
   const int nothing = open("/dev/null", O_RDONLY);
   dup2(nothing, STDIN_FILENO);
   EXPECT_FALSE(GuardChannel::fromStandardInput().has_value());

@@ -134,7 +134,7 @@ TEST(PosixChildProcesses, LaunchesLeaveNoDescriptorsAndNoZombies) {
   EXPECT_TRUE(soonHasNoChildren());
 }
 
-TEST(PosixChildProcesses, AChildThatNobodyWaitsForIsNeitherWaitedForNorEnded) {
+TEST(PosixChildProcesses, AnUnawaitedChildIsNeitherWaitedForNorEnded) {
   // Runs until its standard input ends, with its output closed.
   int input[2];
   ASSERT_EQ(pipe2(input, O_CLOEXEC), 0);
@@ -176,7 +176,7 @@ TEST(PosixChildProcesses, OutputThatIsNotCapturedGoesWhereThisProcessWrites) {
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), "through\n");
 }
 
-TEST(PosixChildProcesses, AnInterruptedReadOrWaitGoesOn) {
+TEST(PosixChildProcesses, AnInterruptedReadOrWaitContinues) {
   struct sigaction action {};
   action.sa_handler = [](int) {};
   sigaction(SIGUSR1, &action, nullptr);  // without SA_RESTART
@@ -194,7 +194,7 @@ TEST(PosixChildProcesses, AChildThatWasReapedElsewhereAnswersWithoutHanging) {
             platform::kUnknownExitStatus);
 }
 
-// The system then keeps no exit status, for nobody.
+// The system then keeps no exit status.
 TEST(PosixChildProcesses, WhereSIGCHLDIsIgnoredOnlyTheEndOfAChildIsKnown) {
   std::signal(SIGCHLD, SIG_IGN);
   for (const char* script : {"exit 0", "exit 5"}) {

@@ -28,7 +28,7 @@ class StopSignalTest : public ::testing::Test {
   std::array<int, 2> ends_ = {};
 };
 
-TEST_F(StopSignalTest, WaitsForTheDescriptorWhileNobodyAsksToStop) {
+TEST_F(StopSignalTest, WaitsForTheDescriptorUntilAskedToStop) {
   StopSignal stop;
   makeReadable();
   EXPECT_TRUE(stop.waitUntilReadable(descriptor()));
@@ -47,7 +47,7 @@ TEST_F(StopSignalTest, AStopGoesBeforeWhatIsReadableAndStays) {
   }
 }
 
-TEST_F(StopSignalTest, AClosedTerminalIsNoStopWhereThatIsIgnored) {
+TEST_F(StopSignalTest, AClosedTerminalIsNotAStopWhereThatIsIgnored) {
   std::signal(SIGHUP, SIG_IGN);
   StopSignal stop;
   makeReadable();

@@ -210,12 +210,12 @@ TEST_F(TerminalSessionTest, MoreMessagesThanAreKeptNeverBlock) {
               for (int i = 0; i < 100; ++i) {
                 std::fputs(line.c_str(), stderr);
               }
-              std::_Exit(0);  // prints none of it: nobody reads the terminal
+              std::_Exit(0);  // prints none of it: the terminal is not read
             }),
             0);
 }
 
-TEST_F(TerminalSessionTest, ASuspendedProcessGoesOnWhereItWasStopped) {
+TEST_F(TerminalSessionTest, ASuspendedProcessContinuesWhereItWasStopped) {
   ChildWork program = start([](TerminalSession& session) {
     raise(SIGTSTP);
     const bool isAsked = session.waitUntil(kForever) == Event::kSuspend;

@@ -303,7 +303,7 @@ TEST(MachineFile, AFileOfManyMegabytesIsRead) {
   std::string keys;
   for (int i = 0; i < 100000; ++i) {
     keys += R"({"key": "TC0P", "type": "sp78", "attributes": 192, "bytes": "2520",)"
-            R"( "comment": "a comment that nobody reads"},)";
+            R"( "comment": "a comment that is not read"},)";
   }
   keys.pop_back();
   const auto machine = parseMachine(machineWith("\"smc\": {\"keys\": [" + keys + "]}"), "");

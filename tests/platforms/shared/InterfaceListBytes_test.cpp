@@ -35,7 +35,7 @@ TEST(InterfaceListBytes, AreOneMessageForEachInterface) {
   EXPECT_EQ(messageAt(bytes, sizeof(InterfaceMessage)).sentBytes, 4U);
 }
 
-TEST(InterfaceListBytes, AreNoneWithoutInterfaces) {
+TEST(InterfaceListBytes, AreEmptyWithoutInterfaces) {
   EXPECT_TRUE(platform::interfaceListBytes({}).empty());
 }
 

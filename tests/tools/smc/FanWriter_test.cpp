@@ -246,7 +246,7 @@ TEST_F(FanWriterTest, AKeyOfNoBytesIsNotKnown) {
   EXPECT_EQ(message, "F0Md: the SMC has no such key");
 }
 
-TEST_F(FanWriterTest, AFanMayStandStillIfItsMinimumIsZero) {
+TEST_F(FanWriterTest, AFanMayStopIfItsMinimumIsZero) {
   EXPECT_EQ(statusOf("F1Mn", "0000"), ExitStatus::kWritten);
   EXPECT_EQ(statusOf("F1Tg", "0000"), ExitStatus::kWritten);
 }

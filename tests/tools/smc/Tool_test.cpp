@@ -470,7 +470,7 @@ TEST_F(SMCToolWithDriver, ClosedStandardDescriptorsAreDevNull) {
   EXPECT_EQ(content("fan1_manual"), "1\n");
 }
 
-TEST_F(SMCToolWithDriver, AMessageThatNobodyReadsEndsNothing) {
+TEST_F(SMCToolWithDriver, AnUnreadMessageEndsNothing) {
   const auto result = run({writing("F0Md", "01"), {}, [] {
                              int ends[2];
                              if (pipe(ends) == 0) {
