@@ -23,16 +23,23 @@ class CheckWords(unittest.TestCase):
             ("tools/kelvora/main.cpp", 'fail("waited in vain");\n', 'tools/kelvora/main.cpp:1: "in vain"\n'),
             ("README.md", "It begins\nanew.\n", 'README.md:2: "anew"\n'),
             ("docs/store.md", "looked for in\nvain\n", 'docs/store.md:1: "in vain"\n'),
+            ("base/Text.h", "/// It goes\n/// on.\n", 'base/Text.h:1: "goes on"\n'),
+            ("base/Text.h", "// The disk is full, say, or gone.\n", 'base/Text.h:1: "say,"\n'),
         ):
             self.assertEqual(self.run_check(name, text), (1, found))
 
     def test_names_of_tests(self):
-        self.assertEqual(self.run_check("tests/base/Text_test.cpp", "\nTEST_F(Text, ThatStandsAlone) {\n"),
-                         (1, 'tests/base/Text_test.cpp:2: "Stands"\n'))
+        for name, word in (("ThatStandsAlone", "Stands"), ("AFileIsNoStore", "Is No"), ("ReadIsNone", "Is None"),
+                           ("OtherLinesAreNone", "Are None"), ("LaterOnesGoOn", "Go On"), ("BlocksNobody", "Nobody")):
+            self.assertEqual(self.run_check("tests/base/Text_test.cpp", f"\nTEST_F(Text, {name}) {{\n"),
+                             (1, f'tests/base/Text_test.cpp:2: "{word}"\n'))
 
     def test_other_words_and_files_pass(self):
         for name, text in (("base/Text.h", "// A new standard of retold stories; understands.\n"),
+                           ("base/Text.h", "// What they say: more. auto nobody = 65534;\n"),
                            ("tests/base/Text_test.cpp", "TEST(Text, ANewWord) {\n"),
+                           ("tests/base/Text_test.cpp", "TEST(Text, IsNotAStore) {\nTEST(Text, ReturnsNone) {\n"),
+                           ("tests/base/Text_test.cpp", "TEST(Text, ThereIsNoStore) {\nTEST(Text, IsNoLongerRead) {\n"),
                            ("tests/base/bytes.txt", b"told \xff"), ("build/x.md", "told\n")):
             self.assertEqual(self.run_check(name, text), (0, ""))
 
