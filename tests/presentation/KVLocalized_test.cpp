@@ -142,7 +142,8 @@ TEST_F(Localized, ATableWithTheSizeAndTimeOfTheOneReadIsReadAgain) {
 }
 
 TEST_F(Localized, ATableThatCannotBeReadForAMomentIsLoggedOnceAndTriedAgain) {
-  // The sanitizer's check of a class opens a pipe once; a first reading has it done before the limit.
+  // The sanitizer's check of a class opens a pipe once; a first reading has it done before the
+  // limit.
   EXPECT_EQ(textIn("en", "category-fan-name"), "Fans");
   ::testing::internal::CaptureStderr();
   {
