@@ -302,6 +302,16 @@ TEST(KVExtensionTimeZone, ANameBehindAColonIsHonoured) {
   expectCentralEuropeanTimes();
 }
 
+// Only ICU knows the name in words; the C library's zones have but their letters.
+TEST(KVExtensionTimeZone, AZoneThatICUKnowsHasItsName) {
+  for (const char* const zone : {"Europe/Berlin", ":Europe/Berlin"}) {
+    setenv("TZ", zone, 1);
+    EXPECT_EQ(DateFormatter().stringFromDate(berlinAfternoon(), "zzzz"),
+              "Central European Standard Time")
+        << zone;
+  }
+}
+
 TEST(KVExtensionTimeZone, ARuleWithoutSummerTimeIsHonoured) {
   setenv("TZ", "<+0545>-5:45", 1);
   EXPECT_EQ(dateTimeFormat(berlinAfternoon()), "2024-03-07 18:50:09");
