@@ -454,8 +454,8 @@ class Desktop {
         .onInterface(kInterface)
         .withParameters<std::string, std::string, sdbus::Variant>();
     object_->finishRegistration();
-    // The first value makes what all values of sdbus-c++ share. The thread sanitizer cannot see that
-    // the other threads find it made, so it is made before they start.
+    // The first value makes what all values of sdbus-c++ share. The thread sanitizer cannot see
+    // that the other threads find it made, so it is made before they start.
     static_cast<void>(value());
     connection_->enterEventLoopAsync();
   }
