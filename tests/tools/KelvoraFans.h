@@ -24,6 +24,19 @@ inline constexpr char kWithModes[] = "MacBookPro15,1";
 inline constexpr char kWithMinimum[] = "MacBookPro10,1";
 inline constexpr char kTool[] = "data/Kelvora/Kelvora SMC";
 
+// Three fans with modes, of which the last is at a fixed speed.
+inline constexpr char kThreeFans[] = R"({"format": "kelvora-machine", "version": 1,
+  "architecture": "x86_64", "title": "T", "sysctl": {"hw.model": "MacBookPro15,1"},
+  "smc": {"keys": [
+    {"key": "FNum", "type": "ui8 ", "bytes": "03"},
+    {"key": "F0Md", "type": "ui8 ", "bytes": "00"}, {"key": "F0Tg", "type": "flt ", "bytes": "0000fa44"},
+    {"key": "F0Mn", "type": "flt ", "bytes": "0000fa44"}, {"key": "F0Mx", "type": "flt ", "bytes": "00409c45"},
+    {"key": "F1Md", "type": "ui8 ", "bytes": "00"}, {"key": "F1Tg", "type": "flt ", "bytes": "0000fa44"},
+    {"key": "F1Mn", "type": "flt ", "bytes": "0000fa44"}, {"key": "F1Mx", "type": "flt ", "bytes": "00409c45"},
+    {"key": "F2Md", "type": "ui8 ", "bytes": "01"}, {"key": "F2Tg", "type": "flt ", "bytes": "0000fa44"},
+    {"key": "F2Mn", "type": "flt ", "bytes": "0000fa44"},
+    {"key": "F2Mx", "type": "flt ", "bytes": "00409c45"}]}})";
+
 /// An account with a privileged tool that has chosen a recorded Mac. At the end its fans are handed
 /// back, and no holder or guardian may be left.
 class KelvoraFans : public ::testing::Test {

@@ -31,19 +31,6 @@ TEST_F(KelvoraFans, HandedBackLeaveTheOthersOfTheirHolderAtTheirSpeeds) {
   expectAutomatic(1);
 }
 
-// Three fans with modes: one that is handed back, one that stays with its holder, one of no holder.
-constexpr char kThreeFans[] = R"({"format": "kelvora-machine", "version": 1,
-  "architecture": "x86_64", "title": "T", "sysctl": {"hw.model": "MacBookPro15,1"},
-  "smc": {"keys": [
-    {"key": "FNum", "type": "ui8 ", "bytes": "03"},
-    {"key": "F0Md", "type": "ui8 ", "bytes": "00"}, {"key": "F0Tg", "type": "flt ", "bytes": "0000fa44"},
-    {"key": "F0Mn", "type": "flt ", "bytes": "0000fa44"}, {"key": "F0Mx", "type": "flt ", "bytes": "00409c45"},
-    {"key": "F1Md", "type": "ui8 ", "bytes": "00"}, {"key": "F1Tg", "type": "flt ", "bytes": "0000fa44"},
-    {"key": "F1Mn", "type": "flt ", "bytes": "0000fa44"}, {"key": "F1Mx", "type": "flt ", "bytes": "00409c45"},
-    {"key": "F2Md", "type": "ui8 ", "bytes": "01"}, {"key": "F2Tg", "type": "flt ", "bytes": "0000fa44"},
-    {"key": "F2Mn", "type": "flt ", "bytes": "0000fa44"},
-    {"key": "F2Mx", "type": "flt ", "bytes": "00409c45"}]}})";
-
 TEST_F(KelvoraFans, AreHandedBackAlsoWhereTheHolderOfTheOthersIsKilled) {
   choose(home_.write("mac.json", kThreeFans).c_str());
   ASSERT_EQ(run({"fans", "hold", "--background", "0=3000", "1=2500"}).status, 0);

@@ -151,6 +151,34 @@ TEST_F(KelvoraFans, OfADeadHolderWhoseGuardianIsStoppedAreAFailure) {
   expectAutomatic(0);
 }
 
+// Two holders: one ends and one cannot, so the other fan of the first gets a holder of its own.
+TEST_F(KelvoraFans, OfAHolderThatEndsBesideOneThatDoesNotStayAtTheirSpeeds) {
+  choose(home_.write("mac.json", kThreeFans).c_str());
+  ASSERT_EQ(run({"fans", "hold", "--background", "2=3000"}).status, 0);
+  const pid_t stopped = guardians().at(0);
+  const pid_t dead = holderOf(2);
+  ASSERT_EQ(run({"fans", "hold", "--background", "0=3000", "1=2500"}).status, 0);
+  ::kill(stopped, SIGSTOP);
+  ::kill(dead, SIGKILL);
+  ASSERT_TRUE(soon([&] { return !isRunning(dead); }));
+  ASSERT_EQ(run({"fansets", "add", "Both", "F0=3500", "F2=3500"}).status, 0);
+  expectRefused({"fans", "apply", "Both"}, 3,
+                "fan 2: still held by kelvora (process " + std::to_string(dead) +
+                    "), which was asked to end");
+  // While a fan is left behind, the list's status is 1.
+  const auto isHeld = [](std::size_t index) {
+    const auto list = nlohmann::json::parse(run({"fans", "--json"}).standardOutput);
+    const nlohmann::json& fan = list.at("fans").at(index);
+    return fan.at("mode") == "fixed" && fan.at("target") == 2500 &&
+           fan.at("lease").at("isLive") == true;
+  };
+  EXPECT_TRUE(isHeld(1));
+  const ProgramResult back = run({"fans", "auto", "0", "2"});
+  EXPECT_THAT(back.standardOutput, HasSubstr("0  Fan 1  handed back"));
+  EXPECT_TRUE(isHeld(1));
+  ::kill(stopped, SIGCONT);
+}
+
 // Another program may hold it, so it is not handed back.
 TEST_F(KelvoraFans, AtAFixedSpeedWithoutALeaseAreReportedAndLeftAlone) {
   ASSERT_EQ(runProgram(home_.path(kTool), {"-k", "F1Md", "-w", "01"}).status, 0);

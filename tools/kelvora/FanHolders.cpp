@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 #include <set>
 
 #include "KelvoraCore/BackgroundProgram.h"
@@ -88,16 +89,32 @@ std::vector<KVFanSpeed> otherFansOfHolders(const std::vector<std::uint64_t>& fan
   return others;
 }
 
+std::vector<KVFanSpeed> withoutHolder(const std::vector<KVFanSpeed>& fans,
+                                      const std::vector<FanState>& states) {
+  std::vector<KVFanSpeed> found;
+  std::ranges::copy_if(fans, std::back_inserter(found), [&states](const KVFanSpeed& fan) {
+    const auto state = std::ranges::find(states, fan.fan, &FanState::index);
+    return state != states.end() && !(state->lease && isOwnHolder(*state->lease));
+  });
+  return found;
+}
+
 std::vector<KVLeasedFan> endOwnHolders(const std::vector<std::uint64_t>& fans, Platform& platform) {
   const std::set<std::int64_t> processes = holdersOf(fans, KVFanLeases::leasedFans(platform));
-  bool isAsked = false;
+  std::set<std::int64_t> asked;
   for (const std::int64_t process : processes) {
     // Of one that has ended already the guardian hands back.
-    isAsked = BackgroundProgram::askToEnd(process) || isAsked;
+    if (BackgroundProgram::askToEnd(process)) {
+      asked.insert(process);
+    }
   }
-  const Clock::time_point deadline = Clock::now() + (isAsked ? kLongestEnd : kLongestHandBack);
+  const Clock::time_point start = Clock::now();
+  const auto mayEnd = [&](const KVLeasedFan& lease) {
+    const auto limit = asked.contains(lease.processIdentifier) ? kLongestEnd : kLongestHandBack;
+    return Clock::now() < start + limit;
+  };
   std::vector<KVLeasedFan> left = leasesOf(processes, platform);
-  while (!left.empty() && Clock::now() < deadline) {
+  while (std::ranges::any_of(left, mayEnd)) {
     KVMainQueue::runUntil(Clock::now() + kHolderPause);
     left = leasesOf(processes, platform);
   }

@@ -21,6 +21,10 @@ bool isOwnHolder(const KVLeasedFan& lease);
 std::vector<KVFanSpeed> otherFansOfHolders(const std::vector<std::uint64_t>& fans,
                                            const std::vector<FanState>& states);
 
+/// Those of the fans that no own holder has any more.
+std::vector<KVFanSpeed> withoutHolder(const std::vector<KVFanSpeed>& fans,
+                                      const std::vector<FanState>& states);
+
 /// Asks this program's holders of any of `fans` to end, and waits until all their fans are handed
 /// back. Returns those that did not end in time, one lease each.
 std::vector<KVLeasedFan> endOwnHolders(const std::vector<std::uint64_t>& fans, Platform& platform);

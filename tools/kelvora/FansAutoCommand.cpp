@@ -84,8 +84,10 @@ FanWritten writtenTo(const FanState& before, const FanState& after, bool hasMode
 // Returns the exit status.
 int endHolders(FanControl& control, const std::vector<std::uint64_t>& fans) {
   const std::vector<KVFanSpeed> others = otherFansOfHolders(fans, control.fans());
-  const bool haveEnded = endOwnHolders(fans, control.machine().platform).empty();
-  return haveEnded && !others.empty() ? startHolder(others) : kExitSuccess;
+  endOwnHolders(fans, control.machine().platform);
+  control.readAgain();
+  const std::vector<KVFanSpeed> left = withoutHolder(others, control.fans());
+  return left.empty() ? kExitSuccess : startHolder(left);
 }
 
 // Empty for a fan that is back.

@@ -22,9 +22,15 @@ std::vector<std::uint64_t> fansOf(const std::vector<KVFanSpeed>& speeds) {
   return fans;
 }
 
-void endHolders(const std::vector<std::uint64_t>& fans, Platform& platform) {
-  const std::vector<KVLeasedFan> left = endOwnHolders(fans, platform);
+// Of several holders those that have ended leave their other fans to a new one.
+void endHolders(FanControl& control, const std::vector<std::uint64_t>& fans,
+                const std::vector<KVFanSpeed>& others) {
+  const std::vector<KVLeasedFan> left = endOwnHolders(fans, control.machine().platform);
   if (!left.empty()) {
+    control.readAgain();
+    if (const auto free = withoutHolder(others, control.fans()); !free.empty()) {
+      startHolder(free);
+    }
     throw CommandError(kExitElsewhere, "fan " + std::to_string(left.front().fan) +
                                            ": still held by " + holderOf(left.front()) +
                                            ", which was asked to end");
@@ -40,7 +46,7 @@ int setFans(const Options& options, StandardOutput& output, FanControl& control,
   std::vector<KVFanSpeed> speeds = wanted;
   const std::vector<KVFanSpeed> others = otherFansOfHolders(fansOf(wanted), control.fans());
   speeds.insert(speeds.end(), others.begin(), others.end());
-  endHolders(fansOf(wanted), control.machine().platform);
+  endHolders(control, fansOf(wanted), others);
   const int status = startHolder(speeds);
   if (status == kExitSuccess) {
     writeHeld(options, output, control, wanted);
