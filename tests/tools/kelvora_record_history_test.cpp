@@ -156,6 +156,15 @@ TEST_F(RecordHistory, ALogThatCannotBeWrittenIsReportedOnce) {
   EXPECT_THAT(result.standardOutput, EndsWith("  recorded " + countedSamples() + "\n"));
 }
 
+TEST_F(RecordHistory, JSONIsUTF8InEveryLocale) {
+  const std::string path = folder_.write("Lüfter", "") + "/log.csv";
+  runKelvora({"settings", "set", "fileLoggingEnabled", "true"});
+  runKelvora({"settings", "set", "fileLoggingPath", path});
+  runKelvora({"settings", "set", "fileLoggingSensorKeys", R"(["TC0P"])"});
+  ChildProgram program(KELVORA_PROGRAM, words({"--every", "1", "--json"}), {{"LC_ALL", "C"}});
+  EXPECT_THAT(eventOf(program.nextLine())["reason"].get<std::string>(), HasSubstr(path));
+}
+
 TEST_F(RecordHistory, AnotherProgramThatClearsTheStoreIsReported) {
   ChildProgram program = start({"--every", "1", "--json"});
   EXPECT_EQ(eventOf(program.nextLine())["event"], "sample");

@@ -373,6 +373,14 @@ TEST_F(KelvoraSettings, WatchShowsTheMessageOfAFailedRead) {
   EXPECT_EQ(json::parse(objects.nextLine())["object"], "SMC read (\x1b) failed");
 }
 
+TEST_F(KelvoraSettings, WatchWritesJSONInUTF8InEveryLocale) {
+  const SessionBus bus;
+  ChildProgram watch(KELVORA_PROGRAM, {"settings", "watch", "--json"}, {{"LC_ALL", "C"}});
+  watch.nextErrorLine();
+  post(*Platform::live(), "SensorControllerDidFailNotification", "Lüfter");
+  EXPECT_EQ(json::parse(watch.nextLine())["object"], "Lüfter");
+}
+
 TEST_F(KelvoraSettings, WatchSaysWhenItIsCutOffAndWhenItHearsAgain) {
   SessionBus bus;
   ChildProgram watch(KELVORA_PROGRAM, {"settings", "watch", "--json"});

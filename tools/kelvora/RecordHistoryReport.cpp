@@ -108,7 +108,7 @@ void RecordHistoryReport::event(Instant instant, const std::string& text, const 
   if (isJSON_) {
     Json line{{"time", time}};
     line.update(members);
-    writeText(output_, line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+    writeJsonLine(output_, line);
     return;
   }
   writeText(output_, (output_.isTerminal() ? kRewrite : "") + time + "  " + text + "\n");

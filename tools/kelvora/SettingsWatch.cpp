@@ -42,14 +42,16 @@ Json jsonNotice(const Notification& notice) {
           {"userInfo", notice.userInfo ? jsonValue(*notice.userInfo) : Json(nullptr)}};
 }
 
-std::string lineOf(const Notification& notice, const Options& options) {
+void writeNotice(StandardOutput& output, const Notification& notice, const Options& options) {
   const Json json = jsonNotice(notice);
   if (options.json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+    writeJsonLine(output, json);
+    return;
   }
   const std::string object = notice.object ? "  " + printable(*notice.object) : "";
   const std::string userInfo = notice.userInfo ? "  " + settingText(*notice.userInfo) : "";
-  return json["time"].get<std::string>() + "  " + notice.name + object + userInfo + "\n";
+  writeText(output,
+            json["time"].get<std::string>() + "  " + notice.name + object + userInfo + "\n");
 }
 
 std::vector<NotificationObserver> observersOfEveryNotice(
@@ -69,7 +71,7 @@ int runWatchSettings(const Options& options, StandardOutput& output) {
         "no session bus: no other program can be heard ('kelvora doctor' says more)");
   }
   const auto observers = observersOfEveryNotice(
-      [&](const Notification& notification) { writeText(output, lineOf(notification, options)); });
+      [&](const Notification& notice) { writeNotice(output, notice, options); });
   std::fputs("kelvora: watching the settings; an interrupt (Ctrl-C) ends it\n", stderr);
   stop.run();
   return kExitSuccess;
