@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iomanip>
+#include <locale>
 #include <map>
 #include <memory>
 #include <set>
@@ -56,6 +57,7 @@ std::string literal(const ManagedValue& value) {
           return std::to_string(held);
         } else if constexpr (std::is_same_v<T, double>) {
           std::ostringstream text;
+          text.imbue(std::locale::classic());
           text << std::setprecision(17) << held;
           return text.str();
         } else {

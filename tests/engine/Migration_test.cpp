@@ -1,4 +1,6 @@
 #include <cmath>
+#include <locale>
+#include <string>
 
 #include <SQLiteCpp/Database.h>
 
@@ -64,6 +66,20 @@ TEST_F(MigrationTest, AnOlderFileOpensWithItsDataAndTheDefaultsOfWhatIsNew) {
   EXPECT_EQ(context->save(), std::nullopt);
   EXPECT_EQ(contextOn(open(kNew))->objectOf("Category", std::nullopt)->countOfMembers("sensors"),
             1U);
+}
+
+TEST_F(MigrationTest, ADecimalDefaultIsTheSameInALocaleWithADecimalComma) {
+  struct DecimalComma : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+  };
+  writeWith(kOld);
+  const std::locale before =
+      std::locale::global(std::locale(std::locale::classic(), new DecimalComma));
+  const auto coordinator = open(kNew);
+  std::locale::global(before);
+  const auto sensors = contextOn(coordinator)->objectsOf("Sensor");
+  ASSERT_TRUE(sensors.has_value());
+  EXPECT_EQ(sensors->at(0)->attribute("value"), ManagedValue(-1.5));
 }
 
 TEST_F(MigrationTest, AMigratedFileHasTheIndexesOfANewOne) {
