@@ -18,6 +18,9 @@ class InputFile {
   /// Reads up to `buffer.size()` bytes. Returns how many; 0 at the end of the file and after an
   /// error.
   std::size_t read(std::span<char> buffer);
+  /// Reads the rest of the file, but stops as soon as there is more than `mostBytes`. After an
+  /// error it is what came before.
+  std::string readAll(std::size_t mostBytes = std::string::npos - 1);
   /// The system's error number of opening the file or of the last read; 0 for none.
   int error() const { return error_; }
 

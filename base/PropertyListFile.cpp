@@ -1,6 +1,5 @@
 #include "base/PropertyListFile.h"
 
-#include <array>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -76,13 +75,9 @@ PropertyListReading readPropertyListFile(const std::string& path, std::size_t mo
     return refused("not a file");
   }
   InputFile file(path);
-  std::vector<char> bytes;
-  std::array<char, 16384> buffer{};
-  while (const std::size_t count = file.read(buffer)) {
-    bytes.insert(bytes.end(), buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
-    if (bytes.size() > mostBytes) {
-      return refused("larger than " + std::to_string(mostBytes / 1024) + " KB");
-    }
+  const std::string bytes = file.readAll(mostBytes);
+  if (bytes.size() > mostBytes) {
+    return refused("larger than " + std::to_string(mostBytes / 1024) + " KB");
   }
   return file.error() != 0 ? refused(std::generic_category().message(file.error()))
                            : parsePropertyList(std::as_bytes(std::span(bytes)));

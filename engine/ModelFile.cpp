@@ -1,14 +1,14 @@
 #include "engine/ModelFile.h"
 
 #include <algorithm>
-#include <fstream>
 #include <limits>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 #include <utility>
 
 #include <nlohmann/json.hpp>
+
+#include "base/InputFile.h"
 
 namespace kelvora::engine {
 
@@ -336,13 +336,15 @@ std::shared_ptr<ManagedObjectModel> modelFromText(std::string_view text, std::st
 }
 
 std::shared_ptr<ManagedObjectModel> modelFromFile(const std::string& path, std::string* problem) {
-  const std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  if (!file && problem != nullptr) {
+  InputFile file(path);
+  const std::string text = file.readAll();
+  if (file.error() == 0) {
+    return modelFromText(text, problem);
+  }
+  if (problem != nullptr) {
     *problem = "cannot read " + path;
   }
-  return file ? modelFromText(text.str(), problem) : nullptr;
+  return nullptr;
 }
 
 }  // namespace kelvora::engine

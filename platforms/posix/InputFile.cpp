@@ -1,5 +1,6 @@
 #include "base/InputFile.h"
 
+#include <array>
 #include <cerrno>
 
 #include <fcntl.h>
@@ -31,6 +32,19 @@ std::size_t InputFile::read(std::span<char> buffer) {
   } while (count < 0 && errno == EINTR);
   error_ = count < 0 ? errno : 0;
   return count < 0 ? 0 : static_cast<std::size_t>(count);
+}
+
+std::string InputFile::readAll(std::size_t mostBytes) {
+  std::string content;
+  std::array<char, 16384> block;
+  while (content.size() <= mostBytes) {
+    const std::size_t count = read(block);
+    if (count == 0) {
+      break;
+    }
+    content.append(block.data(), count);
+  }
+  return content;
 }
 
 }  // namespace kelvora

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "engine/ModelFile.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::engine {
 namespace {
@@ -103,6 +105,13 @@ TEST(ManagedObjectModel, AnUnreadableFileGivesNoModel) {
   EXPECT_EQ(modelFromFile("/nowhere/Database.momd", &problem), nullptr);
   EXPECT_NE(problem, "");
   EXPECT_EQ(modelFromFile("/tmp"), nullptr);
+}
+
+TEST(ManagedObjectModel, APipeWithoutAWriterGivesNoModel) {
+  const testing::TemporaryFolder folder;
+  const std::string path = folder.path("Database.momd");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  EXPECT_EQ(modelFromFile(path), nullptr);
 }
 
 TEST(ManagedObjectModel, ValuesTakeTheTypeOfTheirAttribute) {

@@ -1,29 +1,10 @@
 #include "platforms/linux/system/TextFile.h"
 
 #include <algorithm>
-#include <array>
 
 #include "base/InputFile.h"
 
 namespace kelvora::platform {
-
-namespace {
-
-// Stops as soon as there is more than `mostBytes`.
-std::string readUpTo(InputFile& file, std::size_t mostBytes) {
-  std::string content;
-  std::array<char, 4096> block;
-  while (content.size() <= mostBytes) {
-    const std::size_t count = file.read(block);
-    if (count == 0) {
-      break;
-    }
-    content.append(block.data(), count);
-  }
-  return content;
-}
-
-}  // namespace
 
 std::optional<std::string> readFile(const std::string& path) {
   int error = 0;
@@ -32,14 +13,14 @@ std::optional<std::string> readFile(const std::string& path) {
 
 std::optional<std::string> readFile(const std::string& path, int& error) {
   InputFile file(path);
-  std::string content = readUpTo(file, std::string::npos - 1);
+  std::string content = file.readAll();
   error = file.error();
   return error == 0 ? std::optional(std::move(content)) : std::nullopt;
 }
 
 std::optional<std::string> readSmallFile(const std::string& path, std::size_t mostBytes) {
   InputFile file(path);
-  std::string content = readUpTo(file, mostBytes);
+  std::string content = file.readAll(mostBytes);
   const bool isWhole = file.error() == 0 && content.size() <= mostBytes;
   return isWhole ? std::optional(std::move(content)) : std::nullopt;
 }

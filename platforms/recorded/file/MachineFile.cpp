@@ -73,13 +73,9 @@ RecordedMachine parseMachine(std::string_view json, const std::string& name) {
 
 std::string machineFileText(const std::string& path) {
   InputFile file(path);
-  std::string json;
-  std::vector<char> block(1 << 16);
-  while (const std::size_t count = file.read(block)) {
-    json.append(block.data(), count);
-    if (json.size() > kLargestFileBytes) {
-      throw MachineFileError(path, "/", "is larger than 64 MB");
-    }
+  std::string json = file.readAll(kLargestFileBytes);
+  if (json.size() > kLargestFileBytes) {
+    throw MachineFileError(path, "/", "is larger than 64 MB");
   }
   // A folder opens like a file, and fails only when it is read.
   if (file.error() != 0) {
