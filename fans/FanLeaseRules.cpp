@@ -1,8 +1,5 @@
 #include "fans/FanLeaseRules.h"
 
-#include <array>
-#include <cstddef>
-
 namespace kelvora {
 
 namespace {
@@ -60,51 +57,10 @@ constexpr GuardianRow kGuardianRules[] = {
     {GS::kEnding, GE::kHandedBack, GS::kGone, GA::kLeave},
 };
 
-template <typename Value, std::size_t count>
-const char* nameIn(const std::array<const char*, count>& names, Value value) {
-  return names.at(static_cast<std::size_t>(value));
-}
-
 }  // namespace
 
 std::span<const HolderRow> holderRules() { return kHolderRules; }
 
 std::span<const GuardianRow> guardianRules() { return kGuardianRules; }
-
-const char* nameOf(HolderState state) {
-  return nameIn<>(
-      std::to_array({"idle", "starting", "taking", "held", "handing back", "ending", "ended"}),
-      state);
-}
-
-const char* nameOf(HolderEvent event) {
-  return nameIn<>(
-      std::to_array({"take asked", "ready", "refused", "taken", "take failed", "renewal due",
-                     "release asked", "guardian expired", "guardian silent", "guardian gone",
-                     "handed back", "hand-back failed"}),
-      event);
-}
-
-const char* nameOf(HolderAction action) {
-  return nameIn<>(
-      std::to_array({"nothing", "start the guardian", "take", "renew", "hand back", "close"}),
-      action);
-}
-
-const char* nameOf(GuardianState state) {
-  return nameIn<>(std::to_array({"preparing", "watching", "expired", "ending", "gone"}), state);
-}
-
-const char* nameOf(GuardianEvent event) {
-  return nameIn<>(std::to_array({"prepared", "cannot prepare", "renewed", "time is over",
-                                 "channel ended", "handed back", "hand-back failed"}),
-                  event);
-}
-
-const char* nameOf(GuardianAction action) {
-  return nameIn<>(std::to_array({"nothing", "say ready", "refuse", "say alive", "say expired",
-                                 "hand back", "leave"}),
-                  action);
-}
 
 }  // namespace kelvora

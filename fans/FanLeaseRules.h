@@ -102,12 +102,4 @@ const Row* ruleOf(std::span<const Row> rules, State state, Event event) {
   return nullptr;
 }
 
-// The names of the tables' cells as a document shows them, e.g. "handing back".
-const char* nameOf(HolderState state);
-const char* nameOf(HolderEvent event);
-const char* nameOf(HolderAction action);
-const char* nameOf(GuardianState state);
-const char* nameOf(GuardianEvent event);
-const char* nameOf(GuardianAction action);
-
 }  // namespace kelvora

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "fans/FanLeaseRules.h"
+#include "tests/fans/LeaseNames.h"
 
 namespace kelvora::testing {
 namespace {

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "fans/FanLeaseRules.h"
+#include "tests/fans/LeaseNames.h"
 
 // A fan, a holder, its guardian, the channel between them, the next program that looks for fans
 // that were left behind, and the tools of all three, as a model that follows the tables of the
