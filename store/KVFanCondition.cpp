@@ -1,14 +1,12 @@
 #include "KelvoraCore/KVFanCondition.h"
 
-#include <algorithm>
-#include <cmath>
-#include <limits>
 #include <utility>
 #include <variant>
 
 #include "KelvoraCore/KVFanSet.h"
 #include "KelvoraCore/KVSensor.h"
 
+#include "base/Truncated.h"
 #include "store/TypedFetch.h"
 
 namespace kelvora {
@@ -29,13 +27,6 @@ enum Name : std::size_t {
 std::string textOf(const ManagedValue& value) {
   const auto* text = std::get_if<std::string>(&value);
   return text == nullptr ? "(null)" : *text;
-}
-
-std::int32_t withoutFraction(double value) {
-  using Limits = std::numeric_limits<std::int32_t>;
-  return std::isnan(value)
-             ? 0
-             : static_cast<std::int32_t>(std::clamp<double>(value, Limits::min(), Limits::max()));
 }
 
 }  // namespace
@@ -82,7 +73,7 @@ std::string KVFanCondition::description() const {
   const KVFanSetPtr set = fanSet();
   return "Fan set: " + (set == nullptr ? "(null)" : textOf(set->attribute("name"))) +
          "\nSensor: " + textOf(valueAt(kSensorKey)) +
-         "\nThreshold: " + std::to_string(withoutFraction(threshold())) +
+         "\nThreshold: " + std::to_string(truncated(threshold())) +
          "\nBattery State: " + std::to_string(batteryState()) +
          "\nExternal Display: " + (externalDisplayConnected() ? "1" : "0");
 }
