@@ -272,9 +272,4 @@ void ContextState::markChanged(ManagedObject& object, std::size_t column, Manage
   }
 }
 
-const std::vector<std::optional<std::size_t>>& ContextState::classColumns(
-    const ManagedObject& object) {
-  return object.entity_->classColumns;
-}
-
 }  // namespace kelvora::engine

@@ -57,7 +57,6 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   // Values of an object (ContextState.cpp).
   const ManagedValue& read(ManagedObject& object, std::size_t column);
   void write(ManagedObject& object, std::size_t column, ManagedValue value);
-  static const std::vector<std::optional<std::size_t>>& classColumns(const ManagedObject& object);
 
   // Relationships (ContextRelationships.cpp, ContextMembers.cpp, ContextDeletion.cpp).
   ManagedObjectPtr related(ManagedObject& object, std::size_t column);

@@ -41,13 +41,11 @@ ManagedObjectContextPtr ManagedObject::managedObjectContext() const {
 }
 
 // Reading may fill the object from the store: a matter of its context, not of who reads.
-ManagedValue ManagedObject::attribute(std::string_view name) const {
-  const auto column = columnOf(*entity_, name, ColumnKind::kAttribute);
+ManagedValue ManagedObject::readColumn(std::optional<std::size_t> column) const {
   return column ? context_->read(const_cast<ManagedObject&>(*this), *column) : ManagedValue();
 }
 
-bool ManagedObject::setAttribute(std::string_view name, ManagedValue value) {
-  const auto column = columnOf(*entity_, name, ColumnKind::kAttribute);
+bool ManagedObject::writeColumn(std::optional<std::size_t> column, ManagedValue value) {
   auto typed =
       column ? engine::valueOfType(entity_->columns[*column].type, std::move(value)) : std::nullopt;
   const bool fits = typed.has_value();
@@ -55,6 +53,14 @@ bool ManagedObject::setAttribute(std::string_view name, ManagedValue value) {
     context_->write(*this, *column, *std::move(typed));
   }
   return fits;
+}
+
+ManagedValue ManagedObject::attribute(std::string_view name) const {
+  return readColumn(columnOf(*entity_, name, ColumnKind::kAttribute));
+}
+
+bool ManagedObject::setAttribute(std::string_view name, ManagedValue value) {
+  return writeColumn(columnOf(*entity_, name, ColumnKind::kAttribute), std::move(value));
 }
 
 ManagedObjectPtr ManagedObject::related(std::string_view relationship) const {
@@ -100,17 +106,11 @@ bool ManagedObject::setMembers(std::string_view relationship,
 }
 
 ManagedValue ManagedObject::valueAt(std::size_t name) const {
-  const auto column = engine::ContextState::classColumns(*this)[name];
-  return column ? context_->read(const_cast<ManagedObject&>(*this), *column) : ManagedValue();
+  return readColumn(entity_->classColumns[name]);
 }
 
 void ManagedObject::setValueAt(std::size_t name, ManagedValue value) {
-  const auto column = engine::ContextState::classColumns(*this)[name];
-  auto typed =
-      column ? engine::valueOfType(entity_->columns[*column].type, std::move(value)) : std::nullopt;
-  if (typed) {
-    context_->write(*this, *column, *std::move(typed));
-  }
+  writeColumn(entity_->classColumns[name], std::move(value));
 }
 
 double ManagedObject::doubleAt(std::size_t name) const {

@@ -152,6 +152,10 @@ class KELVORA_EXPORT ManagedObject : public std::enable_shared_from_this<Managed
     std::vector<std::int64_t> ids;
   };
 
+  // No column reads as nil and takes no value.
+  ManagedValue readColumn(std::optional<std::size_t> column) const;
+  bool writeColumn(std::optional<std::size_t> column, ManagedValue value);
+
   std::shared_ptr<engine::ContextState> context_;
   const engine::EntityDescription* entity_;
   const std::int64_t id_;
