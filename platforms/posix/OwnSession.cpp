@@ -1,7 +1,6 @@
 #include "platforms/posix/OwnSession.h"
 
-#include <filesystem>
-#include <system_error>
+#include <initializer_list>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -17,8 +16,8 @@ void leaveSession() {
   if (nothing > STDERR_FILENO) {
     ::close(nothing);
   }
-  std::error_code ignored;
-  std::filesystem::current_path("/", ignored);
+  const int ignored = chdir("/");
+  static_cast<void>(ignored);
 }
 
 }  // namespace kelvora::platform

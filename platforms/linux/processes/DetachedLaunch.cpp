@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "platforms/posix/FileDescriptor.h"
+#include "platforms/posix/OwnSession.h"
 
 namespace kelvora::platform {
 
@@ -29,14 +30,7 @@ void resetSignals() {
 }
 
 void standOnItsOwn() {
-  setsid();
-  if (chdir("/") != 0) {
-    return;
-  }
-  const int nowhere = open("/dev/null", O_RDWR);
-  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    dup2(nowhere, standard);
-  }
+  leaveSession();
   close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
 }
 
