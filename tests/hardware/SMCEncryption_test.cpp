@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/HexadecimalText.h"
 #include "tests/support/Hexadecimal.h"
 
 namespace kelvora::testing {
@@ -87,7 +88,7 @@ TEST(SMCEncryption, TheShortFormIsDESWithPaddingAndAVectorOfZeros) {
   EXPECT_EQ(decryptedDataUsingAlgorithm(*enciphered, 1, dataOf("s3cr3t!!"), std::nullopt, 1),
             dataOf("Now is the time "));
   // What the openssl command gives: enc -des-cbc -K 7333637233742121 -iv 0
-  EXPECT_EQ(hexOf(*enciphered), "62fb30e40106c285623d7947419924a11a19d602b63335af");
+  EXPECT_EQ(hexadecimalText(*enciphered), "62fb30e40106c285623d7947419924a11a19d602b63335af");
 }
 
 TEST(SMCEncryption, NothingIsEncipheredToOneBlockOfPaddingAndBack) {
@@ -143,8 +144,8 @@ TEST(SMCEncryption, EqualBlocksAreEqualOnlyInECBMode) {
   const Data plain(16);
   const auto ecb = encryptedDataUsingAlgorithm(plain, 1, "s3cr3t!!", std::nullopt, 2);
   const auto cbc = encryptedDataUsingAlgorithm(plain, 1, "s3cr3t!!", std::nullopt, 0);
-  EXPECT_EQ(hexOf(*ecb).substr(0, 16), hexOf(*ecb).substr(16));
-  EXPECT_NE(hexOf(*cbc).substr(0, 16), hexOf(*cbc).substr(16));
+  EXPECT_EQ(hexadecimalText(*ecb).substr(0, 16), hexadecimalText(*ecb).substr(16));
+  EXPECT_NE(hexadecimalText(*cbc).substr(0, 16), hexadecimalText(*cbc).substr(16));
 }
 
 TEST(SMCEncryption, PaddingIsAddedWhereTheDataFillsItsBlocks) {
@@ -152,7 +153,7 @@ TEST(SMCEncryption, PaddingIsAddedWhereTheDataFillsItsBlocks) {
   const auto plain = encryptedDataUsingAlgorithm(Data(32), 0, keyOf(16), std::nullopt, 0);
   EXPECT_EQ(padded->size(), 48U);
   EXPECT_EQ(plain->size(), 32U);
-  EXPECT_EQ(hexOf(*padded).substr(0, 64), hexOf(*plain));
+  EXPECT_EQ(hexadecimalText(*padded).substr(0, 64), hexadecimalText(*plain));
 }
 
 TEST(SMCEncryption, KeyAndVectorMayBeTextsOrBytes) {

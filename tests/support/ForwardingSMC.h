@@ -13,6 +13,7 @@
 
 #include "ports/Ports.h"
 #include "ports/SMCUserClient.h"
+#include "tests/support/ForwardingPorts.h"
 #include "tests/support/RecordedMachines.h"
 
 namespace kelvora::testing {
@@ -39,10 +40,7 @@ class ForwardingSMC : public platform::SMCUserClient {
 
   /// Puts a forwarding SMC before the platform's own and returns it; the platform owns it.
   static ForwardingSMC& wrap(Platform& platform) {
-    auto forwarding = std::make_unique<ForwardingSMC>(std::move(platform.ports().smc));
-    ForwardingSMC& result = *forwarding;
-    platform.ports().smc = std::move(forwarding);
-    return result;
+    return wrapPort<ForwardingSMC>(platform.ports().smc);
   }
 
   /// The n-th call from now (1 is the next) returns `status` without reaching the SMC.

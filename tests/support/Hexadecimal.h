@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,17 +20,6 @@ inline std::vector<std::byte> bytesOfHex(std::string_view text) {
     bytes.push_back(static_cast<std::byte>(std::stoi(digits.substr(index, 2), nullptr, 16)));
   }
   return bytes;
-}
-
-/// The hexadecimal digits of bytes, in lower case.
-inline std::string hexOf(std::span<const std::byte> bytes) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (const std::byte byte : bytes) {
-    text += kDigits[std::to_integer<std::size_t>(byte >> 4)];
-    text += kDigits[std::to_integer<std::size_t>(byte & std::byte{15})];
-  }
-  return text;
 }
 
 }  // namespace kelvora::testing

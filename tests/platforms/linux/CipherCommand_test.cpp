@@ -5,6 +5,7 @@
 
 #include "KelvoraCore/SMCEncryption.h"
 
+#include "base/HexadecimalText.h"
 #include "tests/support/ChildProgram.h"
 #include "tests/support/Hexadecimal.h"
 #include "tests/support/TemporaryFolder.h"
@@ -51,13 +52,13 @@ struct CipherCommand : ::testing::TestWithParam<Command> {
                                           "-provider",
                                           "legacy",
                                           "-K",
-                                          hexOf(key),
+                                          hexadecimalText(key),
                                           "-in",
                                           folder.path("in"),
                                           "-out",
                                           folder.path("out")};
     if (std::string(GetParam().name).find("cbc") != std::string::npos) {
-      arguments.insert(arguments.end(), {"-iv", hexOf(vector)});
+      arguments.insert(arguments.end(), {"-iv", hexadecimalText(vector)});
     }
     if (!pads) {
       arguments.emplace_back("-nopad");
