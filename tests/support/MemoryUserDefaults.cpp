@@ -4,95 +4,51 @@
 
 namespace kelvora::platform {
 
-struct MemoryUserDefaults::Domain {
-  std::mutex mutex;
-  PropertyListValue::Dictionary values;
-
-  std::optional<PropertyListValue> object(std::string_view key) {
-    const std::lock_guard lock(mutex);
-    const auto found = values.find(std::string(key));
-    if (found == values.end()) {
-      return std::nullopt;
-    }
-    return found->second;
-  }
-
-  std::optional<PropertyListValue> change(std::string_view key,
-                                          const UserDefaultsSuite::Change& change) {
-    const std::lock_guard lock(mutex);
-    const auto found = values.find(std::string(key));
-    const auto held = found == values.end() ? std::nullopt : std::optional(found->second);
-    const auto value = change(held);
-    if (value) {
-      values.insert_or_assign(std::string(key), *value);
-    }
-    return value ? value : held;
-  }
-
-  PropertyListValue::Dictionary all() {
-    const std::lock_guard lock(mutex);
-    return values;
-  }
-
-  void set(std::string_view key, std::optional<PropertyListValue> value) {
-    const std::lock_guard lock(mutex);
-    if (value) {
-      values.insert_or_assign(std::string(key), std::move(*value));
-    } else {
-      values.erase(std::string(key));
-    }
-  }
-};
-
 namespace {
 
-template <typename Domain>
-class Suite : public UserDefaultsSuite {
+// One of several handles of the same suite.
+class SharedSuite : public UserDefaultsSuite {
  public:
-  explicit Suite(std::shared_ptr<Domain> domain) : domain_(std::move(domain)) {}
+  explicit SharedSuite(std::shared_ptr<UserDefaultsSuite> suite) : suite_(std::move(suite)) {}
   std::optional<PropertyListValue> object(std::string_view key) override {
-    return domain_->object(key);
+    return suite_->object(key);
   }
-  PropertyListValue::Dictionary objects() override { return domain_->all(); }
+  PropertyListValue::Dictionary objects() override { return suite_->objects(); }
   bool setObject(std::string_view key, PropertyListValue value) override {
-    domain_->set(key, std::move(value));
-    return true;
+    return suite_->setObject(key, std::move(value));
   }
-  bool removeObject(std::string_view key) override {
-    domain_->set(key, std::nullopt);
-    return true;
-  }
+  bool removeObject(std::string_view key) override { return suite_->removeObject(key); }
   std::optional<PropertyListValue> changeObject(std::string_view key, const Change& change,
-                                                SuiteWrite) override {
-    return domain_->change(key, change);
+                                                SuiteWrite reason) override {
+    return suite_->changeObject(key, change, reason);
   }
 
  private:
-  std::shared_ptr<Domain> domain_;
+  std::shared_ptr<UserDefaultsSuite> suite_;
 };
 
 }  // namespace
 
-MemoryUserDefaults::MemoryUserDefaults() : global_(std::make_shared<Domain>()) {}
-
-MemoryUserDefaults::~MemoryUserDefaults() = default;
-
 std::unique_ptr<UserDefaultsSuite> MemoryUserDefaults::suite(const std::string& name) {
   const std::lock_guard lock(mutex_);
-  std::shared_ptr<Domain>& domain = domains_[name];
-  if (domain == nullptr) {
-    domain = std::make_shared<Domain>();
+  std::shared_ptr<SnapshotSuite>& suite = suites_[name];
+  if (suite == nullptr) {
+    suite = std::make_shared<SnapshotSuite>(PropertyListValue::Dictionary());
   }
-  return std::make_unique<Suite<Domain>>(domain);
+  return std::make_unique<SharedSuite>(suite);
 }
 
 std::optional<PropertyListValue> MemoryUserDefaults::globalObject(std::string_view key) {
-  return global_->object(key);
+  return global_.object(key);
 }
 
 void MemoryUserDefaults::setGlobalObject(std::string_view key,
                                          std::optional<PropertyListValue> value) {
-  global_->set(key, std::move(value));
+  if (value) {
+    global_.setObject(key, *std::move(value));
+  } else {
+    global_.removeObject(key);
+  }
 }
 
 }  // namespace kelvora::platform

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "ports/UserDefaults.h"
+#include "settings/SnapshotSuite.h"
 
 namespace kelvora::platform {
 
@@ -12,18 +13,15 @@ namespace kelvora::platform {
 /// process. Suites may outlive it. Any thread.
 class MemoryUserDefaults : public UserDefaults {
  public:
-  MemoryUserDefaults();
-  ~MemoryUserDefaults() override;
   std::unique_ptr<UserDefaultsSuite> suite(const std::string& name) override;
   std::optional<PropertyListValue> globalObject(std::string_view key) override;
   /// Sets a value of the global domain; none unsets it.
   void setGlobalObject(std::string_view key, std::optional<PropertyListValue> value);
 
  private:
-  struct Domain;
   std::mutex mutex_;
-  std::shared_ptr<Domain> global_;
-  std::map<std::string, std::shared_ptr<Domain>> domains_;
+  SnapshotSuite global_{{}};
+  std::map<std::string, std::shared_ptr<SnapshotSuite>> suites_;
 };
 
 }  // namespace kelvora::platform
