@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "base/ArchivedField.h"
 #include "base/KeyedArchive.h"
 
 namespace kelvora {
@@ -18,35 +19,6 @@ void addField(ArchiveValue::Object& object, const char* name, const std::optiona
   }
 }
 
-void read(const ArchiveValue& value, std::optional<double>& field) {
-  const auto number = numberOf(value);
-  field = number ? std::optional(number->doubleValue()) : std::nullopt;
-}
-
-void read(const ArchiveValue& value, std::optional<bool>& field) {
-  const auto number = numberOf(value);
-  field = number ? std::optional(number->boolValue()) : std::nullopt;
-}
-
-void read(const ArchiveValue& value, std::optional<std::int64_t>& field) {
-  const auto number = numberOf(value);
-  field = number ? std::optional(number->integerValue()) : std::nullopt;
-}
-
-// A text or a date.
-template <typename T>
-void read(const ArchiveValue& value, std::optional<T>& field) {
-  const T* held = value.as<T>();
-  field = held == nullptr ? std::nullopt : std::optional(*held);
-}
-
-template <typename T>
-void readField(const ArchiveValue::Object& object, const char* name, std::optional<T>& field) {
-  if (const ArchiveValue* value = object.value(name)) {
-    read(*value, field);
-  }
-}
-
 ArchiveValue archiveOf(const KVNotification& rule) {
   ArchiveValue::Object object(kClassName);
   addField(object, "sensorKey", rule.sensorKey);
@@ -59,14 +31,12 @@ ArchiveValue archiveOf(const KVNotification& rule) {
 }
 
 KVNotification ruleOf(const ArchiveValue::Object& object) {
-  KVNotification rule;
-  readField(object, "sensorKey", rule.sensorKey);
-  readField(object, "sensorName", rule.sensorName);
-  readField(object, "threshold", rule.threshold);
-  readField(object, "active", rule.active);
-  readField(object, "repeat", rule.repeat);
-  readField(object, "lastTimeFired", rule.lastTimeFired);
-  return rule;
+  return {.sensorKey = archivedField<std::string>(object, "sensorKey"),
+          .sensorName = archivedField<std::string>(object, "sensorName"),
+          .threshold = archivedField<double>(object, "threshold"),
+          .active = archivedField<bool>(object, "active"),
+          .repeat = archivedField<std::int64_t>(object, "repeat"),
+          .lastTimeFired = archivedField<KVNotification::Date>(object, "lastTimeFired")};
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "KelvoraCore/CPUReader.h"
 
+#include "base/ArchivedField.h"
 #include "base/KeyedArchive.h"
 
 namespace kelvora {
@@ -9,33 +10,6 @@ namespace kelvora {
 namespace {
 
 constexpr const char* kClassName = "CPUTopProcess";
-
-void read(const ArchiveValue& value, std::int64_t& field) {
-  if (const auto number = numberOf(value)) {
-    field = number->integerValue();
-  }
-}
-
-void read(const ArchiveValue& value, double& field) {
-  if (const auto number = numberOf(value)) {
-    field = number->doubleValue();
-  }
-}
-
-// A text, or one that may be none.
-template <typename Text>
-void read(const ArchiveValue& value, Text& field) {
-  if (const auto* text = value.as<std::string>()) {
-    field = *text;
-  }
-}
-
-template <typename T>
-void readField(const ArchiveValue::Object& object, const char* name, T& field) {
-  if (const ArchiveValue* value = object.value(name)) {
-    read(*value, field);
-  }
-}
 
 ArchiveValue objectOf(const CPUTopProcess& process) {
   return ArchiveValue::Object(
@@ -50,12 +24,10 @@ std::optional<CPUTopProcess> processOf(const ArchiveValue& value) {
   if (object == nullptr) {
     return std::nullopt;
   }
-  CPUTopProcess process;
-  readField(*object, "pid", process.pid);
-  readField(*object, "command", process.command);
-  readField(*object, "name", process.name);
-  readField(*object, "usage", process.usage);
-  return process;
+  return CPUTopProcess{.pid = archivedField<std::int64_t>(*object, "pid").value_or(0),
+                       .command = archivedField<std::string>(*object, "command").value_or(""),
+                       .name = archivedField<std::string>(*object, "name"),
+                       .usage = archivedField<double>(*object, "usage").value_or(0)};
 }
 
 }  // namespace
