@@ -150,29 +150,9 @@ class ReportScreen {
     bool isEnd = false;
     while (const auto key = terminal_.nextKey()) {
       isEnd = isEnd || key->kind == Key::Kind::kEscape || key->text == "q" || key->text == "Q";
-      scroll(key->kind);
+      first_ = scrolled(first_, key->kind, last_, page_);
     }
     return isEnd;
-  }
-  void scroll(Key::Kind kind) {
-    const auto up = [&](std::size_t lines) { first_ -= std::min(first_, lines); };
-    const auto down = [&](std::size_t lines) { first_ = std::min(first_ + lines, last_); };
-    switch (kind) {
-      case Key::Kind::kUp:
-        return up(1);
-      case Key::Kind::kPageUp:
-        return up(page_);
-      case Key::Kind::kHome:
-        return up(first_);
-      case Key::Kind::kDown:
-        return down(1);
-      case Key::Kind::kPageDown:
-        return down(page_);
-      case Key::Kind::kEnd:
-        return down(last_);
-      default:
-        return;
-    }
   }
 
   LiveReport& report_;

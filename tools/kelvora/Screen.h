@@ -51,4 +51,8 @@ struct Key {
   std::string text;
 };
 
+/// The line at the top of a view after a key: that of before, moved by a line, a page or to an end.
+/// It is at most `last`; `page` is how many lines fit.
+std::size_t scrolled(std::size_t first, Key::Kind key, std::size_t last, std::size_t page);
+
 }  // namespace kelvora::tool

@@ -133,35 +133,12 @@ class Watch : public KVViewController {
   void pressKeys() {
     while (const auto key = terminal_.nextKey()) {
       isStale_ = true;
-      scroll(key->kind);
+      scroll_ = scrolled(scroll_, key->kind, mostScroll_, page_);
       isTyping_ ? pressWhileTyping(*key) : press(*key);
     }
     model_.setFilter(filter_);
     model_.setTyping(isTyping_);
     model_.setShowsAll(showsAll_);
-  }
-
-  void scroll(Key::Kind kind) {
-    const auto up = [this](std::size_t lines) { scroll_ -= std::min(scroll_, lines); };
-    const auto down = [this](std::size_t lines) {
-      scroll_ = std::min(scroll_ + lines, mostScroll_);
-    };
-    switch (kind) {
-      case Key::Kind::kUp:
-        return up(1);
-      case Key::Kind::kDown:
-        return down(1);
-      case Key::Kind::kPageUp:
-        return up(page_);
-      case Key::Kind::kPageDown:
-        return down(page_);
-      case Key::Kind::kHome:
-        return up(scroll_);
-      case Key::Kind::kEnd:
-        return down(mostScroll_);
-      default:
-        return;
-    }
   }
 
   void press(const Key& key) {
