@@ -3,7 +3,8 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
+
+#include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
@@ -22,9 +23,7 @@ std::string byteText(double bytes, double step) {
 }  // namespace
 
 std::string decimalText(double number) {
-  std::array<char, 512> text{};
-  std::snprintf(text.data(), text.size(), "%.2f", number);
-  std::string digits = text.data();
+  std::string digits = fixedText(number, 2);
   digits.erase(digits.find_last_not_of('0') + 1);
   if (digits.ends_with('.')) {
     digits.pop_back();

@@ -1,6 +1,5 @@
 #include "tools/kelvora/PlotSVG.h"
 
-#include <cstdio>
 #include <span>
 #include <string_view>
 
@@ -68,9 +67,7 @@ std::string escaped(std::string_view text) {
 
 // A tenth of a unit is finer than any screen: "412.5", "84".
 std::string number(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.1f", value);
-  std::string result = text;
+  const std::string result = fixedText(value, 1);
   return result.ends_with(".0") ? result.substr(0, result.size() - 2) : result;
 }
 

@@ -55,14 +55,6 @@ std::string icuScientific(double number) {
   return text;
 }
 
-std::string fixed(double number, int fractionDigits) {
-  std::ostringstream stream;
-  stream.imbue(std::locale::classic());
-  stream.precision(fractionDigits);
-  stream << std::fixed << number;
-  return stream.str();
-}
-
 }  // namespace
 
 std::string printable(std::string_view text) {
@@ -162,6 +154,14 @@ std::string isoTime(std::chrono::system_clock::time_point time) {
   return KVExtension::dateFormatter().stringFromDate(time, "yyyy-MM-dd'T'HH:mm:ssxxx");
 }
 
+std::string fixedText(double number, int decimals) {
+  std::ostringstream stream;
+  stream.imbue(std::locale::classic());
+  stream.precision(decimals);
+  stream << std::fixed << number;
+  return stream.str();
+}
+
 std::string shortestText(double number) {
   const std::string text = icuScientific(number);
   const std::size_t end = text.find('E');
@@ -172,7 +172,7 @@ std::string shortestText(double number) {
   const std::string digits = std::to_string(std::abs(exponent));
   const std::string scientific =
       mantissa + (exponent < 0 ? "e-" : "e+") + (digits.size() < 2 ? "0" : "") + digits;
-  std::string plain = fixed(number, std::max(0, mantissaDigits - exponent));
+  std::string plain = fixedText(number, std::max(0, mantissaDigits - exponent));
   return plain.size() <= scientific.size() ? plain : scientific;
 }
 

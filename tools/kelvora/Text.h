@@ -37,6 +37,9 @@ std::vector<std::string> broken(std::string_view text, std::size_t width);
 /// The words as one text: "0, 1 or 2".
 std::string enumerated(std::span<const std::string> words, std::string_view last = " or ");
 
+/// A number with so many decimals, in every locale with a point, e.g. "45.50".
+std::string fixedText(double number, int decimals);
+
 /// The shortest text that reads back as exactly this finite number, e.g. "45.5", "1e+20": what
 /// std::to_chars writes, which macOS has from 13.3 only.
 std::string shortestText(double number);

@@ -1,8 +1,6 @@
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -68,9 +66,7 @@ Json jsonOf(const CPUTopProcess& process) {
 }
 
 std::string percentText(double percent) {
-  std::array<char, 400> text{};
-  std::snprintf(text.data(), text.size(), "%.1f %%", percent);
-  return std::isfinite(percent) ? text.data() : kNoValue;
+  return std::isfinite(percent) ? fixedText(percent, 1) + " %" : kNoValue;
 }
 
 class TopReport : public LiveReport {

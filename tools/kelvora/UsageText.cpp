@@ -1,10 +1,8 @@
 #include "tools/kelvora/UsageText.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 
 #include "KelvoraCore/KVExtension.h"
 
@@ -17,9 +15,7 @@ namespace kelvora::tool {
 namespace {
 
 std::string numberText(double number, int decimals, const char* unit) {
-  std::array<char, 400> text{};
-  std::snprintf(text.data(), text.size(), "%.*f %s", decimals, number, unit);
-  return text.data();
+  return fixedText(number, decimals) + " " + unit;
 }
 
 /// The groups of one sample.

@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
@@ -38,18 +37,11 @@ Tone toneAt(double value, Limits limits, Tone otherwise) {
   return value >= limits.hot ? Tone::kHot : value >= limits.warm ? Tone::kWarm : otherwise;
 }
 
-template <typename... Numbers>
-std::string formatted(const char* format, Numbers... numbers) {
-  std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), format, numbers...);
-  return text.data();
-}
-
-std::string loadText(double percent) { return formatted("%.1f%%", percent); }
+std::string loadText(double percent) { return fixedText(percent, 1) + "%"; }
 
 // "58% / 499.96 GB"
 std::string shareText(double share, const std::string& whole) {
-  return formatted("%.0f%% / ", share * 100) + whole;
+  return fixedText(share * 100, 0) + "% / " + whole;
 }
 
 Meter filled(std::string label, std::string text, double fraction) {
@@ -108,7 +100,7 @@ Meter batteryMeter(const UsageSample& usage, const Texts& texts) {
     return {label, kNoValue + charging};
   }
   const double fraction = battery.currentCapacity / battery.maxCapacity;
-  return {label, formatted("%.0f%%", fraction * 100) + charging, fraction, toneOf(1 - fraction)};
+  return {label, fixedText(fraction * 100, 0) + "%" + charging, fraction, toneOf(1 - fraction)};
 }
 
 /// Finds a part of texts in any case: by the rules of most languages, and by those of Turkish,
