@@ -101,12 +101,6 @@ void requireForm(const Options& options) {
   }
 }
 
-void writeBytes(StandardOutput& output, std::string_view bytes) {
-  if (!output.write(bytes)) {
-    throw CommandError(kExitNothingRead, "the report could not be written");
-  }
-}
-
 void writeHistory(const Options& options, StandardOutput& output, const SensorHistory& history,
                   KVSettings& settings, const KVLocalized::Texts& texts) {
   if (options.json) {

@@ -53,28 +53,24 @@ std::string machineLine(const MachineChoice& machine, std::size_t width) {
   return text;
 }
 
-namespace {
-
-void write(StandardOutput& output, std::string_view bytes) {
+void writeBytes(StandardOutput& output, std::string_view bytes) {
   if (!output.write(bytes)) {
     throw CommandError(kExitNothingRead, "the report could not be written");
   }
 }
 
-}  // namespace
-
 void writeText(StandardOutput& output, std::string_view text) {
-  write(output, inCharacterSetOfLocale(text));
+  writeBytes(output, inCharacterSetOfLocale(text));
 }
 
 // JSON is UTF-8 in every locale. Texts are valid UTF-8 already; should one not be, the report still
 // is.
 void writeJson(StandardOutput& output, const Json& report) {
-  write(output, report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  writeBytes(output, report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 void writeJsonLine(StandardOutput& output, const Json& report) {
-  write(output, report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+  writeBytes(output, report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 Style::Style(const StandardOutput& output) {

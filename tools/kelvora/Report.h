@@ -33,6 +33,8 @@ std::string machineLine(const MachineChoice& machine, std::size_t width);
 /// Writes a report; throws CommandError when it cannot be written whole. Text is written in the
 /// character set of the user's locale, JSON always in UTF-8.
 void writeText(StandardOutput& output, std::string_view text);
+/// The same bytes in every locale, e.g. of a file.
+void writeBytes(StandardOutput& output, std::string_view bytes);
 void writeJson(StandardOutput& output, const Json& report);
 /// The same on one line, for one report of many.
 void writeJsonLine(StandardOutput& output, const Json& report);
