@@ -8,6 +8,7 @@
 
 #include "KelvoraCore/SMCRecords.h"
 
+#include "base/HexadecimalText.h"
 #include "hardware/FanKeys.h"
 #include "tools/smc/Failure.h"
 
@@ -38,19 +39,6 @@ std::optional<FanKeyKind> kindOf(std::string_view key) {
   return found == kKinds.end() ? std::nullopt : std::optional(found->second);
 }
 
-std::optional<std::uint8_t> digitValue(char digit) {
-  if (digit >= '0' && digit <= '9') {
-    return static_cast<std::uint8_t>(digit - '0');
-  }
-  if (digit >= 'a' && digit <= 'f') {
-    return static_cast<std::uint8_t>(digit - 'a' + 10);
-  }
-  if (digit >= 'A' && digit <= 'F') {
-    return static_cast<std::uint8_t>(digit - 'A' + 10);
-  }
-  return std::nullopt;
-}
-
 std::vector<std::uint8_t> parsedBytes(const std::string& key, std::string_view text) {
   const Failure malformed(ExitStatus::kMalformedValue,
                           key + ": the value is not 1 to 32 bytes of two hexadecimal digits each");
@@ -59,12 +47,11 @@ std::vector<std::uint8_t> parsedBytes(const std::string& key, std::string_view t
   }
   std::vector<std::uint8_t> bytes;
   for (std::size_t i = 0; i < text.size(); i += 2) {
-    const auto high = digitValue(text[i]);
-    const auto low = digitValue(text[i + 1]);
-    if (!high || !low) {
+    const auto byte = hexadecimalByte(text.substr(i, 2));
+    if (!byte) {
       throw malformed;
     }
-    bytes.push_back(static_cast<std::uint8_t>(*high << 4 | *low));
+    bytes.push_back(*byte);
   }
   return bytes;
 }

@@ -3,6 +3,7 @@
 
 #include "KelvoraCore/SMCRecords.h"
 
+#include "base/HexadecimalText.h"
 #include "platforms/recorded/file/MachineFileParts.h"
 
 namespace kelvora::platform {
@@ -96,19 +97,6 @@ RecordedHIDService hidServiceAt(const JSONPlace& place) {
   return service;
 }
 
-int hexadecimalDigit(char character) {
-  if (character >= '0' && character <= '9') {
-    return character - '0';
-  }
-  if (character >= 'a' && character <= 'f') {
-    return character - 'a' + 10;
-  }
-  if (character >= 'A' && character <= 'F') {
-    return character - 'A' + 10;
-  }
-  return -1;
-}
-
 }  // namespace
 
 std::vector<std::byte> hexadecimalBytesAt(const JSONPlace& place) {
@@ -116,12 +104,11 @@ std::vector<std::byte> hexadecimalBytesAt(const JSONPlace& place) {
   std::vector<std::byte> bytes;
   bytes.reserve(text.size() / 2);
   for (std::size_t i = 0; i < text.size(); i += 2) {
-    const int high = hexadecimalDigit(text[i]);
-    const int low = i + 1 < text.size() ? hexadecimalDigit(text[i + 1]) : 0;
-    if (high < 0 || low < 0) {
+    const auto byte = hexadecimalByte(std::string_view(text).substr(i, 2));
+    if (!byte) {
       place.refuse(JSONPlace::quoted(text) + " is not hexadecimal");
     }
-    bytes.push_back(static_cast<std::byte>(high << 4 | low));
+    bytes.push_back(static_cast<std::byte>(*byte));
   }
   if (text.size() % 2 != 0) {
     place.refuse(JSONPlace::quoted(text) + " has an odd number of hexadecimal digits");
