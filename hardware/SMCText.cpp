@@ -28,26 +28,11 @@ std::string textFromSMC(std::string_view bytes) {
   return text;
 }
 
-// Well-formed UTF-8 has the characters up to U+00FF as the lead bytes 0xc2 and 0xc3 with one more
-// byte; those above have higher lead bytes.
 std::uint32_t packedKeyFromText(std::string_view text) {
   if (std::ranges::all_of(text.substr(0, 4), isASCII)) {
     return SMCPackedKey(text);  // nearly every key
   }
-  std::string key;
-  unsigned lead = 0;
-  for (const char character : validUTF8(text.substr(0, kMostBytes))) {
-    const unsigned byte = static_cast<unsigned char>(character);
-    if (byte < 0x80) {
-      key += character;
-    } else if (byte >= 0xc0) {
-      lead = byte;
-      key += lead > 0xc3 ? "?" : "";
-    } else if (lead <= 0xc3) {
-      key += static_cast<char>((lead & 0x03) << 6 | (byte & 0x3f));
-    }
-  }
-  return SMCPackedKey(key);
+  return SMCPackedKey(latin1OfUTF8(validUTF8(text.substr(0, kMostBytes))));
 }
 
 }  // namespace kelvora

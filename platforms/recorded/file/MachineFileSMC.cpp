@@ -1,9 +1,11 @@
 // The "smc" and "hid" members of a machine file.
+#include <algorithm>
 #include <charconv>
 
 #include "KelvoraCore/SMCRecords.h"
 
 #include "base/HexadecimalText.h"
+#include "base/Latin1.h"
 #include "platforms/recorded/file/MachineFileParts.h"
 
 namespace kelvora::platform {
@@ -12,32 +14,16 @@ namespace {
 
 constexpr std::size_t kMostPayloadBytes = sizeof(SMCParamRecord::bytes);
 
-// The codes of a text's characters, each of one byte; characters above U+00FF have none.
-std::vector<std::uint8_t> characterCodes(const JSONPlace& place) {
-  std::vector<std::uint8_t> codes;
-  std::uint8_t lead = 0;
-  for (const char character : place.text()) {
-    const auto byte = static_cast<std::uint8_t>(character);
-    if (lead != 0) {
-      codes.push_back(static_cast<std::uint8_t>((lead & 0x03) << 6 | (byte & 0x3f)));
-      lead = 0;
-    } else if (byte < 0x80) {
-      codes.push_back(byte);
-    } else if (byte == 0xc2 || byte == 0xc3) {
-      lead = byte;
-    } else {
-      place.refuse(JSONPlace::quoted(place.text()) + " has a character beyond U+00FF");
-    }
-  }
-  return codes;
-}
-
 std::uint32_t fourCharacterCodeAt(const JSONPlace& place) {
-  const auto codes = characterCodes(place);
-  if (codes.size() != 4) {
-    place.refuse(JSONPlace::quoted(place.text()) + " is not four characters");
+  const std::string& text = place.text();
+  if (std::ranges::any_of(text, [](char c) { return static_cast<unsigned char>(c) > 0xc3; })) {
+    place.refuse(JSONPlace::quoted(text) + " has a character beyond U+00FF");
   }
-  return SMCPackedKey(std::string(codes.begin(), codes.end()));
+  const std::string codes = latin1OfUTF8(text);
+  if (codes.size() != 4) {
+    place.refuse(JSONPlace::quoted(text) + " is not four characters");
+  }
+  return SMCPackedKey(codes);
 }
 
 // A data type may end in NUL ("ui8\0" on real machines), a key holds none.
