@@ -45,8 +45,7 @@ std::string updateSQL(const EntityDescription& entity, std::uint64_t columns) {
 std::optional<std::string> missingValue(const RowChange& change) {
   for (std::size_t i = 0; i < change.entity->columns.size(); ++i) {
     const Column& column = change.entity->columns[i];
-    const bool written = change.kind == RowChange::Kind::kInsert || (change.columns >> i & 1) != 0;
-    if (change.values != nullptr && written && !column.optional &&
+    if (change.values != nullptr && change.writes(i) && !column.optional &&
         column.kind == ColumnKind::kAttribute &&
         std::holds_alternative<std::monostate>((*change.values)[i])) {
       return column.name + " of " + change.entity->name + " is required";
@@ -102,9 +101,7 @@ void SaveTransaction::placeProvisional(const std::vector<RowChange>& changes) {
         continue;
       }
       const auto* order = std::get_if<std::int64_t>(&(*change.values)[i]);
-      const bool written =
-          change.kind == RowChange::Kind::kInsert || (change.columns >> i & 1) != 0;
-      if (written && order != nullptr && *order >= kFirstProvisionalOrder) {
+      if (change.writes(i) && order != nullptr && *order >= kFirstProvisionalOrder) {
         provisional.emplace_back(*order, number, i);
       }
     }
@@ -186,9 +183,8 @@ void SaveTransaction::update(std::size_t number, const RowChange& change) {
 bool SaveTransaction::checkTargets(std::size_t number, const RowChange& change) {
   for (std::size_t i = 0; i < change.entity->columns.size(); ++i) {
     const Column& column = change.entity->columns[i];
-    const bool written = change.kind == RowChange::Kind::kInsert || (change.columns >> i & 1) != 0;
     const auto* target = std::get_if<std::int64_t>(&(*change.values)[i]);
-    if (column.kind != ColumnKind::kToOne || !written || target == nullptr) {
+    if (column.kind != ColumnKind::kToOne || !change.writes(i) || target == nullptr) {
       continue;
     }
     const EntityDescription& destination = model_.entity(column.destination);

@@ -30,6 +30,10 @@ struct RowChange {
   Kind kind = Kind::kInsert;
   std::uint64_t columns = 0;                          ///< one bit per changed column, of an update
   const std::vector<ManagedValue>* values = nullptr;  ///< one per column; null for a deletion
+
+  bool writes(std::size_t column) const {
+    return kind == Kind::kInsert || (columns >> column & 1) != 0;
+  }
 };
 
 /// What is wrong when a change leaves nil where the model requires a value; none when all is well.

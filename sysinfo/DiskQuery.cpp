@@ -1,5 +1,6 @@
 #include "sysinfo/DiskQuery.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -24,13 +25,8 @@ std::optional<ZDDiskInfo> queryDisk(platform::SystemFacts& facts) {
     log("empty disk after fetching list");
     return std::nullopt;
   }
-  std::optional<std::string> root;
-  for (const std::string& path : volumes) {
-    if (isRoot(path)) {
-      root = path;
-    }
-  }
-  if (!root) {
+  const auto root = std::find_if(volumes.rbegin(), volumes.rend(), isRoot);
+  if (root == volumes.rend()) {
     return std::nullopt;
   }
   const auto description = facts.diskDescription(*root);
