@@ -8,19 +8,15 @@
 
 namespace kelvora {
 
-namespace {
-
-bool isPlain(std::string_view locale) {
-  return locale == "C" || locale == "POSIX" || locale.starts_with("C.");
+bool isPlainLocale(std::string_view name) {
+  return name == "C" || name == "POSIX" || name.starts_with("C.");
 }
-
-}  // namespace
 
 icu::Locale localeOfCategory(const char* category) {
   for (const char* variable : {"LC_ALL", category, "LANG"}) {
     const char* name = std::getenv(variable);
     if (name != nullptr && *name != '\0') {
-      return isPlain(name) ? icu::Locale::getEnglish() : icu::Locale::createCanonical(name);
+      return isPlainLocale(name) ? icu::Locale::getEnglish() : icu::Locale::createCanonical(name);
     }
   }
   const std::string chosen = systemLocale();

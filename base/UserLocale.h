@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include <unicode/locid.h>
 
 namespace kelvora {
@@ -9,5 +11,8 @@ namespace kelvora {
 /// settings, because a program that the Dock starts has no such variable. English for "C" and where
 /// none is chosen. ICU's default locale follows the language of messages instead.
 icu::Locale localeOfCategory(const char* category);
+
+/// Whether the name of a locale means no language, e.g. "C", "POSIX" or "C.UTF-8".
+bool isPlainLocale(std::string_view name);
 
 }  // namespace kelvora

@@ -3,13 +3,16 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <filesystem>
 #include <span>
 #include <sstream>
 #include <utility>
 
+#include <unistd.h>
+
+#include "base/UserLocale.h"
 #include "platforms/linux/processes/ApplicationBundle.h"
 #include "platforms/linux/system/LinuxFiles.h"
+#include "platforms/posix/ProcessExecutable.h"
 #include "platforms/posix/ResourceFolders.h"
 
 namespace kelvora::platform {
@@ -18,18 +21,9 @@ namespace {
 
 constexpr const char* kDevelopmentLanguage = "en";
 
-std::string runningExecutable() {
-  std::error_code error;
-  return std::filesystem::read_symlink("/proc/self/exe", error).string();
-}
-
 std::string environmentText(const char* name) {
   const char* value = std::getenv(name);
   return value == nullptr ? "" : value;
-}
-
-bool isPlainLocale(std::string_view name) {
-  return name == "C" || name == "POSIX" || name.starts_with("C.");
 }
 
 // LANGUAGE is a list and counts only where a locale other than "C" is chosen at all.
@@ -133,7 +127,7 @@ std::vector<std::string> matchedLocalizations(const std::vector<std::string>& la
   return matches;
 }
 
-LinuxMainBundle::LinuxMainBundle() : LinuxMainBundle(runningExecutable()) {}
+LinuxMainBundle::LinuxMainBundle() : LinuxMainBundle(executableOf(getpid())) {}
 
 LinuxMainBundle::LinuxMainBundle(std::string executablePath)
     : executablePath_(std::move(executablePath)),
