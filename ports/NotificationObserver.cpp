@@ -10,14 +10,14 @@ namespace kelvora {
 namespace {
 
 // The handler outlives its observer while a call is under way or queued.
-struct Hearing {
+struct Subscription {
   NotificationObserver::Handler handler;
-  std::atomic<bool> goesOn{true};
+  std::atomic<bool> isActive{true};
 };
 
-void hear(const std::shared_ptr<Hearing>& hearing, const Notification& notification) {
-  if (hearing->goesOn) {
-    hearing->handler(notification);
+void deliver(const std::shared_ptr<Subscription>& subscription, const Notification& notification) {
+  if (subscription->isActive) {
+    subscription->handler(notification);
   }
 }
 
@@ -27,22 +27,23 @@ class NotificationObserver::Observation {
  public:
   Observation(const std::string& name, Handler handler, Platform& platform)
       : centres_(platform.notificationCentres()) {
-    hearing_->handler = std::move(handler);
-    distributed_ =
-        centres_.distributed().addObserver(name, platform::SuspensionBehavior::kDefault,
-                                           [hearing = hearing_](const Notification& notification) {
-                                             // A copy, because a handler may end this
-                                             // observation and this lambda with it.
-                                             hear(std::shared_ptr(hearing), notification);
-                                           });
+    subscription_->handler = std::move(handler);
+    distributed_ = centres_.distributed().addObserver(
+        name, platform::SuspensionBehavior::kDefault,
+        [subscription = subscription_](const Notification& notification) {
+          // A copy, because a handler may end this
+          // observation and this lambda with it.
+          deliver(std::shared_ptr(subscription), notification);
+        });
     inProcess_ = centres_.inProcess().addObserver(
         name, platform::SuspensionBehavior::kDefault,
-        [hearing = hearing_, &queue = platform.mainQueue()](const Notification& notification) {
-          queue.async([hearing, notification] { hear(hearing, notification); });
+        [subscription = subscription_,
+         &queue = platform.mainQueue()](const Notification& notification) {
+          queue.async([subscription, notification] { deliver(subscription, notification); });
         });
   }
   ~Observation() {
-    hearing_->goesOn = false;
+    subscription_->isActive = false;
     centres_.distributed().removeObserver(distributed_);
     centres_.inProcess().removeObserver(inProcess_);
   }
@@ -51,7 +52,7 @@ class NotificationObserver::Observation {
 
  private:
   platform::NotificationCentres& centres_;
-  std::shared_ptr<Hearing> hearing_ = std::make_shared<Hearing>();
+  std::shared_ptr<Subscription> subscription_ = std::make_shared<Subscription>();
   platform::ObserverToken distributed_ = 0;
   platform::ObserverToken inProcess_ = 0;
 };
