@@ -191,7 +191,8 @@ class KVFanLease::Holder {
               return mayHave(wanted, speeds,
                              fault.empty() ? faultOfSpeed(fan.before, wanted.speed) : fault);
             }) &&
-        std::ranges::all_of(fans_, [&](HeldFan& fan) { return lock(fan); });
+        std::ranges::all_of(fans_, [&](HeldFan& fan) { return lock(fan); }) &&
+        std::ranges::all_of(fans_, [&](HeldFan& fan) { return readAgain(fan); });
     if (!isReady) {
       fans_.clear();
     }
@@ -211,12 +212,26 @@ class KVFanLease::Holder {
   // guardian sees that this process, or a tool of it, may still set the fan.
   bool lock(HeldFan& fan) {
     fan.lock = std::make_unique<KVProcessLock>(holderLockName(fan.index()), platform_);
-    if (fan.lock->state() == KVProcessLock::State::kHeldElsewhere) {
+    return isHeld(*fan.lock, fan.index());
+  }
+
+  bool isHeld(const KVProcessLock& lock, std::uint64_t fan) {
+    if (lock.state() == KVProcessLock::State::kHeldElsewhere) {
       isHeldElsewhere_ = true;
-      return fail(fanText(fan.index()) + "held by " +
-                  nameOfHolder(readLease(platform_, fan.index())));
+      return fail(fanText(fan) + "held by " + nameOfHolder(readLease(platform_, fan)));
     }
-    return fan.lock->fault().empty() || fail(fanText(fan.index()) + fan.lock->fault());
+    return lock.fault().empty() || fail(fanText(fan) + lock.fault());
+  }
+
+  // The minimum that was read before the lock may be that of an earlier holder, whose guardian was
+  // about to restore it. Without that guardian the fan stays as it is, for this holder has its
+  // lock.
+  bool readAgain(HeldFan& fan) {
+    if (!isHeld(KVProcessLock(leaseName(fan.index()), platform_), fan.index())) {
+      return false;
+    }
+    const std::string fault = readFanToTake(controller_, fan.index(), fan.before);
+    return fault.empty() || fail(fanText(fan.index()) + fault);
   }
 
   bool handBackLeftBehind(const std::vector<KVFanSpeed>& speeds) {

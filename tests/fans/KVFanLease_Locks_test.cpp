@@ -36,7 +36,7 @@ TEST_F(KVFanLeaseLocks, OfAGuardianThatStillHandsBackAreHeldElsewhere) {
   EXPECT_FALSE(lease->take({{0, 3000}, {1, 3000}}));
   EXPECT_EQ(lease->fault(), "fan 1: held by another program");
   EXPECT_TRUE(lease->isHeldElsewhere());
-  EXPECT_EQ(lease->state(), KVFanLeaseState::kEnded);
+  EXPECT_EQ(lease->state(), KVFanLeaseState::kIdle);
   EXPECT_TRUE(writes().empty());
   EXPECT_FALSE(lease->take({{0, 3000}, {0, 3000}}));
   EXPECT_FALSE(lease->isHeldElsewhere());
