@@ -40,7 +40,9 @@ TEST_F(KelvoraFans, AreHandedBackAlsoWhereTheHolderOfTheOthersIsKilled) {
   fs::permissions(home_.path(kTool), fs::perms(0755));
   const ProgramResult back = run({"fans", "auto", "0", "2"});
   EXPECT_EQ(back.status, 1);
-  EXPECT_EQ(back.standardError, "kelvora: the holder has been ended by signal 9\n");
+  EXPECT_EQ(back.standardError,
+            "kelvora: the holder has been ended by signal 9\n"
+            "kelvora: fan 1: handed back, as its holder has ended\n");
   EXPECT_THAT(back.standardOutput, HasSubstr("0  Fan 1  handed back  now "));
   EXPECT_THAT(back.standardOutput, HasSubstr("2  Fan 3  handed back  now "));
   EXPECT_TRUE(soon([this] { return processes().empty(); }));

@@ -119,13 +119,34 @@ TEST_F(KelvoraFans, TakenByAnotherProgramAtTheSameMomentAreHeldElsewhere) {
 TEST_F(KelvoraFans, HeldByAnotherHoldAreRefused) {
   ChildProgram holder(KELVORA_PROGRAM, {"fans", "hold", "0=3000"});
   holder.nextLine();
-  const std::string line = "fan 0: held by kelvora (process " + std::to_string(holder.pid()) + ")";
+  const std::string line =
+      "fan 0: held by kelvora fans hold (process " + std::to_string(holder.pid()) + ")";
   expectRefused({"fans", "hold", "0=3100"}, 3, line);
   expectRefused({"fans", "hold", "--background", "1=2500", "0=3100"}, 3, line);
-  expectSet(0, 3000);
+  EXPECT_EQ(fan(0).at("target"), 3000.0);
   expectAutomatic(1);
   holder.signal(SIGTERM);
   EXPECT_EQ(holder.wait(), 0);
+}
+
+// No other process keeps what was to end with a time or a terminal.
+TEST_F(KelvoraFans, OfAHoldThatEndsByItselfAreHandedBackWithTheOneThatIsSet) {
+  ASSERT_EQ(run({"fans", "hold", "--background", "--for", "1h", "0=3000", "1=2500"}).status, 0);
+  ProgramResult changed = run({"fans", "set", "0", "3500"});
+  EXPECT_EQ(changed.status, 0);
+  EXPECT_EQ(changed.standardError, "kelvora: fan 1: handed back, as its holder has ended\n");
+  expectSet(0, 3500);
+  expectAutomatic(1);
+  ASSERT_EQ(run({"fans", "auto", "0"}).status, 0);
+
+  ChildProgram holder(KELVORA_PROGRAM, {"fans", "hold", "0=3000", "1=2500"});
+  holder.nextLine();
+  changed = run({"fans", "auto", "0"});
+  EXPECT_EQ(changed.status, 0);
+  EXPECT_EQ(changed.standardError, "kelvora: fan 1: handed back, as its holder has ended\n");
+  EXPECT_EQ(holder.wait(), 0);
+  expectAutomatic(0);
+  expectAutomatic(1);
 }
 
 }  // namespace

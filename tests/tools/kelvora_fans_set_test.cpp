@@ -166,6 +166,10 @@ TEST_F(KelvoraFans, WordsOfAnotherFormAreRefused) {
                 "fast: a speed is a whole number of revolutions per minute, e.g. 3000");
   expectRefused({"fans", "hold", "3000"}, 2,
                 "3000: a fan's index and its speed are needed, e.g. 0=3000");
+  for (const char* const half : {"0=", "=3000", "="}) {
+    expectRefused({"fans", "hold", half}, 2,
+                  std::string(half) + ": a fan's index and its speed are needed, e.g. 0=3000");
+  }
   EXPECT_EQ(run({"fans", "hold"}).status, 2);
 }
 
@@ -210,7 +214,8 @@ TEST_F(KelvoraFans, WhoseNewHolderCannotTakeThemAreHandedBackWithItsOthers) {
     fs::permissions(home_.path(kTool), fs::perms(0755));
     ASSERT_EQ(run({"fans", "hold", "--background", "0=3000", "1=2500"}).status, 0);
     expectRefused({"fans", "set", "0", "3500"}, 1,
-                  std::string(line) + "\nkelvora: fan 1: handed back, as its holder has ended");
+                  std::string(line) + "\nkelvora: fan 0: handed back, as its holder has ended" +
+                      "\nkelvora: fan 1: handed back, as its holder has ended");
     EXPECT_TRUE(soon([this] { return processes().empty(); }));
     expectAutomatic(0);
     expectAutomatic(1);

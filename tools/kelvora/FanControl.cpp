@@ -97,7 +97,7 @@ std::vector<KVFanSpeed> parsedFanSpeeds(const std::vector<std::string>& words) {
   std::vector<KVFanSpeed> speeds;
   for (const std::string& word : words) {
     const std::size_t sign = word.find('=');
-    if (sign == std::string::npos) {
+    if (sign == std::string::npos || sign == 0 || sign + 1 == word.size()) {
       throw CommandError(kExitUsage,
                          word + ": a fan's index and its speed are needed, e.g. 0=3000");
     }

@@ -53,6 +53,17 @@ std::vector<KVLeasedFan> leasesOf(const std::set<std::int64_t>& processes, Platf
   return found;
 }
 
+// Of a holder that was killed the guardian hands back.
+void waitForGuardian(const std::vector<KVFanSpeed>& fans) {
+  const auto isHeld = [&fans](const KVLeasedFan& lease) {
+    return isOwnHolder(lease) && std::ranges::find(fans, lease.fan, &KVFanSpeed::fan) != fans.end();
+  };
+  const Clock::time_point deadline = Clock::now() + kLongestHandBack;
+  while (std::ranges::any_of(KVFanLeases::leasedFans(), isHeld) && Clock::now() < deadline) {
+    KVMainQueue::runUntil(Clock::now() + kHolderPause);
+  }
+}
+
 int failed(const std::string& outcome) {
   std::fprintf(stderr, "kelvora: the holder %s\n", printable(outcome).c_str());
   return kExitNothingRead;
@@ -66,7 +77,7 @@ std::optional<double> heldSpeed(const FanState& fan) {
 }  // namespace
 
 bool isOwnHolder(const KVLeasedFan& lease) {
-  return lease.isLive && lease.program == kFanHolderName;
+  return lease.isLive && (lease.program == kLastingHolder || lease.program == kPassingHolder);
 }
 
 std::vector<KVFanSpeed> otherFansOfHolders(const std::vector<std::uint64_t>& fans,
@@ -81,7 +92,8 @@ std::vector<KVFanSpeed> otherFansOfHolders(const std::vector<std::uint64_t>& fan
   std::vector<KVFanSpeed> others;
   for (const FanState& state : states) {
     const auto speed = heldSpeed(state);
-    if (speed && state.lease && isOwnHolder(*state.lease) && !isAmong(fans, state.index) &&
+    if (speed && state.lease && isOwnHolder(*state.lease) &&
+        state.lease->program == kLastingHolder && !isAmong(fans, state.index) &&
         holders.contains(state.lease->processIdentifier)) {
       others.push_back({state.index, static_cast<std::uint64_t>(std::llround(*speed))});
     }
@@ -97,6 +109,17 @@ std::vector<KVFanSpeed> withoutHolder(const std::vector<KVFanSpeed>& fans,
     return state != states.end() && !(state->lease && isOwnHolder(*state->lease));
   });
   return found;
+}
+
+void reportHandedBack(const std::vector<FanState>& before, const std::vector<FanState>& after,
+                      const std::vector<std::uint64_t>& expected) {
+  for (std::size_t i = 0; i < std::min(before.size(), after.size()); ++i) {
+    const bool wasHeld = before[i].lease && isOwnHolder(*before[i].lease);
+    if (wasHeld && !after[i].lease && !isAmong(expected, before[i].index)) {
+      std::fprintf(stderr, "kelvora: fan %d: handed back, as its holder has ended\n",
+                   static_cast<int>(before[i].index));
+    }
+  }
 }
 
 std::vector<KVLeasedFan> endOwnHolders(const std::vector<std::uint64_t>& fans, Platform& platform) {
@@ -133,9 +156,11 @@ int startHolder(const std::vector<KVFanSpeed>& speeds, const std::vector<std::st
   }
   constexpr int kOfSignals = 128;
   const int status = start.status.value_or(kExitSuccess);
-  return status < kOfSignals
-             ? status
-             : failed("has been ended by signal " + std::to_string(status - kOfSignals));
+  if (status < kOfSignals) {
+    return status;
+  }
+  waitForGuardian(speeds);
+  return failed("has been ended by signal " + std::to_string(status - kOfSignals));
 }
 
 }  // namespace kelvora::tool

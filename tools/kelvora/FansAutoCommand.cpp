@@ -144,6 +144,7 @@ int runFansAuto(const Options& options, StandardOutput& output) {
   const std::vector<FanState> before = control.fans();
   int status = endHolders(control, fans);
   control.readAgain();
+  reportHandedBack(before, control.fans(), fans);
   std::vector<std::optional<double>> speeds;
   speeds.reserve(fans.size());
   for (const std::uint64_t fan : fans) {

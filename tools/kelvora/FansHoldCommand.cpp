@@ -89,10 +89,10 @@ int holdUntilEnd(const Options& options, StandardOutput& output,
   FanControl control(options, output);
   control.requireSettable(speeds);
   KVFanLeaseOptions leaseOptions;
-  leaseOptions.program = kFanHolderName;
+  const bool isDetached = options.has("--detach");
+  leaseOptions.program = isDetached && !options.has("--for") ? kLastingHolder : kPassingHolder;
   KVFanLease lease(control.controller(), leaseOptions);
   take(lease, speeds, control.machine().platform);
-  const bool isDetached = options.has("--detach");
   if (isDetached) {
     BackgroundProgram::detach(output);
   } else {

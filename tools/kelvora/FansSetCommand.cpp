@@ -22,41 +22,55 @@ std::vector<std::uint64_t> fansOf(const std::vector<KVFanSpeed>& speeds) {
   return fans;
 }
 
-// Of several holders those that have ended leave their other fans to a new one.
-void endHolders(FanControl& control, const std::vector<std::uint64_t>& fans,
-                const std::vector<KVFanSpeed>& others) {
-  const std::vector<KVLeasedFan> left = endOwnHolders(fans, control.machine().platform);
+void endHolders(const std::vector<std::uint64_t>& fans, Platform& platform) {
+  const std::vector<KVLeasedFan> left = endOwnHolders(fans, platform);
   if (!left.empty()) {
-    control.readAgain();
-    if (const auto free = withoutHolder(others, control.fans()); !free.empty()) {
-      startHolder(free);
-    }
-    throw CommandError(kExitElsewhere, "fan " + std::to_string(left.front().fan) +
-                                           ": still held by " + holderOf(left.front()) +
-                                           ", which was asked to end");
+    const KVLeasedFan& lease = left.front();
+    throw CommandError(kExitElsewhere,
+                       "fan " + std::to_string(lease.fan) + ": still held by " + holderOf(lease) +
+                           (lease.fault.empty() ? ", which was asked to end" : ": " + lease.fault));
   }
 }
 
 // One process of this program holds the fans and keeps those that an earlier one had.
+int hold(FanControl& control, const std::vector<KVFanSpeed>& wanted) {
+  std::vector<KVFanSpeed> speeds = wanted;
+  const std::vector<KVFanSpeed> others = otherFansOfHolders(fansOf(wanted), control.fans());
+  speeds.insert(speeds.end(), others.begin(), others.end());
+  try {
+    endHolders(fansOf(wanted), control.machine().platform);
+  } catch (const CommandError&) {
+    // Of several holders those that have ended leave their other fans to a new one.
+    control.readAgain();
+    if (const auto free = withoutHolder(others, control.fans()); !free.empty()) {
+      startHolder(free);
+    }
+    throw;
+  }
+  return startHolder(speeds);
+}
+
 int setFans(const Options& options, StandardOutput& output, FanControl& control,
             const std::vector<KVFanSpeed>& wanted) {
   const FanChangeLock lock(control.machine().platform);
   control.readAgain();
   control.requireSettable(wanted);
-  std::vector<KVFanSpeed> speeds = wanted;
-  const std::vector<KVFanSpeed> others = otherFansOfHolders(fansOf(wanted), control.fans());
-  speeds.insert(speeds.end(), others.begin(), others.end());
-  endHolders(control, fansOf(wanted), others);
-  const int status = startHolder(speeds);
-  if (status == kExitSuccess) {
-    writeHeld(options, output, control, wanted);
+  const std::vector<FanState> before = control.fans();
+  const auto report = [&] {
+    control.readAgain();
+    reportHandedBack(before, control.fans());
+  };
+  try {
+    const int status = hold(control, wanted);
+    report();
+    if (status == kExitSuccess) {
+      writeHeld(options, output, control, wanted);
+    }
     return status;
+  } catch (const CommandError&) {
+    report();
+    throw;
   }
-  for (const KVFanSpeed& other : others) {
-    std::fprintf(stderr, "kelvora: fan %d: handed back, as its holder has ended\n",
-                 static_cast<int>(other.fan));
-  }
-  return status;
 }
 
 std::optional<KVFanSpeed> speedIn(const std::string& key, const PropertyListValue& value) {
