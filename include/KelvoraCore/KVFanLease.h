@@ -62,9 +62,11 @@ class KELVORA_EXPORT KVFanLease {
 
   /// Takes the fans and sets their speeds, after handing back what an earlier program has left
   /// behind; blocks while the privileged tool works. On a lease that is held it changes the speeds
-  /// of fans that it has. True if every write succeeded; else the fans are handed back, and
-  /// `fault()` names the fan and the fault: "fan 0: held by Kelvora (process 612)". Speeds outside
-  /// the fan's limits are refused before anything is written. An ended lease can take again.
+  /// of fans that it has; it does not renew the lease. True if every write succeeded, else
+  /// `fault()` names the fan and the fault: "fan 0: held by Kelvora (process 612)". Fans or speeds
+  /// that are refused before anything is written, e.g. a speed outside the fan's limits, leave a
+  /// held lease as it is; after a write that failed the fans are handed back. An ended lease can
+  /// take again.
   bool take(const std::vector<KVFanSpeed>& speeds);
 
   /// Says that the program still runs; call it at least three times within the time-out. Hands the

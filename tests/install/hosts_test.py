@@ -287,6 +287,13 @@ class Documents(Hosts):
     def test_store(self):
         self.assert_programs_work("docs/store.md", 1)
 
+    def test_links_lead_to_installed_files(self):
+        folder = next(self.prefix.glob("**/README.md")).parent
+        broken = [f"{path.relative_to(folder)}: {link}" for path in folder.rglob("*.md")
+                  for link in re.findall(r"\]\(([^)#:\s]+)(?:#[^)\s]*)?\)", path.read_text())
+                  if not (path.parent / link).exists()]
+        self.assertEqual(broken, [])
+
     def test_no_other_document_has_programs(self):
         for path in [*SOURCE.glob("*.md"), *SOURCE.glob("docs/*.md")]:
             name = str(path.relative_to(SOURCE))

@@ -40,8 +40,9 @@ class KelvoraDoctor : public ::testing::Test {
     arguments.insert(arguments.end(), more.begin(), more.end());
     return runKelvora(arguments);
   }
-  json check(const std::string& name) const {
-    const json report = json::parse(doctor({"--json"}).standardOutput);
+  json check(const std::string& name) const { return check(name, doctor({"--json"})); }
+  static json check(const std::string& name, const ProgramResult& result) {
+    const json report = json::parse(result.standardOutput);
     for (const json& check : report["checks"]) {
       if (check["name"] == name) {
         return check;
@@ -162,6 +163,19 @@ TEST_F(KelvoraDoctor, WhatExistsIsWell) {
     EXPECT_EQ(check(name)["state"], "ok") << name;
     EXPECT_EQ(check(name)["advice"], nullptr) << name;
   }
+}
+
+TEST_F(KelvoraDoctor, WithALogFileElsewhereTheDocumentsAreNotNeeded) {
+  runKelvora({"settings", "set", "fileLoggingPath", home_.path("log.csv")});
+  expectCheck("documents", "ok", "/Documents: missing, and the log file goes elsewhere");
+}
+
+TEST_F(KelvoraDoctor, TheToolOfARecordedMacNeedsNoRights) {
+  ASSERT_EQ(runKelvora({"machine", "use", "MacBookPro15,1"}).status, 0);
+  home_.write("data/Kelvora/Kelvora SMC", "");
+  const json found = check("privileged tool", runKelvora({"doctor", "--json"}));
+  EXPECT_EQ(found["state"], "ok");
+  EXPECT_THAT(found["finding"].get<std::string>(), HasSubstr("; a recorded Mac needs no rights"));
 }
 
 TEST_F(KelvoraDoctor, ATooLooseOrForeignToolIsShownWithOwnerAndMode) {

@@ -60,7 +60,8 @@ TEST_F(KelvoraReset, SaysWhatItClearedAndWhatItLeft) {
             "Folder:           " +
                 folder_.path("data/group.com.kelvora") +
                 "\n"
-                "Programs that run now save nothing until they are started again.\n");
+                "Programs that run now save nothing until they are started again; 'kelvora "
+                "record-history' continues in a new store.\n");
   EXPECT_FALSE(hasStore());
   EXPECT_FALSE(isStored("menuSensors"));
   EXPECT_TRUE(isStored("updateFrequency"));

@@ -14,7 +14,9 @@
 #include "KelvoraCore/KVCoreDataStore.h"
 #include "KelvoraCore/KVFanLeases.h"
 #include "KelvoraCore/KVMainQueue.h"
+#include "KelvoraCore/KVSetting.h"
 #include "KelvoraCore/KVSettingsFile.h"
+#include "KelvoraCore/KVSettingsSnapshot.h"
 #include "KelvoraCore/KVStoreFile.h"
 #include "KelvoraCore/KVUtils.h"
 #include "KelvoraCore/NotificationObserver.h"
@@ -111,6 +113,11 @@ Check documentsFolder(const MachineChoice& machine) {
   constexpr char kName[] = "documents";
   const auto folder = KVUtils::documentsPath(machine.platform);
   if (!folder || !pathExists(*folder)) {
+    KVSettingsSnapshot settings;
+    if (settings.isStored(*settingOfProperty("fileLoggingPath"))) {
+      return {kName, CheckState::kOK,
+              (folder ? *folder + ": missing" : "none") + ", and the log file goes elsewhere", ""};
+    }
     return {kName, CheckState::kHint, folder ? *folder + ": missing" : "none",
             "create it, or choose where the log file goes with 'kelvora settings set "
             "fileLoggingPath'"};
@@ -255,6 +262,9 @@ Check privilegedTool(const MachineChoice& machine) {
     return notInstalled(path.value_or("none"));
   }
   const std::string finding = toolFinding(*path, *ownership);
+  if (!machine.platform.isLive() && !machine.isInMemory()) {
+    return {kName, CheckState::kOK, finding + "; a recorded Mac needs no rights", ""};
+  }
   if (!KVUtils::isSMCPermissionGranted(machine.platform)) {
     return {kName, CheckState::kHint, finding,
             "to control fans, 'kelvora fans permit' asks for its permission (root:admin, 6555)"};

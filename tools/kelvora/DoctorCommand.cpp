@@ -90,12 +90,15 @@ int runDoctor(const Options& options, StandardOutput& output) {
 }  // namespace
 
 std::vector<Command> doctorCommands() {
-  return {{.name = "doctor",
-           .description = "Check what the programs need here, and say what to do about it",
-           .example = "kelvora doctor\n"
-                      "  kelvora doctor --json | jq '.checks[] | select(.state != \"ok\")'",
-           .machine = MachineUse::kOption,
-           .run = runDoctor}};
+  return {
+      {.name = "doctor",
+       .description =
+           "Check what the programs need here, and say what to do about it; fans that a program "
+           "left behind are handed back",
+       .example = "kelvora doctor\n"
+                  "  kelvora doctor --json | jq '.checks[] | select(.state != \"ok\")'",
+       .machine = MachineUse::kOption,
+       .run = runDoctor}};
 }
 
 }  // namespace kelvora::tool

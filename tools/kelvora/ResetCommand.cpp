@@ -92,7 +92,8 @@ std::string textOf(const ResetState& cleared, const ResetState& left) {
          "\nLeft settings:    " + listed(left.settings) +
          "\nLeft files:       " + listed(left.files) +
          "\nFolder:           " + printable(folderOfStore()) +
-         "\nPrograms that run now save nothing until they are started again.\n";
+         "\nPrograms that run now save nothing until they are started again; 'kelvora "
+         "record-history' continues in a new store.\n";
 }
 
 // A file that exists now may be new: another program may have created it since.
