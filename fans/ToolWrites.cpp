@@ -10,6 +10,10 @@ namespace kelvora {
 
 namespace {
 
+// A hanging tool may be one of a hanging SMC, of which every further tool would hang too.
+constexpr std::size_t kMostLateTools = 16;
+constexpr const char* kLate = "has not ended in time";
+
 std::string faultOf(const FanWrite& write, const std::string& outcome) {
   return write.key + ": the privileged tool " + outcome;
 }
@@ -34,6 +38,10 @@ std::string ToolWrites::outcomeOf(const FanWrite& write, ToolDescriptors descrip
   if (!request) {
     return "is not installed";
   }
+  forgetEndedTools();
+  if (late_.size() >= kMostLateTools) {
+    return kLate;
+  }
   request->standardInput = descriptors.standardInput;
   request->standardOutput = descriptors.standardOutput;
   request->discardStandardError = isSilent;
@@ -44,7 +52,7 @@ std::string ToolWrites::outcomeOf(const FanWrite& write, ToolDescriptors descrip
   const auto status = launch.child->waitUntilExit(limit_);
   if (!status) {
     late_.push_back(std::move(launch.child));
-    return "has not ended in time";
+    return kLate;
   }
   if (*status == platform::kUnknownExitStatus) {
     return readsAs(platform_, write.key, write.value)
@@ -59,10 +67,14 @@ bool ToolWrites::isInstalled() const {
 }
 
 bool ToolWrites::hasLateTools() {
+  forgetEndedTools();
+  return !late_.empty();
+}
+
+void ToolWrites::forgetEndedTools() {
   std::erase_if(late_, [](const auto& tool) {
     return tool->waitUntilExit(std::chrono::milliseconds(0)).has_value();
   });
-  return !late_.empty();
 }
 
 }  // namespace kelvora

@@ -23,7 +23,7 @@ struct ToolDescriptors {
 class ToolWrites {
  public:
   /// A tool that has not ended after `limit` counts as failed; it is left alone, and may still
-  /// write.
+  /// write. While 16 such tools run, no other is started, and every write fails.
   ToolWrites(Platform& platform, std::chrono::milliseconds limit)
       : platform_(platform), limit_(limit) {}
 
@@ -44,6 +44,7 @@ class ToolWrites {
 
  private:
   std::string outcomeOf(const FanWrite& write, ToolDescriptors descriptors, bool isSilent);
+  void forgetEndedTools();
 
   Platform& platform_;
   std::chrono::milliseconds limit_;
