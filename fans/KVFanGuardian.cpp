@@ -102,11 +102,15 @@ class Guardian {
 
   milliseconds nextPause() { return pauses_.next(tool_.isInstalled()); }
 
-  // Tries every fan, even if another failed.
+  // Tries every fan, even if another failed. A tool of an earlier try that still runs could undo
+  // what the next holder sets: it has to end first.
   void handBack() {
     handedBack_ = true;
     for (const LeasedFan& fan : request_.fans) {
-      const std::string fault = tool_.handBack(fan.handBack);
+      std::string fault = tool_.handBack(fan.handBack);
+      if (fault.empty() && tool_.hasLateTools()) {
+        fault = "a privileged tool that hands it back still runs";
+      }
       handedBack_ = fault.empty() && *handedBack_;
       note(fan, fault);
     }
