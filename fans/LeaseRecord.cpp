@@ -163,7 +163,10 @@ std::string writeLease(Platform& platform, const LeaseRecord& record) {
 
 void removeLease(Platform& platform, std::uint64_t fan) {
   if (const auto path = leasePath(platform, fan)) {
-    platform.files().remove(*path);
+    // A folder is not of a lease, and what is in it is somebody's.
+    if (!platform.files().list(*path)) {
+      platform.files().remove(*path);
+    }
     platform.files().remove(*path + kOfWriter);
   }
 }

@@ -120,6 +120,14 @@ TEST_F(KelvoraFans, OfALeaseThatIsAPipeOrTooLargeAreReportedWithItsPath) {
   EXPECT_FALSE(isOnDisk(1));
 }
 
+TEST_F(KelvoraFans, WhoseLeaseIsAFolderLeaveWhatIsInIt) {
+  const std::string file = home_.write("data/group.com.kelvora/Fan0.plist/mine/notes", "precious");
+  run({"fans"});
+  run({"fans", "auto", "0"});
+  EXPECT_TRUE(fs::exists(file));
+  fs::remove_all(home_.path("data/group.com.kelvora/Fan0.plist"));
+}
+
 // The holder was killed while its guardian was stopped.
 TEST_F(KelvoraFans, OfADeadHolderWhoseGuardianIsStoppedAreAFailure) {
   ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
