@@ -28,7 +28,7 @@ class GuardianProcess {
   void renew();
   /// Whether a renewal is unanswered for longer than the time-out.
   bool isSilent() const;
-  /// The holder's end of the channel; -1 while there is none.
+  /// The holder's end of the channel; -1 while no guardian runs.
   int descriptor() const { return channel_ ? channel_->descriptor() : -1; }
 
   /// Closes the holder's end: the guardian hands the fans back once more, and ends.

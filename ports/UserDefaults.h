@@ -37,8 +37,8 @@ class UserDefaultsSuite {
   /// Removes a key; otherwise as `setObject`. True also when the key was absent.
   virtual bool removeObject(std::string_view key) = 0;
 
-  /// Returns the value to store for a key; none leaves the key unchanged. The argument is none when
-  /// the key is absent. Must not use the suite.
+  /// Returns the value to store, or nullopt to leave the key unchanged. `held` is nullopt when the
+  /// key is absent. Must not use the suite.
   using Change =
       std::function<std::optional<PropertyListValue>(const std::optional<PropertyListValue>& held)>;
 

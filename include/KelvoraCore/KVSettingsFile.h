@@ -26,7 +26,7 @@ struct KELVORA_EXPORT KVSettingsFile {
   std::string target;
   /// A folder in the place of the file that every write makes beside `target` for a moment, so that
   /// nothing can be stored, e.g. "/home/anna/.config/group.com.kelvora/Settings.plist.new"; empty
-  /// when there is none.
+  /// if no such folder exists.
   std::string obstacle;
 };
 
