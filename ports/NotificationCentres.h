@@ -41,9 +41,9 @@ class NotificationCentre {
 class NotificationCentres {
  public:
   virtual ~NotificationCentres() = default;
-  /// The centre of the user's session: notices between programs.
+  /// The centre of the user's session: notifications between programs.
   virtual NotificationCentre& distributed() = 0;
-  /// The centre of this process: notices that no other program receives.
+  /// The centre of this process: notifications that no other program receives.
   virtual NotificationCentre& inProcess() = 0;
   /// Whether `distributed()` reaches other processes.
   virtual bool reachesOtherProcesses() const = 0;

@@ -7,8 +7,8 @@
 
 namespace kelvora {
 
-/// The current platform's queue of work for the main thread: notices, and completions of what runs
-/// elsewhere. The main thread is the one that first calls an operation of this class or of the
+/// The current platform's queue of work for the main thread: notifications, and completions of what
+/// runs elsewhere. The main thread is the one that first calls an operation of this class or of the
 /// library. A host drains the queue in one of two ways: it waits in `runUntil` (or in
 /// `StopSignal::runUntil`), or it has a loop of its own. On macOS that is the run loop of the main
 /// thread, which drains the queue by itself; elsewhere it polls `descriptor()` and calls

@@ -52,7 +52,8 @@ class KELVORA_EXPORT KVSettings {
   /// text that is not UTF-8 or holds a NUL, since another one would be stored.
   bool setValue(const KVSetting& setting, std::optional<PropertyListValue> value);
 
-  // One getter and one setter per setting; docs/settings.md lists keys, defaults and notices.
+  // One getter and one setter per setting; docs/settings.md lists keys, defaults and
+  // notifications.
 
   bool manualLinkEnabled();
   bool setManualLinkEnabled(bool enabled);

@@ -102,8 +102,8 @@ class KELVORA_EXPORT MachineFileError : public std::runtime_error {
 /// an SMC or HID temperature sensors, else the recorded Mac that the account has chosen, else this
 /// computer.
 ///
-/// A recorded Mac has recorded hardware and system facts. Its files, settings, notices, resources
-/// and main queue are those of this computer.
+/// A recorded Mac has recorded hardware and system facts. Its files, settings,
+/// notifications, resources and main queue are those of this computer.
 class KELVORA_EXPORT Platform {
  public:
   /// This computer: the system that the library was built for. Never null. Throws std::system_error
@@ -111,8 +111,8 @@ class KELVORA_EXPORT Platform {
   static std::unique_ptr<Platform> live();
 
   // Recorded Macs. All throw MachineFileError, and log nothing. `host` is the live platform whose
-  // files, settings, notices and main queue the recorded Mac uses; without one a new live platform
-  // is made. It is consumed even if the operation throws.
+  // files, settings, notifications and main queue the recorded Mac uses; without one a new live
+  // platform is made. It is consumed even if the operation throws.
 
   /// The recorded Mac that `machine` names: a name of `recordedMacs()` in any case ("imac19,1"),
   /// else a machine file.
