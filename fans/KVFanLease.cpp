@@ -16,7 +16,7 @@
 #include "fans/GuardianProcess.h"
 #include "fans/LeaseMachine.h"
 #include "fans/LeaseRecord.h"
-#include "fans/LeftBehind.h"
+#include "fans/LeasedFan.h"
 #include "fans/ToolWrites.h"
 #include "hardware/PrivilegedTool.h"
 #include "ports/GuardChannel.h"

@@ -1,129 +1,14 @@
 #include "KelvoraCore/KVFanLeases.h"
 
-#include <cstdlib>
 #include <optional>
 #include <utility>
 
-#include "KelvoraCore/KVProcessLock.h"
-
-#include "fans/LeaseMachine.h"
-#include "fans/LeaseRecord.h"
-#include "fans/LeftBehind.h"
-#include "fans/ToolWrites.h"
+#include "fans/LeasedFan.h"
 #include "hardware/FanKeys.h"
-#include "hardware/KeyReading.h"
-#include "sysinfo/ModelQuery.h"
 
 namespace kelvora {
 
 namespace {
-
-constexpr std::chrono::seconds kToolLimit{5};
-constexpr char kMayBeSetAgain[] =
-    "its holder, or a privileged tool that sets it, still runs and may set it again";
-
-std::string isSilent(const LeaseReading& reading) {
-  const std::int64_t guardian = reading.record ? reading.record->guardian : 0;
-  return "its holder has ended, and its guardian" +
-         (guardian > 0 ? " (process " + std::to_string(guardian) + ")" : "") + " does not answer";
-}
-
-std::optional<double> minimumIn(const FanWrite& handBack) {
-  if (!handBack.key.ends_with("Mn")) {
-    return std::nullopt;
-  }
-  constexpr double kQuarters = 4;
-  return static_cast<double>(std::strtoull(handBack.value.c_str(), nullptr, 16)) / kQuarters;
-}
-
-KVLeasedFan leasedFan(std::uint64_t fan, const LeaseReading& reading, bool isLive) {
-  if (!reading.record) {
-    return {fan, "", 0, {}, std::nullopt, isLive, reading.fault};
-  }
-  const LeaseRecord& record = *reading.record;
-  return {fan,
-          record.program,
-          record.processIdentifier,
-          record.since,
-          minimumIn(record.fan.handBack),
-          isLive,
-          record.fault};
-}
-
-std::string faultOf(const KVProcessLock& holder) {
-  return holder.state() == KVProcessLock::State::kHeldElsewhere ? kMayBeSetAgain : holder.fault();
-}
-
-// A guardian hands back while its lock is waited for, unless it is stopped or its tool hangs.
-std::string faultOfGuardian(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
-  const KVProcessLock holder(holderLockName(fan), platform);
-  if (holder.state() != KVProcessLock::State::kHeld) {
-    return "";
-  }
-  const KVProcessLock guardian(leaseName(fan), platform);
-  return guardian.state() == KVProcessLock::State::kHeldElsewhere ? isSilent(reading) : "";
-}
-
-// Of a lease that cannot be read only the mode is known, on machines whose fans are set by one.
-std::optional<FanWrite> handBackOf(Platform& platform, std::uint64_t fan,
-                                   const LeaseReading& reading) {
-  if (reading.record) {
-    return reading.record->fan.handBack;
-  }
-  const FanWrite mode = handBackWrite(FanScheme::kModeAndTarget, 0, fan);
-  return queryT2ChipSupport(platform) && isReadable(platform, mode.key) ? std::optional(mode)
-                                                                        : std::nullopt;
-}
-
-LeaseMachine machineOfLease(Platform& platform, const LeaseReading& reading) {
-  return whereIs(platform, reading.record ? reading.record->machine : "");
-}
-
-// Its fan is not this machine's of the same number, nor is its minimum.
-KVLeasedFan ofAnotherMachine(KVLeasedFan fan, const LeaseRecord& record) {
-  fan.minimum.reset();
-  fan.fault = "is a fan of " + record.machine + ", not of this machine";
-  return fan;
-}
-
-// Under the fan's lock. A hand-back counts only if it began after the last process that may set the
-// fan had ended.
-std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
-  const auto write = handBackOf(platform, fan, reading);
-  if (!write) {
-    return reading.fault;
-  }
-  const KVProcessLock holder(holderLockName(fan), platform);
-  std::string fault = ToolWrites(platform, kToolLimit).handBack(*write);
-  if (fault.empty()) {
-    fault = faultOf(holder);
-  }
-  if (fault.empty()) {
-    removeLease(platform, fan);
-  }
-  return fault;
-}
-
-std::optional<KVLeasedFan> lookedAt(Platform& platform, std::uint64_t fan) {
-  if (!readLease(platform, fan).exists) {
-    return std::nullopt;
-  }
-  const KVProcessLock lock(leaseName(fan), platform);
-  const LeaseReading reading = readLease(platform, fan);
-  if (!reading.exists) {
-    return std::nullopt;
-  }
-  const bool isLive = lock.state() == KVProcessLock::State::kHeldElsewhere;
-  KVLeasedFan leased = leasedFan(fan, reading, isLive);
-  if (machineOfLease(platform, reading) != LeaseMachine::kThis) {
-    return ofAnotherMachine(std::move(leased), *reading.record);
-  }
-  if (leased.fault.empty()) {
-    leased.fault = isLive ? faultOfGuardian(platform, fan, reading)
-                          : faultOf(KVProcessLock(holderLockName(fan), platform));
-  }
-  return leased;
-}
 
 template <typename Look>
 std::vector<KVLeasedFan> ofEveryFan(Look look) {
@@ -138,31 +23,8 @@ std::vector<KVLeasedFan> ofEveryFan(Look look) {
 
 }  // namespace
 
-std::optional<KVLeasedFan> handBackLeftBehind(Platform& platform, std::uint64_t fan) {
-  if (!hasLeaseFiles(platform, fan)) {
-    return std::nullopt;
-  }
-  const KVProcessLock lock(leaseName(fan), platform);
-  if (lock.state() == KVProcessLock::State::kHeldElsewhere) {
-    return std::nullopt;
-  }
-  // Its guardian may have handed it back meanwhile.
-  const LeaseReading reading = readLease(platform, fan);
-  const LeaseMachine machine = machineOfLease(platform, reading);
-  if (!reading.exists || machine == LeaseMachine::kGone) {
-    removeLease(platform, fan);
-    return std::nullopt;
-  }
-  KVLeasedFan result = leasedFan(fan, reading, false);
-  if (machine == LeaseMachine::kAnother) {
-    return ofAnotherMachine(std::move(result), *reading.record);
-  }
-  result.fault = lock.fault().empty() ? handBack(platform, fan, reading) : lock.fault();
-  return result;
-}
-
 std::vector<KVLeasedFan> KVFanLeases::leasedFans(Platform& platform) {
-  return ofEveryFan([&](std::uint64_t fan) { return lookedAt(platform, fan); });
+  return ofEveryFan([&](std::uint64_t fan) { return leasedFan(platform, fan); });
 }
 
 std::vector<KVLeasedFan> KVFanLeases::handBackLeftBehind(Platform& platform) {
