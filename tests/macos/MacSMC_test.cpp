@@ -5,8 +5,8 @@
 
 #include "hardware/SMCConnection.h"
 #include "tests/macos/frameworks/HardwareTest.h"
+#include "tests/support/RawSMC.h"
 #include "tests/support/RecordedMachines.h"
-#include "tests/support/SMCConnection.h"
 #include "tests/support/SmallMac.h"
 
 namespace kelvora::testing::mac {
@@ -38,7 +38,7 @@ class MacSMCTest : public HardwareTest {
   // What opening prints when `function` fails.
   std::string messageOfFailing(const char* function) {
     ledger.failCall(function);
-    kelvora::SMCConnection connection(smc);
+    SMCConnection connection(smc);
     ::testing::internal::CaptureStdout();
     EXPECT_EQ(connection.open(), 1U);
     return ::testing::internal::GetCapturedStdout();
@@ -49,7 +49,7 @@ class MacSMCTest : public HardwareTest {
 };
 
 TEST_F(MacSMCTest, OpeningTakesTheFirstServiceAndReleasesTheIteratorAndTheService) {
-  kelvora::SMCConnection connection(smc);
+  SMCConnection connection(smc);
   EXPECT_EQ(connection.open(), 0U);
   EXPECT_EQ(takeCalls(), kOpening);
   EXPECT_EQ(ledger.open(), (std::map<std::string, int>{{"connection", 1}}));
@@ -71,7 +71,7 @@ TEST_F(MacSMCTest, AFailedOpeningSaysWhichCallFailedAndLeavesNothingOpen) {
 
 TEST_F(MacSMCTest, WhereNoConnectionWasOpenedAReadFailsWithoutACall) {
   messageOfFailing("IOServiceOpen");
-  kelvora::SMCConnection connection(smc);
+  SMCConnection connection(smc);
   takeCalls();
   EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kKernelNotOpen);
   EXPECT_EQ(connection.close(), platform::kKernelNotOpen);
@@ -80,14 +80,14 @@ TEST_F(MacSMCTest, WhereNoConnectionWasOpenedAReadFailsWithoutACall) {
 
 TEST_F(MacSMCTest, AMacWithoutAnSMCHasNoService) {
   boot({});
-  kelvora::SMCConnection connection(smc);
+  SMCConnection connection(smc);
   ::testing::internal::CaptureStdout();
   EXPECT_EQ(connection.open(), 1U);
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), "Error: no SMC found\n");
 }
 
 TEST_F(MacSMCTest, AReadAsksForTheInformationOnceAndForTheBytesEachTime) {
-  kelvora::SMCConnection connection(smc);
+  SMCConnection connection(smc);
   connection.open();
   takeCalls();
   EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), 0U);
@@ -102,7 +102,7 @@ TEST_F(MacSMCTest, AReadAsksForTheInformationOnceAndForTheBytesEachTime) {
 }
 
 TEST_F(MacSMCTest, EachFailedCallOfAReadGivesItsStatusAndTheNextReadWorks) {
-  kelvora::SMCConnection connection(smc);
+  SMCConnection connection(smc);
   connection.open();
   ledger.failCall("IOConnectCallStructMethod", 1);
   EXPECT_EQ(connection.readKey(SMCPackedKey("TC0P"), value), platform::kKernelError);
@@ -121,7 +121,7 @@ TEST_F(MacSMCTest, EachFailedCallOfAReadGivesItsStatusAndTheNextReadWorks) {
 }
 
 TEST_F(MacSMCTest, AFailedClosingGivesItsStatusAndTheConnectionIsGone) {
-  kelvora::SMCConnection connection(smc);
+  SMCConnection connection(smc);
   connection.open();
   ledger.failCall("IOServiceClose");
   EXPECT_EQ(connection.close(), platform::kKernelError);
@@ -132,7 +132,7 @@ TEST_F(MacSMCTest, AClosedOrUnknownConnectionDoesNotReachTheKernel) {
   std::array<std::byte, 80> record{};
   platform::IOObject handle = 0;
   {
-    const SMCConnection connection(smc);
+    const RawSMC connection(smc);
     handle = connection.handle();
     EXPECT_EQ(smc.callStructMethod(handle + 1, 2, record, record), platform::kKernelNotOpen);
   }
@@ -144,7 +144,7 @@ TEST_F(MacSMCTest, AClosedOrUnknownConnectionDoesNotReachTheKernel) {
 }
 
 TEST_F(MacSMCTest, AMalformedCallIsABadArgument) {
-  const SMCConnection connection(smc);
+  const RawSMC connection(smc);
   std::array<std::byte, 80> record{};
   std::array<std::byte, 79> shorter{};
   const auto handle = connection.handle();
@@ -156,7 +156,7 @@ TEST_F(MacSMCTest, AMalformedCallIsABadArgument) {
 TEST_F(MacSMCTest, WhatIsStillOpenIsClosedWithThePort) {
   {
     MacSMC another;
-    kelvora::SMCConnection connection(another);
+    SMCConnection connection(another);
     connection.open();
     connection.open();
     EXPECT_EQ(ledger.open(), (std::map<std::string, int>{{"connection", 2}}));
@@ -165,7 +165,7 @@ TEST_F(MacSMCTest, WhatIsStillOpenIsClosedWithThePort) {
 }
 
 TEST_F(MacSMCTest, ThreadsReadWhileAnotherCloses) {
-  kelvora::SMCConnection connection(smc);
+  SMCConnection connection(smc);
   connection.open();
   const auto work = [&] {
     SMCValueRecord read;
@@ -184,7 +184,7 @@ TEST_F(MacSMCTest, ThreadsReadWhileAnotherCloses) {
 class MacSMCOfRecordedMac : public HardwareTest,
                             public ::testing::WithParamInterface<const char*> {};
 
-void expectSameReply(const SMCConnection::Reply& reply, const SMCConnection::Reply& expected) {
+void expectSameReply(const RawSMC::Reply& reply, const RawSMC::Reply& expected) {
   EXPECT_EQ(reply.status, expected.status);
   EXPECT_EQ(reply.key, expected.key);
   EXPECT_EQ(reply.dataSize, expected.dataSize);
@@ -206,8 +206,8 @@ TEST_P(MacSMCOfRecordedMac, EveryReplyIsThatOfTheRecordedSMC) {
     return;
   }
   RecordedSMC recorded(machine.smcKeys);
-  SMCConnection expected(recorded);
-  SMCConnection actual(smc);
+  RawSMC expected(recorded);
+  RawSMC actual(smc);
   for (std::uint32_t index = 0; index <= machine.smcKeys->size(); ++index) {
     const auto reply = actual.call(8, 0, 0, index);
     expectSameReply(reply, expected.call(8, 0, 0, index));

@@ -10,14 +10,14 @@
 #include "platforms/recorded/RecordedSystem.h"
 #include "platforms/recorded/file/MachineFile.h"
 #include "platforms/shared/SystemControlTable.h"
-#include "tests/support/SMCConnection.h"
+#include "tests/support/RawSMC.h"
 
 // Calls every operation of every port of a recorded Mac: for inputs that were not written by hand.
 namespace kelvora::testing {
 
 inline void walkSMC(const platform::RecordedMachine& machine) {
   platform::RecordedSMC smc(machine.smcKeys);
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const auto count = machine.smcKeys ? machine.smcKeys->size() : 0;
   for (std::uint32_t index = 0; index <= count; ++index) {
     const auto key = connection.call(8, 0, 0, index).key;

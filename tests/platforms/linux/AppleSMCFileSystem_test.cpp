@@ -14,8 +14,8 @@
 #include "platforms/linux/smc/LinuxSMC.h"
 #include "tests/support/ChildProgram.h"
 #include "tests/support/MountedDriver.h"
+#include "tests/support/RawSMC.h"
 #include "tests/support/RecordedMachines.h"
-#include "tests/support/SMCConnection.h"
 #include "tests/support/SmallMac.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -40,8 +40,8 @@ bool isOfFan(const platform::RecordedSMCKey& key) {
 
 // The driver rounds temperatures to quarters of a degree and speeds to whole numbers, and who is
 // not root reads a target as a float whatever it is; other keys come byte for byte.
-bool isRight(const platform::RecordedSMCKey& key, const SMCConnection::Reply& info,
-             const SMCConnection::Reply& reply) {
+bool isRight(const platform::RecordedSMCKey& key, const RawSMC::Reply& info,
+             const RawSMC::Reply& reply) {
   const double expected = numberOf(key.type, key.bytes.data(), key.bytes.size());
   const double read = numberOf(info.dataType, reply.payload.data(), info.dataSize);
   const bool isTemperature = (key.key >> 24) == 'T';
@@ -60,7 +60,7 @@ struct Reading {
 };
 
 Reading readOnce(platform::SMCUserClient& smc, const platform::RecordedMachine& machine) {
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   Reading reading;
   for (const platform::RecordedSMCKey& key : *machine.smcKeys) {
     const auto info = connection.call(9, key.key);
@@ -169,7 +169,7 @@ class Fans {
 
  private:
   platform::LinuxSMC smc_;
-  SMCConnection connection_;
+  RawSMC connection_;
 };
 
 // With a mode key and floats, and with neither.

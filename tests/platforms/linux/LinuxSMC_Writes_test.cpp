@@ -9,7 +9,7 @@
 
 #include "platforms/linux/smc/LinuxSMC.h"
 #include "tests/platforms/linux/ScriptedFiles.h"
-#include "tests/support/SMCConnection.h"
+#include "tests/support/RawSMC.h"
 
 namespace kelvora::testing {
 namespace {
@@ -18,8 +18,7 @@ using platform::kKernelNotPermitted;
 using platform::LinuxSMC;
 
 // Writes the bytes with the key's own size.
-SMCConnection::Reply writeKey(SMCConnection& connection, const char* key,
-                              const std::vector<int>& bytes) {
+RawSMC::Reply writeKey(RawSMC& connection, const char* key, const std::vector<int>& bytes) {
   std::vector<std::byte> payload;
   for (const int byte : bytes) {
     payload.push_back(static_cast<std::byte>(byte));
@@ -44,7 +43,7 @@ class LinuxSMCWrites : public ::testing::Test {
   using Written = std::vector<std::pair<std::string, std::string>>;
   ScriptedFiles* files;
   std::unique_ptr<LinuxSMC> smc;
-  std::optional<SMCConnection> connection;
+  std::optional<RawSMC> connection;
 };
 
 TEST_F(LinuxSMCWrites, AFansKeysAreNumbersInTheFilesOfTheNextFan) {
@@ -157,7 +156,7 @@ TEST(LinuxSMC, AWriteTakesTheTypeThatTheSMCSays) {
   ScriptedFiles& files = *owned;
   files.own = {{"fan1_input", "2000\n"}, {"fan1_manual", "0\n"}, {"fan2_input", "2000\n"}};
   LinuxSMC smc(std::move(owned));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(writeKey(connection, "F1Tg", {0x1f, 0x40}).status, platform::kKernelBadArgument);
   EXPECT_EQ(writeKey(connection, "F1Mn", {0, 0, 0x1f, 0x40}).status, platform::kKernelBadArgument);
   EXPECT_EQ(writeKey(connection, "F0Tg", {0x1f, 0x40}).status, 0U);

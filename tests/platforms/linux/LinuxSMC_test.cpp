@@ -11,7 +11,7 @@
 
 #include "tests/platforms/linux/ScriptedFiles.h"
 #include "tests/support/FileCalls.h"
-#include "tests/support/SMCConnection.h"
+#include "tests/support/RawSMC.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::testing {
@@ -23,7 +23,7 @@ using platform::LinuxSMC;
 
 TEST(LinuxSMC, ReadsKeysThroughTheDriver) {
   LinuxSMC smc(std::make_unique<ScriptedFiles>(kKeys));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(connection.openStatus, 0U);
   EXPECT_EQ(connection.call(8, 0, 0, 1).key, SMCPackedKey("TC0P"));
   EXPECT_EQ(connection.call(8, 0, 0, 3).result, 132);
@@ -39,19 +39,19 @@ TEST(LinuxSMC, ReadsKeysThroughTheDriver) {
 
 TEST(LinuxSMC, ATypeThatTheDriverCutsShortEndedInNUL) {
   LinuxSMC smc(std::make_unique<ScriptedFiles>(kKeys));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(connection.call(9, SMCPackedKey("BNCM")).dataType, 0x75693800U);
 }
 
 TEST(LinuxSMC, AKeyThatCannotBeReadAnswersResult133) {
   LinuxSMC smc(std::make_unique<ScriptedFiles>(kKeys));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(connection.call(5, SMCPackedKey("BNCM"), 1).result, 133);
 }
 
 TEST(LinuxSMC, WritesOfOtherKeysThanFansAreNotPermitted) {
   LinuxSMC smc(std::make_unique<ScriptedFiles>(kKeys));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(connection.call(6, SMCPackedKey("TC0P"), 2).status, kKernelNotPermitted);
 }
 
@@ -60,8 +60,8 @@ TEST(LinuxSMC, AnyUserReadsTemperaturesAndFansFromTheirOwnFiles) {
   ScriptedFiles& files = *owned;
   LinuxSMC smc(std::move(owned));
   ::testing::internal::CaptureStderr();
-  SMCConnection connection(smc);
-  SMCConnection second(smc);
+  RawSMC connection(smc);
+  RawSMC second(smc);
   EXPECT_EQ(
       ::testing::internal::GetCapturedStderr(),
       "applesmc: temperatures and fans only; root also reads voltages, currents and powers\n");
@@ -101,7 +101,7 @@ TEST(LinuxSMC, AValueThatItsTypeCannotHoldIsUnreadable) {
   files->own["fan1_input"] = "-1\n";
   files->own["fan1_max"] = "16384\n";
   LinuxSMC smc(std::move(files));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   for (const char* key : {"TC0P", "F0Ac", "F0Mx"}) {
     EXPECT_EQ(connection.call(5, SMCPackedKey(key)).result, 133) << key;
   }
@@ -111,7 +111,7 @@ TEST(LinuxSMC, RootReadsTemperaturesWithoutChoosingTheirKeys) {
   auto owned = filesWithSensors(true);
   ScriptedFiles& files = *owned;
   LinuxSMC smc(std::move(owned));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   connection.call(9, SMCPackedKey("TC0P"));
   const int choices = files.choices;
   EXPECT_EQ(payloadBytes(connection.call(5, SMCPackedKey("TC0P"), 2), 2),
@@ -125,7 +125,7 @@ TEST(LinuxSMC, ASpeedTakesTheTypeThatTheSMCSays) {
       std::vector<DriverKey>{{"F0Ac", "flt ", std::string("\0\0\0\0", 4)}});
   files->own = {{"fan1_input", "2000\n"}};
   LinuxSMC smc(std::move(files));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(payloadBytes(connection.call(5, SMCPackedKey("F0Ac"), 4), 4),
             (std::vector{0, 0, 0xfa, 0x44}));
 }
@@ -134,7 +134,7 @@ TEST(LinuxSMC, ASpeedOfZeroIsASpeed) {
   auto files = filesWithSensors(false);
   files->own["fan1_input"] = "0\n";
   LinuxSMC smc(std::move(files));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const auto reply = connection.call(5, SMCPackedKey("F0Ac"));
   EXPECT_EQ(reply.result, 0);
   EXPECT_EQ(payloadBytes(reply, 2), (std::vector{0, 0}));
@@ -144,7 +144,7 @@ TEST(LinuxSMC, ANameOfAFanIsCutToItsRecord) {
   auto files = filesWithSensors(false);
   files->own["fan1_label"] = "0123456789abcdefghij\n";
   LinuxSMC smc(std::move(files));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const auto reply = connection.call(5, SMCPackedKey("F0ID"));
   EXPECT_EQ(payloadBytes(reply, 17), (std::vector<int>{0, 0, 0, 0, '0', '1', '2', '3', '4', '5',
                                                        '6', '7', '8', '9', 'a', 'b', 0}));
@@ -152,7 +152,7 @@ TEST(LinuxSMC, ANameOfAFanIsCutToItsRecord) {
 
 TEST(LinuxSMC, DescribesAKeyWithoutAttributes) {
   LinuxSMC smc(filesWithSensors(false));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const auto info = connection.call(9, SMCPackedKey("FNum"));
   EXPECT_EQ(info.dataSize, 1U);
   EXPECT_EQ(info.dataType, SMCPackedKey("ui8 "));
@@ -161,7 +161,7 @@ TEST(LinuxSMC, DescribesAKeyWithoutAttributes) {
 
 TEST(LinuxSMC, AnotherCommandIsABadArgument) {
   LinuxSMC smc(filesWithSensors(false));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(connection.call(7, SMCPackedKey("FNum"), 1).status, platform::kKernelBadArgument);
 }
 
@@ -171,7 +171,7 @@ TEST(LinuxSMC, CountsMoreKeysThanAByteHolds) {
     files->own["temp" + std::to_string(number) + "_label"] = "T" + std::to_string(number) + "\n";
   }
   LinuxSMC smc(std::move(files));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(payloadBytes(connection.call(5, SMCPackedKey("#KEY"), 4), 4),
             (std::vector{0, 0, 1, 52}));
 }
@@ -183,7 +183,7 @@ TEST(LinuxSMC, HasTenFansAtMost) {
     files->own["fan" + std::to_string(number) + "_input"] = "2000\n";
   }
   LinuxSMC smc(std::move(files));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(payloadBytes(connection.call(5, SMCPackedKey("FNum")), 1), std::vector{10});
   EXPECT_EQ(connection.call(5, SMCPackedKey("F9Ac")).result, 0);
 }
@@ -192,7 +192,7 @@ TEST(LinuxSMC, RootChoosesEachKeyOnceToListThem) {
   auto owned = std::make_unique<ScriptedFiles>(kKeys);
   ScriptedFiles& files = *owned;
   LinuxSMC smc(std::move(owned));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   connection.call(9, SMCPackedKey("TC0P"));
   EXPECT_EQ(files.choices, 3);
 }
@@ -209,7 +209,7 @@ TEST(LinuxSMC, AReadThatAnotherProgramDisturbedIsTriedAgain) {
   auto owned = std::make_unique<ScriptedFiles>(kKeys);
   ScriptedFiles& files = *owned;
   LinuxSMC smc(std::move(owned));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   files.disturbances = 5;  // while the keys are listed
   EXPECT_EQ(connection.call(9, SMCPackedKey("TC0P")).dataSize, 2U);
   EXPECT_EQ(connection.call(8, 0, 0, 0).key, SMCPackedKey("#KEY"));
@@ -222,7 +222,7 @@ TEST(LinuxSMC, AReadThatIsAlwaysDisturbedFailsAndNeverGivesAnothersValue) {
   auto owned = std::make_unique<ScriptedFiles>(kKeys);
   ScriptedFiles& files = *owned;
   LinuxSMC smc(std::move(owned));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   connection.call(9, SMCPackedKey("TC0P"));
   files.disturbances = 1'000'000;
   EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).result, 133);
@@ -265,7 +265,7 @@ TEST(LinuxSMC, ReadsTheFilesOfAFolderAndKeepsThemOpen) {
   folder.write("key_at_index_data_length", "2\n");
   folder.write("key_at_index_data", "\x25\x20");
   LinuxSMC smc(std::make_unique<AppleSMCFiles>(folder.path()));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   ASSERT_EQ(connection.openStatus, 0U);
   EXPECT_EQ(connection.call(9, SMCPackedKey("TC0P")).dataSize, 2U);
   EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).payload[1], std::byte{0x20});
@@ -294,14 +294,14 @@ TEST(LinuxSMC, AReadingThatIsNotTheFirstIsOneFileCallForEachSensor) {
     names.push_back(SMCPackedKey(key));
   }
   LinuxSMC smc(std::make_unique<AppleSMCFiles>(folder.path()));
-  const auto read = [&](SMCConnection& connection) {
+  const auto read = [&](RawSMC& connection) {
     for (const std::uint32_t name : names) {
       if (connection.call(5, name).payload[0] != std::byte{0x2a}) {
         std::_Exit(1);  // of the process that is counted
       }
     }
   };
-  std::optional<SMCConnection> connection;
+  std::optional<RawSMC> connection;
   EXPECT_EQ(fileCallsOf(
                 [&] {
                   connection.emplace(smc);

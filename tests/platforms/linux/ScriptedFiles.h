@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platforms/linux/smc/AppleSMCFiles.h"
-#include "tests/support/SMCConnection.h"
+#include "tests/support/RawSMC.h"
 
 namespace kelvora::testing {
 
@@ -104,7 +104,7 @@ inline std::unique_ptr<ScriptedFiles> filesWithSensors(bool isRoot) {
 }
 
 /// The first `count` bytes of what was read.
-inline std::vector<int> payloadBytes(const SMCConnection::Reply& reply, std::size_t count) {
+inline std::vector<int> payloadBytes(const RawSMC::Reply& reply, std::size_t count) {
   std::vector<int> bytes;
   for (std::size_t i = 0; i < count; ++i) {
     bytes.push_back(std::to_integer<int>(reply.payload[i]));

@@ -13,7 +13,7 @@
 
 #include "KelvoraCore/Platform.h"
 
-#include "tests/support/SMCConnection.h"
+#include "tests/support/RawSMC.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace kelvora::testing {
@@ -52,20 +52,20 @@ class ChosenMachineTest : public ::testing::Test {
   TemporaryFolder home_;
 };
 
-inline std::vector<std::byte> read(SMCConnection& connection, std::uint32_t key) {
+inline std::vector<std::byte> read(RawSMC& connection, std::uint32_t key) {
   const auto reply = connection.call(5, key, 4);
   EXPECT_EQ(reply.status, 0U);
   return {reply.payload.begin(), reply.payload.begin() + 4};
 }
 
-inline platform::KernelStatus write(SMCConnection& connection, std::uint32_t key,
+inline platform::KernelStatus write(RawSMC& connection, std::uint32_t key,
                                     const std::vector<std::byte>& bytes) {
   const auto reply = connection.call(6, key, static_cast<std::uint32_t>(bytes.size()), 0, bytes);
   EXPECT_EQ(reply.result, 0);
   return reply.status;
 }
 
-inline platform::KernelStatus statusOfRead(SMCConnection& connection) {
+inline platform::KernelStatus statusOfRead(RawSMC& connection) {
   return connection.call(5, kActual, 4).status;
 }
 

@@ -19,7 +19,7 @@
 #include "tests/platforms/recorded/ChosenMachineTest.h"
 #include "tests/support/AnsweredCalls.h"
 #include "tests/support/ChildWork.h"
-#include "tests/support/SMCConnection.h"
+#include "tests/support/RawSMC.h"
 
 namespace kelvora::testing {
 namespace {
@@ -30,7 +30,7 @@ using ::testing::HasSubstr;
 TEST_F(ChosenMachineTest, ADamagedFileFailsCallsOnceLoggedUntilItIsWhole) {
   choose("MacBookPro15,1");
   ChosenMachine smc(file());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   write(connection, kMode, kManual);
   write(connection, kTarget, k3000);
   const std::string whole = content();
@@ -81,7 +81,7 @@ TEST_F(ChosenMachineTest, WritesThatTheMachineCannotHaveTakenAreDamage) {
 TEST_F(ChosenMachineTest, AWriteThatCannotBeStoredFailsAndIsNotTaken) {
   choose("MacBookPro15,1");
   ChosenMachine smc(file());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   write(connection, kMode, kManual);
   write(connection, kTarget, k3000);
   const std::string before = content();
@@ -100,7 +100,7 @@ TEST_F(ChosenMachineTest, AWriteThatCannotBeStoredFailsAndIsNotTaken) {
 TEST_F(ChosenMachineTest, AWriteFailsWhileAnotherProgramKeepsTheLockAndNoneStillWorks) {
   choose("MacBookPro15,1");
   ChosenMachine smc(file());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const auto held =
       platform::lockFile(file() + platform::kLockEnding, std::chrono::milliseconds(0));
   ASSERT_TRUE(held.isOpen());

@@ -19,7 +19,7 @@
 #include "tests/support/ChildWork.h"
 #include "tests/support/FileCalls.h"
 #include "tests/support/MountedDriver.h"
-#include "tests/support/SMCConnection.h"
+#include "tests/support/RawSMC.h"
 
 namespace kelvora::testing {
 namespace {
@@ -46,11 +46,11 @@ TEST_F(ChosenMachineTest, AMacWithoutAnSMCHasNoService) {
 TEST_F(ChosenMachineTest, AWriteOfOneProgramIsReadByTheOthersAtOnce) {
   choose("MacBookPro15,1");
   ChosenMachine reader(file());
-  SMCConnection reading(reader);
+  RawSMC reading(reader);
   EXPECT_NE(read(reading, kActual), k3000);
   ChildWork writer([&] {
     ChosenMachine smc(file());
-    SMCConnection connection(smc);
+    RawSMC connection(smc);
     return write(connection, kMode, kManual) + write(connection, kTarget, k3000) == 0 ? 0 : 1;
   });
   ASSERT_EQ(writer.wait(), 0);
@@ -59,7 +59,7 @@ TEST_F(ChosenMachineTest, AWriteOfOneProgramIsReadByTheOthersAtOnce) {
   EXPECT_EQ(write(reading, kTarget, k4000), 0U);
   EXPECT_EQ(read(reading, kActual), k4000);
   ChosenMachine later(file());
-  SMCConnection laterConnection(later);
+  RawSMC laterConnection(later);
   EXPECT_EQ(read(laterConnection, kActual), k4000);
   EXPECT_THAT(Platform::choice()->writes,
               ElementsAre(RecordedWrite{"F0Md", "01"}, RecordedWrite{"F0Tg", "00803b45"},
@@ -77,7 +77,7 @@ TEST_F(ChosenMachineTest, WritesOfManyProgramsAreAllTaken) {
   for (int i = 0; i < 4; ++i) {
     writers.emplace_back([this] {
       ChosenMachine smc(file());
-      SMCConnection connection(smc);
+      RawSMC connection(smc);
       int failures = 0;
       for (int k = 0; k < 25; ++k) {
         failures += write(connection, kTarget, k3000) == 0 ? 0 : 1;
@@ -94,10 +94,10 @@ TEST_F(ChosenMachineTest, WritesOfManyProgramsAreAllTaken) {
 TEST_F(ChosenMachineTest, AReadThatFindsNoChangeMakesOneFileCall) {
   choose("MacBookPro15,1");
   std::unique_ptr<ChosenMachine> smc;
-  std::unique_ptr<SMCConnection> connection;
+  std::unique_ptr<RawSMC> connection;
   const auto open = [&] {
     smc = std::make_unique<ChosenMachine>(file());
-    connection = std::make_unique<SMCConnection>(*smc);
+    connection = std::make_unique<RawSMC>(*smc);
     read(*connection, kActual);
   };
   EXPECT_EQ(fileCallsOf(open, [&] { read(*connection, kActual); }), 1);
@@ -113,7 +113,7 @@ TEST_F(ChosenMachineTest, AReadThatFindsNoChangeMakesOneFileCall) {
 TEST_F(ChosenMachineTest, AProgramNeverReadsAnotherMachineThanItStartedWith) {
   choose("MacBookPro15,1");
   ChosenMachine smc(file());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   choose("Macmini8,1");
   EXPECT_THAT(logOf([&] { EXPECT_EQ(statusOfRead(connection), platform::kKernelNoDevice); }),
               HasSubstr("another machine was chosen"));
@@ -129,7 +129,7 @@ TEST_F(ChosenMachineTest, AProgramNeverReadsAnotherMachineThanItStartedWith) {
 TEST_F(ChosenMachineTest, ChoosingAgainStartsWithWhatWasRecorded) {
   choose("MacBookPro15,1");
   ChosenMachine smc(file());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const auto recorded = read(connection, kActual);
   write(connection, kMode, kManual);
   write(connection, kTarget, k3000);
@@ -141,7 +141,7 @@ TEST_F(ChosenMachineTest, ChoosingAgainStartsWithWhatWasRecorded) {
 TEST_F(ChosenMachineTest, AWriteThatTheSMCDoesNotTakeLeavesTheFile) {
   choose("MacBookPro15,1");
   ChosenMachine smc(file());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const std::string before = content();
   EXPECT_EQ(connection.call(6, SMCPackedKey("Nope"), 1, 0, kManual).result, SMCResultKeyNotFound);
   EXPECT_EQ(connection.call(6, kMode, 2, 0, k3000).result, SMCResultWrongSize);
@@ -155,10 +155,10 @@ TEST_F(ChosenMachineTest, KeysOfAnyBytesAreWritten) {
   Platform::choose(home_.path("mac.json"));
   const std::uint32_t key = SMCPackedKey("T\xff\x80x");
   ChosenMachine smc(file());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(write(connection, key, kManual), 0U);
   ChosenMachine other(file());
-  SMCConnection reading(other);
+  RawSMC reading(other);
   EXPECT_EQ(reading.call(5, key, 1).payload[0], std::byte{1});
   EXPECT_THAT(Platform::choice()->writes, ElementsAre(RecordedWrite{"T\u00ff\u0080x", "01"}));
 }
@@ -166,7 +166,7 @@ TEST_F(ChosenMachineTest, KeysOfAnyBytesAreWritten) {
 TEST_F(ChosenMachineTest, OfOldWritesTheLastOfEachKeyIsKept) {
   choose("MacBookPro15,1");
   ChosenMachine smc(file());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   write(connection, SMCPackedKey("F1Md"), kManual);
   // As many as are listed, without a thousand writes to the disk.
   nlohmann::json choice = nlohmann::json::parse(content());

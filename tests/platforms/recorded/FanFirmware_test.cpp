@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "platforms/recorded/RecordedSMC.h"
+#include "tests/support/RawSMC.h"
 #include "tests/support/RecordedMachines.h"
-#include "tests/support/SMCConnection.h"
 #include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
@@ -87,7 +87,7 @@ class Fans {
 
  private:
   RecordedSMC smc_;
-  SMCConnection connection_;
+  RawSMC connection_;
 };
 
 TEST(FanFirmware, ANewerMacFollowsTheTargetInManualModeAndIsHandedBack) {

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/ForwardingSMC.h"
-#include "tests/support/SMCConnection.h"
+#include "tests/support/RawSMC.h"
 #include "tests/support/SmallMac.h"
 
 namespace kelvora::testing {
@@ -36,7 +36,7 @@ std::vector<RecordedSMCKey> fewKeys() {
 
 TEST(RecordedSMC, ReadsTheBytesOfAKey) {
   RecordedSMC smc(fewKeys());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const auto reply = connection.call(5, SMCPackedKey("TC0P"), 2);
   EXPECT_EQ(reply.status, 0U);
   EXPECT_EQ(reply.result, 0);
@@ -47,7 +47,7 @@ TEST(RecordedSMC, ReadsTheBytesOfAKey) {
 
 TEST(RecordedSMC, ReturnsSizeTypeAndAttributesOfAKey) {
   RecordedSMC smc(fewKeys());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const auto reply = connection.call(9, SMCPackedKey("TC0P"));
   EXPECT_EQ(reply.dataSize, 2U);
   EXPECT_EQ(reply.dataType, SMCPackedKey("sp78"));
@@ -57,7 +57,7 @@ TEST(RecordedSMC, ReturnsSizeTypeAndAttributesOfAKey) {
 
 TEST(RecordedSMC, ListsEveryKeyByIndexInTheOrderOfTheFile) {
   RecordedSMC smc(fewKeys());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const auto keys = fewKeys();
   for (std::uint32_t i = 0; i < keys.size(); ++i) {
     const auto reply = connection.call(8, 0, 0, i);
@@ -68,7 +68,7 @@ TEST(RecordedSMC, ListsEveryKeyByIndexInTheOrderOfTheFile) {
 
 TEST(RecordedSMC, AnUnknownKeyOrIndexAnswersResult132AndSizeZero) {
   RecordedSMC smc(fewKeys());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   for (const std::uint8_t command : {std::uint8_t{5}, std::uint8_t{6}, std::uint8_t{9}}) {
     const auto reply = connection.call(command, SMCPackedKey("Nope"));
     EXPECT_EQ(reply.status, 0U);
@@ -84,7 +84,7 @@ TEST(RecordedSMC, AnUnknownKeyOrIndexAnswersResult132AndSizeZero) {
 
 TEST(RecordedSMC, ARecordedResultOrStatusIsThatOfARead) {
   RecordedSMC smc(fewKeys());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(connection.call(5, SMCPackedKey("BNCM"), 1).result, 133);
   EXPECT_EQ(connection.call(9, SMCPackedKey("BNCM")).result, 0);
   EXPECT_EQ(connection.call(5, SMCPackedKey("Fail"), 1).status, platform::kKernelError);
@@ -93,7 +93,7 @@ TEST(RecordedSMC, ARecordedResultOrStatusIsThatOfARead) {
 
 TEST(RecordedSMC, AWriteGoesIntoItsMemoryAndIsListed) {
   RecordedSMC smc(fewKeys());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const auto reply = connection.call(6, SMCPackedKey("TC0P"), 2, 0, bytesOf({9, 8, 7}));
   EXPECT_EQ(reply.status, 0U);
   EXPECT_EQ(reply.result, 0);
@@ -112,7 +112,7 @@ TEST(RecordedSMC, AWriteFillsAPayloadAndNoMore) {
   larger.key = SMCPackedKey("More");
   larger.bytes.resize(kPayload + 1);
   RecordedSMC smc(std::vector<RecordedSMCKey>{full, larger});
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_EQ(connection.call(6, full.key, kPayload, 0, bytesOf({1})).result, 0);
   EXPECT_NE(connection.call(6, larger.key, kPayload + 1, 0, bytesOf({1})).result, 0);
   ASSERT_EQ(smc.writes().size(), 1U);
@@ -121,7 +121,7 @@ TEST(RecordedSMC, AWriteFillsAPayloadAndNoMore) {
 
 TEST(RecordedSMC, AWriteOfAnotherSizeIsNotTaken) {
   RecordedSMC smc(fewKeys());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   EXPECT_NE(connection.call(6, SMCPackedKey("TC0P"), 4, 0, bytesOf({9, 8, 7, 6})).result, 0);
   EXPECT_TRUE(smc.writes().empty());
   EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).payload[0], std::byte{0x25});
@@ -146,7 +146,7 @@ TEST(RecordedSMC, ACallNeedsAnOpenConnection) {
   EXPECT_EQ(smc.callStructMethod(0, 2, record, record), platform::kKernelNotOpen);
   platform::IOObject handle = 0;
   {
-    SMCConnection connection(smc);
+    RawSMC connection(smc);
     handle = connection.handle();
     EXPECT_EQ(smc.callStructMethod(handle + 1, 2, record, record), platform::kKernelNotOpen);
   }
@@ -167,7 +167,7 @@ TEST(RecordedSMC, AServiceOpensOnlyBeforeItIsReleased) {
 
 TEST(RecordedSMC, AMalformedCallIsABadArgument) {
   RecordedSMC smc(fewKeys());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   std::array<std::byte, 80> record{};
   std::array<std::byte, 79> shorter{};
   const auto handle = connection.handle();
@@ -179,7 +179,7 @@ TEST(RecordedSMC, AMalformedCallIsABadArgument) {
 
 TEST(RecordedSMC, ManyThreadsReadAndWriteAtOnce) {
   RecordedSMC smc(fewKeys());
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   const auto work = [&] {
     for (int i = 0; i < 500; ++i) {
       connection.call(6, SMCPackedKey("TC0P"), 2, 0, bytesOf({i % 256, i % 256}));
@@ -195,7 +195,7 @@ TEST(RecordedSMC, ManyThreadsReadAndWriteAtOnce) {
 
 TEST(ForwardingSMC, CountsCallsAndMakesTheNthFail) {
   ForwardingSMC smc(std::make_unique<RecordedSMC>(fewKeys()));
-  SMCConnection connection(smc);
+  RawSMC connection(smc);
   smc.failNth(2);
   EXPECT_EQ(connection.call(9, SMCPackedKey("TC0P")).status, 0U);
   EXPECT_EQ(connection.call(5, SMCPackedKey("TC0P"), 2).status, platform::kKernelError);

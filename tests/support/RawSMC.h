@@ -14,7 +14,7 @@
 namespace kelvora::testing {
 
 /// An open connection to an SMC port, for tests that send the 80-byte records themselves.
-class SMCConnection {
+class RawSMC {
  public:
   struct Reply {
     platform::KernelStatus status = 0;
@@ -26,7 +26,7 @@ class SMCConnection {
     std::array<std::byte, 32> payload{};
   };
 
-  explicit SMCConnection(platform::SMCUserClient& smc) : smc_(smc) {
+  explicit RawSMC(platform::SMCUserClient& smc) : smc_(smc) {
     platform::IOObject iterator = 0;
     smc.matchingServices("AppleSMC", iterator);
     const platform::IOObject service = smc.nextService(iterator);
@@ -34,9 +34,9 @@ class SMCConnection {
     openStatus = smc.openService(service, 0, handle_);
     smc.release(service);
   }
-  ~SMCConnection() { smc_.closeService(handle_); }
-  SMCConnection(const SMCConnection&) = delete;
-  SMCConnection& operator=(const SMCConnection&) = delete;
+  ~RawSMC() { smc_.closeService(handle_); }
+  RawSMC(const RawSMC&) = delete;
+  RawSMC& operator=(const RawSMC&) = delete;
 
   platform::IOObject handle() const { return handle_; }
 
