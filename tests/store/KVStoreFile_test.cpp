@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -24,20 +23,11 @@ using ::testing::HasSubstr;
 
 class StoreFileCheck : public StoreFixture {
  protected:
-  // Every entry of the home folder with its content.
-  std::map<std::string, std::string> snapshot() const {
-    std::map<std::string, std::string> entries;
-    for (const auto& entry : fs::recursive_directory_iterator(home)) {
-      const std::string name = fs::relative(entry.path(), home).string();
-      entries[name] = entry.is_regular_file() ? temporary.read(name) : "";
-    }
-    return entries;
-  }
   // The fault, which is found without a trace.
   std::string fault() const {
-    const auto before = snapshot();
+    const auto before = temporary.entries();
     const auto file = storeFile(*platform);
-    EXPECT_EQ(snapshot(), before);
+    EXPECT_EQ(temporary.entries(), before);
     EXPECT_EQ(file->path, storePath());
     return file->fault;
   }

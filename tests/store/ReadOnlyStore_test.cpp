@@ -1,7 +1,6 @@
 // A store that is opened for reading only.
 
 #include <filesystem>
-#include <map>
 #include <string>
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -30,29 +29,20 @@ class ReadOnlyStore : public StoreFixture {
     addSensor(*store, key, addCategory(*store, "Temperature", 0));
     store->saveViewContext();
   }
-  // Every entry of the home folder with its content.
-  std::map<std::string, std::string> snapshot() const {
-    std::map<std::string, std::string> entries;
-    for (const auto& entry : fs::recursive_directory_iterator(home)) {
-      const std::string name = fs::relative(entry.path(), home).string();
-      entries[name] = entry.is_regular_file() ? temporary.read(name) : "";
-    }
-    return entries;
-  }
 };
 
 TEST_F(ReadOnlyStore, WithoutAFileCreatesNothingAndHasNoStore) {
   const auto store = reader();
   EXPECT_FALSE(store->allSensors());
   EXPECT_FALSE(store->persistentStoreCoordinator()->hasStore());
-  EXPECT_TRUE(snapshot().empty());
+  EXPECT_TRUE(temporary.entries().empty());
 }
 
 TEST_F(ReadOnlyStore, AnEmptyFileIsAnEmptyStore) {
   temporary.write(std::string(kApplicationGroupIdentifier) + "/Database.sqlite", "");
-  const auto before = snapshot();
+  const auto before = temporary.entries();
   EXPECT_THAT(reader()->allSensors(), ::testing::Optional(::testing::IsEmpty()));
-  EXPECT_EQ(snapshot(), before);
+  EXPECT_EQ(temporary.entries(), before);
   writeSensor("TC0P");
   EXPECT_TRUE(reader()->getSensorByKey("TC0P"));
 }
@@ -63,12 +53,12 @@ TEST_F(ReadOnlyStore, AFileWithoutTablesIsAnEmptyStoreThatRefusesToSave) {
   SQLite::Database(storePath(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
       .exec("PRAGMA page_size=1024; PRAGMA journal_mode=WAL");
   ASSERT_EQ(fs::file_size(storePath()), 1024U);
-  const auto before = snapshot();
+  const auto before = temporary.entries();
   const auto store = reader();
   EXPECT_THAT(store->allSensors(), ::testing::Optional(::testing::IsEmpty()));
   store->createSensorWithKey("TC0P", store->viewContext());
   EXPECT_THAT(store->viewContext()->save().value_or(""), ::testing::HasSubstr("readonly"));
-  EXPECT_EQ(snapshot(), before);
+  EXPECT_EQ(temporary.entries(), before);
   writeSensor("TC0P");
   EXPECT_TRUE(reader()->getSensorByKey("TC0P"));
 }
@@ -92,14 +82,14 @@ TEST_F(ReadOnlyStore, ReadsTheLogThatHasNoIndexWithoutATrace) {
   ASSERT_GT(fs::file_size(copy + "/Database.sqlite-wal"), 0U);
   setenv("XDG_DATA_HOME", temporary.path("copy").c_str(), 1);
   platform = Platform::live();
-  const auto before = snapshot();
+  const auto before = temporary.entries();
   {
     const auto store = reader();
     EXPECT_TRUE(store->getSensorByKey("TC0P"));
-    EXPECT_EQ(snapshot(), before);
+    EXPECT_EQ(temporary.entries(), before);
   }
   EXPECT_EQ(storeFile(*platform)->fault, "");
-  EXPECT_EQ(snapshot(), before);
+  EXPECT_EQ(temporary.entries(), before);
   EXPECT_TRUE(makeStore()->getSensorByKey("TC0P")) << "a program that writes takes the log over";
 }
 
@@ -126,15 +116,15 @@ TEST_F(ReadOnlyStore, WaitsForTheTablesOfAFileThatAnotherProgramCreates) {
 
 TEST_F(ReadOnlyStore, ReadsAFileThatIsNotOpenElsewhereWithoutATrace) {
   writeSensor("TC0P");
-  const auto before = snapshot();
+  const auto before = temporary.entries();
   ASSERT_EQ(before.count(std::string(kApplicationGroupIdentifier) + "/Database.sqlite-shm"), 0U);
   {
     const auto store = reader();
     ASSERT_TRUE(store->getSensorByKey("TC0P"));
     EXPECT_EQ(store->getSensorByKey("TC0P")->category()->name(), "Temperature");
-    EXPECT_EQ(snapshot(), before);
+    EXPECT_EQ(temporary.entries(), before);
   }
-  EXPECT_EQ(snapshot(), before);
+  EXPECT_EQ(temporary.entries(), before);
 }
 
 TEST_F(ReadOnlyStore, ReadsWhatARunningProgramSavedAndLeavesItsLog) {
@@ -154,22 +144,22 @@ TEST_F(ReadOnlyStore, ReadsWhatARunningProgramSavedAndLeavesItsLog) {
 
 TEST_F(ReadOnlyStore, RefusesToSave) {
   writeSensor("TC0P");
-  const auto before = snapshot();
+  const auto before = temporary.entries();
   const auto store = reader();
   store->getSensorByKey("TC0P")->setValue(45);
   const auto failure = store->viewContext()->save();
   ASSERT_TRUE(failure);
   EXPECT_THAT(*failure, ::testing::HasSubstr("readonly"));
-  EXPECT_EQ(snapshot(), before);
+  EXPECT_EQ(temporary.entries(), before);
 }
 
 TEST_F(ReadOnlyStore, DoesNotMigrateAnOlderFile) {
   writeSensor("TC0P");
   SQLite::Database(storePath(), SQLite::OPEN_READWRITE)
       .exec("UPDATE _store SET value = '{\"entities\": []}'");
-  const auto before = snapshot();
+  const auto before = temporary.entries();
   EXPECT_FALSE(reader()->allSensors());
-  EXPECT_EQ(snapshot(), before);
+  EXPECT_EQ(temporary.entries(), before);
   EXPECT_TRUE(makeStore()->allSensors()) << "a program that writes migrates it";
 }
 

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -47,6 +48,16 @@ class TemporaryFolder {
   std::string read(std::string_view name) const {
     std::ifstream file(std::filesystem::path(path_) / name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  }
+
+  /// Every entry below the folder with its content; empty for what is not a file.
+  std::map<std::string, std::string> entries() const {
+    std::map<std::string, std::string> entries;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(path_)) {
+      const std::string name = std::filesystem::relative(entry.path(), path_).string();
+      entries[name] = entry.is_regular_file() ? read(name) : "";
+    }
+    return entries;
   }
 
  private:

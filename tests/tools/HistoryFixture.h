@@ -3,8 +3,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -53,17 +51,6 @@ class HistoryFixture : public ::testing::Test {
       sensor->addToGraphPoints(point);
     }
     ASSERT_EQ(context->save(), std::nullopt);
-  }
-
-  /// Every entry of the home folder with its content.
-  std::map<std::string, std::string> snapshot() const {
-    namespace fs = std::filesystem;
-    std::map<std::string, std::string> entries;
-    for (const auto& entry : fs::recursive_directory_iterator(home_.path())) {
-      const std::string name = fs::relative(entry.path(), home_.path()).string();
-      entries[name] = entry.is_regular_file() ? home_.read(name) : "";
-    }
-    return entries;
   }
 
   HomeFolder home_;

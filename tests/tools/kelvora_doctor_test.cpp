@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <map>
 #include <string>
 
 #include <SQLiteCpp/Database.h>
@@ -219,19 +218,9 @@ TEST_F(KelvoraDoctor, FoldersThatCannotBeMadeAreBroken) {
   EXPECT_EQ(doctor().status, 1);
 }
 
-// Every entry of a folder with its content.
-std::map<std::string, std::string> entriesOf(const TemporaryFolder& folder) {
-  std::map<std::string, std::string> entries;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.path())) {
-    const std::string name = std::filesystem::relative(entry.path(), folder.path()).string();
-    entries[name] = entry.is_regular_file() ? folder.read(name) : "";
-  }
-  return entries;
-}
-
 TEST_F(KelvoraDoctor, ChangesNothing) {
   EXPECT_EQ(doctor().status, 0);
-  EXPECT_THAT(entriesOf(home_), ::testing::IsEmpty()) << "no folder is created";
+  EXPECT_THAT(home_.entries(), ::testing::IsEmpty()) << "no folder is created";
   home_.write("data/Kelvora/.kelvora-doctor/kept", "1");
   home_.write("data/group.com.kelvora/.kelvora-doctor", "2");
   home_.write("Documents/.kelvora-doctor/kept", "3");
@@ -239,9 +228,9 @@ TEST_F(KelvoraDoctor, ChangesNothing) {
   home_.write(kSettingsFile, kEmptySettings);
   home_.write(std::string(kSettingsFile) + ".lock", "");
   home_.write(kStoreFile, std::string(5000, 'x'));
-  const auto before = entriesOf(home_);
+  const auto before = home_.entries();
   doctor();
-  EXPECT_EQ(entriesOf(home_), before);
+  EXPECT_EQ(home_.entries(), before);
 }
 
 TEST_F(KelvoraDoctor, FoldersThatAreLinksToNothingAreBroken) {
@@ -250,7 +239,7 @@ TEST_F(KelvoraDoctor, FoldersThatAreLinksToNothingAreBroken) {
   for (const char* link : {"config/group.com.kelvora", "data/group.com.kelvora", "data/Kelvora"}) {
     std::filesystem::create_symlink(home_.path("nothing"), home_.path(link));
   }
-  const auto before = entriesOf(home_);
+  const auto before = home_.entries();
   expectCheck("settings", "broken",
               "Settings.plist: cannot be written: " + home_.path("config/group.com.kelvora") +
                   " is a link to nothing");
@@ -258,7 +247,7 @@ TEST_F(KelvoraDoctor, FoldersThatAreLinksToNothingAreBroken) {
               home_.path("data/group.com.kelvora") + " is a link to nothing");
   expectCheck("application support", "broken",
               home_.path("data/Kelvora") + " is a link to nothing");
-  EXPECT_EQ(entriesOf(home_), before);
+  EXPECT_EQ(home_.entries(), before);
 }
 
 TEST_F(KelvoraDoctor, AFolderInAFolderThatIsALinkToNothingIsBroken) {
@@ -361,9 +350,9 @@ TEST_F(KelvoraDoctor, ALockThatAnotherProgramHoldsOnIsBroken) {
   const std::string lock = home_.path(kSettingsFile) + ".lock";
   {
     const LockHolder other(lock, LockHolder::Until::kItsEnd);
-    const auto before = entriesOf(home_);
+    const auto before = home_.entries();
     expectCheck("settings", "broken", "Settings.plist: another program keeps it locked");
-    EXPECT_EQ(entriesOf(home_), before);
+    EXPECT_EQ(home_.entries(), before);
   }
   expectCheck("settings", "ok", "Settings.plist");
 }
@@ -415,7 +404,7 @@ TEST_F(KelvoraDoctor, AFullDiskIsBroken) {
     EXPECT_THAT(result.standardOutput,
                 ContainsRegex(std::string("broken +") + name + " +[^\n]+: cannot be written"));
   }
-  EXPECT_THAT(entriesOf(home_), ::testing::IsEmpty());
+  EXPECT_THAT(home_.entries(), ::testing::IsEmpty());
 }
 
 TEST_F(KelvoraDoctor, AMachineThatReportsNothingIsBroken) {

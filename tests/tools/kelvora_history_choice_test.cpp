@@ -61,12 +61,12 @@ TEST_F(KelvoraHistory, WithoutAStoreNothingIsCreated) {
   EXPECT_THAT(text({}), HasSubstr("no history yet ('kelvora record-history' records it)"));
   EXPECT_EQ(report({})["sensors"], json::array());
   expectRefusal({"TC0P"}, 1, "TC0P: no history yet ('kelvora record-history' records it)");
-  EXPECT_THAT(snapshot(), IsEmpty());
+  EXPECT_THAT(home_.entries(), IsEmpty());
 }
 
 TEST_F(KelvoraHistory, LookingChangesNothing) {
   recordDay();
-  const auto before = snapshot();
+  const auto before = home_.entries();
   for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
                                                     {"--json"},
                                                     {"TC0P"},
@@ -75,7 +75,7 @@ TEST_F(KelvoraHistory, LookingChangesNothing) {
                                                     {"TC0P", "--csv"},
                                                     {"TC0P", "--svg", "-"}}) {
     EXPECT_EQ(history(arguments).status, 0);
-    EXPECT_EQ(snapshot(), before);
+    EXPECT_EQ(home_.entries(), before);
   }
 }
 
@@ -92,13 +92,13 @@ TEST_F(KelvoraHistory, AStoreOfAnEarlierVersionIsReadOnceAProgramHasWrittenToIt)
   const std::string path = home_.path("data/group.com.kelvora/Database.sqlite");
   SQLite::Database(path, SQLite::OPEN_READWRITE)
       .exec("UPDATE _store SET value = '{\"entities\": []}'");
-  const auto before = snapshot();
+  const auto before = home_.entries();
   const std::string line = path +
                            ": written by an earlier version; a program that writes to it, "
                            "e.g. 'kelvora record-history', brings it up to date";
   expectRefusal({"TC0P"}, 1, line);
   expectRefusal({}, 1, line);
-  EXPECT_EQ(snapshot(), before);
+  EXPECT_EQ(home_.entries(), before);
   record("TG0P", "GPU", kTemperature, kHour, {{60, 40}});
   EXPECT_EQ(report({"TC0P", "--range", "day"})["points"].size(), 1440U);
 }
