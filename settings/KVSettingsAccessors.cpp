@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "KelvoraCore/KVSettings.h"
+#include "KelvoraCore/Sensor.h"
 
 namespace kelvora {
 
@@ -88,6 +89,17 @@ bool KVSettings::setShowHIDSensors(bool show) { return set(KVSettingID::kShowHID
 bool KVSettings::showComputedSensors() { return boolean(KVSettingID::kShowComputedSensors); }
 bool KVSettings::setShowComputedSensors(bool show) {
   return set(KVSettingID::kShowComputedSensors, show);
+}
+
+bool KVSettings::showsSensor(std::uint64_t sourceType, bool isUnknown) {
+  switch (sourceType) {
+    case SensorSourceComputed:
+      return showComputedSensors();
+    case SensorSourceHID:
+      return showHIDSensors();
+    default:
+      return !isUnknown || showUnknownSensors();
+  }
 }
 
 std::int64_t KVSettings::fanValueType() { return integer(KVSettingID::kFanValueType); }

@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <utility>
 
 #include "KelvoraCore/KVCategory.h"
 #include "KelvoraCore/KVLocalized.h"
 #include "KelvoraCore/KVSensor.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
-#include "KelvoraCore/Sensor.h"
 
 namespace kelvora {
 
@@ -16,17 +16,6 @@ namespace {
 constexpr std::array<std::string_view, 5> kNameKeys{"category-temperature-name",
                                                     "category-fan-name", "category-voltage-name",
                                                     "category-current-name", "category-power-name"};
-
-bool isLetThrough(const KVSensor& sensor, KVSettings& settings) {
-  switch (sensor.sourceType()) {
-    case SensorSourceComputed:
-      return settings.showComputedSensors();
-    case SensorSourceHID:
-      return settings.showHIDSensors();
-    default:
-      return !sensor.isUnknownSensor() || settings.showUnknownSensors();
-  }
-}
 
 }  // namespace
 
@@ -51,7 +40,10 @@ std::vector<KVSensorPtr> KVCategory::filterSensors(KVSettings& settings) const {
     return *assignedFilterSensors_;
   }
   std::vector<KVSensorPtr> shown = sensors();
-  std::erase_if(shown, [&](const auto& sensor) { return !isLetThrough(*sensor, settings); });
+  std::erase_if(shown, [&](const auto& sensor) {
+    return !settings.showsSensor(static_cast<std::uint64_t>(sensor->sourceType()),
+                                 sensor->isUnknownSensor());
+  });
   return shown;
 }
 

@@ -120,6 +120,10 @@ class KELVORA_EXPORT KVSettings {
   bool setShowHIDSensors(bool show);
   bool showComputedSensors();
   bool setShowComputedSensors(bool show);
+  /// Whether the three settings above let a sensor be shown, by its SensorSourceType: a computed or
+  /// an HID sensor as its setting says, any other unless it is unknown (as
+  /// `KVSensor::isUnknownSensor`) and unknown ones are hidden.
+  bool showsSensor(std::uint64_t sourceType, bool isUnknown);
   /// 0 revolutions per minute, 1 percentage of the fan's range.
   std::int64_t fanValueType();
   bool setFanValueType(std::int64_t type);

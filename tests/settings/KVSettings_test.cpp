@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "KelvoraCore/KVApplicationGroup.h"
+#include "KelvoraCore/Sensor.h"
 
 #include "tests/support/ForwardingMainBundle.h"
 #include "tests/support/ForwardingPorts.h"
@@ -235,6 +236,22 @@ TEST_F(Settings, TypedAccessorsReadAndWriteTheirOwnKeys) {
   EXPECT_EQ(settings_.fileLoggingPath(), "/tmp/a.csv");
   settings_.setFileLoggingSensorKeys({{"TC0P", "TG0P"}});
   EXPECT_EQ(suite_->object("KVFileLoggingSensorsKey"), PropertyListValue(Array{"TC0P", "TG0P"}));
+}
+
+TEST_F(Settings, ASensorIsShownAsTheSettingOfItsSourceSays) {
+  const auto expectShown = [&](std::uint64_t source, bool isShown, bool isShownUnknown) {
+    EXPECT_EQ(settings_.showsSensor(source, false), isShown) << source;
+    EXPECT_EQ(settings_.showsSensor(source, true), isShownUnknown) << source;
+  };
+  expectShown(SensorSourceSMC, true, false);
+  expectShown(SensorSourceHID, false, false);
+  expectShown(SensorSourceComputed, true, true);
+  settings_.setShowUnknownSensors(true);
+  settings_.setShowHIDSensors(true);
+  settings_.setShowComputedSensors(false);
+  expectShown(SensorSourceSMC, true, true);
+  expectShown(SensorSourceHID, true, true);
+  expectShown(SensorSourceComputed, false, false);
 }
 
 TEST_F(Settings, ByDefaultHIDAndUnknownSensorsAreHiddenButComputedOnesShown) {

@@ -135,18 +135,6 @@ bool isUnknown(const Sensor& sensor) {
          sensor.key == sensor.fullName;
 }
 
-// What the display settings of the product let through.
-bool isLetThrough(const Sensor& sensor, KVSettings& settings) {
-  switch (sensor.sourceType) {
-    case SensorSourceComputed:
-      return settings.showComputedSensors();
-    case SensorSourceHID:
-      return settings.showHIDSensors();
-    default:
-      return !isUnknown(sensor) || settings.showUnknownSensors();
-  }
-}
-
 std::optional<double> fractionOf(const Sensor& sensor) {
   const double range = sensor.maxLimitValue - sensor.minLimitValue;
   const bool isKnown = sensor.type == SensorTypeFan && std::isfinite(range) && range > 0 &&
@@ -234,7 +222,7 @@ void WatchModel::addSensors(WatchContent& content, KVSettings& settings, const T
   const Filter wanted(filter_);
   const Sensor* previous = nullptr;
   for (const SensorPtr& sensor : inOrder(reading_->sensors)) {
-    if (!showsAll_ && !isLetThrough(*sensor, settings)) {
+    if (!showsAll_ && !settings.showsSensor(sensor->sourceType, isUnknown(*sensor))) {
       ++hidden;
       continue;
     }
