@@ -112,20 +112,29 @@ ContextState::Objects ContextState::loadMembers(ManagedObject& owner, std::size_
   }
   addDirtyMembers(owner, relationship, dirty, objects);
   if (keepsList) {
-    const std::unordered_set<std::int64_t> listed(cache.ids.begin(), cache.ids.end());
-    std::erase_if(objects, [&](const auto& object) { return !listed.contains(object->id_); });
+    keepListed(cache, objects);
   }
   sortMembers(relationship, objects);
   if (done) {
-    cache.ids.clear();
-    for (const ManagedObjectPtr& object : objects) {
-      cache.ids.push_back(object->id_);
-    }
-    cache.stamp = stamp;
-    cache.loadedAtSeconds = loadTime();
-    cache.loaded = true;
+    rememberMembers(cache, objects, stamp);
   }
   return objects;
+}
+
+void ContextState::keepListed(const ManagedObject::Members& cache, Objects& members) {
+  const std::unordered_set<std::int64_t> listed(cache.ids.begin(), cache.ids.end());
+  std::erase_if(members, [&](const auto& member) { return !listed.contains(member->id_); });
+}
+
+void ContextState::rememberMembers(ManagedObject::Members& cache, const Objects& members,
+                                   std::uint64_t stamp) const {
+  cache.ids.clear();
+  for (const ManagedObjectPtr& member : members) {
+    cache.ids.push_back(member->id_);
+  }
+  cache.stamp = stamp;
+  cache.loadedAtSeconds = loadTime();
+  cache.loaded = true;
 }
 
 // The list as last read, for when the file cannot be read now.

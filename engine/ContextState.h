@@ -137,6 +137,9 @@ class ContextState : public std::enable_shared_from_this<ContextState> {
   void addDirtyMembers(ManagedObject& owner, const ToMany& toMany, const DirtyRows& dirty,
                        Objects& members);
   void sortMembers(const ToMany& toMany, Objects& members);
+  static void keepListed(const ManagedObject::Members& cache, Objects& members);
+  void rememberMembers(ManagedObject::Members& cache, const Objects& members,
+                       std::uint64_t stamp) const;
   void appendAll(ManagedObject& owner, const ToMany& toMany, const Objects& objects,
                  std::size_t from);
   void deleteOne(const ManagedObjectPtr& object, Objects& doomed);

@@ -34,16 +34,23 @@ Json defaultAsJson(const ManagedValue& value) {
       value);
 }
 
-Json entityAsJson(const ManagedObjectModel& model, const EntityDescription& entity) {
+Json attributesAsJson(const EntityDescription& entity) {
   Json attributes = Json::array();
-  Json relationships = Json::array();
   for (const Column& column : entity.columns) {
     if (column.kind == ColumnKind::kAttribute) {
       attributes.push_back({{"name", column.name},
                             {"type", nameOf(column.type)},
                             {"optional", column.optional},
                             {"default", defaultAsJson(column.defaultValue)}});
-    } else if (column.kind == ColumnKind::kToOne) {
+    }
+  }
+  return attributes;
+}
+
+Json relationshipsAsJson(const ManagedObjectModel& model, const EntityDescription& entity) {
+  Json relationships = Json::array();
+  for (const Column& column : entity.columns) {
+    if (column.kind == ColumnKind::kToOne) {
       const EntityDescription& destination = model.entity(column.destination);
       relationships.push_back({{"name", column.name},
                                {"destination", destination.name},
@@ -60,6 +67,10 @@ Json entityAsJson(const ManagedObjectModel& model, const EntityDescription& enti
          {"ordered", toMany.ordered},
          {"deleteRule", toMany.deleteRule == DeleteRule::kCascade ? "cascade" : "nullify"}});
   }
+  return relationships;
+}
+
+Json indexesAsJson(const EntityDescription& entity) {
   Json indexes = Json::array();
   for (const Index& index : entity.indexes) {
     Json names = Json::array();
@@ -70,11 +81,15 @@ Json entityAsJson(const ManagedObjectModel& model, const EntityDescription& enti
     }
     indexes.push_back({{"columns", names}, {"batchRows", index.batchRows}});
   }
+  return indexes;
+}
+
+Json entityAsJson(const ManagedObjectModel& model, const EntityDescription& entity) {
   return {{"name", entity.name},
           {"class", entity.className},
-          {"attributes", attributes},
-          {"relationships", relationships},
-          {"indexes", indexes}};
+          {"attributes", attributesAsJson(entity)},
+          {"relationships", relationshipsAsJson(model, entity)},
+          {"indexes", indexesAsJson(entity)}};
 }
 
 }  // namespace
