@@ -93,6 +93,26 @@ bool isProcessorName(std::string_view word) {
   return word.starts_with("cpu") && leadingNumber<unsigned>(word.substr(3)).has_value();
 }
 
+// Takes a fact that the text repeats for each processor, the first time that it is there.
+void takeFirst(std::string_view name, std::string_view value, ProcessorFacts& facts) {
+  const auto takeNumber = [&](std::int32_t& member) {
+    if (member == 0) {
+      member = leadingNumber<std::int32_t>(value).value_or(0);
+    }
+  };
+  if (name == "model name" && facts.brand.empty()) {
+    facts.brand = value;
+  } else if (name == "vendor_id" && facts.vendor.empty()) {
+    facts.vendor = value;
+  } else if (name == "cpu cores") {
+    takeNumber(facts.coresPerPackage);
+  } else if (name == "siblings") {
+    takeNumber(facts.threadsPerPackage);
+  } else if (name == "cpu MHz" && facts.frequencyHz == 0) {
+    facts.frequencyHz = leadingNumber<double>(value).value_or(0) * 1e6;
+  }
+}
+
 }  // namespace
 
 std::vector<std::string_view> linesOf(std::string_view text) {
@@ -106,11 +126,6 @@ std::vector<std::string_view> linesOf(std::string_view text) {
 ProcessorFacts processorFactsOf(std::string_view cpuinfo) {
   ProcessorFacts facts;
   std::set<std::string_view> packages;
-  const auto takeFirst = [](std::int32_t& member, std::string_view value) {
-    if (member == 0) {
-      member = leadingNumber<std::int32_t>(value).value_or(0);
-    }
-  };
   for (const std::string_view line : linesOf(cpuinfo)) {
     const auto field = fieldOf(line, ':');
     if (!field) {
@@ -119,24 +134,10 @@ ProcessorFacts processorFactsOf(std::string_view cpuinfo) {
     const auto& [name, value] = *field;
     if (name == "processor") {
       ++facts.logicalProcessors;
-    }
-    if (name == "physical id") {
+    } else if (name == "physical id") {
       packages.insert(value);
-    }
-    if (name == "model name" && facts.brand.empty()) {
-      facts.brand = value;
-    }
-    if (name == "vendor_id" && facts.vendor.empty()) {
-      facts.vendor = value;
-    }
-    if (name == "cpu cores") {
-      takeFirst(facts.coresPerPackage, value);
-    }
-    if (name == "siblings") {
-      takeFirst(facts.threadsPerPackage, value);
-    }
-    if (name == "cpu MHz" && facts.frequencyHz == 0) {
-      facts.frequencyHz = leadingNumber<double>(value).value_or(0) * 1e6;
+    } else {
+      takeFirst(name, value, facts);
     }
   }
   facts.packages = static_cast<std::int32_t>(packages.size());
