@@ -12,8 +12,6 @@ namespace kelvora {
 
 namespace {
 
-constexpr int kDeepestLevel = 100;
-
 PropertyListReading refused(std::string why) { return {std::nullopt, std::move(why)}; }
 
 PropertyListReading valueOfNode(plist_t node, int level);
@@ -45,7 +43,7 @@ PropertyListReading valueOfDictionary(plist_t node, int level) {
 }
 
 PropertyListReading valueOfNode(plist_t node, int level) {
-  if (level > kDeepestLevel) {
+  if (level > kDeepestPropertyListLevel) {
     return refused("nested too deeply");
   }
   switch (plist_get_node_type(node)) {

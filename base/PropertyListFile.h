@@ -19,9 +19,12 @@ struct PropertyListReading {
 
 enum class PropertyListFormat : std::uint8_t { kBinary, kXML };
 
+/// The deepest level of a property list that is read; its outermost value is at level 0.
+inline constexpr int kDeepestPropertyListLevel = 100;
+
 /// Reads a binary or an XML property list; the bytes show which of the two. Refuses what is
-/// neither, what is cut short, what nests deeper than 100 levels, and archive references (UIDs),
-/// which only a keyed archive holds. Never throws on foreign bytes. Any thread.
+/// neither, what is cut short, what nests deeper than `kDeepestPropertyListLevel`, and archive
+/// references (UIDs), which only a keyed archive holds. Never throws on foreign bytes. Any thread.
 PropertyListReading parsePropertyList(std::span<const std::byte> bytes);
 
 /// The largest property-list file that is read, in bytes.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -30,6 +31,9 @@ struct Display {
   double height = 0;
 };
 
+/// The most displays that are reported.
+inline constexpr std::size_t kMostDisplays = 32;
+
 /// Facts of the running system from Foundation, DiskArbitration and CoreGraphics. A text is empty
 /// if the system does not report it. Nothing is logged. Any thread.
 class SystemFacts {
@@ -52,7 +56,7 @@ class SystemFacts {
   /// DADiskCopyDescription of the disk that holds the volume at `path`; none if there is no
   /// disk or no description.
   virtual std::optional<DiskDescription> diskDescription(std::string_view path) = 0;
-  /// The active displays, the main one first; at most 32.
+  /// The active displays, the main one first; at most `kMostDisplays`.
   virtual std::vector<Display> activeDisplays() = 0;
 };
 

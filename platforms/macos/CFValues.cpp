@@ -9,13 +9,12 @@
 
 #include <unicode/unistr.h>
 
+#include "base/PropertyListFile.h"
 #include "base/UTF8Text.h"
 
 namespace kelvora::platform {
 
 namespace {
-
-constexpr int kDeepestLevel = 100;
 
 // CFAbsoluteTime counts from 2001-01-01 00:00:00 UTC.
 constexpr std::chrono::system_clock::time_point kReferenceDate =
@@ -83,7 +82,7 @@ PropertyListValue::Dictionary dictionaryAt(CFDictionaryRef dictionary, int level
 }
 
 std::optional<PropertyListValue> valueAt(CFTypeRef object, int level) {
-  if (object == nullptr || level > kDeepestLevel) {
+  if (object == nullptr || level > kDeepestPropertyListLevel) {
     return std::nullopt;
   }
   const CFTypeID kind = CFGetTypeID(object);
@@ -165,7 +164,7 @@ struct ObjectMaker {
   template <typename Container>
   const Container& allowed(const Container& values) const {
     static const Container kNothing;
-    return level < kDeepestLevel ? values : kNothing;
+    return level < kDeepestPropertyListLevel ? values : kNothing;
   }
   Object inside(const PropertyListValue& value) const {
     return std::visit(ObjectMaker{level + 1}, value.storage());

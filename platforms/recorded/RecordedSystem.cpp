@@ -95,7 +95,6 @@ std::optional<DiskDescription> RecordedSystemFacts::diskDescription(std::string_
 }
 
 std::vector<Display> RecordedSystemFacts::activeDisplays() {
-  constexpr std::size_t kMostDisplays = 32;
   return {displays_.begin(), displays_.begin() + static_cast<std::ptrdiff_t>(
                                                      std::min(displays_.size(), kMostDisplays))};
 }

@@ -15,7 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::int64_t kSectorBytes = 512;  // of the kernel's size files, whatever the disk's own
-constexpr std::size_t kMostDisplays = 32;
 
 std::vector<Mount> mounts(const std::string& root) {
   return mountsOf(readFile(root + "/proc/mounts").value_or(""));

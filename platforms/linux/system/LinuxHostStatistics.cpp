@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <ratio>
 #include <utility>
 
 #include <sys/statvfs.h>
@@ -66,11 +67,10 @@ std::optional<std::uint32_t> LinuxHostStatistics::pageSizeBytes() {
 }
 
 double LinuxHostStatistics::uptimeSeconds() {
-  constexpr double kNanosecondsPerSecond = 1e9;
   // Unlike /proc/uptime this clock stops while the machine sleeps.
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / kNanosecondsPerSecond;
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / std::nano::den;
 }
 
 std::optional<FileSystemSize> LinuxHostStatistics::fileSystemSize(std::string_view path) {

@@ -1,6 +1,7 @@
 #include "platforms/macos/system/MacHostStatistics.h"
 
 #include <array>
+#include <ratio>
 #include <string>
 
 #include <mach/mach.h>
@@ -95,14 +96,12 @@ std::optional<std::uint32_t> MacHostStatistics::pageSizeBytes() {
 }
 
 double MacHostStatistics::uptimeSeconds() {
-  constexpr double kNanosecondsPerSecond = 1e9;
   // This clock stops while the computer sleeps. Its unit is a fraction of nanoseconds.
   mach_timebase_info_data_t unit = {};
   if (mach_timebase_info(&unit) != KERN_SUCCESS || unit.denom == 0) {
     return 0;
   }
-  return static_cast<double>(mach_absolute_time()) * unit.numer / unit.denom /
-         kNanosecondsPerSecond;
+  return static_cast<double>(mach_absolute_time()) * unit.numer / unit.denom / std::nano::den;
 }
 
 std::optional<FileSystemSize> MacHostStatistics::fileSystemSize(std::string_view path) {

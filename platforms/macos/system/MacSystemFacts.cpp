@@ -14,8 +14,6 @@ namespace kelvora::platform {
 
 namespace {
 
-constexpr std::uint32_t kMostDisplays = 32;
-
 CFOwned<CFDictionaryRef> copyDescription(std::string_view path) {
   const CFOwned<DASessionRef> session(DASessionCreate(kCFAllocatorDefault));
   const CFOwned<CFURLRef> url = makeFolderURL(path);
