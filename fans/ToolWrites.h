@@ -12,11 +12,10 @@ namespace kelvora {
 
 class Platform;
 
-/// Descriptors that a tool inherits while it runs, so that others can detect it. -1: this process's
-/// own.
+/// Descriptors that a tool inherits while it runs, so that others can detect it.
 struct ToolDescriptors {
-  int standardInput = -1;
-  int standardOutput = -1;
+  int standardInput = platform::kNullDevice;
+  int standardOutput = platform::kNullDevice;
 };
 
 /// Writes keys of fans with the privileged tool, and waits for it. One thread at a time.

@@ -17,6 +17,10 @@ inline constexpr int kQualityOfServiceUserInteractive = 33;
 /// waited for because the program ignores SIGCHLD: only its end is known.
 inline constexpr int kUnknownExitStatus = -1;
 
+/// For `ChildRequest::standardInput` and `standardOutput`: the child's is empty, and what it writes
+/// is discarded.
+inline constexpr int kNullDevice = -2;
+
 /// What to start, and how.
 struct ChildRequest {
   std::string path;                    ///< of the executable, e.g. "/usr/sbin/system_profiler"
@@ -24,7 +28,7 @@ struct ChildRequest {
   bool captureStandardOutput = false;  ///< otherwise the child writes where this process does
   bool discardStandardError = false;   ///< otherwise the child writes where this process does
   int qualityOfService = 0;   ///< as a task of Foundation has it; launching a program ignores it
-  int standardInput = -1;     ///< a descriptor that the child has as its own; -1: as this process
+  int standardInput = -1;     ///< a descriptor for the child, or kNullDevice; -1: this process's
   int standardOutput = -1;    ///< the same, unless it is captured
   bool isOwnProgram = false;  ///< of the product: also a chosen recorded Mac really starts it
 };

@@ -138,8 +138,16 @@ class SpawnActions {
     }
     note(posix_spawn_file_actions_adddup2(&actions_, from, to));
   }
-  void discard(int descriptor) {
-    note(posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", O_WRONLY, 0));
+  void openNullDevice(int descriptor) {
+    note(posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", O_RDWR, 0));
+  }
+  // As a request wants it: -1 leaves the descriptor as this process has it.
+  void replace(int descriptor, int wanted) {
+    if (wanted == kNullDevice) {
+      openNullDevice(descriptor);
+    } else if (wanted >= 0) {
+      duplicate(wanted, descriptor);
+    }
   }
 
   int error() const { return error_; }
@@ -223,16 +231,11 @@ ChildLaunch PosixChildProcesses::launch(const ChildRequest& request) {
     pipe = {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
   }
   SpawnActions actions;
-  if (request.standardInput >= 0) {
-    actions.duplicate(request.standardInput, STDIN_FILENO);
-  }
-  if (pipe.writing.isOpen()) {
-    actions.duplicate(pipe.writing.get(), STDOUT_FILENO);
-  } else if (request.standardOutput >= 0) {
-    actions.duplicate(request.standardOutput, STDOUT_FILENO);
-  }
+  actions.replace(STDIN_FILENO, request.standardInput);
+  actions.replace(STDOUT_FILENO,
+                  pipe.writing.isOpen() ? pipe.writing.get() : request.standardOutput);
   if (request.discardStandardError) {
-    actions.discard(STDERR_FILENO);
+    actions.openNullDevice(STDERR_FILENO);
   }
   if (actions.error() != 0) {
     return failed(actions.error());

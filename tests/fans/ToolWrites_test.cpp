@@ -14,12 +14,14 @@ namespace {
 // Tools that do not end before `haveEnded`.
 class StuckTools : public platform::ChildProcesses {
  public:
-  platform::ChildLaunch launch(const platform::ChildRequest&) override {
+  platform::ChildLaunch launch(const platform::ChildRequest& request) override {
     ++launches;
+    last = request;
     return {std::make_unique<Tool>(*this), ""};
   }
 
   int launches = 0;
+  platform::ChildRequest last;
   bool haveEnded = false;
 
  private:
@@ -56,6 +58,17 @@ TEST_F(ToolWritesTest, OfToolsThatDoNotEndStartSixteenAtMost) {
   EXPECT_EQ(tools.write(write), "");
   EXPECT_EQ(processes.launches, 17);
   EXPECT_FALSE(tools.hasLateTools());
+}
+
+// Else a tool that hangs would keep a pipe of its host's output open.
+TEST_F(ToolWritesTest, HaveNeitherInputNorOutputOfTheirHost) {
+  auto owned = std::make_unique<StuckTools>();
+  StuckTools& processes = *owned;
+  platform->ports().childProcesses = std::move(owned);
+  ToolWrites tools(*platform, std::chrono::milliseconds(0));
+  tools.handBack({"F0Md", "00"});
+  EXPECT_EQ(processes.last.standardInput, platform::kNullDevice);
+  EXPECT_EQ(processes.last.standardOutput, platform::kNullDevice);
 }
 
 }  // namespace

@@ -217,6 +217,15 @@ TEST(PosixChildProcesses, AChildHasTheDescriptorsThatItIsGiven) {
   EXPECT_EQ(folder.read("out"), "text");
 }
 
+TEST(PosixChildProcesses, AChildWithTheNullDeviceReadsNothingAndWritesNowhere) {
+  ChildRequest request =
+      shell("test -z \"$(cat)\" && test /dev/null -ef /proc/self/fd/1 && echo discarded");
+  request.captureStandardOutput = false;
+  request.standardInput = platform::kNullDevice;
+  request.standardOutput = platform::kNullDevice;
+  EXPECT_EQ(PosixChildProcesses().launch(request).child->waitUntilExit(), 0);
+}
+
 // As in a host that has closed its standard descriptors: the next two files get their numbers.
 TEST(PosixChildProcesses, GivenDescriptorsMayHaveStandardNumbers) {
   const TemporaryFolder folder;
