@@ -44,6 +44,37 @@ TEST_F(KelvoraFans, LeftBehindAreHandedBackByTheNextCommand) {
   expectAutomatic(0);
 }
 
+TEST_F(KelvoraFans, LeftBehindAreHandedBackByEveryCommandThatUsesTheMachine) {
+  for (const char* command : {"sensors", "inventory", "usage"}) {
+    ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+    const std::string holder = std::to_string(holderOf(0));
+    EXPECT_THAT(run({command}).standardError, Not(HasSubstr("fan 0")));
+    EXPECT_EQ(std::to_string(holderOf(0)), holder);
+    killEverything();
+    run({command, "--machine", kWithMinimum});
+    EXPECT_TRUE(isOnDisk(0)) << command << " of another machine";
+    const ProgramResult next = run({command, "--json"});
+    EXPECT_THAT(next.standardError, HasSubstr("kelvora: fan 0: left behind by kelvora (process " +
+                                              holder + "), handed back\n"));
+    EXPECT_EQ(next.status, 0);
+    EXPECT_TRUE(json::accept(next.standardOutput)) << command;
+    expectAutomatic(0);
+  }
+}
+
+// Without the tool, no command before it could.
+TEST_F(KelvoraFans, LeftBehindAreHandedBackOnceTheToolIsInstalled) {
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  killEverything();
+  fs::rename(home_.path(kTool), home_.path("tool"));
+  const ProgramResult sensors = run({"sensors"});
+  EXPECT_EQ(sensors.status, 0);
+  EXPECT_THAT(sensors.standardError, HasSubstr("F0Md: the privileged tool is not installed\n"));
+  fs::rename(home_.path("tool"), home_.path(kTool));
+  EXPECT_THAT(run({"fans", "permit"}).standardError, HasSubstr("handed back\n"));
+  expectAutomatic(0);
+}
+
 TEST_F(KelvoraFans, LeftBehindAreHandedBackByTheDoctorToo) {
   EXPECT_THAT(run({"doctor"}).standardOutput, ContainsRegex("ok +fans +none left behind\n"));
   EXPECT_THAT(run({"doctor"}).standardOutput,

@@ -67,7 +67,7 @@ void requireFree(const FanState& fan) {
 
 // A recording's messages are discarded before its SMC is opened.
 MachineChoice machineToSet(const Options& options, StandardOutput& output) {
-  MachineChoice machine = writable(options, chooseMachine(options.machine));
+  MachineChoice machine = writable(options, chooseMachineOfFans(options.machine));
   output.discardMessages(!machine.platform.isLive());
   return machine;
 }

@@ -11,7 +11,7 @@ namespace {
 
 // A machine of this process's memory has no leases, and nothing was left behind on it.
 int runFans(const Options& options, StandardOutput& output) {
-  const MachineChoice machine = chooseMachine(options.machine);
+  const MachineChoice machine = chooseMachineOfFans(options.machine);
   output.discardMessages(!machine.platform.isLive());
   const bool isShared = !machine.isInMemory();
   using Leases = std::vector<KVLeasedFan>;

@@ -84,13 +84,14 @@ bool permit(Platform& platform, const std::string& path) {
 }
 
 int runPermit(const Options& options, StandardOutput& output) {
-  const MachineChoice machine = chooseMachine(options.machine);
+  const MachineChoice machine = chooseMachineOfFans(options.machine);
   requireMachine(machine);
   const auto path = KVUtils::smcExePath(machine.platform);
   if (!path) {
     fail("this account has no folder for the privileged tool");
   }
   const bool isGranted = permit(machine.platform, *path);
+  handBackLeftBehind(machine);
   const bool isNeeded = machine.platform.isLive();
   if (options.json) {
     writeJson(output, {{"machine", jsonMachine(machine.platform)},

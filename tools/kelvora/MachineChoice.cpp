@@ -4,7 +4,10 @@
 #include <memory>
 #include <utility>
 
+#include "KelvoraCore/KVFanLeases.h"
+
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/FansReport.h"
 
 namespace kelvora::tool {
 
@@ -52,20 +55,34 @@ bool isChoiceUsable() {
 }  // namespace
 
 MachineChoice chooseMachine(const std::string& machine) {
+  const MachineChoice choice = chooseMachineOfFans(machine);
+  handBackLeftBehind(choice);
+  return choice;
+}
+
+MachineChoice chooseAnyMachine(const std::string& machine) {
+  const bool isNamed = installMachine(machine, unnamedPlatform);
+  const MachineChoice choice{Platform::current(), false, isNamed};
+  handBackLeftBehind(choice);
+  return choice;
+}
+
+MachineChoice chooseMachineOfFans(const std::string& machine) {
   bool isStandIn = false;
   const bool isNamed =
       installMachine(machine, [&] { return platformOrStandIn(unnamedPlatform(), isStandIn); });
   return {Platform::current(), isStandIn, isNamed};
 }
 
-MachineChoice chooseAnyMachine(const std::string& machine) {
-  const bool isNamed = installMachine(machine, unnamedPlatform);
-  return {Platform::current(), false, isNamed};
+void handBackLeftBehind(const MachineChoice& machine) {
+  if (!machine.isInMemory()) {
+    reportLeftBehind(KVFanLeases::handBackLeftBehind(machine.platform));
+  }
 }
 
 MachineChoice chooseMachineToCheck(const std::string& machine) {
   if (isChoiceUsable()) {
-    return chooseMachine(machine);
+    return chooseMachineOfFans(machine);
   }
   bool isStandIn = false;
   const bool isNamed =

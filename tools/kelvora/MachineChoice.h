@@ -21,16 +21,24 @@ struct MachineChoice {
 
 /// Installs a machine as the current platform: the recorded Mac that `machine` names; where that is
 /// empty, the one of the environment, else this computer, else (without Apple hardware) the one
-/// that the account has chosen, else the default recording. Throws CommandError (wrong usage) for
-/// an unknown name or a bad file.
+/// that the account has chosen, else the default recording. Then hands back the fans that programs
+/// of the account have left behind, and says so on standard error. Throws CommandError (wrong
+/// usage) for an unknown name or a bad file.
 MachineChoice chooseMachine(const std::string& machine);
 
 /// The same for what every computer reports: this computer takes the place of the default
 /// recording.
 MachineChoice chooseAnyMachine(const std::string& machine);
 
-/// The same as `chooseMachine` for a program that says what is broken: an account's choice that
-/// cannot be used counts as none.
+/// The same as `chooseMachine`, but leaves the fans to a command that reports them itself.
+MachineChoice chooseMachineOfFans(const std::string& machine);
+
+/// Hands back the fans that programs of the account have left behind, and says so on standard
+/// error. Nothing for a machine of this process's memory, which has no leases.
+void handBackLeftBehind(const MachineChoice& machine);
+
+/// The same as `chooseMachineOfFans` for a program that says what is broken: an account's choice
+/// that cannot be used counts as none.
 MachineChoice chooseMachineToCheck(const std::string& machine);
 
 /// Throws CommandError (wrong usage) for the default recording, which the user has not asked for.

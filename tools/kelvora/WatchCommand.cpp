@@ -46,7 +46,9 @@ Clock::duration updateInterval(const Options& options) {
 Platform& chooseWatchedMachine(const Options& options) {
   if (options.machine.empty()) {
     useMachineOfEnvironment();
-    return Platform::current();
+    Platform& platform = Platform::current();
+    handBackLeftBehind({.platform = platform, .isNamed = !platform.isLive()});
+    return platform;
   }
   return chooseMachine(options.machine).platform;
 }
