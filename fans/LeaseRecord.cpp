@@ -161,14 +161,19 @@ std::string writeLease(Platform& platform, const LeaseRecord& record) {
              : *path + ": it cannot be written: " + error.message();
 }
 
-void removeLease(Platform& platform, std::uint64_t fan) {
-  if (const auto path = leasePath(platform, fan)) {
-    // A folder is not of a lease, and what is in it is somebody's.
-    if (!platform.files().list(*path)) {
-      platform.files().remove(*path);
-    }
-    platform.files().remove(*path + kOfWriter);
+std::string removeLease(Platform& platform, std::uint64_t fan) {
+  const auto path = leasePath(platform, fan);
+  if (!path) {
+    return "";
   }
+  for (const std::string& file : {*path, *path + kOfWriter}) {
+    // A folder is not of a lease, and what is in it is somebody's.
+    const bool isLeft = platform.files().exists(file) && !platform.files().list(file);
+    if (isLeft && !platform.files().remove(file)) {
+      return file + ": cannot be removed";
+    }
+  }
+  return "";
 }
 
 }  // namespace kelvora

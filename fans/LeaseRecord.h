@@ -69,7 +69,8 @@ LeaseReading readLease(Platform& platform, std::uint64_t fan);
 std::string nameOfHolder(const LeaseReading& reading);
 /// Empty on success, else the file and why it cannot be written.
 std::string writeLease(Platform& platform, const LeaseRecord& record);
-/// Also what a writer left that was killed.
-void removeLease(Platform& platform, std::uint64_t fan);
+/// Also what a writer left that was killed. Empty on success, and without a lease; else the file
+/// that cannot be removed.
+std::string removeLease(Platform& platform, std::uint64_t fan);
 
 }  // namespace kelvora

@@ -11,6 +11,7 @@
 #include "fans/ToolWrites.h"
 #include "hardware/FanKeys.h"
 #include "hardware/KeyReading.h"
+#include "ports/GuardChannel.h"
 #include "sysinfo/ModelQuery.h"
 
 namespace kelvora {
@@ -53,9 +54,25 @@ std::string faultOf(const KVProcessLock& holder) {
   return holder.state() == KVProcessLock::State::kHeldElsewhere ? kMayBeSetAgain : holder.fault();
 }
 
+// A program that looks has a lock for a moment, so it is waited for; but not while the process
+// runs that has it for as long as it runs.
+std::chrono::milliseconds waitFor(std::int64_t process) {
+  return platform::isRunning(process) ? std::chrono::milliseconds(0) : KVProcessLock::kLongestWait;
+}
+
+KVProcessLock guardianLock(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
+  return KVProcessLock(leaseName(fan), platform,
+                       waitFor(reading.record ? reading.record->guardian : 0));
+}
+
+KVProcessLock holderLock(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
+  return KVProcessLock(holderLockName(fan), platform,
+                       waitFor(reading.record ? reading.record->processIdentifier : 0));
+}
+
 // A guardian hands back while its lock is waited for, unless it is stopped or its tool hangs.
 std::string faultOfGuardian(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
-  const KVProcessLock holder(holderLockName(fan), platform);
+  const KVProcessLock holder = holderLock(platform, fan, reading);
   if (holder.state() != KVProcessLock::State::kHeld) {
     return "";
   }
@@ -92,24 +109,22 @@ std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& 
   if (!write) {
     return reading.fault;
   }
-  const KVProcessLock holder(holderLockName(fan), platform);
+  const KVProcessLock holder = holderLock(platform, fan, reading);
   std::string fault = ToolWrites(platform, kToolLimit).handBack(*write);
   if (fault.empty()) {
     fault = faultOf(holder);
   }
-  if (fault.empty()) {
-    removeLease(platform, fan);
-  }
-  return fault;
+  return fault.empty() ? removeLease(platform, fan) : fault;
 }
 
 }  // namespace
 
 std::optional<KVLeasedFan> leasedFan(Platform& platform, std::uint64_t fan) {
-  if (!readLease(platform, fan).exists) {
+  const LeaseReading before = readLease(platform, fan);
+  if (!before.exists) {
     return std::nullopt;
   }
-  const KVProcessLock lock(leaseName(fan), platform);
+  const KVProcessLock lock = guardianLock(platform, fan, before);
   const LeaseReading reading = readLease(platform, fan);
   if (!reading.exists) {
     return std::nullopt;
@@ -121,7 +136,7 @@ std::optional<KVLeasedFan> leasedFan(Platform& platform, std::uint64_t fan) {
   }
   if (leased.fault.empty()) {
     leased.fault = isLive ? faultOfGuardian(platform, fan, reading)
-                          : faultOf(KVProcessLock(holderLockName(fan), platform));
+                          : faultOf(holderLock(platform, fan, reading));
   }
   return leased;
 }
@@ -130,22 +145,23 @@ std::optional<KVLeasedFan> handBackLeftBehind(Platform& platform, std::uint64_t 
   if (!hasLeaseFiles(platform, fan)) {
     return std::nullopt;
   }
-  const KVProcessLock lock(leaseName(fan), platform);
+  const KVProcessLock lock = guardianLock(platform, fan, readLease(platform, fan));
   if (lock.state() == KVProcessLock::State::kHeldElsewhere) {
     return std::nullopt;
   }
   // Its guardian may have handed it back meanwhile.
   const LeaseReading reading = readLease(platform, fan);
   const LeaseMachine machine = machineOfLease(platform, reading);
-  if (!reading.exists || machine == LeaseMachine::kGone) {
-    removeLease(platform, fan);
-    return std::nullopt;
-  }
   KVLeasedFan result = described(fan, reading, false);
+  if (!reading.exists || machine == LeaseMachine::kGone) {
+    result.fault = removeLease(platform, fan);
+    return result.fault.empty() ? std::nullopt : std::optional(result);
+  }
   if (machine == LeaseMachine::kAnother) {
     return ofAnotherMachine(std::move(result), *reading.record);
   }
-  result.fault = lock.fault().empty() ? handBack(platform, fan, reading) : lock.fault();
+  result.fault = lock.fault().empty() ? handBack(platform, fan, reading)
+                                      : leaseName(fan) + ".lock: " + lock.fault();
   return result;
 }
 

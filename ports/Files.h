@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -57,9 +58,10 @@ class Files {
   virtual bool replace(const std::string& path, std::span<const std::byte> bytes,
                        std::error_code& error) = 0;
   /// Takes the lock of a file that exists for its lock alone; creates the file, readable by its
-  /// owner only, if it is missing. Waits a fraction of a second at most. Null on failure with the
-  /// reason in `error`: std::errc::timed_out when somebody else holds the lock.
-  virtual std::unique_ptr<HeldLock> lock(const std::string& path, std::error_code& error) = 0;
+  /// owner only, if it is missing. Null on failure with the reason in `error`: std::errc::timed_out
+  /// when somebody else has held the lock all of `wait`, of which 0 tries once.
+  virtual std::unique_ptr<HeldLock> lock(const std::string& path, std::chrono::milliseconds wait,
+                                         std::error_code& error) = 0;
   /// The user's documents folder, e.g. "/Users/anna/Documents"; none if the system has none. The
   /// folder need not exist.
   virtual std::optional<std::string> documentsFolder() = 0;

@@ -64,6 +64,10 @@ void leaveTerminal();
 /// This process's identifier, e.g. 612.
 std::int64_t processIdentifier();
 
+/// Whether such a process runs, as far as this account may see. A later process can have got the
+/// identifier of one that has ended.
+bool isRunning(std::int64_t processIdentifier);
+
 /// Both ends of a new channel, which are alike.
 struct GuardChannel::Ends {
   GuardChannel first;

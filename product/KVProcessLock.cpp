@@ -8,7 +8,8 @@
 
 namespace kelvora {
 
-KVProcessLock::KVProcessLock(const std::string& name, Platform& platform) {
+KVProcessLock::KVProcessLock(const std::string& name, Platform& platform,
+                             std::chrono::milliseconds longestWait) {
   const auto folder = KVUtils::groupContainerPath(platform);
   if (!folder) {
     const auto location = KVUtils::groupContainerLocation(platform);
@@ -16,7 +17,7 @@ KVProcessLock::KVProcessLock(const std::string& name, Platform& platform) {
     return;
   }
   std::error_code error;
-  lock_ = platform.files().lock(*folder + "/" + name + ".lock", error);
+  lock_ = platform.files().lock(*folder + "/" + name + ".lock", longestWait, error);
   if (lock_ != nullptr) {
     state_ = State::kHeld;
   } else if (error == std::errc::timed_out) {

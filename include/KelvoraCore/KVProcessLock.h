@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -31,10 +32,14 @@ class KELVORA_EXPORT KVProcessLock {
     kFailed,         ///< it cannot be taken; `fault` gives the reason
   };
 
+  /// Longer than a program that only looks whether a lock is held has it.
+  static constexpr std::chrono::milliseconds kLongestWait{200};
+
   /// Tries to take the lock of a name, a file name without its extension: "HistoryRecording" is the
   /// file "HistoryRecording.lock" in `KVUtils::groupContainerPath`, which stays there, empty. Waits
-  /// a fraction of a second at most. Logs nothing. Any thread.
-  explicit KVProcessLock(const std::string& name, Platform& platform = Platform::current());
+  /// at most `longestWait` for another that has it; 0 tries once. Logs nothing. Any thread.
+  explicit KVProcessLock(const std::string& name, Platform& platform = Platform::current(),
+                         std::chrono::milliseconds longestWait = kLongestWait);
   ~KVProcessLock();
   KVProcessLock(const KVProcessLock&) = delete;
   KVProcessLock& operator=(const KVProcessLock&) = delete;

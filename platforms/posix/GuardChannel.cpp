@@ -12,6 +12,7 @@
 #include "platforms/posix/FileDescriptor.h"
 #include "platforms/posix/OwnSession.h"
 #include "platforms/posix/PollTimeout.h"
+#include "platforms/posix/ProcessExecutable.h"
 
 namespace kelvora::platform {
 
@@ -157,5 +158,9 @@ void leaveTerminal() {
 }
 
 std::int64_t processIdentifier() { return getpid(); }
+
+bool isRunning(std::int64_t processIdentifier) {
+  return processIdentifier > 0 && !executableOf(static_cast<pid_t>(processIdentifier)).empty();
+}
 
 }  // namespace kelvora::platform

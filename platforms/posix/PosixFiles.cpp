@@ -23,8 +23,6 @@ namespace {
 constexpr std::size_t kAccountBufferBytes = 16384;
 
 // Long enough for a program that is just ending.
-constexpr std::chrono::milliseconds kLockWait{200};
-
 class HeldFileLock : public HeldLock {
  public:
   explicit HeldFileLock(FileDescriptor lock) : lock_(std::move(lock)) {}
@@ -102,8 +100,9 @@ bool PosixFiles::replace(const std::string& path, std::span<const std::byte> byt
   return true;
 }
 
-std::unique_ptr<HeldLock> PosixFiles::lock(const std::string& path, std::error_code& error) {
-  FileDescriptor lock = lockFile(path, kLockWait);
+std::unique_ptr<HeldLock> PosixFiles::lock(const std::string& path, std::chrono::milliseconds wait,
+                                           std::error_code& error) {
+  FileDescriptor lock = lockFile(path, wait);
   if (!lock.isOpen()) {
     error.assign(errno, std::generic_category());
     return nullptr;

@@ -15,7 +15,8 @@ class PosixFiles : public Files {
   bool createFolder(const std::string& path) override;
   bool replace(const std::string& path, std::span<const std::byte> bytes,
                std::error_code& error) override;
-  std::unique_ptr<HeldLock> lock(const std::string& path, std::error_code& error) override;
+  std::unique_ptr<HeldLock> lock(const std::string& path, std::chrono::milliseconds wait,
+                                 std::error_code& error) override;
 };
 
 }  // namespace kelvora::platform

@@ -2,7 +2,9 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -11,12 +13,27 @@
 #include "KelvoraCore/KVFanLease.h"
 #include "KelvoraCore/KVProcessLock.h"
 
+#include "fans/LeaseMachine.h"
+#include "fans/LeaseRecord.h"
 #include "tests/fans/LeaseFixture.h"
+#include "tests/support/ForwardingPorts.h"
 
 namespace kelvora::testing {
 namespace {
 
-class KVFanLeaseLocks : public LeaseFixture {};
+class KVFanLeaseLocks : public LeaseFixture {
+ protected:
+  // As after a power failure.
+  void leaveBehind() {
+    ASSERT_TRUE(KVUtils::groupContainerPath(*platform));
+    LeaseRecord record;
+    record.program = "Test Host";
+    record.processIdentifier = 1'000'000'000;  // no process has it
+    record.fan = {0, {"F0Md", "00"}};
+    record.machine = machineOf(*platform);
+    ASSERT_EQ(writeLease(*platform, record), "");
+  }
+};
 
 TEST_F(KVFanLeaseLocks, OfAnotherHolderAreHeldElsewhere) {
   const auto first = newLease();
@@ -60,6 +77,52 @@ TEST_F(KVFanLeaseLocks, AreFreeAfterAReleaseBecauseItWaitsForTheGuardian) {
   ASSERT_TRUE(lease.take({{0, 3000}})) << lease.fault();
   EXPECT_TRUE(lease.release());
   EXPECT_TRUE(std::filesystem::exists(guardian + " has ended"));
+}
+
+// Each wait would be one of a fraction of a second for every fan.
+TEST_F(KVFanLeaseLocks, OfALeaseWhoseProcessesRunAreNotWaitedFor) {
+  auto& files = wrapPort<ForwardingFiles>(platform->ports().files);
+  const auto lease = newLease();
+  ASSERT_TRUE(lease->take({{0, 3000}, {1, 3000}})) << lease->fault();
+  int attempts = 0;
+  files.onLock = [&](const std::string& path, std::chrono::milliseconds wait,
+                     std::error_code& error) {
+    ++attempts;
+    EXPECT_EQ(wait.count(), 0) << path;
+    return files.behind->lock(path, wait, error);
+  };
+  EXPECT_EQ(KVFanLeases::leasedFans(*platform).size(), 2);
+  EXPECT_EQ(attempts, 4) << "guardian and holder of each";
+  EXPECT_TRUE(KVFanLeases::handBackLeftBehind(*platform).empty());
+  EXPECT_EQ(attempts, 6);
+  files.onLock = nullptr;
+}
+
+// Another program that looks at the same moment.
+TEST_F(KVFanLeaseLocks, OfALeaseWhoseProcessesHaveEndedAreWaitedFor) {
+  leaveBehind();
+  auto other = std::make_unique<KVProcessLock>("Fan0", *platform);
+  std::thread release([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    other.reset();
+  });
+  EXPECT_EQ(KVFanLeases::handBackLeftBehind(*platform).size(), 1);
+  release.join();
+  EXPECT_FALSE(isOnDisk(0));
+}
+
+TEST_F(KVFanLeaseLocks, AreOfUseThoughTheLeaseCannotBeRemoved) {
+  leaveBehind();
+  auto& files = wrapPort<ForwardingFiles>(platform->ports().files);
+  files.onRemove = [](const std::string&) { return false; };
+  const auto left = KVFanLeases::handBackLeftBehind(*platform);
+  ASSERT_EQ(left.size(), 1);
+  EXPECT_EQ(left[0].fault,
+            *KVUtils::groupContainerLocation(*platform) + "/Fan0.plist: cannot be removed");
+  EXPECT_EQ(valueOf("F0Md"), "00") << "it is back all the same";
+  files.onRemove = nullptr;
+  EXPECT_EQ(KVFanLeases::handBackLeftBehind(*platform).at(0).fault, "");
+  EXPECT_TRUE(KVFanLeases::handBackLeftBehind(*platform).empty());
 }
 
 // A recorded Mac whose first fan has these limits.

@@ -130,9 +130,9 @@ class ForwardingFiles : public platform::Files {
                std::error_code& error) override {
     return onReplace ? onReplace(path, bytes, error) : behind->replace(path, bytes, error);
   }
-  std::unique_ptr<platform::HeldLock> lock(const std::string& path,
+  std::unique_ptr<platform::HeldLock> lock(const std::string& path, std::chrono::milliseconds wait,
                                            std::error_code& error) override {
-    return onLock ? onLock(path, error) : behind->lock(path, error);
+    return onLock ? onLock(path, wait, error) : behind->lock(path, wait, error);
   }
   std::optional<std::string> documentsFolder() override {
     return onDocumentsFolder ? onDocumentsFolder() : behind->documentsFolder();
@@ -153,7 +153,9 @@ class ForwardingFiles : public platform::Files {
   std::function<bool(const std::string&)> onRemove;
   std::function<bool(const std::string&)> onCreateFolder;
   std::function<bool(const std::string&, std::span<const std::byte>, std::error_code&)> onReplace;
-  std::function<std::unique_ptr<platform::HeldLock>(const std::string&, std::error_code&)> onLock;
+  std::function<std::unique_ptr<platform::HeldLock>(const std::string&, std::chrono::milliseconds,
+                                                    std::error_code&)>
+      onLock;
   std::function<std::optional<std::string>()> onDocumentsFolder;
   std::function<std::optional<std::string>()> onApplicationSupportFolder;
   std::function<std::optional<std::string>(const std::string&)> onGroupContainer;
