@@ -11,8 +11,6 @@ namespace kelvora {
 
 namespace {
 
-constexpr double kNothingRecorded = -1;
-
 std::vector<KVGraphPointPtr> seriesOf(const KVSensor& sensor, KVGraphTimeRange timeRange) {
   std::vector<KVGraphPointPtr> points = sensor.graphPoints();
   std::erase_if(points, [&](const auto& point) { return point->timeRange() != timeRange; });
@@ -22,11 +20,11 @@ std::vector<KVGraphPointPtr> seriesOf(const KVSensor& sensor, KVGraphTimeRange t
 // The one value that `isBetter` than every other; `recorded` without points.
 template <typename Better>
 double extremeOf(const std::vector<KVGraphPointPtr>& points, double recorded, Better isBetter) {
-  double extreme = points.empty() ? kNothingRecorded : points.front()->pointY();
+  double extreme = points.empty() ? KVSensor::kNothingRecorded : points.front()->pointY();
   for (const KVGraphPointPtr& point : points) {
     extreme = isBetter(point->pointY(), extreme) ? point->pointY() : extreme;
   }
-  return extreme == kNothingRecorded ? recorded : extreme;
+  return extreme == KVSensor::kNothingRecorded ? recorded : extreme;
 }
 
 }  // namespace

@@ -64,11 +64,14 @@ class KELVORA_EXPORT KVSensor : public KVManagedObject {
   double maxValue() const;
   void setMaxValue(double value);
 
-  /// Lowest value recorded; -1 when nothing was.
+  /// What the two extremes are while nothing was recorded.
+  static constexpr double kNothingRecorded = -1;
+
+  /// Lowest value recorded; `kNothingRecorded` when nothing was.
   double recordedMinValue() const;
   void setRecordedMinValue(double value);
 
-  /// Highest value recorded; -1 when nothing was.
+  /// Highest value recorded; `kNothingRecorded` when nothing was.
   double recordedMaxValue() const;
   void setRecordedMaxValue(double value);
 

@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,6 +18,7 @@
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Notices.h"
 #include "tools/kelvora/Report.h"
+#include "tools/kelvora/SensorTypes.h"
 #include "tools/kelvora/StoreForReading.h"
 #include "tools/kelvora/StoredCategories.h"
 #include "tools/kelvora/Text.h"
@@ -33,23 +34,13 @@ constexpr std::int64_t kInvalidValue = 5;
 
 constexpr std::size_t kKeyLength = 4;
 
-struct CustomType {
-  std::uint64_t type;
-  const char* name;      ///< as --type takes it
-  const char* category;  ///< the stored name of its category
-  const char* unit;
-};
-
-constexpr std::array<CustomType, 4> kCustomTypes{{
-    {SensorTypeTemperature, "temperature", "Temperature", "°C"},
-    {SensorTypeVoltage, "voltage", "Voltage", "V"},
-    {SensorTypeCurrent, "current", "Current", "A"},
-    {SensorTypePower, "power", "Power", "W"},
-}};
+// Fans are always found, so there is none to add.
+bool canBeAdded(const SensorTypeRow& row) { return row.type != SensorTypeFan; }
 
 Json jsonCustom(const KVSensor& sensor) {
-  const auto* const row = std::ranges::find(kCustomTypes, sensor.categoryType(), &CustomType::type);
-  const bool isKnown = row != kCustomTypes.end();
+  const auto* const row =
+      std::ranges::find(kSensorTypes, sensor.categoryType(), &SensorTypeRow::type);
+  const bool isKnown = row != std::end(kSensorTypes) && canBeAdded(*row);
   return {{"key", sensor.key()},
           {"name", sensor.name()},
           {"value", jsonNumber(sensor.value())},
@@ -93,7 +84,7 @@ double currentReading(const std::string& key, std::uint64_t type) {
 }
 
 // The categories of a new account come with its first sensors.
-void makeCategory(KVCoreDataStore& store, const CustomType& type) {
+void makeCategory(KVCoreDataStore& store, const SensorTypeRow& type) {
   if (store.getCategoryWithType(static_cast<std::int64_t>(type.type)) == nullptr) {
     if (const auto made =
             store.createOrUpdateCategoryWithName(type.category, store.viewContext())) {
@@ -156,9 +147,9 @@ int runAddCustom(const Options& options, StandardOutput& output) {
   if (store.getSensorByKey(key) != nullptr) {
     refuseSensor(key, kDuplicate);
   }
-  const CustomType& type =
-      *std::ranges::find(kCustomTypes, options.text("--type"),
-                         [](const CustomType& row) { return std::string(row.name); });
+  const SensorTypeRow& type =
+      *std::ranges::find(kSensorTypes, options.text("--type"),
+                         [](const SensorTypeRow& row) { return std::string(row.name); });
   makeCategory(store, type);
   manager.addCustomSensor(
       {{"key", key},
@@ -206,8 +197,12 @@ int runRemoveCustom(const Options& options, StandardOutput& output) {
 }
 
 std::vector<std::string> typeNames() {
-  std::vector<std::string> names(kCustomTypes.size());
-  std::ranges::transform(kCustomTypes, names.begin(), &CustomType::name);
+  std::vector<std::string> names;
+  for (const SensorTypeRow& row : kSensorTypes) {
+    if (canBeAdded(row)) {
+      names.emplace_back(row.name);
+    }
+  }
   return names;
 }
 

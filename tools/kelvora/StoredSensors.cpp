@@ -13,10 +13,6 @@ namespace kelvora::tool {
 
 namespace {
 
-// By SensorType.
-constexpr std::array<const char*, 5> kCategoryNames{"Temperature", "Fan", "Voltage", "Current",
-                                                    "Power"};
-
 constexpr double kLowestTemperature = 0;
 constexpr double kHighestTemperature = 110;
 
@@ -73,8 +69,8 @@ SensorPtr readingOf(const KVSensor& stored, SensorController& controller,
 }  // namespace
 
 std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
-  for (const char* name : kCategoryNames) {
-    joinCategories(store, name);
+  for (const SensorTypeRow& row : kSensorTypes) {
+    joinCategories(store, row.category);
   }
   const KVCoreDataStore::Sensors sensors = store.allSensors();
   const KVCoreDataStore::Categories categories = store.allCategories();
@@ -90,10 +86,10 @@ std::optional<StoredSensors> StoredSensors::read(KVCoreDataStore& store) {
       known = joined(store, known, sensor);
     }
   }
-  for (std::size_t type = 0; type < kCategoryNames.size(); ++type) {
-    const KVCategoryPtr category = categoryNamed(kCategoryNames.at(type), store, *categories);
-    category->setType(stored(type));
-    result.categories_.at(type) = category;
+  for (const SensorTypeRow& row : kSensorTypes) {
+    const KVCategoryPtr category = categoryNamed(row.category, store, *categories);
+    category->setType(stored(row.type));
+    result.categories_.at(row.type) = category;
   }
   return result;
 }
@@ -134,14 +130,16 @@ void StoredSensors::update(const SensorList& sensors) {
 }
 
 bool StoredSensors::isRead(double value) {
-  return std::isfinite(value) && value != kNothingRecorded;
+  return std::isfinite(value) && value != KVSensor::kNothingRecorded;
 }
 
 void StoredSensors::widenExtremes(KVSensor& sensor, double value) {
-  if (sensor.recordedMinValue() == kNothingRecorded || value < sensor.recordedMinValue()) {
+  if (sensor.recordedMinValue() == KVSensor::kNothingRecorded ||
+      value < sensor.recordedMinValue()) {
     sensor.setRecordedMinValue(value);
   }
-  if (sensor.recordedMaxValue() == kNothingRecorded || value > sensor.recordedMaxValue()) {
+  if (sensor.recordedMaxValue() == KVSensor::kNothingRecorded ||
+      value > sensor.recordedMaxValue()) {
     sensor.setRecordedMaxValue(value);
   }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,10 +10,9 @@
 #include "KelvoraCore/KVCoreDataStore.h"
 #include "KelvoraCore/SensorController.h"
 
-namespace kelvora::tool {
+#include "tools/kelvora/SensorTypes.h"
 
-/// What counts as "could not be read" and "nothing was recorded" in every value.
-inline constexpr double kNothingRecorded = -1;
+namespace kelvora::tool {
 
 /// The categories and sensors of a store, read at one moment, to be brought up to date with a
 /// reading. What changes is unsaved in the store's view context. Only on the main thread.
@@ -30,7 +30,8 @@ class StoredSensors {
   void update(const SensorList& sensors);
   /// Makes `value` a recorded extreme of a sensor if it is one.
   static void widenExtremes(KVSensor& sensor, double value);
-  /// Whether a value is one that was read: a finite number other than `kNothingRecorded`.
+  /// Whether a value is one that was read: a finite number other than
+  /// `KVSensor::kNothingRecorded`.
   static bool isRead(double value);
 
   /// Null when there is none.
@@ -40,7 +41,7 @@ class StoredSensors {
   explicit StoredSensors(KVCoreDataStore& store) : store_(&store) {}
 
   KVCoreDataStore* store_;
-  std::array<KVCategoryPtr, 5> categories_;  // by SensorType
+  std::array<KVCategoryPtr, std::size(kSensorTypes)> categories_;  // by SensorType
   std::unordered_map<std::string, KVSensorPtr> sensors_;
 };
 
