@@ -4,11 +4,14 @@
 #include <utility>
 
 #include "fans/LeasedFan.h"
+#include "fans/ToolWrites.h"
 #include "hardware/FanKeys.h"
 
 namespace kelvora {
 
 namespace {
+
+constexpr const char* kNoSuchFan = "the machine has no such fan";
 
 template <typename Look>
 std::vector<KVLeasedFan> ofEveryFan(Look look) {
@@ -29,6 +32,29 @@ std::vector<KVLeasedFan> KVFanLeases::leasedFans(Platform& platform) {
 
 std::vector<KVLeasedFan> KVFanLeases::handBackLeftBehind(Platform& platform) {
   return ofEveryFan([&](std::uint64_t fan) { return kelvora::handBackLeftBehind(platform, fan); });
+}
+
+std::vector<KVFanHandBack> KVFanLeases::handBack(const std::vector<std::uint64_t>& fans,
+                                                 std::chrono::milliseconds limit,
+                                                 Platform& platform) {
+  std::vector<KVFanHandBack> results;
+  std::vector<FanWrite> writes;
+  std::vector<std::size_t> written;
+  for (const std::uint64_t fan : fans) {
+    const FanHandBack handBack =
+        fan < kFanCharacters.size() ? handBackOfFan(platform, fan) : FanHandBack{{}, kNoSuchFan};
+    if (handBack.write) {
+      writes.push_back(*handBack.write);
+      written.push_back(results.size());
+    }
+    results.push_back({fan, false, handBack.fault});
+  }
+  const auto outcomes = ToolWrites(platform, limit).handBackTogether(writes);
+  for (std::size_t i = 0; i < outcomes.size(); ++i) {
+    results[written[i]].isWritten = outcomes[i].isWritten;
+    results[written[i]].fault = outcomes[i].fault;
+  }
+  return results;
 }
 
 }  // namespace kelvora

@@ -18,7 +18,6 @@ namespace kelvora {
 
 namespace {
 
-constexpr std::chrono::seconds kToolLimit{5};
 constexpr char kMayBeSetAgain[] =
     "its holder, or a privileged tool that sets it, still runs and may set it again";
 
@@ -110,7 +109,7 @@ std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& 
     return reading.fault;
   }
   const KVProcessLock holder = holderLock(platform, fan, reading);
-  std::string fault = ToolWrites(platform, kToolLimit).handBack(*write);
+  std::string fault = ToolWrites(platform, KVFanLeases::kLongestHandBack).handBack(*write);
   if (fault.empty()) {
     fault = faultOf(holder);
   }
@@ -118,6 +117,21 @@ std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& 
 }
 
 }  // namespace
+
+FanHandBack handBackOfFan(Platform& platform, std::uint64_t fan) {
+  const LeaseReading reading = readLease(platform, fan);
+  const bool isHere = machineOfLease(platform, reading) == LeaseMachine::kThis;
+  if (reading.record && isHere) {
+    return {reading.record->fan.handBack, ""};
+  }
+  if (queryT2ChipSupport(platform)) {
+    FanWrite mode = handBackWrite(FanScheme::kModeAndTarget, 0, fan);
+    return isUnknown(platform, mode.key) ? FanHandBack() : FanHandBack{std::move(mode), ""};
+  }
+  return {std::nullopt, reading.exists && isHere
+                            ? "the minimum that it had before is not known: " + reading.fault
+                            : ""};
+}
 
 std::optional<KVLeasedFan> leasedFan(Platform& platform, std::uint64_t fan) {
   const LeaseReading before = readLease(platform, fan);

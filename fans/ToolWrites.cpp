@@ -1,5 +1,6 @@
 #include "fans/ToolWrites.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "hardware/KeyReading.h"
@@ -10,56 +11,83 @@ namespace kelvora {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 // A hanging tool may be one of a hanging SMC, of which every further tool would hang too.
 constexpr std::size_t kMostLateTools = 16;
 constexpr const char* kLate = "has not ended in time";
 
-std::string faultOf(const FanWrite& write, const std::string& outcome) {
-  return write.key + ": the privileged tool " + outcome;
-}
-
 }  // namespace
 
 std::string ToolWrites::write(const FanWrite& write, ToolDescriptors descriptors) {
-  const std::string outcome = outcomeOf(write, descriptors, /*isSilent=*/false);
-  return outcome.empty() ? "" : faultOf(write, outcome);
+  return faultAtEnd(start(write, descriptors, /*isSilent=*/false), limit_);
 }
 
 std::string ToolWrites::handBack(const FanWrite& write, ToolDescriptors descriptors) {
   // It is retried until it succeeds, so the tool's message would be repeated each time.
-  const std::string outcome = outcomeOf(write, descriptors, /*isSilent=*/true);
-  std::string fault = outcome.empty() ? "" : faultOf(write, outcome);
-  return !fault.empty() && readsAs(platform_, write.key, write.value) ? "" : fault;
+  return handBackAtEnd(start(write, descriptors, /*isSilent=*/true), limit_).fault;
 }
 
-std::string ToolWrites::outcomeOf(const FanWrite& write, ToolDescriptors descriptors,
+std::vector<ToolWrites::HandBack> ToolWrites::handBackTogether(
+    const std::vector<FanWrite>& writes) {
+  std::vector<Run> runs;
+  for (const FanWrite& write : writes) {
+    runs.push_back(start(write, {}, /*isSilent=*/true));
+  }
+  const auto deadline = Clock::now() + limit_;
+  std::vector<HandBack> results;
+  for (Run& run : runs) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    results.push_back(handBackAtEnd(std::move(run), std::max(left, std::chrono::milliseconds(0))));
+  }
+  return results;
+}
+
+ToolWrites::Run ToolWrites::start(const FanWrite& write, ToolDescriptors descriptors,
                                   bool isSilent) {
   auto request = privilegedToolRequest(platform_, write.value, write.key);
   if (!request) {
-    return "is not installed";
+    return {write, nullptr, "is not installed"};
   }
   forgetEndedTools();
   if (late_.size() >= kMostLateTools) {
-    return kLate;
+    return {write, nullptr, kLate};
   }
   request->standardInput = descriptors.standardInput;
   request->standardOutput = descriptors.standardOutput;
   request->discardStandardError = isSilent;
   platform::ChildLaunch launch = platform_.childProcesses().launch(*request);
-  if (!launch.child) {
-    return "cannot be started: " + launch.failure;
+  const std::string outcome = launch.child ? "" : "cannot be started: " + launch.failure;
+  return {write, std::move(launch.child), outcome};
+}
+
+std::string ToolWrites::outcomeAtEnd(Run& run, std::chrono::milliseconds limit) {
+  if (!run.tool) {
+    return run.outcome;
   }
-  const auto status = launch.child->waitUntilExit(limit_);
+  const auto status = run.tool->waitUntilExit(limit);
   if (!status) {
-    late_.push_back(std::move(launch.child));
+    late_.push_back(std::move(run.tool));
     return kLate;
   }
   if (*status == platform::kUnknownExitStatus) {
-    return readsAs(platform_, write.key, write.value)
+    return readsAs(platform_, run.write.key, run.write.value)
                ? ""
                : "has not written it; this program ignores SIGCHLD, so why is not known";
   }
   return *status == 0 ? "" : "ended with status " + std::to_string(*status);
+}
+
+std::string ToolWrites::faultAtEnd(Run run, std::chrono::milliseconds limit) {
+  const std::string outcome = outcomeAtEnd(run, limit);
+  return outcome.empty() ? "" : run.write.key + ": the privileged tool " + outcome;
+}
+
+ToolWrites::HandBack ToolWrites::handBackAtEnd(Run run, std::chrono::milliseconds limit) {
+  const FanWrite write = run.write;
+  const std::string fault = faultAtEnd(std::move(run), limit);
+  const bool isBack = fault.empty() || readsAs(platform_, write.key, write.value);
+  return {fault.empty(), isBack ? "" : fault};
 }
 
 bool ToolWrites::isInstalled() const {

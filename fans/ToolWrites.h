@@ -35,6 +35,14 @@ class ToolWrites {
   /// discarded.
   std::string handBack(const FanWrite& write, ToolDescriptors descriptors = {});
 
+  struct HandBack {
+    bool isWritten = false;  ///< false also if the fan was the system's already
+    std::string fault;       ///< as that of `handBack`
+  };
+  /// The same for several fans, each with its own tool at the same time, so that one that hangs
+  /// delays no other. Returns a result for each.
+  std::vector<HandBack> handBackTogether(const std::vector<FanWrite>& writes);
+
   /// Whether there is a tool to run.
   bool isInstalled() const;
 
@@ -42,7 +50,16 @@ class ToolWrites {
   bool hasLateTools();
 
  private:
-  std::string outcomeOf(const FanWrite& write, ToolDescriptors descriptors, bool isSilent);
+  // A tool that was started, or why it was not.
+  struct Run {
+    FanWrite write;
+    std::unique_ptr<platform::ChildProcess> tool;
+    std::string outcome;
+  };
+  Run start(const FanWrite& write, ToolDescriptors descriptors, bool isSilent);
+  std::string faultAtEnd(Run run, std::chrono::milliseconds limit);
+  std::string outcomeAtEnd(Run& run, std::chrono::milliseconds limit);
+  HandBack handBackAtEnd(Run run, std::chrono::milliseconds limit);
   void forgetEndedTools();
 
   Platform& platform_;

@@ -62,6 +62,14 @@ bool isReadable(Platform& platform, std::string_view key) {
   return !bytesOf(platform, key).empty();
 }
 
+bool isUnknown(Platform& platform, std::string_view key) {
+  return withConnection(platform, [key](SMCConnection& connection) {
+    SMCKeyInfo info{};
+    const auto status = connection.getKeyInfo(SMCPackedKey(key), info);
+    return status == platform::kKernelSuccess && info.dataSize == 0;
+  });
+}
+
 bool isListed(Platform& platform, std::string_view key) {
   return withConnection(platform, [key](SMCConnection& connection) {
     const std::uint32_t count = std::min(numberOfKeys(connection), kMostKeys);

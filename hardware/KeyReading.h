@@ -9,6 +9,10 @@ class Platform;
 /// Whether a key can be read at all. Over a connection of its own, any thread.
 bool isReadable(Platform& platform, std::string_view key);
 
+/// Whether the SMC answers that it does not know a key, e.g. "F0Md" where fans have no mode. False
+/// if it does not answer. Likewise.
+bool isUnknown(Platform& platform, std::string_view key);
+
 /// Whether the SMC has a key in its list, e.g. "F0Md". On Linux the driver may have a value for a
 /// key that the SMC itself lacks. Reads the whole list. Over its own connection, any thread.
 bool isListed(Platform& platform, std::string_view key);

@@ -25,6 +25,18 @@ struct KELVORA_EXPORT KVLeasedFan {
   std::string fault;
 };
 
+/// What became of a fan that was to be handed back.
+struct KELVORA_EXPORT KVFanHandBack {
+  std::uint64_t fan = 0;  ///< index, 0 to 19
+  /// Whether the write of its mode, or of the minimum that it had before, succeeded. False without
+  /// a fault: it was the system's already.
+  bool isWritten = false;
+  /// Why it is not handed back, e.g. "F0Md: the privileged tool has not ended in time". Empty on
+  /// success, and if there is nothing to hand back: the SMC has no mode for the fan, or the fan has
+  /// neither a mode nor a lease.
+  std::string fault;
+};
+
 /// The leases of the account, each a file in the folder that the product's programs share, so that
 /// the next program finds which fans an ended one had.
 class KELVORA_EXPORT KVFanLeases {
@@ -44,6 +56,20 @@ class KELVORA_EXPORT KVFanLeases {
   /// it is removed if it is of a recorded Mac that is no longer chosen, or came to this Mac with a
   /// copied home folder.
   static std::vector<KVLeasedFan> handBackLeftBehind(Platform& platform = Platform::current());
+
+  /// The limit of `handBack` unless another is given: a tool takes some milliseconds.
+  static constexpr std::chrono::milliseconds kLongestHandBack{5'000};
+
+  /// Hands fans back, whoever has set them, with or without a lease: writes automatic mode, or, on
+  /// a machine whose fans have no mode, the minimum that the fan's lease names. Leases stay; a
+  /// holder that still runs may set its fan again. Returns one result for each of `fans`, in their
+  /// order. Any thread.
+  ///
+  /// A privileged tool runs for each fan, all at the same time, and none is waited for longer than
+  /// `limit`. One that has not ended by then is left alone, and may still hand its fan back.
+  static std::vector<KVFanHandBack> handBack(const std::vector<std::uint64_t>& fans,
+                                             std::chrono::milliseconds limit = kLongestHandBack,
+                                             Platform& platform = Platform::current());
 };
 
 }  // namespace kelvora

@@ -30,9 +30,19 @@ TEST(KeyReading, AKeyWhoseReadFailsIsNotReadable) {
   EXPECT_EQ(smc.openConnections(), 0);
 }
 
+TEST(KeyReading, AKeyIsUnknownOnlyIfTheSMCSaysSo) {
+  ForwardingSMC& smc = installFan();
+  EXPECT_FALSE(isUnknown(Platform::current(), "F0Md"));
+  EXPECT_TRUE(isUnknown(Platform::current(), "F1Md"));
+  EXPECT_EQ(smc.openConnections(), 0);
+  smc.failNth(1);
+  EXPECT_FALSE(isUnknown(Platform::current(), "F1Md"));
+}
+
 TEST(KeyReading, WithoutAnSMCNothingIsReadableOrListed) {
   installFan().openStatus = platform::kKernelNotPermitted;
   EXPECT_FALSE(isReadable(Platform::current(), "F0Md"));
+  EXPECT_FALSE(isUnknown(Platform::current(), "F0Md"));
   EXPECT_FALSE(isListed(Platform::current(), "F0Md"));
   EXPECT_FALSE(readsAs(Platform::current(), "F0Md", "01"));
 }

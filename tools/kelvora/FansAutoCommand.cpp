@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -7,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "KelvoraCore/KVFanLeases.h"
 #include "KelvoraCore/KVUtils.h"
 
 #include "tools/kelvora/FanChangeLock.h"
@@ -38,46 +38,17 @@ std::vector<std::uint64_t> chosenFans(const FanControl& control,
   return {fans.begin(), fans.end()};
 }
 
-// On a machine without modes, of a lease that cannot be read.
-bool lacksEarlierMinimum(const FanState& fan, bool hasModes) {
-  return !hasModes && fan.lease && !fan.lease->minimum;
-}
-
-// Whether the fan is the system's: by its mode, or because nothing raises its minimum.
-bool isBack(const FanState& fan, bool hasModes) {
-  constexpr double kRounding = 1;  // a speed is written in whole revolutions
-  if (hasModes) {
-    return fan.isFixed == false;
+// The mode that was written counts only if it is read, because another program may have set it
+// again. An own holder has handed its fan back at its end.
+FanWritten writtenTo(const FanState& before, const FanState& after, bool isWritten) {
+  FanWritten written;
+  if (after.isFixed == false && (isWritten || before.isFixed != false)) {
+    written.isFixed = false;
   }
-  return !lacksEarlierMinimum(fan, hasModes) &&
-         (!fan.raisedTo || *fan.raisedTo < fan.minimum.value_or(0) + kRounding);
-}
-
-std::uint64_t wholeSpeed(double speed) {
-  return static_cast<std::uint64_t>(std::llround(std::max(0.0, speed)));
-}
-
-// Returns the speed that was written; none if nothing was, or it failed.
-std::optional<double> handBack(FanControl& control, const FanState& fan) {
-  if (!control.hasModes() && !fan.raisedTo) {
-    return std::nullopt;
+  if (before.raisedTo && (isWritten || !after.lease)) {
+    written.minimum = before.minimum;
   }
-  const std::uint64_t minimum = wholeSpeed(fan.minimum.value_or(0));
-  const bool isWritten = control.controller().setSpeed(minimum, fan.index, /*autoMode=*/true);
-  return isWritten ? std::optional(static_cast<double>(minimum)) : std::nullopt;
-}
-
-// The controller reports the last of its writes; whether the mode was written is read. An own
-// holder has handed its fan back at its end.
-FanWritten writtenTo(const FanState& before, const FanState& after, bool hasModes,
-                     std::optional<double> speed) {
-  if (!hasModes) {
-    const bool isRestored = before.raisedTo && !after.lease;
-    return {.minimum = isRestored ? before.minimum : speed};
-  }
-  const bool isChanged = speed || before.isFixed != false;
-  return {.isFixed = isChanged && after.isFixed == false ? std::optional(false) : std::nullopt,
-          .target = speed};
+  return written;
 }
 
 // Ends the own holders of the fans; their other fans stay at their speeds in a holder of their own.
@@ -90,28 +61,33 @@ int endHolders(FanControl& control, const std::vector<std::uint64_t>& fans) {
   return left.empty() ? kExitSuccess : startHolder(left);
 }
 
-// Empty for a fan that is back.
-std::string faultOf(FanControl& control, const FanState& fan) {
-  if (isBack(fan, control.hasModes())) {
-    return "";
+bool isTaken(const FanState& fan) {
+  constexpr double kRounding = 1;
+  return fan.isFixed == true || fan.raisedTo.value_or(0) >= fan.minimum.value_or(0) + kRounding;
+}
+
+std::string faultOf(FanControl& control, const FanState& fan, const KVFanHandBack& handBack) {
+  if (!handBack.fault.empty() && !KVUtils::smcExeOwnership(control.machine().platform)) {
+    return "the privileged tool is not installed ('kelvora fans permit' installs it)";
   }
-  if (control.hasModes() && !fan.isFixed) {
-    return ": its mode cannot be read";
+  if (!handBack.fault.empty()) {
+    const bool isLeaseUnreadable = fan.lease && fan.lease->processIdentifier == 0;
+    return handBack.fault + (control.hasModes() || !isLeaseUnreadable
+                                 ? ""
+                                 : "; remove that file once the minimum is right (a restart of the "
+                                   "Mac resets it)");
   }
-  if (lacksEarlierMinimum(fan, control.hasModes())) {
-    return ": the minimum that it had before is not known: " + fan.lease->fault +
-           "; remove that file once the minimum is right (a restart of the Mac resets it)";
+  if (isTaken(fan)) {
+    return "it has been set again";
   }
-  return KVUtils::smcExeOwnership(control.machine().platform)
-             ? ": the privileged tool could not write it"
-             : ": the privileged tool is not installed ('kelvora fans permit' installs it)";
+  return handBack.isWritten && control.hasModes() && !fan.isFixed ? "its mode cannot be read" : "";
 }
 
 // Says what a user has to know of the fan, and returns the exit status.
-int report(FanControl& control, const FanState& fan, bool wasHeld) {
-  const std::string fault = faultOf(control, fan);
+int report(FanControl& control, const FanState& fan, const KVFanHandBack& handBack, bool wasHeld) {
+  const std::string fault = faultOf(control, fan, handBack);
   if (!fault.empty()) {
-    say(fan.index, "not handed back" + fault);
+    say(fan.index, "not handed back: " + fault);
     return kExitNothingRead;
   }
   if (fan.lease && fan.lease->isLive) {
@@ -120,6 +96,8 @@ int report(FanControl& control, const FanState& fan, bool wasHeld) {
             (fan.lease->fault.empty() ? ", which may set it again" : ": " + fan.lease->fault));
   } else if (!control.hasModes() && !wasHeld) {
     say(fan.index, "nothing to restore, no program of this account has raised its minimum");
+  } else if (control.hasModes() && !fan.isFixed) {
+    say(fan.index, "nothing to hand back, the SMC has no mode for it");
   }
   return kExitSuccess;
 }
@@ -145,20 +123,18 @@ int runFansAuto(const Options& options, StandardOutput& output) {
   int status = endHolders(control, fans);
   control.readAgain();
   reportHandedBack(before, control.fans(), fans);
-  std::vector<std::optional<double>> speeds;
-  speeds.reserve(fans.size());
-  for (const std::uint64_t fan : fans) {
-    speeds.push_back(handBack(control, control.fan(fan)));
-  }
+  const std::vector<KVFanHandBack> handBacks =
+      KVFanLeases::handBack(fans, KVFanLeases::kLongestHandBack, control.machine().platform);
   control.readAgain();
   std::vector<FanChange> changes;
-  for (std::size_t i = 0; i < fans.size(); ++i) {
-    const FanState& after = control.fan(fans[i]);
-    changes.push_back({writtenTo(before.at(fans[i]), after, control.hasModes(), speeds[i]), after});
+  for (const KVFanHandBack& handBack : handBacks) {
+    const FanState& after = control.fan(handBack.fan);
+    changes.push_back({writtenTo(before.at(handBack.fan), after, handBack.isWritten), after});
   }
   writeChanges(options, output, control.machine(), FanEvent::kHandedBack, changes);
-  for (const std::uint64_t fan : fans) {
-    status = std::max(status, report(control, control.fan(fan), before.at(fan).lease.has_value()));
+  for (const KVFanHandBack& handBack : handBacks) {
+    const bool wasHeld = before.at(handBack.fan).lease.has_value();
+    status = std::max(status, report(control, control.fan(handBack.fan), handBack, wasHeld));
   }
   return status;
 }

@@ -121,9 +121,6 @@ std::string writtenText(const FanWritten& written) {
   if (written.isFixed) {
     return *written.isFixed ? "set to " + speedText(written.target) : "handed back";
   }
-  if (written.target) {
-    return "target set to " + speedText(written.target);
-  }
   return written.minimum ? "minimum set to " + speedText(written.minimum) : "nothing written";
 }
 
