@@ -6,6 +6,7 @@ namespace kelvora::testing {
 namespace {
 
 constexpr int kFaults = 3;
+constexpr int kFaultsOfTwoHolders = 2;  // ten times as many worlds
 
 // --- the design as it is
 
@@ -28,6 +29,16 @@ TEST(FanLeaseWalk, TheNextProgramIsNeededOnlyWithoutAGuardian) {
   }
 }
 
+// On a machine without modes what is handed back is the minimum that the holder has read.
+TEST(FanLeaseWalk, NoOrderOfTwoHoldersLeavesAFanBehind) {
+  LeaseDesign design;
+  design.secondHolderComes = true;
+  const LeaseWalk walk(design, kFaultsOfTwoHolders);
+  EXPECT_TRUE(walk.any([](const World& world) { return world.second == Second::kHasEnded; }));
+  const std::vector<World> leftBehind = walk.leftBehind();
+  EXPECT_EQ(leftBehind.size(), 0U) << walk.trace(leftBehind.front());
+}
+
 TEST(FanLeaseWalk, EveryStateIsReached) {
   const LeaseWalk walk(LeaseDesign(), kFaults);
   for (int state = 0; state <= static_cast<int>(HolderState::kEnded); ++state) {
@@ -45,7 +56,8 @@ TEST(FanLeaseWalk, EveryStateIsReached) {
 // --- each rule taken out
 
 void expectLeftBehind(const LeaseDesign& design) {
-  EXPECT_GT(LeaseWalk(design, kFaults).leftBehind().size(), 0U);
+  const int faults = design.secondHolderComes ? kFaultsOfTwoHolders : kFaults;
+  EXPECT_GT(LeaseWalk(design, faults).leftBehind().size(), 0U);
 }
 
 TEST(FanLeaseWalk, WithoutWaitingForTheGuardian) {
@@ -128,6 +140,22 @@ TEST(FanLeaseWalk, WithANextProgramThatForgetsATool) {
 TEST(FanLeaseWalk, WithANextProgramThatForgetsTheHolder) {
   LeaseDesign design;
   design.leaseIsKept = Keep::kForTools;
+  expectLeftBehind(design);
+}
+
+// It read the minimum that the first holder had raised.
+TEST(FanLeaseWalk, WithASecondHolderThatReadsOnlyBeforeItHasTheLock) {
+  LeaseDesign design;
+  design.secondHolderComes = true;
+  design.secondReadsAgain = ReadAgain::kNever;
+  expectLeftBehind(design);
+}
+
+// The guardian of the first holder has not restored the minimum yet.
+TEST(FanLeaseWalk, WithASecondHolderThatReadsBesideTheGuardianOfTheFirst) {
+  LeaseDesign design;
+  design.secondHolderComes = true;
+  design.secondReadsAgain = ReadAgain::kWithTheLock;
   expectLeftBehind(design);
 }
 

@@ -17,11 +17,16 @@
 
 // A fan, a holder, its guardian, the channel between them, the next program that looks for fans
 // that were left behind, and the tools of all three, as a model that follows the tables of the
-// lease. A walk visits every order of their steps and of faults.
+// lease; and a second holder, of which only the way to the fan is modelled. A walk visits every
+// order of their steps and of faults.
 namespace kelvora::testing {
 
 /// Whose end the next program waits for before it removes a lease from the disk.
 enum class Keep : std::uint8_t { kForNobody, kForTools, kForHolderAndTools };
+
+/// What a second holder does about the fan's state that it read before it had the holder's lock,
+/// and that it will hand back: the minimum, which may be the one that the first holder has raised.
+enum class ReadAgain : std::uint8_t { kNever, kWithTheLock, kWithoutAGuardian };
 
 /// How a lease is kept. What the tables do not say are facts of the programs around them.
 struct LeaseDesign {
@@ -32,6 +37,8 @@ struct LeaseDesign {
   bool holderWaitsForLateTools = true;  // before it calls a fan handed back
   bool nextProgramComes = true;         // whenever a lease has no guardian
   Keep leaseIsKept = Keep::kForHolderAndTools;
+  bool secondHolderComes = false;
+  ReadAgain secondReadsAgain = ReadAgain::kWithoutAGuardian;
 
   /// Replaces the row of a state and an event, or adds it.
   LeaseDesign& with(HolderRow row) { return replace(holder, row); }
@@ -58,6 +65,10 @@ struct Tool {
   auto operator<=>(const Tool&) const = default;
 };
 
+/// How far a second holder is: it has read the fan, has the holder's lock, knows what to hand back,
+/// has taken the fan. In the end it hands back.
+enum class Second : std::uint8_t { kNotThere, kHasRead, kHasLock, kIsReady, kHasFan, kHasEnded };
+
 enum class Reply : std::uint8_t { kReady, kRefused, kExpired };
 
 struct World {
@@ -75,6 +86,8 @@ struct World {
   std::vector<Tool> tools;
   std::uint8_t takes = 2;  // that the host may still ask for, the second on a lease that it holds
   std::uint8_t faults = 0;
+  Second second = Second::kNotThere;
+  bool secondHandsBackManual = false;  // it took the raised minimum for the fan's own
 
   auto operator<=>(const World&) const = default;
 
@@ -89,8 +102,17 @@ struct World {
         tools, [&](const Tool& tool) { return tool.isAwaited && tool.owner == owner; });
   }
   bool isLive() const {
-    return holder == HolderState::kHeld && holderRuns && !holderIsStopped && guardianRuns &&
-           !guardianIsStopped && guardian == GuardianState::kWatching;
+    return second == Second::kHasFan ||
+           (holder == HolderState::kHeld && holderRuns && !holderIsStopped && guardianRuns &&
+            !guardianIsStopped && guardian == GuardianState::kWatching);
+  }
+  bool firstHasHolderLock() const {
+    return (holderRuns && !holderHasClosed) || std::ranges::any_of(tools, [](const Tool& tool) {
+             return tool.owner == Owner::kHolder && !tool.hasEnded;
+           });
+  }
+  bool secondHasHolderLock() const {
+    return second == Second::kHasLock || second == Second::kIsReady || second == Second::kHasFan;
   }
   std::string text() const {
     constexpr std::array kOwners = {" of the holder", " of the guardian", " of the next program"};
@@ -103,6 +125,12 @@ struct World {
       result += std::string("; ") + (tool.isAwaited ? "" : "late ") +
                 (tool.takes ? "take" : "hand-back") +
                 kOwners.at(static_cast<std::size_t>(tool.owner));
+    }
+    if (second != Second::kNotThere) {
+      constexpr std::array kSeconds = {"",         "has read", "has the lock",
+                                       "is ready", "has it",   "has ended"};
+      result += std::string("; second ") + kSeconds.at(static_cast<std::size_t>(second)) +
+                (secondHandsBackManual ? ", hands back manual" : "");
     }
     return result;
   }
@@ -199,6 +227,9 @@ class LeaseWalk {
     stepHolder(world);
     stepGuardian(world);
     stepNextProgram(world);
+    if (design_.secondHolderComes) {
+      stepSecondHolder(world);
+    }
     stepTools(world);
     if (world.faults > 0) {
       World next = world;
@@ -370,7 +401,70 @@ class LeaseWalk {
     });
     const bool hasHolder = world.holderRuns && !world.holderHasClosed;
     return (design_.leaseIsKept != Keep::kForNobody && hasTool) ||
-           (design_.leaseIsKept == Keep::kForHolderAndTools && hasHolder);
+           (design_.leaseIsKept == Keep::kForHolderAndTools &&
+            (hasHolder || world.secondHasHolderLock()));
+  }
+
+  // --- the second holder
+
+  // Taking the fan and handing it back are one step each, because the tables are the first
+  // holder's too. It lets go of the lock when it is refused, and then may come again.
+  void stepSecondHolder(const World& world) {
+    World next = world;
+    switch (world.second) {
+      case Second::kNotThere:
+        next.second = Second::kHasRead;
+        next.secondHandsBackManual = world.isManual;
+        mayBecome(next);
+        break;
+      case Second::kHasRead:
+        if (!world.firstHasHolderLock()) {
+          next.second = Second::kHasLock;
+          becomes(next);
+        }
+        break;
+      case Second::kHasLock:
+        becomes(afterReadingAgain(next));
+        break;
+      case Second::kIsReady:
+        if (hasGuardianLock(world) || world.isOnDisk) {
+          becomes(refused(next));
+        } else {
+          next.second = Second::kHasFan;
+          next.isManual = true;
+          becomes(next);
+        }
+        break;
+      case Second::kHasFan:
+        next.second = Second::kHasEnded;
+        next.isManual = world.secondHandsBackManual;
+        becomes(next);
+        break;
+      case Second::kHasEnded:
+        break;
+    }
+  }
+
+  // The next program has the guardian's lock while it hands back.
+  static bool hasGuardianLock(const World& world) {
+    return world.guardianRuns || world.isAwaiting(Owner::kNextProgram);
+  }
+
+  World afterReadingAgain(World world) const {
+    if (design_.secondReadsAgain == ReadAgain::kWithoutAGuardian && hasGuardianLock(world)) {
+      return refused(world);
+    }
+    if (design_.secondReadsAgain != ReadAgain::kNever) {
+      world.secondHandsBackManual = world.isManual;
+    }
+    world.second = Second::kIsReady;
+    return world;
+  }
+
+  static World refused(World world) {
+    world.second = Second::kNotThere;
+    world.secondHandsBackManual = false;
+    return world;
   }
 
   // --- the tools
