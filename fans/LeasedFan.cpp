@@ -37,7 +37,7 @@ std::optional<double> minimumIn(const FanWrite& handBack) {
 
 KVLeasedFan described(std::uint64_t fan, const LeaseReading& reading, bool isLive) {
   if (!reading.record) {
-    return {fan, "", 0, {}, std::nullopt, isLive, reading.fault};
+    return {fan, "", 0, {}, std::nullopt, isLive, false, reading.fault};
   }
   const LeaseRecord& record = *reading.record;
   return {fan,
@@ -46,11 +46,16 @@ KVLeasedFan described(std::uint64_t fan, const LeaseReading& reading, bool isLiv
           record.since,
           minimumIn(record.fan.handBack),
           isLive,
+          false,
           record.fault};
 }
 
+bool isRunning(const KVProcessLock& holder) {
+  return holder.state() == KVProcessLock::State::kHeldElsewhere;
+}
+
 std::string faultOf(const KVProcessLock& holder) {
-  return holder.state() == KVProcessLock::State::kHeldElsewhere ? kMayBeSetAgain : holder.fault();
+  return isRunning(holder) ? kMayBeSetAgain : holder.fault();
 }
 
 // A program that looks has a lock for a moment, so it is waited for; but not while the process
@@ -69,9 +74,10 @@ KVProcessLock holderLock(Platform& platform, std::uint64_t fan, const LeaseReadi
                        waitFor(reading.record ? reading.record->processIdentifier : 0));
 }
 
-// A guardian hands back while its lock is waited for, unless it is stopped or its tool hangs.
-std::string faultOfGuardian(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
-  const KVProcessLock holder = holderLock(platform, fan, reading);
+// A guardian whose holder has ended hands back while its lock is waited for, unless it is stopped
+// or its tool hangs.
+std::string faultOfGuardian(Platform& platform, std::uint64_t fan, const LeaseReading& reading,
+                            const KVProcessLock& holder) {
   if (holder.state() != KVProcessLock::State::kHeld) {
     return "";
   }
@@ -103,12 +109,12 @@ KVLeasedFan ofAnotherMachine(KVLeasedFan fan, const LeaseRecord& record) {
 
 // Under the fan's lock. A hand-back counts only if it began after the last process that may set the
 // fan had ended.
-std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& reading) {
+std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& reading,
+                     const KVProcessLock& holder) {
   const auto write = handBackOf(platform, fan, reading);
   if (!write) {
     return reading.fault;
   }
-  const KVProcessLock holder = holderLock(platform, fan, reading);
   std::string fault = ToolWrites(platform, KVFanLeases::kLongestHandBack).handBack(*write);
   if (fault.empty()) {
     fault = faultOf(holder);
@@ -148,9 +154,10 @@ std::optional<KVLeasedFan> leasedFan(Platform& platform, std::uint64_t fan) {
   if (machineOfLease(platform, reading) != LeaseMachine::kThis) {
     return ofAnotherMachine(std::move(leased), *reading.record);
   }
+  const KVProcessLock holder = holderLock(platform, fan, reading);
+  leased.isHolderRunning = isRunning(holder);
   if (leased.fault.empty()) {
-    leased.fault = isLive ? faultOfGuardian(platform, fan, reading)
-                          : faultOf(holderLock(platform, fan, reading));
+    leased.fault = isLive ? faultOfGuardian(platform, fan, reading, holder) : faultOf(holder);
   }
   return leased;
 }
@@ -174,7 +181,9 @@ std::optional<KVLeasedFan> handBackLeftBehind(Platform& platform, std::uint64_t 
   if (machine == LeaseMachine::kAnother) {
     return ofAnotherMachine(std::move(result), *reading.record);
   }
-  result.fault = lock.fault().empty() ? handBack(platform, fan, reading)
+  const KVProcessLock holder = holderLock(platform, fan, reading);
+  result.isHolderRunning = isRunning(holder);
+  result.fault = lock.fault().empty() ? handBack(platform, fan, reading, holder)
                                       : leaseName(fan) + ".lock: " + lock.fault();
   return result;
 }

@@ -21,6 +21,9 @@ struct KELVORA_EXPORT KVLeasedFan {
   /// mode; else none.
   std::optional<double> minimum;
   bool isLive = false;  ///< a guardian watches the holder, or is handing the fan back
+  /// The holder, or a privileged tool that it has started, still runs and may set the fan; also
+  /// without a guardian.
+  bool isHolderRunning = false;
   /// E.g. why the fan cannot be handed back; empty on success or if not attempted.
   std::string fault;
 };

@@ -304,15 +304,21 @@ TEST_F(FanLeaseKills, TheNextProgramKeepsTheLeaseUntilTheToolHasEnded) {
     const auto left = KVFanLeases::handBackLeftBehind(*platform);
     ASSERT_EQ(left.size(), 1U);
     EXPECT_EQ(left[0].fault, kStillRuns);
+    EXPECT_TRUE(left[0].isHolderRunning);
     EXPECT_EQ(writes().back(), "F0Md 00");
     const auto seen = KVFanLeases::leasedFans(*platform);
     ASSERT_EQ(seen.size(), 1U);
     EXPECT_FALSE(seen[0].isLive);
     EXPECT_EQ(seen[0].fault, kStillRuns);
+    EXPECT_TRUE(seen[0].isHolderRunning);
   }
   endOrders();
   ASSERT_TRUE(soon([this] { return valueOf("F0Md") == "01"; }));
-  ASSERT_TRUE(soon([this] { return KVFanLeases::handBackLeftBehind(*platform)[0].fault.empty(); }));
+  ASSERT_TRUE(soon([this] {
+    const auto left = KVFanLeases::handBackLeftBehind(*platform);
+    EXPECT_EQ(left.at(0).isHolderRunning, !left[0].fault.empty());
+    return left[0].fault.empty();
+  }));
   EXPECT_EQ(valueOf("F0Md"), "00");
   EXPECT_FALSE(isOnDisk());
 }

@@ -26,6 +26,26 @@ TEST_F(KelvoraFans, OfAChosenMacThatAreHeldKeepTheChoice) {
   choose(kWithMinimum);
 }
 
+// Its writes would go to the Mac that is chosen next.
+TEST_F(KelvoraFans, WhoseHolderIsStoppedWithoutAGuardianKeepTheChoice) {
+  ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
+  const pid_t holder = holderOf(0);
+  ::kill(holder, SIGSTOP);
+  for (const pid_t guardian : guardians()) {
+    ::kill(guardian, SIGKILL);
+  }
+  ASSERT_TRUE(soon([this] { return guardians().empty(); }));
+  for (const std::vector<std::string>& command :
+       {std::vector<std::string>{"machine", "use", kWithMinimum}, {"machine", "none"}}) {
+    expectRefused(command, 3,
+                  "fan 0: held by kelvora (process " + std::to_string(holder) +
+                      "): its holder, or a privileged tool that sets it, still runs and may set it "
+                      "again");
+  }
+  killEverything();
+  choose(kWithMinimum);
+}
+
 TEST_F(KelvoraFans, OfAChoiceThatIsDamagedDoNotKeepIt) {
   ASSERT_EQ(run({"fans", "set", "0", "3000"}).status, 0);
   home_.write("data/Kelvora/Machine.json", "{");

@@ -90,10 +90,11 @@ void requireNoHolder() {
     return;
   }
   for (const KVLeasedFan& lease : KVFanLeases::leasedFans(*live)) {
-    if (lease.isLive) {
-      throw CommandError(kExitElsewhere, "fan " + std::to_string(lease.fan) + ": held by " +
-                                             holderOf(lease) +
-                                             "; 'kelvora fans auto all' hands it back");
+    if (lease.isLive || lease.isHolderRunning) {
+      throw CommandError(
+          kExitElsewhere,
+          "fan " + std::to_string(lease.fan) + ": held by " + holderOf(lease) +
+              (lease.isLive ? "; 'kelvora fans auto all' hands it back" : ": " + lease.fault));
     }
   }
 }
