@@ -151,11 +151,11 @@ std::optional<KVLeasedFan> leasedFan(Platform& platform, std::uint64_t fan) {
   }
   const bool isLive = lock.state() == KVProcessLock::State::kHeldElsewhere;
   KVLeasedFan leased = described(fan, reading, isLive);
+  const KVProcessLock holder = holderLock(platform, fan, reading);
+  leased.isHolderRunning = isRunning(holder);
   if (machineOfLease(platform, reading) != LeaseMachine::kThis) {
     return ofAnotherMachine(std::move(leased), *reading.record);
   }
-  const KVProcessLock holder = holderLock(platform, fan, reading);
-  leased.isHolderRunning = isRunning(holder);
   if (leased.fault.empty()) {
     leased.fault = isLive ? faultOfGuardian(platform, fan, reading, holder) : faultOf(holder);
   }

@@ -39,8 +39,7 @@ TEST_F(KelvoraFans, WhoseHolderIsStoppedWithoutAGuardianKeepTheChoice) {
        {std::vector<std::string>{"machine", "use", kWithMinimum}, {"machine", "none"}}) {
     expectRefused(command, 3,
                   "fan 0: held by kelvora (process " + std::to_string(holder) +
-                      "): its holder, or a privileged tool that sets it, still runs and may set it "
-                      "again");
+                      "), which still runs without a guardian");
   }
   killEverything();
   choose(kWithMinimum);

@@ -91,10 +91,10 @@ void requireNoHolder() {
   }
   for (const KVLeasedFan& lease : KVFanLeases::leasedFans(*live)) {
     if (lease.isLive || lease.isHolderRunning) {
-      throw CommandError(
-          kExitElsewhere,
-          "fan " + std::to_string(lease.fan) + ": held by " + holderOf(lease) +
-              (lease.isLive ? "; 'kelvora fans auto all' hands it back" : ": " + lease.fault));
+      throw CommandError(kExitElsewhere,
+                         "fan " + std::to_string(lease.fan) + ": held by " + holderOf(lease) +
+                             (lease.isLive ? "; 'kelvora fans auto all' hands it back"
+                                           : ", which still runs without a guardian"));
     }
   }
 }
