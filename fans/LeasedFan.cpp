@@ -36,18 +36,18 @@ std::optional<double> minimumIn(const FanWrite& handBack) {
 }
 
 KVLeasedFan described(std::uint64_t fan, const LeaseReading& reading, bool isLive) {
-  if (!reading.record) {
-    return {fan, "", 0, {}, std::nullopt, isLive, false, reading.fault};
+  KVLeasedFan leased;
+  leased.fan = fan;
+  leased.isLive = isLive;
+  leased.fault = reading.fault;
+  if (reading.record) {
+    leased.program = reading.record->program;
+    leased.processIdentifier = reading.record->processIdentifier;
+    leased.since = reading.record->since;
+    leased.minimum = minimumIn(reading.record->fan.handBack);
+    leased.fault = reading.record->fault;
   }
-  const LeaseRecord& record = *reading.record;
-  return {fan,
-          record.program,
-          record.processIdentifier,
-          record.since,
-          minimumIn(record.fan.handBack),
-          isLive,
-          false,
-          record.fault};
+  return leased;
 }
 
 bool isRunning(const KVProcessLock& holder) {
@@ -178,11 +178,11 @@ std::optional<KVLeasedFan> handBackLeftBehind(Platform& platform, std::uint64_t 
     result.fault = removeLease(platform, fan);
     return result.fault.empty() ? std::nullopt : std::optional(result);
   }
+  const KVProcessLock holder = holderLock(platform, fan, reading);
+  result.isHolderRunning = isRunning(holder);
   if (machine == LeaseMachine::kAnother) {
     return ofAnotherMachine(std::move(result), *reading.record);
   }
-  const KVProcessLock holder = holderLock(platform, fan, reading);
-  result.isHolderRunning = isRunning(holder);
   result.fault = lock.fault().empty() ? handBack(platform, fan, reading, holder)
                                       : leaseName(fan) + ".lock: " + lock.fault();
   return result;

@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "KelvoraCore/KVProcessLock.h"
+
 #include "fans/LeaseMachine.h"
 #include "fans/LeaseRecord.h"
 #include "tests/fans/LeaseFixture.h"
@@ -138,6 +140,16 @@ TEST_F(KVFanLeasesHandBack, DoesNotUseTheLeaseOfAnotherMachine) {
   use(kWithModes);
   EXPECT_TRUE(handBack({0}).at(0).isWritten);
   EXPECT_THAT(writes(), ElementsAre("F0Md 00"));
+}
+
+TEST_F(KVFanLeasesHandBack, OfALeaseOfAnotherMachineSaysWhetherItsHolderRuns) {
+  leaveBehind("MacBookPro11,1", {"F0Mn", "12c1"});
+  EXPECT_FALSE(KVFanLeases::leasedFans(*platform).at(0).isHolderRunning);
+  EXPECT_FALSE(KVFanLeases::handBackLeftBehind(*platform).at(0).isHolderRunning);
+  const KVProcessLock holder("Fan0.holder", *platform);
+  EXPECT_TRUE(KVFanLeases::leasedFans(*platform).at(0).isHolderRunning);
+  EXPECT_TRUE(KVFanLeases::handBackLeftBehind(*platform).at(0).isHolderRunning);
+  EXPECT_TRUE(isOnDisk(0));
 }
 
 // iMac19,1 is of 2019, but its SMC has no modes.
