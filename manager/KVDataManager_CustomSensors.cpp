@@ -8,9 +8,6 @@ namespace {
 
 using Info = PropertyListValue::Dictionary;
 
-constexpr std::int64_t kGeneralError = 0;
-constexpr std::int64_t kCannotRemoveError = 4;
-
 // Degrees Celsius.
 constexpr double kLowestCustomTemperature = 0;
 constexpr double kHighestCustomTemperature = 110;
@@ -71,14 +68,14 @@ void KVDataManager::addCustomSensor(const Info& info, const Completion& completi
   const KVSensorPtr sensor =
       category != nullptr && saveStore() ? store_->createSensorWithCustomInfo(info) : nullptr;
   if (sensor == nullptr) {
-    complete(completion, error(kGeneralError));
+    complete(completion, error(KVErrorGeneral));
     return;
   }
   const double value = numberIn(info, "value").doubleValue();
   fillCustomSensor(sensor, category, value);
   if (!saveStore()) {
     store_->viewContext()->rollback();
-    complete(completion, error(kGeneralError));
+    complete(completion, error(KVErrorGeneral));
     return;
   }
   returnToCategory(sensor, category->type());
@@ -133,20 +130,20 @@ void KVDataManager::joinTwins(const KVSensorPtr& sensor, double value) {
 
 void KVDataManager::removeCustomSensor(const KVSensorPtr& sensor, const Completion& completion) {
   if (sensor == nullptr || !sensor->isCustom()) {
-    complete(completion, error(kCannotRemoveError));
+    complete(completion, error(KVErrorCannotRemoveDefaultSensor));
     return;
   }
   const ManagedObjectContextPtr context = store_->viewContext();
   const ManagedObjectPtr stored = context == nullptr ? nullptr : context->objectFor(sensor);
   if (stored == nullptr || !saveStore()) {
-    complete(completion, error(kGeneralError));
+    complete(completion, error(KVErrorGeneral));
     return;
   }
   const std::string key = sensor->key();
   context->deleteObject(stored);
   if (!saveStore()) {
     context->rollback();
-    complete(completion, error(kGeneralError));
+    complete(completion, error(KVErrorGeneral));
     return;
   }
   removeFromMenu(key);

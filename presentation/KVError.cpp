@@ -14,9 +14,11 @@ struct Message {
 };
 
 constexpr Message kMessages[] = {
-    {1, "add-fan-condition-alert-message"},  {2, "invalid-sensor-key-alert-message"},
-    {3, "duplicated-sensor-alert-message"},  {4, "cannot-remove-default-sensor-alert-message"},
-    {5, "invalid-input-data-alert-message"},
+    {KVErrorCannotAddFanCondition, "add-fan-condition-alert-message"},
+    {KVErrorInvalidSensorKey, "invalid-sensor-key-alert-message"},
+    {KVErrorDuplicatedSensor, "duplicated-sensor-alert-message"},
+    {KVErrorCannotRemoveDefaultSensor, "cannot-remove-default-sensor-alert-message"},
+    {KVErrorInvalidInput, "invalid-input-data-alert-message"},
 };
 constexpr const char* kGeneralMessage = "general-error-alert-message";
 

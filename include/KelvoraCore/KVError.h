@@ -17,6 +17,16 @@ inline constexpr char KVErrorDomain[] = "com.kelvora.KelvoraCore.ErrorDomain";
 /// The one entry of an error's user information.
 inline constexpr char KVLocalizedDescriptionKey[] = "NSLocalizedDescription";
 
+/// Codes of the library's errors; each has a message of its own.
+enum KVErrorCode : std::int64_t {
+  KVErrorGeneral = 0,                ///< every other failure, e.g. "An error occurred."
+  KVErrorCannotAddFanCondition = 1,  ///< e.g. its fan set was removed
+  KVErrorInvalidSensorKey = 2,
+  KVErrorDuplicatedSensor = 3,
+  KVErrorCannotRemoveDefaultSensor = 4,  ///< only sensors that a user has added can be removed
+  KVErrorInvalidInput = 5,
+};
+
 /// An error with a message for the user. A plain value.
 struct KELVORA_EXPORT KVError {
   std::string domain;
@@ -31,10 +41,8 @@ struct KELVORA_EXPORT KVError {
                                KVSettings& settings = KVSettings::shared(),
                                Platform& platform = Platform::current());
 
-  /// An error with the code's message in the current language: 1 a fan condition cannot be added, 2
-  /// an invalid sensor key, 3 a duplicated sensor, 4 a built-in sensor cannot be removed, 5 invalid
-  /// input; any other code has the general message. If the host has no table for the language, the
-  /// message is its key.
+  /// An error with the message of a `KVErrorCode` in the current language; any other code has the
+  /// general message. If the host has no table for the language, the message is its key.
   static KVError errorWithCode(std::int64_t code, KVSettings& settings = KVSettings::shared(),
                                Platform& platform = Platform::current());
 };

@@ -10,9 +10,10 @@
 
 #include "KelvoraCore/KVDataManager.h"
 
-#include "tools/kelvora/Changes.h"
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/FanSetChoice.h"
+#include "tools/kelvora/OrNull.h"
+#include "tools/kelvora/Refusals.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/StoreForReading.h"
@@ -46,7 +47,7 @@ Json jsonCondition(const KVFanCondition& condition) {
           {"fanSet", set == nullptr ? Json(nullptr) : Json(set->name())},
           {"sensorKey", condition.sensorKey()},
           {"threshold", jsonNumber(condition.threshold())},
-          {"unit", unit ? Json(*unit) : Json(nullptr)},
+          {"unit", orNull(unit)},
           {"batteryState", condition.batteryState()},
           {"externalDisplayConnected", condition.externalDisplayConnected()},
           {"active", condition.active()},
@@ -80,7 +81,7 @@ KVFanConditionPtr requiredCondition(KVCoreDataStore& store, const std::string& i
     return std::to_string(condition->objectID()) == id;
   });
   if (found == conditions.end()) {
-    refuse(id, kInvalidInput, "'kelvora conditions' lists the fan conditions with their ids");
+    refuse(id, KVErrorInvalidInput, "'kelvora conditions' lists the fan conditions with their ids");
   }
   return *found;
 }
@@ -119,7 +120,7 @@ int runAddCondition(const Options& options, StandardOutput& output) {
   const double threshold =
       options.number("--threshold").value_or(std::numeric_limits<double>::quiet_NaN());
   if (!std::isfinite(threshold)) {
-    refuse("--threshold", kInvalidInput, "it takes a number, e.g. 85");
+    refuse("--threshold", KVErrorInvalidInput, "it takes a number, e.g. 85");
   }
   KVCoreDataStore& store = KVDataManager::shared().coreDataStore();
   const KVFanSetPtr set = requiredFanSet(store, options.text("FANSET"));
@@ -128,7 +129,7 @@ int runAddCondition(const Options& options, StandardOutput& output) {
       store.createFanConditionWithFanSet(set, sensor, threshold, batteryStateIn(options),
                                          options.has("--external-display"), store.viewContext());
   if (condition == nullptr) {
-    refuse(options.text("FANSET"), kCannotAddCondition, "it was removed");
+    refuse(options.text("FANSET"), KVErrorCannotAddFanCondition, "it was removed");
   }
   save(store);
   // A set that another program removes meanwhile takes its conditions with it.

@@ -27,11 +27,6 @@ namespace kelvora::tool {
 
 namespace {
 
-// Codes of the library's errors.
-constexpr std::int64_t kInvalidKey = 2;
-constexpr std::int64_t kDuplicate = 3;
-constexpr std::int64_t kInvalidValue = 5;
-
 constexpr std::size_t kKeyLength = 4;
 
 // Fans are always found, so there is none to add.
@@ -58,7 +53,7 @@ std::string customText(const KVSensor& sensor, KVSettings& settings) {
   throw CommandError(kExitUsage, printable(word) + ": " + error.localizedDescription());
 }
 
-[[noreturn]] void refuseSensor(const std::string& word, std::int64_t code) {
+[[noreturn]] void refuseSensor(const std::string& word, KVErrorCode code) {
   KVSettingsSnapshot settings;  // a refusal stores no language
   refuseSensor(word, KVError::errorWithCode(code, settings));
 }
@@ -137,15 +132,15 @@ int runAddCustom(const Options& options, StandardOutput& output) {
   const std::string name = options.text("NAME");
   const auto value = options.number("--value");
   if (!isSMCKey(key)) {
-    refuseSensor(key, kInvalidKey);
+    refuseSensor(key, KVErrorInvalidSensorKey);
   }
   if (KVExtension::isBlank(name) || !isValidUTF8(name) || (value && !std::isfinite(*value))) {
-    refuseSensor(key, kInvalidValue);
+    refuseSensor(key, KVErrorInvalidInput);
   }
   KVDataManager manager;
   KVCoreDataStore& store = readableStore(manager);
   if (store.getSensorByKey(key) != nullptr) {
-    refuseSensor(key, kDuplicate);
+    refuseSensor(key, KVErrorDuplicatedSensor);
   }
   const SensorTypeRow& type =
       *std::ranges::find(kSensorTypes, options.text("--type"),
@@ -176,12 +171,12 @@ KVSensorPtr sensorToRemove(KVCoreDataStore& store, const std::string& key) {
 int runRemoveCustom(const Options& options, StandardOutput& output) {
   const std::string key = options.text("KEY");
   if (!StoreForReading::exists()) {
-    refuseSensor(key, kInvalidKey);
+    refuseSensor(key, KVErrorInvalidSensorKey);
   }
   KVDataManager manager;
   const KVSensorPtr sensor = sensorToRemove(readableStore(manager), key);
   if (sensor == nullptr) {
-    refuseSensor(key, kInvalidKey);
+    refuseSensor(key, KVErrorInvalidSensorKey);
   }
   const Json removed = jsonCustom(*sensor);
   const std::string name = sensor->name();

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <iterator>
 #include <set>
 
@@ -11,6 +10,7 @@
 #include "KelvoraCore/KVMainQueue.h"
 
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/Report.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -65,7 +65,7 @@ void waitForGuardian(const std::vector<KVFanSpeed>& fans) {
 }
 
 int failed(const std::string& outcome) {
-  std::fprintf(stderr, "kelvora: the holder %s\n", printable(outcome).c_str());
+  say("the holder " + outcome);
   return kExitNothingRead;
 }
 
@@ -116,8 +116,7 @@ void reportHandedBack(const std::vector<FanState>& before, const std::vector<Fan
   for (std::size_t i = 0; i < std::min(before.size(), after.size()); ++i) {
     const bool wasHeld = before[i].lease && isOwnHolder(*before[i].lease);
     if (wasHeld && !after[i].lease && !isAmong(expected, before[i].index)) {
-      std::fprintf(stderr, "kelvora: fan %d: handed back, as its holder has ended\n",
-                   static_cast<int>(before[i].index));
+      say("fan " + std::to_string(before[i].index) + ": handed back, as its holder has ended");
     }
   }
 }

@@ -11,11 +11,11 @@
 #include "KelvoraCore/KVSettingsSnapshot.h"
 #include "KelvoraCore/KVUtils.h"
 
-#include "tools/kelvora/Changes.h"
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/FanChangeLock.h"
 #include "tools/kelvora/FanSetChoice.h"
 #include "tools/kelvora/FanSpeeds.h"
+#include "tools/kelvora/Refusals.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SettingText.h"
 #include "tools/kelvora/StoreForReading.h"
@@ -93,12 +93,12 @@ int runAddFanSet(const Options& options, StandardOutput& output) {
   const PropertyListValue::Dictionary speeds = parsedSpeeds(options.texts("SPEED"));
   KVCoreDataStore& store = KVDataManager::shared().coreDataStore();
   if (KVExtension::isBlank(name)) {
-    refuse("NAME", kInvalidInput, "a fan set needs a name");
+    refuse("NAME", KVErrorInvalidInput, "a fan set needs a name");
   }
   const FanChangeLock lock(Platform::current(), kLongestWait, FanLockKind::kSets);
   const auto sets = readable(store.allFanSets());
   if (std::ranges::any_of(sets, [&](const KVFanSetPtr& set) { return set->name() == name; })) {
-    refuse(name, kInvalidInput, "there is a fan set of this name already");
+    refuse(name, KVErrorInvalidInput, "there is a fan set of this name already");
   }
   const KVFanSetPtr set = store.createFanSetWithName(name, speeds);
   if (set != nullptr) {
@@ -126,7 +126,7 @@ int runUseFanSet(const Options& options, StandardOutput& output) {
   const KVFanSetPtr set = requiredFanSet(manager.coreDataStore(), options.text("NAME"));
   const KVFanSetPtr meant = manager.coreDataStore().getFanSetById(set->identifier());
   if (meant == nullptr || meant->objectID() != set->objectID()) {
-    refuse(options.text("NAME"), kInvalidInput, "another fan set has the same identifier");
+    refuse(options.text("NAME"), KVErrorInvalidInput, "another fan set has the same identifier");
   }
   requireStored(manager.setManualFanSetId(set->identifier()), kChoice);
   writeSet(options, output, *set);

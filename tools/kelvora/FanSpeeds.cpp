@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/kelvora/Changes.h"
+#include "tools/kelvora/Refusals.h"
 #include "tools/kelvora/SettingText.h"
 #include "tools/kelvora/Text.h"
 
@@ -42,15 +42,15 @@ PropertyListValue::Dictionary parsedSpeeds(const std::vector<std::string>& words
       key.insert(0, 1, 'F');
     }
     if (!fanOfSetKey(key) || !revolutions || !(*revolutions > 0) || *revolutions > kMostSetSpeed) {
-      refuse(word, kInvalidInput,
+      refuse(word, KVErrorInvalidInput,
              "a speed is a fan's index and its revolutions per minute, e.g. 0=1200");
     }
     if (!speeds.emplace(key, *revolutions).second) {
-      refuse(key, kInvalidInput, "this fan has two speeds");
+      refuse(key, KVErrorInvalidInput, "this fan has two speeds");
     }
   }
   if (speeds.empty()) {
-    refuse("SPEED", kInvalidInput, "a fan set needs a speed, e.g. 0=1200");
+    refuse("SPEED", KVErrorInvalidInput, "a fan set needs a speed, e.g. 0=1200");
   }
   return speeds;
 }

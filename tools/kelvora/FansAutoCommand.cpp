@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <set>
@@ -12,15 +11,15 @@
 #include "tools/kelvora/FanChangeLock.h"
 #include "tools/kelvora/FanHolders.h"
 #include "tools/kelvora/FansCommands.h"
+#include "tools/kelvora/Report.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
 namespace {
 
-void say(std::uint64_t fan, const std::string& text) {
-  const std::string line = "fan " + std::to_string(fan) + ": " + text;
-  std::fprintf(stderr, "kelvora: %s\n", printable(line).c_str());
+void sayOf(std::uint64_t fan, const std::string& text) {
+  say("fan " + std::to_string(fan) + ": " + text);
 }
 
 std::vector<std::uint64_t> chosenFans(const FanControl& control,
@@ -87,17 +86,17 @@ std::string faultOf(FanControl& control, const FanState& fan, const KVFanHandBac
 int report(FanControl& control, const FanState& fan, const KVFanHandBack& handBack, bool wasHeld) {
   const std::string fault = faultOf(control, fan, handBack);
   if (!fault.empty()) {
-    say(fan.index, "not handed back: " + fault);
+    sayOf(fan.index, "not handed back: " + fault);
     return kExitNothingRead;
   }
   if (fan.lease && fan.lease->isLive) {
-    say(fan.index,
-        "held by " + holderOf(*fan.lease) +
-            (fan.lease->fault.empty() ? ", which may set it again" : ": " + fan.lease->fault));
+    sayOf(fan.index,
+          "held by " + holderOf(*fan.lease) +
+              (fan.lease->fault.empty() ? ", which may set it again" : ": " + fan.lease->fault));
   } else if (!control.hasModes() && !wasHeld) {
-    say(fan.index, "nothing to restore, no program of this account has raised its minimum");
+    sayOf(fan.index, "nothing to restore, no program of this account has raised its minimum");
   } else if (control.hasModes() && !fan.isFixed) {
-    say(fan.index, "nothing to hand back, the SMC has no mode for it");
+    sayOf(fan.index, "nothing to hand back, the SMC has no mode for it");
   }
   return kExitSuccess;
 }
@@ -107,7 +106,7 @@ std::unique_ptr<FanChangeLock> lockIfPossible(Platform& platform) {
   try {
     return std::make_unique<FanChangeLock>(platform);
   } catch (const CommandError& error) {
-    std::fprintf(stderr, "kelvora: %s; handing back all the same\n", error.what());
+    say(std::string(error.what()) + "; handing back all the same");
     return nullptr;
   }
 }

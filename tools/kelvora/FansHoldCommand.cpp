@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "tools/kelvora/FanHolders.h"
 #include "tools/kelvora/FansCommands.h"
 #include "tools/kelvora/FansReport.h"
+#include "tools/kelvora/Report.h"
 #include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
@@ -52,7 +52,7 @@ void release(KVFanLease& lease) {
   while (!lease.release()) {
     if (lease.fault() != said) {
       said = lease.fault();
-      std::fprintf(stderr, "kelvora: %s; trying again\n", printable(said).c_str());
+      say(said + "; trying again");
     }
   }
 }
@@ -98,7 +98,7 @@ int holdUntilEnd(const Options& options, StandardOutput& output,
   } else {
     writeChanges(options, output, control.machine(), FanEvent::kHeld, changesTo(control, speeds),
                  /*isOneOfMany=*/true);
-    std::fputs("kelvora: holding; an interrupt (Ctrl-C) hands the fans back\n", stderr);
+    say("holding; an interrupt (Ctrl-C) hands the fans back");
   }
   keep(lease, stop, end);
   release(lease);

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <optional>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
 
-#include "tools/kelvora/Changes.h"
+#include "tools/kelvora/OrNull.h"
+#include "tools/kelvora/Refusals.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/Text.h"
 
@@ -17,10 +17,6 @@ namespace kelvora::tool {
 namespace {
 
 using Row = std::vector<std::string>;
-
-Json jsonOf(const std::optional<double>& number) {
-  return number ? jsonNumber(*number) : Json(nullptr);
-}
 
 Json jsonMode(const std::optional<bool>& isFixed) {
   return isFixed ? Json(*isFixed ? "fixed" : "automatic") : Json(nullptr);
@@ -48,12 +44,12 @@ Json jsonLease(const std::optional<KVLeasedFan>& lease) {
 Json jsonFan(const FanState& fan) {
   return {{"index", fan.index},
           {"name", fan.name},
-          {"speed", jsonOf(fan.speed)},
-          {"minimum", jsonOf(fan.minimum)},
-          {"maximum", jsonOf(fan.maximum)},
-          {"target", jsonOf(fan.target)},
+          {"speed", orNull(fan.speed)},
+          {"minimum", orNull(fan.minimum)},
+          {"maximum", orNull(fan.maximum)},
+          {"target", orNull(fan.target)},
           {"mode", jsonMode(fan.isFixed)},
-          {"raisedTo", jsonOf(fan.raisedTo)},
+          {"raisedTo", orNull(fan.raisedTo)},
           {"lease", jsonLease(fan.lease)}};
 }
 
@@ -65,8 +61,8 @@ Json jsonLeftBehind(const KVLeasedFan& lease) {
 
 Json jsonWritten(const FanWritten& written) {
   return {{"mode", jsonMode(written.isFixed)},
-          {"target", jsonOf(written.target)},
-          {"minimum", jsonOf(written.minimum)}};
+          {"target", orNull(written.target)},
+          {"minimum", orNull(written.minimum)}};
 }
 
 template <typename Items, typename ToJson>
@@ -178,7 +174,7 @@ bool reportLeftBehind(const std::vector<KVLeasedFan>& leftBehind) {
     const std::string line =
         "fan " + std::to_string(fan.fan) + ": left behind by " + holderOf(fan) +
         (fan.fault.empty() ? ", handed back" : ", not handed back: " + fan.fault);
-    std::fprintf(stderr, "kelvora: %s\n", printable(line).c_str());
+    say(line);
   }
   return std::ranges::all_of(leftBehind, &std::string::empty, &KVLeasedFan::fault);
 }
@@ -191,7 +187,7 @@ bool reportStuck(const std::vector<KVLeasedFan>& held) {
       const std::string line = "fan " + std::to_string(fan.fan) + ": the guardian of " +
                                holderOf(fan) + " cannot hand it back: " + fan.fault +
                                " ('kelvora fans auto " + std::to_string(fan.fan) + "' tries)";
-      std::fprintf(stderr, "kelvora: %s\n", printable(line).c_str());
+      say(line);
     }
   }
   return isWell;
@@ -203,10 +199,8 @@ void reportFixedWithoutLease(const std::vector<FanState>& fans) {
   for (const FanState& fan : fans) {
     if (isFixedWithoutLease(fan)) {
       const std::string index = std::to_string(fan.index);
-      std::fprintf(stderr,
-                   "kelvora: fan %s is at a fixed speed and no lease is known; 'kelvora fans auto "
-                   "%s' hands it back\n",
-                   index.c_str(), index.c_str());
+      say("fan " + index + " is at a fixed speed and no lease is known; 'kelvora fans auto " +
+          index + "' hands it back");
     }
   }
 }

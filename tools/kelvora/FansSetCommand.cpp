@@ -1,15 +1,14 @@
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "tools/kelvora/Changes.h"
 #include "tools/kelvora/FanChangeLock.h"
 #include "tools/kelvora/FanHolders.h"
 #include "tools/kelvora/FanSpeeds.h"
 #include "tools/kelvora/FansCommands.h"
+#include "tools/kelvora/Refusals.h"
 #include "tools/kelvora/StoreForReading.h"
 
 namespace kelvora::tool {
@@ -88,19 +87,19 @@ std::vector<KVFanSpeed> speedsOf(const KVFanSet& set) {
   for (const auto& [key, value] : set.valueDict().value_or(PropertyListValue::Dictionary())) {
     const auto speed = speedIn(key, value);
     if (!speed) {
-      refuse(set.name(), kInvalidInput, "not all of its speeds are those of fans");
+      refuse(set.name(), KVErrorInvalidInput, "not all of its speeds are those of fans");
     }
     speeds.push_back(*speed);
   }
   if (speeds.empty()) {
-    refuse(set.name(), kInvalidInput, "it has no speeds");
+    refuse(set.name(), KVErrorInvalidInput, "it has no speeds");
   }
   return speeds;
 }
 
 std::vector<KVFanSpeed> speedsOfSet(const std::string& name) {
   if (!StoreForReading::exists()) {
-    refuse(name, kInvalidInput, "'kelvora fansets' lists the fan sets");
+    refuse(name, KVErrorInvalidInput, "'kelvora fansets' lists the fan sets");
   }
   StoreForReading reading;
   return speedsOf(*requiredFanSet(reading.store(), name));

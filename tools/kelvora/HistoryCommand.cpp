@@ -18,6 +18,7 @@
 #include "tools/kelvora/HistoryPlot.h"
 #include "tools/kelvora/HistoryReport.h"
 #include "tools/kelvora/NearName.h"
+#include "tools/kelvora/OrNull.h"
 #include "tools/kelvora/OutputFile.h"
 #include "tools/kelvora/PlotSVG.h"
 #include "tools/kelvora/Report.h"
@@ -121,7 +122,7 @@ Json jsonOfSensor(const KVSensor& sensor) {
   return {{"key", sensor.key()},
           {"name", sensor.name()},
           {"fullName", sensor.fullName()},
-          {"unit", unit ? Json(*unit) : Json(nullptr)}};
+          {"unit", orNull(unit)}};
 }
 
 void writeList(const Options& options, StandardOutput& output,

@@ -10,6 +10,7 @@
 
 #include "tools/kelvora/CharacterSet.h"
 #include "tools/kelvora/HistoryPlot.h"
+#include "tools/kelvora/OrNull.h"
 #include "tools/kelvora/PlotText.h"
 #include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/Text.h"
@@ -92,7 +93,7 @@ Json jsonHistory(const SensorHistory& history) {
   }
   return {
       {"sensor", {{"key", history.key}, {"name", history.name}, {"fullName", history.fullName}}},
-      {"unit", unit ? Json(*unit) : Json(nullptr)},
+      {"unit", orNull(unit)},
       {"range", timeRangeNames().at(static_cast<std::size_t>(history.timeRange))},
       {"from", timeText(history.axis.front().time)},
       {"until", timeText(history.axis.back().time)},

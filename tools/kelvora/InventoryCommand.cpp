@@ -7,16 +7,12 @@
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/InventoryText.h"
+#include "tools/kelvora/OrNull.h"
 #include "tools/kelvora/Report.h"
 
 namespace kelvora::tool {
 
 namespace {
-
-template <typename T>
-Json orNull(const std::optional<T>& value) {
-  return value ? Json(*value) : Json(nullptr);
-}
 
 Json jsonOf(const CPUCoreInfo& core) {
   return {{"coreId", core.coreId}, {"name", core.name}, {"type", core.type}};

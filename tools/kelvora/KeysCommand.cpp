@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/OrNull.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SMCKeyList.h"
 #include "tools/kelvora/Text.h"
@@ -33,7 +34,7 @@ Json jsonKey(const SMCKeyEntry& entry) {
           {"size", entry.size},
           {"attributes", entry.attributes},
           {"bytes", hexadecimal(entry.bytes)},
-          {"value", entry.value ? jsonNumber(*entry.value) : Json(nullptr)}};
+          {"value", orNull(entry.value)}};
 }
 
 std::string textOf(const SMCKeyEntry& entry) {

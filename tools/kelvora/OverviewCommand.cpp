@@ -10,6 +10,7 @@
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/InventoryText.h"
 #include "tools/kelvora/LineGroup.h"
+#include "tools/kelvora/OrNull.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/Text.h"
 
@@ -20,9 +21,7 @@ namespace {
 Json jsonOf(const std::vector<KVOverviewItem>& items) {
   Json list = Json::array();
   for (const KVOverviewItem& item : items) {
-    list.push_back({{"title", item.title},
-                    {"value", item.value ? Json(*item.value) : Json(nullptr)},
-                    {"type", item.type}});
+    list.push_back({{"title", item.title}, {"value", orNull(item.value)}, {"type", item.type}});
   }
   return list;
 }

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "tools/kelvora/MachineChoice.h"
 #include "tools/kelvora/RecordHistoryReport.h"
 #include "tools/kelvora/Recording.h"
+#include "tools/kelvora/Report.h"
 
 namespace kelvora::tool {
 
@@ -116,7 +116,7 @@ int runRecordHistory(const Options& options, StandardOutput& output) {
   requireLock(lock);
   output.discardMessages(!platform.isLive());
   RecordHistoryReport report(output, options.json);
-  std::fputs("kelvora: recording; an interrupt (Ctrl-C) ends it\n", stderr);
+  say("recording; an interrupt (Ctrl-C) ends it");
   ReportedRecording recording(platform, report);
   recording.run(stop, every, duration);
   return recording.finish();

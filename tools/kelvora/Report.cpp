@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 
 #include <nlohmann/json.hpp>
@@ -18,6 +19,12 @@
 namespace kelvora::tool {
 
 Json jsonNumber(double value) { return std::isfinite(value) ? Json(value) : Json(nullptr); }
+
+std::string limitText(double limit, const std::optional<std::string>& unit) {
+  const bool isWhole = std::trunc(limit) == limit && std::abs(limit) < 1e15;
+  const Json number = isWhole ? Json(static_cast<std::int64_t>(limit)) : jsonNumber(limit);
+  return "from " + (number.is_null() ? "no number" : number.dump()) + unit.value_or("");
+}
 
 Json jsonMachine(Platform& platform) {
   constexpr int kFormatVersion = 1;
@@ -71,6 +78,10 @@ void writeJson(StandardOutput& output, const Json& report) {
 
 void writeJsonLine(StandardOutput& output, const Json& report) {
   writeBytes(output, report.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+}
+
+void say(const std::string& line) {
+  std::fprintf(stderr, "kelvora: %s\n", printable(line).c_str());
 }
 
 Style::Style(const StandardOutput& output) {

@@ -19,6 +19,9 @@ using Json = nlohmann::ordered_json;
 /// A number of a report: null when it is not finite, which JSON cannot hold.
 Json jsonNumber(double value);
 
+/// From which value on something happens: "from 85.5°C", or "from 85.5" without a unit.
+std::string limitText(double limit, const std::optional<std::string>& unit);
+
 /// The "machine" member of every report of a machine, with the version of the format and the
 /// current time, e.g. "2024-03-07T14:05:09+01:00". docs/schema describes the reports.
 Json jsonMachine(Platform& platform);
@@ -38,6 +41,9 @@ void writeBytes(StandardOutput& output, std::string_view bytes);
 void writeJson(StandardOutput& output, const Json& report);
 /// The same on one line, for one report of many.
 void writeJsonLine(StandardOutput& output, const Json& report);
+
+/// Writes "kelvora: LINE" on standard error; control characters become "?".
+void say(const std::string& line);
 
 /// Emphasis for a person's terminal; without colour every operation gives the text back.
 class Style {

@@ -10,9 +10,10 @@
 #include "KelvoraCore/KVSettingsSnapshot.h"
 #include "KelvoraCore/Sensor.h"
 
-#include "tools/kelvora/Changes.h"
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/Notices.h"
+#include "tools/kelvora/OrNull.h"
+#include "tools/kelvora/Refusals.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/StoreForReading.h"
@@ -23,11 +24,6 @@ namespace kelvora::tool {
 namespace {
 
 constexpr char kList[] = "the list of rules";
-
-template <typename T>
-Json jsonOf(const std::optional<T>& value) {
-  return value ? Json(*value) : Json(nullptr);
-}
 
 using Unit = std::optional<std::string>;
 
@@ -43,10 +39,10 @@ Unit unitOfRule(const KVNotification& rule, KVCoreDataStore& store, KVSettings& 
 
 Json jsonRule(const KVNotification& rule, const Unit& unit) {
   return {
-      {"sensorKey", jsonOf(rule.sensorKey)},
-      {"sensorName", jsonOf(rule.sensorName)},
-      {"threshold", rule.threshold ? jsonNumber(*rule.threshold) : Json(nullptr)},
-      {"unit", jsonOf(unit)},
+      {"sensorKey", orNull(rule.sensorKey)},
+      {"sensorName", orNull(rule.sensorName)},
+      {"threshold", orNull(rule.threshold)},
+      {"unit", orNull(unit)},
       {"active", rule.active.value_or(false)},
       {"repeat", rule.repeatMode()},
       {"repeatDelaySeconds", rule.repeatDelays()},
@@ -82,7 +78,7 @@ void writeRule(const Options& options, StandardOutput& output, const KVNotificat
 KVNotification requiredRule(KVDataManager& manager, const std::string& key) {
   auto rule = manager.getOverheatNotificationBySensorKey(key);
   if (!rule) {
-    refuse(key, kInvalidInput, "'kelvora rules' lists the rules");
+    refuse(key, KVErrorInvalidInput, "'kelvora rules' lists the rules");
   }
   return *std::move(rule);
 }
@@ -90,7 +86,7 @@ KVNotification requiredRule(KVDataManager& manager, const std::string& key) {
 void setThreshold(KVNotification& rule, const Options& options) {
   const auto threshold = options.number("--threshold");
   if (threshold && !std::isfinite(*threshold)) {
-    refuse("--threshold", kInvalidInput, "it takes a number, e.g. 85");
+    refuse("--threshold", KVErrorInvalidInput, "it takes a number, e.g. 85");
   }
   rule.threshold = threshold ? threshold : rule.threshold;
 }
@@ -133,7 +129,7 @@ int runAddRule(const Options& options, StandardOutput& output) {
   if (!manager.addOverheatNotification(rule)) {
     const auto stored = storedOverheatNotifications(manager);
     if (stored && std::ranges::find(*stored, rule) != stored->end()) {
-      refuse(*rule.sensorKey, kInvalidInput,
+      refuse(*rule.sensorKey, KVErrorInvalidInput,
              "there is a rule for this sensor already; 'kelvora rules change' changes it");
     }
     requireStored(false, kList);
@@ -148,7 +144,7 @@ int runChange(const Options& options, StandardOutput& output) {
   KVDataManager& manager = KVDataManager::shared();
   const std::string key = options.text("SENSOR");
   if (!options.has("--threshold") && !options.has("--repeat") && !options.has("--active")) {
-    refuse(key, kInvalidInput, "--threshold, --repeat or --active is needed");
+    refuse(key, KVErrorInvalidInput, "--threshold, --repeat or --active is needed");
   }
   KVNotification checked = requiredRule(manager, key);
   setThreshold(checked, options);

@@ -14,6 +14,7 @@
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/NearName.h"
+#include "tools/kelvora/OrNull.h"
 #include "tools/kelvora/ReadFailures.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SensorGroups.h"
@@ -186,7 +187,7 @@ Json jsonSensor(const Sensor& sensor, bool isRepeated) {
           {"value", jsonNumber(sensor.value)},
           {"minLimitValue", jsonNumber(sensor.minLimitValue)},
           {"maxLimitValue", jsonNumber(sensor.maxLimitValue)},
-          {"unit", unit ? Json(*unit) : Json(nullptr)},
+          {"unit", orNull(unit)},
           {"type", sensor.type},
           {"group", sensor.group},
           {"platform", sensor.platform},

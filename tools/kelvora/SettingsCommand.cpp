@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -147,10 +146,8 @@ void warnOfRules() {
   KVSettingsSnapshot settings;
   const auto rules = storedOverheatNotifications(settings);
   if (rules && !rules->empty()) {
-    std::fprintf(stderr,
-                 "kelvora: the limits of overheat rules for temperatures now count in %s "
-                 "('kelvora rules' lists them)\n",
-                 unitOfRules()->c_str());
+    say("the limits of overheat rules for temperatures now count in " + *unitOfRules() +
+        " ('kelvora rules' lists them)");
   }
 }
 

@@ -1,5 +1,4 @@
 #include <chrono>
-#include <cstdio>
 #include <set>
 #include <string>
 #include <vector>
@@ -14,6 +13,7 @@
 #include "KelvoraCore/StopSignal.h"
 
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/OrNull.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SettingText.h"
 #include "tools/kelvora/Text.h"
@@ -38,7 +38,7 @@ Json jsonNotice(const Notification& notice) {
   const auto now = std::chrono::system_clock::now();
   return {{"time", KVExtension::dateFormatter().stringFromDate(now, kMoment)},
           {"name", notice.name},
-          {"object", notice.object ? Json(*notice.object) : Json(nullptr)},
+          {"object", orNull(notice.object)},
           {"userInfo", notice.userInfo ? jsonValue(*notice.userInfo) : Json(nullptr)}};
 }
 
@@ -72,7 +72,7 @@ int runWatchSettings(const Options& options, StandardOutput& output) {
   }
   const auto observers = observersOfEveryNotice(
       [&](const Notification& notice) { writeNotice(output, notice, options); });
-  std::fputs("kelvora: watching the settings; an interrupt (Ctrl-C) ends it\n", stderr);
+  say("watching the settings; an interrupt (Ctrl-C) ends it");
   stop.run();
   return kExitSuccess;
 }

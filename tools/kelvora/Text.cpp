@@ -176,4 +176,23 @@ std::string shortestText(double number) {
   return plain.size() <= scientific.size() ? plain : scientific;
 }
 
+std::string table(const std::vector<std::vector<std::string>>& rows) {
+  std::vector<std::size_t> widths;
+  for (const auto& row : rows) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      widths[column] = std::max(widths[column], displayWidth(row[column]));
+    }
+  }
+  std::string text;
+  for (const auto& row : rows) {
+    std::string line;
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      line += (column == 0 ? "" : "  ") + fitted(row[column], widths[column]);
+    }
+    text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+  }
+  return text;
+}
+
 }  // namespace kelvora::tool

@@ -34,6 +34,10 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 /// The same, but a longer word is broken too: at least one character is on each line.
 std::vector<std::string> broken(std::string_view text, std::size_t width);
 
+/// Rows of texts as lines of columns, e.g. a list of rules: each column as wide as its widest text,
+/// two blanks between.
+std::string table(const std::vector<std::vector<std::string>>& rows);
+
 /// The words as one text: "0, 1 or 2".
 std::string enumerated(std::span<const std::string> words, std::string_view last = " or ");
 

@@ -15,6 +15,7 @@
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/LiveReport.h"
+#include "tools/kelvora/OrNull.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/SensorText.h"
 #include "tools/kelvora/Text.h"
@@ -61,7 +62,7 @@ struct ListColumns {
 Json jsonOf(const CPUTopProcess& process) {
   return {{"pid", process.pid},
           {"command", process.command},
-          {"name", process.name ? Json(*process.name) : Json(nullptr)},
+          {"name", orNull(process.name)},
           {"usage", jsonNumber(process.usage)}};
 }
 

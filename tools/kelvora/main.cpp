@@ -2,7 +2,6 @@
 // recorded one, and the settings that the product's programs share.
 
 #include <algorithm>
-#include <cstdio>
 #include <exception>
 #include <functional>
 #include <iterator>
@@ -21,6 +20,7 @@
 #include "tools/kelvora/HelpText.h"
 #include "tools/kelvora/MachineChoice.h"
 #include "tools/kelvora/NearName.h"
+#include "tools/kelvora/Report.h"
 #include "tools/kelvora/Text.h"
 
 namespace {
@@ -191,7 +191,7 @@ int run(const Command& command, const std::string& machine, Options& options) {
 
 // One line, whatever the names and texts in it hold.
 int fail(const std::string& line, int status) {
-  std::fprintf(stderr, "kelvora: %s\n", kelvora::tool::printable(line).c_str());
+  kelvora::tool::say(line);
   return status;
 }
 

@@ -1,20 +1,11 @@
-#include "tools/kelvora/Changes.h"
-
-#include <algorithm>
-#include <cmath>
-#include <cstddef>
-#include <iterator>
-
-#include <nlohmann/json.hpp>
+#include "tools/kelvora/Refusals.h"
 
 #include "KelvoraCore/KVError.h"
 #include "KelvoraCore/KVSettingsSnapshot.h"
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/NearName.h"
-#include "tools/kelvora/Report.h"
 #include "tools/kelvora/StoreForReading.h"
-#include "tools/kelvora/Text.h"
 
 namespace kelvora::tool {
 
@@ -29,7 +20,7 @@ std::string advice(const std::string& word, const std::vector<std::string>& name
 
 }  // namespace
 
-void refuse(const std::string& word, ErrorCode code, const std::string& detail) {
+void refuse(const std::string& word, KVErrorCode code, const std::string& detail) {
   KVSettingsSnapshot settings;  // a refusal stores no language
   const std::string text = KVError::errorWithCode(code, settings).localizedDescription();
   throw CommandError(kExitUsage, word + ": " + text + " (" + detail + ")");
@@ -43,7 +34,7 @@ KVSensorPtr requiredSensor(KVCoreDataStore& store, const std::string& key) {
   for (const KVSensorPtr& sensor : readable(store.allSensors())) {
     keys.push_back(sensor->key());
   }
-  refuse(key, kInvalidSensorKey, advice(key, keys, "no stored sensor has this key"));
+  refuse(key, KVErrorInvalidSensorKey, advice(key, keys, "no stored sensor has this key"));
 }
 
 KVFanSetPtr requiredFanSet(KVCoreDataStore& store, const std::string& word) {
@@ -57,10 +48,11 @@ KVFanSetPtr requiredFanSet(KVCoreDataStore& store, const std::string& word) {
     }
   }
   if (found.empty()) {
-    refuse(word, kInvalidInput, advice(word, names, "'kelvora fansets' lists the fan sets"));
+    refuse(word, KVErrorInvalidInput, advice(word, names, "'kelvora fansets' lists the fan sets"));
   }
   if (found.size() > 1) {
-    refuse(word, kInvalidInput, "several fan sets have this name; name one by its identifier");
+    refuse(word, KVErrorInvalidInput,
+           "several fan sets have this name; name one by its identifier");
   }
   return found.front();
 }
@@ -80,31 +72,6 @@ void requireStored(bool isStored, const std::string& what) {
     throw CommandError(kExitNothingRead,
                        what + " could not be written ('kelvora doctor' says more)");
   }
-}
-
-std::string limitText(double limit, const std::optional<std::string>& unit) {
-  const bool isWhole = std::trunc(limit) == limit && std::abs(limit) < 1e15;
-  const Json number = isWhole ? Json(static_cast<std::int64_t>(limit)) : jsonNumber(limit);
-  return "from " + (number.is_null() ? "no number" : number.dump()) + unit.value_or("");
-}
-
-std::string table(const std::vector<std::vector<std::string>>& rows) {
-  std::vector<std::size_t> widths;
-  for (const auto& row : rows) {
-    widths.resize(std::max(widths.size(), row.size()));
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      widths[column] = std::max(widths[column], displayWidth(row[column]));
-    }
-  }
-  std::string text;
-  for (const auto& row : rows) {
-    std::string line;
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      line += (column == 0 ? "" : "  ") + fitted(row[column], widths[column]);
-    }
-    text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
-  }
-  return text;
 }
 
 }  // namespace kelvora::tool
