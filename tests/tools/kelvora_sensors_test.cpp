@@ -389,6 +389,8 @@ TEST(SensorFilters, AKeyWithoutASensorIsNamedAfterTheReport) {
   EXPECT_THAT(result.standardError, HasSubstr("kelvora: XXXX: no sensor has this key\n"));
   EXPECT_THAT(runKelvora({"sensors", "--machine", "Macmini8,1", "TC0p"}).standardError,
               HasSubstr("kelvora: TC0p: no sensor has this key; did you mean TC0P?\n"));
+  EXPECT_THAT(runKelvora({"sensors", "--machine", "Macmini8,1", ""}).standardError,
+              HasSubstr("kelvora: '': no sensor has this key\n"));
 }
 
 TEST(SensorFilters, WhatOtherSensorsLackIsNotReported) {

@@ -54,6 +54,7 @@ TEST(Kelvora, HelpOfTheProgramAndOfEveryCommandShowsAnExample) {
   for (const std::vector<std::string>& arguments :
        std::vector<std::vector<std::string>>{{"--help"},
                                              {"sensors", "--help"},
+                                             {"fans", "hold", "--help"},
                                              {"keys", "-h"},
                                              {"inventory", "--help"},
                                              {"overview", "--help"},
@@ -63,7 +64,8 @@ TEST(Kelvora, HelpOfTheProgramAndOfEveryCommandShowsAnExample) {
                                              {"machines", "--help"}}) {
     const ProgramResult result = runKelvora(arguments);
     EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.standardOutput, HasSubstr("Example:\n  kelvora ")) << arguments.front();
+    EXPECT_THAT(result.standardOutput, HasSubstr("\n\nExample:\n  kelvora ")) << arguments.front();
+    EXPECT_THAT(result.standardOutput, Not(HasSubstr("\n\n\n"))) << arguments.front();
     EXPECT_EQ(result.standardError, "");
   }
 }

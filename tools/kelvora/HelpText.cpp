@@ -31,14 +31,16 @@ std::string fittedLine(const std::string& line, std::size_t columns) {
 
 }  // namespace
 
+// CLI11 leaves two empty lines before the examples of some commands.
 std::string fittedHelp(const std::string& help, std::size_t columns) {
-  if (columns == 0) {
-    return help;
-  }
   std::istringstream lines(help);
   std::string text;
+  bool wasEmpty = false;
   for (std::string line; std::getline(lines, line);) {
-    text += fittedLine(line, columns);
+    if (!line.empty() || !wasEmpty) {
+      text += columns == 0 ? line + "\n" : fittedLine(line, columns);
+    }
+    wasEmpty = line.empty();
   }
   return text;
 }

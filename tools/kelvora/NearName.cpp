@@ -31,6 +31,9 @@ std::size_t distance(std::string_view one, std::string_view other) {
 }  // namespace
 
 std::optional<std::string> nearName(std::string_view word, std::span<const std::string> names) {
+  if (word.empty()) {
+    return std::nullopt;
+  }
   const std::size_t most = std::max<std::size_t>(word.size() / 3, 1);
   std::optional<std::string> nearest;
   std::size_t least = most + 1;

@@ -222,7 +222,7 @@ void requireEveryKey(const Options& options, const SensorList& sensors,
     if (std::ranges::find(shown, key) == shown.end()) {
       const auto near = nearName(key, allKeys);
       throw CommandError(kExitNothingRead,
-                         key + ": no sensor has this key" +
+                         (key.empty() ? "''" : key) + ": no sensor has this key" +
                              (near && *near != key ? "; did you mean " + *near + "?" : ""));
     }
   }
