@@ -171,6 +171,20 @@ TEST(WatchScreen, WithoutKeysNamesTakeTheirPlace) {
   EXPECT_THAT(shown, HasSubstr("\n   " + std::string(52, 'x') + "… 1V\n"));
 }
 
+TEST(WatchScreen, LabelsAndKeysAreCutOnlyWhereThereIsNoRoom) {
+  WatchContent content = smallContent();
+  content.meters = {{"Speicherbelegung", "25% / 16 GB", 0.25, Tone::kGood}};
+  content.sensors = {{"Battery of the Mac", "gas gauge battery", "31°C"}};
+  content.processes.clear();
+  content.processesTitle.clear();
+  const std::string wide = joined(layOut(content, {60, 12}, 0).screen);
+  EXPECT_THAT(wide, HasSubstr(" Speicherbelegung █"));
+  EXPECT_THAT(wide, HasSubstr(" gas gauge battery"));
+  const std::string narrow = joined(layOut(content, {40, 12}, 0).screen);
+  EXPECT_THAT(narrow, HasSubstr(" Speicherbel… ██"));
+  EXPECT_THAT(narrow, Not(HasSubstr(" gas gauge battery")));
+}
+
 TEST(WatchScreen, ATitleIsCutBeforeWhatSaysThatItIsARecording) {
   WatchContent content = smallContent();
   content.title = std::string(100, 'T');

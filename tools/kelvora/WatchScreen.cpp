@@ -17,8 +17,9 @@ constexpr WatchSize kLeast{36, 8};
 constexpr std::size_t kGap = 2;  // between columns
 
 constexpr std::size_t kLeastMeter = 36;
-constexpr std::size_t kMostMeterLabel = 12;
+constexpr std::size_t kNarrowMeterLabel = 12;  // a longer one is cut before its bar is short
 constexpr std::size_t kLeastBar = 6;
+constexpr std::size_t kGoodBar = 16;
 constexpr std::size_t kMostBar = 40;
 
 // Beside each other from this width on.
@@ -28,7 +29,7 @@ constexpr std::size_t kMostProcesses = 44;
 
 constexpr std::size_t kLeastSensors = 44;  // a column of them
 constexpr std::size_t kLeastWithKey = 38;
-constexpr std::size_t kMostKey = 8;
+constexpr std::size_t kNarrowKey = 8;  // a longer one is cut before a name is
 constexpr std::size_t kIndent = 2;
 
 struct Area {
@@ -77,11 +78,13 @@ void putTitle(Canvas& canvas, const WatchContent& content, std::size_t columns) 
 
 /// The columns inside of meters: bars begin and end below each other.
 struct MeterColumns {
-  explicit MeterColumns(const std::vector<Meter>& meters) {
+  MeterColumns(const std::vector<Meter>& meters, std::size_t width) {
     for (const Meter& meter : meters) {
-      label = std::max(label, std::min(displayWidth(meter.label), kMostMeterLabel));
+      label = std::max(label, displayWidth(meter.label));
       text = std::max(text, meter.fraction ? displayWidth(meter.text) : 0);
     }
+    const std::size_t others = kGoodBar + text + 2;
+    label = std::min(label, std::max(kNarrowMeterLabel, width - std::min(width, others)));
   }
   std::size_t label = 0;
   std::size_t text = 0;  // beside a bar
@@ -109,7 +112,7 @@ std::size_t putMeters(Canvas& canvas, const std::vector<Meter>& meters, const Ar
                                                      1, std::min<std::size_t>(meters.size(), 3));
   const std::size_t rows = std::min(roundedUp(meters.size(), across), area.rows);
   const std::size_t width = (area.columns + kGap) / across - kGap;
-  const MeterColumns columns(meters);
+  const MeterColumns columns(meters, width);
   for (std::size_t i = 0; i < std::min(meters.size(), rows * across); ++i) {
     const Area cell{area.row + i / across, area.column + i % across * (width + kGap), 1, width};
     putMeter(canvas, meters[i], cell, columns);
@@ -120,11 +123,14 @@ std::size_t putMeters(Canvas& canvas, const std::vector<Meter>& meters, const Ar
 /// The columns inside a column of sensors.
 struct SensorColumns {
   SensorColumns(const std::vector<SensorRow>& rows, std::size_t columnWidth) : width(columnWidth) {
+    std::size_t longest = 0;
     for (const SensorRow& row : rows) {
+      longest = std::max(longest, row.isHeading ? 0 : displayWidth(row.name));
       value = std::max(value, displayWidth(row.value));
-      key = std::max(key, std::min(displayWidth(row.key), kMostKey));
+      key = std::max(key, displayWidth(row.key));
     }
-    key = width < kLeastWithKey ? 0 : key;
+    const std::size_t room = width - std::min(width, kIndent + longest + kGap + value + 1);
+    key = width < kLeastWithKey ? 0 : std::min(key, std::max(kNarrowKey, room));
     const std::size_t others = kIndent + value + 1 + (key > 0 ? key + kGap : 0);
     name = width - std::min(width, others);
   }
