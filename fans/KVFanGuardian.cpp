@@ -102,17 +102,21 @@ class Guardian {
 
   milliseconds nextPause() { return pauses_.next(tool_.isInstalled()); }
 
-  // Tries every fan, even if another failed. A tool of an earlier try that still runs could undo
-  // what the next holder sets: it has to end first.
+  // A tool of an earlier try that still runs could undo what the next holder sets: it has to end
+  // first.
   void handBack() {
-    handedBack_ = true;
+    std::vector<ToolWrites::HandBack> handBacks;
     for (const LeasedFan& fan : request_.fans) {
-      std::string fault = tool_.handBack(fan.handBack);
-      if (fault.empty() && tool_.hasLateTools()) {
-        fault = "a privileged tool that hands it back still runs";
-      }
+      handBacks.push_back({fan.handBack});
+    }
+    tool_.handBack(handBacks);
+    const std::string late =
+        tool_.hasLateTools() ? "a privileged tool that hands it back still runs" : "";
+    handedBack_ = true;
+    for (std::size_t i = 0; i < handBacks.size(); ++i) {
+      const std::string& fault = handBacks[i].fault.empty() ? late : handBacks[i].fault;
       handedBack_ = fault.empty() && *handedBack_;
-      note(fan, fault);
+      note(request_.fans[i], fault);
     }
   }
 

@@ -315,10 +315,14 @@ class KVFanLease::Holder {
   // no such tool was left.
   bool handBack() {
     obstacle_ = take_.hasLateTools() ? "a privileged tool that sets a fan still runs" : "";
+    std::vector<ToolWrites::HandBack> handBacks;
     for (const HeldFan& fan : fans_) {
-      const std::string fault = handBack_.handBack(fan.before.leased.handBack, descriptorsOf(fan));
-      if (!fault.empty()) {
-        obstacle_ = fanText(fan.index()) + "not handed back: " + fault;
+      handBacks.push_back({fan.before.leased.handBack, descriptorsOf(fan)});
+    }
+    handBack_.handBack(handBacks);
+    for (std::size_t i = 0; i < handBacks.size(); ++i) {
+      if (!handBacks[i].fault.empty()) {
+        obstacle_ = fanText(fans_[i].index()) + "not handed back: " + handBacks[i].fault;
       }
     }
     return obstacle_.empty();

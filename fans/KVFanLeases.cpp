@@ -38,21 +38,21 @@ std::vector<KVFanHandBack> KVFanLeases::handBack(const std::vector<std::uint64_t
                                                  std::chrono::milliseconds limit,
                                                  Platform& platform) {
   std::vector<KVFanHandBack> results;
-  std::vector<FanWrite> writes;
-  std::vector<std::size_t> written;
+  std::vector<ToolWrites::HandBack> handBacks;
+  std::vector<std::size_t> places;
   for (const std::uint64_t fan : fans) {
     const FanHandBack handBack =
         fan < kFanCharacters.size() ? handBackOfFan(platform, fan) : FanHandBack{{}, kNoSuchFan};
     if (handBack.write) {
-      writes.push_back(*handBack.write);
-      written.push_back(results.size());
+      handBacks.push_back({*handBack.write});
+      places.push_back(results.size());
     }
     results.push_back({fan, false, handBack.fault});
   }
-  const auto outcomes = ToolWrites(platform, limit).handBackTogether(writes);
-  for (std::size_t i = 0; i < outcomes.size(); ++i) {
-    results[written[i]].isWritten = outcomes[i].isWritten;
-    results[written[i]].fault = outcomes[i].fault;
+  ToolWrites(platform, limit).handBack(handBacks);
+  for (std::size_t i = 0; i < handBacks.size(); ++i) {
+    results[places[i]].isWritten = handBacks[i].isWritten;
+    results[places[i]].fault = handBacks[i].fault;
   }
   return results;
 }

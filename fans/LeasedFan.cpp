@@ -115,10 +115,9 @@ std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& 
   if (!write) {
     return reading.fault;
   }
-  std::string fault = ToolWrites(platform, KVFanLeases::kLongestHandBack).handBack(*write);
-  if (fault.empty()) {
-    fault = faultOf(holder);
-  }
+  std::vector<ToolWrites::HandBack> handBack = {{*write}};
+  ToolWrites(platform, KVFanLeases::kLongestHandBack).handBack(handBack);
+  const std::string fault = handBack[0].fault.empty() ? faultOf(holder) : handBack[0].fault;
   return fault.empty() ? removeLease(platform, fan) : fault;
 }
 

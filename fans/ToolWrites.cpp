@@ -23,24 +23,21 @@ std::string ToolWrites::write(const FanWrite& write, ToolDescriptors descriptors
   return faultAtEnd(start(write, descriptors, /*isSilent=*/false), limit_);
 }
 
-std::string ToolWrites::handBack(const FanWrite& write, ToolDescriptors descriptors) {
-  // It is retried until it succeeds, so the tool's message would be repeated each time.
-  return handBackAtEnd(start(write, descriptors, /*isSilent=*/true), limit_).fault;
-}
-
-std::vector<ToolWrites::HandBack> ToolWrites::handBackTogether(
-    const std::vector<FanWrite>& writes) {
+// They are retried until they succeed, so a tool's message would be repeated each time.
+void ToolWrites::handBack(std::vector<HandBack>& fans) {
   std::vector<Run> runs;
-  for (const FanWrite& write : writes) {
-    runs.push_back(start(write, {}, /*isSilent=*/true));
+  for (const HandBack& fan : fans) {
+    runs.push_back(start(fan.write, fan.descriptors, /*isSilent=*/true));
   }
   const auto deadline = Clock::now() + limit_;
-  std::vector<HandBack> results;
-  for (Run& run : runs) {
+  for (std::size_t i = 0; i < fans.size(); ++i) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    results.push_back(handBackAtEnd(std::move(run), std::max(left, std::chrono::milliseconds(0))));
+    const std::string fault =
+        faultAtEnd(std::move(runs[i]), std::max(left, std::chrono::milliseconds(0)));
+    fans[i].isWritten = fault.empty();
+    const bool isBack = fault.empty() || readsAs(platform_, fans[i].write.key, fans[i].write.value);
+    fans[i].fault = isBack ? "" : fault;
   }
-  return results;
 }
 
 ToolWrites::Run ToolWrites::start(const FanWrite& write, ToolDescriptors descriptors,
@@ -81,13 +78,6 @@ std::string ToolWrites::outcomeAtEnd(Run& run, std::chrono::milliseconds limit) 
 std::string ToolWrites::faultAtEnd(Run run, std::chrono::milliseconds limit) {
   const std::string outcome = outcomeAtEnd(run, limit);
   return outcome.empty() ? "" : run.write.key + ": the privileged tool " + outcome;
-}
-
-ToolWrites::HandBack ToolWrites::handBackAtEnd(Run run, std::chrono::milliseconds limit) {
-  const FanWrite write = run.write;
-  const std::string fault = faultAtEnd(std::move(run), limit);
-  const bool isBack = fault.empty() || readsAs(platform_, write.key, write.value);
-  return {fault.empty(), isBack ? "" : fault};
 }
 
 bool ToolWrites::isInstalled() const {

@@ -30,18 +30,18 @@ class ToolWrites {
   /// status 5". In a process that ignores SIGCHLD the status is lost: what the key reads decides.
   std::string write(const FanWrite& write, ToolDescriptors descriptors = {});
 
-  /// Gives a fan back to the system: `write` is its mode or its minimum. Empty on success, also
-  /// when the write failed and the fan is the system's all the same. What the tool prints is
-  /// discarded.
-  std::string handBack(const FanWrite& write, ToolDescriptors descriptors = {});
-
+  /// A write that gives a fan back to the system: of its mode or its minimum.
   struct HandBack {
-    bool isWritten = false;  ///< false also if the fan was the system's already
-    std::string fault;       ///< as that of `handBack`
+    FanWrite write;
+    ToolDescriptors descriptors = {};
+    bool isWritten = false;  ///< a result; false also if the fan was the system's already
+    /// A result: empty on success, also when the write failed and the fan is the system's all the
+    /// same; else as that of `write`.
+    std::string fault = {};
   };
-  /// The same for several fans, each with its own tool at the same time, so that one that hangs
-  /// delays no other. Returns a result for each.
-  std::vector<HandBack> handBackTogether(const std::vector<FanWrite>& writes);
+  /// Gives fans back, each with its own tool at the same time, so that one that hangs delays no
+  /// other. What the tools print is discarded.
+  void handBack(std::vector<HandBack>& fans);
 
   /// Whether there is a tool to run.
   bool isInstalled() const;
@@ -59,7 +59,6 @@ class ToolWrites {
   Run start(const FanWrite& write, ToolDescriptors descriptors, bool isSilent);
   std::string faultAtEnd(Run run, std::chrono::milliseconds limit);
   std::string outcomeAtEnd(Run& run, std::chrono::milliseconds limit);
-  HandBack handBackAtEnd(Run run, std::chrono::milliseconds limit);
   void forgetEndedTools();
 
   Platform& platform_;

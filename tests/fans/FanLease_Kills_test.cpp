@@ -114,6 +114,22 @@ TEST_F(FanLeaseKills, AKilledHolderLeavesNoFanBehind) {
   EXPECT_GT(moment, 20);
 }
 
+// A lease of minutes: its guardian waits as long for a tool.
+TEST_F(FanLeaseKills, AToolThatHangsDelaysTheHandBackOfNoOtherFan) {
+  ChildWork holder([this] {
+    return lease(std::chrono::minutes(10))->take({{0, 3000}, {1, 3000}}) ? pause() : 2;
+  });
+  ASSERT_TRUE(soon([this] { return writes().size() == 4; }));
+  hangWrites("F0Md", "00");
+  holder.kill();
+  ASSERT_EQ(holder.wait(), 128 + SIGKILL);
+  EXPECT_TRUE(soon([this] { return valueOf("F1Md") == "00"; }));
+  EXPECT_EQ(valueOf("F0Md"), "01");
+  endOrders();
+  EXPECT_TRUE(soon([this] { return guardians().empty(); }));
+  EXPECT_EQ(valueOf("F0Md"), "00");
+}
+
 // As when the computer is asked for too much, or a debugger stops the program.
 TEST_F(FanLeaseKills, AStoppedHolderLosesItsFanAndLearnsOfIt) {
   ChildWork holder([this] {

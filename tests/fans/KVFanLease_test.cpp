@@ -4,6 +4,9 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "platforms/linux/smc/LinuxSMC.h"
 #include "tests/fans/LeaseFixture.h"
@@ -310,6 +313,22 @@ TEST_F(KVFanLeaseTest, ATakeThatFailsAndTookEffectIsHandedBack) {
   failAfterWrites("F0Md", "01");
   const auto lease = newLease();
   EXPECT_FALSE(lease->take({{0, 3000}}));
+  EXPECT_EQ(valueOf("F0Md"), "00");
+}
+
+TEST_F(KVFanLeaseTest, AToolThatHangsDelaysTheReturnOfNoOtherFan) {
+  const auto lease = newLease(std::chrono::minutes(10));
+  ASSERT_TRUE(lease->take({{0, 3000}, {1, 3000}})) << lease->fault();
+  hangWrites("F0Md", "00");
+  std::string other;
+  std::thread orders([&] {
+    soon([this] { return valueOf("F1Md") == "00"; });
+    other = valueOf("F1Md");
+    endOrders();
+  });
+  EXPECT_TRUE(lease->release());
+  orders.join();
+  EXPECT_EQ(other, "00");
   EXPECT_EQ(valueOf("F0Md"), "00");
 }
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -66,7 +67,8 @@ TEST_F(ToolWritesTest, HaveNeitherInputNorOutputOfTheirHost) {
   StuckTools& processes = *owned;
   platform->ports().childProcesses = std::move(owned);
   ToolWrites tools(*platform, std::chrono::milliseconds(0));
-  tools.handBack({"F0Md", "00"});
+  std::vector<ToolWrites::HandBack> fans = {{{"F0Md", "00"}}};
+  tools.handBack(fans);
   EXPECT_EQ(processes.last.standardInput, platform::kNullDevice);
   EXPECT_EQ(processes.last.standardOutput, platform::kNullDevice);
 }
