@@ -106,6 +106,7 @@ class Guardian {
   // first.
   void handBack() {
     std::vector<ToolWrites::HandBack> handBacks;
+    handBacks.reserve(request_.fans.size());
     for (const LeasedFan& fan : request_.fans) {
       handBacks.push_back({fan.handBack});
     }

@@ -316,6 +316,7 @@ class KVFanLease::Holder {
   bool handBack() {
     obstacle_ = take_.hasLateTools() ? "a privileged tool that sets a fan still runs" : "";
     std::vector<ToolWrites::HandBack> handBacks;
+    handBacks.reserve(fans_.size());
     for (const HeldFan& fan : fans_) {
       handBacks.push_back({fan.before.leased.handBack, descriptorsOf(fan)});
     }

@@ -26,6 +26,7 @@ std::string ToolWrites::write(const FanWrite& write, ToolDescriptors descriptors
 // They are retried until they succeed, so a tool's message would be repeated each time.
 void ToolWrites::handBack(std::vector<HandBack>& fans) {
   std::vector<Run> runs;
+  runs.reserve(fans.size());
   for (const HandBack& fan : fans) {
     runs.push_back(start(fan.write, fan.descriptors, /*isSilent=*/true));
   }

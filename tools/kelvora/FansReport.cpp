@@ -198,9 +198,11 @@ bool isFixedWithoutLease(const FanState& fan) { return fan.isFixed == true && !f
 void reportFixedWithoutLease(const std::vector<FanState>& fans) {
   for (const FanState& fan : fans) {
     if (isFixedWithoutLease(fan)) {
-      const std::string index = std::to_string(fan.index);
-      say("fan " + index + " is at a fixed speed and no lease is known; 'kelvora fans auto " +
-          index + "' hands it back");
+      std::ostringstream line;
+      line << "fan " << fan.index
+           << " is at a fixed speed and no lease is known; 'kelvora fans auto " << fan.index
+           << "' hands it back";
+      say(line.str());
     }
   }
 }
