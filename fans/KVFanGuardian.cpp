@@ -11,9 +11,9 @@
 
 #include "KelvoraCore/KVProcessLock.h"
 
+#include "base/GrowingPause.h"
 #include "fans/FanLeaseRules.h"
 #include "fans/LeaseRecord.h"
-#include "fans/RetryPauses.h"
 #include "fans/ToolWrites.h"
 #include "ports/GuardChannel.h"
 
@@ -27,6 +27,10 @@ using std::chrono::milliseconds;
 constexpr int kExitWrongUsage = 64;
 // Longer than a holder needs to send its request.
 constexpr milliseconds kWaitForRequest{60'000};
+// Between two tries to hand the fans back.
+constexpr milliseconds kFirstPause{10};
+constexpr milliseconds kLongestPause{1'000};
+constexpr milliseconds kLongestPauseWithoutTool{60'000};  // it may never come back
 
 class Guardian {
  public:
@@ -100,7 +104,9 @@ class Guardian {
     return GuardianEvent::kChannelEnded;
   }
 
-  milliseconds nextPause() { return pauses_.next(tool_.isInstalled()); }
+  milliseconds nextPause() {
+    return pauses_.next(tool_.isInstalled() ? kLongestPause : kLongestPauseWithoutTool);
+  }
 
   // A tool of an earlier try that still runs could undo what the next holder sets: it has to end
   // first.
@@ -170,7 +176,7 @@ class Guardian {
   LeaseRequest request_;
   ToolWrites tool_;
   GuardianState state_ = GuardianState::kPreparing;
-  RetryPauses pauses_;
+  GrowingPause pauses_{kFirstPause};
   std::optional<bool> handedBack_;  // the result of the last try, until it becomes an event
   std::vector<std::unique_ptr<KVProcessLock>> locks_;
   std::vector<std::uint64_t> written_;

@@ -3,7 +3,6 @@
 #include "KelvoraCore/KVProcessLock.h"
 
 #include "fans/LeaseRecord.h"
-#include "fans/RetryPauses.h"
 #include "ports/GuardChannel.h"
 #include "tests/fans/LeaseFixture.h"
 
@@ -134,23 +133,6 @@ TEST_F(KVFanGuardianTest, WaitsForAToolThatWasRemoved) {
   std::filesystem::rename(tool + " away", tool);
   EXPECT_EQ(program->waitUntilExit(), 0);
   EXPECT_EQ(valueOf("F0Md"), "00");
-}
-
-TEST(RetryPauses, DoubleUpToASecondOrAMinuteWithoutATool) {
-  RetryPauses pauses;
-  std::vector<std::int64_t> all;
-  for (int i = 0; i < 9; ++i) {
-    all.push_back(pauses.next(true).count());
-  }
-  EXPECT_EQ(all, (std::vector<std::int64_t>{10, 20, 40, 80, 160, 320, 640, 1000, 1000}));
-  for (int i = 0; i < 7; ++i) {
-    all.push_back(pauses.next(false).count());
-  }
-  all.erase(all.begin(), all.begin() + 9);
-  EXPECT_EQ(all, (std::vector<std::int64_t>{2000, 4000, 8000, 16'000, 32'000, 60'000, 60'000}));
-  EXPECT_EQ(pauses.next(true).count(), 1000);
-  pauses.restart();
-  EXPECT_EQ(pauses.next(true).count(), 10);
 }
 
 // --- the request

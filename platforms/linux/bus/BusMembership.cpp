@@ -1,10 +1,19 @@
 #include "platforms/linux/bus/BusMembership.h"
 
+#include <chrono>
 #include <utility>
 
-#include "platforms/linux/bus/RejoinPause.h"
+#include "base/GrowingPause.h"
 
 namespace kelvora::platform {
+
+namespace {
+
+// Before the next try to join a bus that is gone. A session without a bus costs next to nothing.
+constexpr std::chrono::milliseconds kFirstRejoin{100};
+constexpr std::chrono::milliseconds kLongestRejoin{10'000};
+
+}  // namespace
 
 BusMembership::BusMembership(std::function<void(const Notification&)> received,
                              std::function<void(bool)> changed)
@@ -47,15 +56,15 @@ void BusMembership::end() {
 }
 
 void BusMembership::keepJoined() {
-  RejoinPause pause;
+  GrowingPause pause(kFirstRejoin);
   std::unique_lock lock(mutex_);
   while (!isEnding_) {
     if (isJoined()) {
-      pause.reset();
+      pause.restart();
       wake_.wait(lock, [this] { return isEnding_ || !isJoined(); });
     } else if (bus_ != nullptr) {
       leaveGoneBus(lock);
-    } else if (!wake_.wait_for(lock, pause.next(), [this] { return isEnding_; })) {
+    } else if (!wake_.wait_for(lock, pause.next(kLongestRejoin), [this] { return isEnding_; })) {
       lock.unlock();
       if (join()) {
         changed_(true);
