@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "KelvoraCore/KVProcessLock.h"
+#include "KelvoraCore/Platform.h"
+
 #include "tests/support/ChildProgram.h"
 #include "tests/tools/KelvoraFans.h"
 #include "tests/tools/KelvoraProgram.h"
@@ -39,10 +42,20 @@ TEST_F(KelvoraFans, WhoseHolderIsStoppedWithoutAGuardianKeepTheChoice) {
        {std::vector<std::string>{"machine", "use", kWithMinimum}, {"machine", "none"}}) {
     expectRefused(command, 3,
                   "fan 0: held by kelvora (process " + std::to_string(holder) +
-                      "), which still runs without a guardian");
+                      "), which, or whose privileged tool, still runs without a guardian");
   }
   killEverything();
   choose(kWithMinimum);
+}
+
+// One that sets them would go on after the choice.
+TEST_F(KelvoraFans, ThatAnotherCommandIsChangingKeepTheChoice) {
+  const auto live = Platform::live();
+  const KVProcessLock other("FanChange", *live);
+  ASSERT_EQ(other.state(), KVProcessLock::State::kHeld);
+  expectRefused({"machine", "use", kWithMinimum}, 3, "another command is changing the fans");
+  expectRefused({"machine", "none"}, 3, "another command is changing the fans");
+  EXPECT_EQ(jsonOf({"machine"}).at("choice").at("name"), kWithModes);
 }
 
 TEST_F(KelvoraFans, OfAChoiceThatIsDamagedDoNotKeepIt) {

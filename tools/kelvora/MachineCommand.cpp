@@ -1,3 +1,5 @@
+#include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,6 +10,7 @@
 #include "KelvoraCore/Platform.h"
 
 #include "tools/kelvora/Command.h"
+#include "tools/kelvora/FanChangeLock.h"
 #include "tools/kelvora/FansReport.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/Text.h"
@@ -15,6 +18,9 @@
 namespace kelvora::tool {
 
 namespace {
+
+// For another command that changes the fans.
+constexpr std::chrono::seconds kLongestWait{5};
 
 Json jsonChoice(const ChosenMac& chosen) {
   Json writes = Json::array();
@@ -83,25 +89,29 @@ bool hasUsableChoice() {
   }
 }
 
-// The speeds of its fans would go with the choice, under who holds them.
-void requireNoHolder() {
-  const auto live = Platform::live();
-  if (live->hasSensorHardware() || !hasUsableChoice()) {
-    return;
+// The speeds of its fans would go with the choice, under who holds them. Until the result is gone
+// no other command lets a program take a fan.
+std::unique_ptr<FanChangeLock> requireNoHolder(Platform& live) {
+  if (live.hasSensorHardware() || !hasUsableChoice()) {
+    return nullptr;
   }
-  for (const KVLeasedFan& lease : KVFanLeases::leasedFans(*live)) {
+  auto lock = std::make_unique<FanChangeLock>(live, kLongestWait);
+  for (const KVLeasedFan& lease : KVFanLeases::leasedFans(live)) {
     if (lease.isLive || lease.isHolderRunning) {
       throw CommandError(kExitElsewhere,
                          "fan " + std::to_string(lease.fan) + ": held by " + holderOf(lease) +
                              (lease.isLive ? "; 'kelvora fans auto all' hands it back"
-                                           : ", which still runs without a guardian"));
+                                           : ", which, or whose privileged tool, still runs "
+                                             "without a guardian"));
     }
   }
+  return lock;
 }
 
 int runUseMachine(const Options& options, StandardOutput& output) {
   try {
-    requireNoHolder();
+    const auto live = Platform::live();
+    const auto lock = requireNoHolder(*live);
     Platform::choose(options.text("MACHINE"));
     show(options, output);
   } catch (const MachineFileError& error) {
@@ -112,7 +122,8 @@ int runUseMachine(const Options& options, StandardOutput& output) {
 
 int runNone(const Options& options, StandardOutput& output) {
   try {
-    requireNoHolder();
+    const auto live = Platform::live();
+    const auto lock = requireNoHolder(*live);
     Platform::chooseNone();
     show(options, output);
   } catch (const MachineFileError& error) {
