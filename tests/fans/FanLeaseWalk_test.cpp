@@ -34,7 +34,12 @@ TEST(FanLeaseWalk, NoOrderOfTwoHoldersLeavesAFanBehind) {
   LeaseDesign design;
   design.secondHolderComes = true;
   const LeaseWalk walk(design, kFaultsOfTwoHolders);
-  EXPECT_TRUE(walk.any([](const World& world) { return world.second == Second::kHasEnded; }));
+  EXPECT_TRUE(walk.any([](const World& world) {
+    return world.second == Second::kHasEnded && world.holder == HolderState::kEnded;
+  }));
+  EXPECT_TRUE(walk.any([](const World& world) {
+    return world.second == Second::kHasFan && !world.holderRuns && !world.guardianRuns;
+  }));
   const std::vector<World> leftBehind = walk.leftBehind();
   EXPECT_EQ(leftBehind.size(), 0U) << walk.trace(leftBehind.front());
 }
@@ -156,6 +161,14 @@ TEST(FanLeaseWalk, WithASecondHolderThatReadsBesideTheGuardianOfTheFirst) {
   LeaseDesign design;
   design.secondHolderComes = true;
   design.secondReadsAgain = ReadAgain::kWithTheLock;
+  expectLeftBehind(design);
+}
+
+// First holder and guardian were killed, and the minimum that they had raised is not restored yet.
+TEST(FanLeaseWalk, WithASecondHolderThatTakesAFanThatWasLeftBehind) {
+  LeaseDesign design;
+  design.secondHolderComes = true;
+  design.secondMindsALease = false;
   expectLeftBehind(design);
 }
 

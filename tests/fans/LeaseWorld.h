@@ -39,6 +39,7 @@ struct LeaseDesign {
   Keep leaseIsKept = Keep::kForHolderAndTools;
   bool secondHolderComes = false;
   ReadAgain secondReadsAgain = ReadAgain::kWithoutAGuardian;
+  bool secondMindsALease = true;  // one that the first holder has left on the disk
 
   /// Replaces the row of a state and an event, or adds it.
   LeaseDesign& with(HolderRow row) { return replace(holder, row); }
@@ -289,7 +290,8 @@ class LeaseWalk {
     if (!world.holderRuns || world.holderIsStopped || world.isAwaiting(Owner::kHolder)) {
       return;
     }
-    if (world.takes > 0) {
+    const bool isBarred = world.holder == HolderState::kIdle && world.secondHasHolderLock();
+    if (world.takes > 0 && !isBarred) {
       World next = world;
       --next.takes;
       mayBecome(after(next, HolderEvent::kTakeAsked));
@@ -387,7 +389,7 @@ class LeaseWalk {
   // on it.
   void stepNextProgram(const World& world) {
     if (design_.nextProgramComes && world.isOnDisk && !world.guardianRuns &&
-        !world.isAwaiting(Owner::kNextProgram)) {
+        world.second != Second::kHasFan && !world.isAwaiting(Owner::kNextProgram)) {
       World next = world;
       next.tools.push_back({false, Owner::kNextProgram, true, false, !mayBeSetAgain(world)});
       std::ranges::sort(next.tools);
@@ -427,17 +429,19 @@ class LeaseWalk {
         becomes(afterReadingAgain(next));
         break;
       case Second::kIsReady:
-        if (hasGuardianLock(world) || world.isOnDisk) {
+        if (hasGuardianLock(world) || (world.isOnDisk && design_.secondMindsALease)) {
           becomes(refused(next));
         } else {
           next.second = Second::kHasFan;
           next.isManual = true;
+          next.isOnDisk = true;
           becomes(next);
         }
         break;
       case Second::kHasFan:
         next.second = Second::kHasEnded;
         next.isManual = world.secondHandsBackManual;
+        next.isOnDisk = false;
         becomes(next);
         break;
       case Second::kHasEnded:
