@@ -65,16 +65,23 @@ bool isTaken(const FanState& fan) {
   return fan.isFixed == true || fan.raisedTo.value_or(0) >= fan.minimum.value_or(0) + kRounding;
 }
 
+bool hasUnreadableLease(const FanState& fan) {
+  return fan.lease && fan.lease->processIdentifier == 0;
+}
+
 std::string faultOf(FanControl& control, const FanState& fan, const KVFanHandBack& handBack) {
+  if (fan.isFixed == false) {
+    return "";  // also if a tool was late, or its guardian was first
+  }
+  if (!handBack.fault.empty() && !control.hasModes() && hasUnreadableLease(fan)) {
+    return handBack.fault +
+           "; remove that file once the minimum is right (a restart of the Mac resets it)";
+  }
   if (!handBack.fault.empty() && !KVUtils::smcExeOwnership(control.machine().platform)) {
     return "the privileged tool is not installed ('kelvora fans permit' installs it)";
   }
   if (!handBack.fault.empty()) {
-    const bool isLeaseUnreadable = fan.lease && fan.lease->processIdentifier == 0;
-    return handBack.fault + (control.hasModes() || !isLeaseUnreadable
-                                 ? ""
-                                 : "; remove that file once the minimum is right (a restart of the "
-                                   "Mac resets it)");
+    return handBack.fault;
   }
   if (isTaken(fan)) {
     return "it has been set again";
