@@ -123,15 +123,15 @@ std::string handBack(Platform& platform, std::uint64_t fan, const LeaseReading& 
 
 }  // namespace
 
-FanHandBack handBackOfFan(Platform& platform, std::uint64_t fan) {
+FanHandBack handBackOfFan(Platform& platform, std::uint64_t fan, FanScheme scheme) {
   const LeaseReading reading = readLease(platform, fan);
   const bool isHere = machineOfLease(platform, reading) == LeaseMachine::kThis;
+  if (scheme == FanScheme::kModeAndTarget) {
+    FanWrite mode = handBackWrite(scheme, 0, fan);
+    return isUnknown(platform, mode.key) ? FanHandBack() : FanHandBack{std::move(mode), ""};
+  }
   if (reading.record && isHere) {
     return {reading.record->fan.handBack, ""};
-  }
-  if (queryT2ChipSupport(platform)) {
-    FanWrite mode = handBackWrite(FanScheme::kModeAndTarget, 0, fan);
-    return isUnknown(platform, mode.key) ? FanHandBack() : FanHandBack{std::move(mode), ""};
   }
   return {std::nullopt, reading.exists && isHere
                             ? "the minimum that it had before is not known: " + reading.fault

@@ -23,6 +23,6 @@ struct FanHandBack {
   std::string fault;              ///< why it is not known
 };
 /// Any thread.
-FanHandBack handBackOfFan(Platform& platform, std::uint64_t fan);
+FanHandBack handBackOfFan(Platform& platform, std::uint64_t fan, FanScheme scheme);
 
 }  // namespace kelvora

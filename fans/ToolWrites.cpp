@@ -30,7 +30,7 @@ void ToolWrites::handBack(std::vector<HandBack>& fans) {
   for (const HandBack& fan : fans) {
     runs.push_back(start(fan.write, fan.descriptors, /*isSilent=*/true));
   }
-  const auto deadline = Clock::now() + limit_;
+  const auto deadline = Clock::now() + std::max(limit_, std::chrono::milliseconds(0));
   for (std::size_t i = 0; i < fans.size(); ++i) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     const std::string fault =

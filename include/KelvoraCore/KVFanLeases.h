@@ -21,8 +21,8 @@ struct KELVORA_EXPORT KVLeasedFan {
   /// mode; else none.
   std::optional<double> minimum;
   bool isLive = false;  ///< a guardian watches the holder, or is handing the fan back
-  /// The holder, or a privileged tool that it has started, still runs and may set the fan; also
-  /// without a guardian.
+  /// The holder, or a privileged tool that it has started, still runs and may set the fan, also
+  /// without a guardian; or another program is handing the fan back just now.
   bool isHolderRunning = false;
   /// E.g. why the fan cannot be handed back; empty on success or if not attempted.
   std::string fault;
@@ -32,11 +32,12 @@ struct KELVORA_EXPORT KVLeasedFan {
 struct KELVORA_EXPORT KVFanHandBack {
   std::uint64_t fan = 0;  ///< index, 0 to 19
   /// Whether the write of its mode, or of the minimum that it had before, succeeded. False without
-  /// a fault: it was the system's already.
+  /// a fault if there is nothing to hand back, or its mode reads as automatic although the tool
+  /// failed.
   bool isWritten = false;
   /// Why it is not handed back, e.g. "F0Md: the privileged tool has not ended in time". Empty on
   /// success, and if there is nothing to hand back: the SMC has no mode for the fan, or the fan has
-  /// neither a mode nor a lease.
+  /// neither a mode nor a lease of this machine, so what was there before is not known.
   std::string fault;
 };
 
@@ -69,7 +70,8 @@ class KELVORA_EXPORT KVFanLeases {
   /// order. Any thread.
   ///
   /// A privileged tool runs for each fan, all at the same time, and none is waited for longer than
-  /// `limit`. One that has not ended by then is left alone, and may still hand its fan back.
+  /// `limit`, 24 hours at most. One that has not ended by then is left alone, and may still hand
+  /// its fan back, also after another program has taken it. So do not repeat this quickly.
   static std::vector<KVFanHandBack> handBack(const std::vector<std::uint64_t>& fans,
                                              std::chrono::milliseconds limit = kLongestHandBack,
                                              Platform& platform = Platform::current());

@@ -78,6 +78,13 @@ TEST_F(KVFanLeasesHandBack, DoesNotWaitLongerThanTheLimit) {
   EXPECT_TRUE(soon([this] { return writes().size() == 2; })) << "late, but they write";
 }
 
+TEST_F(KVFanLeasesHandBack, TakesAnyLimit) {
+  EXPECT_TRUE(handBack({0}, std::chrono::milliseconds::max()).at(0).isWritten);
+  hangWrites("F1Md", "00");
+  EXPECT_FALSE(handBack({1}, std::chrono::milliseconds::min()).at(0).isWritten);
+  EXPECT_TRUE(handBack({}).empty());
+}
+
 TEST_F(KVFanLeasesHandBack, ReportsTheFanWhoseToolFails) {
   failWrites("F0Md", "00");
   const auto results = handBack({0, 1});
