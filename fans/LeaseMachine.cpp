@@ -28,7 +28,10 @@ std::string machineOf(Platform& platform) {
 }
 
 LeaseMachine whereIs(Platform& platform, const std::string& machine) {
-  if (machine.empty() || machine == machineOf(platform)) {
+  const std::string own = machineOf(platform);
+  // A Mac that cannot read its model at the moment forgets no lease.
+  const bool isUnsure = own.empty() && platform.hasSensorHardware();
+  if (machine.empty() || machine == own || (isUnsure && !machine.ends_with(kRecorded))) {
     return LeaseMachine::kThis;
   }
   const bool mayBeElsewhere =

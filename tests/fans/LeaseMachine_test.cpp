@@ -3,7 +3,9 @@
 #include <filesystem>
 
 #include "fans/LeaseRecord.h"
+#include "ports/Ports.h"
 #include "tests/fans/LeaseFixture.h"
+#include "tests/support/ForwardingPorts.h"
 
 namespace kelvora::testing {
 namespace {
@@ -84,6 +86,21 @@ TEST_F(LeaseMachineTest, ALeaseThatCameFromAnotherMacIsRemoved) {
   const auto live = Platform::live();
   EXPECT_TRUE(KVFanLeases::handBackLeftBehind(*live).empty());
   EXPECT_TRUE(writes().empty());
+  EXPECT_FALSE(isOnDisk());
+}
+
+// Its fan may be at a fixed speed.
+TEST_F(LeaseMachineTest, ALeaseIsNotForgottenWhileTheModelCannotBeRead) {
+  leaveBehind("MacBookPro15,1", {"F0Md", "00"});
+  const auto mac = Platform::live();
+  mac->ports().smc = std::move(recordedPlatform(recordedMachine(kWithModes))->ports().smc);
+  wrapPort<ForwardingSystemControls>(mac->ports().systemControls).onByName =
+      [](const char*, void*, std::size_t*) { return -1; };
+  ASSERT_EQ(machineOf(*mac), "");
+  const auto left = KVFanLeases::handBackLeftBehind(*mac);
+  ASSERT_EQ(left.size(), 1U);
+  EXPECT_EQ(left[0].fault, "");
+  EXPECT_EQ(valueOf("F0Md"), "00");
   EXPECT_FALSE(isOnDisk());
 }
 
