@@ -61,12 +61,16 @@ std::unique_ptr<Platform> platformOf(ChoiceFile& choice, std::unique_ptr<Platfor
   platform::RecordedMachine machine = machineIn(JSONPlace(choice.path(), choice.read()));
   machine.smcKeys.reset();
   auto smc = std::make_unique<platform::ChosenMachine>(choice.path());
+  // Of a computer with fans of its own the privileged tool would write those.
+  const bool startsPrograms = !host->hasSensorHardware();
   auto children = std::move(host->ports().childProcesses);
   auto result = platform::makeRecordedPlatform(std::move(machine), std::move(host));
   platform::Ports& ports = result->ports();
   ports.smc = std::move(smc);
-  ports.childProcesses =
-      std::make_unique<platform::OwnPrograms>(std::move(children), std::move(ports.childProcesses));
+  if (startsPrograms) {
+    ports.childProcesses = std::make_unique<platform::OwnPrograms>(std::move(children),
+                                                                   std::move(ports.childProcesses));
+  }
   return result;
 }
 

@@ -236,6 +236,11 @@ TEST_F(ChosenMachineTest, AMacReadsItsOwnSensorsWhateverIsChosen) {
   }
   choose("Macmini8,1");
   EXPECT_TRUE(Platform::current().isLive());
+  platform::ChildRequest tool;
+  tool.path = "/bin/true";
+  tool.isOwnProgram = true;
+  EXPECT_EQ(Platform::chosen()->childProcesses().launch(tool).child, nullptr)
+      << "it would write the fans of this computer";
 }
 
 TEST_F(ChosenMachineTest, WhereNoFolderCanBeMadeNothingIsChosen) {
