@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/fans/LeaseWorld.h"
+#include "tests/fans/LeaseWalk.h"
 
 namespace kelvora::testing {
 namespace {
