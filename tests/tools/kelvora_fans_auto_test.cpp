@@ -113,6 +113,16 @@ TEST_F(KelvoraFans, ThatAreSetAgainAtOnceAreNotSaidToBeHandedBack) {
   fs::rename(home_.path("tool"), home_.path(kTool));
 }
 
+// Their number is a key like the others.
+TEST_F(KelvoraFans, WhoseNumberCannotBeReadAreHandedBackToo) {
+  std::string mac = kThreeFans;
+  mac.replace(mac.find("FNum"), 4, "XNum");
+  choose(home_.write("mac.json", mac).c_str());
+  ASSERT_EQ(jsonOf({"fans"}).at("fans").size(), 3U);
+  EXPECT_EQ(run({"fans", "auto", "all"}).status, 0);
+  expectAutomatic(2);
+}
+
 // They have no mode although the Mac is of 2019, so no program can have taken them.
 TEST_F(KelvoraFans, OfAMacThatLacksTheirKeysHaveNothingToHandBack) {
   choose("iMac19,1");

@@ -113,10 +113,11 @@ std::vector<KVFanSpeed> withoutHolder(const std::vector<KVFanSpeed>& fans,
 
 void reportHandedBack(const std::vector<FanState>& before, const std::vector<FanState>& after,
                       const std::vector<std::uint64_t>& expected) {
-  for (std::size_t i = 0; i < std::min(before.size(), after.size()); ++i) {
-    const bool wasHeld = before[i].lease && isOwnHolder(*before[i].lease);
-    if (wasHeld && !after[i].lease && !isAmong(expected, before[i].index)) {
-      say("fan " + std::to_string(before[i].index) + ": handed back, as its holder has ended");
+  for (const FanState& fan : before) {
+    const auto now = std::ranges::find(after, fan.index, &FanState::index);
+    const bool wasHeld = fan.lease && isOwnHolder(*fan.lease);
+    if (wasHeld && now != after.end() && !now->lease && !isAmong(expected, fan.index)) {
+      say("fan " + std::to_string(fan.index) + ": handed back, as its holder has ended");
     }
   }
 }

@@ -40,12 +40,16 @@ void FanReader::requireSMC() {
 }
 
 std::vector<FanState> FanReader::read(const std::vector<KVLeasedFan>& leases) {
-  const double claimed = valueOf(controller_.smc(), "FNum").value_or(0);
-  const auto count =
-      static_cast<std::uint64_t>(std::clamp(claimed, 0.0, static_cast<double>(kMostFans)));
+  const auto claimed = valueOf(controller_.smc(), "FNum");
+  const auto count = static_cast<std::uint64_t>(
+      std::clamp(claimed.value_or(kMostFans), 0.0, static_cast<double>(kMostFans)));
   std::vector<FanState> fans;
   for (std::uint64_t fan = 0; fan < count; ++fan) {
-    fans.push_back(read(fan, leases));
+    const FanState state = read(fan, leases);
+    // Without their number those are fans that have a limit, or that a program has taken.
+    if (claimed || state.minimum || state.maximum || state.lease) {
+      fans.push_back(state);
+    }
   }
   return fans;
 }

@@ -37,6 +37,12 @@ std::vector<std::uint64_t> chosenFans(const FanControl& control,
   return {fans.begin(), fans.end()};
 }
 
+// Empty of a fan that was not there.
+FanState stateOf(const std::vector<FanState>& fans, std::uint64_t index) {
+  const auto found = std::ranges::find(fans, index, &FanState::index);
+  return found == fans.end() ? FanState() : *found;
+}
+
 // The mode that was written counts only if it is read, because another program may have set it
 // again. An own holder has handed its fan back at its end.
 FanWritten writtenTo(const FanState& before, const FanState& after, bool isWritten) {
@@ -135,11 +141,11 @@ int runFansAuto(const Options& options, StandardOutput& output) {
   std::vector<FanChange> changes;
   for (const KVFanHandBack& handBack : handBacks) {
     const FanState& after = control.fan(handBack.fan);
-    changes.push_back({writtenTo(before.at(handBack.fan), after, handBack.isWritten), after});
+    changes.push_back({writtenTo(stateOf(before, handBack.fan), after, handBack.isWritten), after});
   }
   writeChanges(options, output, control.machine(), FanEvent::kHandedBack, changes);
   for (const KVFanHandBack& handBack : handBacks) {
-    const bool wasHeld = before.at(handBack.fan).lease.has_value();
+    const bool wasHeld = stateOf(before, handBack.fan).lease.has_value();
     status = std::max(status, report(control, control.fan(handBack.fan), handBack, wasHeld));
   }
   return status;
