@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "KelvoraCore/KVProcessLock.h"
+#include "KelvoraCore/Platform.h"
 
 #include "base/GrowingPause.h"
 #include "fans/FanLeaseRules.h"
@@ -188,7 +189,8 @@ class Guardian {
 
 }  // namespace
 
-int KVFanGuardian::run(Platform& platform) {
+int KVFanGuardian::run() {
+  platform::removeFromEnvironment("KELVORA_MACHINE");
   auto channel = GuardChannel::fromStandardInput();
   if (!channel) {
     return kExitWrongUsage;
@@ -203,7 +205,7 @@ int KVFanGuardian::run(Platform& platform) {
     channel->send("refused the guardian does not understand the holder");
     return kExitWrongUsage;
   }
-  Guardian(platform, *std::move(channel), *std::move(request)).run();
+  Guardian(Platform::current(), *std::move(channel), *std::move(request)).run();
   return 0;
 }
 

@@ -323,7 +323,8 @@ class KVFanLease::Holder {
     handBack_.handBack(handBacks);
     for (std::size_t i = 0; i < handBacks.size(); ++i) {
       if (!handBacks[i].fault.empty()) {
-        obstacle_ = fanText(fans_[i].index()) + "not handed back: " + handBacks[i].fault;
+        obstacle_ += (obstacle_.empty() ? "" : "; ") + fanText(fans_[i].index()) +
+                     "not handed back: " + handBacks[i].fault;
       }
     }
     return obstacle_.empty();

@@ -61,6 +61,9 @@ class GuardChannel {
 /// ignored, and the standard descriptors /dev/null.
 void leaveTerminal();
 
+/// Removes a variable from this process's environment, before another thread runs.
+void removeFromEnvironment(const char* variable);
+
 /// This process's identifier, e.g. 612.
 std::int64_t processIdentifier();
 

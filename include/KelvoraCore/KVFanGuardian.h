@@ -1,7 +1,6 @@
 #pragma once
 
 #include "KelvoraCore/Export.h"
-#include "KelvoraCore/Platform.h"
 
 namespace kelvora {
 
@@ -13,8 +12,10 @@ class KELVORA_EXPORT KVFanGuardian {
   /// the process's standard input, and returns the exit status once the system controls the fans
   /// again: 0, or 64 when standard input is not such a channel. Call it first in main(): it leaves
   /// the terminal's session, ignores SIGHUP, SIGINT, SIGQUIT, SIGTERM and SIGTSTP, and redirects
-  /// the standard descriptors to /dev/null.
-  static int run(Platform& platform = Platform::current());
+  /// the standard descriptors to /dev/null, and takes KELVORA_MACHINE out of the environment: the
+  /// privileged tool writes the fans of this computer, or of the Mac that the account has chosen,
+  /// whatever recording the variable names.
+  static int run();
 };
 
 }  // namespace kelvora

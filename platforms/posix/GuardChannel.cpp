@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <stdlib.h>
 #include <sys/socket.h>
 
 #include "platforms/posix/FileDescriptor.h"
@@ -149,6 +150,8 @@ void GuardChannel::close() {
     ::close(std::exchange(descriptor_, -1));
   }
 }
+
+void removeFromEnvironment(const char* variable) { ::unsetenv(variable); }
 
 void leaveTerminal() {
   for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP}) {

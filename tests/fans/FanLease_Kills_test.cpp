@@ -114,6 +114,23 @@ TEST_F(FanLeaseKills, AKilledHolderLeavesNoFanBehind) {
   EXPECT_GT(moment, 20);
 }
 
+// The holder's fans are of a platform that it was given. A guardian of the recording would start no
+// tool, and would read that the fan is the system's.
+TEST_F(FanLeaseKills, AGuardianMindsNoRecordingThatTheEnvironmentNames) {
+  const std::string recording = KELVORA_MACHINES "/MacBookPro15,1.json";
+  setenv("KELVORA_MACHINE", recording.c_str(), 1);
+  ChildWork holder([this] {
+    return lease(std::chrono::seconds(30))->take({{0, 3000}}) ? pause() : 2;
+  });
+  ASSERT_TRUE(soon([this] { return writes().size() == 2; }));
+  holder.kill();
+  ASSERT_EQ(holder.wait(), 128 + SIGKILL);
+  unsetenv("KELVORA_MACHINE");
+  EXPECT_TRUE(soon([this] { return guardians().empty(); }));
+  EXPECT_EQ(valueOf("F0Md"), "00");
+  EXPECT_FALSE(isOnDisk());
+}
+
 // A lease of minutes: its guardian waits as long for a tool.
 TEST_F(FanLeaseKills, AToolThatHangsDelaysTheHandBackOfNoOtherFan) {
   ChildWork holder([this] {

@@ -350,6 +350,19 @@ TEST_F(KVFanLeaseTest, AHandBackIsTriedUntilItSucceeds) {
   EXPECT_TRUE(soonOffTheDisk());
 }
 
+TEST_F(KVFanLeaseTest, TheFaultNamesEveryFanThatIsNotHandedBack) {
+  const auto lease = newLease(kShort);
+  ASSERT_TRUE(lease->take({{0, 3000}, {1, 3000}})) << lease->fault();
+  failWrites("F0Md", "00");
+  failWrites("F1Md", "00");
+  EXPECT_FALSE(lease->release());
+  EXPECT_EQ(lease->fault(),
+            "fan 0: not handed back: F0Md: the privileged tool ended with status 5; "
+            "fan 1: not handed back: F1Md: the privileged tool ended with status 5");
+  endOrders();
+  EXPECT_EQ(lease->renew(), KVFanLeaseState::kEnded);
+}
+
 TEST_F(KVFanLeaseTest, AReleaseTriesAgainInItsTime) {
   const auto lease = newLease();
   ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
