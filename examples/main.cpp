@@ -12,6 +12,6 @@ int main(int count, char** arguments) {
     return 2;
   }
   kelvora::KVSettings::shared().setTempUnitCelsius(unit == "celsius");
-  kelvora::KVMainQueue::runPending();  // sends the notice
+  kelvora::KVMainQueue::runPending();  // sends the notification
   return 0;
 }

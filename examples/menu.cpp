@@ -54,6 +54,6 @@ int main() {
   screen.viewDidLoad();
   do {
     screen.sample();
-  } while (stop.runUntil(nextSample()));  // notices arrive here
+  } while (stop.runUntil(nextSample()));  // notifications arrive here
   return 0;
 }
