@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "KelvoraCore/KVFanLeases.h"
 #include "KelvoraCore/KVProcessLock.h"
 #include "KelvoraCore/Platform.h"
 
@@ -24,6 +25,7 @@ namespace {
 
 using platform::GuardChannel;
 using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
 
 constexpr int kExitWrongUsage = 64;
 // Longer than a holder needs to send its request.
@@ -39,7 +41,7 @@ class Guardian {
       : platform_(platform),
         channel_(std::move(channel)),
         request_(std::move(request)),
-        tool_(platform, request_.timeout) {}
+        tool_(platform, std::min(request_.timeout, KVFanLeases::kLongestHandBack)) {}
 
   void run() {
     handle(prepare() ? GuardianEvent::kPrepared : GuardianEvent::kCannotPrepare);
@@ -92,17 +94,30 @@ class Guardian {
       std::this_thread::sleep_for(nextPause());
       return GuardianEvent::kTimeIsOver;
     }
-    const milliseconds limit = state_ == GuardianState::kWatching ? request_.timeout : nextPause();
-    switch (std::string line; channel_.receive(line, limit)) {
+    switch (receive()) {
       case GuardChannel::Event::kLine:
         return GuardianEvent::kRenewed;
       case GuardChannel::Event::kNothing:
+        nextTry_.reset();
         return GuardianEvent::kTimeIsOver;
       case GuardChannel::Event::kEnd:
         break;
     }
     pauses_.restart();
     return GuardianEvent::kChannelEnded;
+  }
+
+  // A renewal that comes too late does not put off the next try.
+  GuardChannel::Event receive() {
+    std::string line;
+    if (state_ == GuardianState::kWatching) {
+      return channel_.receive(line, request_.timeout);
+    }
+    if (!nextTry_) {
+      nextTry_ = Clock::now() + nextPause();
+    }
+    const auto left = std::chrono::ceil<milliseconds>(*nextTry_ - Clock::now());
+    return left.count() > 0 ? channel_.receive(line, left) : GuardChannel::Event::kNothing;
   }
 
   milliseconds nextPause() {
@@ -178,6 +193,7 @@ class Guardian {
   ToolWrites tool_;
   GuardianState state_ = GuardianState::kPreparing;
   GrowingPause pauses_{kFirstPause};
+  std::optional<Clock::time_point> nextTry_;  // after the time-out
   std::optional<bool> handedBack_;  // the result of the last try, until it becomes an event
   std::vector<std::unique_ptr<KVProcessLock>> locks_;
   std::vector<std::uint64_t> written_;

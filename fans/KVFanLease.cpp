@@ -55,7 +55,7 @@ class KVFanLease::Holder {
         platform_(controller.platform()),
         options_(std::move(options)),
         take_(platform_, options_.timeout),
-        handBack_(platform_, options_.timeout),
+        handBack_(platform_, std::min(options_.timeout, KVFanLeases::kLongestHandBack)),
         guardian_(platform_.childProcesses(), options_.timeout) {}
 
   bool take(const std::vector<KVFanSpeed>& speeds) {

@@ -21,7 +21,8 @@ struct KELVORA_EXPORT KVFanSpeed {
 /// How a lease is held.
 struct KELVORA_EXPORT KVFanLeaseOptions {
   /// If the lease is not renewed for this long, the fans are handed back. 1 ms to 24 hours; `take`
-  /// fails for other values. Also the longest wait for the privileged tool.
+  /// fails for other values. Also the longest wait for a privileged tool that sets a fan; for one
+  /// that hands a fan back it is 5 seconds (KVFanLeases::kLongestHandBack) if that is shorter.
   std::chrono::milliseconds timeout{10'000};
   /// The name by which other programs know the holder; empty: that of the running executable.
   std::string program;

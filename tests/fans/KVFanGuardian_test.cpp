@@ -27,8 +27,9 @@ class KVFanGuardianTest : public LeaseFixture {
     return channel->receive(line, std::chrono::seconds(60)) == GuardChannel::Event::kLine ? line
                                                                                           : "";
   }
-  static LeaseRequest requestOf(std::vector<LeasedFan> fans) {
-    return {"Test Host", 612, std::chrono::seconds(30), std::move(fans), ""};
+  static LeaseRequest requestOf(std::vector<LeasedFan> fans,
+                                std::chrono::milliseconds timeout = std::chrono::seconds(30)) {
+    return {"Test Host", 612, timeout, std::move(fans), ""};
   }
 
   std::optional<GuardChannel> channel;
@@ -46,6 +47,25 @@ TEST_F(KVFanGuardianTest, AnswersEachLineAndHandsBackAtTheEnd) {
   EXPECT_EQ(program->waitUntilExit(), 0);
   EXPECT_EQ(writes(), (std::vector<std::string>{"F0Md 00", "F1Md 00"}));
   EXPECT_FALSE(isOnDisk(0) || isOnDisk(1));
+}
+
+// A take that takes longer than the time-out may end between two of them.
+TEST_F(KVFanGuardianTest, HandsBackAgainAndAgainAfterATimeOutWhateverIsRenewed) {
+  channel->send(lineOf(requestOf({{0, {"F0Md", "00"}}}, std::chrono::seconds(1))));
+  EXPECT_EQ(answer(), "ready");
+  EXPECT_EQ(answer(), "expired");
+  EXPECT_TRUE(soon([this] {
+    channel->send("renew");  // each comes before the next try
+    std::string line;
+    while (channel->receive(line, std::chrono::milliseconds(0)) == GuardChannel::Event::kLine) {
+      EXPECT_EQ(line, "expired");
+    }
+    return writes().size() >= 4;
+  }));
+  EXPECT_TRUE(isOnDisk());
+  channel->close();
+  EXPECT_EQ(program->waitUntilExit(), 0);
+  EXPECT_FALSE(isOnDisk());
 }
 
 TEST_F(KVFanGuardianTest, TriesEveryFanWhateverBecomesOfTheOthers) {
