@@ -104,6 +104,18 @@ TEST(FanLeaseWalk, WithAGuardianThatDoesNotRepeatItsHandBack) {
                                      GuardianState::kExpired, GuardianAction::kNothing}));
 }
 
+TEST(FanLeaseWalk, WithAGuardianThatDoesNotHandBackAgainAtTheEnd) {
+  expectLeftBehind(
+      LeaseDesign().with(GuardianRow{GuardianState::kExpired, GuardianEvent::kChannelEnded,
+                                     GuardianState::kGone, GuardianAction::kLeave}));
+}
+
+TEST(FanLeaseWalk, WithAGuardianThatGivesUpAfterAFailedHandBack) {
+  expectLeftBehind(
+      LeaseDesign().with(GuardianRow{GuardianState::kEnding, GuardianEvent::kHandBackFailed,
+                                     GuardianState::kGone, GuardianAction::kLeave}));
+}
+
 TEST(FanLeaseWalk, WithAHolderThatDoesNotMissItsGuardian) {
   expectLeftBehind(LeaseDesign().with(HolderRow{HolderState::kHeld, HolderEvent::kGuardianGone,
                                                 HolderState::kHeld, HolderAction::kNothing}));

@@ -6,8 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "tests/fans/LeaseFixture.h"
-#include "tests/support/ChildWork.h"
+#include "tests/fans/KillsFixture.h"
 #include "tests/support/ForwardingPorts.h"
 
 namespace kelvora::testing {
@@ -15,104 +14,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// Starts and waits for programs, and kills this process at one of these moments.
-class MortalChildProcesses : public platform::ChildProcesses {
- public:
-  MortalChildProcesses(std::unique_ptr<platform::ChildProcesses> behind, int lastMoment)
-      : behind_(std::move(behind)), moments_(lastMoment) {}
-
-  platform::ChildLaunch launch(const platform::ChildRequest& request) override {
-    moment();
-    platform::ChildLaunch launch = behind_->launch(request);
-    moment();
-    if (launch.child) {
-      launch.child = std::make_unique<Child>(std::move(launch.child), *this);
-    }
-    return launch;
-  }
-
- private:
-  class Child : public platform::ChildProcess {
-   public:
-    Child(std::unique_ptr<platform::ChildProcess> behind, MortalChildProcesses& owner)
-        : behind_(std::move(behind)), owner_(owner) {}
-    std::size_t readStandardOutput(std::span<std::byte> buffer) override {
-      return behind_->readStandardOutput(buffer);
-    }
-    void closeStandardOutput() override { behind_->closeStandardOutput(); }
-    int waitUntilExit() override { return behind_->waitUntilExit(); }
-    std::optional<int> waitUntilExit(milliseconds limit) override {
-      const auto status = behind_->waitUntilExit(limit);
-      owner_.moment();
-      return status;
-    }
-    void end() override { behind_->end(); }
-
-   private:
-    std::unique_ptr<platform::ChildProcess> behind_;
-    MortalChildProcesses& owner_;
-  };
-
-  void moment() {
-    if (moments_-- == 0) {
-      kill(getpid(), SIGKILL);
-    }
-  }
-
-  std::unique_ptr<platform::ChildProcesses> behind_;
-  int moments_;
-};
-
-class FanLeaseKills : public LeaseFixture {
- protected:
-  FanLeaseKills() { std::filesystem::copy_file(KELVORA_TEST_GUARDIAN, guardian); }
-  ~FanLeaseKills() override {
-    EXPECT_TRUE(soon([this] { return guardians().empty(); }));
-  }
-
-  std::unique_ptr<KVFanLease> lease(milliseconds timeout) const {
-    return std::make_unique<KVFanLease>(*controller,
-                                        KVFanLeaseOptions{timeout, "Test Host", guardian});
-  }
-  std::vector<pid_t> guardians() const { return processesOf(guardian); }
-
-  // This fixture's own, so that it can wait for the last of them.
-  const std::string guardian = folder.path("Kelvora Guardian");
-};
-
 constexpr char kStillRuns[] =
     "its holder, or a privileged tool that sets it, still runs and may set it again";
-
-int holdOnce(KVFanLease& lease) {
-  if (!lease.take({{0, 3000}, {1, 3000}}) || lease.renew() != KVFanLeaseState::kHeld ||
-      !lease.take({{1, 2500}})) {
-    return 2;
-  }
-  return lease.release() ? 0 : 3;
-}
-
-TEST_F(FanLeaseKills, AKilledHolderLeavesNoFanBehind) {
-  int status = -1;
-  int moment = 0;
-  for (; status != 0; ++moment) {
-    ASSERT_LT(moment, 100) << "exit status " << status;
-    std::filesystem::remove(folder.path("Kelvora/log"));
-    ChildWork holder([&] {
-      platform->ports().childProcesses = std::make_unique<MortalChildProcesses>(
-          std::move(platform->ports().childProcesses), moment);
-      return holdOnce(*lease(std::chrono::seconds(30)));
-    });
-    status = holder.wait();
-    ASSERT_TRUE(status == 0 || status == 128 + SIGKILL) << status;
-    ASSERT_TRUE(soon([this] { return guardians().empty(); }));
-    for (const char* key : {"F0Md", "F1Md"}) {
-      const std::string mode = valueOf(key);
-      EXPECT_TRUE(mode.empty() || mode == "00") << key << " at moment " << moment;
-    }
-    EXPECT_FALSE(isOnDisk(0) || isOnDisk(1)) << "at moment " << moment;
-  }
-  EXPECT_GT(moment, 20);
-}
 
 // The holder's fans are of a platform that it was given. A guardian of the recording would start no
 // tool, and would read that the fan is the system's.
@@ -145,6 +48,21 @@ TEST_F(FanLeaseKills, AToolThatHangsDelaysTheHandBackOfNoOtherFan) {
   endOrders();
   EXPECT_TRUE(soon([this] { return guardians().empty(); }));
   EXPECT_EQ(valueOf("F0Md"), "00");
+}
+
+// The tool has the holder's end of the channel too, so the hand-back comes after what it writes.
+TEST_F(FanLeaseKills, AGuardianWaitsForTheToolThatItsHolderLeaves) {
+  hangWrites("F0Md", "01");
+  ChildWork holder([this] { return lease(std::chrono::minutes(10))->take({{0, 3000}}) ? 2 : 3; });
+  ASSERT_TRUE(soon([this] { return hangs("F0Md", "01"); }));
+  holder.kill();
+  ASSERT_EQ(holder.wait(), 128 + SIGKILL);
+  std::this_thread::sleep_for(milliseconds(300));  // in which it could hand back
+  EXPECT_TRUE(writes().empty());
+  EXPECT_EQ(guardians().size(), 1U);
+  endOrders();
+  EXPECT_TRUE(soon([this] { return guardians().empty(); }));
+  EXPECT_EQ(writes(), (std::vector<std::string>{"F0Md 01", "F0Md 00"}));
 }
 
 // As when the computer is asked for too much, or a debugger stops the program.
