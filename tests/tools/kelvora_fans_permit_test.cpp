@@ -1,6 +1,7 @@
 // Installing the privileged tool by the command.
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -9,10 +10,12 @@
 #include <nlohmann/json.hpp>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include "KelvoraCore/Platform.h"
 
+#include "tests/support/ChildWork.h"
 #include "tests/support/HomeFolder.h"
 #include "tests/support/MountedDriver.h"
 #include "tests/tools/KelvoraProgram.h"
@@ -82,7 +85,9 @@ class KelvoraFansPermitOnAMac : public KelvoraFansPermit {
     ASSERT_EQ(mount("none", kDevices.c_str(), "tmpfs", 0, nullptr), 0);
     const std::string driver = kDevices + "/applesmc.768";
     ASSERT_EQ(mkdir(driver.c_str(), 0755), 0);
-    for (const auto& [file, content] : {std::pair("key_count", "0\n"),
+    for (const auto& [file, content] : {std::pair("key_count", "1\n"),
+                                        {"key_at_index", "0\n"},
+                                        {"key_at_index_name", "F0Mn\n"},
                                         {"fan1_input", "2000\n"},
                                         {"fan1_min", "1200\n"},
                                         {"fan1_max", "6000\n"}}) {
@@ -116,6 +121,27 @@ TEST_F(KelvoraFansPermitOnAMac, TheToolGetsItsRights) {
   const json report = json::parse(runKelvora({"fans", "permit", "--json"}).standardOutput);
   EXPECT_EQ(report["needed"], true);
   EXPECT_EQ(report["granted"], true);
+}
+
+TEST_F(KelvoraFansPermitOnAMac, ThenAnyUserWritesTheFanWithTheTool) {
+  for (const char* folder : {"", "data", "data/Kelvora"}) {
+    std::filesystem::create_directories(home_.path(folder));
+    std::filesystem::permissions(home_.path(folder), std::filesystem::perms(0755));
+  }
+  ASSERT_EQ(runKelvora({"fans", "permit"}).status, 0);
+  if (struct statvfs place = {};
+      statvfs(tool().c_str(), &place) != 0 || (place.f_flag & ST_NOSUID) != 0) {
+    GTEST_SKIP() << tool() << " is on a file system that raises no rights";
+  }
+  constexpr uid_t kNobody = 65534;
+  ChildWork user([this] {
+    return setgid(kNobody) != 0 || setuid(kNobody) != 0
+               ? 1
+               : execl(tool().c_str(), "Kelvora SMC", "-k", "F0Mn", "-w", "2ee0", nullptr);
+  });
+  EXPECT_EQ(user.wait(), 0);
+  std::ifstream minimum(kDevices + "/applesmc.768/fan1_min");
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(minimum), {}), "3000\n");
 }
 
 TEST_F(KelvoraFansPermitOnAMac, ALinkInPlaceOfTheToolGetsNoRights) {
