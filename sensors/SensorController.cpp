@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "base/NoneIfEmpty.h"
 #include "ports/Ports.h"
 #include "sensors/Catalogue.h"
 #include "sensors/ComputedSensors.h"
@@ -37,10 +38,6 @@ void append(SensorList& list, const SensorList& more) {
 // Sensors without a group come last.
 std::uint64_t rank(const Sensor& sensor) {
   return sensor.group == SensorGroupNone ? UINT64_MAX : sensor.group;
-}
-
-std::optional<std::string> unlessEmpty(const std::optional<std::string>& text) {
-  return text && !text->empty() ? text : std::nullopt;
 }
 
 }  // namespace
@@ -112,12 +109,12 @@ void SensorController::loadDefaultSensors() {
 
 std::optional<std::string> SensorController::dedicatedGPUName() const {
   const ZDGPUInfo* gpu = dedicatedGPU(gpus_);
-  return gpu == nullptr ? std::nullopt : unlessEmpty(gpu->modelName);
+  return gpu == nullptr ? std::nullopt : noneIfEmpty(gpu->modelName.value_or(""));
 }
 
 std::optional<std::string> SensorController::dedicatedGPUShortName() const {
   const ZDGPUInfo* gpu = dedicatedGPU(gpus_);
-  return gpu == nullptr ? std::nullopt : unlessEmpty(gpu->shortModelName);
+  return gpu == nullptr ? std::nullopt : noneIfEmpty(gpu->shortModelName.value_or(""));
 }
 
 SensorList SensorController::getAllSensors() {

@@ -9,6 +9,7 @@
 
 #include "KelvoraCore/ZDSystemMonitor.h"
 
+#include "base/NoneIfEmpty.h"
 #include "ports/Ports.h"
 
 namespace kelvora {
@@ -18,10 +19,6 @@ namespace {
 // Four pieces between points.
 bool isIPv4(std::string_view address) {
   return std::count(address.begin(), address.end(), '.') == 3;
-}
-
-std::optional<std::string> noneIfEmpty(std::string text) {
-  return text.empty() ? std::nullopt : std::optional(std::move(text));
 }
 
 std::optional<std::string> localAddress(platform::SystemFacts& facts) {

@@ -4,17 +4,10 @@
 #include <sys/stdio.h>
 #include <unistd.h>
 
+#include "base/NoneIfEmpty.h"
 #include "platforms/macos/cocoa/UserFolders.h"
 
 namespace kelvora::platform {
-
-namespace {
-
-std::optional<std::string> unlessEmpty(std::string path) {
-  return path.empty() ? std::nullopt : std::optional(std::move(path));
-}
-
-}  // namespace
 
 // Under a name of this process's own until it is whole.
 bool MacFiles::copy(const std::string& from, const std::string& to) {
@@ -29,16 +22,16 @@ bool MacFiles::copy(const std::string& from, const std::string& to) {
 }
 
 std::optional<std::string> MacFiles::documentsFolder() {
-  return unlessEmpty(cocoa::documentsFolder());
+  return noneIfEmpty(cocoa::documentsFolder());
 }
 
 std::optional<std::string> MacFiles::applicationSupportFolder() {
-  return unlessEmpty(cocoa::applicationSupportFolder());
+  return noneIfEmpty(cocoa::applicationSupportFolder());
 }
 
 std::optional<std::string> MacFiles::groupContainer(const std::string& groupIdentifier) {
   return groupIdentifier.empty() ? std::nullopt
-                                 : unlessEmpty(cocoa::groupContainer(groupIdentifier));
+                                 : noneIfEmpty(cocoa::groupContainer(groupIdentifier));
 }
 
 }  // namespace kelvora::platform
