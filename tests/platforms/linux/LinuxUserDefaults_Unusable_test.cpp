@@ -184,9 +184,10 @@ TEST_F(LinuxUserDefaultsTest, AChangeThatCannotBeStoredReturnsNone) {
   EXPECT_EQ(suite->object("a"), PropertyListValue(1));
 }
 
+// Made by its own test only: a parameter is copied at the start of every process of the tests.
 struct Unreadable {
   const char* name;
-  PropertyListValue value;
+  PropertyListValue (*value)();
   const char* fault;
 
   friend std::ostream& operator<<(std::ostream& out, const Unreadable& each) {
@@ -194,10 +195,12 @@ struct Unreadable {
   }
 };
 
-PropertyListValue nested(int levels) {
-  PropertyListValue value = 1;
+using Value = PropertyListValue;
+
+Value nested(int levels) {
+  Value value = 1;
   for (int level = 0; level < levels; ++level) {
-    value = PropertyListValue::Array{value};
+    value = Value::Array{value};
   }
   return value;
 }
@@ -207,19 +210,22 @@ class UnreadableValue : public LinuxUserDefaultsTest,
 
 INSTANTIATE_TEST_SUITE_P(
     LinuxUserDefaults, UnreadableValue,
-    ::testing::Values(
-        Unreadable{"tooLarge", PropertyListValue::Data(std::size_t{16} << 20), "larger than 16 MB"},
-        Unreadable{"manyEqualTexts", PropertyListValue::Array(20'000, std::string(100, 'x')),
-                   "unfolds to far more than its bytes"},
-        Unreadable{"tooDeep", nested(101), "nested too deeply"}),
+    ::testing::Values(Unreadable{"tooLarge",
+                                 [] { return Value(Value::Data(std::size_t{16} << 20)); },
+                                 "larger than 16 MB"},
+                      Unreadable{"manyEqualTexts",
+                                 [] { return Value(Value::Array(20'000, std::string(100, 'x'))); },
+                                 "unfolds to far more than its bytes"},
+                      Unreadable{"tooDeep", [] { return nested(101); }, "nested too deeply"}),
     [](const auto& each) { return each.param.name; });
 
 TEST_P(UnreadableValue, IsNotStoredAndLosesNoOtherSetting) {
+  const Value value = GetParam().value();
   const auto suite = open();
   ASSERT_TRUE(suite->setObject("KVMainSensor", "TC0P"));
   ::testing::internal::CaptureStderr();
-  EXPECT_FALSE(suite->setObject("KVMenuSensors", GetParam().value));
-  EXPECT_EQ(suite->setObjectIfAbsent("KVMenuSensors", GetParam().value), std::nullopt);
+  EXPECT_FALSE(suite->setObject("KVMenuSensors", value));
+  EXPECT_EQ(suite->setObjectIfAbsent("KVMenuSensors", value), std::nullopt);
   EXPECT_EQ(
       ::testing::internal::GetCapturedStderr(),
       "Settings: " + file() + ": it would not be readable any more: " + GetParam().fault + "\n");
