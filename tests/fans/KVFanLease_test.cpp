@@ -332,6 +332,20 @@ TEST_F(KVFanLeaseTest, AToolThatHangsDelaysTheReturnOfNoOtherFan) {
   EXPECT_EQ(valueOf("F0Md"), "00");
 }
 
+TEST_F(KVFanLeaseTest, AHandBackThatHangsIsTriedAgainLongBeforeTheTimeOut) {
+  const auto lease = newLease(std::chrono::minutes(10));
+  ASSERT_TRUE(lease->take({{0, 3000}})) << lease->fault();
+  hangOnce("F0Md", "00");
+  bool isBack = false;
+  std::thread orders([&] {
+    isBack = soon([this] { return valueOf("F0Md") == "00"; });
+    endOrders();
+  });
+  EXPECT_TRUE(lease->release()) << lease->fault();
+  orders.join();
+  EXPECT_TRUE(isBack);
+}
+
 TEST_F(KVFanLeaseTest, AHandBackIsTriedUntilItSucceeds) {
   const auto lease = newLease(kShort);
   ASSERT_TRUE(lease->take({{0, 3000}, {1, 3000}})) << lease->fault();

@@ -99,6 +99,10 @@ class LeaseFixture : public ::testing::Test {
   void hangWrites(const std::string& key, const std::string& value) const {
     folder.write("Kelvora/hang-" + key + "-" + value, "");
   }
+  /// The next one does not write before the order ends; those after it do.
+  void hangOnce(const std::string& key, const std::string& value) const {
+    folder.write("Kelvora/hang-once-" + key + "-" + value, "");
+  }
   /// Whether the tool has come to an order to hang.
   bool hangs(const std::string& key, const std::string& value) const {
     return std::filesystem::exists(folder.path("Kelvora/is-hanging-" + key + "-" + value));
@@ -184,6 +188,9 @@ class LeaseFixture : public ::testing::Test {
 cd "$(dirname "$0")" || exit 100
 test "$1" = -k && test "$3" = -w && test $# = 4 || exit 101
 if test -e "fail-$2-$4"; then exit 5; fi
+if mv "hang-once-$2-$4" "hang-until-$2-$4" 2>/dev/null; then
+  while test -e "hang-until-$2-$4"; do sleep 0.01; done
+fi
 while test -e "hang-$2-$4"; do : > "is-hanging-$2-$4"; sleep 0.01; done
 echo "$2 $4" >> log
 if test -e "fail-late-$2-$4"; then exit 6; fi
