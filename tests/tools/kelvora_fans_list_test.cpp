@@ -63,6 +63,7 @@ TEST_F(KelvoraFans, OfAMachineWithoutSMCAreReportedAsMissing) {
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.standardOutput, EndsWith("\nno fans\n"));
   EXPECT_THAT(result.standardError, EndsWith(": there is no SMC with fans\n"));
+  EXPECT_THAT(result.standardError, Not(HasSubstr("Error"))) << "that says the same";
 }
 
 TEST_F(KelvoraFans, OnANarrowTerminalHaveLinesOfTheirOwn) {
