@@ -184,7 +184,6 @@ class Guardian {
     for (const std::uint64_t fan : written_) {
       removeLease(platform_, fan);
     }
-    locks_.clear();
   }
 
   Platform& platform_;
@@ -195,7 +194,7 @@ class Guardian {
   GrowingPause pauses_{kFirstPause};
   std::optional<Clock::time_point> nextTry_;  // after the time-out
   std::optional<bool> handedBack_;  // the result of the last try, until it becomes an event
-  std::vector<std::unique_ptr<KVProcessLock>> locks_;
+  std::vector<std::unique_ptr<KVProcessLock>> locks_;  // released after the leases are removed
   std::vector<std::uint64_t> written_;
   std::map<std::uint64_t, std::string> noted_;  // of each fan, why it cannot be handed back
   const std::chrono::system_clock::time_point since_ = std::chrono::system_clock::now();
