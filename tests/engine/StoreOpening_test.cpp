@@ -15,9 +15,9 @@ using engine::PersistentStoreCoordinator;
 using ::testing::HasSubstr;
 using testing::Peer;
 
-constexpr const char* kOld = R"({"entities": [
+constexpr const char* kOldModel = R"({"entities": [
   {"name": "Sensor", "attributes": [{"name": "key", "type": "String"}]}]})";
-constexpr const char* kNew = R"({"entities": [
+constexpr const char* kNewModel = R"({"entities": [
   {"name": "Sensor", "attributes": [{"name": "key", "type": "String"},
     {"name": "count", "type": "Int64", "default": 7}], "indexes": [["key"]]}]})";
 
@@ -51,17 +51,17 @@ class StoreOpeningTest : public testing::StoreFixture {
 
 TEST_F(StoreOpeningTest, AnyOneFailingCallWhileTheFileIsCreatedStillGivesAStore) {
   testing::SystemFaults faults;
-  open(kNew);
+  open(kNewModel);
   const int calls = faults.made();
   ASSERT_GT(calls, 20);
   for (int number = 1; number <= calls; ++number) {
     deleteFiles();
     faults.failCall(number);
-    const auto coordinator = open(kNew);
+    const auto coordinator = open(kNewModel);
     faults.failCall(0);
     ASSERT_TRUE(coordinator->hasStore()) << number;
     insertWith(coordinator);
-    EXPECT_EQ(contextOn(open(kNew))->objectsOf("Sensor")->size(), 1U) << number;
+    EXPECT_EQ(contextOn(open(kNewModel))->objectsOf("Sensor")->size(), 1U) << number;
     EXPECT_EQ(pragma("page_size"), "1024") << number;
     EXPECT_EQ(pragma("journal_mode"), "wal") << number;
     EXPECT_EQ(pragma("integrity_check"), "ok") << number;
@@ -72,9 +72,9 @@ TEST_F(StoreOpeningTest, AnyOneFailingCallWhileTheFileIsMigratedStillGivesAStore
   testing::SystemFaults faults;
   for (int number = 1;; ++number) {
     deleteFiles();
-    insertWith(open(kOld));
+    insertWith(open(kOldModel));
     faults.failCall(number);
-    const auto coordinator = open(kNew);
+    const auto coordinator = open(kNewModel);
     const int calls = faults.made();
     faults.failCall(0);
     ASSERT_TRUE(coordinator->hasStore()) << number;
@@ -88,52 +88,52 @@ TEST_F(StoreOpeningTest, AnyOneFailingCallWhileTheFileIsMigratedStillGivesAStore
 }
 
 TEST_F(StoreOpeningTest, AnyOneFailingCallWhileAnExistingFileIsOpenedGivesAStoreThatSaves) {
-  insertWith(open(kNew));
+  insertWith(open(kNewModel));
   testing::SystemFaults faults;
-  open(kNew);
+  open(kNewModel);
   const int calls = faults.made();
   for (int number = 1; number <= calls; ++number) {
     faults.failCall(number);
-    const auto coordinator = open(kNew);
+    const auto coordinator = open(kNewModel);
     faults.failCall(0);
     ASSERT_TRUE(coordinator->hasStore()) << number;
     insertWith(coordinator);
   }
-  EXPECT_EQ(contextOn(open(kNew))->objectsOf("Sensor")->size(),
+  EXPECT_EQ(contextOn(open(kNewModel))->objectsOf("Sensor")->size(),
             static_cast<std::size_t>(calls) + 1);
 }
 
 TEST_F(StoreOpeningTest, AMigrationWaitsForAnotherProgramsLock) {
-  insertWith(open(kOld));
+  insertWith(open(kOldModel));
   testing::StatementHook hook;
   Peer holder({"hold", storePath()});
   ASSERT_EQ(holder.nextLine(), "locked");
   std::thread release;
   hook.once("BEGIN IMMEDIATE", [&] { release = std::thread([&] { holder.endInput(); }); });
-  EXPECT_TRUE(open(kNew)->hasStore());
+  EXPECT_TRUE(open(kNewModel)->hasStore());
   ASSERT_TRUE(release.joinable());
   release.join();
   EXPECT_EQ(holder.wait(), 0);
 }
 
 TEST_F(StoreOpeningTest, OpeningWaitsForAProgramThatHasTheWholeFile) {
-  insertWith(open(kOld));
+  insertWith(open(kOldModel));
   testing::StatementHook hook;
   Peer holder({"own", storePath()});
   ASSERT_EQ(holder.nextLine(), "locked");
   std::thread release;
   hook.once("page_size", [&] { release = std::thread([&] { holder.endInput(); }); });
-  EXPECT_TRUE(open(kOld)->hasStore());
+  EXPECT_TRUE(open(kOldModel)->hasStore());
   ASSERT_TRUE(release.joinable());
   release.join();
   EXPECT_EQ(holder.wait(), 0);
 }
 
 TEST_F(StoreOpeningTest, AMigrationThatALockOutlastsIsDoneOnALaterAccess) {
-  insertWith(open(kOld));
+  insertWith(open(kOldModel));
   Peer holder({"hold", storePath()});
   ASSERT_EQ(holder.nextLine(), "locked");
-  const auto coordinator = open(kNew, 50);
+  const auto coordinator = open(kNewModel, 50);
   EXPECT_FALSE(coordinator->hasStore());
   const auto context = contextOn(coordinator);
   EXPECT_EQ(context->objectsOf("Sensor"), std::nullopt);
@@ -143,12 +143,12 @@ TEST_F(StoreOpeningTest, AMigrationThatALockOutlastsIsDoneOnALaterAccess) {
   EXPECT_EQ(holder.wait(), 0);
   EXPECT_EQ(context->save(), std::nullopt);
   EXPECT_EQ(context->objectsOf("Sensor")->size(), 2U);
-  EXPECT_EQ(contextOn(open(kNew))->objectsOf("Sensor")->size(), 2U);
+  EXPECT_EQ(contextOn(open(kNewModel))->objectsOf("Sensor")->size(), 2U);
 }
 
 TEST_F(StoreOpeningTest, ALaterSaveNamesWhyThereIsNoStore) {
   const auto reasonOf = [this] {
-    const auto context = contextOn(open(kOld, 50));
+    const auto context = contextOn(open(kOldModel, 50));
     context->insertNewObject("Sensor");
     return context->save().value_or("");
   };
@@ -158,13 +158,13 @@ TEST_F(StoreOpeningTest, ALaterSaveNamesWhyThereIsNoStore) {
   std::ofstream(storePath()) << std::string(5000, 'x');
   EXPECT_EQ(reasonOf(), "there is no store: file is not a database");
   std::filesystem::remove(storePath());
-  insertWith(open(kNew));
+  insertWith(open(kNewModel));
   EXPECT_EQ(reasonOf(), "there is no store: the file was written with another model");
 }
 
 TEST_F(StoreOpeningTest, ANewFileIsItsOwnersAlone) {
   namespace fs = std::filesystem;
-  const auto coordinator = open(kNew);
+  const auto coordinator = open(kNewModel);
   insertWith(coordinator);
   for (const char* end : {"", "-shm", "-wal"}) {
     EXPECT_EQ(fs::status(storePath() + end).permissions(),
@@ -177,14 +177,14 @@ TEST_F(StoreOpeningTest, ANewFileThatALinkLeadsToIsItsOwnersAloneToo) {
   namespace fs = std::filesystem;
   const std::string elsewhere = temporary.path("elsewhere.sqlite");
   fs::create_symlink(elsewhere, storePath());
-  insertWith(open(kNew));
+  insertWith(open(kNewModel));
   EXPECT_TRUE(fs::is_symlink(storePath()));
   EXPECT_EQ(fs::status(elsewhere).permissions(), fs::perms(0600));
 }
 
 TEST_F(StoreOpeningTest, AFileThatCannotBeCreatedHasTheSystemsReason) {
   std::filesystem::remove_all(folder());
-  const auto context = contextOn(open(kNew, 50));
+  const auto context = contextOn(open(kNewModel, 50));
   context->insertNewObject("Sensor");
   EXPECT_EQ(context->save(),
             "there is no store: unable to create database file: No such file or directory");
@@ -192,15 +192,15 @@ TEST_F(StoreOpeningTest, AFileThatCannotBeCreatedHasTheSystemsReason) {
 
 TEST_F(StoreOpeningTest, TheModeOfAnExistingFileStays) {
   namespace fs = std::filesystem;
-  insertWith(open(kNew));
+  insertWith(open(kNewModel));
   fs::permissions(storePath(), fs::perms(0640));
-  insertWith(open(kNew));
+  insertWith(open(kNewModel));
   EXPECT_EQ(fs::status(storePath()).permissions(), fs::perms(0640));
 }
 
 TEST_F(StoreOpeningTest, ACoordinatorWithoutAFileSaysSo) {
-  const auto coordinator = std::make_shared<PersistentStoreCoordinator>(engine::modelFromText(kOld),
-                                                                        engine::EntityClasses());
+  const auto coordinator = std::make_shared<PersistentStoreCoordinator>(
+      engine::modelFromText(kOldModel), engine::EntityClasses());
   const auto context = contextOn(coordinator);
   context->insertNewObject("Sensor");
   EXPECT_EQ(context->save(), "there is no store: no file was opened");
@@ -211,7 +211,7 @@ class StoreOfAnotherAccount : public testing::HomeOfAnotherAccount {
   // The number of stored sensors after one was added; 0 on failure.
   std::size_t add() const {
     const auto coordinator = std::make_shared<PersistentStoreCoordinator>(
-        engine::modelFromText(kNew), engine::EntityClasses());
+        engine::modelFromText(kNewModel), engine::EntityClasses());
     coordinator->addStore(home_.path("Database.sqlite"), 5000);
     const auto context =
         makeContext(coordinator, nullptr, std::make_unique<engine::PrivateContextQueue>());

@@ -18,6 +18,9 @@ BUILD = pathlib.Path(SETTINGS["build"])
 WORK = pathlib.Path(SETTINGS["work"])
 HERE = pathlib.Path(__file__).resolve().parent
 MACHINE = SOURCE / "machines" / "iMac19,1.json"
+# The compiler options of this build, so that a compiler cache can help.
+SAME_OPTIONS = ["-D", f"CMAKE_BUILD_TYPE={SETTINGS['type']}", "-D", f"CMAKE_CXX_FLAGS={SETTINGS['flags']}",
+                "-D", f"CMAKE_CXX_FLAGS_RELWITHDEBINFO={SETTINGS['optimised']}"]
 HOST_FLAGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 
 
@@ -84,8 +87,7 @@ def configure(source, folder, *options):
 def shared_build():
     """A second build of the library, as a shared one."""
     folder = WORK / "shared-build"
-    configure(SOURCE, folder, "-D", f"CMAKE_BUILD_TYPE={SETTINGS['type']}", "-D", f"CMAKE_CXX_FLAGS={SETTINGS['flags']}",
-              "-D", "BUILD_SHARED_LIBS=ON", "-D", "KELVORA_TESTS=OFF")
+    configure(SOURCE, folder, *SAME_OPTIONS, "-D", "BUILD_SHARED_LIBS=ON", "-D", "KELVORA_TESTS=OFF")
     run("cmake", "--build", folder)
     return folder
 
@@ -242,9 +244,7 @@ class Subproject(Hosts):
         commands = run("ninja", "-C", folder, "-t", "commands", "sensors")
         self.assertNotIn("mold", commands)
 
-        # The same compiler options as in this build, so that a compiler cache can help.
-        configure(HERE / "parent", folder, "-D", "KELVORA_DEVELOPER=ON", "-D", f"CMAKE_BUILD_TYPE={SETTINGS['type']}",
-                  "-D", f"CMAKE_CXX_FLAGS={SETTINGS['flags']}", *options)
+        configure(HERE / "parent", folder, "-D", "KELVORA_DEVELOPER=ON", *SAME_OPTIONS, *options)
         run("cmake", "--build", folder)
         self.assert_prints_sensors(folder / "sensors")
         prefix = fresh("parent-prefix")

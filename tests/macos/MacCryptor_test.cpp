@@ -8,6 +8,7 @@
 #include "ports/Cryptor.h"
 #include "tests/macos/frameworks/CommonCrypto.h"
 #include "tests/macos/frameworks/MacTest.h"
+#include "tests/support/TextBytes.h"
 
 namespace kelvora::testing::mac {
 namespace {
@@ -15,8 +16,6 @@ namespace {
 using Calls = std::vector<std::string>;
 using SMCEncryption::Data;
 using MacCryptorTest = MacTest;
-
-std::span<const std::byte> bytes(std::string_view text) { return std::as_bytes(std::span(text)); }
 
 Data masked(std::string_view text) {
   Data result;
@@ -30,7 +29,7 @@ Data masked(std::string_view text) {
 Data maskedAndOneMore(std::string_view text) { return masked(std::string(text) + '\0'); }
 
 TEST_F(MacCryptorTest, EnciphersByTheSystemsLibraryInItsOrder) {
-  EXPECT_EQ(SMCEncryption::encryptedDataWithKey(bytes("abcde"), "12345678"),
+  EXPECT_EQ(SMCEncryption::encryptedDataWithKey(textBytes("abcde"), "12345678"),
             maskedAndOneMore("abcde"));
   const std::string unused = std::string("\0\0\0", 3);
   EXPECT_EQ(ledger.calls(),
@@ -40,25 +39,25 @@ TEST_F(MacCryptorTest, EnciphersByTheSystemsLibraryInItsOrder) {
 }
 
 TEST_F(MacCryptorTest, DeciphersWithTheOtherOperation) {
-  EXPECT_EQ(SMCEncryption::decryptedDataWithKey(bytes("abcde"), "12345678"),
+  EXPECT_EQ(SMCEncryption::decryptedDataWithKey(textBytes("abcde"), "12345678"),
             maskedAndOneMore("abcde"));
   EXPECT_EQ(ledger.calls().at(0), "CCCryptorCreate(1, 1, 1, 12345678, null)");
 }
 
 TEST_F(MacCryptorTest, EveryArgumentReachesTheLibrary) {
-  SMCEncryption::encryptedDataUsingAlgorithm(bytes("x"), 99, "key", "a vector, longer", 1004);
+  SMCEncryption::encryptedDataUsingAlgorithm(textBytes("x"), 99, "key", "a vector, longer", 1004);
   EXPECT_EQ(ledger.calls().at(0), "CCCryptorCreate(0, 99, 1004, key, a vector)");
 }
 
 TEST_F(MacCryptorTest, WithoutAModeThatReadsTheVectorNoneIsPassed) {
-  SMCEncryption::encryptedDataUsingAlgorithm(bytes("x"), kSMCCipherAES, "key", "short",
+  SMCEncryption::encryptedDataUsingAlgorithm(textBytes("x"), kSMCCipherAES, "key", "short",
                                              kSMCCipherECBMode);
   EXPECT_EQ(ledger.calls().at(0), "CCCryptorCreate(0, 0, 2, key, null)");
 }
 
 TEST_F(MacCryptorTest, AVectorThatIsTooShortIsRefusedBeforeAnyCall) {
   std::int32_t status = 0;
-  EXPECT_FALSE(SMCEncryption::encryptedDataUsingAlgorithm(bytes("x"), kSMCCipherDES, "12345678",
+  EXPECT_FALSE(SMCEncryption::encryptedDataUsingAlgorithm(textBytes("x"), kSMCCipherDES, "12345678",
                                                           "1234567", 0, &status));
   EXPECT_EQ(status, kSMCCipherParamError);
   EXPECT_EQ(ledger.calls(), Calls());
@@ -67,8 +66,8 @@ TEST_F(MacCryptorTest, AVectorThatIsTooShortIsRefusedBeforeAnyCall) {
 TEST_F(MacCryptorTest, AFailedCreationIsItsStatusAndNothingIsReleased) {
   ledger.failCall("CCCryptorCreate");
   std::int32_t status = 0;
-  EXPECT_FALSE(SMCEncryption::encryptedDataUsingAlgorithm(bytes("x"), 1, "12345678", std::nullopt,
-                                                          0, &status));
+  EXPECT_FALSE(SMCEncryption::encryptedDataUsingAlgorithm(textBytes("x"), 1, "12345678",
+                                                          std::nullopt, 0, &status));
   EXPECT_EQ(status, kCipherFailure);
   EXPECT_EQ(ledger.calls().size(), 1U);
 }
@@ -76,8 +75,8 @@ TEST_F(MacCryptorTest, AFailedCreationIsItsStatusAndNothingIsReleased) {
 TEST_F(MacCryptorTest, AFailedUpdateIsItsStatusAndTheWholeBufferIsWiped) {
   ledger.failCall("CCCryptorUpdate");
   std::int32_t status = 0;
-  EXPECT_FALSE(SMCEncryption::decryptedDataUsingAlgorithm(bytes("abc"), 1, "12345678", std::nullopt,
-                                                          0, &status));
+  EXPECT_FALSE(SMCEncryption::decryptedDataUsingAlgorithm(textBytes("abc"), 1, "12345678",
+                                                          std::nullopt, 0, &status));
   EXPECT_EQ(status, kCipherFailure);
   ASSERT_EQ(ledger.calls().size(), 5U);
   EXPECT_TRUE(ledger.calls()[3].starts_with("memset_s(;89"));
@@ -88,8 +87,8 @@ TEST_F(MacCryptorTest, AFailedUpdateIsItsStatusAndTheWholeBufferIsWiped) {
 TEST_F(MacCryptorTest, AFailedFinalStepIsItsStatusAndTheWholeBufferIsWiped) {
   ledger.failCall("CCCryptorFinal");
   std::int32_t status = 0;
-  EXPECT_FALSE(SMCEncryption::decryptedDataUsingAlgorithm(bytes("abc"), 1, "12345678", std::nullopt,
-                                                          0, &status));
+  EXPECT_FALSE(SMCEncryption::decryptedDataUsingAlgorithm(textBytes("abc"), 1, "12345678",
+                                                          std::nullopt, 0, &status));
   EXPECT_EQ(status, kCipherFailure);
   ASSERT_EQ(ledger.calls().size(), 6U);
   EXPECT_TRUE(ledger.calls()[4].ends_with(", 0, 7)"));

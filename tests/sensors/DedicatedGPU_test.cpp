@@ -12,7 +12,7 @@ ZDGPUInfo gpu(const std::string& name, bool isDedicated) {
   return info;
 }
 
-SensorPtr entry(const std::string& name, const std::string& fullName) {
+SensorPtr temperature(const std::string& name, const std::string& fullName) {
   const SensorPtr sensor =
       Sensor::instanceWithKey("TG0P", name, SensorTypeTemperature, SensorGroupGPU, 511);
   sensor->fullName = fullName;
@@ -42,15 +42,15 @@ TEST(DedicatedGPU, IsNullForAnyOtherNumberOfProcessors) {
 }
 
 TEST(DedicatedGPU, ItsShortNameGoesIntoTheNameAndItsFullNameIntoTheFullName) {
-  const SensorPtr sensor = entry("GPU {GPU} Proximity {GPU}", "GPU {GPU} Proximity {GPU}");
+  const SensorPtr sensor = temperature("GPU {GPU} Proximity {GPU}", "GPU {GPU} Proximity {GPU}");
   fillInGPU({sensor}, "AMD Radeon Pro 560X", "Radeon");
   EXPECT_EQ(sensor->name, "GPU Radeon Proximity Radeon");
   EXPECT_EQ(sensor->fullName, "GPU AMD Radeon Pro 560X Proximity AMD Radeon Pro 560X");
 }
 
 TEST(DedicatedGPU, WithoutOneTheDoubledBlankCollapses) {
-  const SensorPtr inside = entry("GPU {GPU} Proximity", "GPU {GPU} Proximity");
-  const SensorPtr atTheEnds = entry("{GPU} GPU {GPU}", "{GPU}");
+  const SensorPtr inside = temperature("GPU {GPU} Proximity", "GPU {GPU} Proximity");
+  const SensorPtr atTheEnds = temperature("{GPU} GPU {GPU}", "{GPU}");
   fillInGPU({inside, atTheEnds}, std::nullopt, std::nullopt);
   EXPECT_EQ(inside->name, "GPU Proximity");
   EXPECT_EQ(inside->fullName, "GPU Proximity");
@@ -59,8 +59,8 @@ TEST(DedicatedGPU, WithoutOneTheDoubledBlankCollapses) {
 }
 
 TEST(DedicatedGPU, OnlyANameWithThePlaceholderChangesItsEntry) {
-  const SensorPtr inFullNameOnly = entry("GPU  Die", "GPU  {GPU} Die");
-  const SensorPtr inNameOnly = entry("GPU {GPU} Die", "GPU  Die");
+  const SensorPtr inFullNameOnly = temperature("GPU  Die", "GPU  {GPU} Die");
+  const SensorPtr inNameOnly = temperature("GPU {GPU} Die", "GPU  Die");
   fillInGPU({inFullNameOnly, inNameOnly}, "AMD Radeon", "Radeon");
   EXPECT_EQ(inFullNameOnly->name, "GPU  Die");
   EXPECT_EQ(inFullNameOnly->fullName, "GPU  {GPU} Die");

@@ -7,7 +7,7 @@
 namespace kelvora {
 namespace {
 
-HardwareReport reportOf(const std::string& entries) {
+HardwareReport hardwareReportOf(const std::string& entries) {
   return parseHardwareReport(R"({"SPHardwareDataType":)" + entries + "}");
 }
 
@@ -18,7 +18,7 @@ void expectNothing(const HardwareReport& report) {
 }
 
 TEST(HardwareReport, ReportsNumberSerialAndAFallbackName) {
-  const auto report = reportOf(R"([{"machine_name":"MacBook Pro","chip_type":"Apple M9",
+  const auto report = hardwareReportOf(R"([{"machine_name":"MacBook Pro","chip_type":"Apple M9",
       "model_number":"Z12N","serial_number":"C02"},{"serial_number":"second"}])");
   EXPECT_EQ(report.modelNumber, "Z12N");
   EXPECT_EQ(report.serial, "C02");
@@ -26,22 +26,24 @@ TEST(HardwareReport, ReportsNumberSerialAndAFallbackName) {
 }
 
 TEST(HardwareReport, EveryAppleOfTheChipIsRemovedWhateverItsCase) {
-  EXPECT_EQ(reportOf(R"([{"machine_name":"Apple Mac","chip_type":"apple APPLE M9"}])").fallbackName,
+  EXPECT_EQ(hardwareReportOf(R"([{"machine_name":"Apple Mac","chip_type":"apple APPLE M9"}])")
+                .fallbackName,
             "Apple Mac (M9)");
 }
 
 TEST(HardwareReport, TheFallbackNameNeedsBothParts) {
-  const auto intel = reportOf(R"([{"machine_name":"iMac","serial_number":"C02"}])");
+  const auto intel = hardwareReportOf(R"([{"machine_name":"iMac","serial_number":"C02"}])");
   EXPECT_EQ(intel.fallbackName, std::nullopt);
   EXPECT_EQ(intel.serial, "C02");
-  EXPECT_EQ(reportOf(R"([{"chip_type":"Apple M9"}])").fallbackName, std::nullopt);
-  EXPECT_EQ(reportOf(R"([{"machine_name":5,"chip_type":"Apple M9"}])").fallbackName, std::nullopt);
+  EXPECT_EQ(hardwareReportOf(R"([{"chip_type":"Apple M9"}])").fallbackName, std::nullopt);
+  EXPECT_EQ(hardwareReportOf(R"([{"machine_name":5,"chip_type":"Apple M9"}])").fallbackName,
+            std::nullopt);
 }
 
 TEST(HardwareReport, ReportsOfAnotherShapeGiveNoFacts) {
   for (const char* entries : {"[]", "{}", "null", "\"x\"", "[null]", "[[]]", "[\"x\"]", "[5]",
                               R"([{"serial_number":5,"model_number":null}])"}) {
-    expectNothing(reportOf(entries));
+    expectNothing(hardwareReportOf(entries));
   }
 }
 

@@ -13,7 +13,7 @@ namespace {
 // To the beginning of the line, and nothing left of it.
 constexpr char kRewrite[] = "\r\x1b[K";
 
-std::string counted(std::size_t count, const std::string& noun) {
+std::string countText(std::size_t count, const std::string& noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
@@ -42,7 +42,7 @@ void RecordHistoryReport::noteStore(Instant instant, const HistoryRecorder::Outc
   if (outcome.fault.empty() != isSaving_) {
     isSaving_ = outcome.fault.empty();
     event(instant,
-          isSaving_ ? "saved again: " + counted(outcome.saved, "sample")
+          isSaving_ ? "saved again: " + countText(outcome.saved, "sample")
                     : "not saved: " + printable(outcome.fault) + "; tried again at each sample",
           isSaving_ ? Json{{"event", "savedAgain"}}
                     : Json{{"event", "notSaved"}, {"reason", outcome.fault}});
@@ -69,8 +69,8 @@ void RecordHistoryReport::showProgress(Instant instant, const HistoryRecorder::O
   }
   const std::string waiting =
       outcome.waiting == 0 ? "" : ", " + std::to_string(outcome.waiting) + " not saved";
-  const std::string text = isoTime(instant) + "  " + counted(outcome.sensors.size(), "sensor") +
-                           ", " + counted(samples_, "sample") + waiting;
+  const std::string text = isoTime(instant) + "  " + countText(outcome.sensors.size(), "sensor") +
+                           ", " + countText(samples_, "sample") + waiting;
   const auto minute = std::chrono::floor<std::chrono::minutes>(instant.time_since_epoch());
   if (output_.isTerminal()) {
     const auto columns = static_cast<std::size_t>(output_.columns());
@@ -99,7 +99,7 @@ void RecordHistoryReport::end(Instant instant, const HistoryRecorder::Outcome& o
   samples_ += outcome.saved;
   const std::string lost =
       outcome.waiting == 0 ? "" : ", " + std::to_string(outcome.waiting) + " could not be saved";
-  event(instant, "recorded " + counted(samples_, "sample") + lost,
+  event(instant, "recorded " + countText(samples_, "sample") + lost,
         {{"event", "end"}, {"samples", samples_}, {"notSaved", outcome.waiting}});
 }
 

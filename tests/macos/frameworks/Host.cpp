@@ -50,7 +50,7 @@ void appendOther(std::vector<std::byte>& bytes) {
   append(bytes, head, head.ifm_msglen);
 }
 
-std::string described(std::span<const int> name) {
+std::string controlName(std::span<const int> name) {
   std::string text;
   for (const int number : name) {
     text += (text.empty() ? "" : ".") + std::to_string(number);
@@ -60,11 +60,11 @@ std::string described(std::span<const int> name) {
 
 int byNumber(std::span<const int> name, void* value, std::size_t* size) {
   const auto& machine = Host::shared().machine();
-  if (described(name) == "4.17.0.0.6.0") {
+  if (controlName(name) == "4.17.0.0.6.0") {
     return platform::copyControl(interfaceList(machine.statistics.interfaces), value, size);
   }
   const auto& pageSize = machine.statistics.pageSizeBytes;
-  if (described(name) == "6.7" && pageSize) {
+  if (controlName(name) == "6.7" && pageSize) {
     return platform::copyControl(platform::int32ControlBytes(static_cast<std::int32_t>(*pageSize)),
                                  value, size);
   }
@@ -85,7 +85,7 @@ std::map<vm_address_t, std::vector<integer_t>>& givenMemory() {
 }
 
 constexpr mach_port_t kHostPort = 0x207;
-constexpr kern_return_t kFailure = 5;
+constexpr kern_return_t kHostFailure = 5;
 constexpr mach_timebase_info_data_t kUnit = {125, 3};
 
 void requireHost(const std::string& function, host_t host) {
@@ -132,7 +132,7 @@ int sysctl(int* name, unsigned int count, void* value, std::size_t* size, void* 
     Ledger::misuse("sysctl", "a value is set");
   }
   const std::span<const int> numbers(name, count);
-  if (Ledger::shared().called("sysctl", described(numbers), asked(value))) {
+  if (Ledger::shared().called("sysctl", controlName(numbers), asked(value))) {
     return answer(EPERM);
   }
   return answer(byNumber(numbers, value, size));
@@ -160,7 +160,7 @@ kern_return_t host_processor_info(host_t host, processor_flavor_t flavor, natura
   const bool fails = Ledger::shared().called("host_processor_info", flavor);
   const auto& ticks = Host::shared().machine().statistics.processorTicks;
   if (fails || !ticks) {
-    return kFailure;
+    return kHostFailure;
   }
   std::vector<integer_t> values;
   for (const auto& processor : *ticks) {
@@ -183,7 +183,7 @@ kern_return_t vm_deallocate(vm_map_t task, vm_address_t address, vm_size_t size)
   if (task != mach_task_self() || found == givenMemory().end() ||
       found->second.size() * sizeof(integer_t) != size) {
     Ledger::misuse("vm_deallocate", "the memory is not what the kernel gave");
-    return kFailure;
+    return kHostFailure;
   }
   givenMemory().erase(found);
   Ledger::shared().closed("memory of the kernel");
@@ -196,7 +196,7 @@ kern_return_t host_statistics(host_t host, host_flavor_t flavor, host_info_t inf
   const bool fails = Ledger::shared().called("host_statistics", flavor, *count);
   const auto& memory = Host::shared().machine().statistics.memory;
   if (fails || !memory) {
-    return kFailure;
+    return kHostFailure;
   }
   const vm_statistics_data_t statistics = {
       memory->free, memory->active, memory->inactive, memory->wired, {}};
@@ -206,7 +206,7 @@ kern_return_t host_statistics(host_t host, host_flavor_t flavor, host_info_t inf
 
 kern_return_t mach_timebase_info(mach_timebase_info_data_t* unit) {
   if (Ledger::shared().called("mach_timebase_info")) {
-    return kFailure;
+    return kHostFailure;
   }
   *unit = kUnit;
   return KERN_SUCCESS;

@@ -13,16 +13,16 @@
 
 #include "KelvoraCore/SMCEncryption.h"
 
+#include "tests/support/TextBytes.h"
+
 namespace kelvora::testing {
 namespace {
 
 using platform::createCryptor;
 using platform::CryptorRequest;
 
-std::span<const std::byte> bytes(std::string_view text) { return std::as_bytes(std::span(text)); }
-
 std::int32_t statusOf(std::uint32_t algorithm, std::string_view key) {
-  return createCryptor({true, algorithm, 1, bytes(key)}).status;
+  return createCryptor({true, algorithm, 1, textBytes(key)}).status;
 }
 
 const std::string kAESKey(16, 'k');
@@ -36,7 +36,7 @@ TEST(Cryptor, WithoutTheModuleOfOldCiphersTheyAreUnimplementedAndTheOthersWork) 
   EXPECT_EQ(statusOf(kSMCCipherBlowfish, "12345678"), kSMCCipherUnimplemented);
   EXPECT_EQ(statusOf(kSMCCipherAES, kAESKey), kSMCCipherSuccess);
   EXPECT_EQ(statusOf(kSMCCipher3DES, "123456781234567812345678"), kSMCCipherSuccess);
-  EXPECT_EQ(SMCEncryption::encryptedDataWithKey(bytes("x"), "12345678"), std::nullopt);
+  EXPECT_EQ(SMCEncryption::encryptedDataWithKey(textBytes("x"), "12345678"), std::nullopt);
 }
 
 TEST(Cryptor, AModuleThatCouldNotBeLoadedIsLoadedOnceItCan) {
@@ -47,7 +47,7 @@ TEST(Cryptor, AModuleThatCouldNotBeLoadedIsLoadedOnceItCan) {
 }
 
 TEST(Cryptor, TheHostsOwnOpenSSLStaysAsItIs) {
-  ASSERT_TRUE(SMCEncryption::encryptedDataWithKey(bytes("x"), "12345678"));
+  ASSERT_TRUE(SMCEncryption::encryptedDataWithKey(textBytes("x"), "12345678"));
   EXPECT_EQ(OSSL_PROVIDER_available(nullptr, "legacy"), 0);
   EXPECT_EQ(EVP_CIPHER_fetch(nullptr, "DES-CBC", nullptr), nullptr);
   EVP_CIPHER* aes = EVP_CIPHER_fetch(nullptr, "AES-128-CBC", nullptr);
@@ -60,14 +60,14 @@ TEST(Cryptor, TheHostsErrorsStayAsTheyAre) {
   setenv("OPENSSL_MODULES", "/nonexistent", 1);
   EXPECT_EQ(statusOf(kSMCCipherDES, "12345678"), kSMCCipherUnimplemented);
   unsetenv("OPENSSL_MODULES");
-  EXPECT_FALSE(SMCEncryption::decryptedDataWithKey(bytes("of 16 characters"), "12345678"));
-  EXPECT_FALSE(SMCEncryption::decryptedDataWithKey(bytes("not aligned"), "12345678"));
+  EXPECT_FALSE(SMCEncryption::decryptedDataWithKey(textBytes("of 16 characters"), "12345678"));
+  EXPECT_FALSE(SMCEncryption::decryptedDataWithKey(textBytes("not aligned"), "12345678"));
   EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 5);
   EXPECT_EQ(ERR_get_error(), 0U);
 }
 
 TEST(Cryptor, ABufferThatIsTooSmallIsRefusedAndNothingIsWritten) {
-  const auto creation = createCryptor({true, kSMCCipherAES, 1, bytes(kAESKey)});
+  const auto creation = createCryptor({true, kSMCCipherAES, 1, textBytes(kAESKey)});
   std::array<std::byte, 48> output{};
   std::size_t written = 99;
   const std::size_t needed = creation.cryptor->outputLength(20);
@@ -88,14 +88,15 @@ TEST(Cryptor, ABufferThatIsTooSmallIsRefusedAndNothingIsWritten) {
 
 TEST(Cryptor, ManyUpdatesAreOneMessage) {
   const std::string text = "a text of some length, in pieces";
-  const auto whole = SMCEncryption::encryptedDataUsingAlgorithm(bytes(text), kSMCCipherAES, kAESKey,
-                                                                std::nullopt, 1);
-  const auto creation = createCryptor({true, kSMCCipherAES, 1, bytes(kAESKey)});
+  const auto whole = SMCEncryption::encryptedDataUsingAlgorithm(textBytes(text), kSMCCipherAES,
+                                                                kAESKey, std::nullopt, 1);
+  const auto creation = createCryptor({true, kSMCCipherAES, 1, textBytes(kAESKey)});
   SMCEncryption::Data pieces;
   std::array<std::byte, 32> output{};
   std::size_t written = 0;
   for (std::size_t index = 0; index < text.size(); index += 3) {
-    const auto piece = bytes(text).subspan(index, std::min<std::size_t>(3, text.size() - index));
+    const auto piece =
+        textBytes(text).subspan(index, std::min<std::size_t>(3, text.size() - index));
     ASSERT_EQ(creation.cryptor->update(piece, output, written), 0);
     pieces.insert(pieces.end(), output.begin(), output.begin() + static_cast<int>(written));
   }
@@ -109,7 +110,7 @@ TEST(Cryptor, ManyThreadsMayBeginAtOnce) {
   std::array<std::optional<SMCEncryption::Data>, 8> results;
   for (auto& result : results) {
     threads.emplace_back(
-        [&result] { result = SMCEncryption::encryptedDataWithKey(bytes("text"), "12345678"); });
+        [&result] { result = SMCEncryption::encryptedDataWithKey(textBytes("text"), "12345678"); });
   }
   for (std::thread& thread : threads) {
     thread.join();

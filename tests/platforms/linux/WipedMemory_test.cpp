@@ -9,13 +9,12 @@
 #include "hardware/CryptorRun.h"
 #include "ports/Cryptor.h"
 #include "tests/support/ReleasedMemory.h"
+#include "tests/support/TextBytes.h"
 
 namespace kelvora::testing {
 namespace {
 
 constexpr std::string_view kSecret = "of 16 characters";
-
-std::span<const std::byte> bytes(std::string_view text) { return std::as_bytes(std::span(text)); }
 
 TEST(WipedMemory, TheWatchSeesWhatIsNotWiped) {
   ASSERT_TRUE(watchReleasedMemory(kSecret));
@@ -30,8 +29,10 @@ TEST(WipedMemory, TheWatchSeesWhatIsNotWiped) {
 TEST(WipedMemory, TheKeyIsInNoReleasedMemory) {
   ASSERT_TRUE(watchReleasedMemory(kSecret));
   for (std::uint32_t algorithm = 0; algorithm < 7; ++algorithm) {
-    SMCEncryption::encryptedDataUsingAlgorithm(bytes("text"), algorithm, kSecret, std::nullopt, 1);
-    SMCEncryption::encryptedDataUsingAlgorithm(bytes("text"), algorithm, kSecret, std::nullopt, 0);
+    SMCEncryption::encryptedDataUsingAlgorithm(textBytes("text"), algorithm, kSecret, std::nullopt,
+                                               1);
+    SMCEncryption::encryptedDataUsingAlgorithm(textBytes("text"), algorithm, kSecret, std::nullopt,
+                                               0);
   }
   EXPECT_EQ(releasedSecrets(), 0);
 }
@@ -40,7 +41,7 @@ TEST(WipedMemory, WhatWasDecipheredBeforeAFailureIsInNoReleasedMemory) {
   ASSERT_TRUE(watchReleasedMemory(kSecret));
   const std::string key(16, 'k');
   const auto withoutPadding =
-      SMCEncryption::encryptedDataUsingAlgorithm(bytes(kSecret), 0, key, std::nullopt, 0);
+      SMCEncryption::encryptedDataUsingAlgorithm(textBytes(kSecret), 0, key, std::nullopt, 0);
   // Two blocks, so that the first is written before the last is found wrong.
   SMCEncryption::Data twice = *withoutPadding;
   twice.insert(twice.end(), withoutPadding->begin(), withoutPadding->end());
@@ -56,7 +57,7 @@ struct WritingCryptor : platform::Cryptor {
   std::int32_t update(std::span<const std::byte>, std::span<std::byte> output,
                       std::size_t& written) override {
     for (std::size_t index = 0; index < output.size(); ++index) {
-      output[index] = bytes(kSecret)[index % kSecret.size()];
+      output[index] = textBytes(kSecret)[index % kSecret.size()];
     }
     written = 1;
     return updateStatus;
