@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "KelvoraCore/Platform.h"
 
@@ -88,6 +89,15 @@ bool readsAs(Platform& platform, std::string_view key, std::string_view value) {
   };
   const std::string bytes = bytesOf(platform, key);
   return !bytes.empty() && std::ranges::equal(bytes, value, isSameDigit);
+}
+
+std::vector<std::string> nonzeroKeys(Platform& platform, std::vector<std::string> keys) {
+  return withConnection(platform, [&keys](SMCConnection& connection) {
+    std::erase_if(keys, [&connection](const std::string& key) {
+      return bytesOf(connection, key).find_first_not_of('0') == std::string::npos;
+    });
+    return std::move(keys);
+  });
 }
 
 }  // namespace kelvora

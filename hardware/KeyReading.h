@@ -1,6 +1,8 @@
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace kelvora {
 
@@ -20,5 +22,9 @@ bool isListed(Platform& platform, std::string_view key);
 /// Whether a key holds the bytes of a hexadecimal text, e.g. ("F0Md", "00"). False also when the
 /// key cannot be read. Likewise.
 bool readsAs(Platform& platform, std::string_view key, std::string_view value);
+
+/// Those of `keys`, e.g. modes of fans, that have a value other than zero; not one that cannot be
+/// read. Over one connection of its own, any thread.
+std::vector<std::string> nonzeroKeys(Platform& platform, std::vector<std::string> keys);
 
 }  // namespace kelvora

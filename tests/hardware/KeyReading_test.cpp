@@ -58,6 +58,19 @@ TEST(KeyReading, AKeyReadsAsItsBytesInDigitsOfEitherCase) {
   EXPECT_FALSE(readsAs(Platform::current(), "F1Tg", "0000fa44"));
 }
 
+TEST(KeyReading, NonzeroKeysHaveAnotherValueThanZero) {
+  ForwardingSMC& smc = installFan();
+  const auto nonzero = [] {
+    return nonzeroKeys(Platform::current(), {"F1Md", "F0Mn", "F0Md", "F0Tg"});
+  };
+  EXPECT_EQ(nonzero(), (std::vector<std::string>{"F0Md", "F0Tg"}));
+  EXPECT_EQ(smc.openConnections(), 0);
+  smc.setOverride([](const SMCCallRecord& call, auto) {
+    return call.key == SMCPackedKey("F0Md") ? std::optional(platform::kKernelError) : std::nullopt;
+  });
+  EXPECT_EQ(nonzero(), std::vector<std::string>{"F0Tg"});
+}
+
 // "#KEY" counts three of the four.
 TEST(KeyReading, AKeyIsListedIfAnIndexHasIt) {
   ForwardingSMC& smc = installFan();
