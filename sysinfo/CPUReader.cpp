@@ -9,15 +9,6 @@ namespace kelvora {
 
 namespace {
 
-platform::ChildRequest toolRequest() {
-  platform::ChildRequest request;
-  request.path = "/bin/ps";
-  request.arguments = {"-Aceo pid,pcpu,comm", "-r"};
-  request.captureStandardOutput = true;
-  request.discardStandardError = true;
-  return request;
-}
-
 void addNames(std::vector<CPUTopProcess>& processes, platform::Workspace& workspace) {
   for (CPUTopProcess& process : processes) {
     const auto application = workspace.runningApplication(process.pid);
@@ -58,7 +49,7 @@ void CPUReader::stop() {
 
 // Empty if the tool cannot be started.
 std::string CPUReader::processList() {
-  const platform::ChildLaunch launch = platform_.childProcesses().launch(toolRequest());
+  const platform::ChildLaunch launch = platform_.childProcesses().launch(processListRequest());
   if (!launch.child) {
     return "";
   }

@@ -40,6 +40,15 @@ std::string_view takeLine(std::string_view& text) {
 
 }  // namespace
 
+platform::ChildRequest processListRequest() {
+  platform::ChildRequest request;
+  request.path = "/bin/ps";
+  request.arguments = {"-Aceo pid,pcpu,comm", "-r"};
+  request.captureStandardOutput = true;
+  request.discardStandardError = true;
+  return request;
+}
+
 std::vector<CPUTopProcess> parseProcessList(std::string_view text, std::int64_t number) {
   std::vector<CPUTopProcess> processes;
   takeLine(text);  // the header

@@ -6,7 +6,12 @@
 
 #include "KelvoraCore/CPUReader.h"
 
+#include "ports/ChildProcesses.h"
+
 namespace kelvora {
+
+/// What prints the processes of all accounts, those that use the processor most first.
+platform::ChildRequest processListRequest();
 
 /// The first processes of a list as `ps` prints it, at most `number` or all if that is negative;
 /// without names. `text` is UTF-8: a header, then one line for each process, e.g.
