@@ -23,7 +23,6 @@ std::string GuardianProcess::launch(const std::string& path, const LeaseRequest&
   }
   process_ = std::move(launch.child);
   channel_.emplace(std::move(ends->first));
-  ends->second.close();
   channel_->send(lineOf(request));
   return "";
 }
