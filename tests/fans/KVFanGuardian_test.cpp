@@ -29,6 +29,11 @@ class KVFanGuardianTest : public LeaseFixture {
     return channel->receive(line, std::chrono::seconds(60)) == GuardChannel::Event::kLine ? line
                                                                                           : "";
   }
+  // The fault in the lease of a fan; none without a guardian that says it.
+  std::string faultOf(std::size_t fan) const {
+    const auto leases = KVFanLeases::leasedFans(*platform);
+    return leases.size() > fan && leases[fan].isLive ? leases[fan].fault : "";
+  }
   static LeaseRequest requestOf(std::vector<LeasedFan> fans,
                                 std::chrono::milliseconds timeout = std::chrono::seconds(30)) {
     return {"Test Host", 612, timeout, std::move(fans), ""};
@@ -76,14 +81,25 @@ TEST_F(KVFanGuardianTest, TriesEveryFanWhateverBecomesOfTheOthers) {
   EXPECT_EQ(answer(), "ready");
   channel->close();
   EXPECT_TRUE(soon([this] { return valueOf("F1Md") == "00"; }));
-  EXPECT_TRUE(soon([this] {
-    const auto leases = KVFanLeases::leasedFans(*platform);
-    return !leases.empty() && leases[0].isLive &&
-           leases[0].fault == "F0Md: the privileged tool ended with status 5";
-  }));
+  EXPECT_TRUE(
+      soon([this] { return faultOf(0) == "F0Md: the privileged tool ended with status 5"; }));
   endOrders();
   EXPECT_EQ(program->waitUntilExit(), 0);
   EXPECT_EQ(valueOf("F0Md"), "00");
+}
+
+// The last fan decides as the first does.
+TEST_F(KVFanGuardianTest, DoesNotEndBeforeTheLastFanIsBack) {
+  channel->send(lineOf(requestOf({{0, {"F0Md", "00"}}, {1, {"F1Md", "00"}}})));
+  EXPECT_EQ(answer(), "ready");
+  failWrites("F1Md", "00");
+  channel->close();
+  EXPECT_TRUE(soon([this] { return writes().size() >= 2; })) << "the first is tried with it";
+  EXPECT_EQ(valueOf("F1Md"), "");
+  EXPECT_EQ(faultOf(1), "F1Md: the privileged tool ended with status 5");
+  endOrders();
+  EXPECT_EQ(program->waitUntilExit(), 0);
+  EXPECT_EQ(valueOf("F1Md"), "00");
 }
 
 TEST_F(KVFanGuardianTest, EndsWithoutARequest) {
@@ -114,6 +130,16 @@ TEST_F(KVFanGuardianTest, RefusesAFanThatItCannotLock) {
   EXPECT_EQ(answer(), "refused fan 0: Is a directory");
   EXPECT_EQ(program->waitUntilExit(), 0);
   EXPECT_FALSE(isOnDisk(0));
+  EXPECT_TRUE(writes().empty());
+}
+
+// Its holder has looked for that before; another one can have come since.
+TEST_F(KVFanGuardianTest, RefusesAFanThatAnotherGuardianHas) {
+  const KVProcessLock other(leaseName(1), *platform);
+  channel->send(lineOf(requestOf({{0, {"F0Md", "00"}}, {1, {"F1Md", "00"}}})));
+  EXPECT_EQ(answer(), "held fan 1: held by another program");
+  EXPECT_EQ(program->waitUntilExit(), 0);
+  EXPECT_FALSE(isOnDisk(0) || isOnDisk(1));
   EXPECT_TRUE(writes().empty());
 }
 

@@ -39,6 +39,7 @@ TEST_F(KVFanLeaseLocks, OfAnotherHolderAreHeldElsewhere) {
   const auto first = newLease();
   ASSERT_TRUE(first->take({{0, 3000}})) << first->fault();
   const auto second = newLease();
+  EXPECT_FALSE(second->isHeldElsewhere()) << "before the first take";
   EXPECT_FALSE(second->take({{0, 2500}}));
   EXPECT_TRUE(second->isHeldElsewhere());
   EXPECT_FALSE(second->take({{1, 100}}));

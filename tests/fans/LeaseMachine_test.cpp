@@ -81,6 +81,20 @@ TEST_F(LeaseMachineTest, ALeaseOfARecordedMacThatIsNoLongerChosenIsRemoved) {
   EXPECT_FALSE(isOnDisk());
 }
 
+TEST_F(LeaseMachineTest, ALeaseOfARecordedMacThatIsNoLongerChosenIsAFaultWhileItCannotBeRemoved) {
+  leaveBehind(kOtherMac);
+  auto& files = wrapPort<ForwardingFiles>(platform->ports().files);
+  files.onRemove = [](const std::string&) { return false; };
+  const auto left = KVFanLeases::handBackLeftBehind(*platform);
+  ASSERT_EQ(left.size(), 1U);
+  EXPECT_EQ(left[0].fan, 0);
+  EXPECT_EQ(left[0].fault,
+            *KVUtils::groupContainerLocation(*platform) + "/Fan0.plist: cannot be removed");
+  files.onRemove = nullptr;
+  EXPECT_TRUE(KVFanLeases::handBackLeftBehind(*platform).empty());
+  EXPECT_FALSE(isOnDisk());
+}
+
 TEST_F(LeaseMachineTest, ALeaseThatCameFromAnotherMacIsRemoved) {
   leaveBehind("MacBookPro14,3");
   const auto live = Platform::live();
