@@ -61,6 +61,17 @@ class KELVORA_EXPORT KVFanLeases {
   /// copied home folder.
   static std::vector<KVLeasedFan> handBackLeftBehind(Platform& platform = Platform::current());
 
+  /// Hands back the fans that are at a fixed speed though no program is known to hold them, e.g.
+  /// because their lease was lost, or a host that called `SensorController::setSpeed` was killed.
+  /// Returns one result for each; none where nothing can be written, as the privileged tool is not
+  /// installed. A program that is not of this library, and wants its fan so, has to set it again. A
+  /// host that sets the fans of its account calls this when it starts, after `handBackLeftBehind`.
+  ///
+  /// Fans with a lease are not touched, nor any while a guardian of another account runs, whose
+  /// leases cannot be read. On a machine whose fans have no mode nothing is known of a fan without
+  /// a lease. Any thread; runs the privileged tool, for at most `kLongestHandBack`.
+  static std::vector<KVFanHandBack> handBackWithoutLease(Platform& platform = Platform::current());
+
   /// The limit of `handBack` unless another is given: a tool takes some milliseconds.
   static constexpr std::chrono::milliseconds kLongestHandBack{5'000};
 

@@ -95,7 +95,8 @@ class KELVORA_EXPORT SensorController : public SMCWrapperDelegate {
   ///
   /// True if the last write succeeded: on models of 2018 and later that is the target, so true does
   /// not say that the fan was handed back. Nothing is written for a fan above 19. There is no
-  /// retry, nothing is read back or reported, and the fan keeps its speed when the program ends.
+  /// retry, nothing is read back or reported, and the fan keeps its speed when the program ends,
+  /// until `KVFanLeases::handBackWithoutLease` is called.
   bool setSpeed(std::uint64_t speed, std::uint64_t forFan, bool autoMode);
 
   /// Whether the machine's fans have a mode, by which they are taken out of the system's control
