@@ -220,9 +220,53 @@ TEST_F(KelvoraFans, OfAHolderThatEndsBesideOneThatDoesNotStayAtTheirSpeeds) {
   ::kill(stopped, SIGCONT);
 }
 
-// Another program may hold it, so it is not handed back.
-TEST_F(KelvoraFans, AtAFixedSpeedWithoutALeaseAreReportedAndLeftAlone) {
+TEST_F(KelvoraFans, AtAFixedSpeedWithoutALeaseAreHandedBackByEveryCommandThatUsesTheMachine) {
+  const std::string line = "kelvora: fan 1: at a fixed speed without a lease, handed back\n";
+  for (const char* command : {"fans", "sensors", "inventory"}) {
+    ASSERT_EQ(runProgram(home_.path(kTool), {"-k", "F1Md", "-w", "01"}).status, 0);
+    run({command, "--machine", kWithModes});
+    const ProgramResult next = run({command, "--json"});
+    EXPECT_THAT(next.standardError, HasSubstr(line)) << command;
+    EXPECT_EQ(next.status, 0);
+    EXPECT_TRUE(json::accept(next.standardOutput)) << command;
+    expectAutomatic(1);
+  }
+  EXPECT_EQ(run({"fans"}).standardError, "");
+}
+
+TEST_F(KelvoraFans, AtAFixedSpeedWithoutALeaseAreHandedBackByTheDoctorToo) {
   ASSERT_EQ(runProgram(home_.path(kTool), {"-k", "F1Md", "-w", "01"}).status, 0);
+  EXPECT_THAT(run({"doctor"}).standardOutput,
+              ContainsRegex("ok +fans +handed back now, left behind: fan 1 without a lease\n"));
+  expectAutomatic(1);
+}
+
+TEST_F(KelvoraFans, AtAFixedSpeedWithoutALeaseThatStayAreAFailure) {
+  ASSERT_EQ(runProgram(home_.path(kTool), {"-k", "F1Md", "-w", "01"}).status, 0);
+  fs::rename(home_.path(kTool), home_.path("tool"));
+  home_.write(kTool, "#!/bin/sh\nexit 1\n");
+  fs::permissions(home_.path(kTool), fs::perms(0755));
+  const ProgramResult list = run({"fans", "--json"});
+  EXPECT_EQ(list.status, 1);
+  const std::string fault = "F1Md: the privileged tool ended with status 1";
+  EXPECT_EQ(json::parse(list.standardOutput).at("leftBehind"), (json{{{"index", 1},
+                                                                      {"program", nullptr},
+                                                                      {"process", nullptr},
+                                                                      {"since", nullptr},
+                                                                      {"fault", fault}}}));
+  EXPECT_THAT(list.standardError,
+              HasSubstr("fan 1: at a fixed speed without a lease, not handed back: " + fault));
+  const ProgramResult doctor = run({"doctor"});
+  EXPECT_EQ(doctor.status, 1);
+  EXPECT_THAT(doctor.standardOutput,
+              ContainsRegex("broken +fans +left behind: fan 1 without a lease: " + fault));
+  fs::rename(home_.path("tool"), home_.path(kTool));
+}
+
+// Without the tool nothing can be written, as where another program sets the fans.
+TEST_F(KelvoraFans, AtAFixedSpeedWithoutALeaseAreReportedWithoutTheTool) {
+  ASSERT_EQ(runProgram(home_.path(kTool), {"-k", "F1Md", "-w", "01"}).status, 0);
+  fs::rename(home_.path(kTool), home_.path("tool"));
   const ProgramResult list = run({"fans"});
   EXPECT_EQ(list.status, 0);
   EXPECT_EQ(list.standardError,
@@ -232,6 +276,7 @@ TEST_F(KelvoraFans, AtAFixedSpeedWithoutALeaseAreReportedAndLeftAlone) {
               ContainsRegex("hint +fans +at a fixed speed, and no lease is known: fan 1"));
   EXPECT_EQ(fan(1).at("mode"), "fixed");
   EXPECT_EQ(run({"fans", "--machine", kWithModes}).standardError, "");
+  fs::rename(home_.path("tool"), home_.path(kTool));
 }
 
 TEST_F(KelvoraFans, WithANameOfTwoLinesAreListedOnOne) {

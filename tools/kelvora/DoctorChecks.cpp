@@ -24,6 +24,7 @@
 #include "KelvoraCore/SensorController.h"
 
 #include "tools/kelvora/FanReader.h"
+#include "tools/kelvora/FansLeftBehind.h"
 #include "tools/kelvora/FansReport.h"
 #include "tools/kelvora/SMCKeyList.h"
 #include "tools/kelvora/Text.h"
@@ -292,6 +293,16 @@ std::string leaseList(const std::vector<KVLeasedFan>& leases) {
   return text;
 }
 
+// As `leaseList`, then "fan 1 without a lease".
+std::string listOf(const FansLeftBehind& left) {
+  std::string text = leaseList(left.leased);
+  for (const KVFanHandBack& fan : left.withoutLease) {
+    text += (text.empty() ? "fan " : "; fan ") + std::to_string(fan.fan) + " without a lease" +
+            (fan.fault.empty() ? "" : ": " + fan.fault);
+  }
+  return text;
+}
+
 // "fan 0, fan 1"; empty if there are none.
 std::string fixedWithoutLease(Platform& platform, const std::vector<KVLeasedFan>& held) {
   std::string text;
@@ -309,9 +320,9 @@ Check leftBehindFans(const MachineChoice& machine) {
   if (machine.isInMemory()) {
     return {kName, CheckState::kOK, "of a recording, which no program can leave behind", ""};
   }
-  const auto left = KVFanLeases::handBackLeftBehind(machine.platform);
-  if (!std::ranges::all_of(left, &std::string::empty, &KVLeasedFan::fault)) {
-    return {kName, CheckState::kBroken, "left behind: " + leaseList(left),
+  const FansLeftBehind left = handBackLeftBehind(machine.platform);
+  if (!left.areBack()) {
+    return {kName, CheckState::kBroken, "left behind: " + listOf(left),
             "see to the privileged tool ('kelvora fans permit'), then 'kelvora fans' tries again"};
   }
   const auto held = KVFanLeases::leasedFans(machine.platform);
@@ -325,7 +336,7 @@ Check leftBehindFans(const MachineChoice& machine) {
             "nothing if another program sets them; else 'kelvora fans auto all' hands them back"};
   }
   return {kName, CheckState::kOK,
-          (left.empty() ? "none left behind" : "handed back now, left behind: " + leaseList(left)) +
+          (left.isEmpty() ? "none left behind" : "handed back now, left behind: " + listOf(left)) +
               (held.empty() ? "" : ", held: " + leaseList(held)),
           ""};
 }

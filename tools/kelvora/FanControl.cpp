@@ -10,7 +10,7 @@
 #include "KelvoraCore/KVUtils.h"
 
 #include "tools/kelvora/FanHolders.h"
-#include "tools/kelvora/FansReport.h"
+#include "tools/kelvora/FansLeftBehind.h"
 
 namespace kelvora::tool {
 
@@ -109,7 +109,7 @@ std::vector<KVFanSpeed> parsedFanSpeeds(const std::vector<std::string>& words) {
 FanControl::FanControl(const Options& options, StandardOutput& output)
     : machine_(machineToSet(options, output)), reader_(machine_.platform) {
   reader_.requireSMC();
-  reportLeftBehind(KVFanLeases::handBackLeftBehind(machine_.platform));
+  reportLeftBehind(handBackLeftBehind(machine_.platform));
   readAgain();
 }
 

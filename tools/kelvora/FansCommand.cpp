@@ -15,8 +15,9 @@ int runFans(const Options& options, StandardOutput& output) {
   output.discardMessages(!machine.platform.isLive());
   const bool isShared = !machine.isInMemory();
   using Leases = std::vector<KVLeasedFan>;
-  const Leases leftBehind = isShared ? KVFanLeases::handBackLeftBehind(machine.platform) : Leases();
-  const bool areHandedBack = reportLeftBehind(leftBehind);
+  const FansLeftBehind leftBehind =
+      isShared ? handBackLeftBehind(machine.platform) : FansLeftBehind();
+  reportLeftBehind(leftBehind);
   FanReader reader(machine.platform);
   const Leases held = isShared ? KVFanLeases::leasedFans(machine.platform) : Leases();
   const bool comeBack = reportStuck(held);
@@ -26,7 +27,7 @@ int runFans(const Options& options, StandardOutput& output) {
     reportFixedWithoutLease(fans);
   }
   reader.requireSMC();
-  return areHandedBack && comeBack ? kExitSuccess : kExitNothingRead;
+  return leftBehind.areBack() && comeBack ? kExitSuccess : kExitNothingRead;
 }
 
 const Argument kForTime{.name = "--for",

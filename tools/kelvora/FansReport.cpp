@@ -59,6 +59,20 @@ Json jsonLeftBehind(const KVLeasedFan& lease) {
   return json;
 }
 
+Json jsonLeftBehind(const FansLeftBehind& fans) {
+  Json list = Json::array();
+  for (const KVLeasedFan& fan : fans.leased) {
+    list.push_back(jsonLeftBehind(fan));
+  }
+  for (const KVFanHandBack& fan : fans.withoutLease) {
+    KVLeasedFan ofUnknownProgram;
+    ofUnknownProgram.fan = fan.fan;
+    ofUnknownProgram.fault = fan.fault;
+    list.push_back(jsonLeftBehind(ofUnknownProgram));
+  }
+  return list;
+}
+
 Json jsonWritten(const FanWritten& written) {
   return {{"mode", jsonMode(written.isFixed)},
           {"target", orNull(written.target)},
@@ -163,22 +177,6 @@ std::string textOf(const std::vector<Row>& rows, std::size_t columns) {
 
 }  // namespace
 
-std::string holderOf(const KVLeasedFan& lease) {
-  return lease.processIdentifier == 0
-             ? "another program"
-             : lease.program + " (process " + std::to_string(lease.processIdentifier) + ")";
-}
-
-bool reportLeftBehind(const std::vector<KVLeasedFan>& leftBehind) {
-  for (const KVLeasedFan& fan : leftBehind) {
-    const std::string line =
-        "fan " + std::to_string(fan.fan) + ": left behind by " + holderOf(fan) +
-        (fan.fault.empty() ? ", handed back" : ", not handed back: " + fan.fault);
-    say(line);
-  }
-  return std::ranges::all_of(leftBehind, &std::string::empty, &KVLeasedFan::fault);
-}
-
 bool reportStuck(const std::vector<KVLeasedFan>& held) {
   bool isWell = true;
   for (const KVLeasedFan& fan : held) {
@@ -208,11 +206,11 @@ void reportFixedWithoutLease(const std::vector<FanState>& fans) {
 }
 
 void writeFans(const Options& options, StandardOutput& output, const MachineChoice& machine,
-               const std::vector<FanState>& fans, const std::vector<KVLeasedFan>& leftBehind) {
+               const std::vector<FanState>& fans, const FansLeftBehind& leftBehind) {
   if (options.json) {
     writeJson(output, {{"machine", jsonMachine(machine.platform)},
                        {"fans", jsonList(fans, jsonFan)},
-                       {"leftBehind", jsonList(leftBehind, jsonLeftBehind)}});
+                       {"leftBehind", jsonLeftBehind(leftBehind)}});
     return;
   }
   const std::vector<Row> rows = rowsOf(fans);

@@ -9,6 +9,7 @@
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/FanReader.h"
+#include "tools/kelvora/FansLeftBehind.h"
 #include "tools/kelvora/MachineChoice.h"
 
 namespace kelvora::tool {
@@ -29,14 +30,8 @@ struct FanChange {
 /// What a command did to fans.
 enum class FanEvent : std::uint8_t { kHeld, kHandedBack };
 
-/// "kelvora (process 612)", or "another program" where that is not known.
-std::string holderOf(const KVLeasedFan& lease);
-
-/// Says on standard error what was left behind and whether it was handed back, a line for each fan.
-/// Returns whether all of it was.
-bool reportLeftBehind(const std::vector<KVLeasedFan>& leftBehind);
-
-/// The same for fans whose guardians still try to hand them back; returns whether none has a fault.
+/// Says on standard error which fans their guardians still try to hand back, a line for each.
+/// Returns whether none has a fault.
 bool reportStuck(const std::vector<KVLeasedFan>& held);
 
 /// Whether the fan is at a fixed speed and no program of the account is known to hold it.
@@ -47,7 +42,7 @@ void reportFixedWithoutLease(const std::vector<FanState>& fans);
 
 /// Writes the list of fans.
 void writeFans(const Options& options, StandardOutput& output, const MachineChoice& machine,
-               const std::vector<FanState>& fans, const std::vector<KVLeasedFan>& leftBehind);
+               const std::vector<FanState>& fans, const FansLeftBehind& leftBehind);
 
 /// Writes what was done; in JSON on one line if `isOneOfMany`.
 void writeChanges(const Options& options, StandardOutput& output, const MachineChoice& machine,

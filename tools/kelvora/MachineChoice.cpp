@@ -7,7 +7,7 @@
 #include "KelvoraCore/KVFanLeases.h"
 
 #include "tools/kelvora/Command.h"
-#include "tools/kelvora/FansReport.h"
+#include "tools/kelvora/FansLeftBehind.h"
 
 namespace kelvora::tool {
 
@@ -76,7 +76,7 @@ MachineChoice chooseMachineOfFans(const std::string& machine) {
 
 void handBackLeftBehind(const MachineChoice& machine) {
   if (!machine.isInMemory()) {
-    reportLeftBehind(KVFanLeases::handBackLeftBehind(machine.platform));
+    reportLeftBehind(handBackLeftBehind(machine.platform));
   }
 }
 

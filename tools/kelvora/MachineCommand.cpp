@@ -11,7 +11,7 @@
 
 #include "tools/kelvora/Command.h"
 #include "tools/kelvora/FanChangeLock.h"
-#include "tools/kelvora/FansReport.h"
+#include "tools/kelvora/FansLeftBehind.h"
 #include "tools/kelvora/Report.h"
 #include "tools/kelvora/Text.h"
 
@@ -20,7 +20,7 @@ namespace kelvora::tool {
 namespace {
 
 // For another command that changes the fans.
-constexpr std::chrono::seconds kLongestWait{5};
+constexpr std::chrono::seconds kLongestWaitForFans{5};
 
 Json jsonChoice(const ChosenMac& chosen) {
   Json writes = Json::array();
@@ -95,7 +95,7 @@ std::unique_ptr<FanChangeLock> requireNoHolder(Platform& live) {
   if (live.hasSensorHardware() || !hasUsableChoice()) {
     return nullptr;
   }
-  auto lock = std::make_unique<FanChangeLock>(live, kLongestWait);
+  auto lock = std::make_unique<FanChangeLock>(live, kLongestWaitForFans);
   for (const KVLeasedFan& lease : KVFanLeases::leasedFans(live)) {
     if (lease.isLive || lease.isHolderRunning) {
       throw CommandError(kExitElsewhere,
