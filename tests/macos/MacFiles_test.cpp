@@ -3,8 +3,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include <sys/stat.h>
-
 #include "platforms/shared/TrustedEnvironment.h"
 #include "tests/macos/frameworks/Posix.h"
 #include "tests/macos/frameworks/SystemTest.h"
@@ -35,15 +33,6 @@ TEST_F(MacFilesTest, ACopyReplacesNothing) {
   ledger.failCall("renamex_np");
   EXPECT_FALSE(files.copy(from, folder.path("fourth")));
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2);
-}
-
-TEST_F(MacFilesTest, AttributesAreAccountNamesAndTwelvePermissionBits) {
-  const std::string path = folder.write("tool", "");
-  chmod(path.c_str(), 06555);
-  const auto attributes = files.attributes(path);
-  EXPECT_EQ(attributes->posixPermissions, 06555U);
-  EXPECT_FALSE(attributes->ownerAccountName.empty());
-  EXPECT_FALSE(files.attributes(folder.path("missing")).has_value());
 }
 
 TEST_F(MacFilesTest, TheUsersFoldersAreThoseOfTheSystem) {

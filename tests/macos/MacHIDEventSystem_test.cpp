@@ -47,39 +47,11 @@ class MacHIDTest : public HardwareTest {
   std::unique_ptr<Platform> mac = macWith(HIDFunctions::ofSystem());
 };
 
-TEST_F(MacHIDTest, ListsTheMatchingServicesInOrder) {
-  plugIn({{65280, 5, "B", {{15, 44.28}}},
-          {65288, 3, "V", {{25, 1.1}}},
-          {65280, 5, std::nullopt, {}},
-          {65280, 5, "A", {}}});
-  const auto client = hid.createClient();
-  client->setMatching({{"PrimaryUsagePage", 65280}, {"PrimaryUsage", 5}});
-  const auto services = client->copyServices();
-  ASSERT_TRUE(services.has_value());
-  ASSERT_EQ(services->size(), 3U);
-  EXPECT_EQ((*services)[0]->copyProperty("Product"), "B");
-  EXPECT_EQ((*services)[0]->copyProperty("Other"), std::nullopt);
-  EXPECT_EQ((*services)[1]->copyProperty("Product"), std::nullopt);
-  EXPECT_EQ((*services)[2]->copyProperty("Product"), "A");
-}
-
 TEST_F(MacHIDTest, APropertyThatIsNotTextHasNoValue) {
   plugIn({hidTemperature("B", 44.28)});
   const auto client = hid.createClient();
   const auto services = client->copyServices();
   EXPECT_EQ(services->front()->copyProperty("PrimaryUsage"), std::nullopt);
-}
-
-TEST_F(MacHIDTest, AnEventHoldsItsValueInItsFirstField) {
-  plugIn({hidTemperature("B", 44.28)});
-  const auto client = hid.createClient();
-  const auto services = client->copyServices();
-  const auto event = services->front()->copyEvent(15, 0, 0);
-  ASSERT_NE(event, nullptr);
-  EXPECT_EQ(event->floatValue(983040), 44.28);
-  EXPECT_EQ(event->floatValue(983041), 0);
-  EXPECT_EQ(services->front()->copyEvent(25, 0, 0), nullptr);
-  EXPECT_EQ(services->front()->copyEvent(std::int64_t{1} << 40, 0, 0), nullptr);
 }
 
 TEST_F(MacHIDTest, ReturnsNoneWhenTheSystemReturnsAnEmptyListOrNoList) {

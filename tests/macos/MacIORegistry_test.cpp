@@ -23,7 +23,6 @@ using platform::RecordedRegistryEntry;
 using platform::RegistryEntry;
 
 using Calls = std::vector<std::string>;
-using Entries = std::vector<std::unique_ptr<RegistryEntry>>;
 using Services = RecordedRegistry::Services;
 
 Calls matching(const std::string& serviceClass) {
@@ -71,40 +70,6 @@ class MacIORegistryTest : public HardwareTest {
   MacIORegistry registry;
 };
 
-TEST_F(MacIORegistryTest, ListsTheServicesOfAClassInOrderWithTheirChildren) {
-  bootWith({{"A", {"first", {{"count", 3}}, {{"child", {}, {{"grandchild", {}, {}}}}}}},
-            {"B", {}},
-            {"A", {"second", {}, {}}}});
-  const auto services = registry.matchingServices("A");
-  ASSERT_EQ(services->size(), 2U);
-  const auto& first = *services->front();
-  EXPECT_EQ(first.name(), "first");
-  EXPECT_EQ(first.property("count"), PropertyListValue(3));
-  EXPECT_EQ(first.property("other"), std::nullopt);
-  EXPECT_EQ(first.properties(), (PropertyListValue::Dictionary{{"count", 3}}));
-  const auto children = first.children("IOService");
-  ASSERT_EQ(children.size(), 1U);
-  EXPECT_EQ(children.front()->children("IOService").front()->name(), "grandchild");
-  EXPECT_EQ(services->back()->name(), "second");
-}
-
-TEST_F(MacIORegistryTest, AClassWithoutServicesIsEmptyAndAFailedQueryReturnsNone) {
-  bootWith({});
-  EXPECT_TRUE(registry.matchingServices("A")->empty());
-  boot({});
-  EXPECT_FALSE(registry.matchingServices("A").has_value());
-}
-
-TEST_F(MacIORegistryTest, EntriesOutliveTheRegistry) {
-  bootWith({{"A", {"first", {}, {{"child", {}, {}}}}}});
-  Entries children;
-  {
-    MacIORegistry another;
-    children = another.matchingServices("A")->front()->children("IOService");
-  }
-  EXPECT_EQ(children.front()->name(), "child");
-}
-
 TEST_F(MacIORegistryTest, EachOperationIsOneCallWithTheKernelsArguments) {
   bootWith({{"A", {"first", {{"count", 3}}, {{"child", {}, {}}}}}});
   const auto services = registry.matchingServices("A");
@@ -123,22 +88,6 @@ TEST_F(MacIORegistryTest, EachOperationIsOneCallWithTheKernelsArguments) {
             (Calls{"IORegistryEntryGetChildIterator(first, IOService)",
                    "IOIteratorNext(children of first)", "IOIteratorNext(children of first)",
                    "IOObjectRelease(children of first)", "IOObjectRelease(child)"}));
-}
-
-TEST_F(MacIORegistryTest, EveryKindOfPropertyKeepsItsKind) {
-  const PropertyListValue::Dictionary properties{
-      {"data", PropertyListValue::Data{std::byte{0}, std::byte{0xff}}},
-      {"truth", true},
-      {"negative", std::int64_t{-3000000000}},
-      {"text", "Akku ü"},
-      {"list", PropertyListValue::Array{1, 2.5, false}},
-      {"more", PropertyListValue::Dictionary{{"a", 1}}}};
-  bootWith({{"A", {"first", properties, {}}}});
-  const auto services = registry.matchingServices("A");
-  EXPECT_EQ(services->front()->properties(), properties);
-  for (const auto& [name, value] : properties) {
-    EXPECT_EQ(services->front()->property(name), value);
-  }
 }
 
 TEST_F(MacIORegistryTest, ANameThatIsNotUTF8IsReadable) {

@@ -41,25 +41,6 @@ TEST_F(MacMainQueueTest, WorkRunsInOrderAndNeverAtOnce) {
   EXPECT_EQ(queue.runPending(), 0);
 }
 
-TEST_F(MacMainQueueTest, WorkThatIsQueuedByWorkWaitsForTheNextRun) {
-  int ran = 0;
-  queue.async([&] { queue.async([&] { ++ran; }); });
-  EXPECT_EQ(queue.runPending(), 1);
-  EXPECT_EQ(ran, 0);
-  EXPECT_EQ(queue.runPending(), 1);
-  EXPECT_EQ(ran, 1);
-}
-
-TEST_F(MacMainQueueTest, OnlyTheMainThreadRunsWork) {
-  queue.async([] {});
-  std::thread([&] {
-    EXPECT_FALSE(queue.isMainThread());
-    EXPECT_EQ(queue.runPending(), 0);
-  }).join();
-  EXPECT_TRUE(queue.isMainThread());
-  EXPECT_EQ(queue.runPending(), 1);
-}
-
 TEST_F(MacMainQueueTest, WorkOfAnotherThreadEndsAWaitAndStaysQueued) {
   bool ran = false;
   std::thread other([&] { queue.async([&] { ran = true; }); });

@@ -143,16 +143,6 @@ TEST_F(MacSMCTest, AClosedOrUnknownConnectionDoesNotReachTheKernel) {
   EXPECT_TRUE(takeCalls().empty());
 }
 
-TEST_F(MacSMCTest, AMalformedCallIsABadArgument) {
-  const RawSMC connection(smc);
-  std::array<std::byte, 80> record{};
-  std::array<std::byte, 79> shorter{};
-  const auto handle = connection.handle();
-  EXPECT_EQ(smc.callStructMethod(handle, 2, shorter, record), platform::kKernelBadArgument);
-  EXPECT_EQ(smc.callStructMethod(handle, 2, record, shorter), platform::kKernelBadArgument);
-  EXPECT_EQ(smc.callStructMethod(handle, 1, record, record), platform::kKernelBadArgument);
-}
-
 TEST_F(MacSMCTest, WhatIsStillOpenIsClosedWithThePort) {
   {
     MacSMC another;

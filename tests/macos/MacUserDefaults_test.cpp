@@ -62,28 +62,6 @@ TEST_F(MacUserDefaultsTest, AWriteIsOnDiskWhenItReturnsAndOneOfAnotherKeyStays) 
                                 "CFPreferencesAppSynchronize(group.com.kelvora)"}));
 }
 
-TEST_F(MacUserDefaultsTest, ARemovedKeyIsGoneAndMayBeAbsentAlready) {
-  Preferences::shared().setByOther(kSuite, "key", 7);
-  EXPECT_TRUE(suite->removeObject("key"));
-  EXPECT_TRUE(suite->removeObject("key"));
-  EXPECT_TRUE(Preferences::shared().onDisk(kSuite).empty());
-}
-
-TEST_F(MacUserDefaultsTest, AnObjectOfEachKindComesBackAsItWas) {
-  const PropertyListValue::Dictionary all = {
-      {"truth", true},
-      {"whole", std::int64_t{1} << 40},
-      {"real", 0.5},
-      {"text", "Grüße"},
-      {"data", PropertyListValue::Data{std::byte{0}, std::byte{255}}},
-      {"items", PropertyListValue::Array{PropertyListValue::Dictionary{{"fan_control", false}}}}};
-  for (const auto& [key, value] : all) {
-    EXPECT_TRUE(suite->setObject(key, value));
-    EXPECT_EQ(suite->object(key), value) << key;
-  }
-  EXPECT_EQ(suite->objects(), all);
-}
-
 TEST_F(MacUserDefaultsTest, AWriteThatFailsIsLoggedOnceAndTakenBackAndLaterOnesSucceed) {
   ASSERT_TRUE(suite->setObject("key", "old"));
   ::testing::internal::CaptureStderr();

@@ -31,19 +31,6 @@ void clearLanguages() {
   }
 }
 
-TEST(LinuxFiles, ACopyKeepsThePermissionsAndReplacesNothing) {
-  const TemporaryFolder folder;
-  const std::string from = folder.write("tool", "content");
-  chmod(from.c_str(), 0755);
-  const std::string to = folder.path() + "/copy";
-  LinuxFiles files;
-  EXPECT_TRUE(files.copy(from, to));
-  EXPECT_EQ(files.attributes(to)->posixPermissions, 0755U);
-  EXPECT_FALSE(files.copy(from, to));
-  EXPECT_FALSE(files.copy(folder.path() + "/missing", folder.path() + "/other"));
-  EXPECT_FALSE(files.exists(folder.path() + "/other"));
-}
-
 // The half of a program, which is then given the rights of root, would stay for ever.
 TEST(LinuxFiles, ACopyThatIsCutOffLeavesNothing) {
   const TemporaryFolder folder;
@@ -61,47 +48,6 @@ TEST(LinuxFiles, ACopyThatIsCutOffLeavesNothing) {
   EXPECT_EQ(std::filesystem::file_size(folder.path("copy")), 8192U);
 }
 
-TEST(LinuxFiles, AttributesAreAccountNamesAndTwelvePermissionBits) {
-  const TemporaryFolder folder;
-  const std::string path = folder.write("tool", "");
-  chmod(path.c_str(), 06555);
-  LinuxFiles files;
-  const auto attributes = files.attributes(path);
-  EXPECT_EQ(attributes->posixPermissions, 06555U);
-  EXPECT_EQ(attributes->ownerAccountName.empty(), false);
-  EXPECT_EQ(attributes->groupOwnerAccountName.empty(), false);
-  EXPECT_FALSE(files.attributes(folder.path() + "/missing").has_value());
-}
-
-std::vector<std::byte> bytesOf(std::string_view text) {
-  const auto bytes = std::as_bytes(std::span(text));
-  return {bytes.begin(), bytes.end()};
-}
-
-TEST(LinuxFiles, AReplacedFileHasTheNewBytesAndIsItsOwnersOnly) {
-  const TemporaryFolder folder;
-  const std::string path = folder.write("lease", "old and longer");
-  LinuxFiles files;
-  std::error_code error;
-  EXPECT_TRUE(files.replace(path, bytesOf("new"), error));
-  EXPECT_FALSE(error);
-  EXPECT_EQ(folder.read("lease"), "new");
-  EXPECT_EQ(files.attributes(path)->posixPermissions, 0600U);
-  EXPECT_EQ(files.list(folder.path())->size(), 1U);
-}
-
-TEST(LinuxFiles, AFileThatCannotBeReplacedStaysAsItWas) {
-  const TemporaryFolder folder;
-  folder.write("lease/inner", "");
-  LinuxFiles files;
-  std::error_code error;
-  EXPECT_FALSE(files.replace(folder.path() + "/lease", bytesOf("new"), error));
-  EXPECT_EQ(error, std::errc::is_a_directory);
-  EXPECT_EQ(files.list(folder.path()), Texts{"lease"});
-  EXPECT_FALSE(files.replace(folder.path() + "/missing/lease", bytesOf("new"), error));
-  EXPECT_EQ(error, std::errc::no_such_file_or_directory);
-}
-
 TEST(LinuxFiles, AttributesOfALinkAreItsOwn) {
   const TemporaryFolder folder;
   const std::string path = folder.write("tool", "");
@@ -110,26 +56,6 @@ TEST(LinuxFiles, AttributesOfALinkAreItsOwn) {
   std::filesystem::create_symlink(path, link);
   EXPECT_EQ(LinuxFiles().attributes(link)->posixPermissions, 0777U);
   EXPECT_FALSE(LinuxFiles().attributes(link)->isRegularFile);
-}
-
-TEST(LinuxFiles, AttributesSayWhetherItIsAFileAndHowManyNamesItHas) {
-  const TemporaryFolder folder;
-  const std::string path = folder.write("tool", "");
-  EXPECT_TRUE(LinuxFiles().attributes(path)->isRegularFile);
-  EXPECT_EQ(LinuxFiles().attributes(path)->names, 1U);
-  std::filesystem::create_hard_link(path, folder.path("second"));
-  EXPECT_EQ(LinuxFiles().attributes(path)->names, 2U);
-  EXPECT_FALSE(LinuxFiles().attributes(folder.path())->isRegularFile);
-}
-
-TEST(LinuxFiles, AFolderIsListedInOrderWithoutRecursion) {
-  const TemporaryFolder folder;
-  folder.write("b", "");
-  folder.write("a/inner", "");
-  LinuxFiles files;
-  EXPECT_EQ(files.list(folder.path()), (Texts{"a", "b"}));
-  EXPECT_FALSE(files.list(folder.path() + "/b").has_value());
-  EXPECT_FALSE(files.list(folder.path() + "/missing").has_value());
 }
 
 TEST(LinuxFiles, RemovesFilesAndFoldersWithWhatTheyHold) {

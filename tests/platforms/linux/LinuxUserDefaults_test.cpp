@@ -33,45 +33,6 @@ bool isSettled(const std::string& path) {
                                                 std::pair(now.tv_sec, now.tv_nsec);
 }
 
-TEST_F(LinuxUserDefaultsTest, AFreshSuiteIsEmptyAndCreatesNothing) {
-  EXPECT_FALSE(open()->object("KVTempUnitCelsius"));
-  EXPECT_TRUE(open()->objects().empty());
-  EXPECT_FALSE(fs::exists(folder_.path("config")));
-}
-
-TEST_F(LinuxUserDefaultsTest, AWriteIsSeenByEveryReaderWhenItReturns) {
-  const auto writer = open();
-  const auto reader = open();
-  EXPECT_FALSE(reader->object("KVUpdateFrequencyKey"));
-  ASSERT_TRUE(writer->setObject("KVUpdateFrequencyKey", 2));
-  EXPECT_EQ(writer->object("KVUpdateFrequencyKey"), PropertyListValue(2));
-  EXPECT_EQ(reader->object("KVUpdateFrequencyKey"), PropertyListValue(2));
-  EXPECT_EQ(reader->objects(), (Dictionary{{"KVUpdateFrequencyKey", 2}}));
-}
-
-TEST_F(LinuxUserDefaultsTest, ARemovedSettingIsGoneForEveryReader) {
-  const auto suite = open();
-  ASSERT_TRUE(suite->setObject("KVMainSensor", "TC0P"));
-  ASSERT_TRUE(suite->setObject("KVOpenAtLogin", true));
-  ASSERT_TRUE(suite->removeObject("KVMainSensor"));
-  EXPECT_FALSE(suite->object("KVMainSensor"));
-  EXPECT_FALSE(open()->object("KVMainSensor"));
-  EXPECT_EQ(open()->object("KVOpenAtLogin"), PropertyListValue(true));
-  EXPECT_TRUE(suite->removeObject("KVMainSensor"));
-}
-
-TEST_F(LinuxUserDefaultsTest, AWriteChangesOnlyItsOwnSetting) {
-  const auto first = open();
-  const auto second = open();
-  ASSERT_TRUE(first->setObject("a", 1));
-  EXPECT_EQ(second->object("a"), PropertyListValue(1));
-  ASSERT_TRUE(first->setObject("b", 2));
-  ASSERT_TRUE(second->setObject("c", 3));
-  for (const auto* suite : {&first, &second}) {
-    EXPECT_EQ((*suite)->objects(), (Dictionary{{"a", 1}, {"b", 2}, {"c", 3}}));
-  }
-}
-
 std::string bigEndianText(std::uint64_t number) {
   std::string text;
   for (int shift = 56; shift >= 0; shift -= 8) {
@@ -119,40 +80,6 @@ TEST_F(LinuxUserDefaultsTest, AKeyThatAForeignFileHoldsTwiceIsWrittenAndRemoved)
   writeTwice();
   ASSERT_TRUE(suite->removeObject("ka"));
   EXPECT_TRUE(open()->objects().empty());
-}
-
-TEST_F(LinuxUserDefaultsTest, ADefaultIsStoredOnlyIfTheKeyIsStillAbsent) {
-  const auto suite = open();
-  EXPECT_EQ(suite->setObjectIfAbsent("KVTempUnitCelsius", true), PropertyListValue(true));
-  EXPECT_EQ(open()->object("KVTempUnitCelsius"), PropertyListValue(true));
-  ASSERT_TRUE(open()->setObject("KVShowIconInMenu", false));
-  EXPECT_EQ(suite->setObjectIfAbsent("KVShowIconInMenu", true), PropertyListValue(false));
-  EXPECT_EQ(open()->object("KVShowIconInMenu"), PropertyListValue(false));
-}
-
-TEST_F(LinuxUserDefaultsTest, AChangeStartsFromWhatTheFileHasNow) {
-  const auto suite = open();
-  EXPECT_FALSE(suite->object("count"));
-  ASSERT_TRUE(open()->setObject("count", 1));
-  const auto next = [](const std::optional<PropertyListValue>& held) {
-    return std::optional<PropertyListValue>(held ? held->integerValue() + 1 : 0);
-  };
-  for (const SuiteWrite reason : {SuiteWrite::kChoice, SuiteWrite::kDefault}) {
-    ASSERT_TRUE(open()->setObject("count", 1));
-    EXPECT_EQ(suite->changeObject("count", next, reason), PropertyListValue(2));
-    EXPECT_EQ(open()->object("count"), PropertyListValue(2));
-  }
-  EXPECT_EQ(suite->changeObject("absent", next, SuiteWrite::kChoice), PropertyListValue(0));
-}
-
-TEST_F(LinuxUserDefaultsTest, AChangeToNothingLeavesTheKeyAsItIs) {
-  const auto suite = open();
-  const auto leave = [](const auto&) { return std::optional<PropertyListValue>(); };
-  EXPECT_EQ(suite->changeObject("a", leave, SuiteWrite::kChoice), std::nullopt);
-  EXPECT_FALSE(fs::exists(file()));
-  ASSERT_TRUE(suite->setObject("a", 1));
-  EXPECT_EQ(suite->changeObject("a", leave, SuiteWrite::kChoice), PropertyListValue(1));
-  EXPECT_EQ(suite->objects(), (Dictionary{{"a", 1}}));
 }
 
 TEST_F(LinuxUserDefaultsTest, ARewriteInPlaceOfTheSameSizeIsNoticed) {

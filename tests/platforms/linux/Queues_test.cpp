@@ -1,7 +1,6 @@
 #include <filesystem>
 #include <iterator>
 #include <stdexcept>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -21,28 +20,6 @@ bool isReadable(const LinuxMainQueue& queue) {
   return poll(&descriptor, 1, 0) == 1;
 }
 
-TEST(LinuxMainQueue, RunsWorkInOrderAndNeverAtOnce) {
-  LinuxMainQueue queue;
-  std::vector<int> ran;
-  for (int i = 0; i < 3; ++i) {
-    queue.async([&ran, i] { ran.push_back(i); });
-  }
-  EXPECT_TRUE(ran.empty());
-  EXPECT_EQ(queue.runPending(), 3);
-  EXPECT_EQ(ran, (std::vector{0, 1, 2}));
-  EXPECT_EQ(queue.runPending(), 0);
-}
-
-TEST(LinuxMainQueue, WorkThatIsQueuedByWorkWaitsForTheNextRun) {
-  LinuxMainQueue queue;
-  int ran = 0;
-  queue.async([&] { queue.async([&] { ++ran; }); });
-  EXPECT_EQ(queue.runPending(), 1);
-  EXPECT_EQ(ran, 0);
-  EXPECT_EQ(queue.runPending(), 1);
-  EXPECT_EQ(ran, 1);
-}
-
 TEST(LinuxMainQueue, ItsDescriptorIsReadableExactlyWhileWorkIsQueued) {
   LinuxMainQueue queue;
   EXPECT_FALSE(isReadable(queue));
@@ -53,18 +30,6 @@ TEST(LinuxMainQueue, ItsDescriptorIsReadableExactlyWhileWorkIsQueued) {
   EXPECT_TRUE(isReadable(queue));
   queue.runPending();
   EXPECT_FALSE(isReadable(queue));
-}
-
-TEST(LinuxMainQueue, OnlyTheThreadThatMadeItRunsWork) {
-  LinuxMainQueue queue;
-  queue.async([] {});
-  EXPECT_TRUE(queue.isMainThread());
-  std::thread([&] {
-    EXPECT_FALSE(queue.isMainThread());
-    EXPECT_EQ(queue.runPending(), 0);
-    queue.async([] {});
-  }).join();
-  EXPECT_EQ(queue.runPending(), 2);
 }
 
 // A host drains the queue of the current machine, and may have others.

@@ -1,10 +1,7 @@
 #include <array>
-#include <cerrno>
 
 #include <gtest/gtest.h>
 
-#include "platforms/recorded/RecordedHID.h"
-#include "platforms/recorded/RecordedRegistry.h"
 #include "platforms/recorded/RecordedSystem.h"
 #include "platforms/shared/SystemControlTable.h"
 #include "tests/support/MemoryUserDefaults.h"
@@ -13,109 +10,7 @@
 namespace kelvora::testing {
 namespace {
 
-using platform::RecordedHID;
-using platform::RecordedHIDService;
-using platform::RecordedRegistry;
-using platform::RecordedRegistryEntry;
 using platform::SystemControlTable;
-
-TEST(RecordedHID, ListsTheMatchingServicesInOrder) {
-  RecordedHID hid(std::vector<RecordedHIDService>{{65280, 5, "B", {{15, 44.28}}},
-                                                  {65288, 3, "V", {{25, 1.1}}},
-                                                  {65280, 5, std::nullopt, {}},
-                                                  {65280, 5, "A", {}}});
-  const auto client = hid.createClient();
-  client->setMatching({{"PrimaryUsagePage", 65280}, {"PrimaryUsage", 5}});
-  const auto services = client->copyServices();
-  ASSERT_TRUE(services.has_value());
-  ASSERT_EQ(services->size(), 3U);
-  EXPECT_EQ((*services)[0]->copyProperty("Product"), "B");
-  EXPECT_EQ((*services)[0]->copyProperty("Other"), std::nullopt);
-  EXPECT_EQ((*services)[1]->copyProperty("Product"), std::nullopt);
-  EXPECT_EQ((*services)[2]->copyProperty("Product"), "A");
-}
-
-TEST(RecordedHID, AnEventHoldsItsValueInItsFirstField) {
-  RecordedHID hid(std::vector<RecordedHIDService>{{65280, 5, "B", {{15, 44.28}}}});
-  const auto client = hid.createClient();
-  const auto services = client->copyServices();
-  const auto event = services->front()->copyEvent(15, 0, 0);
-  ASSERT_NE(event, nullptr);
-  EXPECT_EQ(event->floatValue(983040), 44.28);
-  EXPECT_EQ(event->floatValue(983041), 0);
-  EXPECT_EQ(services->front()->copyEvent(25, 0, 0), nullptr);
-  EXPECT_EQ(services->front()->copyEvent(std::int64_t{1} << 40, 0, 0), nullptr);
-}
-
-TEST(RecordedHID, ReturnsNoneWhenNothingMatches) {
-  RecordedHID hid(std::vector<RecordedHIDService>{{65280, 5, "B", {}}});
-  const auto client = hid.createClient();
-  client->setMatching({{"PrimaryUsagePage", 65288}, {"PrimaryUsage", 5}});
-  EXPECT_FALSE(client->copyServices().has_value());
-  EXPECT_FALSE(RecordedHID(std::nullopt).createClient()->copyServices().has_value());
-}
-
-TEST(RecordedRegistry, AnswersTheServicesOfAClassInOrder) {
-  RecordedRegistry registry(RecordedRegistry::Services{
-      {"A", {"first", {{"count", 3}}, {{"child", {}, {{"grandchild", {}, {}}}}}}},
-      {"B", {}},
-      {"A", {"second", {}, {}}}});
-  const auto services = registry.matchingServices("A");
-  ASSERT_EQ(services->size(), 2U);
-  const auto& first = *services->front();
-  EXPECT_EQ(first.name(), "first");
-  EXPECT_EQ(first.property("count"), PropertyListValue(3));
-  EXPECT_EQ(first.property("other"), std::nullopt);
-  EXPECT_EQ(first.properties()->size(), 1U);
-  const auto children = first.children("IOService");
-  ASSERT_EQ(children.size(), 1U);
-  EXPECT_EQ(children.front()->children("IOService").front()->name(), "grandchild");
-  EXPECT_EQ(services->back()->name(), "second");
-}
-
-TEST(RecordedRegistry, AClassThatIsNotListedHasNoServicesAndAnAbsentRegistryFails) {
-  EXPECT_TRUE(RecordedRegistry(RecordedRegistry::Services{}).matchingServices("A")->empty());
-  EXPECT_FALSE(RecordedRegistry(std::nullopt).matchingServices("A").has_value());
-}
-
-TEST(RecordedRegistry, EntriesOutliveTheRegistry) {
-  std::vector<std::unique_ptr<platform::RegistryEntry>> children;
-  {
-    RecordedRegistry registry(
-        RecordedRegistry::Services{{"A", {"first", {}, {{"child", {}, {}}}}}});
-    children = registry.matchingServices("A")->front()->children("IOService");
-  }
-  EXPECT_EQ(children.front()->name(), "child");
-}
-
-TEST(SystemControlTable, ReturnsTheSizeThenTheBytes) {
-  SystemControlTable controls({{"hw.model", platform::textControlBytes("Mac")}});
-  std::size_t size = 99;
-  EXPECT_EQ(controls.byName("hw.model", nullptr, &size), 0);
-  EXPECT_EQ(size, 4U);
-  std::array<char, 10> text{};
-  size = text.size();
-  EXPECT_EQ(controls.byName("hw.model", text.data(), &size), 0);
-  EXPECT_EQ(size, 4U);
-  EXPECT_STREQ(text.data(), "Mac");
-}
-
-TEST(SystemControlTable, ATooSmallBufferIsFilledAndReturnsAnError) {
-  SystemControlTable controls({{"hw.model", platform::textControlBytes("Mac")}});
-  std::array<char, 3> text{'x', 'x', 'x'};
-  std::size_t size = 2;
-  EXPECT_EQ(controls.byName("hw.model", text.data(), &size), ENOMEM);
-  EXPECT_EQ(size, 2U);
-  EXPECT_EQ(std::string(text.data(), 3), "Max");
-}
-
-TEST(SystemControlTable, AnUnknownNameOrNumberDoesNotExist) {
-  SystemControlTable controls({});
-  std::size_t size = 0;
-  EXPECT_EQ(controls.byName("hw.model", nullptr, &size), ENOENT);
-  EXPECT_EQ(controls.byNumber(std::array{6, 3}, nullptr, &size), ENOENT);
-  EXPECT_EQ(controls.byNumber(std::array{4, 17, 0, 0, 6}, nullptr, &size), ENOENT);
-}
 
 TEST(SystemControlTable, TheListOfInterfacesIsItsOwnAndEmptyWithoutOne) {
   constexpr std::array kList = {4, 17, 0, 0, 6, 0};
@@ -128,18 +23,6 @@ TEST(SystemControlTable, TheListOfInterfacesIsItsOwnAndEmptyWithoutOne) {
   EXPECT_EQ(size, 4U);
   EXPECT_EQ(controls.byNumber(kList, text.data(), &size), 0);
   EXPECT_STREQ(text.data(), "abc");
-}
-
-TEST(SystemControlTable, ProcessorsAndPageSizeAreFourByteValuesByNumber) {
-  SystemControlTable controls({{"hw.ncpu", platform::int32ControlBytes(12)},
-                               {"hw.pagesize", platform::int64ControlBytes(16384)}});
-  std::int32_t value = 0;
-  std::size_t size = sizeof value;
-  EXPECT_EQ(controls.byNumber(std::array{6, 3}, &value, &size), 0);
-  EXPECT_EQ(value, 12);
-  EXPECT_EQ(controls.byNumber(std::array{6, 7}, &value, &size), 0);
-  EXPECT_EQ(value, 16384);
-  EXPECT_EQ(size, sizeof value);
 }
 
 TEST(RecordedChildProcesses, AListedCommandPrintsWhatWasRecorded) {

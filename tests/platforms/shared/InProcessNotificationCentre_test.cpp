@@ -1,7 +1,6 @@
 #include "platforms/shared/InProcessNotificationCentre.h"
 
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -28,59 +27,6 @@ class NotificationCentre : public ::testing::Test {
   InProcessNotificationCentre centre;
 };
 
-TEST_F(NotificationCentre, CallsTheObserversOfANameInTheOrderOfAdding) {
-  std::string calls;
-  observe("A", [&] { calls += '1'; });
-  observe("B", [&] { calls += '2'; });
-  observe("A", [&] { calls += '3'; });
-  post("A");
-  EXPECT_EQ(calls, "13");
-}
-
-TEST_F(NotificationCentre, HandsOverObjectAndUserInfo) {
-  Notification received;
-  centre.addObserver("A", SuspensionBehavior::kCoalesce,
-                     [&](const Notification& notification) { received = notification; });
-  centre.post({"A", "sender", PropertyListValue::Dictionary{{"key", 5}}}, false);
-  EXPECT_EQ(received.name, "A");
-  EXPECT_EQ(received.object, "sender");
-  EXPECT_EQ(received.userInfo->at("key"), PropertyListValue(5));
-}
-
-TEST_F(NotificationCentre, TokensAreNeverZeroAndNeverShared) {
-  const ObserverToken first = observe("A", [] {});
-  const ObserverToken second = observe("A", [] {});
-  EXPECT_NE(first, 0U);
-  EXPECT_NE(first, second);
-}
-
-TEST_F(NotificationCentre, ARemovedObserverIsNotCalled) {
-  int calls = 0;
-  const ObserverToken token = observe("A", [&] { ++calls; });
-  centre.removeObserver(token);
-  centre.removeObserver(token);
-  centre.removeObserver(12345);
-  post("A");
-  EXPECT_EQ(calls, 0);
-}
-
-TEST_F(NotificationCentre, AHandlerMayRemoveItselfAndLaterObservers) {
-  int own = 0;
-  int later = 0;
-  ObserverToken first = 0;
-  ObserverToken second = 0;
-  first = observe("A", [&] {
-    ++own;
-    centre.removeObserver(first);
-    centre.removeObserver(second);
-  });
-  second = observe("A", [&] { ++later; });
-  post("A");
-  post("A");
-  EXPECT_EQ(own, 1);
-  EXPECT_EQ(later, 0);
-}
-
 TEST_F(NotificationCentre, AnObserverThatIsAddedDuringADeliveryGetsTheNextOne) {
   int added = 0;
   bool isFirst = true;
@@ -94,14 +40,6 @@ TEST_F(NotificationCentre, AnObserverThatIsAddedDuringADeliveryGetsTheNextOne) {
   EXPECT_EQ(added, 0);
   post("A");
   EXPECT_EQ(added, 1);
-}
-
-TEST_F(NotificationCentre, AHandlerMayPost) {
-  int calls = 0;
-  observe("A", [&] { post("B"); });
-  observe("B", [&] { ++calls; });
-  post("A");
-  EXPECT_EQ(calls, 1);
 }
 
 TEST(InProcessNotificationCentres, TheDistributedCentreDeliversOnTheMainQueue) {
