@@ -31,6 +31,8 @@ if "merge" in options:
     for file in folders[1].iterdir():
         shutil.copy(file, folders[0])
     sys.exit(0)
+with open(os.environ["CALLS"] + "-folders", "a") as folders_of_all:
+    print(name, *folders, file=folders_of_all)
 print("INFO: Running with entropic power schedule", file=sys.stderr)
 print("#262144\\tNEW    cov: 12 ft: 34 corp: 5/67b lim: 8 exec/s: 9 rss: 50Mb", file=sys.stderr, flush=True)
 if os.environ.get("BREAKS") == name:
@@ -118,6 +120,16 @@ class Fuzz(unittest.TestCase):
         for name in TARGETS:
             self.assertIn(f"{name}: ok, 300000 executions, coverage 12, corpus 5\n", run.stderr)
         self.assertNotIn("INFO", run.stderr)
+
+    def test_a_target_starts_from_what_it_learnt_its_seeds_and_what_broke_it_before(self):
+        regressions = self.project / "fuzz" / "regressions" / "first"
+        regressions.mkdir(parents=True)
+        self.assertEqual(self.fuzz("first", "third").returncode, 0)
+        folders = dict(line.replace(str(self.project), "").split(None, 1)
+                       for line in (self.folder / "calls-folders").read_text().splitlines())
+        first = "/build/fuzz/corpus/first /build/fuzz/seeds/first /fuzz/seeds/first"
+        self.assertEqual(folders, {"first": first + " /fuzz/regressions/first",
+                                   "third": first.replace("first", "third")})
 
     def test_named_targets_run_once_for_the_time_that_is_asked_for(self):
         self.assertEqual(self.fuzz("third", "--minutes", "2", "first", "third").returncode, 0)
