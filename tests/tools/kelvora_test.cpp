@@ -270,8 +270,9 @@ TEST(Kelvora, EveryGroupOfSensorsHasItsHeadingInItsOrder) {
 
 TEST(Kelvora, MessagesOfTheSMCLayerNeverMixWithTheReport) {
   const ProgramResult result = runKelvora({"keys", "--machine", "Macmini9,1", "--json"});
-  EXPECT_TRUE(json::accept(result.standardOutput));
-  EXPECT_THAT(result.standardError, HasSubstr("Error: no SMC found"));
+  EXPECT_TRUE(json::accept(result.standardOutput)) << result.standardOutput;
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.standardError, "kelvora: Mac mini M1 2020: no SMC in this recording\n");
 }
 
 TEST(Kelvora, AReportThatCannotBeWrittenIsStatusOne) {

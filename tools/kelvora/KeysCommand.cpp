@@ -60,6 +60,7 @@ std::string unreadableText(const SMCKeyList& list) {
 
 int runKeys(const Options& options, StandardOutput& output) {
   const MachineChoice machine = chooseMachine(options.machine);
+  output.discardMessages(!machine.platform.isLive());
   const SMCKeyList list = readSMCKeys();
   if (options.json) {
     Json keys = Json::array();
@@ -82,7 +83,10 @@ int runKeys(const Options& options, StandardOutput& output) {
     writeText(output, text + unreadableText(list));
   }
   if (list.entries.empty()) {
-    throw CommandError(kExitNothingRead, machine.platform.title() + ": no SMC key could be read");
+    const bool isAbsent = list.count == 0 && !machine.platform.isLive();
+    throw CommandError(kExitNothingRead,
+                       machine.platform.title() + (isAbsent ? ": no SMC in this recording"
+                                                            : ": no SMC key could be read"));
   }
   return kExitSuccess;
 }
