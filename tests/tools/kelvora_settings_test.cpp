@@ -176,6 +176,8 @@ TEST_F(KelvoraSettings, AWrongValueIsRefusedWithTheAllowedOnesAndNothingIsWritte
                 "tempUnitCelsius takes true or false, not \"1\"");
   expectRefused(settings({"set", "updateFrequency", "3"}),
                 "updateFrequency takes 0, 1 or 2, not \"3\"");
+  expectRefused(settings({"set", "graphTimeRange", "99"}),
+                "graphTimeRange takes 0, 1 or 2, not \"99\"");
   expectRefused(settings({"set", "fanValueType", "01"}), "fanValueType takes 0 or 1, not \"01\"");
   expectRefused(settings({"set", "fanControlMode", "2 "}),
                 "fanControlMode takes a whole number, not \"2 \"");
